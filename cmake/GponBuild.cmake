@@ -1,0 +1,85 @@
+# Compiler settings and the three target helpers that every folder uses.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS ON) # libfrr's headers need typeof
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_FLAGS_DEV "-O1 -g" CACHE STRING "Flags of the Dev build type")
+set(CMAKE_C_FLAGS_DEV "-O1 -g" CACHE STRING "Flags of the Dev build type")
+
+option(GPON_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(GPON_NO_CRASH_HANDLERS "Leave the crash handlers out (for profilers)" OFF)
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE})
+endif()
+
+set(GPON_WARNINGS -Wall -Wextra -Wformat=2 -Werror)
+# No path of the building machine in what is built.
+add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -fno-omit-frame-pointer)
+add_compile_definitions(_GNU_SOURCE)
+
+if(GPON_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+if(GPON_NO_CRASH_HANDLERS)
+  add_compile_definitions(GPON_NO_CRASH_HANDLERS)
+endif()
+
+find_package(Threads REQUIRED)
+find_package(GTest REQUIRED)
+find_package(benchmark REQUIRED)
+
+# One folder of the system as a library. Its own directory is its public include directory, so
+# a header is reachable only from the layers that link it.
+# Every .cpp of the folder belongs to the layer.
+#   gpon_layer(NAME ov_mmg LINKS ov_common ...)
+function(gpon_layer)
+  cmake_parse_arguments(L "" "NAME" "LINKS" ${ARGN})
+  file(GLOB L_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(L_SOURCES)
+    add_library(${L_NAME} STATIC ${L_SOURCES})
+    set(scope PUBLIC)
+    target_compile_options(${L_NAME} PRIVATE ${GPON_WARNINGS})
+  else()
+    add_library(${L_NAME} INTERFACE)
+    set(scope INTERFACE)
+  endif()
+  target_include_directories(${L_NAME} ${scope} ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${L_NAME} ${scope} ${L_LINKS} Threads::Threads)
+endfunction()
+
+# A program.  gpon_program(NAME chassis-sim SOURCES ... LINKS ...)
+function(gpon_program)
+  cmake_parse_arguments(P "" "NAME" "SOURCES;LINKS" ${ARGN})
+  add_executable(${P_NAME} ${P_SOURCES})
+  target_compile_options(${P_NAME} PRIVATE ${GPON_WARNINGS})
+  target_link_libraries(${P_NAME} PRIVATE ${P_LINKS} Threads::Threads)
+  set_target_properties(${P_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+endfunction()
+
+# The GoogleTest suites of one layer: every .cpp below tests/unit/<FOLDER>, one program, run by
+# ctest as one test.  gpon_unit_test(FOLDER ov_mmg LINKS ov_mmg)
+function(gpon_unit_test)
+  cmake_parse_arguments(T "" "FOLDER" "LINKS" ${ARGN})
+  file(GLOB T_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${T_FOLDER}/*.cpp)
+  if(NOT T_SOURCES)
+    return()
+  endif()
+  set(T_NAME unit_${T_FOLDER})
+  add_executable(${T_NAME} ${T_SOURCES})
+  target_compile_options(${T_NAME} PRIVATE ${GPON_WARNINGS})
+  target_link_libraries(${T_NAME} PRIVATE ${T_LINKS} GTest::gmock_main)
+  add_test(NAME ${T_NAME} COMMAND ${T_NAME})
+endfunction()
+
+# A Google Benchmark program; built, never run by the tests.
+function(gpon_benchmark)
+  cmake_parse_arguments(B "" "NAME" "SOURCES;LINKS" ${ARGN})
+  add_executable(${B_NAME} ${B_SOURCES})
+  target_compile_options(${B_NAME} PRIVATE ${GPON_WARNINGS})
+  target_link_libraries(${B_NAME} PRIVATE ${B_LINKS} benchmark::benchmark_main)
+endfunction()
