@@ -1,0 +1,17 @@
+// Ini files, on iniparser. Keys and sections are case-insensitive, as iniparser treats them.
+#pragma once
+
+#include <string>
+
+// The integer at [section] key (decimal, 0x and leading-0 octal forms as iniparser reads them). A missing
+// or unreadable file, section, key, or a value that isn't a number gives `dflt`. `path` may be null.
+int ov_util_ini_cfg_get_int(const char* path, const char* section, const char* key, int dflt);
+
+// The text at [section] key, or `dflt`.
+std::string ov_util_ini_cfg_get_str(const char* path, const char* section, const char* key,
+                                    const std::string& dflt);
+
+// Sets [section] key to value and writes the file anew (through a temporary file and a rename, so that
+// a reader never sees half a file), creating file and section when missing. Returns 0, or an errno.
+// Section and key must be non-empty and without '[', ']', ':', '=' and line ends (EINVAL).
+int ov_util_ini_cfg_set_val(const char* path, const char* section, const char* key, const char* value);
