@@ -65,8 +65,8 @@ int ov_thread_create(void* (*fn)(void*), void* arg);
 // keeps the order of insertion.
 struct ov_list_t;
 ov_list_t* ov_list_new(int (*compare)(const void*, const void*));
-int ov_list_add(ov_list_t*, void* data);    // 0, or KAVO_MEMORY
-int ov_list_remove(ov_list_t*, void* data); // 1 removed, 0 not in the list
+int ov_list_add(ov_list_t*, void* data);               // 0, or KAVO_MEMORY
+int ov_list_remove(ov_list_t*, void* data);            // 1 removed, 0 not in the list
 void* ov_list_find(const ov_list_t*, const void* key); // by compare; null when absent
 size_t ov_list_count(const ov_list_t*);
 void* ov_list_at(const ov_list_t*, size_t position); // null past the end

@@ -2,8 +2,7 @@
 //
 // A frame is an 8-byte header (version, type, body length and sequence number, both in network order)
 // and a body. Bodies are plain records in the byte order and alignment of the host: controller and
-// daemon run on one board. Everything here runs on the event loop's thread, but for the requests of the
-// action thread.
+// daemon run on one board.
 #pragma once
 
 #include <cstddef>
@@ -121,8 +120,8 @@ struct umsg_if_t {
     uint32_t flags; // UIF_FLAG_*
     char onu_sn[32];
 };
-static_assert(sizeof(umsg_if_t) == 76 && offsetof(umsg_if_t, status) == 24 && offsetof(umsg_if_t, flags) == 40 &&
-              offsetof(umsg_if_t, onu_sn) == 44);
+static_assert(sizeof(umsg_if_t) == 76 && offsetof(umsg_if_t, status) == 24 &&
+              offsetof(umsg_if_t, flags) == 40 && offsetof(umsg_if_t, onu_sn) == 44);
 
 // A set of VLANs: VLAN v is bit v % 8 of byte v / 8.
 struct uvlan_t {

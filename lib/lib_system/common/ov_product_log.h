@@ -22,7 +22,8 @@ inline constexpr char OV_PRODUCT_LOG_CONF[] = "/var/run/product/conf/olt_log.con
 // The ordinary log call. The two lengths are those of the names in front of them; the macros below
 // fill all five in.
 void ov_product_app_log(const char* file_name, int file_len, const char* func_name, int func_len, int line,
-                        int level, const char* module, const char* fmt, ...) __attribute__((format(printf, 8, 9)));
+                        int level, const char* module, const char* fmt, ...)
+    __attribute__((format(printf, 8, 9)));
 
 // The same for a named library log: "lib", "halmsg", "ipcmsg", "pondrv", "reboot", "snmpd",
 // "clientcmd", "cmdhistory"; a handle is opened at its first use. `flag` 0 drops the line: callers pass

@@ -16,8 +16,8 @@ inline constexpr unsigned OVRA_THREAD_SIGNAL_STACK = 24576;    // bytes, so that
 int Ovra_ThreadCreate(const char* name, unsigned priority, unsigned stack, ThreadStartAddress fn, void* arg,
                       pthread_t* out);
 // The same for a joinable thread: the caller joins it with pthread_join or Ovra_ThreadDeleteJoin.
-int Ovra_ThreadCreateJoin(const char* name, unsigned priority, unsigned stack, ThreadStartAddress fn, void* arg,
-                          pthread_t* out);
+int Ovra_ThreadCreateJoin(const char* name, unsigned priority, unsigned stack, ThreadStartAddress fn,
+                          void* arg, pthread_t* out);
 // Cancels a detached thread. Returns 0 or an errno.
 int Ovra_ThreadDelete(pthread_t thread);
 // Cancels a joinable thread and waits for its end. Returns 0 or an errno.
