@@ -4,6 +4,7 @@
 #include <cstring>
 #include <deque>
 #include <optional>
+#include <set>
 #include <string_view>
 
 namespace {
@@ -227,13 +228,33 @@ bool nodes_are_installed(const kavo_cmd_t& row) {
     });
 }
 
+/// The commands that stand on each node, in the library's grammar.
+std::set<std::pair<enum node_type, std::string>>& installed_syntaxes() {
+    static std::set<std::pair<enum node_type, std::string>> syntaxes;
+    return syntaxes;
+}
+
+/// "debug snmp (detail|)" beside "debug snmp": the library would call the short line ambiguous, so
+/// the word that could be left out can't be where the short form is a command of its own.
+void settle_short_form(const kavo_cmd_t& row, Words& words) {
+    if (words.empty() || !words.back().optional)
+        return;
+    const auto short_form = kavo_cmd_translate({words.begin(), words.end() - 1});
+    for (const auto node : nodes_of(row)) {
+        if (installed_syntaxes().contains({node, short_form}))
+            words.back().optional = false;
+    }
+}
+
 /// The command as the library wants it; null if its row is wrong.
 Installed* make_command(const kavo_cmd_t& row) {
-    static std::deque<Installed> commands; // the library keeps pointers to them
+    // The library keeps pointers to them up to the end of the process.
+    static auto& commands = *new std::deque<Installed>;
 
     Words words = kavo_cmd_parse(row.syntax);
     if (words.empty() || !row.handler)
         return nullptr;
+    settle_short_form(row, words);
 
     auto& command = commands.emplace_back();
     command.words = std::move(words);
@@ -256,6 +277,7 @@ bool install(const kavo_cmd_t& row) {
     const auto nodes = nodes_of(row);
     const bool on_view = std::find(nodes.begin(), nodes.end(), VIEW_NODE) != nodes.end();
     for (const auto node : nodes) {
+        installed_syntaxes().emplace(node, command->syntax_text);
         // What stands on VIEW_NODE the library puts on ENABLE_NODE by itself.
         if (!(on_view && node == ENABLE_NODE))
             _install_element(node, command);

@@ -8,7 +8,7 @@
 //   NAME             a variable word (at least two capitals), A.B.C.D an IPv4 address
 //   <1-128>          a number in a range
 //   (a|b|<1-8>|N)    a choice of keywords, ranges and variable words; blanks inside don't count
-//   (a|b|)           the same, and may be left out
+//   (a|b|)           the same, and may be left out (a command without it comes first in its table)
 //   .WORD            one or more words up to the end of the line
 //
 // It is translated into the library's grammar, in which these are word, NAME, (1-128),

@@ -22,7 +22,7 @@ inline struct thread_master* frr_master() {
 /// Install a node below CONFIG_NODE with the library's default commands; a second call for a node
 /// only changes its writer.
 inline void frr_install_node(enum node_type number, int (*writer)(struct vty*) = nullptr) {
-    static std::map<enum node_type, struct cmd_node> nodes;
+    static auto& nodes = *new std::map<enum node_type, struct cmd_node>; // the library keeps pointers
     frr_master();
     const bool known = nodes.count(number) != 0;
     struct cmd_node& node = nodes[number];

@@ -106,6 +106,8 @@ const kavo_cmd_t test_table[] = {
     {{test_node}, "kavo-fec downstream (enable|disable)", "Fec\nDown\nSwitch\n", handler},
     {{test_node}, "kavo-num <1-8> (<0-7>|default) NAME", "Num\nA\nB\nC\nD\n", handler},
     {{test_node}, "kavo-opt (detail|)", "Opt\nDetail\n", handler},
+    {{test_node}, "kavo-short", "Short\n", other_handler},
+    {{test_node}, "kavo-short (detail|)", "Short\nDetail\n", handler},
     {{test_node}, "kavo-tail <1-8> .WORD", "Tail\nNumber\nWords\n", handler},
     {{test_node}, "kavo-wifi mode (802.11b|802.11g|802.11b/g) KEY", "Wifi\nMode\nRadio\nKey\n", handler},
     {{test_node}, "kavo-wifi mode 802.11a KEY", "Wifi\nMode\nRadio\nKey\n", handler},
@@ -174,6 +176,13 @@ TEST_F(KavoCmdRun, OptionalWordIsAnArgumentWhenGiven) {
 
 TEST_F(KavoCmdRun, OptionalWordMayBeLeftOut) {
     EXPECT_EQ(arguments("kavo-opt"), (Args{}));
+}
+
+TEST_F(KavoCmdRun, OptionalWordIsNotAmbiguousBesideTheShortCommand) {
+    EXPECT_EQ(arguments("kavo-short detail"), (Args{"detail"}));
+    FrrSession session(test_node);
+    EXPECT_EQ(session.run("kavo-short"), CMD_SUCCESS);
+    EXPECT_EQ(call.runs, 101);
 }
 
 TEST_F(KavoCmdRun, TailGivesOneArgumentForEachWord) {

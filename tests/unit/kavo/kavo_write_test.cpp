@@ -1,5 +1,6 @@
 #include "frr_fixture.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <unistd.h>
 #include <vector>
@@ -61,9 +62,8 @@ protected:
     }
 
     static std::vector<int> nodes_seen() {
-        std::vector<int> nodes;
-        for (const auto& s : seen)
-            nodes.push_back(s.cfg_node);
+        std::vector<int> nodes(seen.size());
+        std::transform(seen.begin(), seen.end(), nodes.begin(), [](const Seen& s) { return s.cfg_node; });
         return nodes;
     }
 };
