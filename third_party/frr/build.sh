@@ -60,7 +60,7 @@ finish() {
     rm -rf "$work"
     if [ $rc -ne 0 ]; then
         echo "libfrr $version: building it failed; see $log" >&2
-        tail -n 5 "$log" | sed 's/^/    /' >&2
+        tail -n 5 "$log" | cut -c1-160 | sed 's/^/    /' >&2
     fi
     exit $rc
 }
@@ -113,7 +113,7 @@ configure_options() {
 # vtysh support stays on: the server on the Unix socket is part of it.
 compile() {
     for p in "$here"/patches/*.patch; do
-        patch -p1 <"$p"
+        patch --batch -p1 <"$p"
     done
     autoreconf -i
     # shellcheck disable=SC2046 # one option per word

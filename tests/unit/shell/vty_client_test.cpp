@@ -1,0 +1,179 @@
+#include "vty_client.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace std::string_literals;
+
+/// A daemon that takes one connection, waits for a line, and answers with the given chunks, a
+/// pause between them; then waits for the next line, and hangs up when it has no answer left.
+class Daemon {
+public:
+    using Answer = std::vector<std::string>;
+
+    explicit Daemon(std::vector<Answer> answers_given) : answers(std::move(answers_given)) {
+        char name[] = "/tmp/vty_client_test.XXXXXX";
+        EXPECT_NE(mkdtemp(name), nullptr);
+        directory = name;
+        path = directory + "/vty";
+        listener = socket(AF_UNIX, SOCK_STREAM, 0);
+        struct sockaddr_un address {};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+        EXPECT_EQ(bind(listener, reinterpret_cast<struct sockaddr*>(&address), sizeof(address)), 0);
+        EXPECT_EQ(listen(listener, 1), 0);
+        worker = std::thread([this] { serve(); });
+    }
+    ~Daemon() {
+        finish();
+        close(listener);
+        unlink(path.c_str());
+        rmdir(directory.c_str());
+    }
+    Daemon(const Daemon&) = delete;
+    Daemon& operator=(const Daemon&) = delete;
+
+    /// Wait until the client is served, and give the lines that it sent.
+    const std::vector<std::string>& finish() {
+        shutdown(listener, SHUT_RDWR);
+        if (worker.joinable())
+            worker.join();
+        return lines;
+    }
+
+    std::string path;
+
+private:
+    static bool read_line(int fd, std::string& line) {
+        line.clear();
+        for (char c; read(fd, &c, 1) == 1;) {
+            if (c == '\0')
+                return true;
+            line += c;
+        }
+        return false;
+    }
+
+    void serve() {
+        const int fd = accept(listener, nullptr, nullptr);
+        std::string line;
+        for (const auto& answer : answers) {
+            if (!read_line(fd, line))
+                break;
+            lines.push_back(line);
+            for (const auto& chunk : answer) {
+                send(fd, chunk.data(), chunk.size(), MSG_NOSIGNAL);
+                usleep(5000);
+            }
+        }
+        close(fd);
+    }
+
+    std::vector<Answer> answers;
+    std::vector<std::string> lines;
+    std::string directory;
+    int listener;
+    std::thread worker;
+};
+
+TEST(VtyClient, TextAndResultOfALineAreTold) {
+    Daemon daemon({{"hello\nworld\n\0\0\0\0"s}, {"\0\0\0\1"s}});
+    vty_client client(daemon.path);
+    const auto first = client.run("show");
+    EXPECT_EQ(first.text, "hello\nworld\n");
+    EXPECT_EQ(first.result, 0);
+    const auto second = client.run("bad");
+    EXPECT_EQ(second.text, "");
+    EXPECT_EQ(second.result, 1);
+}
+
+TEST(VtyClient, LineGoesOutWithANulBehindIt) {
+    Daemon daemon({{"\0\0\0\0"s}, {"\0\0\0\0"s}});
+    {
+        vty_client client(daemon.path);
+        client.run("enable");
+        client.run("show onu status");
+    }
+    EXPECT_EQ(daemon.finish(), (std::vector<std::string>{"enable", "show onu status"}));
+}
+
+TEST(VtyClient, MarkerMayBeCutAnywhereAcrossChunks) {
+    const std::string whole = "text\n\0\0\0\2"s;
+    for (size_t cut = 1; cut < whole.size(); cut++) {
+        Daemon daemon({{whole.substr(0, cut), whole.substr(cut)}});
+        vty_client client(daemon.path);
+        const auto reply = client.run("show");
+        EXPECT_EQ(reply.text, "text\n") << cut;
+        EXPECT_EQ(reply.result, 2) << cut;
+    }
+}
+
+TEST(VtyClient, ResultAboveAByteOfSignIsPositive) {
+    Daemon daemon({{"\0\0\0\xff"s}});
+    vty_client client(daemon.path);
+    EXPECT_EQ(client.run("x").result, 255);
+}
+
+TEST(VtyClient, LongAnswerComesWhole) {
+    const std::string text(300'000, 'x');
+    Daemon daemon({{text + "\0\0\0\0"s}});
+    vty_client client(daemon.path);
+    EXPECT_EQ(client.run("show").text, text);
+}
+
+TEST(VtyClient, MissingDaemonIsAClearError) {
+    try {
+        vty_client client("/nonexistent/vty");
+        FAIL();
+    } catch (const vty_client_error& error) {
+        EXPECT_STREQ(error.what(),
+                     "the daemon can't be reached at /nonexistent/vty: No such file or directory");
+    }
+}
+
+TEST(VtyClient, PathThatIsTooLongIsRefused) {
+    EXPECT_THROW(vty_client("/" + std::string(200, 'x')), vty_client_error);
+}
+
+TEST(VtyClient, DaemonThatHangsUpBeforeAnsweringIsAnError) {
+    Daemon daemon({{"half an ans"}});
+    vty_client client(daemon.path);
+    EXPECT_THROW(client.run("show"), vty_client_error);
+}
+
+TEST(VtyClient, DaemonThatHangsUpAfterAnsweringIsSeen) {
+    Daemon daemon({{"\0\0\0\0"s}});
+    vty_client client(daemon.path);
+    EXPECT_EQ(client.run("exit").result, 0);
+    EXPECT_TRUE(client.closed(2000));
+}
+
+TEST(VtyClient, OpenConnectionIsNotTakenForClosed) {
+    Daemon daemon({{"\0\0\0\0"s}, {"\0\0\0\0"s}});
+    vty_client client(daemon.path);
+    client.run("x");
+    EXPECT_FALSE(client.closed(10));
+}
+
+TEST(VtyClient, NonsenseInsteadOfTheMarkerIsAnError) {
+    Daemon daemon({{"text\0zz\0"s}});
+    vty_client client(daemon.path);
+    EXPECT_THROW(client.run("show"), vty_client_error);
+}
+
+TEST(VtyClient, LineTheDaemonCannotTakeIsNotSent) {
+    Daemon daemon({{"ok\0\0\0\0"s}});
+    vty_client client(daemon.path);
+    EXPECT_NE(client.run(std::string(vty_client::max_line + 1, 'x')).result, 0);
+    EXPECT_NE(client.run("show\0 it"s).result, 0);
+    EXPECT_EQ(client.run(std::string(vty_client::max_line, 'x')).text, "ok");
+}
+
+} // namespace
