@@ -2,6 +2,7 @@
 // for a wrong command line.
 
 #include <cstdio>
+#include <iostream>
 
 #include "env_store.h"
 
@@ -13,7 +14,6 @@ int main(int argc, char** argv) {
     std::optional<std::string> value = env_store_get(argv[1]);
     if (!value)
         return 1;
-    value->push_back('\n');
-    bool written = fwrite(value->data(), 1, value->size(), stdout) == value->size() && fflush(stdout) == 0;
-    return written ? 0 : 1;
+    std::cout << *value << '\n' << std::flush;
+    return std::cout ? 0 : 1;
 }
