@@ -7,9 +7,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <zebra.h>
+#include <frr/config.h>
 
-#include <stream.h>
+#include <frr/zebra.h>
+
+#include <frr/stream.h>
 
 #include "ov_product_log.h"
 
