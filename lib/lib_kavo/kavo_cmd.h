@@ -1,0 +1,74 @@
+#pragma once
+
+// Commands declared in tables and installed by one routine.
+//
+// A command's syntax is declared in the system's own grammar:
+//
+//   word             a keyword; may be abbreviated by the operator
+//   NAME             a variable word (at least two capitals), A.B.C.D an IPv4 address
+//   <1-128>          a number in a range
+//   (a|b|<1-8>|N)    a choice of keywords, ranges and variable words; blanks inside don't count
+//   (a|b|)           the same, and may be left out
+//   .WORD            one or more words up to the end of the line
+//
+// It is translated into the library's grammar, in which these are word, NAME, (1-128),
+// <a|b|(1-8)|N>, [a|b] and WORD... . A handler gets the variable words only: what was typed for
+// a variable word, a number or a tail, and of a choice the keyword in full, however short the
+// operator typed it. So argv[0] of "fec downstream (enable|disable)" is "enable" for
+// "fec downstream e".
+
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "kavo_frr.h"
+
+/// A command's handler. self is the command, with its syntax and help text in the library's
+/// form; argv lives until the handler returns. Returns 0 for success; any other value is a
+/// failure: the operator's shell sees just that it failed, kavo_cmd_last_result() the value.
+using kavo_cmd_handler_t = int(struct cmd_element* self, struct vty* vty, int argc, const char** argv);
+
+/// Nodes that one command can stand on.
+constexpr size_t kavo_cmd_max_nodes = 9;
+
+/// One row of a command table. The texts must stay valid.
+struct kavo_cmd_t {
+    /// Where the command stands; what is not filled in doesn't count.
+    enum node_type nodes[kavo_cmd_max_nodes];
+    /// In the grammar above.
+    const char* syntax;
+    /// What "?" shows: one line for each word, ended by '\n'. A choice has either one line for
+    /// all its alternatives or one for each of them.
+    const char* help;
+    kavo_cmd_handler_t* handler;
+};
+
+/// Install a table's commands, in its order. A command that is wrong in itself (bad syntax, no
+/// handler) or stands on a node that isn't installed is logged at error level and left out.
+/// Returns the number of commands installed. The library must be initialised (cmd_init).
+int kavo_cmd_install(std::span<const kavo_cmd_t> table);
+
+/// What the handler that ran last returned, or 0 if none ran yet. The library itself is told
+/// only CMD_SUCCESS or CMD_WARNING: it would try the command again on the parent nodes after any
+/// value that it doesn't know.
+int kavo_cmd_last_result();
+
+/// The line end for the terminal: "\r\n" on a terminal connection (type VTY_TERM, 0), "\n" on any
+/// other. Every line that a command prints ends with it.
+const char* kavo_newline(const struct vty* vty);
+
+/// One word of a command's syntax.
+struct kavo_cmd_word_t {
+    enum kind_t { KEYWORD, VARIABLE, CHOICE, TAIL };
+    kind_t kind;
+    bool optional;
+    /// In the library's grammar, one for each alternative ("enable", "(1-8)", "NAME").
+    std::vector<std::string> alternatives;
+};
+
+/// Take a syntax string apart. Returns no words if it is not in the grammar above.
+std::vector<kavo_cmd_word_t> kavo_cmd_parse(const std::string& syntax);
+
+/// The same command in the library's grammar.
+std::string kavo_cmd_translate(const std::vector<kavo_cmd_word_t>& words);
