@@ -1,37 +1,20 @@
 // Collects the log for the life of the object, and keeps it away from the machine's log file.
 #pragma once
 
-#include <gmock/gmock.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <vector>
 
-#include <unistd.h>
-
 #include "ov_product_log.h"
+#include "temp_dir.h"
 
 class LogCapture {
 public:
-    LogCapture() : file_(make_file()) {
-        if (const char* before = getenv("OV_LOG_FILE"))
-            former_file_ = before;
-        setenv("OV_LOG_FILE", file_.c_str(), 1);
+    LogCapture() : log_file_("OV_LOG_FILE", dir_.file("log")) {
         clear();
         ov_product_log_set_tap(take);
     }
-    ~LogCapture() {
-        ov_product_log_set_tap(nullptr);
-        if (former_file_.empty())
-            unsetenv("OV_LOG_FILE");
-        else
-            setenv("OV_LOG_FILE", former_file_.c_str(), 1);
-        std::filesystem::remove(file_);
-    }
+    ~LogCapture() { ov_product_log_set_tap(nullptr); }
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
@@ -41,11 +24,7 @@ public:
         return store();
     }
     // Everything that reached the log file, assertions included.
-    std::string file_text() const {
-        std::ostringstream text;
-        text << std::ifstream(file_).rdbuf();
-        return text.str();
-    }
+    std::string file_text() const { return dir_.read("log"); }
     static void clear() {
         const std::lock_guard lock(mutex());
         store().clear();
@@ -56,13 +35,6 @@ private:
         const std::lock_guard lock(mutex());
         store().emplace_back(text);
     }
-    static std::string make_file() {
-        std::string name = testing::TempDir() + "log_capture_XXXXXX";
-        const int fd = mkstemp(name.data());
-        if (fd >= 0)
-            close(fd);
-        return name;
-    }
     static std::mutex& mutex() {
         static std::mutex m;
         return m;
@@ -72,6 +44,6 @@ private:
         return lines;
     }
 
-    std::string file_;
-    std::string former_file_;
+    TempDir dir_;
+    ScopedEnv log_file_;
 };
