@@ -1,20 +1,19 @@
 #include "ov_util_ini_cfg.h"
 
+#include <cctype>
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string_view>
 #include <vector>
 
-#include <fcntl.h>
 #include <iniparser/iniparser.h>
-#include <sys/stat.h>
 #include <unistd.h>
+
+#include "ov_file_replace.h"
 
 namespace {
 
@@ -116,38 +115,6 @@ std::string render(const dictionary& ini) {
     return text;
 }
 
-int write_all(int fd, std::string_view text) {
-    while (!text.empty()) {
-        ssize_t n = write(fd, text.data(), text.size());
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0)
-            return errno;
-        text.remove_prefix(size_t(n));
-    }
-    return 0;
-}
-
-// Puts the text in the place of the file in one step; permissions of an existing file are kept.
-int replace_file(const std::string& path, std::string_view text) {
-    struct stat old {};
-    mode_t mode = stat(path.c_str(), &old) == 0 ? old.st_mode & 07777 : 0644;
-    std::string temporary = path + ".XXXXXX";
-    int fd = mkostemp(temporary.data(), O_CLOEXEC);
-    if (fd < 0)
-        return errno;
-    int rc = write_all(fd, text);
-    if (rc == 0 && fchmod(fd, mode) != 0)
-        rc = errno;
-    if (close(fd) != 0 && rc == 0)
-        rc = errno;
-    if (rc == 0 && rename(temporary.c_str(), path.c_str()) != 0)
-        rc = errno;
-    if (rc != 0)
-        unlink(temporary.c_str());
-    return rc;
-}
-
 } // namespace
 
 int ov_util_ini_cfg_get_int(const char* path, const char* section, const char* key, int dflt) {
@@ -185,5 +152,5 @@ int ov_util_ini_cfg_set_val(const char* path, const char* section, const char* k
     if (!ini || iniparser_set(ini.get(), section, nullptr) != 0 ||
         iniparser_set(ini.get(), name.c_str(), value) != 0)
         return ENOMEM;
-    return replace_file(path, render(*ini));
+    return ov_file_replace(path, render(*ini));
 }
