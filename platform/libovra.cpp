@@ -1,0 +1,267 @@
+#include "libovra.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/file.h>
+#include <sys/uio.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr char DEFAULT_LOG_FILE[] = "/tmp/product/gpon.log";
+constexpr int LEVEL_FATAL = 120;
+constexpr int APPLICATION_ID = 111;
+constexpr size_t MAX_COMMAND = 1024; // bytes of a formatted command line, with its terminator
+constexpr uint32_t NO_MEMORY = 101002;
+
+const char* or_dash(const char* text) {
+    return text != nullptr && *text != '\0' ? text : "-";
+}
+
+iovec piece(std::string_view text) {
+    return {const_cast<char*>(text.data()), text.size()};
+}
+
+} // namespace
+
+// ---- log ---------------------------------------------------------------------------------------
+
+void ov_log_util(const char* lib, int level, const char* module, const char* file, int line, const char* func,
+                 const char* text) {
+    // Opened for each line: the file may be moved away at any time, and callers need no lock.
+    const char* path = getenv("OV_LOG_FILE");
+    int fd = open(path != nullptr && *path != '\0' ? path : DEFAULT_LOG_FILE,
+                  O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0644);
+    if (fd < 0)
+        return;
+
+    const char* tag = module != nullptr && *module != '\0' ? module : lib;
+    std::array<char, 512> head{};
+    int written = snprintf(head.data(), head.size(), "%d [%s] %s:%d %s: ", level, or_dash(tag), or_dash(file),
+                           line, or_dash(func));
+    size_t head_size = std::clamp<int>(written, 0, int(head.size() - 1));
+
+    std::string_view body = text != nullptr ? text : "";
+    if (body.ends_with('\n'))
+        body.remove_suffix(1);
+
+    std::array<iovec, 3> parts = {piece({head.data(), head_size}), piece(body), piece("\n")};
+    ssize_t ignored = writev(fd, parts.data(), int(parts.size())); // nowhere to report a full disk to
+    (void)ignored;
+    close(fd);
+}
+
+void ov_raise_except(const char* expression, const char* file, int line, const char* func) {
+    std::string text = "Assertion `";
+    text += expression != nullptr ? expression : "";
+    text += "' failed";
+    ov_log_util(nullptr, LEVEL_FATAL, "LIB", file, line, func, text.c_str());
+}
+
+int ov_get_app_id() {
+    return APPLICATION_ID;
+}
+
+// ---- shell commands ----------------------------------------------------------------------------
+
+int ov_sys_and_result(const char* cmd, char* buf, size_t len) {
+    if (buf != nullptr && len > 0)
+        buf[0] = '\0';
+    if (cmd == nullptr)
+        return -1;
+
+    FILE* pipe = popen(cmd, "re");
+    if (pipe == nullptr)
+        return -1;
+
+    // All output is read, also what doesn't fit: a command that can't write would end by SIGPIPE. One
+    // character more than fits is kept, to tell the last line feed from a line feed at the cut.
+    const size_t room = buf != nullptr ? len : 0;
+    std::string output;
+    std::array<char, 4096> chunk{};
+    size_t got = 0;
+    while ((got = fread(chunk.data(), 1, chunk.size(), pipe)) > 0) {
+        if (output.size() <= room)
+            output.append(chunk.data(), std::min(got, room + 1 - output.size()));
+    }
+
+    int status = pclose(pipe);
+    if (output.size() <= room && output.ends_with('\n'))
+        output.pop_back();
+    if (room > 0) {
+        size_t count = std::min(output.size(), room - 1);
+        memcpy(buf, output.data(), count);
+        buf[count] = '\0';
+    }
+    return status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int ov_sys_and_result_with_var(char* buf, size_t len, const char* fmt, ...) {
+    std::array<char, MAX_COMMAND> cmd{};
+    va_list args;
+    va_start(args, fmt);
+    int size = vsnprintf(cmd.data(), cmd.size(), fmt, args);
+    va_end(args);
+    if (size < 0 || size_t(size) >= cmd.size()) {
+        if (buf != nullptr && len > 0)
+            buf[0] = '\0';
+        return -1;
+    }
+    return ov_sys_and_result(cmd.data(), buf, len);
+}
+
+// ---- time --------------------------------------------------------------------------------------
+
+struct ov_timing_t {
+    using clock = std::chrono::steady_clock;
+    clock::time_point start;
+    clock::time_point stop;
+    bool started = false;
+    bool running = false;
+};
+
+ov_timing_t* ov_timing_new() {
+    return new (std::nothrow) ov_timing_t;
+}
+
+void ov_timing_start(ov_timing_t* timing) {
+    if (timing == nullptr)
+        return;
+    timing->start = ov_timing_t::clock::now();
+    timing->started = timing->running = true;
+}
+
+void ov_timing_stop(ov_timing_t* timing) {
+    if (timing == nullptr || !timing->running)
+        return;
+    timing->stop = ov_timing_t::clock::now();
+    timing->running = false;
+}
+
+uint64_t ov_timing_get_inter(const ov_timing_t* timing) {
+    if (timing == nullptr || !timing->started)
+        return 0;
+    auto end = timing->running ? ov_timing_t::clock::now() : timing->stop;
+    return uint64_t(std::chrono::duration_cast<std::chrono::microseconds>(end - timing->start).count());
+}
+
+void ov_timing_destroy(ov_timing_t* timing) {
+    delete timing;
+}
+
+// ---- lock files, memory, threads ---------------------------------------------------------------
+
+int ov_lockfile_already_running(const char* path) {
+    if (path == nullptr)
+        return EINVAL;
+    // Not passed on to programs that the daemon runs: they would hold the lock after its end.
+    int fd = open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOCTTY, 0644);
+    if (fd < 0)
+        return errno;
+    if (flock(fd, LOCK_EX | LOCK_NB) == 0)
+        return OV_LOCKFILE_TAKEN; // the descriptor stays open, and with it the lock
+    int error = errno;
+    close(fd);
+    return error == EWOULDBLOCK ? int(OV_LOCKFILE_RUNNING) : error;
+}
+
+void* ov_calloc_mem(size_t count, size_t size) {
+    return calloc(count, size);
+}
+
+void ov_free_mem(void* memory) {
+    free(memory);
+}
+
+int ov_thread_create(void* (*fn)(void*), void* arg) {
+    if (fn == nullptr)
+        return EINVAL;
+    pthread_attr_t attr;
+    int rc = pthread_attr_init(&attr);
+    if (rc != 0)
+        return rc;
+    pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED);
+    pthread_t id{};
+    rc = pthread_create(&id, &attr, fn, arg);
+    pthread_attr_destroy(&attr);
+    return rc;
+}
+
+// ---- list --------------------------------------------------------------------------------------
+
+struct ov_list_t {
+    int (*compare)(const void*, const void*) = nullptr;
+    std::vector<void*> items; // in the order of compare, equal ones in the order they came
+};
+
+ov_list_t* ov_list_new(int (*compare)(const void*, const void*)) {
+    auto* list = new (std::nothrow) ov_list_t;
+    if (list != nullptr)
+        list->compare = compare;
+    return list;
+}
+
+int ov_list_add(ov_list_t* list, void* data) {
+    if (list == nullptr)
+        return int(NO_MEMORY);
+    auto at = list->items.end();
+    if (list->compare != nullptr)
+        at = std::upper_bound(list->items.begin(), list->items.end(), data,
+                              [list](const void* a, const void* b) { return list->compare(a, b) < 0; });
+    try {
+        list->items.insert(at, data);
+    } catch (const std::bad_alloc&) {
+        return int(NO_MEMORY);
+    }
+    return 0;
+}
+
+int ov_list_remove(ov_list_t* list, void* data) {
+    if (list == nullptr)
+        return 0;
+    // By the pointer itself: the element may have changed since it was added.
+    auto at = std::find(list->items.begin(), list->items.end(), data);
+    if (at == list->items.end())
+        return 0;
+    list->items.erase(at);
+    return 1;
+}
+
+void* ov_list_find(const ov_list_t* list, const void* key) {
+    if (list == nullptr)
+        return nullptr;
+    if (list->compare == nullptr) {
+        auto at = std::find(list->items.begin(), list->items.end(), key);
+        return at != list->items.end() ? *at : nullptr;
+    }
+    auto at = std::lower_bound(list->items.begin(), list->items.end(), key,
+                               [list](const void* a, const void* b) { return list->compare(a, b) < 0; });
+    return at != list->items.end() && list->compare(*at, key) == 0 ? *at : nullptr;
+}
+
+size_t ov_list_count(const ov_list_t* list) {
+    return list != nullptr ? list->items.size() : 0;
+}
+
+void* ov_list_at(const ov_list_t* list, size_t position) {
+    return list != nullptr && position < list->items.size() ? list->items[position] : nullptr;
+}
+
+void ov_list_destroy(ov_list_t* list) {
+    delete list;
+}
