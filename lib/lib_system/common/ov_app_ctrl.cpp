@@ -17,6 +17,7 @@ app_ctrl_cb_t g_app_ctrl_cb;
 
 namespace {
 
+constexpr size_t APP_NAME_MAX = 64;
 constexpr char SECTION_DEBUG[] = "debug";
 constexpr char SECTION_INT[] = "int";
 constexpr char SECTION_STRING[] = "string";
@@ -56,11 +57,13 @@ int take_control_signals() {
 
 // ---- files -------------------------------------------------------------------------------------
 
-bool file_exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+bool file_exists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
 
-// Makes an empty file where there is none.
-void make_file(const std::string& path) {
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+// Makes an empty file where there is none; `flags` O_TRUNC empties one that is there.
+void make_file(const std::string& path, int flags) {
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0666);
     if (fd < 0) {
         OV_LOG_WARN("LIB", "Control file %s can't be made: %s", path.c_str(), strerror(errno));
         return;
@@ -68,7 +71,8 @@ void make_file(const std::string& path) {
     close(fd);
 }
 
-void write_key(const std::string& path, const char* section, const std::string& key, const std::string& value) {
+void write_key(const std::string& path, const char* section, const std::string& key,
+               const std::string& value) {
     const int error = ov_util_ini_cfg_set_val(path.c_str(), section, key.c_str(), value.c_str());
     if (error != 0)
         OV_LOG_WARN("LIB", "Control file %s: %s can't be written: %s", path.c_str(), key.c_str(),
@@ -81,8 +85,12 @@ bool has_key(const std::string& path, const char* section, const std::string& ke
     return ov_util_ini_cfg_get_str(path.c_str(), section, key.c_str(), absent) != absent;
 }
 
-std::string text_of(const app_ctrl_int_item_t& item) { return std::to_string(item.value); }
-std::string text_of(const app_ctrl_str_item_t& item) { return item.value; }
+std::string text_of(const app_ctrl_int_item_t& item) {
+    return std::to_string(item.value);
+}
+std::string text_of(const app_ctrl_str_item_t& item) {
+    return item.value;
+}
 
 // Calls visit(section, item) for each item of a file, flags first, then integers, then texts.
 template <typename Visit>
@@ -96,7 +104,7 @@ void for_each_item(app_ctrl_items_t& items, Visit visit) {
 }
 
 void write_all_keys(app_ctrl_items_t& items) {
-    make_file(items.path);
+    make_file(items.path, O_TRUNC);
     for_each_item(items, [&](const char* section, auto& item) {
         write_key(items.path, section, item.cfg_name, text_of(item));
     });
@@ -125,11 +133,13 @@ void ctrl_running_str(app_ctrl_str_item_t& item) {
 
 // ---- items -------------------------------------------------------------------------------------
 
+bool is_ini_key(const std::string& name) {
+    return !name.empty() && name.find_first_of("[]:=\"#; \t\r\n") == std::string::npos;
+}
+
 template <typename Item>
 int add_item(std::vector<Item>& list, Item item) {
-    if (item.cfg_name.empty() || item.cfg_name.find_first_of("[]:=\r\n") != std::string::npos)
-        return EINVAL;
-    if (item.handler == nullptr)
+    if (!is_ini_key(item.cfg_name) || item.handler == nullptr)
         return EINVAL;
     for (const Item& other : list) {
         if (strcasecmp(other.cfg_name.c_str(), item.cfg_name.c_str()) == 0)
@@ -139,21 +149,26 @@ int add_item(std::vector<Item>& list, Item item) {
     return 0;
 }
 
-std::string text_or_empty(const char* text) { return text != nullptr ? text : ""; }
+std::string text_or_empty(const char* text) {
+    return text != nullptr ? text : "";
+}
 
 } // namespace
 
 int app_ctrl_init(const char* appName) {
     const std::string name = text_or_empty(appName);
-    if (name.empty() || name.find('/') != std::string::npos)
+    if (name.empty() || name.size() > APP_NAME_MAX || name.find('/') != std::string::npos)
         return EINVAL;
 
-    const auto form_path = [&](const char* format_head) { return format_head + name; };
+    char path[APP_NAME_MAX + 64];
     g_app_ctrl_cb = {};
     g_app_ctrl_cb.app_name = name;
-    g_app_ctrl_cb.startup.path = form_path("/flash/initial.");
-    g_app_ctrl_cb.running.path = form_path("/tmp/product/running.");
-    g_app_ctrl_cb.action_path = form_path("/tmp/product/action.");
+    snprintf(path, sizeof(path), "/flash/initial.%s", name.c_str());
+    g_app_ctrl_cb.startup.path = path;
+    snprintf(path, sizeof(path), "/tmp/product/running.%s", name.c_str());
+    g_app_ctrl_cb.running.path = path;
+    snprintf(path, sizeof(path), "/tmp/product/action.%s", name.c_str());
+    g_app_ctrl_cb.action_path = path;
     return take_control_signals();
 }
 
@@ -195,7 +210,7 @@ int app_add_action_ctrl(const char* cfg_name, app_ctrl_action_handler_t hndl_act
 
 void app_ctrl_init_app_startup_ctrl_info() {
     app_ctrl_items_t& startup = g_app_ctrl_cb.startup;
-    make_file(startup.path);
+    make_file(startup.path, 0);
     for_each_item(startup, [&](const char* section, auto& item) {
         if (!has_key(startup.path, section, item.cfg_name))
             write_key(startup.path, section, item.cfg_name, text_of(item));
@@ -203,10 +218,12 @@ void app_ctrl_init_app_startup_ctrl_info() {
     });
 }
 
-void app_ctrl_init_app_running_ctrl_info() { write_all_keys(g_app_ctrl_cb.running); }
+void app_ctrl_init_app_running_ctrl_info() {
+    write_all_keys(g_app_ctrl_cb.running);
+}
 
 void app_ctrl_init_action_items() {
-    make_file(g_app_ctrl_cb.action_path);
+    make_file(g_app_ctrl_cb.action_path, O_TRUNC);
     for (const app_ctrl_action_t& action : g_app_ctrl_cb.actions)
         write_key(g_app_ctrl_cb.action_path, SECTION_ACTION, action.cfg_name, "0");
 }
@@ -237,7 +254,9 @@ void app_ctrl_proc_action_conf() {
     }
 }
 
-int app_ctrl_signal_fd() { return signal_pipe[0]; }
+int app_ctrl_signal_fd() {
+    return signal_pipe[0];
+}
 
 void app_ctrl_service_pending() {
     if (signal_pipe[0] < 0)

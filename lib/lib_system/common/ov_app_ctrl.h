@@ -54,8 +54,8 @@ struct app_ctrl_cb_t {
 extern app_ctrl_cb_t g_app_ctrl_cb;
 
 // Stores the name, forms the paths, empties the lists of items and takes SIGUSR1 and SIGUSR2. To be called
-// before any item is registered; again to start over. 0 or an errno: EINVAL for a name that is null, empty
-// or holds a '/', else what pipe2 or sigaction said.
+// before any item is registered; again to start over. 0 or an errno: EINVAL for a name that is null, empty,
+// longer than 64 characters or holds a '/', else what pipe2 or sigaction said.
 int app_ctrl_init(const char* appName);
 
 // Makes the three files and hands the startup items their values. A file that can't be written is logged
@@ -63,7 +63,7 @@ int app_ctrl_init(const char* appName);
 void app_ctrl_start();
 
 // Register an item; `dflt` is what its file gets when it has no such key. 0, or EINVAL for a name that
-// isn't an ini key (empty, or with one of "[]:=" or a line end) or a null handler, or EEXIST for a name
+// can't be an ini key (empty, or with white space or one of []:="#;) or a null handler, or EEXIST for a name
 // that the same list has already (keys don't distinguish case).
 int app_add_startup_debug_flag(const char* cfg_name, int dflt, app_ctrl_int_handler_t handler);
 int app_add_startup_int_ctrl(const char* cfg_name, int dflt, app_ctrl_int_handler_t handler);
