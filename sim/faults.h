@@ -1,0 +1,65 @@
+// Faults on request: what the controller does wrong, for which message, and how often.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+enum class FaultKind {
+    no_reply,          // the request stays unanswered
+    late,              // value: milliseconds
+    code,              // value: the reply's errcode
+    wrong_seq,         // value: added to the right sequence number
+    wrong_type,        // value: message type in place of UMSG_REPLY
+    oversize,          // value: bytes of reply data; above 4088 the frame is longer than allowed
+    bad_len,           // value: added to the right length of data in the reply's head
+    short_reply,       // value: bytes of the reply's body
+    bad_version,       // value: the reply's version
+    truncated,         // value: bytes of the reply's frame that go out before the connection is closed
+    close,             // the connection is closed in place of a reply
+    no_connect_back,   // the daemon's connection isn't answered with one
+    late_connect_back, // value: milliseconds
+};
+
+struct FaultName {
+    const char* name;
+    FaultKind kind;
+    const char* value_name; // its option's name; null: takes none
+    uint32_t value;         // when the option isn't given
+    const char* help;
+};
+std::span<const FaultName> fault_names();
+const FaultName* find_fault(std::string_view name);
+
+struct Fault {
+    uint32_t id = 0;
+    const FaultName* what = nullptr;
+    std::optional<uint8_t> type; // only for requests of this type
+    uint32_t times = 1;          // 0: until it is cleared
+    uint32_t value = 0;
+
+    std::string line() const;
+};
+
+class Faults {
+public:
+    // Gives the fault's id.
+    uint32_t add(Fault fault);
+    // The oldest fault that applies to the reply to a request of this type, used up once.
+    std::optional<Fault> take_for_reply(uint8_t type);
+    std::optional<Fault> take_for_connect_back();
+    // False when there is no such fault.
+    bool remove(uint32_t id);
+    void clear() { faults_.clear(); }
+    const std::vector<Fault>& all() const { return faults_; }
+
+private:
+    template <typename Applies>
+    std::optional<Fault> take(Applies applies);
+
+    std::vector<Fault> faults_;
+    uint32_t next_id_ = 1;
+};

@@ -1,0 +1,179 @@
+// chassis-sim: the simulated chassis around the daemon.
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <getopt.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+
+#include "chassis.h"
+#include "control_socket.h"
+#include "scenario.h"
+
+namespace {
+
+constexpr int EXIT_RUN = 1;   // a port or socket can't be had, or the scenario failed
+constexpr int EXIT_USAGE = 2; // wrong options, or a mistake in the scenario
+
+const char USAGE[] =
+    "Usage: chassis-sim [--scenario FILE] [--control PATH] [--check]\n"
+    "\n"
+    "Plays the chassis around the daemon: the system controller (127.0.0.1 port 30000), the\n"
+    "heartbeat monitor (/tmp/uds_hb.socket) and the environment store ($OV_ENV_DIR, or\n"
+    "/var/run/product/env). Driven by a scenario and by simctl. Runs in the foreground until\n"
+    "\"simctl quit\", SIGTERM or SIGINT. These places are the daemon's own: run both in a\n"
+    "gpon-sandbox.\n"
+    "\n"
+    "  --scenario FILE   commands to run; see \"simctl help\" for the commands\n"
+    "  --control PATH    control socket (/var/run/chassis-sim.ctl)\n"
+    "  --check           check the scenario and exit\n"
+    "  --help            this text\n"
+    "\n"
+    "Prints \"chassis-sim: ready\" once it listens and the scenario has run up to its first wait.\n"
+    "Exit status: 0; 1 when a port or socket can't be had or the scenario failed; 2 for wrong\n"
+    "options or a mistake in the scenario.\n";
+
+struct Options {
+    std::string scenario;
+    std::string control = ControlSocket::DEFAULT_PATH;
+    bool check = false;
+};
+
+[[noreturn]] void fail(int status, const std::string& why) {
+    std::fprintf(stderr, "chassis-sim: %s\n", why.c_str());
+    std::exit(status);
+}
+
+Options parse(int argc, char** argv) {
+    enum { SCENARIO = 256, CONTROL, CHECK, HELP };
+    const option longopts[] = {
+        {"scenario", required_argument, nullptr, SCENARIO},
+        {"control", required_argument, nullptr, CONTROL},
+        {"check", no_argument, nullptr, CHECK},
+        {"help", no_argument, nullptr, HELP},
+        {nullptr, 0, nullptr, 0},
+    };
+    Options opt;
+    opterr = 0;
+    for (int c = 0; (c = getopt_long(argc, argv, "h", longopts, nullptr)) != -1;) {
+        switch (c) {
+        case SCENARIO:
+            opt.scenario = optarg;
+            break;
+        case CONTROL:
+            opt.control = optarg;
+            break;
+        case CHECK:
+            opt.check = true;
+            break;
+        case HELP:
+        case 'h':
+            std::fputs(USAGE, stdout);
+            std::exit(0);
+        default:
+            fail(EXIT_USAGE, std::string("unknown option, or its argument is missing: ") + argv[optind - 1] +
+                                 "; see --help");
+        }
+    }
+    if (optind < argc)
+        fail(EXIT_USAGE, std::string("unexpected argument: ") + argv[optind] + "; see --help");
+    return opt;
+}
+
+// SIGTERM and SIGINT end the loop.
+Fd watch_signals(EventLoop& loop) {
+    std::signal(SIGPIPE, SIG_IGN);
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGTERM);
+    sigaddset(&set, SIGINT);
+    sigprocmask(SIG_BLOCK, &set, nullptr);
+    Fd fd(signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
+    loop.watch(fd.get(), POLLIN, [&loop](short) { loop.stop(); });
+    return fd;
+}
+
+// The scenario's two scripts at work.
+class Player {
+public:
+    Player(Chassis& chassis, const Scenario& scenario) : chassis_(chassis), scenario_(scenario) {}
+
+    void start() {
+        chassis_.controller.set_session_handler([this](bool up) { on_session(up); });
+        chassis_.scenario_state = "running";
+        on_start_.start(scenario_, scenario_.on_start, 0, [this](const std::string& error) {
+            chassis_.scenario_state = error.empty() ? "done" : "failed";
+            if (!error.empty())
+                give_up(error);
+        });
+    }
+    bool failed() const { return failed_; }
+
+private:
+    // Records from the connection's own on count for the waits of "on connect".
+    void on_session(bool up) {
+        on_connect_.cancel();
+        if (!up)
+            return;
+        const uint64_t since = chassis_.records.last_id();
+        chassis_.loop.after(std::chrono::milliseconds(0), [this, since] {
+            on_connect_.start(scenario_, scenario_.on_connect, since, [this](const std::string& error) {
+                if (!error.empty())
+                    note_failure(error);
+                else
+                    chassis_.records.add("scenario", {{"script", "on-connect"}, {"result", "done"}});
+            });
+        });
+    }
+
+    void note_failure(const std::string& error) {
+        std::fprintf(stderr, "chassis-sim: %s\n", error.c_str());
+        chassis_.records.add("scenario", {{"result", "failed"}, {"error", error}});
+    }
+
+    void give_up(const std::string& error) {
+        note_failure(error);
+        failed_ = true;
+        chassis_.loop.stop();
+    }
+
+    Chassis& chassis_;
+    const Scenario& scenario_;
+    ScriptRun on_start_;
+    ScriptRun on_connect_;
+    bool failed_ = false;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const Options opt = parse(argc, argv);
+    Chassis chassis;
+    Scenario scenario;
+    std::string error;
+    if (!opt.scenario.empty() && !load_scenario(chassis, opt.scenario, scenario, error))
+        fail(EXIT_USAGE, error);
+    if (opt.check)
+        return 0;
+
+    const Fd signals = watch_signals(chassis.loop);
+    ControlSocket control(chassis);
+    if (!control.listen(opt.control, error) || !chassis.controller.listen(error) ||
+        !chassis.monitor.start(error))
+        fail(EXIT_RUN, error);
+    // A value that an earlier run left must not let the daemon start before the scenario says so.
+    if (!chassis.env.put("mono_ready", "0", error))
+        fail(EXIT_RUN, error);
+
+    Player player(chassis, scenario);
+    player.start();
+    if (!player.failed()) {
+        std::puts("chassis-sim: ready");
+        std::fflush(stdout);
+        chassis.loop.run();
+    }
+    chassis.controller.set_session_handler(nullptr);
+    chassis.env.put("mono_ready", "0", error);
+    return player.failed() ? EXIT_RUN : 0;
+}
