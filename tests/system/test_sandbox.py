@@ -11,6 +11,8 @@ import pytest
 
 from chassis import Sandbox, program, wait_for
 
+#: A time that no other run of these tests sleeps for, so that a sleep is found by its command line.
+LONG = 100_000 + os.getpid()
 FRESH = ["/run", "/var/run", "/tmp", "/app", "/flash", "/home/nms", "/var/agentx", "/dev/shm"]
 
 
@@ -203,9 +205,9 @@ def test_a_pid_file_that_cannot_be_written_is_said_before_the_command_runs():
 
 
 def test_background_processes_end_with_the_command():
-    made = run("sh", "-c", "setsid sleep 987 >/dev/null 2>&1 & echo up")
+    made = run("sh", "-c", f"setsid sleep {LONG} >/dev/null 2>&1 & echo up")
     assert made.returncode == 0
-    assert not [pid for pid in os.listdir("/proc") if command_line(pid) == "sleep 987"]
+    assert not [pid for pid in os.listdir("/proc") if command_line(pid) == f"sleep {LONG}"]
 
 
 def command_line(pid):
@@ -218,7 +220,7 @@ def command_line(pid):
 def test_nothing_is_left_after_sigkill_of_the_launcher():
     mounts = pathlib.Path("/proc/self/mountinfo").read_text()
     box = Sandbox()
-    child = subprocess.Popen(box.command("sh", "-c", "setsid sleep 986 & echo up; sleep 986"), stdout=subprocess.PIPE)
+    child = subprocess.Popen(box.command("sh", "-c", f"setsid sleep {LONG} & echo up; sleep {LONG}"), stdout=subprocess.PIPE)
     assert child.stdout.readline() == b"up\n"
     inside = list(box.processes())
     assert len(inside) >= 3  # the first process, one in the background, one in front
@@ -231,10 +233,10 @@ def test_nothing_is_left_after_sigkill_of_the_launcher():
 
 
 def test_sigkill_of_a_launcher_with_a_command_ends_the_command():
-    box = subprocess.Popen([program("gpon-sandbox"), "sh", "-c", "echo up; exec sleep 985"], stdout=subprocess.PIPE)
+    box = subprocess.Popen([program("gpon-sandbox"), "sh", "-c", f"echo up; exec sleep {LONG}"], stdout=subprocess.PIPE)
     try:
         assert box.stdout.readline() == b"up\n"
-        sleeping = wait_for(lambda: [pid for pid in os.listdir("/proc") if command_line(pid) == "sleep 985"])
+        sleeping = wait_for(lambda: [pid for pid in os.listdir("/proc") if command_line(pid) == f"sleep {LONG}"])
     finally:
         box.kill()
         box.wait(20)
@@ -297,7 +299,7 @@ def test_enter_of_a_process_that_is_gone_is_refused():
 
 
 def test_an_entered_command_ends_with_its_launcher(sandbox):
-    entered = subprocess.Popen(sandbox.command("sh", "-c", "echo up; exec sleep 984"), stdout=subprocess.PIPE)
+    entered = subprocess.Popen(sandbox.command("sh", "-c", f"echo up; exec sleep {LONG}"), stdout=subprocess.PIPE)
     assert entered.stdout.readline() == b"up\n"
     inside = list(sandbox.processes("sleep"))
     entered.kill()
