@@ -125,6 +125,7 @@ void Controller::accept_one() {
     Fd fd(accept4(listener_.get(), reinterpret_cast<sockaddr*>(&addr), &len, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (!fd)
         return;
+    const uint64_t since = records_.last_id();
     Connection& conn = add_connection(std::move(fd), Role::sync, ntohs(addr.sin_port));
     records_.add(
         "accepted",
@@ -133,6 +134,7 @@ void Controller::accept_one() {
         return;
     session_sync_ = conn.id;
     session_async_ = 0;
+    session_since_ = since;
     stages_.clear();
     connect_back(conn);
 }

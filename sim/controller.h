@@ -80,6 +80,8 @@ public:
     const std::map<uint32_t, std::unique_ptr<Connection>>& connections() const { return connections_; }
     uint32_t session_sync() const { return session_sync_; }   // 0: none
     uint32_t session_async() const { return session_async_; } // 0: none
+    // Id of the last record before the present session began.
+    uint64_t session_since() const { return session_since_; }
     // In the order of their priority; those of the present session.
     const std::vector<Stage>& stages() const { return stages_; }
 
@@ -115,6 +117,7 @@ private:
     uint32_t next_id_ = 1;
     uint32_t session_sync_ = 0;
     uint32_t session_async_ = 0;
+    uint64_t session_since_ = 0;
 };
 
 const char* role_name(Controller::Role role);

@@ -40,9 +40,13 @@ struct Options {
     bool check = false;
 };
 
-[[noreturn]] void fail(int status, const std::string& why) {
+void complain(const std::string& why) {
     std::fprintf(stderr, "chassis-sim: %s\n", why.c_str());
-    std::exit(status);
+}
+
+[[noreturn]] void bad_usage(const std::string& why) {
+    complain(why + "; see --help");
+    std::exit(EXIT_USAGE);
 }
 
 Options parse(int argc, char** argv) {
@@ -72,12 +76,11 @@ Options parse(int argc, char** argv) {
             std::fputs(USAGE, stdout);
             std::exit(0);
         default:
-            fail(EXIT_USAGE, std::string("unknown option, or its argument is missing: ") + argv[optind - 1] +
-                                 "; see --help");
+            bad_usage(std::string("unknown option, or its argument is missing: ") + argv[optind - 1]);
         }
     }
     if (optind < argc)
-        fail(EXIT_USAGE, std::string("unexpected argument: ") + argv[optind] + "; see --help");
+        bad_usage(std::string("unexpected argument: ") + argv[optind]);
     return opt;
 }
 
@@ -111,13 +114,14 @@ public:
     bool failed() const { return failed_; }
 
 private:
-    // Records from the connection's own on count for the waits of "on connect".
+    // All records of the session count for the waits of "on connect": a request may come before the
+    // connection back stands.
     void on_session(bool up) {
         on_connect_.cancel();
         if (!up)
             return;
-        const uint64_t since = chassis_.records.last_id();
-        chassis_.loop.after(std::chrono::milliseconds(0), [this, since] {
+        chassis_.loop.after(std::chrono::milliseconds(0), [this] {
+            const uint64_t since = chassis_.controller.session_since();
             on_connect_.start(scenario_, scenario_.on_connect, since, [this](const std::string& error) {
                 if (!error.empty())
                     note_failure(error);
@@ -128,7 +132,7 @@ private:
     }
 
     void note_failure(const std::string& error) {
-        std::fprintf(stderr, "chassis-sim: %s\n", error.c_str());
+        complain(error);
         chassis_.records.add("scenario", {{"result", "failed"}, {"error", error}});
     }
 
@@ -145,27 +149,17 @@ private:
     bool failed_ = false;
 };
 
-} // namespace
-
-int main(int argc, char** argv) {
-    const Options opt = parse(argc, argv);
-    Chassis chassis;
-    Scenario scenario;
+// Returns what main returns; everything that was made is taken down on the way out.
+int play(const Options& opt, Chassis& chassis, const Scenario& scenario) {
     std::string error;
-    if (!opt.scenario.empty() && !load_scenario(chassis, opt.scenario, scenario, error))
-        fail(EXIT_USAGE, error);
-    if (opt.check)
-        return 0;
-
     const Fd signals = watch_signals(chassis.loop);
     ControlSocket control(chassis);
-    if (!control.listen(opt.control, error) || !chassis.controller.listen(error) ||
-        !chassis.monitor.start(error))
-        fail(EXIT_RUN, error);
     // A value that an earlier run left must not let the daemon start before the scenario says so.
-    if (!chassis.env.put("mono_ready", "0", error))
-        fail(EXIT_RUN, error);
-
+    if (!control.listen(opt.control, error) || !chassis.controller.listen(error) ||
+        !chassis.monitor.start(error) || !chassis.env.put("mono_ready", "0", error)) {
+        complain(error);
+        return EXIT_RUN;
+    }
     Player player(chassis, scenario);
     player.start();
     if (!player.failed()) {
@@ -176,4 +170,18 @@ int main(int argc, char** argv) {
     chassis.controller.set_session_handler(nullptr);
     chassis.env.put("mono_ready", "0", error);
     return player.failed() ? EXIT_RUN : 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const Options opt = parse(argc, argv);
+    Chassis chassis;
+    Scenario scenario;
+    std::string error;
+    if (!opt.scenario.empty() && !load_scenario(chassis, opt.scenario, scenario, error)) {
+        complain(error);
+        return EXIT_USAGE;
+    }
+    return opt.check ? 0 : play(opt, chassis, scenario);
 }

@@ -1,0 +1,122 @@
+#include "scenario.h"
+
+#include <gtest/gtest.h>
+#include <optional>
+#include <sstream>
+
+namespace {
+
+class ScenarioTest : public testing::Test {
+protected:
+    bool read(const std::string& text) {
+        scenario_ = {};
+        scenario_.file = "x.scn";
+        error_.clear();
+        std::istringstream in(text);
+        return read_scenario(chassis_, in, scenario_, error_);
+    }
+    // Starts the main script; the result of its end, when it has ended.
+    void start() {
+        result_.reset();
+        run_.start(scenario_, scenario_.on_start, 0, [this](const std::string& error) { result_ = error; });
+    }
+    // Runs the loop for this long.
+    void pass(int ms) {
+        chassis_.loop.after(std::chrono::milliseconds(ms), [this] { chassis_.loop.stop(); });
+        chassis_.loop.run();
+    }
+    std::string notes() const {
+        std::string text;
+        for (const Record& record : chassis_.records.all())
+            text += *record.find("text");
+        return text;
+    }
+
+    Chassis chassis_;
+    Scenario scenario_;
+    ScriptRun run_;
+    std::string error_;
+    std::optional<std::string> result_;
+};
+
+TEST_F(ScenarioTest, KeepsItsTwoScriptsApart) {
+    ASSERT_TRUE(read("note a # first\n\n  # nothing\non connect\n note b\n note c\nend\nnote d")) << error_;
+    EXPECT_EQ(scenario_.on_start.size(), 2u);
+    EXPECT_EQ(scenario_.on_connect.size(), 2u);
+    EXPECT_EQ(scenario_.on_connect[1].line, 6u);
+}
+
+TEST_F(ScenarioTest, NamesFileAndLineOfAMistake) {
+    EXPECT_FALSE(read("note a\n\nnosuch thing\n"));
+    EXPECT_EQ(error_, "x.scn:3: no command \"nosuch\"; \"help\" lists them");
+    EXPECT_FALSE(read("on connect\non connect\nend\n"));
+    EXPECT_EQ(error_, "x.scn:2: \"on connect\" inside \"on connect\"");
+    EXPECT_FALSE(read("note " + std::string(70000, 'x')));
+    EXPECT_EQ(error_, "x.scn:1: line too long");
+}
+
+TEST_F(ScenarioTest, RunsStepsAtOnceWhenNothingWaits) {
+    ASSERT_TRUE(read("note a\nnote b\nnote c\n"));
+    start();
+    EXPECT_EQ(result_, "");
+    EXPECT_EQ(notes(), "abc");
+}
+
+TEST_F(ScenarioTest, ThousandsOfStepsDontDeepenTheStack) {
+    std::string text;
+    for (int i = 0; i < 20000; ++i)
+        text += "count\n";
+    ASSERT_TRUE(read(text));
+    start();
+    EXPECT_EQ(result_, "");
+}
+
+TEST_F(ScenarioTest, WaitsInTheMiddle) {
+    ASSERT_TRUE(read("note a\ndelay 5\nnote b\nwait kind=note text=go\nnote c\n"));
+    start();
+    EXPECT_FALSE(result_);
+    EXPECT_EQ(notes(), "a");
+    chassis_.loop.after(std::chrono::milliseconds(10), [this] {
+        chassis_.records.add("note", {{"text", "go"}});
+    });
+    pass(20);
+    EXPECT_EQ(result_, "");
+    EXPECT_EQ(notes(), "abgoc");
+}
+
+TEST_F(ScenarioTest, StopsAtAStepThatFails) {
+    ASSERT_TRUE(read("note a\nwait timeout=1 kind=never\nnote b\n"));
+    start();
+    pass(10);
+    EXPECT_EQ(result_, "x.scn:2: timeout after 1 ms: 0 of 1 records seen");
+    EXPECT_EQ(notes(), "a");
+}
+
+TEST_F(ScenarioTest, ACancelledRunDoesNothingMore) {
+    ASSERT_TRUE(read("delay 1\nnote a\n"));
+    start();
+    run_.cancel();
+    pass(10);
+    EXPECT_FALSE(result_);
+    EXPECT_EQ(notes(), "");
+}
+
+TEST_F(ScenarioTest, ARunMayBeStartedAnew) {
+    ASSERT_TRUE(read("note a\ndelay 1\nnote b\n"));
+    start();
+    start();
+    pass(10);
+    EXPECT_EQ(result_, "");
+    EXPECT_EQ(notes(), "aab");
+}
+
+TEST_F(ScenarioTest, RecordsBeforeItsBeginDontCountForItsWaits) {
+    chassis_.records.add("note", {{"text", "old"}});
+    ASSERT_TRUE(read("wait timeout=1 kind=note\n"));
+    run_.start(scenario_, scenario_.on_start, chassis_.records.last_id(),
+               [this](const auto& e) { result_ = e; });
+    pass(10);
+    EXPECT_NE(result_, "");
+}
+
+} // namespace
