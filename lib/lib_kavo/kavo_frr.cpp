@@ -6,7 +6,17 @@
 
 namespace {
 constexpr size_t proto_name_size = 256; // of the library's arrays, whose declarations don't tell
+
+// The node for developers' commands; the library has its number and leaves the rest to the daemon.
+void install_debug_node() {
+    static struct cmd_node debug_node = {};
+    debug_node.name = "debug";
+    debug_node.node = DEBUG_NODE;
+    debug_node.prompt = "";
+    install_node(&debug_node);
+    install_default(DEBUG_NODE);
 }
+} // namespace
 
 void openzlog(const char* progname, zlog_proto_t protocol, int syslog_flags, int facility) {
     const char* const name = protocol == ZLOG_GPON ? "GPON" : "NONE";
@@ -26,4 +36,5 @@ void vty_init(struct thread_master* master, const char* name) {
     snprintf(frr_protonameinst, proto_name_size, "%s", name);
     vty_init(master, false);
     nb_init(master, nullptr, 0, false);
+    install_debug_node();
 }

@@ -27,6 +27,7 @@
 #include <frr/sigevent.h>
 #include <frr/thread.h>
 #include <frr/vector.h>
+#include <frr/version.h>
 #include <frr/vty.h>
 #include <frr/zlog.h>
 #include <frr/zlog_targets.h>

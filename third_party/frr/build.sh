@@ -1,7 +1,7 @@
 #!/bin/sh
 # Build libfrr from the distribution's source package with our patches.
 #
-#   build.sh            build unless it is there already, and print the prefix
+#   build.sh            build unless it is there already
 #   build.sh --prefix   only print the prefix
 #
 # The result is cached below GPON_CACHE_DIR (default: gpon in the user's cache
@@ -39,7 +39,6 @@ case ${1-} in
 esac
 
 if [ -e "$stamp" ]; then
-    echo "libfrr $version: $prefix"
     exit 0
 fi
 
@@ -48,7 +47,6 @@ mkdir -p "$cache"
 exec 9>"$cache/frr.lock"
 flock 9
 if [ -e "$stamp" ]; then
-    echo "libfrr $version: $prefix"
     exit 0
 fi
 
@@ -147,7 +145,7 @@ build() (
     install_to "$work/out"
 )
 
-echo "libfrr $version: building (about a minute)"
+echo "libfrr $version: building it, once for this machine (about a minute)" >&2
 # Not "if build": -e has no effect inside a tested command.
 set +e
 build >>"$log" 2>&1 9>&-
@@ -159,4 +157,3 @@ touch "$work/out/.complete"
 rm -rf "$prefix"
 mv "$work/out" "$prefix"
 rm -f "$log"
-echo "libfrr $version: $prefix"

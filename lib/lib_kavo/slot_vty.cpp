@@ -1,0 +1,61 @@
+#include "slot_vty.h"
+
+#include "kavo_cmd.h"
+#include "ov_product.h"
+#include "ov_slot.h"
+
+namespace {
+
+bool has(slot_bitmap_t bitmap, uint32_t slot) { return (bitmap & (1u << slot)) != 0; }
+
+const char* yes_or_dash(bool yes) { return yes ? "yes" : "-"; }
+
+void dump_shelf(struct vty* vty, const char* nl) {
+    const ov_shelf_info_t& shelf = g_shelf_slot_info;
+    vty_out(vty, "  shelf %u, type %u, this board in slot %u%s", shelf.shelfId, shelf.shelfConfig.shelf_type,
+            ov_product_slot_id_get(), nl);
+    if (shelf.standbyScSupport != 0)
+        vty_out(vty, "  control card: active slot %u, standby slot %u%s%s", shelf.activeScSlot,
+                shelf.standbyScSlot, shelf.standbyScAlive != 0 ? ", alive" : "", nl);
+}
+
+void dump_slot(struct vty* vty, const char* nl, uint32_t slot) {
+    const ov_shelf_info_t& shelf = g_shelf_slot_info;
+    const ov_slot_info_t* card = ov_slot_lookup_by_slotid(slot);
+    char type[16] = "-";
+    if (card != nullptr)
+        snprintf(type, sizeof(type), "%u", card->slotType);
+    vty_out(vty, "   %4u    %-9s    %9s    %7s    %9s    %8s    %7s    %5s%s", slot, ov_slot_role_text(slot),
+            type, yes_or_dash(has(shelf.slotBitsPresent, slot)), yes_or_dash(has(shelf.slotBitsConnected, slot)),
+            yes_or_dash(has(shelf.slotBitsSynching, slot)), yes_or_dash(has(shelf.slotBitsSynched, slot)),
+            has(shelf.slotBitsPwrOff, slot) ? "off" : "on", nl);
+}
+
+int show_slot_info(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
+    slot_vty_dump_all(vty);
+    return 0;
+}
+
+const kavo_cmd_t slot_cmds[] = {
+    {{VIEW_NODE, ENABLE_NODE, CONFIG_NODE, DEBUG_NODE},
+     "show slot info",
+     "Show running system information\nSlots of the shelf\nRole, card and state of each slot\n",
+     show_slot_info},
+};
+
+} // namespace
+
+void slot_vty_dump_all(struct vty* vty) {
+    static const char rule[] =
+        "   ---------------------------------------------------------------------------------------------";
+    const char* nl = kavo_newline(vty);
+    dump_shelf(vty, nl);
+    vty_out(vty, "   %4s    %-9s    %9s    %7s    %9s    %8s    %7s    %5s%s", "slot", "role", "card type",
+            "present", "connected", "synching", "synched", "power", nl);
+    vty_out(vty, "%s%s", rule, nl);
+    for (uint32_t slot = ov_slot_get_min_slot_num(); slot <= ov_slot_get_max_slot_num(); slot++)
+        dump_slot(vty, nl, slot);
+    vty_out(vty, "%s%s", rule, nl);
+}
+
+void slot_vty_init() { kavo_cmd_install(slot_cmds); }
