@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -45,9 +46,13 @@ const option longopts[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-void sighup() { OV_LOG_NOTICE("LIB", "SIGHUP received"); }
+void sighup() {
+    OV_LOG_NOTICE("LIB", "SIGHUP received");
+}
 
-void sigusr1() { zlog_rotate(); }
+void sigusr1() {
+    zlog_rotate();
+}
 
 void sigint() {
     OV_LOG_NOTICE("LIB", "Terminating on signal");
@@ -169,6 +174,13 @@ void start_connected() {
     kavo_add_timer<gpon_heartbeat_timer>(master, nullptr, GPON_HEARTBEAT_SECONDS, nullptr);
 }
 
+// How long the start took, and how much of it the platform's environment tool.
+void log_start_up_time(std::chrono::steady_clock::time_point began) {
+    const std::chrono::duration<double, std::micro> took = std::chrono::steady_clock::now() - began;
+    OV_LOG_INFO("LIB", "start-up took %.0f us, environment look-ups %.0f us", took.count(),
+                static_cast<double>(ov_product_env_cost_get().usec));
+}
+
 } // namespace
 
 std::array<quagga_signal_t, 4> gpon_signals = {{
@@ -179,6 +191,7 @@ std::array<quagga_signal_t, 4> gpon_signals = {{
 }};
 
 int gpon_main(int argc, char** argv) {
+    const auto began = std::chrono::steady_clock::now();
     umask(027);
     openzlog(program_name(argc, argv), ZLOG_GPON, LOG_PID | LOG_CONS | LOG_NDELAY, LOG_DAEMON);
     const bool daemonise = daemon_wanted(argc, argv);
@@ -188,6 +201,7 @@ int gpon_main(int argc, char** argv) {
         become_daemon();
     pid = pid_output(pid_file);
     start_connected();
+    log_start_up_time(began);
 
     struct thread thread;
     while (thread_fetch(master, &thread) != nullptr)

@@ -1,3 +1,5 @@
 #include "gpon_main.h"
 
-int main(int argc, char** argv) { return gpon_main(argc, argv); }
+int main(int argc, char** argv) {
+    return gpon_main(argc, argv);
+}

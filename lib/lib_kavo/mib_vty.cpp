@@ -5,7 +5,9 @@
 
 namespace {
 
-const char* enabled(char flag) { return flag != 0 ? "enable" : "disable"; }
+const char* enabled(char flag) {
+    return flag != 0 ? "enable" : "disable";
+}
 
 int show_mib_table(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
     mib_table_vty_dump_all(vty);
@@ -30,12 +32,14 @@ void mib_table_vty_dump_all(struct vty* vty) {
     for (const MIBDid_t& did : _sDid_Array) {
         if (did.table_name == nullptr)
             break;
-        vty_out(vty, "   %5d    %-25s    %9s    %s%s", did.index, did.table_name, enabled(did.if_trigger_save),
-                enabled(did.if_trigger_sync), nl);
+        vty_out(vty, "   %5d    %-25s    %9s    %s%s", did.index, did.table_name,
+                enabled(did.if_trigger_save), enabled(did.if_trigger_sync), nl);
         total++;
     }
     vty_out(vty, "%s%s", rule, nl);
     vty_out(vty, "  total %2d mib tables%s", total, nl);
 }
 
-void mib_table_vty_init() { kavo_cmd_install(mib_cmds); }
+void mib_table_vty_init() {
+    kavo_cmd_install(mib_cmds);
+}

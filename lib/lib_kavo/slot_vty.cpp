@@ -6,9 +6,13 @@
 
 namespace {
 
-bool has(slot_bitmap_t bitmap, uint32_t slot) { return (bitmap & (1u << slot)) != 0; }
+bool has(slot_bitmap_t bitmap, uint32_t slot) {
+    return (bitmap & (1u << slot)) != 0;
+}
 
-const char* yes_or_dash(bool yes) { return yes ? "yes" : "-"; }
+const char* yes_or_dash(bool yes) {
+    return yes ? "yes" : "-";
+}
 
 void dump_shelf(struct vty* vty, const char* nl) {
     const ov_shelf_info_t& shelf = g_shelf_slot_info;
@@ -26,9 +30,10 @@ void dump_slot(struct vty* vty, const char* nl, uint32_t slot) {
     if (card != nullptr)
         snprintf(type, sizeof(type), "%u", card->slotType);
     vty_out(vty, "   %4u    %-9s    %9s    %7s    %9s    %8s    %7s    %5s%s", slot, ov_slot_role_text(slot),
-            type, yes_or_dash(has(shelf.slotBitsPresent, slot)), yes_or_dash(has(shelf.slotBitsConnected, slot)),
-            yes_or_dash(has(shelf.slotBitsSynching, slot)), yes_or_dash(has(shelf.slotBitsSynched, slot)),
-            has(shelf.slotBitsPwrOff, slot) ? "off" : "on", nl);
+            type, yes_or_dash(has(shelf.slotBitsPresent, slot)),
+            yes_or_dash(has(shelf.slotBitsConnected, slot)), yes_or_dash(has(shelf.slotBitsSynching, slot)),
+            yes_or_dash(has(shelf.slotBitsSynched, slot)), has(shelf.slotBitsPwrOff, slot) ? "off" : "on",
+            nl);
 }
 
 int show_slot_info(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
@@ -58,4 +63,6 @@ void slot_vty_dump_all(struct vty* vty) {
     vty_out(vty, "%s%s", rule, nl);
 }
 
-void slot_vty_init() { kavo_cmd_install(slot_cmds); }
+void slot_vty_init() {
+    kavo_cmd_install(slot_cmds);
+}

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "libovra.h"
+#include "ov_error_ring.h"
 
 namespace {
 
@@ -49,6 +50,8 @@ __attribute__((format(printf, 5, 0))) void write_line(const char* lib, const Ori
         return;
     if (tap != nullptr)
         tap(level, module, text.get());
+    if (level >= OV_LOG_LVL_ERROR)
+        ov_error_ring_add(level, module, text.get());
     ov_log_util(lib, level, module, origin.file, origin.line, origin.func, text.get());
 }
 
