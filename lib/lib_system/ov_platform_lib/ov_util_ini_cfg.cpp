@@ -1,20 +1,19 @@
 #include "ov_util_ini_cfg.h"
 
+#include <cctype>
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string_view>
 #include <vector>
 
-#include <fcntl.h>
 #include <iniparser/iniparser.h>
-#include <sys/stat.h>
 #include <unistd.h>
+
+#include "ov_file_replace.h"
 
 namespace {
 
@@ -75,14 +74,22 @@ std::optional<std::string> quoted(std::string_view value) {
     return plain ? std::optional<std::string>(value) : std::nullopt;
 }
 
-// The section a dictionary entry stands in: the longest section name that leads it. Empty for a key in
-// front of the first section.
+// Whether a line that begins with this key gives it back.
+bool is_line_start(std::string_view key) {
+    return !key.empty() && !is_space(key.front()) && key.find_first_of("#;") != 0 &&
+           key.find('=') == std::string_view::npos;
+}
+
+// The section under which to write a dictionary entry ("section:key"). Names with colons can leave a
+// choice; all are looked up alike, but not each may leave a key that can stand in the file.
 std::string_view section_of(const std::vector<std::string_view>& sections, std::string_view entry) {
     std::string_view best;
     for (std::string_view section : sections) {
-        if (section.size() > best.size() && entry.size() > section.size() && entry.starts_with(section) &&
-            entry[section.size()] == ':')
-            best = section;
+        if (entry.size() <= section.size() || !entry.starts_with(section) || entry[section.size()] != ':')
+            continue;
+        best = section;
+        if (is_line_start(entry.substr(section.size() + 1)))
+            break;
     }
     return best;
 }
@@ -95,10 +102,10 @@ std::string render(const dictionary& ini) {
     for (int i = 0; i < ini.size; i++) {
         if (ini.key[i] == nullptr)
             continue;
-        if (ini.val[i] == nullptr)
-            sections.emplace_back(ini.key[i]);
-        else
+        if (ini.val[i] != nullptr)
             keys.push_back(i);
+        else if (*ini.key[i] != '\0') // "[]" is what stands in front of the first section
+            sections.emplace_back(ini.key[i]);
     }
 
     std::string text;
@@ -114,38 +121,6 @@ std::string render(const dictionary& ini) {
         }
     }
     return text;
-}
-
-int write_all(int fd, std::string_view text) {
-    while (!text.empty()) {
-        ssize_t n = write(fd, text.data(), text.size());
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0)
-            return errno;
-        text.remove_prefix(size_t(n));
-    }
-    return 0;
-}
-
-// Puts the text in the place of the file in one step; permissions of an existing file are kept.
-int replace_file(const std::string& path, std::string_view text) {
-    struct stat old {};
-    mode_t mode = stat(path.c_str(), &old) == 0 ? old.st_mode & 07777 : 0644;
-    std::string temporary = path + ".XXXXXX";
-    int fd = mkostemp(temporary.data(), O_CLOEXEC);
-    if (fd < 0)
-        return errno;
-    int rc = write_all(fd, text);
-    if (rc == 0 && fchmod(fd, mode) != 0)
-        rc = errno;
-    if (close(fd) != 0 && rc == 0)
-        rc = errno;
-    if (rc == 0 && rename(temporary.c_str(), path.c_str()) != 0)
-        rc = errno;
-    if (rc != 0)
-        unlink(temporary.c_str());
-    return rc;
 }
 
 } // namespace
@@ -185,5 +160,5 @@ int ov_util_ini_cfg_set_val(const char* path, const char* section, const char* k
     if (!ini || iniparser_set(ini.get(), section, nullptr) != 0 ||
         iniparser_set(ini.get(), name.c_str(), value) != 0)
         return ENOMEM;
-    return replace_file(path, render(*ini));
+    return ov_file_replace(path, render(*ini));
 }

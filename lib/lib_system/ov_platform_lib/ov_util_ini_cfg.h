@@ -13,5 +13,7 @@ std::string ov_util_ini_cfg_get_str(const char* path, const char* section, const
 
 // Sets [section] key to value and writes the file anew (through a temporary file and a rename, so that
 // a reader never sees half a file), creating file and section when missing. Returns 0, or an errno.
-// Section and key must be non-empty and without '[', ']', ':', '=' and line ends (EINVAL).
+// Section and key must be non-empty and without '[', ']', ':', '=' and line ends (EINVAL); the value must
+// be a line that the file can hold (EINVAL) and not too long for one (EMSGSIZE). A file that stands there
+// but isn't an ini file is left alone (EBADMSG). Comments in the file are not kept.
 int ov_util_ini_cfg_set_val(const char* path, const char* section, const char* key, const char* value);
