@@ -238,6 +238,7 @@ TEST_F(AvlTree, DeleteOfAnAbsentKeyGives0) {
 
 TEST_F(AvlTree, NodesStayWhereTheyAreWhenOthersAreDeleted) {
     std::vector<Entry> entries;
+    entries.reserve(64);
     for (int key = 0; key < 64; key++)
         entries.push_back({key, key});
     insert_all(entries);
@@ -257,6 +258,7 @@ TEST_F(AvlTree, NodesStayWhereTheyAreWhenOthersAreDeleted) {
 TEST_F(AvlTree, NextIsPreorderFromTheRoot) {
     std::mt19937 random(7);
     std::vector<Entry> entries;
+    entries.reserve(200);
     for (int i = 0; i < 200; i++)
         entries.push_back({int(random() % 1000), i});
     insert_all(entries);
