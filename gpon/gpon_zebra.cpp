@@ -22,11 +22,13 @@ Row row_of_port(ov_ifindex_t ifindex) {
 
 MIB_Flags_t column_mask(unsigned column) {
     MIB_Flags_t flags = {};
-    flags.flags[column >> 5] = 1u << (column & 31);
+    mib_flag_set(flags, column);
     return flags;
 }
 
-bool is_uplink_port(uint16_t port_type) { return port_type == PORT_TYPE_GE || port_type == PORT_TYPE_XE; }
+bool is_uplink_port(uint16_t port_type) {
+    return port_type == PORT_TYPE_GE || port_type == PORT_TYPE_XE;
+}
 
 // The rows that a new port gets. After a restart they may exist, loaded from their files: the refusal is
 // logged and nothing is overwritten.
@@ -140,6 +142,10 @@ int gpon_status_if(umsg_if_t* msg) {
     return 0;
 }
 
-int gpon_del_vlan(umsg_vlan_t* /*msg*/) { return 0; }
+int gpon_del_vlan(umsg_vlan_t* /*msg*/) {
+    return 0;
+}
 
-int gpon_http_parse(struct msg* /*msg*/) { return 0; }
+int gpon_http_parse(struct msg* /*msg*/) {
+    return 0;
+}
