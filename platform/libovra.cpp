@@ -89,19 +89,16 @@ int ov_sys_and_result(const char* cmd, char* buf, size_t len) {
     if (pipe == nullptr)
         return -1;
 
-    // All output is read, also what doesn't fit: a command that can't write would end by SIGPIPE. One
-    // character more than fits is kept, to tell the last line feed from a line feed at the cut.
+    // All output is read, also what doesn't fit: a command that can't write would end by SIGPIPE.
     const size_t room = buf != nullptr ? len : 0;
     std::string output;
     std::array<char, 4096> chunk{};
     size_t got = 0;
-    while ((got = fread(chunk.data(), 1, chunk.size(), pipe)) > 0) {
-        if (output.size() <= room)
-            output.append(chunk.data(), std::min(got, room + 1 - output.size()));
-    }
+    while ((got = fread(chunk.data(), 1, chunk.size(), pipe)) > 0)
+        output.append(chunk.data(), std::min(got, room - output.size()));
 
     int status = pclose(pipe);
-    if (output.size() <= room && output.ends_with('\n'))
+    if (output.ends_with('\n'))
         output.pop_back();
     if (room > 0) {
         size_t count = std::min(output.size(), room - 1);

@@ -100,7 +100,6 @@ uvlan_entry_t* uvlan_create(uint32_t vid) {
         if (!slot)
             return nullptr;
         set_name(*slot, "");
-        list().reserved.reset(vid);
     }
     return slot.get();
 }

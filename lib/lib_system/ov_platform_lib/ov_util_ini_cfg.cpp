@@ -74,14 +74,22 @@ std::optional<std::string> quoted(std::string_view value) {
     return plain ? std::optional<std::string>(value) : std::nullopt;
 }
 
-// The section a dictionary entry stands in: the longest section name that leads it. Empty for a key in
-// front of the first section.
+// Whether a line that begins with this key gives it back.
+bool is_line_start(std::string_view key) {
+    return !key.empty() && !is_space(key.front()) && key.find_first_of("#;") != 0 &&
+           key.find('=') == std::string_view::npos;
+}
+
+// The section under which to write a dictionary entry ("section:key"). Names with colons can leave a
+// choice; all are looked up alike, but not each may leave a key that can stand in the file.
 std::string_view section_of(const std::vector<std::string_view>& sections, std::string_view entry) {
     std::string_view best;
     for (std::string_view section : sections) {
-        if (section.size() > best.size() && entry.size() > section.size() && entry.starts_with(section) &&
-            entry[section.size()] == ':')
-            best = section;
+        if (entry.size() <= section.size() || !entry.starts_with(section) || entry[section.size()] != ':')
+            continue;
+        best = section;
+        if (is_line_start(entry.substr(section.size() + 1)))
+            break;
     }
     return best;
 }
@@ -94,10 +102,10 @@ std::string render(const dictionary& ini) {
     for (int i = 0; i < ini.size; i++) {
         if (ini.key[i] == nullptr)
             continue;
-        if (ini.val[i] == nullptr)
-            sections.emplace_back(ini.key[i]);
-        else
+        if (ini.val[i] != nullptr)
             keys.push_back(i);
+        else if (*ini.key[i] != '\0') // "[]" is what stands in front of the first section
+            sections.emplace_back(ini.key[i]);
     }
 
     std::string text;

@@ -30,6 +30,7 @@ protected:
     int run(std::vector<std::string> args) {
         std::string program = bin_dir() + "/" + args[0];
         std::vector<char*> argv;
+        argv.reserve(args.size() + 1);
         for (std::string& arg : args)
             argv.push_back(arg.data());
         argv.push_back(nullptr);
