@@ -22,7 +22,7 @@ Row row_of_port(ov_ifindex_t ifindex) {
 
 MIB_Flags_t column_mask(unsigned column) {
     MIB_Flags_t flags = {};
-    flags.flags[column >> 5] = 1u << (column & 31);
+    mib_flag_set(flags, column);
     return flags;
 }
 

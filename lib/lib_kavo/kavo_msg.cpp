@@ -46,11 +46,17 @@ void msg_print(const msg* m) {
                  ntohs(m->hdr.msglen), msg_get_seq(m));
 }
 
-void msg_set_seq(msg* m, unsigned seqnum) { m->hdr.msgseq = htonl(seqnum); }
+void msg_set_seq(msg* m, unsigned seqnum) {
+    m->hdr.msgseq = htonl(seqnum);
+}
 
-unsigned msg_get_seq(const msg* m) { return ntohl(m->hdr.msgseq); }
+unsigned msg_get_seq(const msg* m) {
+    return ntohl(m->hdr.msgseq);
+}
 
-std::span<const uint8_t> msg_body(const msg* m) { return {STREAM_DATA(m->s), stream_get_endp(m->s)}; }
+std::span<const uint8_t> msg_body(const msg* m) {
+    return {STREAM_DATA(m->s), stream_get_endp(m->s)};
+}
 
 msg* new_msg_reply(unsigned seqnr, unsigned rc, const void* data, unsigned len) {
     std::array<uint8_t, UMSG_MAX_BODY> body;
@@ -189,7 +195,9 @@ bool msg_reply_parse(std::span<const uint8_t> body, msg_reply* reply) {
     return true;
 }
 
-msg_fifo* msg_fifo_new() { return std::make_unique<msg_fifo>().release(); }
+msg_fifo* msg_fifo_new() {
+    return std::make_unique<msg_fifo>().release();
+}
 
 void msg_fifo_push(msg_fifo* fifo, msg* m) {
     m->next = nullptr;
@@ -213,7 +221,9 @@ msg* msg_fifo_pop(msg_fifo* fifo) {
     return m;
 }
 
-msg* msg_fifo_head(const msg_fifo* fifo) { return fifo->head; }
+msg* msg_fifo_head(const msg_fifo* fifo) {
+    return fifo->head;
+}
 
 void msg_fifo_flush(msg_fifo* fifo) {
     while (msg* m = msg_fifo_pop(fifo))

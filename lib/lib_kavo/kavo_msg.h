@@ -16,7 +16,7 @@
 struct stream;
 
 struct msg {
-    msg* next; // in a msg_fifo
+    msg* next;     // in a msg_fifo
     apimsghdr hdr; // as on the wire: msglen and msgseq in network order
     stream* s;     // the body
 };
@@ -41,7 +41,7 @@ inline constexpr uint32_t MSG_REPLY_MAX_DATA = sizeof(msg_reply::data) - 1;
 // is a length but no body.
 msg* msg_new(u_char msgtype, const void* msgbody, unsigned seqnum, unsigned short msglen);
 msg* msg_dup(const msg*);
-void msg_free(msg*);       // null does nothing
+void msg_free(msg*);        // null does nothing
 void msg_print(const msg*); // the header, to the log at debug level
 void msg_set_seq(msg*, unsigned seqnum);
 unsigned msg_get_seq(const msg*);
@@ -75,10 +75,18 @@ inline void umsg_terminate_texts(umsg_if_t& r) {
     r.name[sizeof(r.name) - 1] = '\0';
     r.onu_sn[sizeof(r.onu_sn) - 1] = '\0';
 }
-inline void umsg_terminate_texts(umsg_ip_t& r) { r.ifname[sizeof(r.ifname) - 1] = '\0'; }
-inline void umsg_terminate_texts(umsg_host_t& r) { r.name[sizeof(r.name) - 1] = '\0'; }
-inline void umsg_terminate_texts(umsg_cfg_sync_t& r) { r.appName[sizeof(r.appName) - 1] = '\0'; }
-inline void umsg_terminate_texts(umsg_snmp_save_req_t& r) { r.tablename[sizeof(r.tablename) - 1] = '\0'; }
+inline void umsg_terminate_texts(umsg_ip_t& r) {
+    r.ifname[sizeof(r.ifname) - 1] = '\0';
+}
+inline void umsg_terminate_texts(umsg_host_t& r) {
+    r.name[sizeof(r.name) - 1] = '\0';
+}
+inline void umsg_terminate_texts(umsg_cfg_sync_t& r) {
+    r.appName[sizeof(r.appName) - 1] = '\0';
+}
+inline void umsg_terminate_texts(umsg_snmp_save_req_t& r) {
+    r.tablename[sizeof(r.tablename) - 1] = '\0';
+}
 template <typename Record>
 void umsg_terminate_texts(Record&) {} // records without text
 

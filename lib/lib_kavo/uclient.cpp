@@ -57,7 +57,9 @@ sockaddr_in controller_address(unsigned short port) {
     return address;
 }
 
-const sockaddr* generic(const sockaddr_in& address) { return reinterpret_cast<const sockaddr*>(&address); }
+const sockaddr* generic(const sockaddr_in& address) {
+    return reinterpret_cast<const sockaddr*>(&address);
+}
 
 // A TCP socket that may take an address which an earlier run still holds. Not inherited by the programs
 // that the daemon runs.
@@ -82,7 +84,8 @@ Fd listen_async(unsigned short dstport, unsigned short syncport) {
     const auto port = static_cast<unsigned short>(syncport + 1);
     const sockaddr_in address = controller_address(port);
     if (bind(fd.get(), generic(address), sizeof(address)) < 0) {
-        OV_LOG_ERROR("LIB", "uclient_connect: bind async socket [dstport %d syncport %d async port %d ] failed",
+        OV_LOG_ERROR("LIB",
+                     "uclient_connect: bind async socket [dstport %d syncport %d async port %d ] failed",
                      dstport, syncport, port);
         return Fd();
     }
@@ -193,7 +196,8 @@ using MsgPtr = std::unique_ptr<msg, MsgFree>;
 // The result of a request from the message that came for it.
 int take_reply(const msg* answer, unsigned seqnr, msg_reply* reply) {
     if (answer->hdr.msgtype != UMSG_REPLY) {
-        OV_LOG_ERROR("LIB", "uclient_send: message type %d is not a reply, seq [%u]", answer->hdr.msgtype, seqnr);
+        OV_LOG_ERROR("LIB", "uclient_send: message type %d is not a reply, seq [%u]", answer->hdr.msgtype,
+                     seqnr);
         ov_raise_except("msg->hdr.msgtype == UMSG_REPLY", __FILE_NAME__, __LINE__, __func__);
         return UCLIENT_BAD_TYPE;
     }
@@ -204,7 +208,8 @@ int take_reply(const msg* answer, unsigned seqnr, msg_reply* reply) {
     }
     const auto head = msg_reply_head_parse(msg_body(answer));
     if (!head || (reply && !msg_reply_parse(msg_body(answer), reply))) {
-        OV_LOG_ERROR("LIB", "uclient_send: bad length of reply, seq [%u] body %zu", seqnr, msg_body(answer).size());
+        OV_LOG_ERROR("LIB", "uclient_send: bad length of reply, seq [%u] body %zu", seqnr,
+                     msg_body(answer).size());
         return UCLIENT_BAD_LENGTH;
     }
     return static_cast<int>(head->errcode);
@@ -219,8 +224,8 @@ int uclient_send(uclient_s* client, msg* msg, msg_reply* reply) {
     const unsigned seqnr = msg_get_seq(msg);
     debug_print("send", msg);
     if (msg_write(client->fd_sync, msg) < 0) {
-        OV_LOG_ERROR("LIB", "failed to send seq [%d] msgtype[%d] uclient->fd_sync [%d]", static_cast<int>(seqnr),
-                     msg->hdr.msgtype, client->fd_sync);
+        OV_LOG_ERROR("LIB", "failed to send seq [%d] msgtype[%d] uclient->fd_sync [%d]",
+                     static_cast<int>(seqnr), msg->hdr.msgtype, client->fd_sync);
         return UCLIENT_SEND_FAILED;
     }
     const MsgPtr answer(msg_read(client->fd_sync));
@@ -234,7 +239,9 @@ int uclient_send_request(uclient_s* client, msg* msg, msg_reply* reply) {
     return uclient_send(client, msg, reply);
 }
 
-unsigned uclient_seqnr_after(unsigned seqnr) { return seqnr >= LAST_SEQNR ? 1 : seqnr + 1; }
+unsigned uclient_seqnr_after(unsigned seqnr) {
+    return seqnr >= LAST_SEQNR ? 1 : seqnr + 1;
+}
 
 unsigned uclient_get_seqnr() {
     unsigned last = last_seqnr.load();
@@ -243,9 +250,13 @@ unsigned uclient_get_seqnr() {
     return uclient_seqnr_after(last);
 }
 
-int uclient_debug_flag_get() { return debug_flag; }
+int uclient_debug_flag_get() {
+    return debug_flag;
+}
 
-void uclient_debug_flag_set(int flag) { debug_flag = flag; }
+void uclient_debug_flag_set(int flag) {
+    debug_flag = flag;
+}
 
 int uclient_handle_async(uclient_s* client, int fd) {
     const MsgPtr event(msg_read(fd));
@@ -279,4 +290,6 @@ uif_t* uclient_if_status(const umsg_if_t* event) {
     return uif;
 }
 
-void uclient_del_if(ov_ifindex_t ifindex) { uif_delete(uif_lookup_by_index(ifindex)); }
+void uclient_del_if(ov_ifindex_t ifindex) {
+    uif_delete(uif_lookup_by_index(ifindex));
+}

@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <span>
 
-#include "kavo_msg.h"
 #include "kavo_if.h"
+#include "kavo_msg.h"
 
 // Ports with a meaning of their own: only to a controller is the synchronous connection made, and a client
 // on the port below gets no events.

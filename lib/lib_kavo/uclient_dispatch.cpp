@@ -24,7 +24,9 @@ auto call_up(Args... args) {
 }
 
 // Slots are small numbers; a larger one mustn't wrap onto a slot that exists.
-unsigned short flag_slot(uint32_t slot) { return slot <= OV_SLOT_MAX ? static_cast<unsigned short>(slot) : 0; }
+unsigned short flag_slot(uint32_t slot) {
+    return slot <= OV_SLOT_MAX ? static_cast<unsigned short>(slot) : 0;
+}
 
 void set_active_flag_if_clear(const char* func, int line, uint32_t slot) {
     if (!call_up<&uclient_upcalls::slot_active_flag_check>(flag_slot(slot)))
@@ -114,7 +116,9 @@ constexpr std::array DISPATCH = {
 
 } // namespace
 
-void uclient_set_upcalls(const uclient_upcalls* table) { upcalls = table ? *table : uclient_upcalls{}; }
+void uclient_set_upcalls(const uclient_upcalls* table) {
+    upcalls = table ? *table : uclient_upcalls{};
+}
 
 int uclient_msghandle(uclient_s* client, const msg* msg, int /*fd*/) {
     for (const Dispatch& row : DISPATCH) {

@@ -15,7 +15,9 @@ msg* request(UMSG_TYPE type, const Body& body) {
 }
 
 // Requests without arguments carry one empty word.
-msg* empty_request(UMSG_TYPE type) { return request(type, uint32_t{0}); }
+msg* empty_request(UMSG_TYPE type) {
+    return request(type, uint32_t{0});
+}
 
 // A replay record, zeroed but for the name; false without a name.
 bool start_cfg_sync(umsg_cfg_sync_t* body, const char* appName) {
@@ -37,13 +39,21 @@ int send(const char* name, msg* request, msg_reply* reply = nullptr) {
 
 } // namespace
 
-msg* mono_msg_get_if() { return empty_request(UMSG_GET_IF); }
+msg* mono_msg_get_if() {
+    return empty_request(UMSG_GET_IF);
+}
 
-int mono_api_get_if(msg_reply* reply) { return send(__func__, mono_msg_get_if(), reply); }
+int mono_api_get_if(msg_reply* reply) {
+    return send(__func__, mono_msg_get_if(), reply);
+}
 
-msg* mono_msg_get_hostname() { return empty_request(UMSG_GET_HOSTNAME); }
+msg* mono_msg_get_hostname() {
+    return empty_request(UMSG_GET_HOSTNAME);
+}
 
-int mono_api_get_hostname(msg_reply* reply) { return send(__func__, mono_msg_get_hostname(), reply); }
+int mono_api_get_hostname(msg_reply* reply) {
+    return send(__func__, mono_msg_get_hostname(), reply);
+}
 
 msg* mono_msg_loopdetect_set(ov_ifindex_t ifindex, uint32_t set) {
     return request(UMSG_IF_LOOPDETECT, umsg_loopdetect_t{.ifindex = ifindex, .set = set});

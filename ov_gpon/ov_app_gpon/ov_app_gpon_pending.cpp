@@ -44,7 +44,9 @@ ov_app_port_qos_s* ov_app_port_qos_new() {
     return new (std::nothrow) ov_app_port_qos_s{};
 }
 
-void ov_app_port_qos_destroy(ov_app_port_qos_s* qos) { delete qos; }
+void ov_app_port_qos_destroy(ov_app_port_qos_s* qos) {
+    delete qos;
+}
 
 int ov_app_port_qos_edit_ifindex(ov_app_port_qos_s* qos, ov_ifindex_t ifindex) {
     if (!qos)

@@ -71,7 +71,9 @@ TEST(Msg, DuplicateIsIndependent) {
     EXPECT_EQ(msg_dup(nullptr), nullptr);
 }
 
-TEST(Msg, FreeOfNullDoesNothing) { msg_free(nullptr); }
+TEST(Msg, FreeOfNullDoesNothing) {
+    msg_free(nullptr);
+}
 
 TEST(Msg, PrintShowsTheHeader) {
     LogCapture log;
@@ -315,7 +317,9 @@ TEST_F(ReplyParse, RefusesDataOfMoreThan4095Bytes) {
     EXPECT_EQ(strlen(reply.data), 4095u);
 }
 
-TEST_F(ReplyParse, RefusesABodyWithoutAHead) { EXPECT_FALSE(parse(Bytes(7))); }
+TEST_F(ReplyParse, RefusesABodyWithoutAHead) {
+    EXPECT_FALSE(parse(Bytes(7)));
+}
 
 TEST_F(ReplyParse, TakesNoMoreThanTheLengthSays) {
     ASSERT_TRUE(parse(reply_body(0, 2, "name")));

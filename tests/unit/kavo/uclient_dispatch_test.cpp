@@ -23,7 +23,9 @@ std::vector<std::string> events;
 std::vector<unsigned> active_flags(32, 0);
 int save_result = 0;
 
-void note(const std::string& event) { events.push_back(event); }
+void note(const std::string& event) {
+    events.push_back(event);
+}
 
 std::string marks(uint32_t slot) {
     const auto bit = [slot](slot_bitmap_t bitmap) { return std::to_string(bitmap >> slot & 1); };
@@ -32,7 +34,9 @@ std::string marks(uint32_t slot) {
            " flag " + std::to_string(active_flags[slot]);
 }
 
-std::string num(uint32_t n) { return std::to_string(n); }
+std::string num(uint32_t n) {
+    return std::to_string(n);
+}
 
 const uclient_upcalls UPCALLS = {
     .slot_active_flag_set =
@@ -150,8 +154,8 @@ TEST_P(UclientForwarding, ShortBodyIsLoggedAndDropped) {
     fill(&client);
     EXPECT_EQ(dispatch(type, Bytes(size - 1)), 0);
     EXPECT_THAT(seen_record, IsEmpty());
-    EXPECT_THAT(log.lines(), ElementsAre("uclient_msghandle: message body too short: " + std::to_string(size - 1) +
-                                         " of " + std::to_string(size)));
+    EXPECT_THAT(log.lines(), ElementsAre("uclient_msghandle: message body too short: " +
+                                         std::to_string(size - 1) + " of " + std::to_string(size)));
 }
 
 TEST_P(UclientForwarding, OtherSlotsAreNotCalled) {
@@ -163,9 +167,8 @@ TEST_P(UclientForwarding, OtherSlotsAreNotCalled) {
     EXPECT_THAT(seen_record, IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, UclientForwarding, testing::ValuesIn(FORWARDED), [](const auto& info) {
-    return "Type" + std::to_string(info.param.type);
-});
+INSTANTIATE_TEST_SUITE_P(Types, UclientForwarding, testing::ValuesIn(FORWARDED),
+                         [](const auto& info) { return "Type" + std::to_string(info.param.type); });
 
 TEST_F(UclientDispatch, HostWithAnEmptySlotIsDroppedSilently) {
     EXPECT_EQ(dispatch(UMSG_HOST, umsg_host_t{.name = "olt"}), 0);
@@ -177,7 +180,8 @@ TEST_F(UclientDispatch, UnknownTypesBelowAndAbove81AreLoggedAlike) {
     for (const int type : {0, 1, 16, 34, 38, 50 + 7, 79, 81, 82, 83, 255}) {
         LogCapture::clear();
         EXPECT_EQ(dispatch(static_cast<uint8_t>(type), Bytes(8)), 0);
-        EXPECT_THAT(log.lines(), ElementsAre("uclient_msghandle: Unknown message type: " + std::to_string(type)));
+        EXPECT_THAT(log.lines(),
+                    ElementsAre("uclient_msghandle: Unknown message type: " + std::to_string(type)));
     }
 }
 
@@ -325,7 +329,8 @@ TEST_F(UclientDispatch, SwitchOverStartMarksTheControlCardThenCallsTheSlotThenTh
         return 0;
     };
     dispatch(UMSG_CFG_SC_SWITCH_2_ACTIVE_START, card(SC_SLOT));
-    EXPECT_THAT(events, ElementsAre("start active sc 9 connected 1 synching 0 synched 0 flag 0", "init_hal_backup"));
+    EXPECT_THAT(events,
+                ElementsAre("start active sc 9 connected 1 synching 0 synched 0 flag 0", "init_hal_backup"));
     EXPECT_THAT(log.lines(), ElementsAre("Process sc card 9 change to active start."));
 }
 
@@ -380,7 +385,8 @@ TEST_F(UclientDispatch, SlotEventsRunWithoutAnythingInstalledAbove) {
     dispatch(UMSG_CFG_SLOT_SYNC_START, cfg_sync(LC_SLOT));
     dispatch(UMSG_CFG_SC_SWITCH_2_ACTIVE_START, card(SC_SLOT));
     dispatch(UMSG_START_SNMP_AGENTX, Bytes());
-    dispatch(UMSG_SNMP_MIB_TABLE_SAVE, umsg_snmp_save_req_t{.sequence = 1, .tablename = "sOnuTable", .saveStatus = 0});
+    dispatch(UMSG_SNMP_MIB_TABLE_SAVE,
+             umsg_snmp_save_req_t{.sequence = 1, .tablename = "sOnuTable", .saveStatus = 0});
     EXPECT_EQ(g_shelf_slot_info.slotBitsSynching, 1u << LC_SLOT);
 }
 
@@ -397,8 +403,8 @@ TEST_P(UclientShortBody, IsLoggedAndHasNoEffect) {
     const auto& [type, size, func] = GetParam();
     const ov_shelf_info_t before = g_shelf_slot_info;
     EXPECT_EQ(dispatch(type, Bytes(size - 1, 0x02)), 0);
-    EXPECT_THAT(log.lines(), ElementsAre(std::string(func) + ": message body too short: " + std::to_string(size - 1) +
-                                         " of " + std::to_string(size)));
+    EXPECT_THAT(log.lines(), ElementsAre(std::string(func) + ": message body too short: " +
+                                         std::to_string(size - 1) + " of " + std::to_string(size)));
     EXPECT_THAT(events, IsEmpty());
     EXPECT_EQ(std::memcmp(&before, &g_shelf_slot_info, sizeof(before)), 0);
 }
@@ -411,7 +417,8 @@ INSTANTIATE_TEST_SUITE_P(
                     ShortBody{UMSG_SLOT_DEACTIVE, 8, "uclient_handle_slot_deactive"},
                     ShortBody{UMSG_CFG_SLOT_SYNC_START, 144, "uclient_handle_slot_cfg_sync_start"},
                     ShortBody{UMSG_CFG_SLOT_SYNC_END, 144, "uclient_handle_slot_cfg_sync_end"},
-                    ShortBody{UMSG_CFG_SC_SWITCH_2_ACTIVE_START, 4, "uclient_handle_sc_switch_2_active_start"},
+                    ShortBody{UMSG_CFG_SC_SWITCH_2_ACTIVE_START, 4,
+                              "uclient_handle_sc_switch_2_active_start"},
                     ShortBody{UMSG_CFG_SC_SWITCH_2_ACTIVE_END, 4, "uclient_handle_sc_switch_2_active_end"},
                     ShortBody{UMSG_SNMP_MIB_TABLE_SAVE, 72, "uclient_handle_mibsave_request"}),
     [](const auto& info) { return "Type" + std::to_string(info.param.type); });
@@ -433,7 +440,8 @@ TEST_F(UclientDispatch, TableSaveIsLoggedOnSuccess) {
 
 TEST_F(UclientDispatch, SaveOfAnUnknownTableLogsNothing) {
     save_result = -1;
-    dispatch(UMSG_SNMP_MIB_TABLE_SAVE, umsg_snmp_save_req_t{.sequence = 17, .tablename = "none", .saveStatus = 0});
+    dispatch(UMSG_SNMP_MIB_TABLE_SAVE,
+             umsg_snmp_save_req_t{.sequence = 17, .tablename = "none", .saveStatus = 0});
     EXPECT_THAT(events, ElementsAre("save none"));
     EXPECT_THAT(log.lines(), IsEmpty());
 }

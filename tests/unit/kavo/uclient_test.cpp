@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -101,8 +102,8 @@ TEST_F(UclientRequest, FailedWriteGivesMinus2) {
 
 TEST_F(UclientRequest, ConnectionClosedInsteadOfAReplyGivesMinus3) {
     EXPECT_EQ(send_answered_with({}), -3);
-    EXPECT_THAT(log.lines(), ElementsAre("msg_read: Connection closed by peer fd [" +
-                                         std::to_string(pair.fd[0]) + "] "));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("msg_read: Connection closed by peer fd [" + std::to_string(pair.fd[0]) + "] "));
 }
 
 TEST_F(UclientRequest, ConnectionClosedInsideTheHeaderGivesMinus3) {
@@ -196,14 +197,10 @@ TEST(UclientSequence, StartsAgainAt1After0x7FFFFFFF) {
 }
 
 TEST(UclientSequence, GivesEachNumberOnceToSeveralThreads) {
-    std::vector<unsigned> other;
-    std::vector<unsigned> own;
-    std::thread thread([&] {
-        for (int i = 0; i < 5000; i++)
-            other.push_back(uclient_get_seqnr());
-    });
-    for (int i = 0; i < 5000; i++)
-        own.push_back(uclient_get_seqnr());
+    std::vector<unsigned> other(5000);
+    std::vector<unsigned> own(5000);
+    std::thread thread([&] { std::generate(other.begin(), other.end(), uclient_get_seqnr); });
+    std::generate(own.begin(), own.end(), uclient_get_seqnr);
     thread.join();
     std::set<unsigned> all(own.begin(), own.end());
     all.insert(other.begin(), other.end());
@@ -282,8 +279,12 @@ TEST_F(UclientAsync, NoBytesAtAllCrashTheClient) {
 
 // ---- callbacks and closing -----------------------------------------------------------------------
 
-int new_if(umsg_if_t*) { return 0; }
-int del_if(umsg_if_t*) { return 0; }
+int new_if(umsg_if_t*) {
+    return 0;
+}
+int del_if(umsg_if_t*) {
+    return 0;
+}
 
 TEST(Uclient, RegisterCallbackSetsTheTwoInterfaceSlots) {
     uclient_s client = {};
@@ -293,7 +294,9 @@ TEST(Uclient, RegisterCallbackSetsTheTwoInterfaceSlots) {
     EXPECT_EQ(client.if_admin, nullptr);
 }
 
-TEST(Uclient, CloseOfNullGivesMinus1) { EXPECT_EQ(uclient_close(nullptr), -1); }
+TEST(Uclient, CloseOfNullGivesMinus1) {
+    EXPECT_EQ(uclient_close(nullptr), -1);
+}
 
 // ---- connecting: with the fixed ports, in a network of its own -------------------------------------
 
@@ -401,8 +404,9 @@ TEST_F(UclientConnect, BusyAsyncPortFails) {
         const int other = listener(SYNC_PORT + 1);
         const int open_before = open_descriptors();
         EXPECT_EQ(uclient_connect("gpon", 0, MONO_PORT, SYNC_PORT), nullptr);
-        EXPECT_THAT(log.lines(), ElementsAre("uclient_connect: bind async socket [dstport 30000 syncport 30046 "
-                                             "async port 30047 ] failed"));
+        EXPECT_THAT(log.lines(),
+                    ElementsAre("uclient_connect: bind async socket [dstport 30000 syncport 30046 "
+                                "async port 30047 ] failed"));
         EXPECT_EQ(open_descriptors(), open_before);
         close(other);
     });

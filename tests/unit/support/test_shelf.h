@@ -13,10 +13,10 @@
 
 class TestShelf {
 public:
-    explicit TestShelf(uint32_t shelf_type)
-        : path_("PATH", dir_.path() + ":" + std::string(getenv("PATH") ? getenv("PATH") : "/bin:/usr/bin")) {
-        const std::string tool = dir_.write("ov_env_get", "#!/bin/sh\n[ \"$1\" = PDT_INFO_SHELF_TYPE ] && echo " +
-                                                              std::to_string(shelf_type) + "\n");
+    explicit TestShelf(uint32_t shelf_type) : path_("PATH", dir_.path() + ":" + machine_path()) {
+        const std::string tool =
+            dir_.write("ov_env_get", "#!/bin/sh\n[ \"$1\" = PDT_INFO_SHELF_TYPE ] && echo " +
+                                         std::to_string(shelf_type) + "\n");
         chmod(tool.c_str(), 0755);
         clear();
         if (ov_product_get_shelf_type() != shelf_type) // one run of the tool per fact: slow
@@ -29,6 +29,10 @@ public:
     TestShelf& operator=(const TestShelf&) = delete;
 
 private:
+    static std::string machine_path() {
+        const char* path = getenv("PATH");
+        return path ? path : "/bin:/usr/bin";
+    }
     static void clear() {
         uif_deinit();
         ov_slot_deinit();
