@@ -94,7 +94,7 @@ TEST_F(IniFile, SurvivesAnyContent) {
     std::mt19937 random(7);
     const std::string letters = "[]=;#:\"'\\ \tabx1\n\r";
     CaptureStderr();
-    for (int round = 0; round < 2000; round++) {
+    for (int round = 0; round < 500; round++) {
         std::string text(random() % 60, ' ');
         for (char& c : text)
             c = random() % 8 == 0 ? char(random()) : letters[random() % letters.size()];
@@ -156,7 +156,7 @@ TEST_F(IniFile, SetKeepsEveryOtherEntryOfAFile) {
                                              "# ",    "x=1\n",   "b:",    "[",        "]\n"};
     set("warm", "up", "1"); // iniparser is silent from here on
     int rewritten = 0;
-    for (int round = 0; round < 4000; round++) {
+    for (int round = 0; round < 1500; round++) {
         std::string text;
         for (size_t n = random() % 16; n > 0; n--)
             text += pieces[random() % pieces.size()];
@@ -172,7 +172,7 @@ TEST_F(IniFile, SetKeepsEveryOtherEntryOfAFile) {
         ASSERT_EQ(entries_of(path), expected) << text << "----\n" << dir_.read("f.ini");
         rewritten++;
     }
-    EXPECT_GT(rewritten, 200);
+    EXPECT_GT(rewritten, 100);
 }
 
 TEST_F(IniFile, SetRefusesNamesAndValuesThatTheFileCannotHold) {
@@ -215,7 +215,7 @@ TEST_F(IniFile, ReadsBackEveryValueItAccepted) {
     std::mt19937 random(11);
     const std::string letters = "[]=;#:\"'\\ \tabx1%";
     int accepted = 0;
-    for (int round = 0; round < 3000; round++) {
+    for (int round = 0; round < 600; round++) {
         std::string value(random() % 12, ' ');
         for (char& c : value)
             c = letters[random() % letters.size()];
@@ -226,7 +226,7 @@ TEST_F(IniFile, ReadsBackEveryValueItAccepted) {
         ASSERT_EQ(set("t", "other", "1"), 0); // and after a rewrite for another key
         ASSERT_EQ(get_str("s", "k"), value);
     }
-    EXPECT_GT(accepted, 2000);
+    EXPECT_GT(accepted, 400);
 }
 
 TEST_F(IniFile, AcceptsTheLongestValueAndReadsItBack) {
