@@ -96,6 +96,7 @@ void crash_printf(int fd, const char* format, ...) {
     char text[512];
     va_list args;
     va_start(args, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start stands right above
     const int length = vsnprintf(text, sizeof(text), format, args);
     va_end(args);
     if (length > 0)

@@ -11,7 +11,7 @@
 inline constexpr char CRASH_ARCHIVE_DIR[] = "/app/crash/";
 inline constexpr char CRASH_ARCHIVE_LOG[] = "CRASH.LOG";
 // CRASH.LOG that has grown beyond this becomes CRASH.LOG.1 before a report is added.
-inline constexpr int64_t CRASH_ARCHIVE_LOG_MAX = 1024 * 1024; // bytes
+inline constexpr int64_t CRASH_ARCHIVE_LOG_MAX = int64_t{1024} * 1024; // bytes
 
 inline constexpr size_t CRASH_PATH_SIZE = 256;
 

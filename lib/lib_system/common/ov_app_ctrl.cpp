@@ -79,10 +79,9 @@ void write_key(const std::string& path, const char* section, const std::string& 
                     strerror(error));
 }
 
-bool has_key(const std::string& path, const char* section, const std::string& key) {
-    // No value holds a line end, so this one tells "absent".
-    static const std::string absent = "\n";
-    return ov_util_ini_cfg_get_str(path.c_str(), section, key.c_str(), absent) != absent;
+bool has_key(const std::string& path, const char* section, const char* key) {
+    const std::string absent = "\n"; // no value holds a line end
+    return ov_util_ini_cfg_get_str(path.c_str(), section, key, absent) != absent;
 }
 
 std::string text_of(const app_ctrl_int_item_t& item) {
@@ -212,7 +211,9 @@ void app_ctrl_init_app_startup_ctrl_info() {
     app_ctrl_items_t& startup = g_app_ctrl_cb.startup;
     make_file(startup.path, 0);
     for_each_item(startup, [&](const char* section, auto& item) {
-        if (!has_key(startup.path, section, item.cfg_name))
+        const char* key = item.cfg_name.c_str();
+        // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): registration filled the item in
+        if (!has_key(startup.path, section, key))
             write_key(startup.path, section, item.cfg_name, text_of(item));
         read_item(startup.path, section, item);
     });
