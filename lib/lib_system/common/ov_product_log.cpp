@@ -45,7 +45,6 @@ __attribute__((format(printf, 5, 0))) void write_line(const char* lib, const Ori
     std::unique_ptr<char[]> text(new (std::nothrow) char[LINE_SIZE]);
     if (!text || fmt == nullptr)
         return;
-    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): every caller has started it
     if (vsnprintf(text.get(), LINE_SIZE, fmt, args) < 0)
         return;
     if (tap != nullptr)
