@@ -85,7 +85,7 @@ std::string Arguments::word(const char* what) {
 std::string Arguments::text(const char* what) {
     if (has_word() || options_.empty())
         return word(what);
-    const std::string text = options_.front().first + "=" + options_.front().second;
+    std::string text = options_.front().first + "=" + options_.front().second;
     options_.erase(options_.begin());
     return text;
 }
@@ -121,8 +121,8 @@ std::optional<uint32_t> Arguments::number_option(const std::string& key, uint32_
         return {};
     const auto value = parse_u32(*text);
     if (!value || *value > max) {
-        mistake(key + " must be a number" + (max == UINT32_MAX ? "" : format(" up to %u", max)) + ", not \"" +
-                *text + "\"");
+        const std::string limit = max == UINT32_MAX ? "" : format(" up to %u", max);
+        mistake(format("%s must be a number%s, not \"%s\"", key.c_str(), limit.c_str(), text->c_str()));
         return 0;
     }
     return value;
@@ -158,7 +158,7 @@ Fields Arguments::rest_as_fields() {
 Words Arguments::rest_as_words() {
     Words words;
     for (const auto& [key, value] : std::exchange(options_, {}))
-        words.push_back(key + "=" + value);
+        words.push_back(format("%s=%s", key.c_str(), value.c_str()));
     return words;
 }
 

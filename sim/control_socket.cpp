@@ -98,17 +98,17 @@ void ControlSocket::run_lines(uint64_t id) {
         const size_t end = client->input.find('\n');
         if (end == std::string::npos)
             break;
-        std::string line = client->input.substr(0, end);
+        const std::string line = client->input.substr(0, end);
         client->input.erase(0, end + 1);
         update_events(*client);
-        run_line(id, std::move(line));
+        run_line(id, line);
     }
     const Client* client = find(id);
     if (client && client->eof && !client->busy && client->output.empty())
         drop(id);
 }
 
-void ControlSocket::run_line(uint64_t id, std::string line) {
+void ControlSocket::run_line(uint64_t id, const std::string& line) {
     Words words;
     std::string error;
     if (!split_words(line, words, error) || (words.empty() && (error = "empty line", true))) {

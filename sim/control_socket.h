@@ -39,7 +39,7 @@ private:
     void handle_ready(uint64_t id, short revents);
     bool read_from(Client& client);
     void run_lines(uint64_t id);
-    void run_line(uint64_t id, std::string line);
+    void run_line(uint64_t id, const std::string& line);
     void answer(uint64_t id, const Answer& answer);
     bool flush(uint64_t id, Client& client);
     void update_events(const Client& client);

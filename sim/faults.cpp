@@ -8,19 +8,19 @@
 namespace {
 
 constexpr FaultName NAMES[] = {
-    {"no-reply", FaultKind::no_reply, nullptr, 0, "the request stays unanswered"},
-    {"late", FaultKind::late, "ms", 1000, "the reply comes after ms milliseconds"},
-    {"code", FaultKind::code, "code", 1, "the reply's errcode"},
-    {"wrong-seq", FaultKind::wrong_seq, "add", 1, "another sequence number: the right one plus add"},
-    {"wrong-type", FaultKind::wrong_type, "reply-type", 1, "message number in place of UMSG_REPLY"},
-    {"oversize", FaultKind::oversize, "len", 4096, "len bytes of data; above 4088 the frame is too long"},
-    {"bad-len", FaultKind::bad_len, "add", 4096, "the head's length of data is the right one plus add"},
-    {"short", FaultKind::short_reply, "len", 4, "a reply whose body has only len bytes"},
-    {"bad-version", FaultKind::bad_version, "version", 2, "the reply's version"},
-    {"truncated", FaultKind::truncated, "len", 10, "len bytes of the reply, then the connection is closed"},
-    {"close", FaultKind::close, nullptr, 0, "the connection is closed in place of a reply"},
-    {"no-connect-back", FaultKind::no_connect_back, nullptr, 0, "no asynchronous connection is made"},
-    {"late-connect-back", FaultKind::late_connect_back, "ms", 1000, "it is made after ms milliseconds"},
+    {"no-reply", nullptr, "the request stays unanswered", FaultKind::no_reply, 0},
+    {"late", "ms", "the reply comes after ms milliseconds", FaultKind::late, 1000},
+    {"code", "code", "the reply's errcode", FaultKind::code, 1},
+    {"wrong-seq", "add", "another sequence number: the right one plus add", FaultKind::wrong_seq, 1},
+    {"wrong-type", "reply-type", "message number in place of UMSG_REPLY", FaultKind::wrong_type, 1},
+    {"oversize", "len", "len bytes of data; above 4088 the frame is too long", FaultKind::oversize, 4096},
+    {"bad-len", "add", "the head's length of data is the right one plus add", FaultKind::bad_len, 4096},
+    {"short", "len", "a reply whose body has only len bytes", FaultKind::short_reply, 4},
+    {"bad-version", "version", "the reply's version", FaultKind::bad_version, 2},
+    {"truncated", "len", "len bytes of the reply, then the connection is closed", FaultKind::truncated, 10},
+    {"close", nullptr, "the connection is closed in place of a reply", FaultKind::close, 0},
+    {"no-connect-back", nullptr, "no asynchronous connection is made", FaultKind::no_connect_back, 0},
+    {"late-connect-back", "ms", "it is made after ms milliseconds", FaultKind::late_connect_back, 1000},
 };
 
 bool is_connect_back(const Fault& fault) {

@@ -26,10 +26,10 @@ enum class FaultKind {
 
 struct FaultName {
     const char* name;
-    FaultKind kind;
     const char* value_name; // its option's name; null: takes none
-    uint32_t value;         // when the option isn't given
     const char* help;
+    FaultKind kind;
+    uint32_t value; // when the option isn't given
 };
 std::span<const FaultName> fault_names();
 const FaultName* find_fault(std::string_view name);

@@ -139,8 +139,10 @@ std::string format(const char* fmt, ...) {
     const int len = std::vsnprintf(nullptr, 0, fmt, args);
     va_end(args);
     std::string text(len > 0 ? static_cast<size_t>(len) : 0, '\0');
-    if (len > 0)
+    if (len > 0) {
+        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_copy has initialised it
         std::vsnprintf(text.data(), text.size() + 1, fmt, again);
+    }
     va_end(again);
     return text;
 }

@@ -74,7 +74,7 @@ void mount_tmpfs(const std::string& path, const char* options) {
         fail_errno("can't mount a tmpfs on %s", path.c_str());
 }
 
-bool bind(const std::string& from, const std::string& to) {
+bool bind_over(const std::string& from, const std::string& to) {
     return mount(from.c_str(), to.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
 }
 
@@ -107,10 +107,10 @@ void mirror_entry(const std::string& path) {
             copy_symlink(from, to);
     } else if (S_ISDIR(st.st_mode)) {
         make_dir(to);
-        bind(from, to);
+        bind_over(from, to);
     } else {
         make_file(to);
-        bind(from, to);
+        bind_over(from, to);
     }
 }
 
@@ -162,7 +162,7 @@ std::string keep(const std::string& path) {
         make_dirs(NEW + path.substr(0, path.rfind('/')));
         make_file(NEW + path);
     }
-    return bind(OLD + path, NEW + path) ? std::string() : "it can't be bound";
+    return bind_over(OLD + path, NEW + path) ? std::string() : "it can't be bound";
 }
 
 void pivot(const char* new_root, const char* put_old) {

@@ -475,6 +475,9 @@ class Chassis:
             return [f"---- {title} " + "-" * 20, *kept] if kept else []
 
         text = []
+        for name, child in (("chassis-sim", self.sim), ("gpon", self.daemon)):
+            if child and child.poll() is not None:
+                text.append(f"---- {name} has ended with {child.returncode}")
         for name, (path, _) in self._outputs.items():
             text += tail(f"output of {name}", path.read_text(errors="replace"))
         try:
