@@ -67,10 +67,9 @@ void ov_log_util(const char* lib, int level, const char* module, const char* fil
 }
 
 void ov_raise_except(const char* expression, const char* file, int line, const char* func) {
-    std::string text = "Assertion `";
-    text += expression != nullptr ? expression : "";
-    text += "' failed";
-    ov_log_util(nullptr, LEVEL_FATAL, "LIB", file, line, func, text.c_str());
+    char text[1024];
+    snprintf(text, sizeof text, "Assertion `%s' failed", expression != nullptr ? expression : "");
+    ov_log_util(nullptr, LEVEL_FATAL, "LIB", file, line, func, text);
 }
 
 int ov_get_app_id() {

@@ -41,12 +41,12 @@ char* extend_olt(char* extend_name, const char* name) {
     const char* text = behind_abbreviation(name, "gpon-olt");
     int slot = 0;
     int port = 0;
-    if (text == nullptr || ov_name_scan(text, "#/#", {&slot, &port}).converted != 2)
+    if (text == nullptr || ov_name_scan(text, "%d/%d", {&slot, &port}).converted != 2)
         return nullptr;
     // Exactly as the numbers print: 1/1:1 is an ONU's and 01/1 nobody's.
     char exact[32];
     snprintf(exact, sizeof exact, "%d/%d", slot, port);
-    return strcmp(text, exact) == 0 ? print_extended(extend_name, "gpon-olt%s", exact) : nullptr;
+    return strcmp(text, exact) == 0 ? print_extended(extend_name, "gpon-olt%d/%d", slot, port) : nullptr;
 }
 
 char* extend_onu(char* extend_name, const char* name) {
@@ -56,7 +56,7 @@ char* extend_onu(char* extend_name, const char* name) {
     int slot = 0;
     int port = 0;
     int onu = 0;
-    const auto scan = ov_name_scan(text, "#/#:#", {&slot, &port, &onu});
+    const auto scan = ov_name_scan(text, "%d/%d:%d", {&slot, &port, &onu});
     if (scan.converted != 3 || *scan.rest != '\0')
         return nullptr;
     return print_extended(extend_name, "gpon-onu%d/%d:%d", slot, port, onu);
@@ -70,7 +70,7 @@ char* if_extend_physics_port(char* extend_name, const char* name) {
     const char* rest = name[1] == 'e' ? name + 2 : name + 1;
     int slot = 0;
     int port = 0;
-    if (ov_name_scan(rest, "#/#", {&slot, &port}).converted != 2)
+    if (ov_name_scan(rest, "%d/%d", {&slot, &port}).converted != 2)
         return nullptr;
     return print_extended(extend_name, "%ce%s", *name, rest);
 }
@@ -82,7 +82,7 @@ char* if_extend_trunk(char* extend_name, const char* name) {
     if (text == nullptr)
         return nullptr;
     int id = 0;
-    const auto scan = ov_name_scan(text, "#", {&id});
+    const auto scan = ov_name_scan(text, "%d", {&id});
     if (scan.converted != 1 || *scan.rest != '\0' || id < TRUNK_ID_MIN || id > TRUNK_ID_MAX)
         return nullptr;
     return print_extended(extend_name, "trunk%d", id);

@@ -111,15 +111,27 @@ constexpr std::array<ov_ifindex_profile_type, KIND_COUNT> PROFILE_OF_KIND = [] {
 
 // ---- getting and building ----------------------------------------------------------------------------
 
-// What the log calls each field; the card is told as a slot, and the extends share one word, since log
-// filters look for these lines.
-constexpr std::array<const char*, FIELD_COUNT> FIELD_WORDS = {
-    "shelf", "slot", "slot", "port", "subport", "extend1", "extend1", "extend1",
-};
-
-// Out of the getters' way, which must stay short.
+// Out of the getters' way, which must stay short. The card is told as a slot, and the extends share one
+// text, since log filters look for these lines.
 [[gnu::noinline, gnu::cold]] uint32_t missing_field(uint16_t kind, Field field) {
-    OV_LOG_ERROR("LIB", "PORT TYPE %d do not have %s information", kind, FIELD_WORDS[field]);
+    switch (field) {
+    case SHELF:
+        OV_LOG_ERROR("LIB", "PORT TYPE %d do not have shelf information", kind);
+        break;
+    case SLOT:
+    case CARD:
+        OV_LOG_ERROR("LIB", "PORT TYPE %d do not have slot information", kind);
+        break;
+    case PORT:
+        OV_LOG_ERROR("LIB", "PORT TYPE %d do not have port information", kind);
+        break;
+    case SUBPORT:
+        OV_LOG_ERROR("LIB", "PORT TYPE %d do not have subport information", kind);
+        break;
+    default:
+        OV_LOG_ERROR("LIB", "PORT TYPE %d do not have extend1 information", kind);
+        break;
+    }
     return 0;
 }
 
@@ -318,11 +330,31 @@ uint32_t _set_int32_field(uint32_t index, uint32_t newvalue, uint8_t field_len, 
 
 // ---- debugging text ----------------------------------------------------------------------------------
 
+namespace {
+
+void add_field_detail(TextBuffer& text, Field field, int value) {
+    switch (field) {
+    case SLOT:
+        return text.add("slot [%d]", value);
+    case CARD:
+        return text.add("card [%d]", value);
+    case PORT:
+        return text.add("port [%d]", value);
+    case SUBPORT:
+        return text.add("sub-port/logic-port [%d]", value);
+    case EXTEND1:
+        return text.add("extend1 [%d]", value);
+    case EXTEND2:
+        return text.add("extend2 [%d]", value);
+    default:
+        return text.add("extend3 [%d]", value);
+    }
+}
+
+} // namespace
+
 const char* ov_get_detail_by_ifindex(ov_ifindex_t ifindex) {
     static char detail[8192];
-    constexpr std::array<const char*, FIELD_COUNT> labels = {
-        nullptr, "slot", "card", "port", "sub-port/logic-port", "extend1", "extend2", "extend3",
-    };
     const ProfileCodec& codec = codec_of_index(ifindex);
     const uint16_t kind = ov_ifindex_get_port_type(ifindex);
 
@@ -331,7 +363,7 @@ const char* ov_get_detail_by_ifindex(ov_ifindex_t ifindex) {
         text.add("type %s[%d]", ov_port_type_text(kind), kind);
     for (int field = SLOT; field < FIELD_COUNT; field++) {
         if (codec[field].mask != 0)
-            text.add("%s [%d]", labels[field], int(get_field(ifindex, Field(field))));
+            add_field_detail(text, Field(field), int(get_field(ifindex, Field(field))));
     }
     return detail;
 }

@@ -79,7 +79,7 @@ ov_ifindex_t gen_by_onu_extend_name(uint16_t port_type, const char* name) {
     if (text == nullptr)
         return OV_IFINDEX_INVALID;
     ParsedName parsed;
-    ov_name_scan(text, "#/#:#_#", {&parsed.slot, &parsed.port, &parsed.subport, &parsed.extend1});
+    ov_name_scan(text, "%d/%d:%d_%d", {&parsed.slot, &parsed.port, &parsed.subport, &parsed.extend1});
     return parsed.extend_index(port_type, 0);
 }
 
@@ -87,6 +87,28 @@ char* gen_onu_extend_name(ov_ifindex_t ifindex, char* name, uint32_t max_len) {
     const Position at(ifindex);
     return print_name(name, max_len, "%s%d/%d:%d_%d", at.prefix, at.slot, at.port, at.subport,
                       int(ov_ifindex_get_extend1_id(ifindex)));
+}
+
+void log_uni(uint16_t port_type, const ParsedName& at, int kind) {
+    const char* type = ov_port_type_text(port_type);
+    switch (kind) {
+    case OV_UNI_ETH:
+        OV_LOG_DEBUG("LIB", "iftype %s, slot %d, port %d onu_id %d uni_type eth uni_card %d uni_id %d.", type,
+                     at.slot, at.port, at.subport, at.extend1, at.extend3);
+        break;
+    case OV_UNI_POTS:
+        OV_LOG_DEBUG("LIB", "iftype %s, slot %d, port %d onu_id %d uni_type pots uni_card %d uni_id %d.",
+                     type, at.slot, at.port, at.subport, at.extend1, at.extend3);
+        break;
+    case OV_UNI_VEIP:
+        OV_LOG_DEBUG("LIB", "iftype %s, slot %d, port %d onu_id %d uni_type veip uni_card %d uni_id %d.",
+                     type, at.slot, at.port, at.subport, at.extend1, at.extend3);
+        break;
+    default:
+        OV_LOG_DEBUG("LIB", "iftype %s, slot %d, port %d onu_id %d uni_type video uni_card %d uni_id %d.",
+                     type, at.slot, at.port, at.subport, at.extend1, at.extend3);
+        break;
+    }
 }
 
 // Kind of the UNI that a name speaks of, or -1.
@@ -123,7 +145,7 @@ ov_ifindex_t ov_ifindex_gen_by_logic_portname(uint16_t port_type, const char* na
     if (port_type == PORT_TYPE_LO)
         text++; // the colon of "lo:1"; nobody looks what stands there
     int id = 0;
-    ov_name_scan(text, "#", {&id});
+    ov_name_scan(text, "%d", {&id});
     return ov_ifindex_gen_by_logicinfo(port_type, uint16_t(id));
 }
 
@@ -132,7 +154,7 @@ ov_ifindex_t ov_ifindex_gen_by_physic_portname(uint16_t port_type, const char* n
     if (text == nullptr)
         return OV_IFINDEX_INVALID;
     ParsedName parsed;
-    ov_name_scan(text, "#/#", {&parsed.slot, &parsed.port});
+    ov_name_scan(text, "%d/%d", {&parsed.slot, &parsed.port});
     return parsed.phy_index(port_type);
 }
 
@@ -141,7 +163,7 @@ ov_ifindex_t ov_ifindex_gen_by_physic_subportname(uint16_t port_type, const char
     if (text == nullptr)
         return OV_IFINDEX_INVALID;
     ParsedName parsed;
-    ov_name_scan(text, "#/#:#", {&parsed.slot, &parsed.port, &parsed.subport});
+    ov_name_scan(text, "%d/%d:%d", {&parsed.slot, &parsed.port, &parsed.subport});
     return parsed.phy_index(port_type);
 }
 
@@ -155,7 +177,7 @@ ov_ifindex_t ov_ifindex_gen_by_gpon_onusrv_name(uint16_t port_type, const char* 
 
 ov_ifindex_t ov_ifindex_gen_by_gpon_onuuni_name(uint16_t port_type, const char* name) {
     static constexpr std::array<const char*, UNI_WORDS.size()> patterns = {
-        "#/#:#_eth_#/#", "#/#:#_pots_#/#", "#/#:#_veip_#/#", "#/#:#_video_#/#"};
+        "%d/%d:%d_eth_%d/%d", "%d/%d:%d_pots_%d/%d", "%d/%d:%d_veip_%d/%d", "%d/%d:%d_video_%d/%d"};
     const char* text = behind_prefix(port_type, name);
     if (text == nullptr)
         return OV_IFINDEX_INVALID;
@@ -167,9 +189,7 @@ ov_ifindex_t ov_ifindex_gen_by_gpon_onuuni_name(uint16_t port_type, const char* 
     ParsedName parsed;
     ov_name_scan(text, patterns[size_t(kind)],
                  {&parsed.slot, &parsed.port, &parsed.subport, &parsed.extend1, &parsed.extend3});
-    OV_LOG_DEBUG("LIB", "iftype %s, slot %d, port %d onu_id %d uni_type %s uni_card %d uni_id %d.",
-                 ov_port_type_text(port_type), parsed.slot, parsed.port, parsed.subport,
-                 UNI_WORDS[size_t(kind)], parsed.extend1, parsed.extend3);
+    log_uni(port_type, parsed, kind);
     return parsed.extend_index(port_type, uint16_t(kind));
 }
 
@@ -231,15 +251,27 @@ char* ov_ifindex_gen_gpon_onusrv_name(ov_ifindex_t ifindex, char* name, uint32_t
 char* ov_ifindex_gen_gpon_onuuni_name(ov_ifindex_t ifindex, char* name, uint32_t max_len) {
     if (ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GPON_ONU_UNI)
         return nullptr;
+    const Position at(ifindex);
+    const int card = int(ov_ifindex_get_extend1_id(ifindex));
+    const int uni = int(ov_ifindex_get_extend3_id(ifindex));
     const uint32_t kind = ov_ifindex_get_extend2_id(ifindex);
-    if (kind >= UNI_WORDS.size()) {
+    switch (kind) {
+    case OV_UNI_ETH:
+        return print_name(name, max_len, "%s%d/%d:%d_eth_%d/%d", at.prefix, at.slot, at.port, at.subport,
+                          card, uni);
+    case OV_UNI_POTS:
+        return print_name(name, max_len, "%s%d/%d:%d_pots_%d/%d", at.prefix, at.slot, at.port, at.subport,
+                          card, uni);
+    case OV_UNI_VEIP:
+        return print_name(name, max_len, "%s%d/%d:%d_veip_%d/%d", at.prefix, at.slot, at.port, at.subport,
+                          card, uni);
+    case OV_UNI_VIDEO:
+        return print_name(name, max_len, "%s%d/%d:%d_video_%d/%d", at.prefix, at.slot, at.port, at.subport,
+                          card, uni);
+    default: // two bits hold no other
         OV_LOG_ERROR("LIB", "ifindex %#x unkown uni port type %d.", ifindex, int(kind));
         return nullptr;
     }
-    const Position at(ifindex);
-    return print_name(name, max_len, "%s%d/%d:%d_%s_%d/%d", at.prefix, at.slot, at.port, at.subport,
-                      UNI_WORDS[kind], int(ov_ifindex_get_extend1_id(ifindex)),
-                      int(ov_ifindex_get_extend3_id(ifindex)));
 }
 
 char* ov_gen_ifname_by_ifindex(ov_ifindex_t ifindex, char* ifname, uint32_t name_len) {

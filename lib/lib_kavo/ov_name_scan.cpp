@@ -8,7 +8,7 @@ ov_name_scan_result ov_name_scan(const char* text, const char* pattern, std::ini
     int converted = 0;
     const auto* target = numbers.begin();
     for (; *pattern != '\0'; pattern++) {
-        if (*pattern != '#') {
+        if (pattern[0] != '%' || pattern[1] != 'd') {
             if (*text != *pattern)
                 break;
             text++;
@@ -21,6 +21,7 @@ ov_name_scan_result ov_name_scan(const char* text, const char* pattern, std::ini
         **target++ = int(std::clamp<long>(value, INT_MIN, INT_MAX));
         text = end;
         converted++;
+        pattern++; // both characters of "%d"
     }
     return {converted, text};
 }

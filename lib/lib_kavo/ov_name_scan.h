@@ -8,8 +8,8 @@ struct ov_name_scan_result {
     const char* rest; // the text behind what was read
 };
 
-// Reads `text` by `pattern`, in which '#' stands for a decimal number and any other character for itself.
+// Reads `text` by `pattern`, in which "%d" stands for a decimal number and any other character for itself.
 // A number may have blanks and a sign in front of it; one beyond the range of int reads as the nearest
 // that fits. Reading stops where the text departs from the pattern; numbers that weren't reached keep
-// their values. There must be as many numbers as '#'.
+// their values. There must be as many numbers as "%d".
 ov_name_scan_result ov_name_scan(const char* text, const char* pattern, std::initializer_list<int*> numbers);

@@ -152,7 +152,7 @@ int ov_product_sc_active_flag_get() {
 
 uint32_t ov_product_get_mate_sc_slot_id() {
     char text[OV_PRODUCT_INFO_TEXT_SIZE];
-    if (!ov_product_env_lookup("mate_slot", text, sizeof text))
+    if (ov_sys_and_result("ov_env_get mate_slot", text, sizeof text) != 0)
         return 0;
     const uint32_t slot = ov_product_number_of_text(text, 0);
     return ov_slot_bit(slot) != 0 ? slot : 0;

@@ -561,22 +561,22 @@ TEST_F(Ifindex, UniNameWithoutAWordIsLogged) {
 TEST(NameScan, StopsWhereTheTextDepartsFromThePattern) {
     int a = -1;
     int b = -1;
-    auto scan = ov_name_scan("3/x", "#/#", {&a, &b});
+    auto scan = ov_name_scan("3/x", "%d/%d", {&a, &b});
     EXPECT_EQ(scan.converted, 1);
     EXPECT_STREQ(scan.rest, "x");
     EXPECT_EQ(a, 3);
     EXPECT_EQ(b, -1);
-    scan = ov_name_scan("", "#", {&a});
+    scan = ov_name_scan("", "%d", {&a});
     EXPECT_EQ(scan.converted, 0);
     EXPECT_STREQ(scan.rest, "");
-    scan = ov_name_scan("7 rest", "#", {&a});
+    scan = ov_name_scan("7 rest", "%d", {&a});
     EXPECT_STREQ(scan.rest, " rest");
 }
 
 TEST(NameScan, NumbersAreBoundedToInt) {
     int a = 0;
     int b = 0;
-    ov_name_scan("2147483648/-2147483649", "#/#", {&a, &b});
+    ov_name_scan("2147483648/-2147483649", "%d/%d", {&a, &b});
     EXPECT_EQ(a, INT32_MAX);
     EXPECT_EQ(b, INT32_MIN);
 }

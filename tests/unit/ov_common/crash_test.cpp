@@ -455,30 +455,27 @@ TEST(Crash, AThirdCrashOfAThreadGoesStraightToTheKill) {
 }
 
 TEST(Crash, AllFaultAndRealTimeSignalsHaveTheHandlerOnTheSignalStack) {
-    EXPECT_EQ(private_root::run_captured([] {
-                  initCrashSignalHandlers();
-                  std::vector<int> signals = {SIGILL,    SIGTRAP, SIGABRT,   SIGBUS,  SIGFPE,
-                                              SIGSEGV,   SIGALRM, SIGSTKFLT, SIGXCPU, SIGXFSZ,
-                                              SIGVTALRM, SIGPROF, SIGIO,     SIGPWR,  SIGSYS};
-                  for (int signo = SIGRTMIN; signo <= SIGRTMAX; ++signo)
-                      signals.push_back(signo);
-                  for (int signo : signals) {
-                      struct sigaction action = {};
-                      sigaction(signo, nullptr, &action);
-                      EXPECT_EQ(action.sa_sigaction, crashHandler) << signo;
-                      EXPECT_EQ(action.sa_flags & (SA_SIGINFO | SA_ONSTACK), SA_SIGINFO | SA_ONSTACK)
-                          << signo;
-                  }
-                  for (int signo : {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGCHLD}) {
-                      struct sigaction action = {};
-                      sigaction(signo, nullptr, &action);
-                      EXPECT_EQ(action.sa_handler, SIG_DFL) << signo;
-                  }
-                  stack_t stack = {};
-                  sigaltstack(nullptr, &stack);
-                  EXPECT_EQ(stack.ss_size, size_t(CRASH_SIGNAL_STACK));
-              }).status,
-              0);
+    private_root::run([] {
+        initCrashSignalHandlers();
+        std::vector<int> signals = {SIGILL,  SIGTRAP, SIGABRT,   SIGBUS,  SIGFPE, SIGSEGV, SIGALRM, SIGSTKFLT,
+                                    SIGXCPU, SIGXFSZ, SIGVTALRM, SIGPROF, SIGIO,  SIGPWR,  SIGSYS};
+        for (int signo = SIGRTMIN; signo <= SIGRTMAX; ++signo)
+            signals.push_back(signo);
+        for (int signo : signals) {
+            struct sigaction action = {};
+            sigaction(signo, nullptr, &action);
+            EXPECT_EQ(action.sa_sigaction, crashHandler) << signo;
+            EXPECT_EQ(action.sa_flags & (SA_SIGINFO | SA_ONSTACK), SA_SIGINFO | SA_ONSTACK) << signo;
+        }
+        for (int signo : {SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGCHLD}) {
+            struct sigaction action = {};
+            sigaction(signo, nullptr, &action);
+            EXPECT_EQ(action.sa_handler, SIG_DFL) << signo;
+        }
+        stack_t stack = {};
+        sigaltstack(nullptr, &stack);
+        EXPECT_EQ(stack.ss_size, size_t(CRASH_SIGNAL_STACK));
+    });
 }
 
 TEST(Crash, EverySignalOfTheListIsReportedAndKills) {
