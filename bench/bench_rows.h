@@ -26,7 +26,8 @@ struct Row {
 };
 
 // The n-th index of a chassis that is filled slot by slot: shelf 1, 14 slots, 16 ports, 128 ONUs and
-// under each ONU as many objects as it takes; shorter keys have that many more in their last column.
+// under each ONU as many objects as it takes; shorter keys have that many more in their last column. The
+// last column is even, so that the odd numbers between are absent keys.
 template <int KeySize>
 Columns<KeySize> index_of(int n, int rows) {
     constexpr int columns = KeySize / 4;
@@ -43,6 +44,7 @@ Columns<KeySize> index_of(int n, int rows) {
         key[c] = static_cast<uint32_t>(n % dims[c]) + 1;
         n /= dims[c];
     }
+    key[columns - 1] *= 2;
     return key;
 }
 

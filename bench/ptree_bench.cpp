@@ -43,14 +43,15 @@ KeyBytes<KeySize> image_of(const Columns<KeySize>& key) {
     return image;
 }
 
-long resident_bytes() {
-    long pages = 0, resident = 0;
+// Memory of the process that is no file's.
+long anonymous_bytes() {
+    long pages = 0, resident = 0, of_files = 0;
     if (FILE* f = std::fopen("/proc/self/statm", "r")) {
-        if (std::fscanf(f, "%ld %ld", &pages, &resident) != 2)
-            resident = 0;
+        if (std::fscanf(f, "%ld %ld %ld", &pages, &resident, &of_files) != 3)
+            resident = of_files = 0;
         std::fclose(f);
     }
-    return resident * sysconf(_SC_PAGESIZE);
+    return (resident - of_files) * sysconf(_SC_PAGESIZE);
 }
 
 // ---- the two containers behind one face ---------------------------------------------------------
@@ -130,16 +131,16 @@ struct Filled {
         for (int n = 0; n < rows; ++n) {
             auto key = index_of<KeySize>(n, rows);
             present.push_back(Store::key_of(key));
-            key[KeySize / 4 - 1] += 1u << 20; // beyond the last object under the same ONU
+            ++key[KeySize / 4 - 1];
             absent.push_back(Store::key_of(key));
         }
         std::vector<typename Store::Key> order = present;
         if (g_shuffled)
             std::shuffle(order.begin(), order.end(), random);
-        long before = resident_bytes();
+        long before = anonymous_bytes();
         for (const auto& key : order)
             store.add(key);
-        bytes_per_row = static_cast<double>(resident_bytes() - before) / rows;
+        bytes_per_row = static_cast<double>(anonymous_bytes() - before) / rows;
         std::shuffle(present.begin(), present.end(), random);
         std::shuffle(absent.begin(), absent.end(), random);
     }
