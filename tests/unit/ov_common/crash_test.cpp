@@ -89,12 +89,12 @@ Outcome crash_child(const std::function<void()>& crash) {
     });
 }
 
-void expect_killed(const Outcome& outcome) {
+[[maybe_unused]] void expect_killed(const Outcome& outcome) {
     EXPECT_TRUE(WIFSIGNALED(outcome.status)) << outcome.out;
     EXPECT_EQ(WTERMSIG(outcome.status), SIGKILL) << outcome.out;
 }
 
-std::string section(const std::string& report, const std::string& title) {
+[[maybe_unused]] std::string section(const std::string& report, const std::string& title) {
     const std::string head = "\n---- " + title + " ----\n";
     const size_t begin = report.find(head);
     if (begin == std::string::npos)
@@ -103,7 +103,7 @@ std::string section(const std::string& report, const std::string& title) {
     return report.substr(begin + head.size(), end == std::string::npos ? end : end - begin - head.size());
 }
 
-void expect_in_order(const std::string& text, const std::vector<std::string>& parts) {
+[[maybe_unused]] void expect_in_order(const std::string& text, const std::vector<std::string>& parts) {
     size_t at = 0;
     for (const std::string& part : parts) {
         const size_t found = text.find(part, at);
@@ -113,7 +113,7 @@ void expect_in_order(const std::string& text, const std::vector<std::string>& pa
 }
 
 // Threads of this process with SIGTERM blocked, which only the crash handler does.
-int threads_in_handler() {
+[[maybe_unused]] int threads_in_handler() {
     int count = 0;
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
         const std::string status = read_file(task.path() / "status");
@@ -125,7 +125,7 @@ int threads_in_handler() {
     return count;
 }
 
-void raise_and_wait(int signo) {
+[[maybe_unused]] void raise_and_wait(int signo) {
     raise(signo);
     sleep(60);
 }
