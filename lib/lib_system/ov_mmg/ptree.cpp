@@ -152,7 +152,7 @@ inline bool is_held(const PTREE* tree, const P_NODE* node) {
 
 // ---- the walker ---------------------------------------------------------------------------------
 
-void lexical_init(PTREE* tree) {
+void LexicalInit(PTREE* tree) {
     PTREE_LEXICAL_STATE& walk = tree->lexical_state;
     walk.node = &tree->root_node;
     walk.state = WALK_LEFT;
@@ -170,7 +170,7 @@ bool lexical_push(PTREE_LEXICAL_STATE& walk, int state_on_return) {
 }
 
 // The next node in order, or null at the end. The root is met first, and once more at the very end.
-P_NODE* lexical_walk_iterate(PTREE_LEXICAL_STATE& walk) {
+P_NODE* LexicalWalkIterate(PTREE_LEXICAL_STATE& walk) {
     for (;;) {
         if (walk.state == WALK_CLIMB) {
             if (walk.stack_current == walk.stack)
@@ -197,7 +197,7 @@ P_NODE* lexical_walk_iterate(PTREE_LEXICAL_STATE& walk) {
 P_NODE* lexical_next_row(PTREE* tree) {
     P_NODE* node;
     do {
-        node = lexical_walk_iterate(tree->lexical_state);
+        node = LexicalWalkIterate(tree->lexical_state);
     } while (node == &tree->root_node);
     return node;
 }
@@ -210,7 +210,7 @@ void lexical_seek(PTREE* tree, const unsigned char* key) {
     int limit = differs < 0 ? std::numeric_limits<int>::max() : differs;
     bool behind_is_above = differs >= 0 && key_bit(key, differs) == 0;
 
-    lexical_init(tree);
+    LexicalInit(tree);
     PTREE_LEXICAL_STATE& walk = tree->lexical_state;
     for (;;) {
         bool left = bit_at(walk.node, key) == 0;
@@ -272,7 +272,7 @@ int PTreeInit(PTREE* tree, P_PARAMS* params) {
     tree->rows = rows;
     tree->lexical_stack_size = stack_size;
     tree->lexical_state.stack = static_cast<PTREE_LEXICAL_STACK*>(stack);
-    lexical_init(tree);
+    LexicalInit(tree);
     tree->root_node.bit = -1;
     tree->root_node.left = &tree->root_node;
     tree->root_node.right = &tree->root_node;
@@ -399,7 +399,7 @@ P_NODE* PTreeGetNext(PTREE* tree, const unsigned char* key) {
     if (key == nullptr) {
         if (tree->root_in_used != 0)
             return &tree->root_node;
-        lexical_init(tree);
+        LexicalInit(tree);
     } else if (walk.sequence != tree->sequence || !holds(walk.last_node, key, tree->params.key_size)) {
         lexical_seek(tree, key);
     }
