@@ -95,7 +95,7 @@ void measure(benchmark::State& state, int rows, void (*run)(TableRow&)) {
     const auto& keys = filled_table(rows);
     size_t i = 0;
     TableRow row{};
-    for (auto _ : state) {
+    for (auto _ : state) { // NOLINT(clang-analyzer-deadcode.DeadStores)
         row.key = keys[i];
         run(row);
         benchmark::DoNotOptimize(row);

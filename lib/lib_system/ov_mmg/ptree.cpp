@@ -76,15 +76,16 @@ inline bool holds(const P_NODE* node, const unsigned char* key, int size) {
 
 void write_key_image(const P_PARAMS& params, const void* row, unsigned char* image) {
     const auto* in = static_cast<const unsigned char*>(row);
-    int words = params.key_size / 4;
-    for (int w = 0; w < words; ++w) {
+    auto size = static_cast<size_t>(params.key_size);
+    size_t at = 0;
+    for (; at + 4 <= size; at += 4) {
         uint32_t word;
-        std::memcpy(&word, in + w * 4, 4);
-        if (kLittleEndian && (params.byte_words >> w & 1) == 0)
+        std::memcpy(&word, in + at, 4);
+        if (kLittleEndian && (params.byte_words >> (at / 4) & 1) == 0)
             word = __builtin_bswap32(word);
-        std::memcpy(image + w * 4, &word, 4);
+        std::memcpy(image + at, &word, 4);
     }
-    std::copy(in + words * 4, in + params.key_size, image + words * 4);
+    std::copy(in + at, in + size, image + at);
 }
 
 // The key image of a caller's row.

@@ -395,6 +395,7 @@ TEST_F(PtreeRows, ClearForgetsTheRowsAndLeavesTheCount) {
     PTreeClear(&tree);
     EXPECT_EQ(tree.sequence, sequence + 1);
     EXPECT_EQ(tree.root_in_used, 0);
+    EXPECT_EQ(tree.root_act, nullptr);
     EXPECT_EQ(tree.lexical_state.last_node, nullptr);
     EXPECT_EQ(tree.num_entries, 2);
     EXPECT_EQ(tree.root_node.left, &tree.root_node);
