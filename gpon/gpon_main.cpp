@@ -140,7 +140,7 @@ void init_vty() {
     cmd_init(1);
     vty_init(master, GPON_NAME);
     kavo_ctrl_init(GPON_NAME);
-    kavo_add_read<gpon_ctrl_signal>(master, nullptr, app_ctrl_signal_fd(), nullptr);
+    kavo_add_read(master, gpon_ctrl_signal, nullptr, app_ctrl_signal_fd(), nullptr);
     memory_init();
 }
 
@@ -163,15 +163,15 @@ void start_connected() {
     init_ovra_snmp_set();
     init_config_restore_debug();
     fill_uclient_slots();
-    kavo_add_read<gpon_read>(master, uclient, uclient->fd_async, nullptr);
-    kavo_add_read<gpon_serv>(master, uclient, uclient->async_server_sock, nullptr);
+    kavo_add_read(master, gpon_read, uclient, uclient->fd_async, nullptr);
+    kavo_add_read(master, gpon_serv, uclient, uclient->async_server_sock, nullptr);
     hal_init(HAL_GPON, master, gpon_nl_msg);
     vty_serv_sock(nullptr, 0, GPON_VTY_SOCKET);
     gpon_register_recovery_seq();
     OV_LOG_NOTICE("LIB", "Gpon %s starting", GPON_VERSION);
     init_ovra_gpon_table_default_set();
     hb_uds_task(GPON_NAME, HB_ROLE_CLIENT);
-    kavo_add_timer<gpon_heartbeat_timer>(master, nullptr, GPON_HEARTBEAT_SECONDS, nullptr);
+    kavo_add_timer(master, gpon_heartbeat_timer, nullptr, GPON_HEARTBEAT_SECONDS, nullptr);
 }
 
 // How long the start took, and how much of it the platform's environment tool.
@@ -217,37 +217,37 @@ int gpon_read(struct thread* thread) {
         OV_LOG_ERROR("LIB", "Connection closed, exiting..."); // only the connection goes; the wording is old
         return -1;
     }
-    kavo_add_read<gpon_read>(master, client, fd, nullptr);
+    kavo_add_read(master, gpon_read, client, fd, nullptr);
     return 0;
 }
 
 int gpon_serv(struct thread* thread) {
     const int server = THREAD_FD(thread);
     auto* client = static_cast<uclient_s*>(THREAD_ARG(thread));
-    kavo_add_read<gpon_serv>(master, client, server, nullptr);
+    kavo_add_read(master, gpon_serv, client, server, nullptr);
     const int fd = accept4(server, nullptr, nullptr, SOCK_CLOEXEC);
     if (fd < 0) {
         OV_LOG_ERROR("LIB", "%s: accept async failed\n", __func__);
         return -1;
     }
-    kavo_add_read<gpon_read>(master, client, fd, nullptr);
+    kavo_add_read(master, gpon_read, client, fd, nullptr);
     return 0;
 }
 
 int gpon_heartbeat_timer(struct thread* /*thread*/) {
     hb_uds_task_client(GPON_NAME);
-    kavo_add_timer<gpon_heartbeat_timer>(master, nullptr, GPON_HEARTBEAT_SECONDS, nullptr);
+    kavo_add_timer(master, gpon_heartbeat_timer, nullptr, GPON_HEARTBEAT_SECONDS, nullptr);
     return 0;
 }
 
 int gpon_ctrl_signal(struct thread* thread) {
-    kavo_add_read<gpon_ctrl_signal>(master, nullptr, THREAD_FD(thread), nullptr);
+    kavo_add_read(master, gpon_ctrl_signal, nullptr, THREAD_FD(thread), nullptr);
     app_ctrl_service_pending();
     return 0;
 }
 
 int gpon_nl_receive(struct thread* thread) {
-    kavo_add_read<gpon_nl_receive>(master, nullptr, THREAD_FD(thread), nullptr);
+    kavo_add_read(master, gpon_nl_receive, nullptr, THREAD_FD(thread), nullptr);
     return hal_recv(gpon_nl_msg) != 0 ? -1 : 0;
 }
 

@@ -76,29 +76,23 @@ void kavo_handle(struct thread* thread) {
     handler(thread);
 }
 
-/// Call handler once when fd can be read.
+// The kavo_add_* calls are macros, so that "show thread" names the handler.
+
+/// kavo_add_read(master, handler, arg, fd, ref): call handler once when fd can be read.
 /// @param arg  THREAD_ARG of the event; stays the caller's
 /// @param ref  null, or where to keep the event (null there before the call: an event that is
 ///             already armed is left as it is); the library clears it when the event runs
-template <kavo_handler_t* handler>
-void kavo_add_read(struct thread_master* master, void* arg, int fd, struct thread** ref) {
-    thread_add_read(master, kavo_handle<handler>, arg, fd, ref);
-}
+#define kavo_add_read(master, handler, arg, fd, ref)                                                         \
+    thread_add_read((master), kavo_handle<handler>, (arg), (fd), (ref))
 
 /// Call handler once after so many seconds. arg, ref as for kavo_add_read().
-template <kavo_handler_t* handler>
-void kavo_add_timer(struct thread_master* master, void* arg, long seconds, struct thread** ref) {
-    thread_add_timer(master, kavo_handle<handler>, arg, seconds, ref);
-}
+#define kavo_add_timer(master, handler, arg, seconds, ref)                                                   \
+    thread_add_timer((master), kavo_handle<handler>, (arg), (seconds), (ref))
 
 /// Call handler once after so many milliseconds. arg, ref as for kavo_add_read().
-template <kavo_handler_t* handler>
-void kavo_add_timer_msec(struct thread_master* master, void* arg, long milliseconds, struct thread** ref) {
-    thread_add_timer_msec(master, kavo_handle<handler>, arg, milliseconds, ref);
-}
+#define kavo_add_timer_msec(master, handler, arg, milliseconds, ref)                                         \
+    thread_add_timer_msec((master), kavo_handle<handler>, (arg), (milliseconds), (ref))
 
 /// Call handler once when the loop comes round, with THREAD_VAL val. arg, ref as above.
-template <kavo_handler_t* handler>
-void kavo_add_event(struct thread_master* master, void* arg, int val, struct thread** ref) {
-    thread_add_event(master, kavo_handle<handler>, arg, val, ref);
-}
+#define kavo_add_event(master, handler, arg, val, ref)                                                       \
+    thread_add_event((master), kavo_handle<handler>, (arg), (val), (ref))

@@ -67,7 +67,7 @@ TEST(KavoFrr, ReadHandlerRunsOnceWithItsDescriptorAndArgument) {
     struct thread* ref = nullptr;
     int argument = 0;
     reads_seen = 0;
-    kavo_add_read<count_read>(frr_master(), &argument, pipe.end[0], &ref);
+    kavo_add_read(frr_master(), count_read, &argument, pipe.end[0], &ref);
     EXPECT_NE(ref, nullptr);
     ASSERT_EQ(write(pipe.end[1], "x", 1), 1);
 
@@ -78,7 +78,7 @@ TEST(KavoFrr, ReadHandlerRunsOnceWithItsDescriptorAndArgument) {
 
     // the byte is still there, but the event is used up
     int later = 0;
-    kavo_add_timer_msec<count_timer>(frr_master(), &later, 20, nullptr);
+    kavo_add_timer_msec(frr_master(), count_timer, &later, 20, nullptr);
     ASSERT_TRUE(frr_run_until([&] { return later > 0; }));
     EXPECT_EQ(reads_seen, 1);
 }
@@ -86,8 +86,8 @@ TEST(KavoFrr, ReadHandlerRunsOnceWithItsDescriptorAndArgument) {
 TEST(KavoFrr, TimersFireAfterTheirTime) {
     int seconds = 0, milliseconds = 0;
     const auto start = std::chrono::steady_clock::now();
-    kavo_add_timer<count_timer>(frr_master(), &seconds, 1, nullptr);
-    kavo_add_timer_msec<count_timer>(frr_master(), &milliseconds, 30, nullptr);
+    kavo_add_timer(frr_master(), count_timer, &seconds, 1, nullptr);
+    kavo_add_timer_msec(frr_master(), count_timer, &milliseconds, 30, nullptr);
     ASSERT_TRUE(frr_run_until([&] { return milliseconds > 0; }));
     EXPECT_EQ(seconds, 0);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
@@ -98,8 +98,8 @@ TEST(KavoFrr, TimersFireAfterTheirTime) {
 TEST(KavoFrr, CancelledTimerDoesNotFire) {
     int fired = 0, later = 0;
     struct thread* ref = nullptr;
-    kavo_add_timer_msec<count_timer>(frr_master(), &fired, 10, &ref);
-    kavo_add_timer_msec<count_timer>(frr_master(), &later, 30, nullptr);
+    kavo_add_timer_msec(frr_master(), count_timer, &fired, 10, &ref);
+    kavo_add_timer_msec(frr_master(), count_timer, &later, 30, nullptr);
     thread_cancel(&ref);
     ASSERT_TRUE(frr_run_until([&] { return later > 0; }));
     EXPECT_EQ(fired, 0);
@@ -107,7 +107,7 @@ TEST(KavoFrr, CancelledTimerDoesNotFire) {
 
 TEST(KavoFrr, EventCarriesItsValue) {
     int value = 0;
-    kavo_add_event<keep_value>(frr_master(), &value, 7, nullptr);
+    kavo_add_event(frr_master(), keep_value, &value, 7, nullptr);
     ASSERT_TRUE(frr_run_until([&] { return value != 0; }));
     EXPECT_EQ(value, 7);
 }

@@ -1,0 +1,133 @@
+#include "gpon_main.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <memory>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "hal_sock.h"
+#include "uclient.h"
+
+#include "../kavo/frr_fixture.h"
+#include "../support/frames.h"
+#include "../support/log_capture.h"
+
+using testing::Contains;
+using testing::ContainsRegex;
+
+namespace {
+
+// The handlers with a socket pair in the place of the controller, run by the real event loop.
+class GponMain : public testing::Test {
+protected:
+    GponMain() {
+        master = frr_master();
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair_), 0);
+        uclient = &client_;
+    }
+    ~GponMain() override {
+        thread_cancel_event(frr_master(), &client_);
+        thread_cancel_event(frr_master(), nullptr);
+        uclient = nullptr;
+        close(pair_[0]);
+        close(pair_[1]);
+    }
+
+    int ours() const { return pair_[0]; }
+    int controllers() const { return pair_[1]; }
+    void close_controllers() {
+        close(pair_[1]);
+        pair_[1] = -1;
+    }
+
+    // Runs the next due event.
+    static void run_one() {
+        struct thread event;
+        ASSERT_NE(thread_fetch(frr_master(), &event), nullptr);
+        thread_call(&event);
+    }
+
+    LogCapture log_;
+    uclient_s client_ = {};
+    int pair_[2] = {-1, -1};
+};
+
+std::vector<std::string> hosts;
+int note_host(umsg_host_t* host) {
+    hosts.emplace_back(host->name);
+    return 0;
+}
+
+TEST_F(GponMain, ReadDispatchesOneMessageAndArmsItselfAgain) {
+    hosts.clear();
+    client_.host = note_host;
+    kavo_add_read(master, gpon_read, &client_, ours(), nullptr);
+    for (const char* name : {"olt1", "olt2"}) {
+        umsg_host_t host = {};
+        snprintf(host.name, sizeof host.name, "%s", name);
+        write_all(controllers(), frame(UMSG_HOST, 0, bytes_of(host)));
+    }
+    run_one();
+    EXPECT_EQ(hosts, std::vector<std::string>{"olt1"});
+    run_one();
+    EXPECT_EQ(hosts, (std::vector<std::string>{"olt1", "olt2"}));
+}
+
+TEST_F(GponMain, ReadOfAClosedConnectionClosesOursAndIsNotArmedAgain) {
+    close_controllers();
+    kavo_add_read(master, gpon_read, &client_, ours(), nullptr);
+    run_one();
+    EXPECT_THAT(log_.lines(), Contains("Connection closed, exiting..."));
+    EXPECT_EQ(fcntl(ours(), F_GETFD), -1);
+    pair_[0] = -1;
+}
+
+TEST_F(GponMain, HeartbeatTimerArmsItselfForFifteenSeconds) {
+    struct thread now = {};
+    gpon_heartbeat_timer(&now);
+    // The loop's only timer is the next heartbeat.
+    FrrSession session(ENABLE_NODE);
+    session.run("show thread timers");
+    const std::string text = session.output();
+    EXPECT_THAT(text, ContainsRegex("gpon_heartbeat_timer.*(00:00:15|00:00:14|1[45]\\.)")) << text;
+}
+
+TEST_F(GponMain, NetlinkReceiveReportsAnEmptyQueueAsFailure) {
+    char byte = 0;
+    ASSERT_EQ(write(controllers(), &byte, 1), 1);
+    struct thread event = {};
+    event.u.fd = ours();
+    EXPECT_EQ(gpon_nl_receive(&event), -1);
+}
+
+TEST(GponNlMsg, EveryMessageIsTaken) {
+    char body[64] = {};
+    EXPECT_EQ(gpon_nl_msg(927, body, sizeof body), 0u);
+    EXPECT_EQ(gpon_nl_msg(0, nullptr, 0), 0u);
+}
+
+TEST(GponSignals, TableHoldsFourRowsThatStandReady) {
+    ASSERT_EQ(gpon_signals.size(), 4u);
+    EXPECT_EQ(gpon_signals[0].signal, SIGHUP);
+    EXPECT_EQ(gpon_signals[1].signal, SIGUSR1);
+    EXPECT_EQ(gpon_signals[2].signal, SIGINT);
+    EXPECT_EQ(gpon_signals[3].signal, SIGTERM);
+    EXPECT_EQ(gpon_signals[2].handler, gpon_signals[3].handler);
+    LogCapture log;
+    gpon_signals[0].handler();
+    EXPECT_THAT(log.lines(), Contains("SIGHUP received"));
+}
+
+TEST(GponSignals, IntAndTermEndTheProcessWithStatusZeroAfterALogLine) {
+    EXPECT_EXIT(
+        {
+            uclient = nullptr;
+            gpon_signals[2].handler();
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+} // namespace
