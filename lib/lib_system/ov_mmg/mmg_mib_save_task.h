@@ -5,6 +5,8 @@
 // whoever wants a file up to date asks for it by the table's name.
 #pragma once
 
+#include <semaphore.h>
+
 typedef void (*MIBTABLE_SAVE_FUNC)();
 
 // Where the table files lie, and the flag files of requested saves ("saveflag.<table>").
@@ -59,6 +61,7 @@ void mmg_mib_set_mib_save_env();
 // in this daemon the branch that starts it is never taken.
 int start_mib_sync(); // 0, or -1 when the thread can't be created
 void* mibdata_sync_task(void* arg);
+extern sem_t mibdatasave_sem; // posted for each transfer that is wanted
 
 // How the cycle gets its alarm: snmp_alarm_register of the SNMP library or something of the same contract
 // (a repeating call every `when` seconds if `flags` is SA_REPEAT, 1; the result is 0 on failure). The main
