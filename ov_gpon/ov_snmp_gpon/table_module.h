@@ -12,6 +12,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -42,9 +43,7 @@ struct TableFunctions {
 
 class TableModule {
 public:
-    // Most index columns, and longest index text with its terminator.
-    static constexpr size_t kMaxIndexColumns = 16;
-    static constexpr size_t kMaxIndexText = 640;
+    static constexpr size_t kMaxIndexText = 640; // longest index text of a log line, with its terminator
 
     // Keeps references to both; enters itself in table_module_list(). Nothing is registered yet.
     TableModule(const TableDesc& desc, const TableFunctions& functions);
@@ -159,25 +158,40 @@ public:
     std::string row_text(std::span<const uint32_t> index) const;
 
 private:
-    struct MergeResult;
+    static MIB_Flags_t find_missing_columns(const TableDesc& desc);
 
     void* create_entry_from(std::span<const uint32_t> index);
-    void register_store();
-    void log_row(const char* what_format, const void* entry) const;
+    void log_row(const char* what, const void* entry) const;
+    void copy_row(void* to, const void* from) const;
 
+    char read_row(void* row, const void* found) const;
     char start_on_stored(int type, void* row, void* stored, const MIB_Flags_t& flags);
     char start_on_absent(int type, void* row, const MIB_Flags_t& flags);
-    bool merge(void* row, const void* stored, const MIB_Flags_t& flags) const;
-    void finish_set(char result, void* row, const MIB_Flags_t& flags);
+    char start_blank_row(void* row, int32_t status);
+    char start_filled_row(void* row, const MIB_Flags_t& flags);
+    char merge(void* row, const void* stored, const MIB_Flags_t& flags) const;
+
+    void finish_blank_row(char result, void* row, int32_t old_status, int32_t status);
+    void finish_set_of_status(char result, void* row);
+    void store_row(void* row);
     void commit(void* row);
+    void commit_delete(void* row);
+
+    template <typename Visit>
+    void visit_all(Visit visit) const;
+    template <typename Visit>
+    void visit_matches(const void* row, int index_flag, Visit visit) const;
+
+    bool find_path();
 
     const TableDesc& desc_;
     TableFunctions functions_;
     TableModuleClass* class_ = nullptr;
     std::vector<oid> oid_;
     std::vector<std::byte> default_row_; // a blank record: defaults in columns and shadows
+    MIB_Flags_t missing_columns_{};
     std::array<char, 256> path_{};
-    bool changed_ = false;
+    std::atomic<bool> changed_ = false;
 };
 
 // All table modules of the program, in order of their registry index. Main thread.

@@ -42,7 +42,8 @@ int ov_command_run(std::initializer_list<const char*> argv) {
     args.push_back(nullptr);
 
     pid_t child = 0;
-    if (args.front() == nullptr || posix_spawnp(&child, args.front(), nullptr, nullptr, args.data(), environ) != 0)
+    if (args.front() == nullptr ||
+        posix_spawnp(&child, args.front(), nullptr, nullptr, args.data(), environ) != 0)
         return -1;
     int status = 0;
     pid_t ended;
