@@ -1,0 +1,100 @@
+#include "mmg_internal.h"
+
+#include <cstdio>
+#include <cstring>
+
+PTREE data_Tree[MIB_TABLE_SLOTS];
+
+namespace {
+
+// The table's tree, or null when it has none.
+PTREE* tree_of(MIBDID did) {
+    if (did == nullptr || did->index < 0 || did->index >= MIB_TABLE_SLOTS)
+        return nullptr;
+    PTREE* tree = &data_Tree[did->index];
+    return tree->rows == nullptr ? nullptr : tree;
+}
+
+// The carriage return alone keeps such lines from scrolling a console; flushed, since other processes may
+// write to the same stream.
+void print_row_message(const char* text) {
+    std::fputs(text, stdout);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+char data_Init(MIBDID did, int key_size, int info_size) {
+    if (did != nullptr && did->index >= 0 && did->index < MIB_TABLE_SLOTS) {
+        PTREE* tree = &data_Tree[did->index];
+        PTreeDestroy(tree);
+        P_PARAMS params;
+        params.key_size = key_size;
+        params.info_size = info_size;
+        if (info_size >= key_size && PTreeInit(tree, &params) != 0)
+            return 1;
+    }
+    print_row_message("failed patricia tree create\r");
+    return 0;
+}
+
+int get_row_num(MIBDID did) {
+    PTREE* tree = tree_of(did);
+    return tree == nullptr ? 0 : tree->num_entries;
+}
+
+void* get_table_head(MIBDID did) {
+    return row_getNext(did, nullptr);
+}
+
+void* row_add(MIBDID did, void* row) {
+    PTREE* tree = tree_of(did);
+    if (tree == nullptr || row == nullptr)
+        return nullptr;
+    if (void* existing = PTreeNodeGet(tree, row)) {
+        print_row_message("row_add fail: the row existed\r");
+        return existing;
+    }
+    return PTreeNodeAdd(tree, row);
+}
+
+char row_del(MIBDID did, void* row) {
+    PTREE* tree = tree_of(did);
+    if (tree == nullptr || row == nullptr)
+        return 0;
+    if (PTreeNodeGet(tree, row) == nullptr) {
+        print_row_message("row_del fail: the row not exist\r");
+        return 0;
+    }
+    PTreeNodeDelete(tree, row);
+    return 1;
+}
+
+char row_update(MIBDID did, void* row) {
+    PTREE* tree = tree_of(did);
+    if (tree == nullptr || row == nullptr)
+        return 0;
+    void* stored = PTreeNodeGet(tree, row);
+    if (stored == nullptr) {
+        print_row_message("row_update fail: the row not exist\r");
+        return 0;
+    }
+    if (stored != row)
+        std::memcpy(stored, row, static_cast<size_t>(tree->params.info_size));
+    return 1;
+}
+
+void* row_get(MIBDID did, void* row) {
+    PTREE* tree = tree_of(did);
+    return tree == nullptr || row == nullptr ? nullptr : PTreeNodeGet(tree, row);
+}
+
+void* row_get_fuzzy(MIBDID did, void* row) {
+    PTREE* tree = tree_of(did);
+    return tree == nullptr || row == nullptr ? nullptr : PTreeNodeGetFuzzy(tree, row);
+}
+
+void* row_getNext(MIBDID did, void* row) {
+    PTREE* tree = tree_of(did);
+    return tree == nullptr ? nullptr : PTreeNodeGetNext(tree, row);
+}
