@@ -29,8 +29,11 @@ struct uif_t {
 
 extern struct avl_tree_s* g_uif_avl;
 
-// Makes the tree; called once at start, later calls do nothing. 0, or -1 without memory.
+// Makes the tree; called once at start, later calls do nothing. 0, or -1 without memory. Until then
+// nothing is found and nothing can be made.
 int uif_init();
+// For tests only: frees all records and the tree, so that uif_init starts afresh.
+void uif_deinit();
 // For avl_create: orders records by ifindex.
 int uif_cmp_func(void* data, void* info);
 
@@ -57,11 +60,19 @@ void uif_delete(uif_t* uif);
 bool uif_is_up(const uif_t* uif);
 bool uif_is_running(const uif_t* uif);
 
-// The canonical form of a name as typed at the command line, into a buffer of 20 bytes; null when the
-// name is shorter than 4 or longer than 20 characters or isn't a port, trunk, PON port or ONU.
+// The uplink port at a position: the XE port or else the GE port that the list has there; null without.
+uif_t* uif_get_uplink_port_by_phy_info(uint8_t shelf, uint8_t slot, uint16_t port);
+
+// The canonical form of a name as typed at the command line, into a buffer of 20 bytes (UIF_NAME_SIZE).
+// Returns the buffer, or null when the name is shorter than 4 or longer than 20 characters, isn't a
+// port, trunk, PON port or ONU, or has a canonical form that the buffer can't hold.
 char* uif_extend_ifname(char* extend_name, const char* name);
+// The forms that it tries, by the name's first letters; without the test of the length.
+// f1/1, fe1/1 give fe1/1, likewise ge and xe; what stands behind the two numbers is kept.
 char* if_extend_physics_port(char* extend_name, const char* name);
+// Any beginning of "trunk" and a number from 1 to 16: t3 gives trunk3.
 char* if_extend_trunk(char* extend_name, const char* name);
+// Any beginning of "gpon-olt" and exactly "S/P", or of "gpon-onu" and "S/P:O": gp1/1 gives gpon-olt1/1.
 char* if_extend_gpon(char* extend_name, const char* name);
 
 // Slot of the card whose agent serves the object; logs "not suport type %d" and gives 0 for kinds that no

@@ -4,6 +4,7 @@
 // bit N; slots run from 1 to 31, and any other number reads as "no" and writes nothing.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 
@@ -95,6 +96,9 @@ extern slot_bitmap_t g_slot_bitmap_pwrlock;
 // can't be made. A second call does nothing and gives 0.
 uint32_t ov_slot_init();
 void ov_shelf_config_init();
+// For tests only: frees the records (their clients are told) and clears everything, so that ov_slot_init
+// starts afresh, for another shelf type if ov_product_deinit came before it.
+void ov_slot_deinit();
 int ov_slot_index_cmp_func(const void* a, const void* b);
 
 // Makes the record of a card (or updates its type when there is one); null for a slot the shelf doesn't
@@ -105,11 +109,14 @@ ov_slot_info_t* ov_slot_lookup_by_slotid(uint32_t slot);
 int ov_slot_delete(uint32_t slot);
 
 // Marks of a slot; `flag` 0 clears. All give 0. Connected counts for control and line cards only; for
-// the standby control card it is also kept in standbyScAlive and logged.
+// the standby control card it is also kept in standbyScAlive and logged. The g_slot_bitmap_* of the same
+// meaning and the status of the slot's record follow; a connected card is operational.
 int ov_slot_set_connected(uint32_t slot, int flag);
 int ov_slot_set_synching(uint32_t slot, int flag);
 int ov_slot_set_synched(uint32_t slot, int flag);
 int ov_slot_set_pwr_off(uint32_t slot, int flag);
+// Says which control card is active or standby, 0 for none. A card that becomes the one is no more the
+// other; what is known of the standby card starts from its marks.
 int ov_slot_set_active_sc(uint32_t slot);
 int ov_slot_set_standby_sc(uint32_t slot);
 // Stores what the backplane sees and logs each slot that came or went.
@@ -117,6 +124,12 @@ void ov_slot_update_present(slot_bitmap_t bitmap);
 
 bool ov_slot_check_slot_connected(uint32_t slot);
 bool ov_slot_check_slot_operstatus(uint32_t slot);
+
+// For dumps: the records in order of slots, and what a slot is for: "sc", "lc", "uplink", "power", "fan",
+// "backplane", or "" for none. The single board's slot is an "sc".
+size_t ov_slot_get_card_num();
+const ov_slot_info_t* ov_slot_get_card(size_t position); // null past the end
+const char* ov_slot_role_text(uint32_t slot);
 
 uint32_t ov_slot_get_min_slot_num();
 uint32_t ov_slot_get_max_slot_num();

@@ -1,0 +1,155 @@
+#include "ov_product_info.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <chrono>
+#include <cstring>
+#include <string_view>
+
+#include "libovra.h"
+#include "ov_product.h"
+#include "ov_product_log.h"
+
+namespace {
+
+constexpr std::array KEYS = {
+    // product
+    "PDT_INFO_ENTERPRISE_ID",
+    "PDT_INFO_PDT_DESC",
+    "PDT_INFO_PDT_MODEL",
+    "PDT_INFO_PDT_NAME",
+    "PDT_INFO_PDT_TYPE",
+    "PDT_INFO_VENDER_CONTACT",
+    "PDT_INFO_VENDER_COPYRIGHT",
+    "PDT_INFO_VENDER_HW_VER",
+    "PDT_INFO_VENDER_LOCATION",
+    "PDT_INFO_VENDER_PDT_NAME",
+    "PDT_INFO_VENDER_SW_VER",
+    // shelf
+    "PDT_INFO_SHELF_ID",
+    "PDT_INFO_SHELF_NAME",
+    "PDT_INFO_SHELF_TYPE",
+    // this board
+    "PDT_INFO_CARD_CPLD",
+    "PDT_INFO_CARD_GPON_CHIP",
+    "PDT_INFO_CARD_HW",
+    "PDT_INFO_CARD_LABEL",
+    "PDT_INFO_CARD_MAC",
+    "PDT_INFO_CARD_NAME",
+    "PDT_INFO_CARD_PN",
+    "PDT_INFO_CARD_SLOTID",
+    "PDT_INFO_CARD_SN",
+    "PDT_INFO_CARD_SWITCH_CHIP",
+    "PDT_INFO_CARD_TYPE",
+    "PDT_INFO_CARD_WORKING_RULE",
+    // the running load
+    "PDT_INFO_APP_BOOT_REASON",
+    "PDT_INFO_APP_BOOT_REASON_STR",
+    "PDT_INFO_RUN_LOAD_FILENAME",
+    // boot loader and kernel
+    "BSP_UBOOT_INFO",
+    "BSP_UBOOT_VER",
+    "BSP_RCW_INFO_00",
+    "BSP_RCW_INFO_10",
+    "BSP_RCW_INFO_20",
+    "BSP_RCW_INFO_30",
+    "BSP_RCW_MD5SUM",
+    "BSP_DTB_INFO",
+    "BSP_DTB_VER",
+    "BSP_KERNEL_INFO",
+    "BSP_KERNEL_VER",
+    "BSP_ROOTFS_INFO",
+    "BSP_ROOTFS_VER",
+    // management ports
+    "MGMT_CTRL_PORT_DEF_IP",
+    "MGMT_CTRL_PORT_DEV_NAME",
+    "MGMT_CTRL_PORT_GW_IP",
+    "MGMT_CTRL_PORT_IP",
+    "MGMT_CTRL_PORT_NAME",
+    "MGMT_DIAG_PORT_DEF_IP",
+    "MGMT_DIAG_PORT_DEV_NAME",
+    "MGMT_DIAG_PORT_IP",
+    "MGMT_DIAG_PORT_NAME",
+    "MGMT_PORT_CFG_FILE",
+};
+static_assert(KEYS.size() == OV_PRODUCT_INFO_KEY_NUM);
+
+ov_product_info_cb_s g_product_info;
+ov_product_env_cost g_env_cost;
+
+} // namespace
+
+// ---- single look-ups -----------------------------------------------------------------------------------
+
+ov_product_env_cost ov_product_env_cost_get() {
+    return g_env_cost;
+}
+
+bool ov_product_env_lookup(const char* key, char* buf, size_t len) {
+    const auto start = std::chrono::steady_clock::now();
+    const bool found = ov_sys_and_result_with_var(buf, len, "ov_env_get %s", key) == 0;
+    const auto spent = std::chrono::steady_clock::now() - start;
+    g_env_cost.lookups++;
+    g_env_cost.usec += uint64_t(std::chrono::duration_cast<std::chrono::microseconds>(spent).count());
+    if (!found && len > 0)
+        buf[0] = '\0';
+    return found;
+}
+
+bool ov_product_env_lookup_text(const char* key, char* buf, size_t len) {
+    char value[1024]; // enough to show a value that is too long
+    buf[0] = '\0';
+    if (!ov_product_env_lookup(key, value, sizeof value)) {
+        OV_LOG_WARN("LIB", "Failed to get env %s", key);
+        return false;
+    }
+    const size_t value_len = strlen(value);
+    if (value_len >= len) {
+        OV_LOG_ERROR("LIB", "ENV %s value %s length %d too big than %d.", key, value, int(value_len),
+                     int(len - 1));
+        return false;
+    }
+    memcpy(buf, value, value_len + 1);
+    return true;
+}
+
+uint32_t ov_product_number_of_text(const char* text, uint32_t fallback) {
+    while (isspace(static_cast<unsigned char>(*text)) != 0)
+        text++;
+    if (isdigit(static_cast<unsigned char>(*text)) == 0)
+        return fallback;
+    uint64_t number = 0;
+    for (; isdigit(static_cast<unsigned char>(*text)) != 0; text++)
+        number = std::min<uint64_t>(number * 10 + uint64_t(*text - '0'), UINT32_MAX);
+    return uint32_t(number);
+}
+
+// ---- the record ----------------------------------------------------------------------------------------
+
+void ov_product_info_init() {
+    if (g_product_info.filled != 0)
+        return;
+    for (size_t i = 0; i < OV_PRODUCT_INFO_KEY_NUM; i++)
+        ov_product_env_lookup_text(KEYS[i], g_product_info.text[i], OV_PRODUCT_INFO_TEXT_SIZE);
+    g_product_info.filled = 1;
+}
+
+void ov_product_info_deinit() {
+    g_product_info = {};
+    g_env_cost = {};
+}
+
+const char* ov_product_info_key(size_t position) {
+    return position < KEYS.size() ? KEYS[position] : nullptr;
+}
+
+const char* ov_product_info_get(const char* key) {
+    ov_product_info_init();
+    const auto* found = std::find(KEYS.begin(), KEYS.end(), std::string_view(key));
+    return found != KEYS.end() ? g_product_info.text[found - KEYS.begin()] : "";
+}
+
+uint32_t ov_product_info_get_number(const char* key, uint32_t fallback) {
+    return ov_product_number_of_text(ov_product_info_get(key), fallback);
+}
