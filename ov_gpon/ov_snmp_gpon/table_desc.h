@@ -46,18 +46,22 @@ struct ColumnDesc {
 };
 
 struct TableDesc {
-    const char* name;           // "sTcontTable": the module, its file, its SNMP registration
-    int registry_index;         // STCONT
+    const char* name;              // "sTcontTable": the module, its file, its SNMP registration
+    int registry_index;            // STCONT
     std::span<const uint32_t> oid; // arcs of the table below the enterprise number
-    bool writable;              // managers may write; false registers the table read-only
-    uint16_t key_size;          // bytes of the index columns
-    uint16_t entry_size;        // bytes of the whole record
+    bool writable;                 // managers may write; false registers the table read-only
+    uint16_t key_size;             // bytes of the index columns
+    uint16_t entry_size;           // bytes of the whole record
     std::span<const ColumnDesc> index;
     std::span<const ColumnDesc> columns; // ascending numbers
     const ColumnDesc* row_status;
+    // The columns that the agent registers the table for, where they aren't the first and last of `columns`:
+    // a readable index column stands in front, or room is left behind. 0: as in `columns`.
+    uint8_t first_registered = 0;
+    uint8_t last_registered = 0;
 
-    int min_column() const { return columns.front().number; }
-    int max_column() const { return columns.back().number; }
+    int min_column() const { return first_registered != 0 ? first_registered : columns.front().number; }
+    int max_column() const { return last_registered != 0 ? last_registered : columns.back().number; }
     // The column of a number, or null: numbers have gaps, and index columns aren't columns here.
     const ColumnDesc* column(int number) const;
 };
