@@ -12,6 +12,7 @@
 #include "../ov_mmg/log_tap.h"
 #include "../support/temp_dir.h"
 #include "engine_tables.h"
+#include "fake_product.h"
 
 namespace {
 
@@ -492,6 +493,7 @@ TEST(Life, AReadMarksNothing) {
 TEST(Life, TheStartLoadsTheFileTwiceAndEntersTheSaveRegistry) {
     private_root::run([] {
         LogTap log;
+        fake_product("exit 1");
         std::filesystem::create_directories("/tmp/data");
         ScopedEnv env(MMG_MIB_DATA_DIR_ENV, "/tmp/data");
         const std::string text = line("1|2|1|1|1|0||0||1|\n1|3|1|1|1|0||0||1|\n");

@@ -6,6 +6,7 @@
 
 #include "../ov_mmg/log_tap.h"
 #include "engine_tables.h"
+#include "fake_product.h"
 
 namespace {
 
@@ -533,9 +534,20 @@ TEST(Engine, ADumpShowsEveryColumnByItsKindAndTheRowStatusInWords) {
 }
 
 TEST(Engine, TheOidBearsTheProductsEnterpriseNumber) {
-    mix_module().init_oid();
-    std::vector<unsigned long> arcs(mix_module().table_oid().begin(), mix_module().table_oid().end());
-    EXPECT_EQ(arcs, (std::vector<unsigned long>{1, 3, 6, 1, 4, 1, 47281, 1, 1, 1, 1, 9, 1}));
+    private_root::run([] {
+        fake_product("[ $1 = PDT_INFO_ENTERPRISE_ID ] && echo 4242");
+        mix_module().init_oid();
+        std::vector<unsigned long> arcs(mix_module().table_oid().begin(), mix_module().table_oid().end());
+        EXPECT_EQ(arcs, (std::vector<unsigned long>{1, 3, 6, 1, 4, 1, 4242, 1, 1, 1, 1, 9, 1}));
+    });
+}
+
+TEST(Engine, AProductWithoutANumberHasTheBuiltInOne) {
+    private_root::run([] {
+        fake_product("exit 1");
+        mix_module().init_oid();
+        EXPECT_EQ(mix_module().table_oid()[6], 47281u);
+    });
 }
 
 TEST(Engine, ModulesAreFoundByNameAndIndexAndRowsByTheirIndex) {

@@ -37,7 +37,7 @@ public:
         if (number(0, 3) == 0)
             return mibDefFlags;
         MIB_Flags_t flags{};
-        for (int n = desc_.min_column(); n <= desc_.max_column(); ++n) {
+        for (int n = desc_.columns.front().number; n <= desc_.columns.back().number; ++n) {
             if (number(0, 1) == 0)
                 mib_flag_set(flags, static_cast<unsigned>(n));
         }
@@ -288,7 +288,7 @@ private:
             memcpy(future.data() + column.offset, row.data() + column.offset, column.size);
         }
         row = future;
-        for (int n = desc_.min_column(); n <= desc_.max_column(); ++n) {
+        for (int n = desc_.columns.front().number; n <= desc_.columns.back().number; ++n) {
             if (mib_flag_is_set(flags, static_cast<unsigned>(n)) && !has_number(n))
                 return MIB_FAIL;
         }
