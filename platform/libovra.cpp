@@ -76,6 +76,10 @@ int ov_get_app_id() {
     return APPLICATION_ID;
 }
 
+int ov_ipc_client_is_initialized() {
+    return 0;
+}
+
 // ---- shell commands ----------------------------------------------------------------------------
 
 int ov_sys_and_result(const char* cmd, char* buf, size_t len) {

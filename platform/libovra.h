@@ -21,6 +21,9 @@ void ov_raise_except(const char* expression, const char* file, int line, const c
 // The platform's application number of this daemon: 111.
 int ov_get_app_id();
 
+// Whether the platform's own IPC client has been started in this process; this daemon never does: 0.
+int ov_ipc_client_is_initialized();
+
 // ---- shell commands ----------------------------------------------------------------------------
 
 // Runs a constant command line through the shell and copies its standard output, without the last

@@ -22,6 +22,22 @@ void print_row_message(const char* text) {
     std::fflush(stdout);
 }
 
+constexpr char kRowExisted[] = "row_add fail: the row existed\r";
+
+struct AddedRow {
+    void* stored;
+    bool existed;
+};
+
+AddedRow add_row(MIBDID did, void* row) {
+    PTREE* tree = tree_of(did);
+    if (tree == nullptr || row == nullptr)
+        return {nullptr, false};
+    if (void* existing = PTreeNodeGet(tree, row))
+        return {existing, true};
+    return {PTreeNodeAdd(tree, row), false};
+}
+
 } // namespace
 
 char data_Init(MIBDID did, int key_size, int info_size) {
@@ -48,14 +64,17 @@ void* get_table_head(MIBDID did) {
 }
 
 void* row_add(MIBDID did, void* row) {
-    PTREE* tree = tree_of(did);
-    if (tree == nullptr || row == nullptr)
-        return nullptr;
-    if (void* existing = PTreeNodeGet(tree, row)) {
-        print_row_message("row_add fail: the row existed\r");
-        return existing;
-    }
-    return PTreeNodeAdd(tree, row);
+    auto [stored, existed] = add_row(did, row);
+    if (existed)
+        print_row_message(kRowExisted);
+    return stored;
+}
+
+void* row_add_buffered(MIBDID did, void* row) {
+    auto [stored, existed] = add_row(did, row);
+    if (existed)
+        std::fputs(kRowExisted, stdout);
+    return stored;
 }
 
 char row_del(MIBDID did, void* row) {

@@ -22,6 +22,9 @@ void* get_table_head(MIBDID did);
 // Copies the row in and returns the stored row. If the key exists, prints "row_add fail: the row existed\r"
 // and returns the existing row, untouched. Null without memory.
 void* row_add(MIBDID did, void* row);
+// The same, with the message left in the buffer of standard output: for many rows in one go. The caller
+// flushes at the end.
+void* row_add_buffered(MIBDID did, void* row);
 // Deletes by key; 1, or 0 after printing "row_del fail: the row not exist\r".
 char row_del(MIBDID did, void* row);
 // Copies the row over the stored one; 1, or 0 after printing "row_update fail: the row not exist\r".

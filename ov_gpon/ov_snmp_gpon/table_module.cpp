@@ -1,0 +1,200 @@
+#include "table_module.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <new>
+
+#include <arpa/inet.h>
+
+#include "ov_product.h"
+#include "ov_product_log.h"
+#include "table_record.h"
+
+namespace {
+
+// The private arc, with the built-in enterprise number in its last place.
+constexpr oid kPrivateArc[] = {1, 3, 6, 1, 4, 1, OV_DEFAULT_ENTERPRISE_ID};
+constexpr size_t kEnterpriseArc = std::size(kPrivateArc) - 1;
+
+std::vector<TableModule*>& modules() {
+    static std::vector<TableModule*> list;
+    return list;
+}
+
+void enter_module(TableModule* module) {
+    auto by_index = [](const TableModule* a, const TableModule* b) {
+        return a->desc().registry_index < b->desc().registry_index;
+    };
+    modules().insert(std::upper_bound(modules().begin(), modules().end(), module, by_index), module);
+}
+
+void put_default(const ColumnDesc& column, size_t offset, void* record) {
+    switch (column.type) {
+    case ColType::INT:
+    case ColType::UINT:
+    case ColType::ROWSTATUS:
+        record_put(record, offset, static_cast<uint32_t>(column.dflt));
+        break;
+    case ColType::IPADDR:
+        record_put(record, offset, htonl(static_cast<uint32_t>(column.dflt)));
+        break;
+    case ColType::COUNTER64:
+        record_put(record, offset, static_cast<uint64_t>(column.dflt));
+        break;
+    case ColType::TEXT:
+        std::memcpy(record_bytes(record) + offset, column.dflt_text, strnlen(column.dflt_text, column.limit));
+        break;
+    case ColType::BIN:
+        break; // zeros
+    }
+}
+
+std::vector<std::byte> make_default_row(const TableDesc& desc) {
+    std::vector<std::byte> row(desc.entry_size);
+    for (const ColumnDesc& column : desc.columns) {
+        put_default(column, column.offset, row.data());
+        put_default(column, column.old_offset, row.data());
+    }
+    return row;
+}
+
+// The hooks as the access core calls them: the module stands behind the handler in its class object.
+TableModule& module_of(MibHandler* handler) {
+    return *reinterpret_cast<TableModuleClass*>(handler)->module;
+}
+char access_start_hook(MibHandler* handler, int type, void* row, MIB_Flags_t flags) {
+    return module_of(handler).access_start(type, row, flags);
+}
+void access_finish_hook(MibHandler* handler, char result, int type, void* row, MIB_Flags_t flags) {
+    module_of(handler).access_finish(result, type, row, flags);
+}
+int row_mode_hook(MibHandler* handler, void* row) {
+    return module_of(handler).row_mode(row);
+}
+
+} // namespace
+
+std::span<TableModule* const> table_module_list() {
+    return modules();
+}
+
+TableModule* table_module_find(const char* name) {
+    for (TableModule* module : modules()) {
+        if (std::strcmp(module->name(), name) == 0)
+            return module;
+    }
+    return nullptr;
+}
+
+TableModule* table_module_find(int registry_index) {
+    for (TableModule* module : modules()) {
+        if (module->desc().registry_index == registry_index)
+            return module;
+    }
+    return nullptr;
+}
+
+// ---- life ----------------------------------------------------------------------------------------
+
+TableModule::TableModule(const TableDesc& desc, const TableFunctions& functions)
+    : desc_(desc), functions_(functions), oid_(std::begin(kPrivateArc), std::end(kPrivateArc)),
+      default_row_(make_default_row(desc)) {
+    oid_.insert(oid_.end(), desc.oid.begin(), desc.oid.end());
+    missing_columns_ = find_missing_columns(desc);
+    enter_module(this);
+}
+
+void TableModule::init() {
+    init_oid();
+    initialize_table();
+    mmg_table_save_task_add_table(name(), functions_.save_backdoor);
+    load();
+}
+
+void TableModule::init_oid() {
+    if (std::equal(kPrivateArc, kPrivateArc + kEnterpriseArc, oid_.begin()))
+        oid_[kEnterpriseArc] = ov_product_enterprise_id_get();
+}
+
+void TableModule::initialize_table() {
+    // TODO: the SNMP registration (table handler, index types, column range) in place of null.
+    initialize_table_data();
+    load();
+}
+
+void TableModule::initialize_table_data() {
+    if (class_ == nullptr)
+        class_ = class_new();
+    if (class_ == nullptr)
+        return;
+    ovraMib_RegisterSnmpHanlder(did(), nullptr, &class_->handler, desc_.key_size, desc_.entry_size);
+}
+
+TableModuleClass* TableModule::class_new() {
+    auto* object = new (std::nothrow) TableModuleClass;
+    if (object != nullptr)
+        class_ctor(object);
+    return object;
+}
+
+void TableModule::class_ctor(TableModuleClass* object) {
+    MibHandler_ctor(&object->handler);
+    object->handler.mibAccessStart = access_start_hook;
+    object->handler.mibAccessFinish = access_finish_hook;
+    object->handler.mibGetRowStatus = row_mode_hook;
+    object->module = this;
+}
+
+// ---- rows ----------------------------------------------------------------------------------------
+
+void TableModule::set_index(void* entry, std::span<const uint32_t> index) const {
+    assert(index.size() == desc_.index.size());
+    for (size_t i = 0; i < std::min(index.size(), desc_.index.size()); ++i)
+        record_put(entry, desc_.index[i].offset, index[i]);
+}
+
+void* TableModule::create_entry(const void* key) {
+    // The blank row lends its head: the store copies it.
+    std::memcpy(default_row_.data(), key, desc_.key_size);
+    void* stored = row_add(did(), default_row_.data());
+    if (stored != nullptr)
+        log_row("create", stored);
+    return stored;
+}
+
+void* TableModule::create_entry_from(std::span<const uint32_t> index) {
+    set_index(default_row_.data(), index);
+    void* stored = row_add(did(), default_row_.data());
+    if (stored != nullptr)
+        log_row("create", stored);
+    return stored;
+}
+
+void TableModule::remove_entry(void* entry) {
+    log_row("remove", entry);
+    row_del(did(), entry);
+}
+
+void TableModule::log_row(const char* what, const void* entry) const {
+    char text[kMaxIndexText];
+    const char* owner = getOpOwner(did()) == 1 ? "SNMP" : "APPs";
+    OV_LOG_INFO(owner, "%s %s ", what, index_string(entry, text, sizeof(text)));
+}
+
+// ---- inspection ----------------------------------------------------------------------------------
+
+int TableModule::row_count() const {
+    OvraMutexGuard lock(getMutex(did()));
+    return get_row_num(did());
+}
+
+std::string TableModule::row_text(std::span<const uint32_t> index) const {
+    if (!registered() || index.size() != desc_.index.size())
+        return {};
+    std::vector<std::byte> key(desc_.key_size);
+    set_index(key.data(), index);
+    OvraMutexGuard lock(getMutex(did()));
+    const void* stored = row_get(did(), key.data());
+    return stored == nullptr ? std::string() : dump_text(stored);
+}

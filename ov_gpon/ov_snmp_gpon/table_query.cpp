@@ -1,0 +1,105 @@
+// Comparison of rows by index, and queries.
+#include <bit>
+#include <cstring>
+
+#include "table_module.h"
+#include "table_record.h"
+
+namespace {
+
+// The reverse of the usual sign, as lists want it: -1 when the first is the greater.
+template <typename Value>
+int reversed_order(Value first, Value second) {
+    return first == second ? 0 : (first > second ? -1 : 1);
+}
+
+int compare_column(const ColumnDesc& column, const void* entry1, const void* entry2) {
+    auto first = record_get<uint32_t>(entry1, column.offset);
+    auto second = record_get<uint32_t>(entry2, column.offset);
+    if (column.type == ColType::INT)
+        return reversed_order(static_cast<int32_t>(first), static_cast<int32_t>(second));
+    return reversed_order(first, second);
+}
+
+} // namespace
+
+int TableModule::compare_index(const void* entry1, const void* entry2) const {
+    return compare_part_index(entry1, entry2, -1);
+}
+
+int TableModule::compare_part_index(const void* entry1, const void* entry2, int flag) const {
+    auto chosen = static_cast<unsigned>(flag);
+    for (const ColumnDesc& column : desc_.index) {
+        if ((chosen & 1u) != 0) {
+            if (int order = compare_column(column, entry1, entry2))
+                return order;
+        }
+        chosen >>= 1;
+    }
+    return 0;
+}
+
+int TableModule::query_by_condition(void* row, int index_flag, int if_return_result, ovralist_t* result,
+                                    element_comparator sort_compare, Mib_Index_Compare_Ptr private_compare) {
+    if (if_return_result != 0) {
+        ovralist_attributes_copy(result, functions_.meter, 1);
+        ovralist_attributes_comparator(result,
+                                       sort_compare != nullptr ? sort_compare : functions_.comparator);
+    }
+    int count = 0;
+    auto take = [&](const void* stored) {
+        ++count;
+        if (if_return_result != 0)
+            ovralist_append(result, stored);
+    };
+    {
+        OvraMutexGuard lock(getMutex(did()));
+        if (private_compare != nullptr)
+            visit_all([&](void* stored) {
+                if (private_compare(row, stored, index_flag) == 0)
+                    take(stored);
+            });
+        else
+            visit_matches(row, index_flag, take);
+    }
+    if (if_return_result != 0 && count != 0)
+        ovralist_sort(result, 1);
+    return count;
+}
+
+template <typename Visit>
+void TableModule::visit_all(Visit visit) const {
+    for (void* stored = get_table_head(did()); stored != nullptr; stored = row_getNext(did(), stored))
+        visit(stored);
+}
+
+// The first row with a key at or above this one. One search: the row behind the greatest key below it.
+void* TableModule::first_at_or_above(std::array<uint32_t, kMaxIndexColumns> key) const {
+    for (size_t i = desc_.index.size(); i-- > 0;) {
+        if (key[i]-- != 0)
+            return row_getNext(did(), key.data());
+    }
+    return get_table_head(did()); // nothing is below the key of zeros
+}
+
+// Visits the rows that agree with `row` on the chosen index columns, in the table's order. Rows that agree
+// on leading columns stand together there, so only those are walked.
+template <typename Visit>
+void TableModule::visit_matches(const void* row, int index_flag, Visit visit) const {
+    const unsigned every = (1u << desc_.index.size()) - 1;
+    const unsigned chosen = static_cast<unsigned>(index_flag) & every;
+    if (row == nullptr && chosen != 0)
+        return;
+    const auto leading = static_cast<size_t>(std::countr_one(chosen));
+    const int leading_flag = static_cast<int>((1u << leading) - 1);
+
+    std::array<uint32_t, kMaxIndexColumns> smallest{}; // of their keys: zeros behind the leading columns
+    if (leading != 0)
+        std::memcpy(smallest.data(), row, leading * sizeof(uint32_t));
+    for (void* stored = first_at_or_above(smallest); stored != nullptr; stored = row_getNext(did(), stored)) {
+        if (compare_part_index(row, stored, leading_flag) != 0)
+            return;
+        if (compare_part_index(row, stored, static_cast<int>(chosen)) == 0)
+            visit(stored);
+    }
+}
