@@ -6,9 +6,8 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdio>
-#include <cstring>
+#include <ctime>
 #include <functional>
 #include <map>
 #include <memory>
@@ -17,49 +16,23 @@
 #include <string>
 #include <vector>
 
+#include "bench_rows.h"
 #include "ptree.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+// CPU time of this thread, in seconds.
+double cpu_seconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
 
-constexpr int kRowSize = 84;
 constexpr std::array kRowCounts = {1000, 10000, 100000, 1000000};
 bool g_shuffled = false; // rows enter in random order instead of key order
 
-// ---- rows ---------------------------------------------------------------------------------------
-
-template <int KeySize>
-using Columns = std::array<uint32_t, KeySize / 4>;
 template <int KeySize>
 using KeyBytes = std::array<uint8_t, KeySize>;
-
-template <int KeySize>
-struct Row {
-    Columns<KeySize> key;
-    std::array<uint8_t, kRowSize - KeySize> columns;
-};
-
-// The n-th index of a chassis that is filled slot by slot: shelf 1, 14 slots, 16 ports, 128 ONUs and
-// under each ONU as many objects as it takes; shorter keys have that many more in their last column.
-template <int KeySize>
-Columns<KeySize> index_of(int n, int rows) {
-    constexpr int columns = KeySize / 4;
-    constexpr std::array<int, 4> shelf_dims = {1, 14, 16, 128};
-    constexpr int fixed = std::min(columns - 1, 4);
-    std::array<int, columns> dims;
-    dims.fill(1);
-    int places = 1;
-    for (int c = 0; c < fixed; ++c)
-        places *= dims[c] = shelf_dims[c];
-    dims[columns - 1] = std::max(4, (rows + places - 1) / places);
-    Columns<KeySize> key;
-    for (int c = columns - 1; c >= 0; --c) {
-        key[c] = static_cast<uint32_t>(n % dims[c]) + 1;
-        n /= dims[c];
-    }
-    return key;
-}
 
 template <int KeySize>
 KeyBytes<KeySize> image_of(const Columns<KeySize>& key) {
@@ -70,14 +43,15 @@ KeyBytes<KeySize> image_of(const Columns<KeySize>& key) {
     return image;
 }
 
-long resident_bytes() {
-    long pages = 0, resident = 0;
+// Memory of the process that is no file's.
+long anonymous_bytes() {
+    long pages = 0, resident = 0, of_files = 0;
     if (FILE* f = std::fopen("/proc/self/statm", "r")) {
-        if (std::fscanf(f, "%ld %ld", &pages, &resident) != 2)
-            resident = 0;
+        if (std::fscanf(f, "%ld %ld %ld", &pages, &resident, &of_files) != 3)
+            resident = of_files = 0;
         std::fclose(f);
     }
-    return resident * sysconf(_SC_PAGESIZE);
+    return (resident - of_files) * sysconf(_SC_PAGESIZE);
 }
 
 // ---- the two containers behind one face ---------------------------------------------------------
@@ -157,16 +131,16 @@ struct Filled {
         for (int n = 0; n < rows; ++n) {
             auto key = index_of<KeySize>(n, rows);
             present.push_back(Store::key_of(key));
-            key[KeySize / 4 - 1] += 1u << 20; // beyond the last object under the same ONU
+            ++key[KeySize / 4 - 1];
             absent.push_back(Store::key_of(key));
         }
         std::vector<typename Store::Key> order = present;
         if (g_shuffled)
             std::shuffle(order.begin(), order.end(), random);
-        long before = resident_bytes();
+        long before = anonymous_bytes();
         for (const auto& key : order)
             store.add(key);
-        bytes_per_row = static_cast<double>(resident_bytes() - before) / rows;
+        bytes_per_row = static_cast<double>(anonymous_bytes() - before) / rows;
         std::shuffle(present.begin(), present.end(), random);
         std::shuffle(absent.begin(), absent.end(), random);
     }
@@ -212,13 +186,12 @@ void measure_changes(benchmark::State& state, Filled<Store, KeySize>& filled, bo
     for (auto _ : state) {
         auto first = filled.present.begin() + static_cast<long>(at);
         auto last = first + static_cast<long>(batch);
-        auto begin = Clock::now();
+        double begin = cpu_seconds();
         std::for_each(first, last, [&](const auto& key) { filled.store.remove(key); });
-        auto middle = Clock::now();
+        double middle = cpu_seconds();
         std::for_each(first, last, [&](const auto& key) { filled.store.add(key); });
-        auto end = Clock::now();
-        auto timed = time_add ? end - middle : middle - begin;
-        state.SetIterationTime(std::chrono::duration<double>(timed).count());
+        double end = cpu_seconds();
+        state.SetIterationTime(time_add ? end - middle : middle - begin);
         at = at + 2 * batch <= filled.present.size() ? at + batch : 0;
     }
     state.counters["ops"] = static_cast<double>(batch);
@@ -279,86 +252,55 @@ constexpr std::array kKeySizes = {12, 16, 20, 28};
 
 // ---- the compact table --------------------------------------------------------------------------
 
-class RatioTable : public benchmark::BenchmarkReporter {
+class RatioTable : public BestTimes {
 public:
-    bool ReportContext(const Context&) override { return true; }
-
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            nanoseconds_[run.benchmark_name()] = run.GetAdjustedRealTime() / run.counters.at("ops");
-            bytes_[run.benchmark_name()] = run.counters.at("bytes_per_row");
-        }
-    }
-
     void Finalize() override {
-        std::printf("ns per operation, ptree (times faster than the map); B/row: memory beyond the %d-byte "
-                    "row\n",
-                    kRowSize);
+        std::printf(
+            "ns per operation of ptree (map's time / ptree's); B/row: memory beyond the %d-byte row\n",
+            kRowSize);
         std::printf("%-4s %8s", "key", "rows");
         for (const char* operation : kOperationNames)
             std::printf(" %16s", operation);
-        std::printf(" %9s %7s %7s\n", "next/get", "B/row", "map");
+        std::printf(" %9s %7s\n", "next/get", "B/row");
         for (int key_size : kKeySizes) {
             for (int rows : kRowCounts)
-                print_line(key_size, rows);
+                if (tree_time(key_size, rows, GET) != 0)
+                    print_line(key_size, rows);
             print_growth(key_size);
         }
     }
 
 private:
-    double time(const char* store, int key_size, int rows, int operation) const {
-        auto it = nanoseconds_.find(name_of(store, key_size, rows, operation));
-        return it == nanoseconds_.end() ? 0 : it->second;
+    double tree_time(int key_size, int rows, int operation) const {
+        return time(benchmark_name("ptree", key_size, rows, operation));
     }
-
-    double overhead(const char* store, int key_size, int rows) const {
-        auto it = bytes_.find(name_of(store, key_size, rows, GET));
-        return it == bytes_.end() ? 0 : it->second - kRowSize;
-    }
-
-    static std::string name_of(const char* store, int key_size, int rows, int operation) {
-        auto name = benchmark_name(store, key_size, rows, operation);
-        return operation == DELETE || operation == ADD ? name + "/manual_time" : name;
+    double map_time(int key_size, int rows, int operation) const {
+        return time(benchmark_name("map", key_size, rows, operation));
     }
 
     void print_line(int key_size, int rows) const {
         std::printf("%-4d %8d", key_size, rows);
         for (int operation = 0; operation < OPERATIONS; ++operation) {
-            double tree = time("ptree", key_size, rows, operation);
-            std::printf(" %8.1f (%5.2f)", tree, time("map", key_size, rows, operation) / tree);
+            double tree = tree_time(key_size, rows, operation);
+            std::printf(" %8.1f (%5.2f)", tree, map_time(key_size, rows, operation) / tree);
         }
-        double get = time("ptree", key_size, rows, GET);
-        std::printf(" %9.2f %7.1f %7.1f\n", time("ptree", key_size, rows, NEXT_ANY) / get,
-                    overhead("ptree", key_size, rows), overhead("map", key_size, rows));
+        double overhead = bytes(benchmark_name("ptree", key_size, rows, GET)) - kRowSize;
+        std::printf(" %9.2f %7.1f\n", tree_time(key_size, rows, NEXT_ANY) / tree_time(key_size, rows, GET),
+                    overhead);
     }
 
-    // How much more an operation costs at 1,000,000 rows than at 10,000.
+    // How much more an operation costs at 1,000,000 rows than at 10,000, and the same of the map.
     void print_growth(int key_size) const {
+        if (tree_time(key_size, 10000, GET) == 0 || tree_time(key_size, 1000000, GET) == 0)
+            return;
         std::printf("%-4d %8s", key_size, "1M/10k");
-        for (int operation = 0; operation < OPERATIONS; ++operation) {
-            auto growth = [&](const char* store) {
-                return time(store, key_size, 1000000, operation) / time(store, key_size, 10000, operation);
-            };
-            std::printf(" %8.2f (%5.2f)", growth("ptree"), growth("map"));
-        }
+        for (int operation = 0; operation < OPERATIONS; ++operation)
+            std::printf(" %8.2f (%5.2f)",
+                        tree_time(key_size, 1000000, operation) / tree_time(key_size, 10000, operation),
+                        map_time(key_size, 1000000, operation) / map_time(key_size, 10000, operation));
         std::printf("\n");
     }
-
-    std::map<std::string, double> nanoseconds_;
-    std::map<std::string, double> bytes_;
 };
-
-// Takes our own options out of the command line.
-bool take_option(int& argc, char** argv, const char* option) {
-    char** end = argv + argc;
-    char** found =
-        std::find_if(argv + 1, end, [&](const char* word) { return std::strcmp(word, option) == 0; });
-    if (found == end)
-        return false;
-    std::rotate(found, found + 1, end);
-    --argc;
-    return true;
-}
 
 } // namespace
 

@@ -43,6 +43,7 @@ struct TableFunctions {
 
 class TableModule {
 public:
+    static constexpr size_t kMaxIndexColumns = 8;
     static constexpr size_t kMaxIndexText = 640; // longest index text of a log line, with its terminator
 
     // Keeps references to both; enters itself in table_module_list(). Nothing is registered yet.
@@ -177,6 +178,7 @@ private:
     void commit(void* row);
     void commit_delete(void* row);
 
+    void* first_at_or_above(std::array<uint32_t, kMaxIndexColumns> key) const;
     template <typename Visit>
     void visit_all(Visit visit) const;
     template <typename Visit>

@@ -73,11 +73,19 @@ void TableModule::visit_all(Visit visit) const {
         visit(stored);
 }
 
+// The first row with a key at or above this one. One search: the row behind the greatest key below it.
+void* TableModule::first_at_or_above(std::array<uint32_t, kMaxIndexColumns> key) const {
+    for (size_t i = desc_.index.size(); i-- > 0;) {
+        if (key[i]-- != 0)
+            return row_getNext(did(), key.data());
+    }
+    return get_table_head(did()); // nothing is below the key of zeros
+}
+
 // Visits the rows that agree with `row` on the chosen index columns, in the table's order. Rows that agree
 // on leading columns stand together there, so only those are walked.
 template <typename Visit>
 void TableModule::visit_matches(const void* row, int index_flag, Visit visit) const {
-    constexpr int kMaxKey = PTREE_MAX_KEY_SIZE;
     const unsigned every = (1u << desc_.index.size()) - 1;
     const unsigned chosen = static_cast<unsigned>(index_flag) & every;
     if (row == nullptr && chosen != 0)
@@ -85,14 +93,10 @@ void TableModule::visit_matches(const void* row, int index_flag, Visit visit) co
     const auto leading = static_cast<size_t>(std::countr_one(chosen));
     const int leading_flag = static_cast<int>((1u << leading) - 1);
 
-    // The smallest key of those: zeros behind the leading columns. A row may stand right there.
-    std::array<char, kMaxKey> key{};
+    std::array<uint32_t, kMaxIndexColumns> smallest{}; // of their keys: zeros behind the leading columns
     if (leading != 0)
-        std::memcpy(key.data(), row, leading * sizeof(uint32_t));
-    void* stored = row_get(did(), key.data());
-    if (stored == nullptr)
-        stored = row_getNext(did(), key.data());
-    for (; stored != nullptr; stored = row_getNext(did(), stored)) {
+        std::memcpy(smallest.data(), row, leading * sizeof(uint32_t));
+    for (void* stored = first_at_or_above(smallest); stored != nullptr; stored = row_getNext(did(), stored)) {
         if (compare_part_index(row, stored, leading_flag) != 0)
             return;
         if (compare_part_index(row, stored, static_cast<int>(chosen)) == 0)

@@ -1,7 +1,10 @@
 // Callback chains: registration and running.
 #include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "mmg_access_internal.h"
@@ -79,8 +82,8 @@ void unlink(MIB_callback** head, MIB_callback* node) {
         node->next->prev = node->prev;
 }
 
-void remove_callback(int index, MIB_callback** head, MIB_callback* node) {
-    unlink(head, node);
+// Frees a callback that is in no list any more, now or after the last run.
+void retire(int index, MIB_callback* node) {
     std::unique_ptr<MIB_callback> owned(node);
     if (g_running[index].depth == 0)
         return;
@@ -177,15 +180,17 @@ void MibUnRegisterCallback(MIBDID did, int type, MIB_callback_ptr fptr) {
     if (head == nullptr || fptr == nullptr)
         return;
     OvraMutexGuard lock(control->pmutex);
-    if (MIB_callback* node = find_callback(*head, fptr))
-        remove_callback(did->index, head, node);
+    if (MIB_callback* node = find_callback(*head, fptr)) {
+        unlink(head, node);
+        retire(did->index, node);
+    }
 }
 
 void mib_clear_chains(int index) {
     for (int type : {CALLBACK_GET, CALLBACK_SET, CALLBACK_CHECK}) {
-        MIB_callback** head = chain_head(table_cntl[index], type);
-        while (*head != nullptr)
-            remove_callback(index, head, *head);
+        MIB_callback* node = std::exchange(*chain_head(table_cntl[index], type), nullptr);
+        while (node != nullptr)
+            retire(index, std::exchange(node, node->next));
     }
 }
 

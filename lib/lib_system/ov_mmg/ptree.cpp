@@ -76,15 +76,16 @@ inline bool holds(const P_NODE* node, const unsigned char* key, int size) {
 
 void write_key_image(const P_PARAMS& params, const void* row, unsigned char* image) {
     const auto* in = static_cast<const unsigned char*>(row);
-    int words = params.key_size / 4;
-    for (int w = 0; w < words; ++w) {
+    auto size = static_cast<size_t>(params.key_size);
+    size_t at = 0;
+    for (; at + 4 <= size; at += 4) {
         uint32_t word;
-        std::memcpy(&word, in + w * 4, 4);
-        if (kLittleEndian && (params.byte_words >> w & 1) == 0)
+        std::memcpy(&word, in + at, 4);
+        if (kLittleEndian && (params.byte_words >> (at / 4) & 1) == 0)
             word = __builtin_bswap32(word);
-        std::memcpy(image + w * 4, &word, 4);
+        std::memcpy(image + at, &word, 4);
     }
-    std::copy(in + words * 4, in + params.key_size, image + words * 4);
+    std::copy(in + at, in + size, image + at);
 }
 
 // The key image of a caller's row.
@@ -108,13 +109,35 @@ void point_root_at_zero_key(PTREE* tree) {
     std::memset(tree->root_node.key_info, 0, static_cast<size_t>(tree->params.key_size));
 }
 
-// Follows the key's bits until an up-link; the node reached holds the only key that can match.
+// Rows that were added in key order, as a table file is read, lie in memory in key order. A link that leads
+// 8 to 15 rows away then opens on a subtree of 7 rows to each side: fetch them all at once instead of one
+// after the other on the way down. Elsewhere this fetches lines in vain now and then, and harms nothing.
+inline void prefetch_subtree(const P_NODE* from, const P_NODE* to, intptr_t stride) {
+    auto at = reinterpret_cast<intptr_t>(to);
+    intptr_t distance = std::abs(at - reinterpret_cast<intptr_t>(from));
+    if (distance < 8 * stride || distance >= 16 * stride)
+        return;
+    for (intptr_t row = 1; row <= 7; ++row) {
+        __builtin_prefetch(reinterpret_cast<const void*>(at - row * stride));
+        __builtin_prefetch(reinterpret_cast<const void*>(at + row * stride));
+    }
+}
+
+// Follows the key's bits until an up-link; the node reached holds the only key that can match. Nearly all
+// of its time is waiting for memory, so both children are asked for before the bit is looked at.
 inline P_NODE* search(PTREE* tree, const unsigned char* key) {
+    auto stride = static_cast<intptr_t>(tree->rows->stride());
     P_NODE* node = tree->root_node.left;
     int bit = -1;
     while (node->bit > bit) {
         bit = node->bit;
-        node = key_bit(key, bit) != 0 ? node->right : node->left;
+        P_NODE* left = node->left;
+        P_NODE* right = node->right;
+        __builtin_prefetch(left);
+        __builtin_prefetch(right);
+        P_NODE* next = key_bit(key, bit) != 0 ? right : left;
+        prefetch_subtree(node, next, stride);
+        node = next;
     }
     return node;
 }

@@ -8,6 +8,7 @@
 
 namespace {
 
+constexpr size_t kCacheLine = 64;
 constexpr size_t kPage = 4096;
 constexpr size_t kHugePage = size_t{2} << 20;
 constexpr size_t kGrowth = 8; // below a huge page, an open chunk is at most 1/8 of what is held already
@@ -94,15 +95,18 @@ void RowSlab::release(void* block) noexcept {
 
 bool RowSlab::open_chunk() {
     close_chunk();
+    // Blocks of 128 or 256 bytes would all begin in the same few sets of the cache: chunks start on
+    // different lines.
+    size_t offset = chunks_.size() % 4 * kCacheLine;
     size_t wanted = reserved_ >= kHugePage ? kHugePage : std::max(reserved_ / kGrowth, 4 * block_size_);
-    size_t size = round_up(std::max(wanted, block_size_), kPage);
+    size_t size = round_up(std::max(wanted, offset + block_size_), kPage);
     void* memory = size == kHugePage ? map_huge_aligned() : map_anonymous(size);
     if (memory == nullptr)
         return false;
     chunks_.push_back({memory, size});
     reserved_ += size;
-    open_begin_ = static_cast<char*>(memory);
-    open_end_ = open_begin_ + size;
+    open_begin_ = static_cast<char*>(memory) + offset;
+    open_end_ = static_cast<char*>(memory) + size;
     return true;
 }
 

@@ -24,6 +24,8 @@ public:
     // Takes back a block of this slab, to be handed out next. Its memory is not given back to the system.
     void release(void* block) noexcept;
 
+    // Distance of neighbouring blocks, in bytes.
+    size_t stride() const { return block_size_; }
     // Address space held, in bytes: for accounting.
     size_t reserved_bytes() const { return reserved_; }
 
