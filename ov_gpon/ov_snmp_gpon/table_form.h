@@ -47,10 +47,12 @@ struct ColumnDefault {
 
 // The lines of a description, as table_descriptor.inc turns them into data.
 struct TableLine {
-    enum Kind { INDEX, NAMES_OF, COLUMN, NAME } kind;
+    enum Kind : uint8_t { INDEX, NAMES_OF, COLUMN, NAME };
+
     ColumnDesc column{}; // of INDEX and COLUMN; for NAMES_OF its name only
     ColName name{};      // of NAME
-    bool named = false;  // of COLUMN: the bounds come from the names
+    Kind kind;
+    bool named = false; // of COLUMN: the bounds come from the names
 };
 
 constexpr bool same_name(const char* a, const char* b) {
@@ -118,26 +120,27 @@ consteval ColumnDesc describe_column(const char* name, unsigned number, ColAcces
 template <class Type>
 consteval TableLine index_line(const char* name, size_t offset, unsigned number = 0,
                                ColAccess access = ColAccess::NOT_ACCESSIBLE) {
-    return {TableLine::INDEX, describe_column<Type>(name, number, access, offset, 0, column_check::ANY, 0)};
+    return {
+        describe_column<Type>(name, number, access, offset, 0, column_check::ANY, 0), {}, TableLine::INDEX};
 }
 
 template <class Type>
 consteval TableLine column_line(const char* name, unsigned number, ColAccess access, size_t offset,
                                 size_t old_offset, column_check::Check check, ColumnDefault dflt) {
-    return {TableLine::COLUMN,
-            describe_column<Type>(name, number, access, offset, old_offset, check, dflt),
+    return {describe_column<Type>(name, number, access, offset, old_offset, check, dflt),
             {},
+            TableLine::COLUMN,
             check.named};
 }
 
 consteval TableLine names_of_line(const char* name) {
-    TableLine line{TableLine::NAMES_OF};
+    TableLine line{{}, {}, TableLine::NAMES_OF};
     line.column.name = name;
     return line;
 }
 
 consteval TableLine name_line(const char* name, int32_t value) {
-    return {TableLine::NAME, {}, {value, name}};
+    return {{}, {value, name}, TableLine::NAME};
 }
 
 template <size_t N>
@@ -282,15 +285,12 @@ consteval bool access_fits(const TableDesc& table, ColAccess widest) {
 
 consteval bool defaults_fit(const TableDesc& table) {
     for (const ColumnDesc& column : table.columns) {
-        if (column.type == ColType::TEXT) {
-            if (column.dflt != 0 || text_length(column.dflt_text) > column.limit)
-                return false;
-        } else if (*column.dflt_text != '\0') {
+        const bool is_text = column.type == ColType::TEXT;
+        const bool only_zero = is_text || column.type == ColType::BIN || column.type == ColType::ROWSTATUS;
+        if (text_length(column.dflt_text) > (is_text ? column.limit : 0))
             return false;
-        } else if (column.dflt != 0 && (column.type == ColType::BIN || column.type == ColType::ROWSTATUS ||
-                                        column.dflt < column.min || column.dflt > column.max)) {
+        if (column.dflt != 0 && (only_zero || column.dflt < column.min || column.dflt > column.max))
             return false;
-        }
     }
     return true;
 }

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
 
 #include "mmg_internal.h"
 #include "ovralist.h"
@@ -15,6 +16,11 @@
 #include "table_module.h"
 
 namespace {
+
+template <size_t N>
+void put_text(char (&column)[N], std::string_view text) {
+    column[text.copy(column, N - 1)] = '\0';
+}
 
 class NamedFunctions : public testing::Test {
 protected:
@@ -117,7 +123,7 @@ TEST_F(NamedFunctions, HooksServeTheAccessCore) {
     sTcontTable_entry row{};
     sTcontTable_SetIndex(&row, 1, 2, 3, 4, 5);
     row.sTcontTableRowStatus = OVRA_CREATEANDGO;
-    std::strcpy(row.sTcontTableTcontName, "tc5");
+    put_text(row.sTcontTableTcontName, "tc5");
     MIB_Flags_t flags{};
     mib_flag_set(flags, sTcontTable_column::sTcontTableRowStatus);
     mib_flag_set(flags, sTcontTable_column::sTcontTableTcontName);
@@ -181,7 +187,7 @@ TEST_F(NamedFunctions, FileFunctionsWorkOnTheTablesOwnFile) {
 
 TEST_F(NamedFunctions, DumpPrintsTheRow) {
     sTcontTable_entry* row = sTcontTable_createEntry(1, 2, 3, 4, 5);
-    std::strcpy(row->sTcontTableTcontName, "tc5");
+    put_text(row->sTcontTableTcontName, "tc5");
     testing::internal::CaptureStdout();
     sTcontTable_Dump(row);
     const std::string text = testing::internal::GetCapturedStdout();
