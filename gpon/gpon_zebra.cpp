@@ -118,7 +118,7 @@ int gpon_admin_if(umsg_if_t* msg) {
         OV_LOG_NOTICE("LIB", "%s admin down", uif->name);
         ov_app_gpon_pon_shutdown_deactive_onu(msg->ifindex);
     }
-    MIB_Flags_t flags = column_mask(SPONTABLE_COLUMN_ADMINSTATE);
+    MIB_Flags_t flags = column_mask(sPonTable_column::sPonTableAdminState);
     ov_app_gpon_port_edit(&row, &flags);
     return 0;
 }
@@ -137,7 +137,7 @@ int gpon_status_if(umsg_if_t* msg) {
         row.sPonTableOperationalState = SPONTABLEOPERATIONALSTATE_LEDOFF;
         OV_LOG_NOTICE("LIB", "%s operation down", uif->name);
     }
-    MIB_Flags_t flags = column_mask(SPONTABLE_COLUMN_OPERATIONALSTATE);
+    MIB_Flags_t flags = column_mask(sPonTable_column::sPonTableOperationalState);
     ov_app_gpon_port_edit(&row, &flags);
     return 0;
 }

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -28,8 +29,9 @@ Bytes bytes_of(const Record& record) {
 inline Bytes raw_frame(uint8_t version, uint8_t type, uint16_t claimed_len, uint32_t seq, const Bytes& body) {
     const apimsghdr hdr = {
         .version = version, .msgtype = type, .msglen = htons(claimed_len), .msgseq = htonl(seq)};
-    Bytes frame = bytes_of(hdr);
-    frame.insert(frame.end(), body.begin(), body.end());
+    Bytes frame(sizeof(hdr) + body.size());
+    std::memcpy(frame.data(), &hdr, sizeof(hdr));
+    std::copy(body.begin(), body.end(), frame.begin() + sizeof(hdr));
     return frame;
 }
 
@@ -38,8 +40,10 @@ inline Bytes frame(uint8_t type, uint32_t seq, const Bytes& body) {
 }
 
 inline Bytes reply_body(uint32_t errcode, uint32_t claimed_len, const std::string& data) {
-    Bytes body = bytes_of(umsg_reply_head_t{.errcode = errcode, .len = claimed_len});
-    body.insert(body.end(), data.begin(), data.end());
+    const umsg_reply_head_t head = {.errcode = errcode, .len = claimed_len};
+    Bytes body(sizeof(head) + data.size());
+    std::memcpy(body.data(), &head, sizeof(head));
+    std::copy(data.begin(), data.end(), body.begin() + sizeof(head));
     return body;
 }
 
