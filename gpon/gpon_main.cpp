@@ -14,6 +14,7 @@
 
 #include "agentx.h"
 #include "crashHandler.h"
+#include "gpon_alarm.h"
 #include "gpon_vty.h"
 #include "gpon_zebra.h"
 #include "hal_slot.h"
@@ -107,6 +108,7 @@ void install_upcalls() {
         .mmg_table_save_immediate = mmg_table_save_immediate,
     };
     uclient_set_upcalls(&upcalls);
+    mmg_set_alarm_register(gpon_alarm_register);
 }
 
 void connect_to_mono() {

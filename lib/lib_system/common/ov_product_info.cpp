@@ -5,6 +5,8 @@
 #include <cctype>
 #include <chrono>
 #include <cstring>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "libovra.h"
@@ -86,21 +88,18 @@ ov_product_env_cost ov_product_env_cost_get() {
     return g_env_cost;
 }
 
-bool ov_product_env_lookup(const char* key, char* buf, size_t len) {
-    const auto start = std::chrono::steady_clock::now();
-    const bool found = ov_sys_and_result_with_var(buf, len, "ov_env_get %s", key) == 0;
+namespace {
+
+void count_env_cost(uint32_t lookups, std::chrono::steady_clock::time_point start) {
     const auto spent = std::chrono::steady_clock::now() - start;
-    g_env_cost.lookups++;
+    g_env_cost.lookups += lookups;
     g_env_cost.usec += uint64_t(std::chrono::duration_cast<std::chrono::microseconds>(spent).count());
-    if (!found && len > 0)
-        buf[0] = '\0';
-    return found;
 }
 
-bool ov_product_env_lookup_text(const char* key, char* buf, size_t len) {
-    char value[1024]; // enough to show a value that is too long
+// Copies a value that was looked up (null: it isn't set), or empties the buffer and says why.
+bool take_env_text(const char* key, const char* value, char* buf, size_t len) {
     buf[0] = '\0';
-    if (!ov_product_env_lookup(key, value, sizeof value)) {
+    if (value == nullptr) {
         OV_LOG_WARN("LIB", "Failed to get env %s", key);
         return false;
     }
@@ -112,6 +111,48 @@ bool ov_product_env_lookup_text(const char* key, char* buf, size_t len) {
     }
     memcpy(buf, value, value_len + 1);
     return true;
+}
+
+// All keys with one shell, which runs ov_env_get for each: a shell for each key would double the time that
+// the start takes. Gives a line "KEY=value" for each key that is set.
+std::string read_all_keys() {
+    constexpr size_t output_size = 128 * 1024;
+    std::string command = "for key in";
+    for (const char* key : KEYS)
+        command.append(" ").append(key);
+    command += "; do value=$(ov_env_get $key) && echo \"$key=$value\"; done";
+    std::string output(output_size, '\0');
+    const auto start = std::chrono::steady_clock::now();
+    ov_sys_and_result(command.c_str(), output.data(), output.size()); // its status is that of the last key
+    count_env_cost(OV_PRODUCT_INFO_KEY_NUM, start);
+    output.resize(strlen(output.c_str()));
+    return output;
+}
+
+// The value of a key's line, or nothing.
+std::optional<std::string> value_of_key(const std::string& lines, const std::string& key) {
+    const std::string head = key + "=";
+    size_t at = lines.starts_with(head) ? 0 : lines.find("\n" + head);
+    if (at == std::string::npos)
+        return std::nullopt;
+    at = lines.find('=', at) + 1;
+    return lines.substr(at, lines.find('\n', at) - at);
+}
+
+} // namespace
+
+bool ov_product_env_lookup(const char* key, char* buf, size_t len) {
+    const auto start = std::chrono::steady_clock::now();
+    const bool found = ov_sys_and_result_with_var(buf, len, "ov_env_get %s", key) == 0;
+    count_env_cost(1, start);
+    if (!found && len > 0)
+        buf[0] = '\0';
+    return found;
+}
+
+bool ov_product_env_lookup_text(const char* key, char* buf, size_t len) {
+    char value[1024]; // enough to show a value that is too long
+    return take_env_text(key, ov_product_env_lookup(key, value, sizeof value) ? value : nullptr, buf, len);
 }
 
 uint32_t ov_product_number_of_text(const char* text, uint32_t fallback) {
@@ -130,8 +171,12 @@ uint32_t ov_product_number_of_text(const char* text, uint32_t fallback) {
 void ov_product_info_init() {
     if (g_product_info.filled != 0)
         return;
-    for (size_t i = 0; i < OV_PRODUCT_INFO_KEY_NUM; i++)
-        ov_product_env_lookup_text(KEYS[i], g_product_info.text[i], OV_PRODUCT_INFO_TEXT_SIZE);
+    const std::string lines = read_all_keys();
+    for (size_t i = 0; i < OV_PRODUCT_INFO_KEY_NUM; i++) {
+        const std::optional<std::string> value = value_of_key(lines, KEYS[i]);
+        take_env_text(KEYS[i], value ? value->c_str() : nullptr, g_product_info.text[i],
+                      OV_PRODUCT_INFO_TEXT_SIZE);
+    }
     g_product_info.filled = 1;
 }
 
