@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr int kExpectedMatches = 16; // the rows of one ONU in most tables
+
 // The reverse of the usual sign, as lists want it: -1 when the first is the greater.
 template <typename Value>
 int reversed_order(Value first, Value second) {
@@ -73,13 +75,11 @@ void TableModule::visit_all(Visit visit) const {
         visit(stored);
 }
 
-// The first row with a key at or above this one. One search: the row behind the greatest key below it.
+// The first row with a key at or above this one. A search for a row right there comes first: it leads to the
+// same place of the store as the step behind it, which is at hand then.
 void* TableModule::first_at_or_above(std::array<uint32_t, kMaxIndexColumns> key) const {
-    for (size_t i = desc_.index.size(); i-- > 0;) {
-        if (key[i]-- != 0)
-            return row_getNext(did(), key.data());
-    }
-    return get_table_head(did()); // nothing is below the key of zeros
+    void* there = row_get(did(), key.data());
+    return there != nullptr ? there : row_getNext(did(), key.data());
 }
 
 // Visits the rows that agree with `row` on the chosen index columns, in the table's order. Rows that agree
@@ -96,7 +96,9 @@ void TableModule::visit_matches(const void* row, int index_flag, Visit visit) co
     std::array<uint32_t, kMaxIndexColumns> smallest{}; // of their keys: zeros behind the leading columns
     if (leading != 0)
         std::memcpy(smallest.data(), row, leading * sizeof(uint32_t));
-    for (void* stored = first_at_or_above(smallest); stored != nullptr; stored = row_getNext(did(), stored)) {
+    void* first = first_at_or_above(smallest);
+    row_expect_next(did(), first, kExpectedMatches);
+    for (void* stored = first; stored != nullptr; stored = row_getNext(did(), stored)) {
         if (compare_part_index(row, stored, leading_flag) != 0)
             return;
         if (compare_part_index(row, stored, static_cast<int>(chosen)) == 0)

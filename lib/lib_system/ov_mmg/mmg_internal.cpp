@@ -1,7 +1,10 @@
 #include "mmg_internal.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
+
+#include "row_slab.h"
 
 PTREE data_Tree[MIB_TABLE_SLOTS];
 
@@ -116,4 +119,19 @@ void* row_get_fuzzy(MIBDID did, void* row) {
 void* row_getNext(MIBDID did, void* row) {
     PTREE* tree = tree_of(did);
     return tree == nullptr ? nullptr : PTreeNodeGetNext(tree, row);
+}
+
+void row_expect_next(MIBDID did, const void* stored, int rows) {
+    constexpr uintptr_t cache_line = 64;
+    PTREE* tree = tree_of(did);
+    if (tree == nullptr || stored == nullptr)
+        return;
+    const uintptr_t stride = tree->rows->stride();
+    auto at = reinterpret_cast<uintptr_t>(stored) - sizeof(P_NODE);
+    for (int row = 1; row < rows; ++row) {
+        at += stride;
+        // The end of the row in front, where its key image is, and this one's header and index columns.
+        __builtin_prefetch(reinterpret_cast<const void*>(at));
+        __builtin_prefetch(reinterpret_cast<const void*>(at + cache_line));
+    }
 }

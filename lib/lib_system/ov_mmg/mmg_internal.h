@@ -36,3 +36,6 @@ void* row_get(MIBDID did, void* row);
 void* row_get_fuzzy(MIBDID did, void* row);
 // The first row with a greater key, or null. The key needn't exist; a null row gives the first row.
 void* row_getNext(MIBDID did, void* row);
+// A hint that this row and those behind it, so many in all, are read next. Rows that entered in key order
+// lie one behind the other in memory and are fetched all at once; else it does nothing of use, and no harm.
+void row_expect_next(MIBDID did, const void* stored, int rows);
