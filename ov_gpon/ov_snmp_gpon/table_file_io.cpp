@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr size_t kBufferSize = 256 * 1024;
+constexpr size_t kBufferSize = size_t{256} * 1024;
 constexpr mode_t kFileMode = 0666; // as fopen makes files
 
 int open_file(const char* path, int flags) {

@@ -247,7 +247,7 @@ TEST_F(Hooks, CreateOfAPresentRowIsRefusedAndChangesNothing) {
     CrateRow row = crate(1, 2, 3, 4, 5);
     EXPECT_EQ(access(MIB_CREATEGO, row, mibDefFlags), MIB_FAIL);
     EXPECT_EQ(access(MIB_CREATEWAIT, row, mibDefFlags), MIB_FAIL);
-    EXPECT_EQ(memcmp(stored(), &before, sizeof(before)), 0);
+    EXPECT_TRUE(same_bytes(stored(), &before, sizeof(before)));
     EXPECT_TRUE(g_seen.empty());
 }
 
@@ -299,7 +299,7 @@ TEST_F(Hooks, AFailedChangeLeavesTheRowAndTheCallersNewValues) {
     CrateRow row = crate(1, 2, 3, 4, 5);
     row.crateProfile = 8;
     EXPECT_EQ(access(MIB_SET, row, columns({PROFILE})), MIB_FAIL);
-    EXPECT_EQ(memcmp(stored(), &before, sizeof(before)), 0);
+    EXPECT_TRUE(same_bytes(stored(), &before, sizeof(before)));
     EXPECT_EQ(row.crateProfile, 8);
     EXPECT_EQ(row.old_crateProfile, 7);
     EXPECT_STREQ(row.crateName, "before");
@@ -313,7 +313,7 @@ TEST_F(Hooks, AFailedDeleteLeavesTheRow) {
     EXPECT_EQ(access(MIB_DEL, row, mibDefFlags), MIB_FAIL);
     EXPECT_EQ(set_status(OVRA_DESTROY), MIB_FAIL);
     ASSERT_NE(stored(), nullptr);
-    EXPECT_EQ(memcmp(stored(), &before, sizeof(before)), 0);
+    EXPECT_TRUE(same_bytes(stored(), &before, sizeof(before)));
 }
 
 TEST_F(Hooks, SetWithoutChainsAndACreateStatusActivatesTheRowWithoutAnyCallback) {
@@ -337,7 +337,7 @@ TEST_F(Hooks, OnlyFlaggedColumnsAreWrittenAndTheirShadowsHoldTheOldValues) {
     EXPECT_STREQ(row.old_crateName, "before");
     EXPECT_EQ(row.crateProfile, 7);
     EXPECT_STREQ(row.crateProfName, "");
-    EXPECT_EQ(memcmp(stored(), &row, sizeof(row)), 0);
+    EXPECT_TRUE(same_bytes(stored(), &row, sizeof(row)));
 }
 
 TEST_F(Hooks, ATextIsZeroFilledBehindItsEndAndNeverRunsOverItsColumn) {

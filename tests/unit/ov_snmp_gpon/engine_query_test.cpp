@@ -172,7 +172,7 @@ TEST_F(Query, AgreesWithAPlainWalkOnRandomTables) {
         ASSERT_EQ(query(wanted, flag), static_cast<int>(expected.size())) << flag;
         std::vector<CrateRow> found = rows();
         for (size_t n = 0; n < expected.size(); ++n)
-            ASSERT_EQ(memcmp(&found[n], &expected[n], sizeof(CrateRow)), 0) << flag;
+            ASSERT_TRUE(same_bytes(&found[n], &expected[n], sizeof(CrateRow))) << flag;
     }
 }
 

@@ -21,6 +21,11 @@ void set_text(char (&to)[N], const char* text) {
     strncpy(to, text, N - 1);
 }
 
+// Whether two records agree byte by byte.
+inline bool same_bytes(const void* a, const void* b, size_t size) {
+    return memcmp(a, b, size) == 0;
+}
+
 // The module of a description, made at first use.
 template <const TableDesc& Desc>
 TableModule& test_module();
@@ -48,10 +53,10 @@ TableModule& test_module() {
 
 #define TEST_COLUMN(record, column_number, name_, column_type, limit_, default_, default_text)               \
     {                                                                                                        \
-        .name = #name_, .number = column_number, .type = ColType::column_type,                               \
+        .name = #name_, .number = (column_number), .type = ColType::column_type,                             \
         .access = ColAccess::READ_CREATE, .offset = offsetof(record, name_),                                 \
-        .old_offset = offsetof(record, old_##name_), .size = sizeof(record::name_), .limit = limit_,         \
-        .min = 0, .max = 0, .names = {}, .dflt = default_, .dflt_text = default_text                         \
+        .old_offset = offsetof(record, old_##name_), .size = sizeof(record::name_), .limit = (limit_),       \
+        .min = 0, .max = 0, .names = {}, .dflt = (default_), .dflt_text = (default_text)                     \
     }
 
 // ---- shaped like the T-CONT table: a key of 20 bytes, the row status last ------------------------------
