@@ -157,29 +157,30 @@ void TableModule::set_index(void* entry, std::span<const uint32_t> index) const 
 void* TableModule::create_entry(const void* key) {
     // The blank row lends its head: the store copies it.
     std::memcpy(default_row_.data(), key, desc_.key_size);
-    void* stored = row_add(did(), default_row_.data());
-    if (stored != nullptr)
-        log_row("create", stored);
-    return stored;
+    return add_default_row();
 }
 
 void* TableModule::create_entry_from(std::span<const uint32_t> index) {
     set_index(default_row_.data(), index);
+    return add_default_row();
+}
+
+void* TableModule::add_default_row() {
     void* stored = row_add(did(), default_row_.data());
+    char text[kMaxIndexText];
     if (stored != nullptr)
-        log_row("create", stored);
+        OV_LOG_INFO(owner_word(), "create %s ", index_string(stored, text, sizeof(text)));
     return stored;
 }
 
 void TableModule::remove_entry(void* entry) {
-    log_row("remove", entry);
+    char text[kMaxIndexText];
+    OV_LOG_INFO(owner_word(), "remove %s ", index_string(entry, text, sizeof(text)));
     row_del(did(), entry);
 }
 
-void TableModule::log_row(const char* what, const void* entry) const {
-    char text[kMaxIndexText];
-    const char* owner = getOpOwner(did()) == 1 ? "SNMP" : "APPs";
-    OV_LOG_INFO(owner, "%s %s ", what, index_string(entry, text, sizeof(text)));
+const char* TableModule::owner_word() const {
+    return getOpOwner(did()) == 1 ? "SNMP" : "APPs";
 }
 
 // ---- inspection ----------------------------------------------------------------------------------

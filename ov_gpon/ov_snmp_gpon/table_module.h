@@ -162,7 +162,8 @@ private:
     static MIB_Flags_t find_missing_columns(const TableDesc& desc);
 
     void* create_entry_from(std::span<const uint32_t> index);
-    void log_row(const char* what, const void* entry) const;
+    void* add_default_row();
+    const char* owner_word() const; // who works on the table, for the log
     void copy_row(void* to, const void* from) const;
 
     char read_row(void* row, const void* found) const;
