@@ -76,6 +76,21 @@ const uif_t* updated_port(const umsg_if_t* msg, const char* func) {
     return uif;
 }
 
+// Brings the record of a PON port up to date from the event and writes one column of its row. `fill` sets the
+// column and gives its number; ports of other kinds and unknown ones are left alone.
+template <typename Fill>
+int edit_port_state(umsg_if_t* msg, const char* func, Fill fill) {
+    if (ov_ifindex_get_port_type(msg->ifindex) != PORT_TYPE_GPON)
+        return 0;
+    auto row = row_of_port<ov_sPonTable_attr_t>(msg->ifindex);
+    const uif_t* uif = updated_port(msg, func);
+    if (!uif)
+        return 0;
+    MIB_Flags_t flags = column_mask(fill(uif, row));
+    ov_app_gpon_port_edit(&row, &flags);
+    return 0;
+}
+
 } // namespace
 
 int gpon_new_if(umsg_if_t* msg) {
@@ -104,42 +119,30 @@ int gpon_del_if(umsg_if_t* msg) {
 }
 
 int gpon_admin_if(umsg_if_t* msg) {
-    if (ov_ifindex_get_port_type(msg->ifindex) != PORT_TYPE_GPON)
-        return 0;
-    auto row = row_of_port<ov_sPonTable_attr_t>(msg->ifindex);
-    const uif_t* uif = updated_port(msg, __func__);
-    if (!uif)
-        return 0;
-    if (uif_is_up(uif)) {
-        row.sPonTableAdminState = SPONTABLEADMINSTATE_ENABLED;
-        OV_LOG_NOTICE("LIB", "%s admin up", uif->name);
-    } else {
-        row.sPonTableAdminState = SPONTABLEADMINSTATE_DISABLED;
-        OV_LOG_NOTICE("LIB", "%s admin down", uif->name);
-        ov_app_gpon_pon_shutdown_deactive_onu(msg->ifindex);
-    }
-    MIB_Flags_t flags = column_mask(sPonTable_column::sPonTableAdminState);
-    ov_app_gpon_port_edit(&row, &flags);
-    return 0;
+    return edit_port_state(msg, __func__, [](const uif_t* uif, ov_sPonTable_attr_t& row) -> unsigned {
+        const bool up = uif_is_up(uif);
+        row.sPonTableAdminState = up ? SPONTABLEADMINSTATE_ENABLED : SPONTABLEADMINSTATE_DISABLED;
+        if (up) {
+            OV_LOG_NOTICE("LIB", "%s admin up", uif->name);
+        } else {
+            OV_LOG_NOTICE("LIB", "%s admin down", uif->name);
+            ov_app_gpon_pon_shutdown_deactive_onu(uif->ifindex);
+        }
+        return sPonTable_column::sPonTableAdminState;
+    });
 }
 
 int gpon_status_if(umsg_if_t* msg) {
-    if (ov_ifindex_get_port_type(msg->ifindex) != PORT_TYPE_GPON)
-        return 0;
-    auto row = row_of_port<ov_sPonTable_attr_t>(msg->ifindex);
-    const uif_t* uif = updated_port(msg, __func__);
-    if (!uif)
-        return 0;
-    if (uif_is_running(uif)) {
-        row.sPonTableOperationalState = SPONTABLEOPERATIONALSTATE_GREENONOP;
-        OV_LOG_NOTICE("LIB", "%s operation up", uif->name);
-    } else {
-        row.sPonTableOperationalState = SPONTABLEOPERATIONALSTATE_LEDOFF;
-        OV_LOG_NOTICE("LIB", "%s operation down", uif->name);
-    }
-    MIB_Flags_t flags = column_mask(sPonTable_column::sPonTableOperationalState);
-    ov_app_gpon_port_edit(&row, &flags);
-    return 0;
+    return edit_port_state(msg, __func__, [](const uif_t* uif, ov_sPonTable_attr_t& row) -> unsigned {
+        const bool running = uif_is_running(uif);
+        row.sPonTableOperationalState =
+            running ? SPONTABLEOPERATIONALSTATE_GREENONOP : SPONTABLEOPERATIONALSTATE_LEDOFF;
+        if (running)
+            OV_LOG_NOTICE("LIB", "%s operation up", uif->name);
+        else
+            OV_LOG_NOTICE("LIB", "%s operation down", uif->name);
+        return sPonTable_column::sPonTableOperationalState;
+    });
 }
 
 int gpon_del_vlan(umsg_vlan_t* /*msg*/) {

@@ -30,7 +30,7 @@ void dump_slot(struct vty* vty, const char* nl, uint32_t slot) {
     if (card != nullptr)
         snprintf(type, sizeof(type), "%u", card->slotType);
     vty_out(vty, "   %4u    %-9s    %9s    %7s    %9s    %8s    %7s    %5s%s", slot, ov_slot_role_text(slot),
-            type, yes_or_dash(has(shelf.slotBitsPresent, slot)),
+            type, yes_or_dash(has(shelf.slotBitsPresent | g_slot_bitmap_inserted, slot)),
             yes_or_dash(has(shelf.slotBitsConnected, slot)), yes_or_dash(has(shelf.slotBitsSynching, slot)),
             yes_or_dash(has(shelf.slotBitsSynched, slot)), has(shelf.slotBitsPwrOff, slot) ? "off" : "on",
             nl);
