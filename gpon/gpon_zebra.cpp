@@ -76,10 +76,33 @@ const uif_t* updated_port(const umsg_if_t* msg, const char* func) {
     return uif;
 }
 
-// Brings the record of a PON port up to date from the event and writes one column of its row. `fill` sets the
-// column and gives its number; ports of other kinds and unknown ones are left alone.
-template <typename Fill>
-int edit_port_state(umsg_if_t* msg, const char* func, Fill fill) {
+// Each sets the column of a state event in the row and gives its number.
+unsigned fill_admin_state(const uif_t* uif, ov_sPonTable_attr_t& row) {
+    if (uif_is_up(uif)) {
+        row.sPonTableAdminState = SPONTABLEADMINSTATE_ENABLED;
+        OV_LOG_NOTICE("LIB", "%s admin up", uif->name);
+    } else {
+        row.sPonTableAdminState = SPONTABLEADMINSTATE_DISABLED;
+        OV_LOG_NOTICE("LIB", "%s admin down", uif->name);
+        ov_app_gpon_pon_shutdown_deactive_onu(uif->ifindex);
+    }
+    return sPonTable_column::sPonTableAdminState;
+}
+
+unsigned fill_operational_state(const uif_t* uif, ov_sPonTable_attr_t& row) {
+    if (uif_is_running(uif)) {
+        row.sPonTableOperationalState = SPONTABLEOPERATIONALSTATE_GREENONOP;
+        OV_LOG_NOTICE("LIB", "%s operation up", uif->name);
+    } else {
+        row.sPonTableOperationalState = SPONTABLEOPERATIONALSTATE_LEDOFF;
+        OV_LOG_NOTICE("LIB", "%s operation down", uif->name);
+    }
+    return sPonTable_column::sPonTableOperationalState;
+}
+
+// Brings the record of a PON port up to date from the event and writes one column of its row; ports of other
+// kinds and unknown ones are left alone.
+int edit_port_state(umsg_if_t* msg, const char* func, unsigned (*fill)(const uif_t*, ov_sPonTable_attr_t&)) {
     if (ov_ifindex_get_port_type(msg->ifindex) != PORT_TYPE_GPON)
         return 0;
     auto row = row_of_port<ov_sPonTable_attr_t>(msg->ifindex);
@@ -119,30 +142,11 @@ int gpon_del_if(umsg_if_t* msg) {
 }
 
 int gpon_admin_if(umsg_if_t* msg) {
-    return edit_port_state(msg, __func__, [](const uif_t* uif, ov_sPonTable_attr_t& row) -> unsigned {
-        const bool up = uif_is_up(uif);
-        row.sPonTableAdminState = up ? SPONTABLEADMINSTATE_ENABLED : SPONTABLEADMINSTATE_DISABLED;
-        if (up) {
-            OV_LOG_NOTICE("LIB", "%s admin up", uif->name);
-        } else {
-            OV_LOG_NOTICE("LIB", "%s admin down", uif->name);
-            ov_app_gpon_pon_shutdown_deactive_onu(uif->ifindex);
-        }
-        return sPonTable_column::sPonTableAdminState;
-    });
+    return edit_port_state(msg, __func__, fill_admin_state);
 }
 
 int gpon_status_if(umsg_if_t* msg) {
-    return edit_port_state(msg, __func__, [](const uif_t* uif, ov_sPonTable_attr_t& row) -> unsigned {
-        const bool running = uif_is_running(uif);
-        row.sPonTableOperationalState =
-            running ? SPONTABLEOPERATIONALSTATE_GREENONOP : SPONTABLEOPERATIONALSTATE_LEDOFF;
-        if (running)
-            OV_LOG_NOTICE("LIB", "%s operation up", uif->name);
-        else
-            OV_LOG_NOTICE("LIB", "%s operation down", uif->name);
-        return sPonTable_column::sPonTableOperationalState;
-    });
+    return edit_port_state(msg, __func__, fill_operational_state);
 }
 
 int gpon_del_vlan(umsg_vlan_t* /*msg*/) {

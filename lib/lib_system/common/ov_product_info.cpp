@@ -116,7 +116,7 @@ bool take_env_text(const char* key, const char* value, char* buf, size_t len) {
 // All keys with one shell, which runs ov_env_get for each: a shell for each key would double the time that
 // the start takes. Gives a line "KEY=value" for each key that is set.
 std::string read_all_keys() {
-    constexpr size_t output_size = 128 * 1024;
+    constexpr size_t output_size = size_t{128} * 1024;
     std::string command = "for key in";
     for (const char* key : KEYS)
         command.append(" ").append(key);
