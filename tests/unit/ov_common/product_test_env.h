@@ -2,7 +2,6 @@
 // answers from files there and notes each run; and what was logged meanwhile.
 #pragma once
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -12,49 +11,8 @@
 #include <gtest/gtest.h>
 
 #include "ov_product.h"
-#include "ov_product_log.h"
 
-struct LogLine {
-    int level;
-    std::string module;
-    std::string text;
-    bool operator==(const LogLine&) const = default;
-};
-
-inline void PrintTo(const LogLine& line, std::ostream* out) {
-    *out << line.level << " [" << line.module << "] " << line.text;
-}
-
-// The lines of ov_product_app_log from construction on.
-class LogTap {
-public:
-    LogTap() {
-        lines_().clear();
-        ov_product_log_set_tap([](int level, const char* module, const char* text) {
-            lines_().push_back({level, module, text});
-        });
-    }
-    ~LogTap() { ov_product_log_set_tap(nullptr); }
-    LogTap(const LogTap&) = delete;
-    LogTap& operator=(const LogTap&) = delete;
-
-    static std::vector<LogLine>& lines() { return lines_(); }
-    static bool has(const std::string& text) {
-        return std::any_of(lines_().begin(), lines_().end(), [&](const auto& l) { return l.text == text; });
-    }
-    // Takes the lines out.
-    static std::vector<LogLine> take() {
-        std::vector<LogLine> taken;
-        taken.swap(lines_());
-        return taken;
-    }
-
-private:
-    static std::vector<LogLine>& lines_() {
-        static std::vector<LogLine> lines;
-        return lines;
-    }
-};
+#include "../support/log_tap.h"
 
 // Sets an environment variable, and puts back what was there.
 class ScopedVariable {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "fake_table.h"
-#include "log_tap.h"
+#include "../support/log_tap.h"
 
 namespace {
 

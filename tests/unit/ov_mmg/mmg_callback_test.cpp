@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "fake_table.h"
-#include "log_tap.h"
+#include "../support/log_tap.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "log_tap.h"
+#include "../support/log_tap.h"
 #include "mmg_access.h"
 
 namespace {

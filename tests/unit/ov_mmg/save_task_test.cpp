@@ -11,7 +11,7 @@
 
 #include "../ov_common/private_root.h"
 #include "../support/temp_dir.h"
-#include "log_tap.h"
+#include "../support/log_tap.h"
 #include "mmg_access.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "../ov_common/private_root.h"
-#include "../ov_mmg/log_tap.h"
+#include "../support/log_tap.h"
 #include "../support/temp_dir.h"
 #include "engine_tables.h"
 #include "fake_product.h"

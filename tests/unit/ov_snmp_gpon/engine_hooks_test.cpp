@@ -4,7 +4,7 @@
 #include <tuple>
 #include <vector>
 
-#include "../ov_mmg/log_tap.h"
+#include "../support/log_tap.h"
 #include "engine_tables.h"
 #include "fake_product.h"
 

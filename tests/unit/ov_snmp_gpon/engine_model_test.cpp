@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "../ov_mmg/log_tap.h"
+#include "../support/log_tap.h"
 #include "../support/temp_dir.h"
 #include "all_modules.h"
 

@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-#include "../ov_mmg/log_tap.h"
+#include "../support/log_tap.h"
 #include "engine_tables.h"
 
 namespace {
