@@ -100,6 +100,18 @@ constexpr const HalRecordDesc* all_descs[] = {
 #undef HAL_END
 };
 
+#define HAL_MESSAGE(type, name, record, count)                                                               \
+    {type, #name, &hal_record_desc_##record, count, uint16_t(sizeof(record) * (count)), true},
+#define HAL_MESSAGE_BYTES(type, name, bytes) {type, #name, nullptr, 0, bytes, true},
+#define HAL_PLAIN_MESSAGE(type, record)                                                                      \
+    {type, nullptr, &hal_record_desc_##record, 1, uint16_t(sizeof(record)), false},
+constexpr HalMessageDesc messages[] = {
+#include "records/messages.def"
+};
+#undef HAL_MESSAGE
+#undef HAL_MESSAGE_BYTES
+#undef HAL_PLAIN_MESSAGE
+
 } // namespace
 
 std::span<const HalRecordDesc* const> hal_record_descs() {
@@ -109,4 +121,13 @@ std::span<const HalRecordDesc* const> hal_record_descs() {
 const HalRecordDesc* hal_record_desc_by_name(std::string_view name) {
     const auto* found = std::ranges::find(all_descs, name, &HalRecordDesc::name);
     return found == std::end(all_descs) ? nullptr : *found;
+}
+
+std::span<const HalMessageDesc> hal_message_descs() {
+    return messages;
+}
+
+const HalMessageDesc* hal_message_desc(unsigned type) {
+    const auto* found = std::ranges::find(messages, type, &HalMessageDesc::type);
+    return found == std::end(messages) ? nullptr : found;
 }
