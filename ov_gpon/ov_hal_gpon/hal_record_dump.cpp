@@ -78,7 +78,7 @@ void dump_fields(const HalRecordDesc& desc, const void* record, const std::strin
 
 void log_line(void* context, std::string_view text) {
     const auto* desc = static_cast<const HalRecordDesc*>(context);
-    OV_LOG_DEBUG("HAL", "%s: %.*s", desc->name, int(text.size()), text.data());
+    OV_LOG_DEBUG("LIB", "%s: %.*s", desc->name, int(text.size()), text.data());
 }
 
 } // namespace
