@@ -1,0 +1,133 @@
+#include "hal_record_desc.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace {
+
+template <class Record>
+constexpr const HalRecordDesc* sub_record = nullptr;
+
+#define HAL_RECORD(record, size)                                                                             \
+    template <>                                                                                              \
+    constexpr const HalRecordDesc* sub_record<record> = &hal_record_desc_##record;
+#define HAL_FIELD(offset, field, ...)
+#define HAL_PAD(offset, size)
+#define HAL_END(record)
+#include "records/all.def"
+#undef HAL_RECORD
+#undef HAL_FIELD
+#undef HAL_PAD
+#undef HAL_END
+
+template <class Type>
+constexpr HalFieldDesc field_desc(const char* name, const char* type, size_t stated_offset, size_t offset) {
+    using Element = typename Type::element;
+    return {name,
+            type,
+            Type::kind,
+            uint16_t(stated_offset),
+            uint16_t(offset),
+            uint16_t(sizeof(Element)),
+            uint16_t(Type::count),
+            sub_record<Element>};
+}
+
+// A record holds its fields, gaps included, one behind the other and nothing else.
+constexpr bool fields_cover(std::span<const HalFieldDesc> fields, size_t size) {
+    size_t end = 0;
+    for (const HalFieldDesc& field : fields) {
+        if (field.stated_offset != end || field.offset != end)
+            return false;
+        end += field.size();
+    }
+    return end == size;
+}
+
+} // namespace
+
+#define HAL_RECORD(record, size)                                                                             \
+    namespace {                                                                                              \
+    namespace desc_of_##record {                                                                             \
+        using Record = record;                                                                               \
+        static_assert(sizeof(Record) == (size), #record " has its size on the wire");                        \
+        static_assert(std::is_standard_layout_v<Record> && std::is_trivially_copyable_v<Record>,             \
+                      #record " may be copied to and from the wire");                                        \
+        constexpr HalFieldDesc fields[] = {
+#define HAL_FIELD(offset, field, ...)                                                                        \
+    field_desc<hal_type::__VA_ARGS__>(#field, #__VA_ARGS__, offset, offsetof(Record, field)),
+#define HAL_PAD(offset, size)                                                                                \
+    field_desc<hal_type::PAD<size>>(nullptr, "PAD", offset, offsetof(Record, pad_at_##offset)),
+#define HAL_END(record)                                                                                      \
+    }                                                                                                        \
+    ;                                                                                                        \
+    static_assert(fields_cover(fields, sizeof(Record)), #record " has its fields at their offsets");         \
+    }                                                                                                        \
+    }                                                                                                        \
+    constexpr HalRecordDesc hal_record_desc_##record = {#record, sizeof(record), desc_of_##record::fields};
+#include "records/all.def"
+#undef HAL_RECORD
+#undef HAL_FIELD
+#undef HAL_PAD
+#undef HAL_END
+
+// One check for each field, so that the compiler names the one that stands wrong.
+#define HAL_RECORD(record, size)                                                                             \
+    namespace {                                                                                              \
+    namespace desc_of_##record {
+#define HAL_FIELD(offset, field, ...) static_assert(offsetof(Record, field) == (offset), #field);
+#define HAL_PAD(offset, size)
+#define HAL_END(record)                                                                                      \
+    }                                                                                                        \
+    }
+#include "records/all.def"
+#undef HAL_RECORD
+#undef HAL_FIELD
+#undef HAL_PAD
+#undef HAL_END
+
+namespace {
+
+constexpr const HalRecordDesc* all_descs[] = {
+#define HAL_RECORD(record, size) &hal_record_desc_##record,
+#define HAL_FIELD(offset, field, ...)
+#define HAL_PAD(offset, size)
+#define HAL_END(record)
+#include "records/all.def"
+#undef HAL_RECORD
+#undef HAL_FIELD
+#undef HAL_PAD
+#undef HAL_END
+};
+
+#define HAL_MESSAGE(type, name, record, count)                                                               \
+    {type, #name, &hal_record_desc_##record, count, uint16_t(sizeof(record) * (count)), true},
+#define HAL_MESSAGE_BYTES(type, name, bytes) {type, #name, nullptr, 0, bytes, true},
+#define HAL_PLAIN_MESSAGE(type, record)                                                                      \
+    {type, nullptr, &hal_record_desc_##record, 1, uint16_t(sizeof(record)), false},
+constexpr HalMessageDesc messages[] = {
+#include "records/messages.def"
+};
+#undef HAL_MESSAGE
+#undef HAL_MESSAGE_BYTES
+#undef HAL_PLAIN_MESSAGE
+
+} // namespace
+
+std::span<const HalRecordDesc* const> hal_record_descs() {
+    return all_descs;
+}
+
+const HalRecordDesc* hal_record_desc_by_name(std::string_view name) {
+    const auto* found = std::ranges::find(all_descs, name, &HalRecordDesc::name);
+    return found == std::end(all_descs) ? nullptr : *found;
+}
+
+std::span<const HalMessageDesc> hal_message_descs() {
+    return messages;
+}
+
+const HalMessageDesc* hal_message_desc(unsigned type) {
+    const auto* found = std::ranges::find(messages, type, &HalMessageDesc::type);
+    return found == std::end(messages) ? nullptr : found;
+}
