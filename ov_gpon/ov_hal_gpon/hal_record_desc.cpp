@@ -11,22 +11,14 @@ constexpr const HalRecordDesc* sub_record = nullptr;
 #define HAL_RECORD(record, size)                                                                             \
     template <>                                                                                              \
     constexpr const HalRecordDesc* sub_record<record> = &hal_record_desc_##record;
-#define HAL_FIELD(offset, field, ...)
-#define HAL_PAD(offset, size)
-#define HAL_END(record)
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 
 template <class Type>
-constexpr HalFieldDesc field_desc(const char* name, const char* type, size_t stated_offset, size_t offset) {
+constexpr HalFieldDesc field_desc(const char* name, const char* type, size_t offset) {
     using Element = typename Type::element;
     return {name,
             type,
             Type::kind,
-            uint16_t(stated_offset),
             uint16_t(offset),
             uint16_t(sizeof(Element)),
             uint16_t(Type::count),
@@ -37,7 +29,7 @@ constexpr HalFieldDesc field_desc(const char* name, const char* type, size_t sta
 constexpr bool fields_cover(std::span<const HalFieldDesc> fields, size_t size) {
     size_t end = 0;
     for (const HalFieldDesc& field : fields) {
-        if (field.stated_offset != end || field.offset != end)
+        if (field.offset != end)
             return false;
         end += field.size();
     }
@@ -55,9 +47,9 @@ constexpr bool fields_cover(std::span<const HalFieldDesc> fields, size_t size) {
                       #record " may be copied to and from the wire");                                        \
         constexpr HalFieldDesc fields[] = {
 #define HAL_FIELD(offset, field, ...)                                                                        \
-    field_desc<hal_type::__VA_ARGS__>(#field, #__VA_ARGS__, offset, offsetof(Record, field)),
+    field_desc<hal_type::__VA_ARGS__>(#field, #__VA_ARGS__, offsetof(Record, field)),
 #define HAL_PAD(offset, size)                                                                                \
-    field_desc<hal_type::PAD<size>>(nullptr, "PAD", offset, offsetof(Record, pad_at_##offset)),
+    field_desc<hal_type::PAD<(size)>>(nullptr, "PAD", offsetof(Record, pad_at_##offset)),
 #define HAL_END(record)                                                                                      \
     }                                                                                                        \
     ;                                                                                                        \
@@ -66,38 +58,23 @@ constexpr bool fields_cover(std::span<const HalFieldDesc> fields, size_t size) {
     }                                                                                                        \
     constexpr HalRecordDesc hal_record_desc_##record = {#record, sizeof(record), desc_of_##record::fields};
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 
 // One check for each field, so that the compiler names the one that stands wrong.
 #define HAL_RECORD(record, size)                                                                             \
     namespace {                                                                                              \
     namespace desc_of_##record {
 #define HAL_FIELD(offset, field, ...) static_assert(offsetof(Record, field) == (offset), #field);
-#define HAL_PAD(offset, size)
+#define HAL_PAD(offset, size) static_assert(offsetof(Record, pad_at_##offset) == (offset), "PAD");
 #define HAL_END(record)                                                                                      \
     }                                                                                                        \
     }
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 
 namespace {
 
 constexpr const HalRecordDesc* all_descs[] = {
 #define HAL_RECORD(record, size) &hal_record_desc_##record,
-#define HAL_FIELD(offset, field, ...)
-#define HAL_PAD(offset, size)
-#define HAL_END(record)
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 };
 
 #define HAL_MESSAGE(type, name, record, count)                                                               \
@@ -108,9 +85,6 @@ constexpr const HalRecordDesc* all_descs[] = {
 constexpr HalMessageDesc messages[] = {
 #include "records/messages.def"
 };
-#undef HAL_MESSAGE
-#undef HAL_MESSAGE_BYTES
-#undef HAL_PLAIN_MESSAGE
 
 } // namespace
 

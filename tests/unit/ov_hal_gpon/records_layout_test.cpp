@@ -134,31 +134,23 @@ void expect_all_zero(const char* record_name) {
     EXPECT_EQ(0, memcmp(zeros, record, sizeof(Record)));
 }
 
-TEST(RecordsLayout, EveryFieldIsWrittenAtItsPlaceHighByteFirst){
+// expect_fields_of_<record>(), for each record.
 #define HAL_RECORD(record, size)                                                                             \
-    {                                                                                                        \
+    void expect_fields_of_##record() {                                                                       \
         using Record = record;                                                                               \
         const char* record_name = #record;
 #define HAL_FIELD(offset, field, ...) expect_field_at_its_place(record_name, #field, &Record::field);
-#define HAL_PAD(offset, size)
 #define HAL_END(record) }
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
+
+TEST(RecordsLayout, EveryFieldIsWrittenAtItsPlaceHighByteFirst) {
+#define HAL_RECORD(record, size) expect_fields_of_##record();
+#include "records/all.def"
 }
 
 TEST(RecordsLayout, AFreshRecordIsZeroInEveryByte) {
 #define HAL_RECORD(record, size) expect_all_zero<record>(#record);
-#define HAL_FIELD(offset, field, ...)
-#define HAL_PAD(offset, size)
-#define HAL_END(record)
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 }
 
 TEST(RecordsLayout, DescriptorsHaveTheFieldsOfTheTableAndNoOthers) {
@@ -197,7 +189,7 @@ TEST(RecordsLayout, ATcontHasTheseBytes) {
     memcpy(tcont.bwProfile, "default", 7);
 
     uint8_t expected[144] = {0x54, 0x60, 0, 0, 0, 0, 0, 3, 0, 0, 4, 0, 'u', 'p'};
-    memcpy(expected + 77, "default", 7);
+    memcpy(expected + 77, "default", 8);
     EXPECT_EQ(0, memcmp(expected, &tcont, sizeof(expected)));
 }
 
