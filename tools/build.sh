@@ -15,7 +15,7 @@ if [ ! -f "$dir/build.ninja" ] && ! cmake --preset "$preset" >"$log" 2>&1; then
 fi
 [ -t 2 ] && printf 'Building (%s) ...\r' "$preset" >&2
 if ! ninja -C "$dir" "$@" >"$log" 2>&1; then
-    grep -v '^\[[0-9]*/[0-9]*\] \(Building\|Linking\)' "$log" >&2 || true
+    grep -v -e '^\[[0-9]*/[0-9]*\] ' -e '^ninja: Entering' -e '^: && ' -e '^/usr/bin/cmake -E env' "$log" >&2 || true
     exit 1
 fi
 [ -t 2 ] && printf '\033[K' >&2

@@ -52,7 +52,7 @@ class Message:
             ">7I", data[:28]
         )
         (self.topic, self.op, self.cmd, self.count, self.chg, self.len, self.ipc_hdr, self.retcode, self.padding) = (
-            struct.unpack(">7Ii I".replace(" ", ""), data[28:64])
+            struct.unpack(">7IiI", data[28:64])
         )
         self.nl_len, self.type, self.flags, self.seq, self.pid = struct.unpack(">IHHII", data[64:80])
         self.action, self.mask = struct.unpack(">Ii", data[80:88]) if len(data) >= 88 else (None, None)
@@ -89,7 +89,7 @@ class Agent:
         payload = request.data[80:] if payload is None else payload
         nl = struct.pack(">IHHII", 16 + len(payload) if nl_len is None else nl_len, nl_type or request.type, 0, 0, 1001)
         length = 36 + 16 + len(payload) if frame_len is None else frame_len
-        head = struct.pack(">7Ii I".replace(" ", ""), 1, 0, request.type, 1, 0, length, 0, retcode, 0)
+        head = struct.pack(">7IiI", 1, 0, request.type, 1, 0, length, 0, retcode, 0)
         ipc = struct.pack(">7I", IPC_ID, 0, kind, 101, 10101, request.id if ipc_id is None else ipc_id, 1)
         return ipc + head + nl + payload
 
@@ -103,7 +103,7 @@ class Agent:
         """An event of the card to the daemon's receive side."""
         payload = struct.pack(">Ii", action, 0) + record
         nl = struct.pack(">IHHII", 16 + len(payload), kind, 0, 0, 1001)
-        head = struct.pack(">7Ii I".replace(" ", ""), 2, 0, kind, 1, 0, 36 + 16 + len(payload), 0, 0, 0)
+        head = struct.pack(">7IiI", 2, 0, kind, 1, 0, 36 + 16 + len(payload), 0, 0, 0)
         ipc = struct.pack(">7I", IPC_ID, 0, ASYNC, 101, 10101, 7, 1)
         self.sock.sendto(ipc + head + nl + payload, b"\0" + f"ov_ipc/19111/{11100 + board}".encode())
 
@@ -421,3 +421,80 @@ def test_a_driver_command_is_a_text_behind_the_head(card):
     assert probe.line() == "0"
     assert (message.type, message.kind) == (936, ASYNC)
     assert message.data[80:86] == b"led on" and message.nl_len == 16 + 6
+
+
+# ---- the real daemon -------------------------------------------------------------------------------
+
+
+@pytest.fixture
+def daemon_with_card(chassis):
+    """The real daemon on a single board, with an agent on slot 1."""
+    chassis.start(QUIET_SCENARIO)
+    agent = Agent(chassis, 1)
+    chassis.start_daemon(env={"OV_IPC_CARRIER": "unix"})
+    chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
+    return chassis, agent
+
+
+def test_the_daemon_receives_on_a_thread_of_its_own_under_a_lock(daemon_with_card):
+    chassis, _ = daemon_with_card
+    (pid,) = chassis.daemon_pids()
+    names = set()
+    for task in os.listdir(f"/proc/{pid}/task"):
+        with open(f"/proc/{pid}/task/{task}/comm") as comm:
+            names.add(comm.read().strip())
+    assert "ipc_rcv_111_11101"[:15] in names
+    assert chassis.exists("/var/run/ov_ipc_receive_111_11101.lock")
+
+
+def test_a_flood_of_events_leaves_the_operator_served(daemon_with_card):
+    chassis, agent = daemon_with_card
+    stop = threading.Event()
+
+    def flood():
+        number = 0
+        while not stop.is_set() and number < 40960:
+            agent.event(1, 927, SET, struct.pack(">II", onu(1), number) + bytes(60))
+            number += 1
+
+    sender = threading.Thread(target=flood)
+    sender.start()
+    answers = [chassis.vty("show slot info").result for _ in range(10)]
+    sender.join(30)
+    stop.set()
+    assert answers == [0] * 10
+    assert chassis.vty("show mib table").result == 0
+    assert chassis.daemon.poll() is None
+
+
+def test_wrong_frames_of_a_card_leave_the_daemon_standing(daemon_with_card):
+    chassis, agent = daemon_with_card
+    name = b"\0ov_ipc/19111/11101"
+    good = struct.pack(">7I", IPC_ID, 0, ASYNC, 101, 10101, 7, 1)
+    for head in (good, struct.pack(">7I", 1, 2, 3, 4, 5, 6, 7), b""):
+        for size in (0, 1, 20, 35, 36, 51, 52, 60, 2048):
+            agent.sock.sendto(head + b"\xff" * size, name)
+            agent.sock.sendto(head + b"\0" * size, name)
+    for kind in (922, 923, 927, 938, 953, 0, 0xFFFF):
+        for action in (0, 1, 2, 3, 99, 0xFFFFFFFF):
+            agent.event(1, kind, action & 0x7FFFFFFF, b"")
+            agent.event(1, kind, action & 0x7FFFFFFF, b"\xff" * 300)
+    for _ in range(20):
+        assert chassis.vty("show slot info").result == 0
+    assert chassis.daemon.poll() is None
+
+
+def test_a_carrier_that_the_kernel_lacks_ends_the_start(chassis):
+    if os.path.exists("/proc/net/tipc") or os.path.exists("/sys/module/tipc"):
+        pytest.skip("this kernel has TIPC")
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_daemon(wait=False, env={"OV_IPC_CARRIER": "tipc"})
+    assert chassis.wait_daemon_exit(20) == 1
+    assert chassis.log_lines("IPC Registration Client message handler failed, exiting!$")
+
+
+def test_without_a_word_on_the_carrier_one_line_says_which_was_taken(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_daemon()
+    assert len(chassis.log_lines(r"(?i)\btipc\b.*unix|unix.*\btipc\b")) <= 1
+    assert chassis.vty("show slot info").result == 0
