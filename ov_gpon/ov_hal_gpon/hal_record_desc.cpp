@@ -81,7 +81,7 @@ constexpr const HalRecordDesc* all_descs[] = {
 
 // Bytes behind action and mask, as the sender has them.
 enum : uint16_t {
-#define OV_HAL_GPON_MSG(name, value, size, dest, offset, padding) SIZE_OF_##name = size,
+#define OV_HAL_GPON_MSG(name, value, size, dest, offset, padding) SIZE_OF_##name = (size),
 #include "ov_hal_gpon_msg_catalogue.def"
 #undef OV_HAL_GPON_MSG
 };
