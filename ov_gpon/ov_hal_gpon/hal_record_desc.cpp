@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "ov_hal_gpon_msg.h"
+
 namespace {
 
 template <class Record>
@@ -77,12 +79,23 @@ constexpr const HalRecordDesc* all_descs[] = {
 #include "records/all.def"
 };
 
-#define HAL_MESSAGE(type, name, record, count)                                                               \
-    {type, #name, &hal_record_desc_##record, count, uint16_t(sizeof(record) * (count)), true},
-#define HAL_MESSAGE_BYTES(type, name, bytes) {type, #name, nullptr, 0, bytes, true},
-#define HAL_PLAIN_MESSAGE(type, record)                                                                      \
-    {type, nullptr, &hal_record_desc_##record, 1, uint16_t(sizeof(record)), false},
+// Bytes behind action and mask, as the sender has them.
+enum : uint16_t {
+#define OV_HAL_GPON_MSG(name, value, size, dest, offset, padding) SIZE_OF_##name = (size),
+#include "ov_hal_gpon_msg_catalogue.def"
+#undef OV_HAL_GPON_MSG
+};
+
+#define HAL_MESSAGE(message, record, count)                                                                  \
+    static_assert(SIZE_OF_##message == sizeof(record) * (count), "the sender has its size of " #message);
+#include "records/messages.def"
+
 constexpr HalMessageDesc messages[] = {
+#define HAL_MESSAGE(message, record, count)                                                                  \
+    {message, #message, &hal_record_desc_##record, count, SIZE_OF_##message, true},
+#define HAL_MESSAGE_BYTES(message) {message, #message, nullptr, 0, SIZE_OF_##message, true},
+#define HAL_PLAIN_MESSAGE(number, record)                                                                    \
+    {number, nullptr, &hal_record_desc_##record, 1, uint16_t(sizeof(record)), false},
 #include "records/messages.def"
 };
 

@@ -57,16 +57,16 @@ constexpr uint64_t MARK = 0x0102030405060708;
 void mark(uint8_t& field) {
     field = 0x08;
 }
-void mark(be_u16& field) {
+void mark(big_uint16_at& field) {
     field = uint16_t(MARK);
 }
-void mark(be_u32& field) {
+void mark(big_uint32_at& field) {
     field = uint32_t(MARK);
 }
-void mark(be_i32& field) {
+void mark(big_int32_at& field) {
     field = int32_t(uint32_t(MARK));
 }
-void mark(be_u64& field) {
+void mark(big_uint64_at& field) {
     field = MARK;
 }
 template <size_t N>
@@ -97,8 +97,9 @@ std::vector<uint8_t> marked_bytes(size_t bytes, size_t element_size) {
 template <class Field>
 constexpr size_t integer_size() {
     using Element = std::remove_all_extents_t<Field>;
-    constexpr bool is_integer = std::is_same_v<Element, be_u16> || std::is_same_v<Element, be_u32> ||
-                                std::is_same_v<Element, be_i32> || std::is_same_v<Element, be_u64>;
+    constexpr bool is_integer =
+        std::is_same_v<Element, big_uint16_at> || std::is_same_v<Element, big_uint32_at> ||
+        std::is_same_v<Element, big_int32_at> || std::is_same_v<Element, big_uint64_at>;
     return is_integer ? sizeof(Element) : 1;
 }
 
