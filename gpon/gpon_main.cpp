@@ -17,6 +17,7 @@
 #include "gpon_alarm.h"
 #include "gpon_vty.h"
 #include "gpon_zebra.h"
+#include "hal_backup.h"
 #include "hal_slot.h"
 #include "hal_sock.h"
 #include "kavo_ctrl.h"

@@ -26,7 +26,7 @@ constexpr auto SET = OV_HAL_GPON_MSG_ACTION_SET;
 constexpr auto GET = OV_HAL_GPON_MSG_ACTION_GET;
 
 uint32_t pon_index(uint8_t slot) {
-    return ov_ifindex_gen_by_phyinfo(9, 1, slot, 0, 4);
+    return ov_ifindex_gen_by_phyinfo(9, 1, slot, 0, 4, 0);
 }
 
 // A record of counting bytes with an interface index of a slot, or a plain number, at an offset.
@@ -76,8 +76,9 @@ TEST(GponMsgCatalogue, NamesArePaddedTo43CharactersAndTwoEndInTabs) {
     for (const unsigned type : {900u, 958u, 959u, 968u, 0u})
         EXPECT_THAT(ov_hal_gpon_msg_name_get(type), StrEq("unknown"));
     for (unsigned type = 901; type < 968; type++)
-        if (ov_hal_gpon_msg_desc_get(type) && type != 965 && type != 967)
+        if (ov_hal_gpon_msg_desc_get(type) && type != 965 && type != 967) {
             EXPECT_EQ(strlen(ov_hal_gpon_msg_name_get(type)), 43u) << type;
+        }
 }
 
 TEST(GponMsgSend, MessageOnTheWire) {
@@ -150,7 +151,8 @@ TEST(GponMsgSend, MessagesForEveryCardGoThereWithoutALookAtTheRecord) {
                                OV_HAL_MSG_GPON_TRAP_SYNC}) {
             Bytes record(100, 0xFF); // no slot in there
             EXPECT_EQ(ov_hal_gpon_msg_send(type, SET, record.data(), 0, 0), 0);
-            EXPECT_THAT(slot.card.wait_for(++sent), SizeIs(sent));
+            ++sent;
+            EXPECT_THAT(slot.card.wait_for(sent), SizeIs(sent));
         }
     });
 }
