@@ -14,8 +14,7 @@ struct HalFieldDesc {
     const char* name; // of the field; null for bytes without meaning
     const char* type; // as the description has it, "ENUM<ov_gpon_bw_type_t>"
     HalFieldKind kind;
-    uint16_t stated_offset;   // where the field has to stand
-    uint16_t offset;          // where it stands in the struct
+    uint16_t offset;          // from the start of the record
     uint16_t element_size;    // bytes of one element; texts and octet strings are one element
     uint16_t count;           // elements of a list, else 1
     const HalRecordDesc* sub; // of the elements' record, else null
@@ -38,14 +37,7 @@ const HalRecordDesc& hal_record_desc_of();
     inline const HalRecordDesc& hal_record_desc_of<record>() {                                               \
         return hal_record_desc_##record;                                                                     \
     }
-#define HAL_FIELD(offset, field, ...)
-#define HAL_PAD(offset, size)
-#define HAL_END(record)
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 
 // All records, in the order of their descriptions.
 std::span<const HalRecordDesc* const> hal_record_descs();

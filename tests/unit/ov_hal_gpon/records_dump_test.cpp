@@ -137,7 +137,7 @@ TEST(RecordsDump, CountersAreUnsignedAndLevelsAreSigned) {
 
 TEST(RecordsDump, AnElementBehindTheLastIsNothing) {
     ov_qos_sched_attr_t sched{};
-    for (be_i32& weight : sched.weight)
+    for (big_int32_at& weight : sched.weight)
         weight = 9;
     const HalFieldDesc& field = field_of<ov_qos_sched_attr_t>("weight");
     EXPECT_EQ(9u, hal_field_number(field, &sched, 7));

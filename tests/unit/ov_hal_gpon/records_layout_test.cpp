@@ -57,16 +57,16 @@ constexpr uint64_t MARK = 0x0102030405060708;
 void mark(uint8_t& field) {
     field = 0x08;
 }
-void mark(be_u16& field) {
+void mark(big_uint16_at& field) {
     field = uint16_t(MARK);
 }
-void mark(be_u32& field) {
+void mark(big_uint32_at& field) {
     field = uint32_t(MARK);
 }
-void mark(be_i32& field) {
+void mark(big_int32_at& field) {
     field = int32_t(uint32_t(MARK));
 }
-void mark(be_u64& field) {
+void mark(big_uint64_at& field) {
     field = MARK;
 }
 template <size_t N>
@@ -97,8 +97,9 @@ std::vector<uint8_t> marked_bytes(size_t bytes, size_t element_size) {
 template <class Field>
 constexpr size_t integer_size() {
     using Element = std::remove_all_extents_t<Field>;
-    constexpr bool is_integer = std::is_same_v<Element, be_u16> || std::is_same_v<Element, be_u32> ||
-                                std::is_same_v<Element, be_i32> || std::is_same_v<Element, be_u64>;
+    constexpr bool is_integer =
+        std::is_same_v<Element, big_uint16_at> || std::is_same_v<Element, big_uint32_at> ||
+        std::is_same_v<Element, big_int32_at> || std::is_same_v<Element, big_uint64_at>;
     return is_integer ? sizeof(Element) : 1;
 }
 
@@ -134,31 +135,23 @@ void expect_all_zero(const char* record_name) {
     EXPECT_EQ(0, memcmp(zeros, record, sizeof(Record)));
 }
 
-TEST(RecordsLayout, EveryFieldIsWrittenAtItsPlaceHighByteFirst){
+// expect_fields_of_<record>(), for each record.
 #define HAL_RECORD(record, size)                                                                             \
-    {                                                                                                        \
+    void expect_fields_of_##record() {                                                                       \
         using Record = record;                                                                               \
         const char* record_name = #record;
 #define HAL_FIELD(offset, field, ...) expect_field_at_its_place(record_name, #field, &Record::field);
-#define HAL_PAD(offset, size)
 #define HAL_END(record) }
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
+
+TEST(RecordsLayout, EveryFieldIsWrittenAtItsPlaceHighByteFirst) {
+#define HAL_RECORD(record, size) expect_fields_of_##record();
+#include "records/all.def"
 }
 
 TEST(RecordsLayout, AFreshRecordIsZeroInEveryByte) {
 #define HAL_RECORD(record, size) expect_all_zero<record>(#record);
-#define HAL_FIELD(offset, field, ...)
-#define HAL_PAD(offset, size)
-#define HAL_END(record)
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 }
 
 TEST(RecordsLayout, DescriptorsHaveTheFieldsOfTheTableAndNoOthers) {
@@ -197,7 +190,7 @@ TEST(RecordsLayout, ATcontHasTheseBytes) {
     memcpy(tcont.bwProfile, "default", 7);
 
     uint8_t expected[144] = {0x54, 0x60, 0, 0, 0, 0, 0, 3, 0, 0, 4, 0, 'u', 'p'};
-    memcpy(expected + 77, "default", 7);
+    memcpy(expected + 77, "default", 8);
     EXPECT_EQ(0, memcmp(expected, &tcont, sizeof(expected)));
 }
 
