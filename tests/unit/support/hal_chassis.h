@@ -42,6 +42,7 @@ public:
         ov_product_deinit();
         ov_slot_deinit();
         ov_slot_init();
+        LogCapture::clear();
     }
 
     static void set(const std::string& name, const std::string& value) {
@@ -75,6 +76,7 @@ inline void run_closed(const std::function<void(HalChassis&)>& body) {
 inline void run(const std::function<void(HalChassis&)>& body) {
     run_closed([&](HalChassis& chassis) {
         chassis.open();
+        LogCapture::clear();
         body(chassis);
     });
 }
