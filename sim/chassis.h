@@ -1,6 +1,7 @@
 // The parts of the simulated chassis.
 #pragma once
 
+#include "cards.h"
 #include "controller.h"
 #include "env_store.h"
 #include "event_loop.h"
@@ -17,5 +18,6 @@ struct Chassis {
     Controller controller{loop, records, faults};
     HeartbeatMonitor monitor{loop, records};
     EnvStore env;
+    Cards cards{loop, records, env};
     std::string scenario_state = "none"; // none, running, done, failed
 };

@@ -81,6 +81,9 @@ std::span<const Command> controller_commands();
 std::span<const Command> fault_commands();
 std::span<const Command> record_commands();
 std::span<const Command> chassis_commands();
+std::span<const Command> card_commands();
+std::span<const Command> card_event_commands();
+std::span<const Command> onu_commands();
 
 // An action for a command line that was split into at least one word; empty, with the reason in error, when
 // it is wrong.

@@ -406,6 +406,11 @@ void Controller::answer_with_fault(Connection& conn, const Frame& request, Reply
     case FaultKind::bad_version:
         reply.header.version = static_cast<uint8_t>(fault.value);
         break;
+    case FaultKind::lose: // these are the line cards' own
+    case FaultKind::duplicate:
+    case FaultKind::wrong_message:
+    case FaultKind::bad_nlmsg_len:
+        break;
     }
     queue(conn, reply.bytes());
 }

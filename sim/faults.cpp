@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "messages.h"
 #include "text.h"
 
 namespace {
@@ -23,6 +22,24 @@ constexpr FaultName NAMES[] = {
     {"late-connect-back", "ms", "it is made after ms milliseconds", FaultKind::late_connect_back, 1000},
 };
 
+constexpr FaultName CARD_NAMES[] = {
+    {"no-reply", nullptr, "the request is carried out, but not answered", FaultKind::no_reply, 0},
+    {"lose", nullptr, "the message is neither carried out nor answered", FaultKind::lose, 0},
+    {"late", "ms", "the reply comes after ms milliseconds", FaultKind::late, 1000},
+    {"code", "code", "the request isn't carried out; the reply has this return code", FaultKind::code, 1},
+    {"oversize", "len", "len bytes of record in the reply", FaultKind::oversize, 1024},
+    {"short", "len", "len bytes of record in the reply", FaultKind::short_reply, 4},
+    {"duplicate", nullptr, "the reply goes out twice", FaultKind::duplicate, 0},
+    {"wrong-id", "add", "the reply's msg_id is the right one plus add", FaultKind::wrong_seq, 1},
+    {"wrong-type", "ipc-type", "IPC message type in place of 2", FaultKind::wrong_type, 0},
+    {"wrong-message", "message", "number of another message in the reply", FaultKind::wrong_message, 901},
+    {"bad-msg-len", "add", "the reply's msg_len is the right one plus add", FaultKind::bad_len, 1000},
+    {"bad-nlmsg-len", "add", "the reply's nlmsg_len is the right one plus add", FaultKind::bad_nlmsg_len,
+     1000},
+    {"close", "ms", "the card closes its socket in place of an answer, for ms milliseconds", FaultKind::close,
+     1000},
+};
+
 bool is_connect_back(const Fault& fault) {
     return fault.what->kind == FaultKind::no_connect_back || fault.what->kind == FaultKind::late_connect_back;
 }
@@ -33,16 +50,20 @@ std::span<const FaultName> fault_names() {
     return NAMES;
 }
 
-const FaultName* find_fault(std::string_view name) {
-    const auto it = std::find_if(std::begin(NAMES), std::end(NAMES),
-                                 [name](const FaultName& n) { return name == n.name; });
-    return it == std::end(NAMES) ? nullptr : &*it;
+std::span<const FaultName> card_fault_names() {
+    return CARD_NAMES;
+}
+
+const FaultName* find_fault(std::span<const FaultName> names, std::string_view name) {
+    const auto it =
+        std::find_if(names.begin(), names.end(), [name](const FaultName& n) { return name == n.name; });
+    return it == names.end() ? nullptr : &*it;
 }
 
 std::string Fault::line() const {
     std::string text = format("id=%u fault=%s", id, what->name);
     if (type)
-        text += std::string(" type=") + find_message(*type)->name;
+        text += " type=" + type_name;
     if (what->value_name)
         text += format(" %s=%u", what->value_name, value);
     return text + (times == 0 ? std::string(" times=forever") : format(" times=%u", times));
@@ -67,7 +88,7 @@ std::optional<Fault> Faults::take(Applies applies) {
     return fault;
 }
 
-std::optional<Fault> Faults::take_for_reply(uint8_t type) {
+std::optional<Fault> Faults::take_for_reply(uint16_t type) {
     return take([type](const Fault& f) { return !is_connect_back(f) && f.type.value_or(type) == type; });
 }
 

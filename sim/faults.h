@@ -1,4 +1,4 @@
-// Faults on request: what the controller does wrong, for which message, and how often.
+// Faults on request: what the controller or a line card does wrong, for which message, and how often.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,7 @@
 
 enum class FaultKind {
     no_reply,          // the request stays unanswered
+    lose,              // and nothing is done either
     late,              // value: milliseconds
     code,              // value: the reply's errcode
     wrong_seq,         // value: added to the right sequence number
@@ -22,6 +23,9 @@ enum class FaultKind {
     close,             // the connection is closed in place of a reply
     no_connect_back,   // the daemon's connection isn't answered with one
     late_connect_back, // value: milliseconds
+    duplicate,         // the reply goes out twice
+    wrong_message,     // value: number of another message in the reply
+    bad_nlmsg_len,     // value: added to the right length of the netlink-shaped message
 };
 
 struct FaultName {
@@ -31,14 +35,17 @@ struct FaultName {
     FaultKind kind;
     uint32_t value; // when the option isn't given
 };
+// The controller's, and a line card's.
 std::span<const FaultName> fault_names();
-const FaultName* find_fault(std::string_view name);
+std::span<const FaultName> card_fault_names();
+const FaultName* find_fault(std::span<const FaultName> names, std::string_view name);
 
 struct Fault {
     uint32_t id = 0;
     const FaultName* what = nullptr;
-    std::optional<uint8_t> type; // only for requests of this type
-    uint32_t times = 1;          // 0: until it is cleared
+    std::optional<uint16_t> type; // only for requests of this type
+    std::string type_name;
+    uint32_t times = 1; // 0: until it is cleared
     uint32_t value = 0;
 
     std::string line() const;
@@ -49,11 +56,12 @@ public:
     // Gives the fault's id.
     uint32_t add(Fault fault);
     // The oldest fault that applies to the reply to a request of this type, used up once.
-    std::optional<Fault> take_for_reply(uint8_t type);
+    std::optional<Fault> take_for_reply(uint16_t type);
     std::optional<Fault> take_for_connect_back();
     // False when there is no such fault.
     bool remove(uint32_t id);
     void clear() { faults_.clear(); }
+    bool empty() const { return faults_.empty(); }
     const std::vector<Fault>& all() const { return faults_; }
 
 private:

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <fnmatch.h>
 
+#include "card_messages.h"
 #include "port_name.h"
 
 namespace {
@@ -24,7 +25,8 @@ bool value_matches(const std::string& key, const std::string& wanted, const std:
         return true;
     if (key == "type") {
         const MessageType* type = find_message(std::string_view(wanted));
-        return type && value == type->name;
+        const CardMessage* message = find_card_message(std::string_view(wanted));
+        return (type && value == type->name) || (message && value == message->name);
     }
     const auto number = number_of(wanted);
     return number && number == number_of(value);

@@ -15,6 +15,7 @@ Environment:
     GPON_CACHE_DIR   where libfrr was built, when not below ~/.cache
 """
 
+import json
 import os
 import pathlib
 import re
@@ -339,6 +340,22 @@ class Chassis:
             timeout=timeout + 10,
         )
         return parse_record(lines[-1])
+
+    def card(self, slot, **options):
+        """A line card's state: counters, objects, ONUs; card(3, type="onu") has the objects of one message.
+
+        card(3)["objects"]["OV_HAL_MSG_GPON_TCONT"] is {"key": [field, ...], "rows": [{field: value}, ...]}, in
+        the order of the keys; numbers are numbers, texts texts.
+        """
+        return json.loads("\n".join(self.simctl("show", "card", slot, "--json", *_pairs(options))))
+
+    def card_event(self, slot, kind, **fields):
+        """Sends an event from a line card: card_event(1, "state", onuIfindex="gpon-onu1/3:12", states=3)."""
+        self.simctl("card-event", slot, kind, *_pairs(fields))
+
+    def card_fault(self, slot, name, **options):
+        """Arranges a fault of a line card: card_fault(1, "late", ms=200, type="onu")."""
+        return self.simctl("card-fault", slot, name, *_pairs(options))
 
     # ---- the daemon ----------------------------------------------------------------------------------------
 

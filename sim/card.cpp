@@ -1,0 +1,365 @@
+#include "card.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "card_fields.h"
+#include "card_rules.h"
+#include "port_name.h"
+#include "text.h"
+
+using namespace card_wire;
+
+namespace {
+
+constexpr uint16_t PORT = 901;
+constexpr uint16_t ONU = 903;
+constexpr uint16_t RMONU_INFO = 914;
+constexpr uint16_t WN_TRAP = 923;
+constexpr uint16_t TRAP_SYNC = 949;
+constexpr uint16_t PORT_STAT_CLEAR = 96;
+constexpr size_t DRIVER_TEXTS = 100;
+
+bool has_bit(uint32_t mask, int bit) {
+    return mask >> bit & 1;
+}
+
+} // namespace
+
+Card::Card(const CardShelf& shelf, uint32_t slot)
+    : shelf_(shelf), slot_(slot), receiver_(shelf.loop),
+      onus_(shelf.loop, objects_,
+            [this](uint16_t number, uint32_t action, std::span<const uint8_t> record) {
+                report(number, action, record);
+            }),
+      values_(objects_, onus_) {}
+
+bool Card::open(std::string& error) {
+    return receiver_.open(
+        {AGENT_SERVICE, AGENT_SUB_ID + slot_}, [this](std::span<const uint8_t> frame) { handle(frame); },
+        error);
+}
+
+void Card::restart() {
+    objects_.clear();
+    alarms_.clear();
+    driver_texts_.clear();
+    values_.restart();
+    onus_.card_restarted();
+}
+
+// ---- requests --------------------------------------------------------------------------------------------
+
+void Card::handle(std::span<const uint8_t> frame) {
+    ++counters_.received;
+    CardRequest request;
+    auto refusal = parse_card_request(frame, request);
+    if (!refusal)
+        shelf_.board = request.header.sender_sub_id - GPON_SUB_ID;
+    std::optional<Fault> fault;
+    if (!faults_.empty())
+        fault = faults_.take_for_reply(request.header.nlmsg_type);
+    if (fault) {
+        record_fault(request, *fault);
+        if (use_fault_instead(request, *fault))
+            return;
+    }
+    if (!refusal && request.message)
+        refusal = check_card_rules(request, slot_, objects_);
+    Outcome outcome;
+    if (refusal) {
+        record_refusal(request, *refusal, frame.size());
+        outcome.retcode = refusal->retcode;
+        outcome.record.assign(request.record.begin(), request.record.end());
+    } else {
+        const bool only_code = fault && fault->what->kind == FaultKind::code;
+        if (!only_code)
+            outcome = perform(request);
+        else
+            outcome = {fault->value, {request.record.begin(), request.record.end()}};
+        record_request(request, outcome.retcode);
+    }
+    if (request.wants_reply())
+        reply(request, std::move(outcome), fault);
+}
+
+Card::Outcome Card::perform(const CardRequest& request) {
+    if (!request.message) {
+        keep_driver_text(request);
+        return {};
+    }
+    ++counters_.by_type[{request.message->number, request.action}];
+    if (request.action == card_action::GET || request.action == card_action::GET_CURRENT)
+        return read(request);
+    if (request.message->use != CardUse::LIVE)
+        change(request);
+    follow(request);
+    Outcome outcome;
+    if (request.wants_reply())
+        outcome.record.assign(request.record.begin(), request.record.end());
+    return outcome;
+}
+
+Card::Outcome Card::read(const CardRequest& request) {
+    Outcome outcome;
+    const auto* held =
+        request.message->use == CardUse::LIVE ? nullptr : objects_.find(*request.message, request.record);
+    if (held)
+        outcome.record = *held;
+    else
+        outcome.record.assign(request.record.begin(), request.record.end());
+    outcome.retcode = values_.fill(request, outcome.record);
+    return outcome;
+}
+
+void Card::change(const CardRequest& request) {
+    if (request.action == card_action::CREATE)
+        objects_.put(*request.message, request.record);
+    else if (request.action == card_action::SET)
+        objects_.set(*request.message, request.mask, request.record);
+    else
+        objects_.remove(*request.message, request.record);
+}
+
+// What a change does to the ONUs, and what the commands do.
+void Card::follow(const CardRequest& request) {
+    const uint32_t index = request.record.size() >= 4 ? get_be32(request.record, 0) : 0;
+    switch (request.message->number) {
+    case ONU:
+        follow_onu(request);
+        break;
+    case PORT:
+        if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_PORT_ATTR_INDEX_adminStatus))
+            onus_.set_enabled(index,
+                              get_be32(request.record, offsetof(ov_gpon_port_attr_t, adminStatus)) != 0);
+        break;
+    case RMONU_INFO:
+        if (has_bit(request.mask, OV_GPON_RMONU_INFO_ATTR_INDEX_reboot) &&
+            get_be32(request.record, offsetof(ov_gpon_rmonu_info_attr_t, reboot)) == 1)
+            onus_.reboot(index);
+        break;
+    case PORT_STAT_CLEAR:
+        values_.clear_port(index);
+        break;
+    case TRAP_SYNC:
+        replay();
+        break;
+    default:
+        break;
+    }
+}
+
+void Card::follow_onu(const CardRequest& request) {
+    const uint32_t index = get_be32(request.record, 0);
+    if (request.action == card_action::DELETE) {
+        std::erase_if(alarms_, [index](const auto& alarm) { return alarm.first.first == index; });
+        onus_.forgotten(index);
+        return;
+    }
+    onus_.told(index);
+    if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_ONU_ATTR_INDEX_adminStatus))
+        onus_.set_enabled(index, get_be32(request.record, offsetof(ov_gpon_onu_attr_t, adminStatus)) != 0);
+}
+
+void Card::keep_driver_text(const CardRequest& request) {
+    ++counters_.by_type[{static_cast<uint16_t>(DRV_CMD), 0}];
+    driver_texts_.emplace_back(reinterpret_cast<const char*>(request.record.data()), request.record.size());
+    if (driver_texts_.size() > DRIVER_TEXTS)
+        driver_texts_.pop_front();
+}
+
+// ---- events ----------------------------------------------------------------------------------------------
+
+void Card::replay() {
+    for (const auto& [key, record] : alarms_)
+        send_event(WN_TRAP, card_action::SET, 0, record);
+    onus_.replay();
+}
+
+void Card::report(uint16_t number, uint32_t action, std::span<const uint8_t> record) {
+    const bool is_news = number != WN_TRAP || keep_alarm(record);
+    if (is_news && is_open())
+        send_event(number, action, 0, record);
+}
+
+// False for the clearing of an alarm that isn't raised.
+bool Card::keep_alarm(std::span<const uint8_t> record) {
+    constexpr uint32_t RAISED = 1;
+    const std::pair key(get_be32(record, 0), get_be32(record, 4));
+    if (get_be32(record, offsetof(ov_gpon_wanning_trap_t, AlarmTableAlarmState)) != RAISED)
+        return alarms_.erase(key) != 0;
+    alarms_[key].assign(record.begin(), record.end());
+    return true;
+}
+
+CardHeader Card::event_header(uint16_t number, size_t payload_size) {
+    CardHeader header;
+    header.sender_service = AGENT_SERVICE;
+    header.sender_sub_id = AGENT_SUB_ID + slot_;
+    header.msg_num = ++msg_num_;
+    header.msg_id = msg_num_ * 2654435761u;
+    header.topic = 2;
+    header.cmd = number;
+    header.nlmsg_type = number;
+    header.nlmsg_len = static_cast<uint32_t>(NETLINK_HEADER + payload_size);
+    header.msg_len = static_cast<uint32_t>(PACKET_HEADER + header.nlmsg_len);
+    return header;
+}
+
+bool Card::send_bytes(std::vector<uint8_t> bytes, uint32_t count) {
+    const IpcName daemon{GPON_SERVICE, GPON_SUB_ID + shelf_.board};
+    for (uint32_t i = 1; i < count; ++i) {
+        if (!shelf_.sender.send(daemon, bytes))
+            return false;
+    }
+    return shelf_.sender.send(daemon, std::move(bytes));
+}
+
+bool Card::send_event(uint16_t number, uint32_t action, uint32_t mask, std::span<const uint8_t> record,
+                      uint32_t count) {
+    const auto payload = card_payload(action, mask, record);
+    const auto frame = build_card_frame(event_header(number, payload.size()), payload);
+    const bool sent = send_bytes(frame, count);
+    counters_.events += count;
+    if (!may_record())
+        return sent;
+    const CardMessage* message = find_card_event(std::to_string(number));
+    NamedValues values{{"slot", std::to_string(slot_)},
+                       {"type", message ? message->name : std::to_string(number)},
+                       {"action", card_action_name(action)},
+                       {"count", std::to_string(count)},
+                       {"sent", sent ? "1" : "0"}};
+    if (message && message->size == record.size()) {
+        for (auto& value : card_values_of(*message->record, record))
+            values.push_back(std::move(value));
+    }
+    shelf_.records.add("card-event", std::move(values));
+    return sent;
+}
+
+// ---- replies ---------------------------------------------------------------------------------------------
+
+// Faults in whose place nothing else happens.
+bool Card::use_fault_instead(const CardRequest&, const Fault& fault) {
+    if (fault.what->kind == FaultKind::lose)
+        return true;
+    if (fault.what->kind != FaultKind::close)
+        return false;
+    close();
+    shelf_.loop.after(std::chrono::milliseconds(fault.value), [this, alive = std::weak_ptr(alive_)] {
+        std::string error;
+        if (alive.lock() && !is_open() && !open(error))
+            shelf_.records.add("card", {{"slot", std::to_string(slot_)}, {"error", error}});
+    });
+    return true;
+}
+
+void Card::reply(const CardRequest& request, Outcome outcome, const std::optional<Fault>& fault) {
+    const FaultKind kind = fault ? fault->what->kind : FaultKind::code;
+    if (fault && kind == FaultKind::no_reply)
+        return;
+    if (fault && (kind == FaultKind::oversize || kind == FaultKind::short_reply))
+        outcome.record.resize(fault->value);
+    const bool has_words = request.message && request.message->use != CardUse::PLAIN;
+    const auto payload =
+        has_words ? card_payload(request.action, request.mask, outcome.record) : std::move(outcome.record);
+    CardHeader header = event_header(request.header.nlmsg_type, payload.size());
+    header.ipc_type = static_cast<uint32_t>(IpcType::REPLY);
+    header.msg_id = request.header.msg_id;
+    header.topic = request.header.topic;
+    header.nlmsg_flags = request.header.nlmsg_flags;
+    header.nlmsg_seq = request.header.nlmsg_seq;
+    header.retcode = outcome.retcode;
+    if (fault) {
+        const uint32_t value = fault->value;
+        header.msg_id += kind == FaultKind::wrong_seq ? value : 0;
+        header.msg_len += kind == FaultKind::bad_len ? value : 0;
+        header.nlmsg_len += kind == FaultKind::bad_nlmsg_len ? value : 0;
+        if (kind == FaultKind::wrong_type)
+            header.ipc_type = value;
+        if (kind == FaultKind::wrong_message)
+            header.nlmsg_type = static_cast<uint16_t>(value);
+    }
+    send_reply(request, build_card_frame(header, payload), fault);
+}
+
+void Card::send_reply(const CardRequest& request, const std::vector<uint8_t>& frame,
+                      const std::optional<Fault>& fault) {
+    const IpcName client{request.header.sender_service, request.header.sender_sub_id};
+    ++counters_.replies;
+    if (fault && fault->what->kind == FaultKind::late) {
+        IpcSender& sender = shelf_.sender;
+        shelf_.loop.after(std::chrono::milliseconds(fault->value),
+                          [&sender, client, frame] { sender.send(client, frame); });
+        return;
+    }
+    if (fault && fault->what->kind == FaultKind::duplicate)
+        shelf_.sender.send(client, frame);
+    shelf_.sender.send(client, frame);
+}
+
+// ---- records ---------------------------------------------------------------------------------------------
+
+// A restore is tens of thousands of messages: beyond some in a second they are only counted.
+bool Card::may_record() {
+    const auto now = Onus::Clock::now();
+    if (now - second_ >= std::chrono::seconds(1)) {
+        second_ = now;
+        recorded_ = 0;
+    }
+    if (recorded_ < shelf_.records_per_second) {
+        ++recorded_;
+        return true;
+    }
+    ++counters_.unrecorded;
+    return false;
+}
+
+NamedValues Card::describe(const CardRequest& request) const {
+    const CardMessage* message = request.message;
+    NamedValues values{{"slot", std::to_string(slot_)},
+                       {"type", message ? message->name : std::to_string(request.header.nlmsg_type)},
+                       {"ipc", request.wants_reply() ? "request" : "async"}};
+    if (!message || request.record.size() < 4)
+        return values;
+    values.emplace_back("action", card_action_name(request.action));
+    values.emplace_back("mask", format("0x%x", request.mask));
+    const bool has_index = message->owner == CardOwner::INDEX || message->owner == CardOwner::SHARED_INDEX;
+    if (!has_index)
+        return values;
+    const uint32_t index = get_be32(request.record, message->owner_at);
+    values.emplace_back("ifindex", format("0x%08x", index));
+    if (std::string port = port_of_ifindex(index); !port.empty())
+        values.emplace_back("port", std::move(port));
+    return values;
+}
+
+void Card::record_request(const CardRequest& request, uint32_t retcode) {
+    if (!may_record())
+        return;
+    NamedValues values = describe(request);
+    values.emplace_back("retcode", std::to_string(retcode));
+    if (!request.message)
+        values.emplace_back("text", driver_texts_.empty() ? "" : driver_texts_.back());
+    shelf_.records.add("card-request", std::move(values));
+}
+
+void Card::record_refusal(const CardRequest& request, const CardRefusal& refusal, size_t frame_size) {
+    ++counters_.refused;
+    ++counters_.reasons[refusal.reason];
+    if (!may_record())
+        return;
+    NamedValues values = describe(request);
+    values.emplace_back("reason", refusal.reason);
+    values.emplace_back("detail", refusal.detail);
+    values.emplace_back("retcode", std::to_string(refusal.retcode));
+    values.emplace_back("len", std::to_string(frame_size));
+    shelf_.records.add("refused", std::move(values));
+}
+
+void Card::record_fault(const CardRequest& request, const Fault& fault) {
+    NamedValues values = describe(request);
+    values.emplace_back("fault", fault.what->name);
+    shelf_.records.add("fault", std::move(values));
+}

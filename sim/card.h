@@ -1,0 +1,114 @@
+// One simulated line card: the agent that a daemon's messages reach, and what stands behind it.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "card_frame.h"
+#include "card_objects.h"
+#include "card_socket.h"
+#include "card_values.h"
+#include "event_loop.h"
+#include "faults.h"
+#include "onu.h"
+#include "records.h"
+
+// What the cards of a chassis share.
+struct CardShelf {
+    EventLoop& loop;
+    Records& records;
+    IpcSender& sender;
+    uint32_t& board; // slot of the daemon's board; a request tells it
+    // Messages that each card puts on record in a second; more are only counted.
+    uint32_t& records_per_second;
+};
+
+struct CardCounters {
+    uint64_t received = 0;
+    uint64_t refused = 0;
+    uint64_t replies = 0;
+    uint64_t events = 0;
+    uint64_t unrecorded = 0;
+    std::map<std::string, uint64_t> reasons;                   // of refusals
+    std::map<std::pair<uint16_t, uint32_t>, uint64_t> by_type; // accepted, by message and action
+};
+
+class Card {
+public:
+    Card(const CardShelf& shelf, uint32_t slot);
+
+    // The agent's socket. What the card was told stays. False, with the reason in error.
+    bool open(std::string& error);
+    void close() { receiver_.close(); }
+    bool is_open() const { return receiver_.is_open(); }
+    // Starts afresh: forgets what it was told; its ONUs are ranged again.
+    void restart();
+
+    // A frame as it came from the socket.
+    void handle(std::span<const uint8_t> frame);
+
+    // Sends an event count times, as fast as the daemon reads. False when nobody has the daemon's name.
+    bool send_event(uint16_t number, uint32_t action, uint32_t mask, std::span<const uint8_t> record,
+                    uint32_t count = 1);
+    // The header that an event with this payload has.
+    CardHeader event_header(uint16_t number, size_t payload_size);
+    // Any bytes, to the daemon.
+    bool send_bytes(std::vector<uint8_t> bytes, uint32_t count = 1);
+
+    uint32_t slot() const { return slot_; }
+    const CardObjects& objects() const { return objects_; }
+    Onus& onus() { return onus_; }
+    const Onus& onus() const { return onus_; }
+    Faults& faults() { return faults_; }
+    const CardCounters& counters() const { return counters_; }
+    // The last texts for the driver.
+    const std::deque<std::string>& driver_texts() const { return driver_texts_; }
+    // Records of the alarms that are raised, by source and code.
+    const std::map<std::pair<uint32_t, uint32_t>, CardObjects::Bytes>& alarms() const { return alarms_; }
+
+private:
+    struct Outcome {
+        uint32_t retcode = 0;
+        CardObjects::Bytes record;
+    };
+
+    Outcome perform(const CardRequest& request);
+    Outcome read(const CardRequest& request);
+    void change(const CardRequest& request);
+    void follow(const CardRequest& request);
+    void follow_onu(const CardRequest& request);
+    void keep_driver_text(const CardRequest& request);
+    void replay();
+    void report(uint16_t number, uint32_t action, std::span<const uint8_t> record);
+    bool keep_alarm(std::span<const uint8_t> record);
+
+    bool use_fault_instead(const CardRequest& request, const Fault& fault);
+    void reply(const CardRequest& request, Outcome outcome, const std::optional<Fault>& fault);
+    void send_reply(const CardRequest& request, const std::vector<uint8_t>& frame,
+                    const std::optional<Fault>& fault);
+
+    bool may_record();
+    void record_request(const CardRequest& request, uint32_t retcode);
+    void record_refusal(const CardRequest& request, const CardRefusal& refusal, size_t frame_size);
+    void record_fault(const CardRequest& request, const Fault& fault);
+    NamedValues describe(const CardRequest& request) const;
+
+    CardShelf shelf_;
+    uint32_t slot_;
+    IpcReceiver receiver_;
+    CardObjects objects_;
+    Onus onus_;
+    CardValues values_;
+    Faults faults_;
+    CardCounters counters_;
+    std::deque<std::string> driver_texts_;
+    std::map<std::pair<uint32_t, uint32_t>, CardObjects::Bytes> alarms_;
+    uint32_t msg_num_ = 0;
+    Onus::Clock::time_point second_{}; // in which records are counted
+    uint32_t recorded_ = 0;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true); // for timers that outlive the card
+};

@@ -1,0 +1,14 @@
+// What a line card may be asked to do: the rules between a well-formed request and the card's objects.
+#pragma once
+
+#include <optional>
+
+#include "card_frame.h"
+#include "card_objects.h"
+
+// Why the card on this slot refuses the request; nothing when it doesn't. request.message isn't null.
+std::optional<CardRefusal> check_card_rules(const CardRequest& request, uint32_t slot,
+                                            const CardObjects& objects);
+
+// Whether the object is a template (slot 31), which every card gets.
+bool is_template(const CardRequest& request);

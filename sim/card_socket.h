@@ -1,0 +1,78 @@
+// Sockets of the named IPC between machines without TIPC: datagrams between abstract names
+// "ov_ipc/<service + 19000>/<sub id>".
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "event_loop.h"
+#include "fd.h"
+
+struct IpcName {
+    uint32_t service;
+    uint32_t sub_id;
+
+    auto operator<=>(const IpcName&) const = default;
+    // The text behind the NUL: "ov_ipc/19101/10101".
+    std::string text() const;
+};
+
+// A name's receiving end.
+class IpcReceiver {
+public:
+    using Handler = std::function<void(std::span<const uint8_t> frame)>;
+
+    explicit IpcReceiver(EventLoop& loop) : loop_(loop) {}
+    IpcReceiver(const IpcReceiver&) = delete;
+    IpcReceiver& operator=(const IpcReceiver&) = delete;
+    ~IpcReceiver() { close(); }
+
+    // Calls handler for every datagram. The handler may close the receiver. False, with the reason in error.
+    bool open(const IpcName& name, Handler handler, std::string& error);
+    // What nobody read is lost.
+    void close();
+    bool is_open() const { return static_cast<bool>(fd_); }
+
+private:
+    void receive();
+
+    EventLoop& loop_;
+    Fd fd_;
+    Handler handler_;
+};
+
+// The sending end: one socket for each name that was sent to. What a full receiver can't take waits here and
+// goes out as it reads; a name that nobody has is an error, and what waited for it is dropped.
+class IpcSender {
+public:
+    explicit IpcSender(EventLoop& loop) : loop_(loop) {}
+    IpcSender(const IpcSender&) = delete;
+    IpcSender& operator=(const IpcSender&) = delete;
+    ~IpcSender();
+
+    // False when nobody has the name.
+    bool send(const IpcName& to, std::vector<uint8_t> frame);
+    // Frames that wait.
+    size_t waiting() const;
+    // Frames that could not be delivered.
+    uint64_t lost() const { return lost_; }
+
+private:
+    struct Peer {
+        Fd fd;
+        std::deque<std::vector<uint8_t>> queue;
+    };
+    bool connect(const IpcName& to, Peer& peer);
+    bool transmit(const IpcName& to, Peer& peer, const std::vector<uint8_t>& frame);
+    void flush(const IpcName& to);
+    void drop(const IpcName& to);
+
+    EventLoop& loop_;
+    std::map<IpcName, Peer> peers_;
+    uint64_t lost_ = 0;
+};

@@ -1,0 +1,203 @@
+#include "card_values.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "card_fields.h"
+
+namespace {
+
+constexpr uint16_t ONU = 903;
+constexpr uint16_t RMONU_INFO = 914;
+constexpr uint16_t RM_UNI_STATS = 918;
+constexpr uint16_t RMONU_IMG_INFO = 939;
+constexpr uint16_t PORT_STAT_CLEAR = 96;
+
+// Readings that are the same for every ONU or port but for a little noise.
+struct Reading {
+    uint16_t number;
+    const char* field;
+    int32_t value;
+    int32_t noise; // the value goes up and down by this much
+};
+constexpr Reading READINGS[] = {
+    {901, "priStatus", 1, 0},        {903, "oltRxPw", -1950, 20},
+    {914, "rxPwr", -1800, 20},       {914, "txPwr", 220, 5},
+    {914, "omccVer", 0xA0, 0},       {914, "AdminState", 1, 0},
+    {914, "OperationalState", 1, 0}, {914, "ProductCode", 1, 0},
+    {914, "SchedulerNumber", 8, 0},  {914, "PriorityQueue", 64, 0},
+    {915, "linkstauts", 1, 0},       {928, "tcontNum", 8, 0},
+    {928, "gemucNum", 32, 0},        {928, "queueNum", 64, 0},
+    {928, "usQueueNum", 32, 0},      {928, "dsQueueNum", 32, 0},
+    {928, "schedulerNum", 8, 0},     {928, "cardNum", 1, 0},
+    {928, "ethuniNum", 4, 0},        {928, "veipNum", 1, 0},
+    {928, "card1ethuniNum", 4, 0},   {928, "specVersion", 1, 0},
+    {929, "rxpwr", -1800, 20},       {929, "txpwr", 220, 5},
+    {929, "biascurrent", 1250, 10},  {929, "powervol", 3300, 10},
+    {929, "temperature", 4500, 30},  {933, "txPwr", 350, 5},
+    {933, "rxPwr", -2100, 20},       {933, "vcc", 3300, 10},
+    {933, "bias", 1500, 10},         {933, "temp", 4000, 30},
+    {939, "region1_isvalid", 1, 0},  {939, "region1_isactive", 1, 0},
+    {939, "region1_iscommit", 1, 0}, {939, "region2_isvalid", 1, 0},
+    {962, "detectionSta", 1, 0},     {962, "pseConsumPow", 65, 2},
+    {962, "pseAllocatePow", 154, 0}, {963, "nominalPoePow", 600, 0},
+    {963, "operStatus", 1, 0},       {963, "pseConsumPow", 130, 4},
+    {963, "inputVoltage", 540, 2},   {964, "voipVoiceSerStatus", 1, 0},
+};
+
+// Counters of these messages grow; all their numbers behind the index do.
+constexpr uint16_t COUNTER_MESSAGES[] = {918, 924, 925, 926, 937, 960, 961};
+
+// Messages for which the card has to ask the ONU itself.
+bool asks_onu(const CardMessage& message) {
+    return message.use == CardUse::LIVE && message.parent == CardParent::ONU && message.number != 925 &&
+           message.number != 940;
+}
+
+uint32_t mixed(uint32_t a, uint32_t b) {
+    uint32_t x = a * 2654435761u ^ b * 40503u;
+    x ^= x >> 15;
+    return x * 2246822519u ^ x >> 13;
+}
+
+void put_number(const HalRecordDesc& record, std::span<uint8_t> bytes, const char* field, int64_t value) {
+    const CardPart part = card_part(record, field);
+    for (size_t i = 0; i < part.size; ++i)
+        bytes[part.offset + part.size - 1 - i] = static_cast<uint8_t>(value >> (i * 8));
+}
+
+void put_text(const HalRecordDesc& record, std::span<uint8_t> bytes, const char* field,
+              std::string_view text) {
+    const CardPart part = card_part(record, field);
+    const auto to = bytes.subspan(part.offset, part.size);
+    std::fill(to.begin(), to.end(), 0);
+    std::copy_n(text.begin(), std::min<size_t>(text.size(), part.size - 1), to.begin());
+}
+
+void fill_readings(const CardMessage& message, std::span<uint8_t> bytes) {
+    const auto tick = static_cast<uint32_t>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(Onus::Clock::now().time_since_epoch()).count() /
+        100);
+    for (const Reading& reading : READINGS) {
+        if (reading.number != message.number)
+            continue;
+        const uint32_t range = static_cast<uint32_t>(reading.noise) * 2 + 1;
+        const auto noise = static_cast<int32_t>(mixed(get_be32(bytes, 0), tick) % range) - reading.noise;
+        put_number(*message.record, bytes, reading.field, reading.value + noise);
+    }
+}
+
+void fill_identity(const CardMessage& message, const Onu& onu, std::span<uint8_t> bytes) {
+    const HalRecordDesc& record = *message.record;
+    const std::string_view serial(reinterpret_cast<const char*>(onu.serial.data()), onu.serial.size());
+    if (message.number == RMONU_INFO) {
+        put_text(record, bytes, "vendorId", serial.substr(0, 4));
+        put_text(record, bytes, "version", onu.version);
+        put_text(record, bytes, "sn", serial);
+        put_text(record, bytes, "loid", onu.loid);
+        put_text(record, bytes, "loidPw", onu.loid_password);
+        put_text(record, bytes, "eqptId", onu.model);
+        put_number(record, bytes, "onuType", onu.is_hgu ? 1 : 0);
+    }
+    if (message.number == RMONU_IMG_INFO) {
+        put_text(record, bytes, "product_code", onu.model);
+        put_text(record, bytes, "region1_Name", onu.version);
+        put_text(record, bytes, "region2_Name", onu.version);
+    }
+}
+
+// The daemon's words: 0 init, 1 added, 2 authenticated, 3 operational.
+int state_number(const Onu* onu) {
+    if (!onu)
+        return 1;
+    return onu->state == OnuState::OPERATIONAL ? 3 : 2;
+}
+
+} // namespace
+
+void CardValues::restart() {
+    start_ = Onus::Clock::now();
+    cleared_.clear();
+}
+
+void CardValues::clear_port(uint32_t index) {
+    cleared_[{PORT_STAT_CLEAR, index}] = Onus::Clock::now();
+}
+
+// Milliseconds that the counters of this record have run; a read with read_clean set starts them again.
+uint64_t CardValues::counted(uint32_t number, std::span<uint8_t> record) {
+    const auto now = Onus::Clock::now();
+    const auto key = std::pair(number, get_be32(record, 0));
+    const auto it = cleared_.find(key);
+    const auto since = it == cleared_.end() ? start_ : it->second;
+    const bool has_read_clean = number >= 924 && number <= 937;
+    if (has_read_clean && get_be32(record, 4) != 0)
+        cleared_[key] = now;
+    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now - since).count());
+}
+
+// Each counter has a rate of its own; names of errors and drops have a small one.
+void CardValues::fill_counters(const CardMessage& message, std::span<uint8_t> record) {
+    const uint64_t elapsed = counted(message.number, record);
+    const uint32_t index = get_be32(record, 0);
+    for (size_t base = 0; base < record.size(); base += message.record->size) {
+        const auto one = record.subspan(base, message.record->size);
+        walk_card_fields(*message.record,
+                         [&](const std::string& path, const HalFieldDesc& field, uint16_t at) {
+                             if (path.starts_with("index.") || path.starts_with("uniPos.") ||
+                                 path == "onuIfindex" || path == "enabled")
+                                 return;
+                             const bool is_error = path.find("rr") != std::string::npos ||
+                                                   path.find("rop") != std::string::npos;
+                             const uint64_t per_second = 20 + mixed(index, at) % (is_error ? 100 : 100'000);
+                             const uint64_t value = elapsed * per_second / 1000;
+                             if (field.element_size == 8)
+                                 put_be64(one, at, value);
+                             else
+                                 put_be32(one, at, static_cast<uint32_t>(value));
+                         });
+    }
+}
+
+// The counters of a network port: 64-bit numbers behind the index.
+void CardValues::fill_plain_counters(const CardMessage& message, std::span<uint8_t> record) {
+    const uint64_t elapsed = counted(PORT_STAT_CLEAR, record);
+    for (size_t at = 8; at + 8 <= record.size(); at += 8)
+        put_be64(record, at,
+                 elapsed * (1 + mixed(message.number, static_cast<uint32_t>(at)) % 10'000) / 1000);
+}
+
+uint32_t CardValues::fill(const CardRequest& request, std::span<uint8_t> record) {
+    const CardMessage& message = *request.message;
+    if (!message.record) {
+        if (message.size > 200)
+            fill_plain_counters(message, record);
+        return 0;
+    }
+    const Onu* onu = message.kind == index_kind::ONU ? onus_.at_index(get_be32(record, 0)) : nullptr;
+    if (asks_onu(message) && (!onu || onu->state != OnuState::OPERATIONAL))
+        return CARD_DRIVER_ERROR;
+    if (std::find(std::begin(COUNTER_MESSAGES), std::end(COUNTER_MESSAGES), message.number) !=
+        std::end(COUNTER_MESSAGES))
+        fill_counters(message, record);
+    const bool measured = message.kind != index_kind::ONU || onu;
+    if (measured)
+        fill_readings(message, record);
+    if (onu)
+        fill_identity(message, *onu, record);
+    if (message.number == ONU) {
+        put_number(*message.record, record, "status", state_number(onu));
+        put_number(*message.record, record, "phyDistance", onu ? onu->distance : 0);
+    }
+    if (message.number == RM_UNI_STATS) {
+        for (size_t i = 0; i * message.record->size < record.size(); ++i) {
+            const auto one = record.subspan(i * message.record->size, message.record->size);
+            put_be32(one, 0, get_be32(record, 0));
+            if (get_be32(one, 12) == 0 && get_be32(one, 4) == 0) { // no UNI asked for: Ethernet 1 to 8
+                put_number(*message.record, one, "uniPos.cardId", 1);
+                put_number(*message.record, one, "uniPos.uniId", static_cast<int64_t>(i + 1));
+            }
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,140 @@
+// The simulated ONUs on a line card's PON ports: what they are, and how they come up and go down against what
+// the card was told.
+//
+// An ONU that is switched on is ranged, then looked for among the ONUs that the card was told of. One that is
+// found passes the authentication and becomes operational; one that isn't is reported as unconfigured, or to
+// be learnt on a port that learns, and comes up when the card is told of it.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "card_objects.h"
+#include "event_loop.h"
+
+using OnuSerial = std::array<uint8_t, 8>;
+
+// "ABCD12345678" (four characters, eight hexadecimal digits), or sixteen hexadecimal digits.
+std::optional<OnuSerial> parse_onu_serial(std::string_view text);
+std::string onu_serial_text(const OnuSerial& serial);
+// The serial number that is this much greater in its last four bytes.
+OnuSerial next_onu_serial(const OnuSerial& serial, uint32_t add);
+
+enum class OnuState {
+    OFF,          // no power
+    LOST,         // power, but no light
+    RANGING,      //
+    UNCONFIGURED, // reported as such
+    LEARNING,     // reported to be learnt
+    AUTHPASS,     //
+    OPERATIONAL,  //
+};
+const char* onu_state_name(OnuState state);
+
+struct Onu {
+    OnuSerial serial{};
+    uint32_t pon = 0; // index of its PON port
+    std::string password;
+    std::string loid;
+    std::string loid_password;
+    std::string model = "SIM-ONU-4E2V";
+    std::string version = "V1.0.0";
+    bool is_hgu = false;
+    uint32_t distance = 1200; // m
+    OnuState state = OnuState::OFF;
+    uint32_t index = 0;   // that the card was told, once authenticated
+    uint32_t temp_id = 0; // while unconfigured
+    uint32_t step = 0;    // of the one timed step that is under way; an older one does nothing
+};
+
+class Onus {
+public:
+    // Sends an event up: message number, action, record.
+    using Report = std::function<void(uint16_t number, uint32_t action, std::span<const uint8_t> record)>;
+    using Clock = std::chrono::steady_clock;
+
+    Onus(EventLoop& loop, const CardObjects& objects, Report report)
+        : loop_(loop), objects_(objects), report_(std::move(report)) {}
+    Onus(const Onus&) = delete;
+    Onus& operator=(const Onus&) = delete;
+    ~Onus() { loop_.cancel(timer_); }
+
+    // From power to ranged, and from authenticated to operational.
+    void set_delays(std::chrono::milliseconds range, std::chrono::milliseconds up);
+
+    // False when the port has this serial number already.
+    bool add(Onu onu);
+    bool remove(const OnuSerial& serial);
+    // Null when there is none. The state is changed by the functions below.
+    Onu* find(const OnuSerial& serial);
+    Onu* find(uint32_t pon, const OnuSerial& serial);
+    const Onu* at_index(uint32_t index) const;
+    std::vector<const Onu*> all() const;
+
+    void power_on(Onu& onu);
+    // Without power it falls silent, after a last word when gasp is set.
+    void power_off(Onu& onu, bool gasp);
+    // Light lost and found.
+    void lose(Onu& onu);
+    void recover(Onu& onu);
+
+    // The card was told of the ONU with this index, or told something new.
+    void told(uint32_t index);
+    void forgotten(uint32_t index);
+    // The ONU's, or the PON port's, administrative state.
+    void set_enabled(uint32_t index, bool enabled);
+    // The ONU with this index starts again.
+    void reboot(uint32_t index);
+    // The card starts afresh and knows nothing.
+    void card_restarted();
+    // Repeats the state of every ONU that the card was told of or that waits to be configured.
+    void replay() const;
+
+private:
+    using Key = std::pair<uint32_t, OnuSerial>; // port first: its ONUs are neighbours
+
+    void start_ranging(Onu& onu);
+    void ranged(Onu& onu);
+    void authenticated(Onu& onu, uint32_t index);
+    void operational(Onu& onu);
+    void unknown(Onu& onu);
+    void go_down(Onu& onu, OnuState state, uint32_t alarm);
+    void leave_unconfigured(Onu& onu);
+
+    bool is_for(const Onu& onu, uint32_t index) const;
+    uint32_t find_index(const Onu& onu) const;
+    uint32_t free_index(uint32_t pon) const;
+    bool is_promised(uint32_t index) const;
+    bool learns(uint32_t pon) const;
+    std::pair<std::map<Key, Onu>::iterator, std::map<Key, Onu>::iterator> on_port(uint32_t pon);
+
+    void report_state(const Onu& onu, uint8_t state) const;
+    void report_unconfigured(const Onu& onu, uint32_t action) const;
+    void report_learnt(const Onu& onu, uint32_t index) const;
+    void report_alarm(const Onu& onu, uint32_t code, uint32_t state) const;
+
+    void after(Onu& onu, std::chrono::milliseconds delay);
+    void run_due();
+    void arm();
+
+    EventLoop& loop_;
+    const CardObjects& objects_;
+    Report report_;
+    std::map<Key, Onu> onus_;
+    std::map<uint32_t, Key> by_index_;
+    std::map<uint32_t, Key> promised_; // indexes given to ONUs that are to be learnt
+    std::set<uint32_t> disabled_;      // ONUs and ports
+    std::multimap<Clock::time_point, std::pair<Key, uint32_t>> due_;
+    EventLoop::TimerId timer_ = 0;
+    std::chrono::milliseconds range_delay_{20};
+    std::chrono::milliseconds up_delay_{20};
+    uint32_t next_temp_id_ = 1;
+};
