@@ -183,6 +183,13 @@ void Card::report(uint16_t number, uint32_t action, std::span<const uint8_t> rec
         send_event(number, action, 0, record);
 }
 
+bool Card::raise_event(uint16_t number, uint32_t action, uint32_t mask, std::span<const uint8_t> record,
+                       uint32_t count) {
+    if (number == WN_TRAP && record.size() == sizeof(ov_gpon_wanning_trap_t))
+        keep_alarm(record);
+    return send_event(number, action, mask, record, count);
+}
+
 // False for the clearing of an alarm that isn't raised.
 bool Card::keep_alarm(std::span<const uint8_t> record) {
     constexpr uint32_t RAISED = 1;

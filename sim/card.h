@@ -54,6 +54,9 @@ public:
     // Sends an event count times, as fast as the daemon reads. False when nobody has the daemon's name.
     bool send_event(uint16_t number, uint32_t action, uint32_t mask, std::span<const uint8_t> record,
                     uint32_t count = 1);
+    // The same for an event that is made up: an alarm is kept, to be repeated with the card's state.
+    bool raise_event(uint16_t number, uint32_t action, uint32_t mask, std::span<const uint8_t> record,
+                     uint32_t count);
     // The header that an event with this payload has.
     CardHeader event_header(uint16_t number, size_t payload_size);
     // Any bytes, to the daemon.

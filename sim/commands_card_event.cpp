@@ -64,7 +64,7 @@ Action parse_card_event(Chassis& chassis, Arguments& args) {
         Card* card = chassis.cards.find(slot);
         if (!card)
             return Answer::failure(format("slot %u is empty", slot));
-        return sent_or_not(card->send_event(number, action, mask, record, count));
+        return sent_or_not(card->raise_event(number, action, mask, record, count));
     });
 }
 

@@ -1,0 +1,123 @@
+#include "onu.h"
+
+#include <gtest/gtest.h>
+
+#include "card_frame.h"
+
+namespace {
+
+constexpr uint32_t PON = 9u << 27 | 1u << 26 | 1u << 21;
+constexpr uint32_t ONU_1 = 10u << 27 | 1u << 26 | 1u << 21;
+
+class OnuLife : public testing::Test {
+protected:
+    struct Event {
+        uint16_t number;
+        uint32_t action;
+        std::vector<uint8_t> record;
+    };
+
+    OnuLife() { onus.set_delays(std::chrono::milliseconds(0), std::chrono::milliseconds(0)); }
+
+    Onu& plug(uint32_t serial) {
+        Onu onu;
+        onu.pon = PON;
+        onu.serial = next_onu_serial(*parse_onu_serial("ABCD00000000"), serial);
+        EXPECT_TRUE(onus.add(onu));
+        return *onus.find(PON, onu.serial);
+    }
+    void tell(uint32_t index, const OnuSerial& serial) {
+        std::vector<uint8_t> record(316);
+        put_be32(record, 0, index);
+        put_be32(record, 72, 1);
+        std::copy(serial.begin(), serial.end(), record.begin() + 76);
+        objects.put(*find_card_message(903u), record);
+        onus.told(index);
+    }
+    void forget(uint32_t index) {
+        std::vector<uint8_t> record(316);
+        put_be32(record, 0, index);
+        objects.remove(*find_card_message(903u), record);
+        onus.forgotten(index);
+    }
+    void run() {
+        loop.after(std::chrono::milliseconds(10), [this] { loop.stop(); });
+        loop.run();
+    }
+    // States of an ONU that were reported.
+    std::vector<int> states() const {
+        std::vector<int> seen;
+        for (const Event& event : events) {
+            if (event.number == 927)
+                seen.push_back(event.record[4]);
+        }
+        return seen;
+    }
+
+    EventLoop loop;
+    CardObjects objects;
+    std::vector<Event> events;
+    Onus onus{loop, objects, [this](uint16_t number, uint32_t action, std::span<const uint8_t> record) {
+                  events.push_back({number, action, {record.begin(), record.end()}});
+              }};
+};
+
+TEST_F(OnuLife, AKnownOneComesUp) {
+    Onu& onu = plug(1);
+    tell(ONU_1, onu.serial);
+    EXPECT_TRUE(events.empty());
+    onus.power_on(onu);
+    run();
+    EXPECT_EQ(onu.state, OnuState::OPERATIONAL);
+    EXPECT_EQ(states(), (std::vector<int>{2, 3}));
+    EXPECT_EQ(onus.at_index(ONU_1), &onu);
+}
+
+TEST_F(OnuLife, OneThatIsSwitchedOffWhileRangingStaysSilent) {
+    Onu& onu = plug(1);
+    tell(ONU_1, onu.serial);
+    onus.power_on(onu);
+    onus.power_off(onu, true);
+    run();
+    EXPECT_EQ(onu.state, OnuState::OFF);
+    EXPECT_TRUE(events.empty());
+}
+
+TEST_F(OnuLife, AnUnknownOneWaitsToBeTold) {
+    Onu& onu = plug(1);
+    onus.power_on(onu);
+    run();
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].number, 922);
+    tell(ONU_1, onu.serial);
+    EXPECT_EQ(events[1].number, 922);
+    EXPECT_EQ(events[1].action, card_action::DELETE);
+    EXPECT_EQ(onu.state, OnuState::AUTHPASS);
+}
+
+TEST_F(OnuLife, AForgottenOneIsRangedAgain) {
+    Onu& onu = plug(1);
+    tell(ONU_1, onu.serial);
+    onus.power_on(onu);
+    forget(ONU_1);
+    EXPECT_EQ(onus.at_index(ONU_1), nullptr);
+    run();
+    EXPECT_EQ(onu.state, OnuState::UNCONFIGURED);
+    EXPECT_TRUE(onus.remove(onu.serial));
+    EXPECT_FALSE(onus.remove(OnuSerial{}));
+}
+
+TEST_F(OnuLife, LearntOnesGetDifferentNumbers) {
+    std::vector<uint8_t> port(124);
+    put_be32(port, 0, PON);
+    port[108] = 1;
+    objects.put(*find_card_message(901u), port);
+    for (const uint32_t serial : {1u, 2u})
+        onus.power_on(plug(serial));
+    run();
+    ASSERT_EQ(events.size(), 2u);
+    EXPECT_EQ(events[0].number, 938);
+    EXPECT_NE(get_be32(events[0].record, 0), get_be32(events[1].record, 0));
+}
+
+} // namespace
