@@ -62,7 +62,7 @@ void Card::handle(std::span<const uint8_t> frame) {
         fault = faults_.take_for_reply(request.header.nlmsg_type);
     if (fault) {
         record_fault(request, *fault);
-        if (use_fault_instead(request, *fault))
+        if (use_fault_instead(*fault))
             return;
     }
     if (!refusal && request.message)
@@ -248,7 +248,7 @@ bool Card::send_event(uint16_t number, uint32_t action, uint32_t mask, std::span
 // ---- replies ---------------------------------------------------------------------------------------------
 
 // Faults in whose place nothing else happens.
-bool Card::use_fault_instead(const CardRequest&, const Fault& fault) {
+bool Card::use_fault_instead(const Fault& fault) {
     if (fault.what->kind == FaultKind::lose)
         return true;
     if (fault.what->kind != FaultKind::close)

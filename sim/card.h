@@ -89,7 +89,7 @@ private:
     void report(uint16_t number, uint32_t action, std::span<const uint8_t> record);
     bool keep_alarm(std::span<const uint8_t> record);
 
-    bool use_fault_instead(const CardRequest& request, const Fault& fault);
+    bool use_fault_instead(const Fault& fault);
     void reply(const CardRequest& request, Outcome outcome, const std::optional<Fault>& fault);
     void send_reply(const CardRequest& request, const std::vector<uint8_t>& frame,
                     const std::optional<Fault>& fault);

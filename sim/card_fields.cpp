@@ -144,7 +144,7 @@ std::string card_record_json(const HalRecordDesc& record, std::span<const uint8_
         text += std::string(text.size() > 1 ? ", " : "") + json_string(field.name) + ": ";
         text += field.count > 1 ? "[" : "";
         for (uint16_t i = 0; i < field.count; ++i) {
-            const auto at = static_cast<size_t>(field.offset + i * field.element_size);
+            const auto at = static_cast<size_t>(field.offset) + static_cast<size_t>(i) * field.element_size;
             text += (i ? ", " : "") + element_json(field, bytes.subspan(at, field.element_size));
         }
         text += field.count > 1 ? "]" : "";

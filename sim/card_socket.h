@@ -8,6 +8,7 @@
 #include <map>
 #include <span>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "event_loop.h"
@@ -17,7 +18,9 @@ struct IpcName {
     uint32_t service;
     uint32_t sub_id;
 
-    auto operator<=>(const IpcName&) const = default;
+    bool operator<(const IpcName& other) const {
+        return std::tie(service, sub_id) < std::tie(other.service, other.sub_id);
+    }
     // The text behind the NUL: "ov_ipc/19101/10101".
     std::string text() const;
 };

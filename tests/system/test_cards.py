@@ -8,7 +8,7 @@ import time
 
 import pytest
 
-from chassis import SimctlError
+from chassis import REPO, SimctlError
 
 HEADER_ID = 0xFACE01BC
 ASYNC, REQUEST, REPLY = 0, 1, 2
@@ -701,6 +701,13 @@ def test_cards_are_plugged_in_and_out(chassis, daemon):
         chassis.card(2)
     with pytest.raises(ConnectionRefusedError):
         daemon.post(daemon.frame(ONU, GET, onu_record()), slot=2)
+
+
+def test_the_shelf_has_three_cards_and_the_daemon_in_the_control_slot(chassis):
+    chassis.start(REPO / "sim" / "scenarios" / "shelf.scn")
+    *cards, board = chassis.simctl("show", "cards")
+    assert [line.split()[:2] for line in cards] == [[f"slot={slot}", "up=1"] for slot in (1, 2, 3)]
+    assert board.startswith("board=8 ")
 
 
 # ---- amounts -------------------------------------------------------------------------------------------------
