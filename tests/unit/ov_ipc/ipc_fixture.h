@@ -77,10 +77,11 @@ public:
         return recv(sock_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0;
     }
     void send(uint32_t serv, uint32_t sub, const Bytes& bytes) const {
-        sockaddr_un address = {};
-        const socklen_t length = name(serv, sub, address);
-        EXPECT_EQ(sendto(sock_, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&address), length),
-                  ssize_t(bytes.size()));
+        EXPECT_EQ(send_to(serv, sub, bytes, 0), ssize_t(bytes.size()));
+    }
+    // The same to a receiver that may not keep up.
+    void throw_at(uint32_t serv, uint32_t sub, const Bytes& bytes) const {
+        send_to(serv, sub, bytes, MSG_DONTWAIT);
     }
     // Answers a request under the name in its header.
     void reply(const Bytes& request, const Bytes& msg) const {
@@ -88,6 +89,12 @@ public:
     }
 
 private:
+    ssize_t send_to(uint32_t serv, uint32_t sub, const Bytes& bytes, int flags) const {
+        sockaddr_un address = {};
+        const socklen_t length = name(serv, sub, address);
+        return sendto(sock_, bytes.data(), bytes.size(), flags, reinterpret_cast<sockaddr*>(&address),
+                      length);
+    }
     static socklen_t name(uint32_t serv, uint32_t sub, sockaddr_un& address) {
         const std::string text = "ov_ipc/" + std::to_string(serv + 19000) + "/" + std::to_string(sub);
         address.sun_family = AF_UNIX;

@@ -15,10 +15,15 @@
 
 namespace {
 
+// Before any namespace hides them.
+const uid_t g_uid = getuid();
+const gid_t g_gid = getgid();
+
 // Lock files go to an own /var/run. False on a machine that doesn't give one.
 bool private_run_directory() {
     std::ofstream("/proc/self/setgroups") << "deny";
-    std::ofstream("/proc/self/uid_map") << "0 " << getuid() << " 1";
+    std::ofstream("/proc/self/uid_map") << "0 " << g_uid << " 1";
+    std::ofstream("/proc/self/gid_map") << "0 " << g_gid << " 1";
     return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
            mount("tmpfs", "/run", "tmpfs", 0, nullptr) == 0 && access("/var/run/.", W_OK) == 0;
 }

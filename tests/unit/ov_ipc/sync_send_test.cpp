@@ -169,7 +169,7 @@ TEST(IpcSyncSend, AFloodOfOtherMessagesDoesNotMakeTheWaitLonger) {
             [](const Peer& peer, const Bytes& request) {
                 const auto until = steady_clock::now() + milliseconds(1500);
                 while (steady_clock::now() < until)
-                    to_sender(peer, request, frame(IPC_REPLY, word(request, 20) + 1, {}));
+                    peer.throw_at(101, 11101, frame(IPC_REPLY, word(request, 20) + 1, {}));
             },
             64, 1, [](void*, int, int) { return 0; }, -1);
         EXPECT_EQ(got.rc, IPC_RC_TIMEOUT);
