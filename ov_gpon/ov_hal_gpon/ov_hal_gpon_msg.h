@@ -25,7 +25,7 @@ typedef int32_t ov_bmp_t;
 
 enum ov_hal_gpon_msg_type_t : int {
     OV_HAL_MSG_GPON_BASE = 900,
-#define OV_HAL_GPON_MSG(name, value, size, dest, offset, padding) name = value,
+#define OV_HAL_GPON_MSG(name, value, size, dest, offset, padding) name = (value),
 #include "ov_hal_gpon_msg_catalogue.def"
 #undef OV_HAL_GPON_MSG
     OV_HAL_MSG_GPON_MAX = 968,

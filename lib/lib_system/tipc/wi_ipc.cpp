@@ -78,6 +78,7 @@ void wi_ipc_unregister(wi_ipc_register_result_st& reg) {
         close_socket(*sock);
     for (auto& receiver : reg.stalled)
         receiver = 0;
+    reg.given_back = 0;
     reg.carrier = nullptr;
 }
 
@@ -88,6 +89,7 @@ void wi_ipc_move(wi_ipc_register_result_st& to, wi_ipc_register_result_st& from)
     to.snd_sock = std::exchange(from.snd_sock, -1);
     to.returned_rd = std::exchange(from.returned_rd, -1);
     to.returned_wr = std::exchange(from.returned_wr, -1);
+    to.given_back = from.given_back.exchange(0);
 }
 
 int wi_ipc_send(wi_ipc_register_result_st& reg, uint32_t serv_id, uint32_t sub_id,
@@ -137,17 +139,25 @@ wi_ipc_received wi_ipc_receive(const wi_ipc_register_result_st& reg, const wi_ip
     return wi_ipc_receive_from(reg.rcv_sock, buffer, 0);
 }
 
-wi_ipc_received wi_ipc_take_returned(const wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer,
+wi_ipc_received wi_ipc_take_returned(wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer,
                                      bool peek) {
     const wi_ipc_received from_kernel = reg.carrier->take_returned(reg, buffer, peek);
     if (from_kernel.error != EAGAIN)
         return from_kernel;
-    return wi_ipc_receive_from(reg.returned_rd, buffer, peek ? MSG_PEEK : 0);
+    if (reg.given_back == 0)
+        return from_kernel;
+    const wi_ipc_received given_back = wi_ipc_receive_from(reg.returned_rd, buffer, peek ? MSG_PEEK : 0);
+    if (given_back.error == 0 && !peek)
+        reg.given_back--;
+    return given_back;
 }
 
-void wi_ipc_give_back(const wi_ipc_register_result_st& reg, std::span<const uint8_t> frame) {
-    if (send(reg.returned_wr, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL) < 0)
-        OV_LOG_WARN("IPC", "A returned message is dropped: %s", strerror(errno));
+void wi_ipc_give_back(wi_ipc_register_result_st& reg, std::span<const uint8_t> frame) {
+    reg.given_back++; // first, so that who finds the frame finds it counted
+    if (send(reg.returned_wr, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0)
+        return;
+    reg.given_back--;
+    OV_LOG_WARN("IPC", "A returned message is dropped: %s", strerror(errno));
 }
 
 int wi_ipc_set_buffers(int sock) {

@@ -53,7 +53,7 @@ sockaddr_tipc range_address(uint32_t type, uint32_t low, uint32_t high) {
     return address;
 }
 
-int send_to(const wi_ipc_register_result_st& reg, const sockaddr_tipc& to, std::span<const uint8_t> frame) {
+int send_to(wi_ipc_register_result_st& reg, const sockaddr_tipc& to, std::span<const uint8_t> frame) {
     ssize_t sent;
     do
         sent = sendto(reg.snd_sock, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
