@@ -1,6 +1,6 @@
-// Messages to and from a card over the datagram carrier: a synchronous send against a bare request and reply, sends
-// without reply, the dispatch of a full queue, heap allocations. The card is a process of its own that speaks raw
-// bytes. See README.md.
+// Messages to and from a card over the datagram carrier: a synchronous send against a bare request and reply,
+// sends without reply, the dispatch of a full queue, heap allocations. The card is a process of its own that
+// speaks raw bytes. See README.md.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -29,8 +29,8 @@
 
 #include "hal_recv_tipc.h"
 #include "hal_slot.h"
-#include "kavo_frr.h"
 #include "hal_sock_tipc.h"
+#include "kavo_frr.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_slot.h"
 
@@ -203,8 +203,8 @@ double median_usec(Exchange exchange) {
     return took[ROUND_TRIPS / 2];
 }
 
-// Message 966 goes to every card without a look at the record: no interface index is needed here. Only one card
-// is up.
+// Message 966 goes to every card without a look at the record: no interface index is needed here. Only one
+// card is up.
 constexpr int BROADCAST_TYPE = OV_HAL_MSG_GPON_DEBUG;
 
 void SyncSend(benchmark::State& state) {

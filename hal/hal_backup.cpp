@@ -38,8 +38,8 @@ int init_hal_backup() {
     const int mate = number_of("ov_env_get mate_slot");
     g_main_slot_id = active ? g_self_slot : mate;
     g_backup_slot_id = active ? mate : g_self_slot;
-    OV_LOG_NOTICE("LIB", "g_self_slot: %d, g_main_slot_id: %d, g_backup_slot_id: %d", g_self_slot, g_main_slot_id,
-                  g_backup_slot_id);
+    OV_LOG_NOTICE("LIB", "g_self_slot: %d, g_main_slot_id: %d, g_backup_slot_id: %d", g_self_slot,
+                  g_main_slot_id, g_backup_slot_id);
     return 0;
 }
 

@@ -1,5 +1,6 @@
 // Mirroring of messages to the standby control card: what went to the active control card's slot, or to every
-// slot, goes once more, without reply, to the mate's, so that the agent there stays in step. Event loop's thread.
+// slot, goes once more, without reply, to the mate's, so that the agent there stays in step. Event loop's
+// thread.
 #pragma once
 
 #include "hal_msg.h"
@@ -9,8 +10,9 @@ extern int g_self_slot;
 extern int g_main_slot_id;
 extern int g_backup_slot_id;
 
-// Asks the platform which control card is which; to be called whenever this board becomes active. Does nothing
-// on a system without a standby control card. Always 0; a fact that the platform doesn't tell counts as 0.
+// Asks the platform which control card is which; to be called whenever this board becomes active. Does
+// nothing on a system without a standby control card. Always 0; a fact that the platform doesn't tell counts
+// as 0.
 int init_hal_backup();
 
 // Whether a message is to be mirrored from here. Cheap, allocates nothing.

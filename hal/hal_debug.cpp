@@ -8,16 +8,17 @@
 namespace {
 
 constexpr std::array<const char*, PKTMSG_TOPIC_MAX> TOPIC_NAMES = {
-    "invalid",           "PKTMSG_TOPIC_SYS",   "PKTMSG_TOPIC_PORT",  "PKTMSG_TOPIC_L2IF", "PKTMSG_TOPIC_VLAN",
-    "PKTMSG_TOPIC_L2FIB", "PKTMSG_TOPIC_ACL",  "PKTMSG_TOPIC_MCAST", "PKTMSG_TOPIC_LAG",  "PKTMSG_TOPIC_STP",
-    "PKTMSG_TOPIC_ERPS", "PKTMSG_TOPIC_QOS",   "PKTMSG_TOPIC_GPON",  "PKTMSG_TOPIC_DCN",  "PKTMSG_TOPIC_MLDS",
+    "invalid",           "PKTMSG_TOPIC_SYS",   "PKTMSG_TOPIC_PORT", "PKTMSG_TOPIC_L2IF",
+    "PKTMSG_TOPIC_VLAN", "PKTMSG_TOPIC_L2FIB", "PKTMSG_TOPIC_ACL",  "PKTMSG_TOPIC_MCAST",
+    "PKTMSG_TOPIC_LAG",  "PKTMSG_TOPIC_STP",   "PKTMSG_TOPIC_ERPS", "PKTMSG_TOPIC_QOS",
+    "PKTMSG_TOPIC_GPON", "PKTMSG_TOPIC_DCN",   "PKTMSG_TOPIC_MLDS",
 };
 
 constexpr std::array<const char*, PKT_APP_MAX> APP_NAMES = {
-    "invalid",       "PKT_APP_SWITCH_AGT", "PKT_APP_SWITCH_MGR", "PKT_APP_MSTP", "PKT_APP_LLDP",
-    "PKT_APP_LACP",  "PKT_APP_IGMP",       "PKT_APP_VRRP",       "PKT_APP_RSTP", "PKT_APP_DOT1X",
-    "PKT_APP_PIMSM", "PKT_APP_GVRP",       "PKT_APP_SNMP",       "PKT_APP_DHCP", "PKT_APP_DHCPSNOOP",
-    "PKT_APP_MLDSNOOP", "PKT_APP_GPON",    "PKT_APP_EQPT_MGR",
+    "invalid",          "PKT_APP_SWITCH_AGT", "PKT_APP_SWITCH_MGR", "PKT_APP_MSTP", "PKT_APP_LLDP",
+    "PKT_APP_LACP",     "PKT_APP_IGMP",       "PKT_APP_VRRP",       "PKT_APP_RSTP", "PKT_APP_DOT1X",
+    "PKT_APP_PIMSM",    "PKT_APP_GVRP",       "PKT_APP_SNMP",       "PKT_APP_DHCP", "PKT_APP_DHCPSNOOP",
+    "PKT_APP_MLDSNOOP", "PKT_APP_GPON",       "PKT_APP_EQPT_MGR",
 };
 
 char g_app_name[32] = "NULL";
@@ -66,7 +67,8 @@ void hal_debug_log_timing(const hal_send_timing& t) {
     constexpr const char* module = "TIMING";
     const double msec = static_cast<double>(t.usec) / 1000.0;
 #define TIMING_LINE                                                                                          \
-    "len: %u, type: %u, seq: %u, slot: %u, flags: %#x, inter: %f ms", t.len, t.type, t.seq, t.slot, t.flags, msec
+    "len: %u, type: %u, seq: %u, slot: %u, flags: %#x, inter: %f ms", t.len, t.type, t.seq, t.slot, t.flags, \
+        msec
     if (t.usec > HAL_SLOW_SEND_USEC)
         OV_LOG_INFO(module, TIMING_LINE);
     OV_LIB_LOG(1, "halmsg", OV_LOG_LVL_INFO, module, TIMING_LINE);

@@ -59,7 +59,8 @@ const char* hal_get_app_name();
 void hal_debug_flag_set(int debug_flag);
 int hal_debug_flag_get();
 
-// Shows the words of a frame's head and of the message in it, at debug level. `frame` holds at least both heads.
+// Shows the words of a frame's head and of the message in it, at debug level. `frame` holds at least both
+// heads.
 void hal_debug_frame(const char* what, const hal_frame_t& frame);
 
 // One synchronous send: to the application's log as well when it took longer than 50 ms. Allocates nothing as

@@ -1,6 +1,6 @@
-// Messages to and from the card agents, as they stand on the wire. Every word is big-endian on every host: the
-// structs are the wire form, and reading or assigning a field converts. A message is zero-filled as a whole
-// before it is written, so spare bytes are 0.
+// Messages to and from the card agents, as they stand on the wire. Every word is big-endian on every host:
+// the structs are the wire form, and reading or assigning a field converts. A message is zero-filled as a
+// whole before it is written, so spare bytes are 0.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +29,7 @@ static_assert(offsetof(hal_nlmsghdr, nlmsg_flags) == 6);
 static_assert(offsetof(hal_nlmsghdr, nlmsg_seq) == 8);
 static_assert(offsetof(hal_nlmsghdr, nlmsg_pid) == 12);
 
-inline constexpr size_t HAL_PAYLOAD_MAX = 2048;                             // bytes behind the head
+inline constexpr size_t HAL_PAYLOAD_MAX = 2048;                               // bytes behind the head
 inline constexpr size_t HAL_MSG_MAX = sizeof(hal_nlmsghdr) + HAL_PAYLOAD_MAX; // the longest message
 
 // A message with room for the longest payload.

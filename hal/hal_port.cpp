@@ -13,8 +13,8 @@ namespace {
 using IfField = big_uint32_at hal_msg_if_t::*;
 
 // One row per message: its type, its length with the head, and the fields that its arguments go to, in order.
-// What has no field of its own name travels in the nearest: a direction as type, a burst and packets per second
-// as packet, a loopback as flags.
+// What has no field of its own name travels in the nearest: a direction as type, a burst and packets per
+// second as packet, a loopback as flags.
 struct PortMsg {
     uint16_t type;
     uint16_t len;

@@ -1,6 +1,6 @@
 // Messages about physical ports: settings, statistics, the list of ports. Each function sends one synchronous
-// message to the agent of `slot_id` (0: every active card) and returns what hal_send returns, or KAVO_PARAM for
-// a null record. Records are in wire form. Event loop's thread only.
+// message to the agent of `slot_id` (0: every active card) and returns what hal_send returns, or KAVO_PARAM
+// for a null record. Records are in wire form. Event loop's thread only.
 #pragma once
 
 #include "hal_msg.h"
@@ -90,7 +90,8 @@ unsigned hal_port_storm_pps(uint32_t ifindex, uint32_t type, uint32_t rate, uint
 unsigned hal_port_storm_pps_cpu(uint32_t type, uint32_t rate, uint32_t slot_id);
 // All settings of a port at once, as they are to be restored.
 unsigned hal_port_cfg_recovery(const hal_msg_if_t* if_info, uint32_t slot_id);
-// The ports that `num` indexes name are isolated from each other; at most HAL_PORT_MAX. The system's spelling.
+// The ports that `num` indexes name are isolated from each other; at most HAL_PORT_MAX. The system's
+// spelling.
 unsigned hal_port_portected_set(const uint32_t* ifindex, uint32_t num, uint32_t slot_id);
 unsigned hal_port_mirror_set(uint32_t src, uint32_t dst, uint32_t flags, uint32_t slot_id);
 // `type` is the message type.

@@ -34,9 +34,10 @@ bool make_queues(hal_tipc_recvq& q) {
 hal_tipc_recvq* find_recvq() {
     if (!g_agent_msg_rx_cb)
         return nullptr;
-    auto* found = std::find_if(
-        std::begin(g_hal_tipc_recvq_info), std::end(g_hal_tipc_recvq_info),
-        [](const hal_tipc_recvq& q) { return q.ipcHandle >= 0 && q.ipcHandle == g_agent_msg_rx_cb->ipcHandle; });
+    auto* found = std::find_if(std::begin(g_hal_tipc_recvq_info), std::end(g_hal_tipc_recvq_info),
+                               [](const hal_tipc_recvq& q) {
+                                   return q.ipcHandle >= 0 && q.ipcHandle == g_agent_msg_rx_cb->ipcHandle;
+                               });
     return found != std::end(g_hal_tipc_recvq_info) ? found : nullptr;
 }
 
@@ -58,11 +59,6 @@ unsigned deliver(hal_frame_t& frame, size_t size, hal_recv_handle filter) {
     return filter ? filter(frame.nlhdr.nlmsg_type, frame.msg, static_cast<unsigned>(len)) : KAVO_OK;
 }
 
-uint64_t time_passed(ov_timing_t* timing) {
-    ov_timing_stop(timing);
-    return ov_timing_get_inter(timing);
-}
-
 } // namespace
 
 int hal_init_tipc_recv(int service, int sub_id, int ipc_handle) {
@@ -80,12 +76,14 @@ int hal_init_tipc_recv(int service, int sub_id, int ipc_handle) {
 void hal_tipc_start_recv_timer(struct thread_master* master, hal_recv_handle recv) {
     g_master = master;
     g_recv = recv;
-    kavo_add_timer_msec(g_master, hal_tipc_asyncmsg_handle_timer, nullptr, HAL_DISPATCH_PERIOD_MSEC, &g_timer);
+    kavo_add_timer_msec(g_master, hal_tipc_asyncmsg_handle_timer, nullptr, HAL_DISPATCH_PERIOD_MSEC,
+                        &g_timer);
 }
 
 int hal_tipc_asyncmsg_handle_timer(struct thread* /*thread*/) {
     hal_tipc_asyncmsg_dispatch();
-    kavo_add_timer_msec(g_master, hal_tipc_asyncmsg_handle_timer, nullptr, HAL_DISPATCH_PERIOD_MSEC, &g_timer);
+    kavo_add_timer_msec(g_master, hal_tipc_asyncmsg_handle_timer, nullptr, HAL_DISPATCH_PERIOD_MSEC,
+                        &g_timer);
     return 0;
 }
 
@@ -99,7 +97,7 @@ unsigned hal_tipc_asyncmsg_dispatch() {
     for (unsigned done = 1; hal_recv(g_recv) == KAVO_OK; ++done) {
         if (done % HAL_DISPATCH_BATCH != 0)
             continue;
-        const uint64_t passed = time_passed(timing);
+        const uint64_t passed = ov_timing_get_inter(timing); // it runs on
         if (passed < HAL_DISPATCH_QUANTUM_USEC)
             continue;
         OV_LOG_INFO("LIB", "dispatched %u messages in %.3f ms, the rest waits for the next tick", done,

@@ -1,5 +1,5 @@
-// What the cards send by themselves: the queues that the receiver thread fills, and their dispatch on the event
-// loop every 50 ms. Event loop's thread only.
+// What the cards send by themselves: the queues that the receiver thread fills, and their dispatch on the
+// event loop every 50 ms. Event loop's thread only.
 #pragma once
 
 #include "hal_sock.h"

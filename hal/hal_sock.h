@@ -1,8 +1,8 @@
 // The transport of messages between this daemon and the agents on the cards: synchronous requests, one-way
 // messages, and the queue of what the cards send by themselves.
 //
-// A message is netlink-shaped (hal_msg.h), big-endian on every host: whoever builds one in a buffer of his own
-// writes it through hal_nlmsghdr. Event loop's thread only.
+// A message is netlink-shaped (hal_msg.h), big-endian on every host: whoever builds one in a buffer of his
+// own writes it through hal_nlmsghdr. Event loop's thread only.
 #pragma once
 
 #include "hal_msg.h"
@@ -75,9 +75,9 @@ typedef unsigned (*hal_recv_handle)(unsigned type, void* buf, unsigned len);
 // when that can't be done. Once in a process.
 void hal_init(unsigned module, struct thread_master* master, hal_recv_handle recv);
 
-// Sends a message to the card of the slot in nlmsg_pid, or one after the other to every active card for slot 0,
-// and waits for the reply, up to 12 seconds a card. `nlhdr` is the message, nlmsg_len bytes long; the reply
-// overwrites it, never beyond that length. A card that isn't active is passed over with success.
+// Sends a message to the card of the slot in nlmsg_pid, or one after the other to every active card for slot
+// 0, and waits for the reply, up to 12 seconds a card. `nlhdr` is the message, nlmsg_len bytes long; the
+// reply overwrites it, never beyond that length. A card that isn't active is passed over with success.
 // Returns 0; KAVO_PARAM for null or a length below 16; KAVO_MEMORY for a length above HAL_MSG_MAX;
 // OV_GPON_RET_NOT_SUPPORT when the one card said so; KAVO_ERR for any other refusal or failure.
 unsigned hal_send(hal_nlmsghdr* nlhdr);

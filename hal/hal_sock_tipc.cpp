@@ -23,8 +23,8 @@ namespace {
 
 // How long a one-way message waits for room at a card that doesn't keep up.
 constexpr std::chrono::milliseconds SEND_PATIENCE{500};
-constexpr int SEND_YIELDS = 64;              // tries that only give way to others ...
-constexpr useconds_t SEND_PAUSE_USEC = 50;   // ... before each further one sleeps
+constexpr int SEND_YIELDS = 64;            // tries that only give way to others ...
+constexpr useconds_t SEND_PAUSE_USEC = 50; // ... before each further one sleeps
 
 int g_debug_flag = 0;
 // Slots (slot N at bit N) whose card used up that patience: it isn't waited for again before a message gets
@@ -58,8 +58,8 @@ int fill_frame(hal_frame_t& frame, const hal_nlmsghdr& message, unsigned msg_siz
     return static_cast<int>(len);
 }
 
-// A message to a card has come back to this socket, as happens when a card has gone. It isn't the one that was
-// just sent, which counts as sent.
+// A message to a card has come back to this socket, as happens when a card has gone. It isn't the one that
+// was just sent, which counts as sent.
 int take_returned(const Leg& leg) {
     IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
     ipc_header header = {};
@@ -229,11 +229,12 @@ int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size) {
     if (rc == IPC_RC_RTRNED_MSG_WAITING)
         return take_returned(leg);
     if (rc < 0) {
-        OV_LOG_ERROR("LIB",
-                     "Send sync message Num[%u] nhtype[%d] length [%d] to [%d] fail. TIPC return code: %d:%s. "
-                     "Total failed count %u",
-                     cb->num_sync_send, leg.type, leg.length, leg.sub_id, rc, ipcGetErrorCodeStr(rc),
-                     cb->num_sync_send_fail);
+        OV_LOG_ERROR(
+            "LIB",
+            "Send sync message Num[%u] nhtype[%d] length [%d] to [%d] fail. TIPC return code: %d:%s. "
+            "Total failed count %u",
+            cb->num_sync_send, leg.type, leg.length, leg.sub_id, rc, ipcGetErrorCodeStr(rc),
+            cb->num_sync_send_fail);
         return rc;
     }
     return accept_reply(message, msg_size, reply, static_cast<size_t>(rc));

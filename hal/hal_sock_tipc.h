@@ -1,12 +1,12 @@
-// The transport over the named IPC: frames to the cards' agents and their replies. hal_sock.h is the face of it.
-// Event loop's thread only.
+// The transport over the named IPC: frames to the cards' agents and their replies. hal_sock.h is the face of
+// it. Event loop's thread only.
 #pragma once
 
 #include "hal_sock.h"
 #include "ipc_app_cb.h"
 
-// The names this daemon talks and listens under; null before hal_init. The sending one's timeout is how long a
-// card may take to answer.
+// The names this daemon talks and listens under; null before hal_init. The sending one's timeout is how long
+// a card may take to answer.
 extern IPC_APP_CB_T* g_agent_msg_tx_cb;
 extern IPC_APP_CB_T* g_agent_msg_rx_cb;
 
@@ -31,8 +31,8 @@ void hal_init_tipc(unsigned module, struct thread_master* master, hal_recv_handl
 unsigned hal_send_sync_tipc(hal_nlmsghdr* nlhdr);
 unsigned hal_send_async_tipc(const hal_nlmsghdr* nlhdr);
 
-// One exchange with the agent of the slot in nlmsg_pid; `msg_size` is the message's length. Returns the agent's
-// return code, KAVO_ERR for a reply that can't be used, or a negative ipc_rc.
+// One exchange with the agent of the slot in nlmsg_pid; `msg_size` is the message's length. Returns the
+// agent's return code, KAVO_ERR for a reply that can't be used, or a negative ipc_rc.
 int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size);
 // One message to the agent of a slot; 0 or a negative ipc_rc, which has been logged.
 int _hal_tipc_send_asyncmsg(const hal_nlmsghdr* message, unsigned msg_size, unsigned slot);

@@ -9,7 +9,7 @@
 
 #include "hal_record_desc.h"
 #include "hal_record_dump.h"
-#include "ov_app_gpon_pending.h"
+#include "ov_app_gpon_event_pending.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_ifindex.h"
 #include "ov_product_log.h"
@@ -80,8 +80,8 @@ unsigned ov_hal_gpon_msg_recv(unsigned type, void* buf, unsigned len) {
 
 void ov_hal_gpon_uncfg_onu_msg(const void* buf, unsigned len) {
     auto event = event_of<ov_gpon_uncfg_onu_attr_t>(buf, len);
-    if (!event || (event->action != OV_HAL_GPON_MSG_ACTION_CREATE &&
-                   event->action != OV_HAL_GPON_MSG_ACTION_DELETE))
+    if (!event ||
+        (event->action != OV_HAL_GPON_MSG_ACTION_CREATE && event->action != OV_HAL_GPON_MSG_ACTION_DELETE))
         return;
     ov_gpon_uncfg_onu_attr_t& onu = event->record;
     const bool comes = event->action == OV_HAL_GPON_MSG_ACTION_CREATE;
@@ -134,8 +134,8 @@ void ov_hal_gpon_pon_protect_status_trap_msg(const void* buf, unsigned len) {
     if (!event || event->action != OV_HAL_GPON_MSG_ACTION_SET)
         return;
     ov_gpon_pon_protect_group_attr_t& group = event->record;
-    OV_LOG_INFO("LIB",
-                "!!!!!!!!New TRAP FOR pon switchover to new active pon: ponid = %u, slotid = %u \n",
-                ov_ifindex_get_port_id(group.ActivePonIfindex), ov_ifindex_get_slot_id(group.ActivePonIfindex));
+    OV_LOG_INFO("LIB", "!!!!!!!!New TRAP FOR pon switchover to new active pon: ponid = %u, slotid = %u \n",
+                ov_ifindex_get_port_id(group.ActivePonIfindex),
+                ov_ifindex_get_slot_id(group.ActivePonIfindex));
     ov_app_gpon_pon_protect_status_switch_set(&group);
 }

@@ -1,7 +1,8 @@
 // What the line cards report by themselves: dispatch to the application modules. Event loop's thread.
 //
-// A body is an action word, a mask word and the record of the message's type. A body too short for its record,
-// and an action that a message doesn't take, are dropped without a word; nothing is read past the body's end.
+// A body is an action word, a mask word and the record of the message's type. A body too short for its
+// record, and an action that a message doesn't take, are dropped without a word; nothing is read past the
+// body's end.
 #pragma once
 
 // Takes a message of a line card: its type, the body, and the message's length in bytes (the 16 bytes of the

@@ -161,7 +161,8 @@ int ov_hal_gpon_msg_send(int msgtype, ov_hal_gpon_msg_action_t action, void* att
     if (g_gpon_ipc_msg_debug_flag)
         OV_LOG_DEBUG("LIB", "=====> HAL GPON MSG send, type = %s:%u   slotId = %u", name, type, *slot);
     if (action == OV_HAL_GPON_MSG_ACTION_GET && card_is_absent(*slot)) {
-        OV_LOG_INFO("LIB", "=====> HAL GPON MSG card not exist, type = %s:%u   slotId = %u", name, type, *slot);
+        OV_LOG_INFO("LIB", "=====> HAL GPON MSG card not exist, type = %s:%u   slotId = %u", name, type,
+                    *slot);
         return OV_GPON_RET_FAIL;
     }
 
@@ -169,12 +170,11 @@ int ov_hal_gpon_msg_send(int msgtype, ov_hal_gpon_msg_action_t action, void* att
     fill_message(req, *desc, *slot, action, mask, attr);
     const unsigned ret = needReply ? hal_send(&req.hdr) : hal_send_async(&req.hdr);
     if (ret != KAVO_OK) {
-        OV_LOG_ERROR("LIB", "=====> HAL GPON MSG return, type = %s:%u   slotId = %u ret: %d", name, type, *slot,
-                     static_cast<int>(ret));
+        OV_LOG_ERROR("LIB", "=====> HAL GPON MSG return, type = %s:%u   slotId = %u ret: %d", name, type,
+                     *slot, static_cast<int>(ret));
         return static_cast<int>(ret);
     }
-    if (needReply &&
-        (action == OV_HAL_GPON_MSG_ACTION_GET || action == OV_HAL_GPON_MSG_ACTION_GET_CURRENT))
+    if (needReply && (action == OV_HAL_GPON_MSG_ACTION_GET || action == OV_HAL_GPON_MSG_ACTION_GET_CURRENT))
         std::memcpy(attr, req.buf + RECORD_OFFSET, desc->size);
     return OV_GPON_RET_OK;
 }

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr size_t LINE_SIZE = 10000; // bytes of a formatted line with its terminator; longer ones are cut
+constexpr size_t LINE_SIZE = 10000;     // bytes of a formatted line with its terminator; longer ones are cut
 constexpr size_t SHORT_LINE_SIZE = 512; // a line that fits into this allocates no memory
 
 constexpr std::array<const char*, 8> LIBRARY_LOGS = {"lib",    "halmsg", "ipcmsg",    "pondrv",

@@ -29,8 +29,7 @@ TEST(HalBackup, ActiveBoardIsMainAndItsMateTheBackup) {
         be("1");
         EXPECT_EQ(g_main_slot_id, 8);
         EXPECT_EQ(g_backup_slot_id, 9);
-        EXPECT_THAT(chassis.log.lines(),
-                    Contains("g_self_slot: 8, g_main_slot_id: 8, g_backup_slot_id: 9"));
+        EXPECT_THAT(chassis.log.lines(), Contains("g_self_slot: 8, g_main_slot_id: 8, g_backup_slot_id: 9"));
         EXPECT_TRUE(proceeds(8));
         EXPECT_TRUE(proceeds(0));
         EXPECT_FALSE(proceeds(3));

@@ -95,14 +95,14 @@ TEST(HalInit, ModulesHaveTheirServicesAndNames) {
         int service;
         const char* name;
     };
-    for (const Row& row : {Row{1002, 113, "eqptmgr"}, Row{1004, 102, "mono"}, Row{1006, 117, "zebra"},
-                           Row{1008, 103, "mstp"}, Row{1012, 105, "lacp"}, Row{1014, 104, "igmps"},
-                           Row{1016, 102, "vrrp"}, Row{1017, 103, "rstp"}, Row{1019, 109, "dot1x"},
-                           Row{1023, 102, "gvrp"}, Row{1025, 118, "snmp"}, Row{1027, 107, "dhcp"},
-                           Row{1029, 108, "dhcps"}, Row{1031, 106, "mlds"}, Row{1033, 115, "arp"},
-                           Row{1035, 111, "gpon"}, Row{1037, 114, "rtmgr"}, Row{1039, 116, "pppoe"},
-                           Row{1042, 4, "sca"}, Row{1000, 0, "unknown"}, Row{1001, 0, "cpm"},
-                           Row{1010, 0, "lldp"}, Row{1021, 0, "pimsm"}, Row{1041, 0, "switch_agt"},
+    for (const Row& row : {Row{1002, 113, "eqptmgr"}, Row{1004, 102, "mono"},  Row{1006, 117, "zebra"},
+                           Row{1008, 103, "mstp"},    Row{1012, 105, "lacp"},  Row{1014, 104, "igmps"},
+                           Row{1016, 102, "vrrp"},    Row{1017, 103, "rstp"},  Row{1019, 109, "dot1x"},
+                           Row{1023, 102, "gvrp"},    Row{1025, 118, "snmp"},  Row{1027, 107, "dhcp"},
+                           Row{1029, 108, "dhcps"},   Row{1031, 106, "mlds"},  Row{1033, 115, "arp"},
+                           Row{1035, 111, "gpon"},    Row{1037, 114, "rtmgr"}, Row{1039, 116, "pppoe"},
+                           Row{1042, 4, "sca"},       Row{1000, 0, "unknown"}, Row{1001, 0, "cpm"},
+                           Row{1010, 0, "lldp"},      Row{1021, 0, "pimsm"},   Row{1041, 0, "switch_agt"},
                            Row{1003, 0, "unknown"}}) {
         EXPECT_EQ(hal_module_info_get(row.module).service, row.service) << row.module;
         EXPECT_THAT(hal_module_info_get(row.module).name, StrEq(row.name)) << row.module;

@@ -107,7 +107,7 @@ TEST(HalRecv, WhatIsTooShortForAMessageIsDroppedAndTheNextOneComesThrough) {
         Bytes lies = wire::event(3, 922, {1, 2, 3, 4});
         wire::put32(lies, wire::NL, 15);
         send_event(card, lies);
-        send_event(card, Bytes(7));                // no IPC message
+        send_event(card, Bytes(7));                 // no IPC message
         send_event(card, Bytes(wire::IPC + 40, 9)); // nor this
         send_event(card, wire::event(3, 927, {9}));
         ASSERT_TRUE(queued(3));
@@ -147,6 +147,20 @@ TEST(HalRecv, BurstIsCutOffAfter50MillisecondsAndTheRestWaits) {
         hal_tipc_asyncmsg_dispatch();
         hal_tipc_asyncmsg_dispatch();
         EXPECT_THAT(taken, SizeIs(25));
+    });
+}
+
+TEST(HalRecv, TimeIsCountedFromTheStartOfTheBurst) {
+    hal_chassis::run_closed([](HalChassis& chassis) {
+        chassis.open(take);
+        FakeCard card(3);
+        for (uint8_t n = 0; n < 200; n++)
+            send_event(card, wire::event(3, 927, {n}));
+        ASSERT_TRUE(queued(200));
+        handler_takes = std::chrono::milliseconds(2);
+        hal_tipc_asyncmsg_dispatch();
+        EXPECT_LE(taken.size(), 30u); // 25 take the whole quantum
+        EXPECT_EQ(taken.size() % 10, 0u);
     });
 }
 

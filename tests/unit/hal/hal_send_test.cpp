@@ -278,7 +278,8 @@ TEST(HalSend, ReplyTooLongForTheIpcIsAFailure) {
 
 TEST(HalSend, ReturnCodeOfTheCardArrivesAsFailure) {
     hal_chassis::run([](HalChassis& chassis) {
-        EXPECT_EQ(send_to_card_that([](FakeCard& c, const Bytes& request) { c.reply(request, 1003); }), KAVO_ERR);
+        EXPECT_EQ(send_to_card_that([](FakeCard& c, const Bytes& request) { c.reply(request, 1003); }),
+                  KAVO_ERR);
         EXPECT_THAT(chassis.log.lines(), Contains("sync message nhtype[908] to slot 3 return 1003"));
     });
 }
@@ -298,9 +299,10 @@ TEST(HalSend, CardThatNeverAnswersCostsTheTimeoutAndNoMore) {
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
         EXPECT_GE(took.count(), 0.9);
         EXPECT_LT(took.count(), 1.5);
-        EXPECT_THAT(chassis.log.lines(),
-                    Contains("Send sync message Num[1] nhtype[908] length [100] to [10103] fail. TIPC return code: "
-                             "-6:IPC_RC_TIMEOUT. Total failed count 1"));
+        EXPECT_THAT(
+            chassis.log.lines(),
+            Contains("Send sync message Num[1] nhtype[908] length [100] to [10103] fail. TIPC return code: "
+                     "-6:IPC_RC_TIMEOUT. Total failed count 1"));
         EXPECT_THAT(chassis.log.lines(), Contains("sync message nhtype[908] to slot 3 return -6"));
         EXPECT_THAT(chassis.log.lines(),
                     Contains(StartsWith("len: 100, type: 908, seq: 1, slot: 3, flags: 0, inter: 10")));
@@ -413,7 +415,8 @@ TEST(HalSend, AfterTheRefusalOfOneCardOfABroadcastTheOthersAreStillServed) {
         ASSERT_THAT(four.seen(), SizeIs(1));
         EXPECT_THAT(four.seen()[0], SizeIs(28 + 36 + 36));
         EXPECT_EQ(four.seen()[0][wire::PAYLOAD], 0x10); // what was sent, not the other card's reply
-        EXPECT_THAT(chassis.log.lines(), Contains("sync broadcast message nhtype[908] to slot 1 return 1003"));
+        EXPECT_THAT(chassis.log.lines(),
+                    Contains("sync broadcast message nhtype[908] to slot 1 return 1003"));
         EXPECT_THAT(chassis.log.lines(), Contains("Total 1 send failed"));
     });
 }

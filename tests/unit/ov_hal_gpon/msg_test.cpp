@@ -107,8 +107,8 @@ TEST(GponMsgSend, EachMessageFindsItsCard) {
         for (int type = 901; type < 968; type++) {
             const ov_hal_gpon_msg_desc_t* desc = ov_hal_gpon_msg_desc_get(unsigned(type));
             using enum ov_hal_gpon_msg_dest_t;
-            if (!desc || desc->dest == REFUSED || desc->dest == RECEIVED_ONLY || desc->dest == DRIVER_COMMAND ||
-                desc->dest == THIS_BOARD)
+            if (!desc || desc->dest == REFUSED || desc->dest == RECEIVED_ONLY ||
+                desc->dest == DRIVER_COMMAND || desc->dest == THIS_BOARD)
                 continue;
             SCOPED_TRACE(type);
             const uint32_t word = desc->dest == WORD_AT ? 3 : pon_index(3);
@@ -132,8 +132,9 @@ TEST(GponMsgSend, DestinationWordsStandWhereTheCatalogueSays) {
     };
     for (const Rule& rule :
          {Rule{906, WORD_AT, 124}, Rule{907, WORD_AT, 88}, Rule{945, WORD_AT, 88}, Rule{950, WORD_AT, 0},
-          Rule{952, INDEX_AT, 64}, Rule{901, INDEX_AT, 0}, Rule{908, INDEX_OR_ALL, 0}, Rule{935, THIS_BOARD, 0},
-          Rule{936, DRIVER_COMMAND, 0}, Rule{920, REFUSED, 0}, Rule{953, RECEIVED_ONLY, 0}}) {
+          Rule{952, INDEX_AT, 64}, Rule{901, INDEX_AT, 0}, Rule{908, INDEX_OR_ALL, 0},
+          Rule{935, THIS_BOARD, 0}, Rule{936, DRIVER_COMMAND, 0}, Rule{920, REFUSED, 0},
+          Rule{953, RECEIVED_ONLY, 0}}) {
         EXPECT_EQ(ov_hal_gpon_msg_desc_get(rule.type)->dest, rule.dest) << rule.type;
         EXPECT_EQ(ov_hal_gpon_msg_desc_get(rule.type)->offset, rule.offset) << rule.type;
     }
@@ -219,7 +220,8 @@ TEST(GponMsgSend, NullAndTypesThatAreNotSentAreBadParametersWithoutALog) {
     hal_chassis::run([](HalChassis& chassis) {
         Bytes record(1000);
         EXPECT_EQ(ov_hal_gpon_msg_send(908, SET, nullptr, 0, 1), OV_GPON_RET_BAD_PARAM);
-        for (const int type : {-1, 0, 900, 968, 958, 959, 920, 951, 954, 922, 923, 927, 938, 953, 936, 65536 + 908})
+        for (const int type :
+             {-1, 0, 900, 968, 958, 959, 920, 951, 954, 922, 923, 927, 938, 953, 936, 65536 + 908})
             EXPECT_EQ(ov_hal_gpon_msg_send(type, SET, record.data(), 0, 1), OV_GPON_RET_BAD_PARAM) << type;
         EXPECT_THAT(chassis.log.lines(), IsEmpty());
     });
@@ -298,10 +300,11 @@ TEST(GponMsgDump, ShowsActionAndMaskWithTheDebugSwitchOn) {
     ov_hal_gpon_msg_dump(927, body.data());
     ov_hal_gpon_msg_dump(1, body.data());
     g_gpon_ipc_msg_debug_flag = 0;
-    EXPECT_THAT(log.lines(),
-                ElementsAre("=========== HAL GPON MSG recv type:OV_HAL_MSG_GPON_ONUSTATES_TRAP             :927, "
-                            "action 3, mask 4294967295\n",
-                            "=========== HAL GPON MSG recv type:unknown:1, action 3, mask 4294967295\n"));
+    EXPECT_THAT(
+        log.lines(),
+        ElementsAre("=========== HAL GPON MSG recv type:OV_HAL_MSG_GPON_ONUSTATES_TRAP             :927, "
+                    "action 3, mask 4294967295\n",
+                    "=========== HAL GPON MSG recv type:unknown:1, action 3, mask 4294967295\n"));
 }
 
 TEST(GponDrvMsg, OnAChassisNothingIsSent) {

@@ -31,9 +31,9 @@ inline constexpr size_t NL = IPC + 36;     // the message's head
 inline constexpr size_t PAYLOAD = NL + 16; // its payload
 
 inline uint32_t get32(const Bytes& b, size_t at) {
-    return at + 4 > b.size() ? 0xdeadbeef
-                             : uint32_t(b[at]) << 24 | uint32_t(b[at + 1]) << 16 | uint32_t(b[at + 2]) << 8 |
-                                   b[at + 3];
+    return at + 4 > b.size()
+               ? 0xdeadbeef
+               : uint32_t(b[at]) << 24 | uint32_t(b[at + 1]) << 16 | uint32_t(b[at + 2]) << 8 | b[at + 3];
 }
 inline uint16_t get16(const Bytes& b, size_t at) {
     return at + 2 > b.size() ? 0xdead : uint16_t(b[at] << 8 | b[at + 1]);

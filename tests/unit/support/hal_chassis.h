@@ -1,5 +1,5 @@
-// A chassis with room for fake cards: a process of its own with a private file system and network, the platform's
-// environment tool played by a script, and the transport opened over the datagram carrier.
+// A chassis with room for fake cards: a process of its own with a private file system and network, the
+// platform's environment tool played by a script, and the transport opened over the datagram carrier.
 //
 //   hal_chassis::run([](HalChassis& chassis) { FakeCard card(3); chassis.activate(3); ... });
 #pragma once
