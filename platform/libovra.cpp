@@ -9,7 +9,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +19,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -41,17 +44,58 @@ iovec piece(std::string_view text) {
 
 // ---- log ---------------------------------------------------------------------------------------
 
+namespace {
+
+// The log file, kept open from line to line. Every line looks whether the file still stands under its name:
+// it may be moved away at any time, and the variable that names it may change.
+class LogFile {
+public:
+    void write(std::span<iovec> parts) {
+        const std::lock_guard lock(mutex_);
+        if (!is_current() && !reopen())
+            return;
+        ssize_t ignored = writev(fd_, parts.data(), int(parts.size())); // nowhere to report a full disk to
+        (void)ignored;
+    }
+
+private:
+    static const char* wanted_path() {
+        const char* path = getenv("OV_LOG_FILE");
+        return path != nullptr && *path != '\0' ? path : DEFAULT_LOG_FILE;
+    }
+    bool is_current() const {
+        struct stat there {};
+        return fd_ >= 0 && path_ == wanted_path() && stat(path_.c_str(), &there) == 0 &&
+               there.st_ino == inode_ && there.st_dev == device_;
+    }
+    bool reopen() {
+        if (fd_ >= 0)
+            close(fd_);
+        path_ = wanted_path();
+        fd_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0644);
+        struct stat made {};
+        if (fd_ < 0 || fstat(fd_, &made) != 0)
+            return false;
+        inode_ = made.st_ino;
+        device_ = made.st_dev;
+        return true;
+    }
+
+    std::mutex mutex_;
+    std::string path_;
+    int fd_ = -1;
+    ino_t inode_ = 0;
+    dev_t device_ = 0;
+};
+
+} // namespace
+
 void ov_log_util(const char* lib, int level, const char* module, const char* file, int line, const char* func,
                  const char* text) {
-    // Opened for each line: the file may be moved away at any time, and callers need no lock.
-    const char* path = getenv("OV_LOG_FILE");
-    int fd = open(path != nullptr && *path != '\0' ? path : DEFAULT_LOG_FILE,
-                  O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, 0644);
-    if (fd < 0)
-        return;
+    static LogFile& log_file = *new LogFile; // threads log to the very end of the process
 
     const char* tag = module != nullptr && *module != '\0' ? module : lib;
-    std::array<char, 512> head{};
+    std::array<char, 512> head; // NOLINT(cppcoreguidelines-pro-type-member-init): written below
     int written = snprintf(head.data(), head.size(), "%d [%s] %s:%d %s: ", level, or_dash(tag), or_dash(file),
                            line, or_dash(func));
     size_t head_size = std::clamp<int>(written, 0, int(head.size() - 1));
@@ -61,9 +105,7 @@ void ov_log_util(const char* lib, int level, const char* module, const char* fil
         body.remove_suffix(1);
 
     std::array<iovec, 3> parts = {piece({head.data(), head_size}), piece(body), piece("\n")};
-    ssize_t ignored = writev(fd, parts.data(), int(parts.size())); // nowhere to report a full disk to
-    (void)ignored;
-    close(fd);
+    log_file.write(parts);
 }
 
 void ov_raise_except(const char* expression, const char* file, int line, const char* func) {

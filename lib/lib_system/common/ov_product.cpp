@@ -9,6 +9,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "libovra.h"
@@ -98,16 +99,54 @@ private:
 
 HaRecoveryFlagFile g_ha_recovery_flag_file;
 
-char first_character(const char* path) {
-    const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (fd < 0)
-        return '\0';
-    char character = '\0';
-    if (read(fd, &character, 1) != 1)
-        character = '\0';
-    close(fd);
-    return character;
-}
+// The first character of the flag file, read anew only when the file has changed: every message to a card
+// asks.
+class FlagFileReader {
+public:
+    char first_character(const char* path) {
+        struct stat now {};
+        if (stat(path, &now) != 0) {
+            seen_ = {};
+            return '\0';
+        }
+        if (!same_file(now)) {
+            character_ = read_first(path);
+            seen_ = now;
+        }
+        return character_;
+    }
+
+private:
+    bool same_file(const struct stat& now) const {
+        return now.st_ino == seen_.st_ino && now.st_dev == seen_.st_dev && now.st_size == seen_.st_size &&
+               now.st_mtim.tv_sec == seen_.st_mtim.tv_sec && now.st_mtim.tv_nsec == seen_.st_mtim.tv_nsec &&
+               now.st_ctim.tv_sec == seen_.st_ctim.tv_sec && now.st_ctim.tv_nsec == seen_.st_ctim.tv_nsec &&
+               !is_fresh(now);
+    }
+    // A file that was just written may change again within one tick of the file system's clock.
+    static bool is_fresh(const struct stat& now) {
+        timespec clock{};
+        clock_gettime(CLOCK_REALTIME_COARSE, &clock);
+        const int64_t age =
+            (clock.tv_sec - now.st_ctim.tv_sec) * int64_t{1000000000} + clock.tv_nsec - now.st_ctim.tv_nsec;
+        return age < 100000000;
+    }
+    static char read_first(const char* path) {
+        const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+        if (fd < 0)
+            return '\0';
+        char character = '\0';
+        if (read(fd, &character, 1) != 1)
+            character = '\0';
+        close(fd);
+        return character;
+    }
+
+    struct stat seen_ {};
+    char character_ = '\0';
+};
+
+FlagFileReader g_ha_recovery_flag;
 
 bool is_ipv4_address(const char* text) {
     in_addr address{};
@@ -139,7 +178,7 @@ bool ov_product_sys_oper_status_get() {
 
 bool ov_product_ha_recoverying_flag_get() {
     const char* path = g_ha_recovery_flag_file.name();
-    return path != nullptr && first_character(path) == '1';
+    return path != nullptr && g_ha_recovery_flag.first_character(path) == '1';
 }
 
 int ov_product_sc_active_flag_get() {
