@@ -4,6 +4,7 @@
 #pragma once
 
 #include "mmg_access.h"
+#include "ov_hal_gpon_records.h"
 #include "ov_types.h"
 #include "sPonTable.h"
 #include "uplinkPmActTable.h"
@@ -39,3 +40,18 @@ int ov_app_port_qos_edit_ifindex(ov_app_port_qos_s*, ov_ifindex_t ifindex);
 // Adds the object to the copies of `flag` and takes it over; on any other answer than 0 it stays the
 // caller's.
 int ov_app_port_qos_add(ov_app_port_qos_s*, uint32_t flag);
+
+// ---- events from the cards: the record is valid for the call only -----------------------------------
+
+// An unconfigured ONU has come or gone. 0, or why its row wasn't changed.
+int ov_app_gpon_unconfig_onu_add_by_lowlayer(ov_gpon_uncfg_onu_attr_t* attr);
+int ov_app_gpon_unconfig_onu_del_by_lowlayer(ov_gpon_uncfg_onu_attr_t* attr);
+// The card has taken an ONU in by itself. 0, or why it wasn't added.
+int ov_app_gpon_autolearn_onu_add(ov_gpon_autolearn_onu_attr_t* attr);
+// An alarm was raised or cleared. Always 0.
+int ov_app_gpon_wn_trap_set_by_lowlayer(ov_gpon_wanning_trap_t* attr);
+// An ONU changed its state: the ONU's row, then its history.
+void ov_app_gpon_onu_state_update(ov_gpon_trap_onu_state_attr_t* state);
+void ov_app_gpon_onu_state_historytable_update(ov_gpon_trap_onu_state_attr_t* state);
+// A protection pair switched over.
+void ov_app_gpon_pon_protect_status_switch_set(ov_gpon_pon_protect_group_attr_t* attr);

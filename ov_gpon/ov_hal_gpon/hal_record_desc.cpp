@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "ov_hal_gpon_msg.h"
+
 namespace {
 
 template <class Record>
@@ -11,22 +13,14 @@ constexpr const HalRecordDesc* sub_record = nullptr;
 #define HAL_RECORD(record, size)                                                                             \
     template <>                                                                                              \
     constexpr const HalRecordDesc* sub_record<record> = &hal_record_desc_##record;
-#define HAL_FIELD(offset, field, ...)
-#define HAL_PAD(offset, size)
-#define HAL_END(record)
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 
 template <class Type>
-constexpr HalFieldDesc field_desc(const char* name, const char* type, size_t stated_offset, size_t offset) {
+constexpr HalFieldDesc field_desc(const char* name, const char* type, size_t offset) {
     using Element = typename Type::element;
     return {name,
             type,
             Type::kind,
-            uint16_t(stated_offset),
             uint16_t(offset),
             uint16_t(sizeof(Element)),
             uint16_t(Type::count),
@@ -37,7 +31,7 @@ constexpr HalFieldDesc field_desc(const char* name, const char* type, size_t sta
 constexpr bool fields_cover(std::span<const HalFieldDesc> fields, size_t size) {
     size_t end = 0;
     for (const HalFieldDesc& field : fields) {
-        if (field.stated_offset != end || field.offset != end)
+        if (field.offset != end)
             return false;
         end += field.size();
     }
@@ -55,9 +49,9 @@ constexpr bool fields_cover(std::span<const HalFieldDesc> fields, size_t size) {
                       #record " may be copied to and from the wire");                                        \
         constexpr HalFieldDesc fields[] = {
 #define HAL_FIELD(offset, field, ...)                                                                        \
-    field_desc<hal_type::__VA_ARGS__>(#field, #__VA_ARGS__, offset, offsetof(Record, field)),
+    field_desc<hal_type::__VA_ARGS__>(#field, #__VA_ARGS__, offsetof(Record, field)),
 #define HAL_PAD(offset, size)                                                                                \
-    field_desc<hal_type::PAD<size>>(nullptr, "PAD", offset, offsetof(Record, pad_at_##offset)),
+    field_desc<hal_type::PAD<(size)>>(nullptr, "PAD", offsetof(Record, pad_at_##offset)),
 #define HAL_END(record)                                                                                      \
     }                                                                                                        \
     ;                                                                                                        \
@@ -66,38 +60,43 @@ constexpr bool fields_cover(std::span<const HalFieldDesc> fields, size_t size) {
     }                                                                                                        \
     constexpr HalRecordDesc hal_record_desc_##record = {#record, sizeof(record), desc_of_##record::fields};
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 
 // One check for each field, so that the compiler names the one that stands wrong.
 #define HAL_RECORD(record, size)                                                                             \
     namespace {                                                                                              \
     namespace desc_of_##record {
 #define HAL_FIELD(offset, field, ...) static_assert(offsetof(Record, field) == (offset), #field);
-#define HAL_PAD(offset, size)
+#define HAL_PAD(offset, size) static_assert(offsetof(Record, pad_at_##offset) == (offset), "PAD");
 #define HAL_END(record)                                                                                      \
     }                                                                                                        \
     }
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 
 namespace {
 
 constexpr const HalRecordDesc* all_descs[] = {
 #define HAL_RECORD(record, size) &hal_record_desc_##record,
-#define HAL_FIELD(offset, field, ...)
-#define HAL_PAD(offset, size)
-#define HAL_END(record)
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
+};
+
+// Bytes behind action and mask, as the sender has them.
+enum : uint16_t {
+#define OV_HAL_GPON_MSG(name, value, size, dest, offset, padding) SIZE_OF_##name = (size),
+#include "ov_hal_gpon_msg_catalogue.def"
+#undef OV_HAL_GPON_MSG
+};
+
+#define HAL_MESSAGE(message, record, count)                                                                  \
+    static_assert(SIZE_OF_##message == sizeof(record) * (count), "the sender has its size of " #message);
+#include "records/messages.def"
+
+constexpr HalMessageDesc messages[] = {
+#define HAL_MESSAGE(message, record, count)                                                                  \
+    {message, #message, &hal_record_desc_##record, count, SIZE_OF_##message, true},
+#define HAL_MESSAGE_BYTES(message) {message, #message, nullptr, 0, SIZE_OF_##message, true},
+#define HAL_PLAIN_MESSAGE(number, record)                                                                    \
+    {number, nullptr, &hal_record_desc_##record, 1, uint16_t(sizeof(record)), false},
+#include "records/messages.def"
 };
 
 } // namespace
@@ -109,4 +108,13 @@ std::span<const HalRecordDesc* const> hal_record_descs() {
 const HalRecordDesc* hal_record_desc_by_name(std::string_view name) {
     const auto* found = std::ranges::find(all_descs, name, &HalRecordDesc::name);
     return found == std::end(all_descs) ? nullptr : *found;
+}
+
+std::span<const HalMessageDesc> hal_message_descs() {
+    return messages;
+}
+
+const HalMessageDesc* hal_message_desc(unsigned type) {
+    const auto* found = std::ranges::find(messages, type, &HalMessageDesc::type);
+    return found == std::end(messages) ? nullptr : found;
 }

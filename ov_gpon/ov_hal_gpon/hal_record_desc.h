@@ -11,11 +11,10 @@
 struct HalRecordDesc;
 
 struct HalFieldDesc {
-    const char* name;         // of the field; null for bytes without meaning
-    const char* type;         // as the description has it, "ENUM<ov_gpon_bw_type_t>"
-    HalFieldKind kind;        //
-    uint16_t stated_offset;   // where the field has to stand
-    uint16_t offset;          // where it stands in the struct
+    const char* name; // of the field; null for bytes without meaning
+    const char* type; // as the description has it, "ENUM<ov_gpon_bw_type_t>"
+    HalFieldKind kind;
+    uint16_t offset;          // from the start of the record
     uint16_t element_size;    // bytes of one element; texts and octet strings are one element
     uint16_t count;           // elements of a list, else 1
     const HalRecordDesc* sub; // of the elements' record, else null
@@ -38,17 +37,26 @@ const HalRecordDesc& hal_record_desc_of();
     inline const HalRecordDesc& hal_record_desc_of<record>() {                                               \
         return hal_record_desc_##record;                                                                     \
     }
-#define HAL_FIELD(offset, field, ...)
-#define HAL_PAD(offset, size)
-#define HAL_END(record)
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END
 
 // All records, in the order of their descriptions.
 std::span<const HalRecordDesc* const> hal_record_descs();
 
 // By the record's name, "ov_gpon_tcont_attr_t"; null for an unknown one.
 const HalRecordDesc* hal_record_desc_by_name(std::string_view name);
+
+// What a message carries.
+struct HalMessageDesc {
+    uint16_t type;               // message number
+    const char* name;            // "OV_HAL_MSG_GPON_TCONT"; null for the messages without action and mask
+    const HalRecordDesc* record; // null for bytes that are no record
+    uint16_t count;              // records in a row
+    uint16_t size;               // bytes of the records or bytes
+    bool has_action;             // action and mask stand in front
+};
+
+// All messages, in ascending order of their numbers within those with and those without action and mask.
+std::span<const HalMessageDesc> hal_message_descs();
+
+// By the message number; null for one that carries nothing described here.
+const HalMessageDesc* hal_message_desc(unsigned type);

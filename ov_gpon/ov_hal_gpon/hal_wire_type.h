@@ -1,18 +1,18 @@
 // Types of the fields that travel to and from the line cards.
 //
-// Every integer on the wire is big-endian and naturally aligned. The be_* types hold it so: they are of the
-// wire's size and alignment on every host, and assignment and arithmetic convert. A record made of them is
-// the wire form; it is copied with memcpy.
+// Every integer on the wire is big-endian and naturally aligned. The big_*_at types hold it so: they are of
+// the wire's size and alignment on every host, and assignment and arithmetic convert. A record made of them
+// is the wire form; it is copied with memcpy.
 #pragma once
 
 #include <boost/endian/arithmetic.hpp>
 #include <cstddef>
 #include <cstdint>
 
-using be_u16 = boost::endian::big_uint16_at;
-using be_u32 = boost::endian::big_uint32_at;
-using be_i32 = boost::endian::big_int32_at;
-using be_u64 = boost::endian::big_uint64_at;
+using boost::endian::big_int32_at;
+using boost::endian::big_uint16_at;
+using boost::endian::big_uint32_at;
+using boost::endian::big_uint64_at;
 
 // What the bytes of a field mean, for dumps and for the simulated cards.
 enum class HalFieldKind {
@@ -55,15 +55,15 @@ struct Octets {
 };
 
 using U8 = Scalar<uint8_t, HalFieldKind::UNSIGNED>;
-using U16 = Scalar<be_u16, HalFieldKind::UNSIGNED>;
-using U32 = Scalar<be_u32, HalFieldKind::UNSIGNED>;
-using U64 = Scalar<be_u64, HalFieldKind::UNSIGNED>;
-using I32 = Scalar<be_i32, HalFieldKind::SIGNED>;
+using U16 = Scalar<big_uint16_at, HalFieldKind::UNSIGNED>;
+using U32 = Scalar<big_uint32_at, HalFieldKind::UNSIGNED>;
+using U64 = Scalar<big_uint64_at, HalFieldKind::UNSIGNED>;
+using I32 = Scalar<big_int32_at, HalFieldKind::SIGNED>;
 
 // Interface index: slot, port, ONU and what is below, in one word.
-using IFINDEX = Scalar<be_u32, HalFieldKind::IFINDEX>;
+using IFINDEX = Scalar<big_uint32_at, HalFieldKind::IFINDEX>;
 // Bytes in network order: assign ntohl() of an address that is held in network order.
-using IPV4 = Scalar<be_u32, HalFieldKind::IPV4>;
+using IPV4 = Scalar<big_uint32_at, HalFieldKind::IPV4>;
 using MAC = Octets<uint8_t, HalFieldKind::MAC, 6>;
 // ITU-T G.984.3 serial number: four characters of the vendor, four binary bytes, a terminating 0.
 using SERIAL = Octets<char, HalFieldKind::SERIAL, 9>;
@@ -77,15 +77,15 @@ template <unsigned Size>
 using PAD = Octets<uint8_t, HalFieldKind::PAD, Size>;
 
 template <unsigned Count>
-using U32S = Array<be_u32, HalFieldKind::UNSIGNED, Count>;
+using U32S = Array<big_uint32_at, HalFieldKind::UNSIGNED, Count>;
 template <unsigned Count>
-using I32S = Array<be_i32, HalFieldKind::SIGNED, Count>;
+using I32S = Array<big_int32_at, HalFieldKind::SIGNED, Count>;
 
 // A word with one of the values of an enumeration; from the wire it may hold any other.
 template <class Enumeration>
-using ENUM = Scalar<be_i32, HalFieldKind::SIGNED>;
+using ENUM = Scalar<big_int32_at, HalFieldKind::SIGNED>;
 template <class Enumeration, unsigned Count>
-using ENUMS = Array<be_i32, HalFieldKind::SIGNED, Count>;
+using ENUMS = Array<big_int32_at, HalFieldKind::SIGNED, Count>;
 
 // A record inside a record.
 template <class Record>

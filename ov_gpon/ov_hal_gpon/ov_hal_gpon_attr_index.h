@@ -1,4 +1,8 @@
-// Attribute indexes
+// Attribute indexes of the records: the attribute with index N is bit N of the mask that travels in front of
+// the record. In a set the masked attributes are the ones to apply, the rest of the record is context; in a
+// get they are the ones to fetch. Bit MAX, where a mask has it, stands for no attribute.
+//
+// The order is not always that of the fields; the cards know these numbers.
 #pragma once
 
 #include <cstdint>
@@ -155,10 +159,11 @@ enum : int32_t {
     OV_GPON_ONU_QOS_ATTR_INDEX_MAX = 8,
 };
 
-// Of ov_gpon_qinq_attr_t.
+// Of ov_gpon_qinq_attr_t; they say what to do, not which attributes count.
 enum : int32_t {
     OV_GPON_QINQ_ATTR_INDEX_add = 1,
     OV_GPON_QINQ_ATTR_INDEX_del = 2,
+    OV_GPON_QINQ_ATTR_INDEX_MAX = 3,
 };
 
 // Of ov_gpon_mcast_vlan_attr_t.

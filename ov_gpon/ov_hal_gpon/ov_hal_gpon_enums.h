@@ -1,14 +1,17 @@
-// Values of the fields of the records.
+// Values of fields of the records. On the wire each is a signed word; a value from a card may be none of
+// these. LAST, MAX, INVALID and Count stand behind the last value of each.
 #pragma once
 
 #include <cstdint>
 
+// Administrative state of a port, an ONU or a UNI.
 enum ov_gpon_admin_status_t : int32_t {
     OV_GPON_ADMIN_DISABLE = 0,
     OV_GPON_ADMIN_ENABLE = 1,
     OV_GPON_ADMIN_STATUS_LAST = 2,
 };
 
+// What an ONU proves who it is with: serial number (SN), registration password (PW), logical ONU id (LOID).
 enum ov_gpon_onu_auth_mode_t : int32_t {
     OV_GPON_ONU_AUTH_MODE_SN = 1,
     OV_GPON_ONU_AUTH_MODE_PW = 2,
@@ -18,6 +21,7 @@ enum ov_gpon_onu_auth_mode_t : int32_t {
     OV_GPON_ONU_AUTH_MODE_LAST = 6,
 };
 
+// Scheduling of a queue: strict priority, weighted round robin, deficit.
 enum OV_QOS_SCHED_MODE_E : int32_t {
     OV_QOS_SCHED_MODE_NONE = 0,
     OV_QOS_SCHED_MODE_SP = 1,
@@ -28,6 +32,8 @@ enum OV_QOS_SCHED_MODE_E : int32_t {
     OV_QOS_SCHED_MODE_MAX = 6,
 };
 
+// T-CONT types of ITU-T G.984.3: 1 fixed, 2 assured, 3 assured and non-assured, 4 best effort, 5 all of
+// them.
 enum ov_gpon_bw_type_t : int32_t {
     OV_GPON_BW_TYPE_NONE = 0,
     OV_GPON_BW_TYPE_1 = 1,
@@ -38,6 +44,7 @@ enum ov_gpon_bw_type_t : int32_t {
     OV_GPON_BW_TYPE_MAX = 6,
 };
 
+// What a service port does to the tags of a frame.
 enum ov_vlan_action_e : int32_t {
     ovVlanActionNone = 0,
     ovVlanActionXparent = 0,
@@ -54,6 +61,7 @@ enum ov_vlan_action_e : int32_t {
     ovVlanActionCount = 11,
 };
 
+// Where the priority of a tag comes from.
 enum ov_vlan_prio_action_e : int32_t {
     ovVlanPrioActionNone = 0,
     ovVlanPrioActionCopy = 1,
@@ -62,6 +70,7 @@ enum ov_vlan_prio_action_e : int32_t {
     ovVlanPrioActionCount = 4,
 };
 
+// Progress of a firmware upgrade of an ONU.
 enum OV_CPM_CFG_IMAGE_STATUS_E : int32_t {
     OV_CPM_CFG_IMAGE_NULL = 0,
     OV_CPM_CFG_IMAGE_START_DOWNLOAD = 1,
@@ -80,6 +89,7 @@ enum OV_CPM_CFG_IMAGE_STATUS_E : int32_t {
     OV_CPM_CFG_IMAGE_MAX = 14,
 };
 
+// Kinds of UNI.
 enum ov_gpon_rmuni_type_t : int32_t {
     OV_GPON_RMUNI_TYPE_NONE = -1,
     OV_GPON_RMUNI_TYPE_ETH = 0,
@@ -90,6 +100,8 @@ enum ov_gpon_rmuni_type_t : int32_t {
     OV_GPON_RMUNI_TYPE_LAST = 5,
 };
 
+// Bridging and mapping model of a flow (ITU-T G.988): N or 1 bridge ports, mapped by priority (P) or not by
+// it alone (MP).
 enum ov_gpon_rm_bridge_mode_t : int32_t {
     OV_GPON_RM_BRIDGE_MODE_NONE = 0,
     OV_GPON_RM_BRIDGE_MODE_N_P = 1,
@@ -99,6 +111,7 @@ enum ov_gpon_rm_bridge_mode_t : int32_t {
     OV_GPON_RM_BRIDGE_MODE_INVALID = 5,
 };
 
+// How the frames of a service inside an ONU are told apart. The spelling TRANSPARNT is known to the cards.
 enum ov_gpon_rm_service_type_t : int32_t {
     OV_GPON_RM_SERVICE_NONE = 0,
     OV_GPON_RM_SERVICE_VLAN = 1,
@@ -110,6 +123,7 @@ enum ov_gpon_rm_service_type_t : int32_t {
     OV_GPON_RM_SERVICE_INVALID = 7,
 };
 
+// VLAN handling at a UNI. The spelling ACESS is known to the cards.
 enum ov_gpon_vlan_mode_t : int32_t {
     OV_GPON_VLAN_MODE_DISCARD = 1,
     OV_GPON_VLAN_MODE_ACESS = 2,
@@ -120,6 +134,7 @@ enum ov_gpon_vlan_mode_t : int32_t {
     OV_GPON_VLAN_MODE_LAST = 7,
 };
 
+// What happens to the tag of multicast frames at a UNI.
 enum ov_gpon_rmmcast_vlan_action_t : int32_t {
     OV_GPON_RMMCAST_VLAN_ACTION_NONE = 0,
     OV_GPON_RMMCAST_VLAN_ACTION_TRANSPARENT = 1,
@@ -129,6 +144,7 @@ enum ov_gpon_rmmcast_vlan_action_t : int32_t {
     OV_GPON_RMMCAST_VLAN_ACTION_LAST = 5,
 };
 
+// Multicast of an ONU.
 enum ov_gpon_mcast_mode_t : int32_t {
     OV_GPON_MCAST_MODE_DISABLE = 0,
     OV_GPON_MCAST_MODE_IGMP_SNOOPING = 1,
@@ -136,6 +152,7 @@ enum ov_gpon_mcast_mode_t : int32_t {
     OV_GPON_MCAST_MODE_LAST = 3,
 };
 
+// Multicast protocol; MLD counts on behind IGMP.
 enum ov_gpon_igmp_version_t : int32_t {
     OV_GPON_IGMP_VERSION_NONE = 0,
     OV_GPON_IGMP_VERSION_1 = 1,

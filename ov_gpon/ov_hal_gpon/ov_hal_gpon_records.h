@@ -26,7 +26,3 @@
 #define HAL_END(record) };
 // clang-format on
 #include "records/all.def"
-#undef HAL_RECORD
-#undef HAL_FIELD
-#undef HAL_PAD
-#undef HAL_END

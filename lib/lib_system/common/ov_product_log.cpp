@@ -15,6 +15,7 @@
 namespace {
 
 constexpr size_t LINE_SIZE = 10000; // bytes of a formatted line with its terminator; longer ones are cut
+constexpr size_t SHORT_LINE_SIZE = 512; // a line that fits into this allocates no memory
 
 constexpr std::array<const char*, 8> LIBRARY_LOGS = {"lib",    "halmsg", "ipcmsg",    "pondrv",
                                                      "reboot", "snmpd",  "clientcmd", "cmdhistory"};
@@ -38,20 +39,33 @@ const char* library_handle(const char* name) {
     return found != LIBRARY_LOGS.end() ? *found : nullptr;
 }
 
-// The line lives on the heap: threads may run on stacks of 16000 bytes.
+void write_text(const char* lib, const Origin& origin, int level, const char* module, const char* text,
+                Tap tap) {
+    if (tap != nullptr)
+        tap(level, module, text);
+    if (level >= OV_LOG_LVL_ERROR)
+        ov_error_ring_add(level, module, text);
+    ov_log_util(lib, level, module, origin.file, origin.line, origin.func, text);
+}
+
+// A long line lives on the heap: threads may run on stacks of 16000 bytes.
 __attribute__((format(printf, 5, 0))) void write_line(const char* lib, const Origin& origin, int level,
                                                       const char* module, const char* fmt, va_list args,
                                                       Tap tap = nullptr) {
-    std::unique_ptr<char[]> text(new (std::nothrow) char[LINE_SIZE]);
-    if (!text || fmt == nullptr)
+    if (fmt == nullptr)
         return;
-    if (vsnprintf(text.get(), LINE_SIZE, fmt, args) < 0)
-        return;
-    if (tap != nullptr)
-        tap(level, module, text.get());
-    if (level >= OV_LOG_LVL_ERROR)
-        ov_error_ring_add(level, module, text.get());
-    ov_log_util(lib, level, module, origin.file, origin.line, origin.func, text.get());
+    std::array<char, SHORT_LINE_SIZE> line;
+    va_list again;
+    va_copy(again, args);
+    const int length = vsnprintf(line.data(), line.size(), fmt, args);
+    if (length >= 0 && static_cast<size_t>(length) < line.size()) {
+        write_text(lib, origin, level, module, line.data(), tap);
+    } else if (length >= 0) {
+        const std::unique_ptr<char[]> text(new (std::nothrow) char[LINE_SIZE]);
+        if (text && vsnprintf(text.get(), LINE_SIZE, fmt, again) >= 0)
+            write_text(lib, origin, level, module, text.get(), tap);
+    }
+    va_end(again);
 }
 
 } // namespace

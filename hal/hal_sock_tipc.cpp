@@ -1,0 +1,303 @@
+#include "hal_sock_tipc.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+
+#include <sched.h>
+#include <unistd.h>
+
+#include "hal_debug.h"
+#include "hal_recv_tipc.h"
+#include "hal_slot.h"
+#include "ov_product.h"
+#include "ov_product_log.h"
+#include "ov_slot.h"
+#include "ov_types.h"
+
+IPC_APP_CB_T* g_agent_msg_tx_cb = nullptr;
+IPC_APP_CB_T* g_agent_msg_rx_cb = nullptr;
+
+namespace {
+
+// How long a one-way message waits for room at a card that doesn't keep up.
+constexpr std::chrono::milliseconds SEND_PATIENCE{500};
+constexpr int SEND_YIELDS = 64;              // tries that only give way to others ...
+constexpr useconds_t SEND_PAUSE_USEC = 50;   // ... before each further one sleeps
+
+int g_debug_flag = 0;
+// Slots (slot N at bit N) whose card used up that patience: it isn't waited for again before a message gets
+// through, so that a card that hangs holds the event loop up once and not once a message.
+slot_bitmap_t g_congested_slots = 0;
+
+// A message's way to an agent, for log lines.
+struct Leg {
+    int type;
+    int length;
+    int sub_id;
+};
+
+Leg leg_to(const hal_nlmsghdr& message, unsigned msg_size, unsigned slot) {
+    return {.type = message.nlmsg_type,
+            .length = static_cast<int>(msg_size),
+            .sub_id = _hal_tipc_get_app_slotid(IPC_SERVICE_PACKT_SWITCH_AGENT, static_cast<int>(slot))};
+}
+
+// Puts a message into a cleared frame; the frame's length.
+int fill_frame(hal_frame_t& frame, const hal_nlmsghdr& message, unsigned msg_size, uint32_t topic) {
+    const auto len = static_cast<uint32_t>(sizeof(PKTMSG_HDR_T) + msg_size);
+    std::memcpy(reinterpret_cast<unsigned char*>(&frame) + offsetof(hal_frame_t, nlhdr), &message, msg_size);
+    frame.nlhdr.nlmsg_pid = HAL_CPMU;
+    frame.hdr.msg_topic = topic;
+    frame.hdr.msg_cmd = message.nlmsg_type.value();
+    frame.hdr.msg_count = 1;
+    frame.hdr.msg_len = len;
+    if (g_debug_flag)
+        hal_debug_frame("send", frame);
+    return static_cast<int>(len);
+}
+
+// A message to a card has come back to this socket, as happens when a card has gone. It isn't the one that was
+// just sent, which counts as sent.
+int take_returned(const Leg& leg) {
+    IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
+    ipc_header header = {};
+    hal_frame_t returned = {};
+    const int rc = ipc_receive_nonblock(cb, &header, &returned, IPC_MAX_MSG_SIZE);
+    if (rc >= 0) {
+        OV_LOG_INFO("LIB",
+                    "### Send sync message Num[%u] nhtype[%d] length[%d] to [%d] return error code: %d %s. "
+                    "Total failed count %u",
+                    cb->num_sync_send, leg.type, leg.length, leg.sub_id, rc, ipcGetErrorCodeStr(rc),
+                    cb->num_sync_send_fail);
+        return 0;
+    }
+    if (rc == IPC_RC_MSG_RTRNED) {
+        OV_LOG_INFO("LIB",
+                    "Send sync message Num[%u] nhtype[%d] length[%d] to [%d]Total sync returned message %u "
+                    "cmd[%u]",
+                    cb->num_sync_send, leg.type, leg.length, leg.sub_id, cb->num_sync_send_return,
+                    returned.hdr.msg_cmd.value());
+        return 0;
+    }
+    OV_LOG_ERROR("LIB", "Send sync message nhtype[%d] to [%d]: no returned message: %d:%s", leg.type,
+                 leg.sub_id, rc, ipcGetErrorCodeStr(rc));
+    return rc;
+}
+
+// Copies a reply of `received` bytes over the request it answers, never beyond the request's length whatever
+// the lengths in it say. The agent's return code, or KAVO_ERR for a reply that can't be one.
+int accept_reply(hal_nlmsghdr* message, unsigned msg_size, hal_frame_t& reply, size_t received) {
+    const size_t request_len = sizeof(PKTMSG_HDR_T) + msg_size;
+    if (received < sizeof(PKTMSG_HDR_T)) {
+        OV_LOG_ERROR("LIB", "Reply message of %zu bytes is too short", received);
+        return KAVO_ERR;
+    }
+    if (g_debug_flag)
+        hal_debug_frame("reply", reply);
+    if (reply.hdr.msg_len > request_len) {
+        OV_LOG_ERROR("LIB", "Reply message len %u is greater than request message len %zu",
+                     reply.hdr.msg_len.value(), request_len);
+        return KAVO_ERR;
+    }
+    const size_t present = received - sizeof(PKTMSG_HDR_T);
+    const size_t claimed = present < sizeof(hal_nlmsghdr) ? 0 : reply.nlhdr.nlmsg_len.value();
+    const uint32_t slot = message->nlmsg_pid;
+    reply.nlhdr.nlmsg_pid = slot;
+    std::memcpy(static_cast<void*>(message),
+                reinterpret_cast<const unsigned char*>(&reply) + offsetof(hal_frame_t, nlhdr),
+                std::min({claimed, present, size_t{msg_size}}));
+    return reply.hdr.retcode;
+}
+
+// Sends a frame, giving a card that doesn't keep up some time to do so.
+int send_async_patiently(const hal_frame_t& frame, int frame_len, int sub_id, slot_bitmap_t slot_bit) {
+    int rc = ipc_send_async_msg(g_agent_msg_tx_cb, static_cast<uint32_t>(sub_id), &frame, frame_len);
+    if (rc == IPC_RC_SND_BUFF_FULL && !(g_congested_slots & slot_bit)) {
+        const auto until = std::chrono::steady_clock::now() + SEND_PATIENCE;
+        for (int tries = 0; rc == IPC_RC_SND_BUFF_FULL && std::chrono::steady_clock::now() < until; ++tries) {
+            if (tries < SEND_YIELDS)
+                sched_yield();
+            else
+                usleep(SEND_PAUSE_USEC);
+            rc = ipc_send_async_msg(g_agent_msg_tx_cb, static_cast<uint32_t>(sub_id), &frame, frame_len);
+        }
+    }
+    if (rc == IPC_RC_SND_BUFF_FULL)
+        g_congested_slots |= slot_bit;
+    else
+        g_congested_slots &= ~slot_bit;
+    return rc;
+}
+
+bool slot_number_ok(const hal_nlmsghdr& message, uint32_t slot) {
+    if (slot <= ov_slot_get_max_slot_num())
+        return true;
+    OV_LOG_ERROR("LIB", "message nhtype[%d] have bad slot_id %u", message.nlmsg_type.value(), slot);
+    return false;
+}
+
+bool is_active(uint32_t slot) {
+    return hal_slot_active_flag_check(static_cast<unsigned short>(slot)) != 0;
+}
+
+// A card that can't do what it is asked says so with this code, and callers want to know; any other code is
+// just a failure to them.
+bool is_refusal(int result) {
+    return result != 0 && result != OV_GPON_RET_NOT_SUPPORT;
+}
+
+unsigned send_sync_to_slot(hal_nlmsghdr* nlhdr, uint32_t slot) {
+    if (!slot_number_ok(*nlhdr, slot))
+        return KAVO_ERR;
+    if (!is_active(slot)) // configuration goes on while a card is away: the card is told when it is back
+        return KAVO_OK;
+    const int type = nlhdr->nlmsg_type;
+    const int result = _hal_tipc_send_syncmsg(nlhdr, nlhdr->nlmsg_len);
+    if (!is_refusal(result))
+        return static_cast<unsigned>(result);
+    OV_LOG_ERROR("LIB", "sync message nhtype[%d] to slot %u return %d", type, slot, result);
+    return KAVO_ERR;
+}
+
+// The buffer ends up with the reply of the last card.
+unsigned broadcast_sync(hal_nlmsghdr* nlhdr) {
+    const unsigned size = nlhdr->nlmsg_len;
+    const int type = nlhdr->nlmsg_type;
+    hal_msg_t copy;
+    std::memcpy(static_cast<void*>(&copy), nlhdr, size);
+    int failed = 0;
+    for (uint32_t slot = ov_slot_get_min_slot_num(); slot <= ov_slot_get_max_slot_num(); ++slot) {
+        if (!is_active(slot))
+            continue;
+        std::memcpy(static_cast<void*>(nlhdr), &copy, size);
+        nlhdr->nlmsg_pid = slot;
+        const int result = _hal_tipc_send_syncmsg(nlhdr, size);
+        if (!is_refusal(result))
+            continue;
+        ++failed;
+        OV_LOG_ERROR("LIB", "sync broadcast message nhtype[%d] to slot %u return %d", type, slot, result);
+    }
+    if (failed == 0)
+        return KAVO_OK;
+    OV_LOG_ERROR("LIB", "Total %d send failed", failed);
+    return KAVO_ERR;
+}
+
+IPC_APP_CB_T* register_name(unsigned service, int sub_id, int rx_service, const char* complaint) {
+    IPC_APP_CB_T* cb =
+        ipc_app_cb_init(service, static_cast<uint32_t>(sub_id), 0, _hal_tipc_non_reply_callback);
+    if (!cb) {
+        OV_LOG_ERROR("LIB", "%s", complaint);
+        exit(1);
+    }
+    cb->timeout = rx_service == IPC_SERVICE_PACKT_GPON ? HAL_REPLY_TIMEOUT : 0;
+    return cb;
+}
+
+} // namespace
+
+void hal_init_tipc(unsigned module, struct thread_master* master, hal_recv_handle recv) {
+    const int service = hal_module_info_get(module).service;
+    if (service == 0) {
+        OV_LOG_ERROR("LIB", "UNKOWN module %u! APP init ipc failed, exiting!", module);
+        exit(1);
+    }
+    OV_LOG_INFO("LIB", "module [%u]  rx_module_id [%d] start recv background timer.", module, service);
+    const int sub_id = _hal_tipc_get_app_slotid(service, static_cast<int>(ov_product_slot_id_get()));
+    g_agent_msg_tx_cb = register_name(IPC_SERVICE_PACKT_SWITCH_AGENT, sub_id, service,
+                                      "IPC Registration Client message handler failed, exiting!");
+    g_agent_msg_rx_cb = register_name(static_cast<unsigned>(service), sub_id, service,
+                                      "IPC Registration server message handler failed, exiting!");
+    if (hal_init_tipc_recv(service, sub_id, g_agent_msg_rx_cb->ipcHandle) != 0) {
+        OV_LOG_ERROR("LIB", "IPC cpm_hal_init_tipc_recv 2 failed, exiting!");
+        exit(1);
+    }
+    if (recv)
+        hal_tipc_start_recv_timer(master, recv);
+}
+
+int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size) {
+    IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
+    const Leg leg = leg_to(*message, msg_size, message->nlmsg_pid);
+    hal_frame_t request = {};
+    hal_frame_t reply = {};
+    const int request_len = fill_frame(request, *message, msg_size, HAL_FRAME_SYNC);
+    const int rc = ipc_send_sync_msg(cb, static_cast<uint32_t>(leg.sub_id), &request, request_len, &reply,
+                                     IPC_MAX_MSG_SIZE);
+    if (rc == IPC_RC_RTRNED_MSG_WAITING)
+        return take_returned(leg);
+    if (rc < 0) {
+        OV_LOG_ERROR("LIB",
+                     "Send sync message Num[%u] nhtype[%d] length [%d] to [%d] fail. TIPC return code: %d:%s. "
+                     "Total failed count %u",
+                     cb->num_sync_send, leg.type, leg.length, leg.sub_id, rc, ipcGetErrorCodeStr(rc),
+                     cb->num_sync_send_fail);
+        return rc;
+    }
+    return accept_reply(message, msg_size, reply, static_cast<size_t>(rc));
+}
+
+int _hal_tipc_send_asyncmsg(const hal_nlmsghdr* message, unsigned msg_size, unsigned slot) {
+    IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
+    const Leg leg = leg_to(*message, msg_size, slot);
+    hal_frame_t frame = {};
+    const int frame_len = fill_frame(frame, *message, msg_size, HAL_FRAME_ASYNC);
+    const int rc = send_async_patiently(frame, frame_len, leg.sub_id, slot_bitmap_t{1} << (slot & 31));
+    if (rc == IPC_RC_RTRNED_MSG_WAITING) // the IPC has taken the returned message already
+        OV_LOG_INFO("LIB", "Send async message Num[%u] nhtype[%d] length[%d] to [%d] return %s",
+                    cb->num_async_send, leg.type, leg.length, leg.sub_id, ipcGetErrorCodeStr(rc));
+    else if (rc < 0)
+        OV_LOG_ERROR("LIB",
+                     "Send async message Num[%u] nhtype[%d] length [%d] to [%d] fail. TIPC return code: "
+                     "%d:%s. Total failed count %u",
+                     cb->num_async_send, leg.type, leg.length, leg.sub_id, rc, ipcGetErrorCodeStr(rc),
+                     cb->num_async_send_fail);
+    return rc;
+}
+
+unsigned hal_send_sync_tipc(hal_nlmsghdr* nlhdr) {
+    if (!g_agent_msg_tx_cb) {
+        OV_LOG_ERROR("LIB", "g_agent_msg_tx_cb is not initialed, msg type=%d", nlhdr->nlmsg_type.value());
+        return KAVO_ERR;
+    }
+    if (ov_product_ha_recoverying_flag_get())
+        return KAVO_OK;
+    const uint32_t slot = nlhdr->nlmsg_pid;
+    return slot != 0 ? send_sync_to_slot(nlhdr, slot) : broadcast_sync(nlhdr);
+}
+
+unsigned hal_send_async_tipc(const hal_nlmsghdr* nlhdr) {
+    if (!g_agent_msg_tx_cb) {
+        OV_LOG_ERROR("LIB", "g_agent_msg_tx_cb is not initialed");
+        return KAVO_ERR;
+    }
+    if (ov_product_ha_recoverying_flag_get())
+        return KAVO_OK;
+    const uint32_t slot = nlhdr->nlmsg_pid;
+    if (!slot_number_ok(*nlhdr, slot))
+        return KAVO_ERR;
+    const uint32_t first = slot != 0 ? slot : ov_slot_get_min_slot_num();
+    const uint32_t last = slot != 0 ? slot : ov_slot_get_max_slot_num();
+    for (uint32_t to = first; to <= last; ++to)
+        if (is_active(to))
+            _hal_tipc_send_asyncmsg(nlhdr, nlhdr->nlmsg_len, to); // a failure is logged, and that's all
+    return KAVO_OK;
+}
+
+int _hal_tipc_non_reply_callback(void* msg_ptr, int /*msg_size*/, int rtrned_msg) {
+    if (!g_debug_flag)
+        return 0;
+    ipc_header header;
+    std::memcpy(static_cast<void*>(&header), msg_ptr, sizeof header);
+    OV_LOG_DEBUG("LIB", "!Oh, got a non reply, %s message, here it its header:\n",
+                 rtrned_msg ? "returned" : ipcGetMsgTypeStr(header.msg_type));
+    ipcShowIpcHeader(&header);
+    OV_LOG_DEBUG("LIB", "Let the ipcSyncSend() continue wait for a matching IPC_REPLY");
+    return 0;
+}
+
+void hal_sock_tipc_debug_flag_set(int debug_flag) {
+    g_debug_flag = debug_flag;
+}

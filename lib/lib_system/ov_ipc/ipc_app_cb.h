@@ -1,0 +1,53 @@
+// Control blocks: what a daemon keeps for one name that it talks under. Messages of up to 2048 bytes, no
+// free bytes in front needed, counters kept. Any thread; calls on one block take turns (a sync send that
+// waits holds the others up).
+#pragma once
+
+#include "ipcApi.h"
+
+typedef struct ipc_app_cb {
+    int ipcHandle;
+    uint32_t serv_id;        // registered under, and where messages go
+    uint32_t my_slot_app_id; // own sub id
+    int timeout;             // seconds that a sync send waits; 1 after ipc_app_cb_init, 0 means 5
+    ipc_non_reply_callback_t non_reply_callback;
+
+    uint32_t num_sync_send;
+    uint32_t num_sync_send_fail;
+    uint32_t num_sync_send_return;
+    uint32_t num_async_send;
+    uint32_t num_async_send_fail;
+    uint32_t num_async_send_return;
+    uint32_t num_mcast_send;
+    uint32_t num_mcast_send_fail;
+    uint32_t num_recv;
+} IPC_APP_CB_T;
+
+// Registers the name and gives its control block, null when that fails (logged). `callback` may be null;
+// see ipc_non_reply_callback_t. Freed with ipc_app_cb_destroy.
+IPC_APP_CB_T* ipc_app_cb_init(uint32_t serv_id, uint32_t sub_id, uint32_t flags,
+                              ipc_non_reply_callback_t callback);
+// Gives the name back. Null is allowed.
+void ipc_app_cb_destroy(IPC_APP_CB_T* cb);
+
+// Sends a request to (cb->serv_id, sub) and copies the reply into `reply` (at most `reply_size` bytes).
+// Returns the reply's length or a negative ipc_rc: IPC_RC_FAILED for a message above 2048 bytes (or a null or
+// negative argument), IPC_RC_MSG_TOO_LONG for a reply that doesn't fit, IPC_RC_RTRNED_MSG_WAITING when an
+// older message has come back (the request was sent, its reply isn't awaited; take the returned message with
+// ipc_receive_nonblock), else as ipcSyncSend.
+int ipc_send_sync_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size, void* reply, int reply_size);
+
+// Sends a one-way message to (cb->serv_id, sub). A message that comes back is tried once more after a
+// millisecond. IPC_RC_RTRNED_MSG_WAITING means sent, and that an older message had come back: it has been
+// TAKEN already, so don't wait for it again. Ends the process with status 1 on IPC_RC_UNEXPECTED. Over 2048
+// bytes: IPC_RC_FAILED.
+int ipc_send_async_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size);
+
+// One-way message to the sub ids from low to high of cb->serv_id.
+int ipc_send_mcast_msg(IPC_APP_CB_T* cb, uint32_t low_sub, uint32_t high_sub, const void* msg, int size);
+
+// Takes one message, waiting up to a second. Returns its length, IPC_RC_MSG_RTRNED for one of our own that
+// came back (it is in header and buf all the same), IPC_RC_MSG_TOO_LONG for one that doesn't fit, or
+// IPC_RC_NO_MESSAGE. ENDS THE PROCESS with status 1 on any other result, and a second without a message is
+// one (IPC_RC_TIMEOUT): call it when something is known to wait.
+int ipc_receive_nonblock(IPC_APP_CB_T* cb, ipc_header* header, void* buf, int size);

@@ -1,0 +1,119 @@
+// Sockets of the named IPC, below registrations and headers: a name is bound, frames go to names, frames that
+// couldn't be delivered come back at the send side.
+//
+// Two carriers: "tipc" (AF_TIPC) and "unix" (Unix datagrams under abstract names, for kernels without TIPC).
+// The environment variable OV_IPC_CARRIER chooses; unset means tipc, or unix with one notice in the log when
+// the kernel has no TIPC. One frame is one datagram and the same bytes on both.
+//
+// Nothing here allocates memory. A registration's send and receive sides may be used by different threads.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+inline constexpr uint32_t WI_IPC_TYPE_BASE = 19000; // type of a name = service id + this
+
+// The largest frame that TIPC carries; the unix carrier refuses longer ones too.
+inline constexpr size_t WI_IPC_MAX_FRAME = 66000;
+inline constexpr int WI_IPC_SOCKET_BUFFER = 0xa0000; // bytes, each way
+
+struct wi_ipc_name {
+    uint32_t type;
+    uint32_t instance;
+};
+
+class WiIpcCarrier;
+
+// The sockets of one registered name.
+struct wi_ipc_register_result_st {
+    const WiIpcCarrier* carrier = nullptr;
+    int rcv_sock = -1; // bound to the name
+    int snd_sock = -1; // unbound; TIPC's returned messages arrive here
+    // Frames that came back by the answer of the send call itself: a datagram socket pair, so that they
+    // can be waited for, peeked at and taken like those that the kernel brings.
+    int returned_rd = -1;
+    int returned_wr = -1;
+
+    // Receivers that let a send wait in vain, by the low bits of their instance: sends to them don't wait
+    // again until one gets through. 0 for none. The unix carrier's.
+    std::array<std::atomic<uint64_t>, 32> stalled = {};
+};
+
+// Where a frame goes that is received: the header apart from the message.
+struct wi_ipc_frame_buffer {
+    std::span<uint8_t> header;
+    std::span<uint8_t> message;
+};
+
+// What became of a receive call.
+struct wi_ipc_received {
+    int error;     // 0 or an errno; EAGAIN for nothing there
+    size_t length; // bytes of the frame, which may be more than the buffers hold
+};
+
+// What differs between the carriers. All functions give 0 or an errno.
+class WiIpcCarrier {
+public:
+    virtual ~WiIpcCarrier() = default;
+    virtual const char* name() const = 0;
+    // Opens rcv_sock, bound, and snd_sock, both close-on-exec.
+    virtual int open_sockets(const wi_ipc_name& own, wi_ipc_register_result_st& reg) const = 0;
+    // Importance, buffer sizes, and that undeliverable messages come back.
+    virtual int set_options(const wi_ipc_register_result_st& reg) const = 0;
+    // One datagram to a name. A name that nobody has is success, and the frame is at the send side.
+    virtual int send(wi_ipc_register_result_st& reg, const wi_ipc_name& to,
+                     std::span<const uint8_t> frame) const = 0;
+    // One datagram to each instance from low to high that is bound.
+    virtual int send_mcast(wi_ipc_register_result_st& reg, uint32_t type, uint32_t low, uint32_t high,
+                           std::span<const uint8_t> frame) const = 0;
+    // A returned frame that the kernel brought to the send socket. peek leaves it there.
+    virtual wi_ipc_received take_returned(const wi_ipc_register_result_st& reg,
+                                          const wi_ipc_frame_buffer& buffer, bool peek) const = 0;
+    // Frames that wait at rcv_sock.
+    virtual int queue_depth(const wi_ipc_register_result_st& reg, uint32_t& depth) const = 0;
+};
+
+const WiIpcCarrier& wi_ipc_tipc_carrier();
+const WiIpcCarrier& wi_ipc_unix_carrier();
+// Whether this kernel has TIPC.
+bool wi_ipc_have_tipc();
+// The carrier by OV_IPC_CARRIER; null with a line in the log for a value that is neither.
+const WiIpcCarrier* wi_ipc_choose_carrier();
+
+// Opens the sockets of a name into an empty registration. 0 or an errno (EADDRINUSE: the name is bound;
+// EAFNOSUPPORT: no TIPC; EINVAL: no such carrier); on failure nothing stays open.
+int wi_ipc_register(uint32_t serv_id, uint32_t sub_id, wi_ipc_register_result_st& reg);
+// Closes what is open.
+void wi_ipc_unregister(wi_ipc_register_result_st& reg);
+// Closes `to` and moves the sockets of `from` into it.
+void wi_ipc_move(wi_ipc_register_result_st& to, wi_ipc_register_result_st& from);
+
+int wi_ipc_send(wi_ipc_register_result_st& reg, uint32_t serv_id, uint32_t sub_id,
+                std::span<const uint8_t> frame);
+int wi_ipc_send_mcast(wi_ipc_register_result_st& reg, uint32_t serv_id, uint32_t low, uint32_t high,
+                      std::span<const uint8_t> frame);
+
+enum wi_ipc_ready : unsigned { WI_IPC_NOTHING = 0, WI_IPC_RETURNED = 1, WI_IPC_MESSAGE = 2 };
+// Waits until a frame is there: a set of wi_ipc_ready, or WI_IPC_NOTHING at the deadline (none: for ever).
+// Signals don't end the wait.
+unsigned wi_ipc_wait(const wi_ipc_register_result_st& reg,
+                     std::optional<std::chrono::steady_clock::time_point> deadline);
+
+// Take a frame without waiting.
+wi_ipc_received wi_ipc_receive(const wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer);
+wi_ipc_received wi_ipc_take_returned(const wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer,
+                                     bool peek);
+
+// Puts a frame at the send side as returned. When too many wait there already it is dropped with a line in
+// the log.
+void wi_ipc_give_back(const wi_ipc_register_result_st& reg, std::span<const uint8_t> frame);
+
+// Receives one datagram of a socket without waiting; flags as for recvmsg.
+wi_ipc_received wi_ipc_receive_from(int sock, const wi_ipc_frame_buffer& buffer, int flags);
+// Sets both socket buffers to WI_IPC_SOCKET_BUFFER, or what the system allows.
+int wi_ipc_set_buffers(int sock);

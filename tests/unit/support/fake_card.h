@@ -1,0 +1,179 @@
+// A line card's agent written against the wire alone: raw datagram sockets and bytes, nothing of the daemon's
+// libraries. It answers in a thread of its own, as a test tells it to.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace wire {
+
+using Bytes = std::vector<uint8_t>;
+
+// Offsets in a datagram.
+inline constexpr size_t IPC = 28;          // the IPC header's length
+inline constexpr size_t FRAME = IPC;       // the frame's head
+inline constexpr size_t NL = IPC + 36;     // the message's head
+inline constexpr size_t PAYLOAD = NL + 16; // its payload
+
+inline uint32_t get32(const Bytes& b, size_t at) {
+    return at + 4 > b.size() ? 0xdeadbeef
+                             : uint32_t(b[at]) << 24 | uint32_t(b[at + 1]) << 16 | uint32_t(b[at + 2]) << 8 |
+                                   b[at + 3];
+}
+inline uint16_t get16(const Bytes& b, size_t at) {
+    return at + 2 > b.size() ? 0xdead : uint16_t(b[at] << 8 | b[at + 1]);
+}
+inline void put32(Bytes& b, size_t at, uint32_t value) {
+    if (b.size() < at + 4)
+        b.resize(at + 4);
+    for (int n = 0; n < 4; n++)
+        b[at + size_t(n)] = uint8_t(value >> (24 - 8 * n));
+}
+inline void put16(Bytes& b, size_t at, uint16_t value) {
+    if (b.size() < at + 2)
+        b.resize(at + 2);
+    b[at] = uint8_t(value >> 8);
+    b[at + 1] = uint8_t(value);
+}
+
+// The address of a name on the carrier for machines without TIPC.
+struct Address {
+    sockaddr_un un = {};
+    socklen_t len = 0;
+
+    Address(uint32_t service, uint32_t sub_id) {
+        const std::string text = "ov_ipc/" + std::to_string(service + 19000) + "/" + std::to_string(sub_id);
+        un.sun_family = AF_UNIX;
+        std::memcpy(un.sun_path + 1, text.data(), text.size());
+        len = socklen_t(offsetof(sockaddr_un, sun_path) + 1 + text.size());
+    }
+    const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&un); }
+};
+
+inline Bytes ipc_header(uint32_t type, uint32_t service, uint32_t sub_id, uint32_t id) {
+    Bytes b(IPC);
+    const uint32_t words[] = {0xface01bc, 0, type, service, sub_id, id, 1};
+    for (size_t n = 0; n < 7; n++)
+        put32(b, n * 4, words[n]);
+    return b;
+}
+
+// A one-way message of a card with truthful lengths.
+inline Bytes event(uint32_t slot, uint16_t type, const Bytes& payload) {
+    Bytes b = ipc_header(0, 101, 10100 + slot, 77);
+    b.resize(PAYLOAD + payload.size());
+    put32(b, FRAME, 2);
+    put32(b, FRAME + 8, type);
+    put32(b, FRAME + 12, 1);
+    put32(b, FRAME + 20, uint32_t(b.size() - FRAME));
+    put32(b, NL, uint32_t(b.size() - NL));
+    put16(b, NL + 4, type);
+    std::copy(payload.begin(), payload.end(), b.begin() + PAYLOAD);
+    return b;
+}
+
+} // namespace wire
+
+class FakeCard {
+public:
+    using Bytes = wire::Bytes;
+    using Behaviour = std::function<void(FakeCard&, const Bytes& request)>;
+
+    // Answers each request with itself, the return code 0.
+    static void agree(FakeCard& card, const Bytes& request) { card.reply(request, 0); }
+    static void be_silent(FakeCard& /*card*/, const Bytes& /*request*/) {}
+
+    explicit FakeCard(uint32_t slot, Behaviour on_request = agree)
+        : slot_(slot), on_request_(std::move(on_request)) {
+        fd_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        const wire::Address name(101, 10100 + slot);
+        EXPECT_EQ(bind(fd_, name.get(), name.len), 0) << strerror(errno);
+        thread_ = std::thread([this] { serve(); });
+    }
+    ~FakeCard() {
+        stop_ = true;
+        thread_.join();
+        close(fd_);
+    }
+    FakeCard(const FakeCard&) = delete;
+    FakeCard& operator=(const FakeCard&) = delete;
+
+    uint32_t slot() const { return slot_; }
+    void behave(Behaviour on_request) {
+        const std::lock_guard lock(mutex_);
+        on_request_ = std::move(on_request);
+    }
+    std::vector<Bytes> seen() const {
+        const std::lock_guard lock(mutex_);
+        return seen_;
+    }
+    // Waits for so many messages in all, two seconds at most.
+    std::vector<Bytes> wait_for(size_t count) const {
+        for (int n = 0; n < 2000 && seen().size() < count; n++)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return seen();
+    }
+
+    // The reply that a well-behaved card gives: the request's frame with a return code.
+    Bytes reply_to(const Bytes& request, uint32_t retcode) const {
+        Bytes b = wire::ipc_header(2, 101, 10100 + slot_, wire::get32(request, 20));
+        b.insert(b.end(), request.begin() + wire::IPC, request.end());
+        wire::put32(b, wire::FRAME + 28, retcode);
+        return b;
+    }
+    void reply(const Bytes& request, uint32_t retcode) { answer(request, reply_to(request, retcode)); }
+    // Any bytes to whoever sent the request.
+    void answer(const Bytes& request, const Bytes& bytes) {
+        send_to(wire::get32(request, 12), wire::get32(request, 16), bytes);
+    }
+    void send_to(uint32_t service, uint32_t sub_id, const Bytes& bytes) {
+        const wire::Address to(service, sub_id);
+        EXPECT_EQ(sendto(fd_, bytes.data(), bytes.size(), 0, to.get(), to.len), ssize_t(bytes.size()))
+            << strerror(errno);
+    }
+
+private:
+    void serve() {
+        while (!stop_) {
+            pollfd p = {.fd = fd_, .events = POLLIN, .revents = 0};
+            if (poll(&p, 1, 10) <= 0)
+                continue;
+            Bytes request(4096);
+            const ssize_t got = recv(fd_, request.data(), request.size(), 0);
+            if (got < 0)
+                continue;
+            request.resize(size_t(got));
+            Behaviour act;
+            {
+                const std::lock_guard lock(mutex_);
+                seen_.push_back(request);
+                act = on_request_;
+            }
+            if (request.size() >= wire::PAYLOAD && wire::get32(request, 8) == 1)
+                act(*this, request);
+        }
+    }
+
+    uint32_t slot_;
+    mutable std::mutex mutex_;
+    Behaviour on_request_;
+    std::vector<Bytes> seen_;
+    int fd_ = -1;
+    std::atomic<bool> stop_ = false;
+    std::thread thread_;
+};
