@@ -27,16 +27,16 @@
 static uint64_t allocations;
 
 // Replaced to count; what they give is malloc's.
-void* operator new(size_t size) {
+[[gnu::noinline]] void* operator new(size_t size) {
     allocations++;
     if (void* memory = malloc(size))
         return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     free(memory);
 }
-void operator delete(void* memory, size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, size_t /*size*/) noexcept {
     free(memory);
 }
 
