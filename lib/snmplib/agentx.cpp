@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <list>
-#include <mutex>
 
 #include "agentx_link.h"
 #include "agentx_setup.h"
@@ -16,7 +16,7 @@ int agentx_timeout_flags = 0;
 
 namespace {
 
-int agentx_enabled = 0; // 1 when notifications may be sent
+std::atomic<int> agentx_enabled = 0; // 1 when notifications may be sent
 struct thread_master* agentx_tm = nullptr;
 struct thread* timeout_thr = nullptr;
 std::array<struct thread*, AGENTX_FD_MAX> agentx_snmp_read_threads{}; // by descriptor
@@ -225,6 +225,14 @@ void smux_register_mib(const char* descr, struct variable* var, size_t width, in
 
 int agentx_is_enabled() {
     return agentx_enabled;
+}
+
+struct thread_master* agentx_loop() {
+    return agentx_tm;
+}
+
+bool agentx_is_on_loop() {
+    return agentx_tm == nullptr || pthread_equal(agentx_tm->owner, pthread_self()) != 0;
 }
 
 // ---- the event handling that came with the frame

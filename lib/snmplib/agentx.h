@@ -44,12 +44,20 @@ void agentx_set_debug(int on);
 
 // 1 when notifications may be sent: smux_init has run. Any thread.
 int agentx_is_enabled();
+// The loop given to smux_init, null before; and whether the caller runs on it (always, before). Any thread.
+struct thread_master* agentx_loop();
+bool agentx_is_on_loop();
 
 // Hands a table of variables to the agent (register_mib of the library). `width` is the size of one element.
 void smux_register_mib(const char* descr, struct variable* var, size_t width, int num, oid* name,
                        size_t namelen);
 
 // ---- agentx_trap.cpp ----
+
+// Sends the variables, snmpTrapOID.0 first, as an SNMPv2 notification (RFC 3416, 4.2.6) and frees them.
+// Without a master agent it is dropped. Any thread: the library belongs to the loop's, which gets it from
+// others.
+void agentx_send_notification(netsnmp_variable_list* variables);
 
 // One variable of a notification sent by smux_trap().
 struct trap_object {

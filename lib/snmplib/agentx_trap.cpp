@@ -13,7 +13,14 @@ const oid snmptrap_oid[] = {1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0}; // snmpTrapOID.0 (
 struct FreeVarbinds {
     void operator()(netsnmp_variable_list* list) const { snmp_free_varbind(list); }
 };
+using Varbinds = std::unique_ptr<netsnmp_variable_list, FreeVarbinds>;
 using Name = std::vector<oid>;
+
+int send_handed_over(struct thread* thread) {
+    const Varbinds list(static_cast<netsnmp_variable_list*>(THREAD_ARG(thread)));
+    send_v2trap(list.get());
+    return 0;
+}
 
 void append(Name& name, std::span<const oid> arcs) {
     name.insert(name.end(), arcs.begin(), arcs.end());
@@ -65,8 +72,15 @@ int smux_trap(struct variable* vp, size_t vp_len, const oid* ename, size_t ename
                               identity.size() * sizeof(oid));
     for (const trap_object& object : std::span(trapobj, trapobjlen))
         add_object(&list, {vp, vp_len}, {name, namelen}, {iname, inamelen}, object);
-    const std::unique_ptr<netsnmp_variable_list, FreeVarbinds> owner(list);
-    send_v2trap(list);
+    agentx_send_notification(list);
     agentx_snmp_update();
     return 1;
+}
+
+void agentx_send_notification(netsnmp_variable_list* variables) {
+    Varbinds list(variables);
+    if (agentx_is_on_loop())
+        send_v2trap(list.get());
+    else
+        kavo_add_event(agentx_loop(), send_handed_over, list.release(), 0, nullptr);
 }
