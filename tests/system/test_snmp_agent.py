@@ -101,7 +101,7 @@ def test_a_start_of_the_agent_while_connected_changes_nothing(chassis):
     before = chassis.bulkwalk(ENTERPRISE)
     for times in range(1, 4):
         chassis.event("start-snmp-agentx")
-        chassis.wait_for(lambda: len(chassis.log_lines("Start connecting snmpd.")) == times)
+        chassis.wait_for(lambda: len(chassis.log_lines("Start connecting snmpd.")) == times, what="the start")
     assert chassis.bulkwalk(ENTERPRISE) == before
     assert len(chassis.log_lines("AgentX master agent connected")) == 1
 
@@ -204,7 +204,7 @@ def test_a_master_that_never_answers_doesnt_hold_the_daemon(chassis):
 
 def test_alarms_run_without_a_master(chassis):
     """A changed table becomes the platform's mark in the next cycle of six seconds."""
-    chassis.start(QUIET_SCENARIO)
+    chassis.start(QUIET_SCENARIO + "env OV_APP_FLAG_SYS_OPSTATUS 1\n")
     chassis.start_daemon(env={"OV_PDT_RUN_FILE_MIBAVE_FLAG": "/tmp/mark"})
     assert not chassis.exists("/tmp/mark")
     chassis.start_snmpd()
