@@ -14,7 +14,6 @@
 
 #include "agentx.h"
 #include "crashHandler.h"
-#include "gpon_alarm.h"
 #include "gpon_vty.h"
 #include "gpon_zebra.h"
 #include "hal_backup.h"
@@ -34,6 +33,7 @@
 #include "ov_slot.h"
 #include "sTableInit.h"
 #include "slot_vty.h"
+#include "snmp_agent_library.h"
 #include "uclient.h"
 #include "uds_heartbeat.h"
 
@@ -109,7 +109,7 @@ void install_upcalls() {
         .mmg_table_save_immediate = mmg_table_save_immediate,
     };
     uclient_set_upcalls(&upcalls);
-    mmg_set_alarm_register(gpon_alarm_register);
+    mmg_set_alarm_register(snmp_alarm_register);
 }
 
 void connect_to_mono() {

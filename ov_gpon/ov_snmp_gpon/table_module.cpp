@@ -10,6 +10,7 @@
 #include "ov_product.h"
 #include "ov_product_log.h"
 #include "table_record.h"
+#include "table_snmp.h"
 
 namespace {
 
@@ -118,17 +119,28 @@ void TableModule::init_oid() {
 }
 
 void TableModule::initialize_table() {
-    // TODO: the SNMP registration (table handler, index types, column range) in place of null.
-    initialize_table_data();
+    const bool to_agent = registration_ == nullptr && functions_.handler != nullptr && table_snmp_available();
+    if (to_agent)
+        registration_ = table_snmp_create(*this, functions_.handler);
+    // The store first: from the registration on, requests may come.
+    register_with_store();
+    if (to_agent && registration_ != nullptr && !table_snmp_register(*this, registration_)) {
+        registration_ = nullptr;
+        table_cntl[desc_.registry_index].reg = nullptr;
+    }
     load();
 }
 
 void TableModule::initialize_table_data() {
+    register_with_store();
+}
+
+void TableModule::register_with_store() {
     if (class_ == nullptr)
         class_ = class_new();
     if (class_ == nullptr)
         return;
-    ovraMib_RegisterSnmpHanlder(did(), nullptr, &class_->handler, desc_.key_size, desc_.entry_size);
+    ovraMib_RegisterSnmpHanlder(did(), registration_, &class_->handler, desc_.key_size, desc_.entry_size);
 }
 
 TableModuleClass* TableModule::class_new() {

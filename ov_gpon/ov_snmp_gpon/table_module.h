@@ -25,6 +25,7 @@
 #include "mmg_text.h"
 #include "ovralist.h"
 #include "table_desc.h"
+#include "table_snmp_types.h"
 
 class TableModule;
 
@@ -36,9 +37,11 @@ struct TableModuleClass {
 
 // Functions of a table that are handed on as plain function pointers.
 struct TableFunctions {
-    MIBTABLE_SAVE_FUNC save_backdoor; // mib_save_<table>_backdoor
-    element_meter meter;              // <table>_Meter
-    element_comparator comparator;    // <table>_Comparator
+    MIBTABLE_SAVE_FUNC save_backdoor;        // mib_save_<table>_backdoor
+    element_meter meter;                     // <table>_Meter
+    element_comparator comparator;           // <table>_Comparator
+    netsnmp_node_handler* handler = nullptr; // <table>_handler; null keeps the table from the agent
+    void (*send_trap)(void* row) = nullptr;  // <table>_Send_Trap; called behind each change of a row
 };
 
 class TableModule {
@@ -58,7 +61,8 @@ public:
     void init();
     // init_<table>_oid: puts the product's enterprise number into the table's OID.
     void init_oid();
-    // initialize_table_<table>: registers the table and loads its file.
+    // initialize_table_<table>: registers the table with the store and, in a program that has one, with the
+    // agent, and loads its file.
     void initialize_table();
     // initialize_table_<table>_data: the store side alone. An empty table; rows that it had are gone.
     void initialize_table_data();
@@ -109,6 +113,8 @@ public:
     void dump(const void* row) const;
     // The same text.
     std::string dump_text(const void* row) const;
+    // The value of a column, index columns included: numbers in decimal, addresses dotted, binaries in hex.
+    static std::string column_text(const ColumnDesc& column, const void* row);
 
     // ---- hooks (table_hooks.cpp) ------------------------------------------------------------------
 
@@ -117,6 +123,9 @@ public:
     char access_start(int type, void* row, const MIB_Flags_t& flags);
     // <table>Class_mibAccessFinish: commits `row`, or takes a created row back if `result` is 0.
     void access_finish(char result, int type, void* row, const MIB_Flags_t& flags);
+    // <table>_Send_Trap: called behind each change of a row, by the hooks and by the handler of managers'
+    // requests. The row is read only.
+    void send_trap(void* row) const;
     // <table>Class_GetRowStatus: the ROW_MODE of a row.
     int row_mode(const void* row) const;
 
@@ -161,6 +170,7 @@ public:
 private:
     static MIB_Flags_t find_missing_columns(const TableDesc& desc);
 
+    void register_with_store();
     void* create_entry_from(std::span<const uint32_t> index);
     void* add_default_row();
     const char* owner_word() const; // who works on the table, for the log
@@ -190,6 +200,8 @@ private:
     const TableDesc& desc_;
     TableFunctions functions_;
     TableModuleClass* class_ = nullptr;
+    netsnmp_handler_registration* registration_ =
+        nullptr; // the agent's; null for a table that it doesn't know
     std::vector<oid> oid_;
     std::vector<std::byte> default_row_; // a blank record: defaults in columns and shadows
     MIB_Flags_t missing_columns_{};

@@ -35,7 +35,16 @@ std::string hex_text(const ColumnDesc& column, const void* row) {
     return text;
 }
 
-std::string value_text(const ColumnDesc& column, const void* row) {
+void append_line(std::string& text, const ColumnDesc& column, const void* row) {
+    constexpr size_t label_width = 30;
+    std::string label = column.name;
+    label.resize(std::max(label.size(), label_width), ' ');
+    text += label + ":" + TableModule::column_text(column, row) + "\n";
+}
+
+} // namespace
+
+std::string TableModule::column_text(const ColumnDesc& column, const void* row) {
     switch (column.type) {
     case ColType::INT:
         return std::to_string(record_get<int32_t>(row, column.offset));
@@ -54,15 +63,6 @@ std::string value_text(const ColumnDesc& column, const void* row) {
     }
     return {};
 }
-
-void append_line(std::string& text, const ColumnDesc& column, const void* row) {
-    constexpr size_t label_width = 30;
-    std::string label = column.name;
-    label.resize(std::max(label.size(), label_width), ' ');
-    text += label + ":" + value_text(column, row) + "\n";
-}
-
-} // namespace
 
 char* TableModule::index_string(const void* entry, char* index_info, int length) const {
     static char null_entry[] = "NULL";
