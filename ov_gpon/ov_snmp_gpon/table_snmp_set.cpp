@@ -9,6 +9,7 @@
 //
 // All variables of one request are taken to be of one row, that of the last: the application is called once.
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "ov_product_log.h"
@@ -189,6 +190,32 @@ void log_value(const TableModule& module, const ColumnDesc& column, const void* 
     OV_LOG_INFO("SNMP", "Set %s %s:%s ", index, column.name, text.c_str());
 }
 
+// A request may hold one column of a row twice. The shadow then has the first of the new values, and what was
+// there before the request is kept with the later variable, for an undo.
+constexpr char kOriginal[] = "original";
+
+const netsnmp_request_info* earlier_of_column(const Variable& variable) {
+    for (const netsnmp_request_info* request = variable.request->prev; request != nullptr;
+         request = request->prev) {
+        auto* earlier = const_cast<netsnmp_request_info*>(request);
+        if (netsnmp_extract_iterator_context(earlier) == variable.row() &&
+            netsnmp_extract_table_info(earlier)->colnum == variable.info->colnum)
+            return request;
+    }
+    return nullptr;
+}
+
+void keep_original(const Variable& variable) {
+    const netsnmp_request_info* earlier = earlier_of_column(variable);
+    if (earlier == nullptr || netsnmp_get_list_node(variable.request->parent_data, kOriginal) != nullptr)
+        return;
+    const void* original = netsnmp_get_list_data(earlier->parent_data, kOriginal);
+    if (original == nullptr)
+        original = record_bytes(variable.row()) + variable.column->old_offset;
+    if (void* copy = netsnmp_memdup(original, variable.column->size))
+        netsnmp_request_add_list_data(variable.request, netsnmp_create_data_list(kOriginal, copy, free));
+}
+
 void write_value(const TableModule& module, const Variable& variable) {
     void* row = variable.row();
     const ColumnDesc& column = *variable.column;
@@ -255,6 +282,8 @@ void action(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_re
     }
     ActionRow target{module};
     each_variable(module, requests, [&](const Variable& variable) {
+        if (variable.column != nullptr && mib_flag_is_set(target.flags, variable.info->colnum))
+            keep_original(variable);
         mib_flag_set(target.flags, variable.info->colnum);
         target.info = variable.info;
         target.column = variable.column;
@@ -334,7 +363,9 @@ void undo(TableModule& module, netsnmp_request_info* requests) {
             return true;
         }
         const ColumnDesc& column = *variable.column;
-        std::memcpy(row + column.offset, row + column.old_offset, column.size);
+        const void* original = netsnmp_get_list_data(variable.request->parent_data, kOriginal);
+        std::memcpy(row + column.offset, original != nullptr ? original : row + column.old_offset,
+                    column.size);
         std::memset(row + column.old_offset, 0, column.size);
         return true;
     });
