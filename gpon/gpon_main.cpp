@@ -14,7 +14,6 @@
 
 #include "agentx.h"
 #include "crashHandler.h"
-#include "gpon_alarm.h"
 #include "gpon_vty.h"
 #include "gpon_zebra.h"
 #include "hal_slot.h"
@@ -33,6 +32,7 @@
 #include "ov_slot.h"
 #include "sTableInit.h"
 #include "slot_vty.h"
+#include "snmp_agent_library.h"
 #include "uclient.h"
 #include "uds_heartbeat.h"
 
@@ -108,7 +108,7 @@ void install_upcalls() {
         .mmg_table_save_immediate = mmg_table_save_immediate,
     };
     uclient_set_upcalls(&upcalls);
-    mmg_set_alarm_register(gpon_alarm_register);
+    mmg_set_alarm_register(snmp_alarm_register);
 }
 
 void connect_to_mono() {

@@ -1,7 +1,297 @@
 #include "agentx.h"
 
-// TODO: the subagent: library set-up, events and timeouts on the loop, the connection to the master agent.
+#include <pthread.h>
 
-void smux_init(struct thread_master* /*tm*/) {}
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <list>
 
-void snmp_agent_start() {}
+#include "agentx_link.h"
+#include "agentx_setup.h"
+#include "ov_product_log.h"
+
+int agentx_read_flags = 0;
+int agentx_timeout_flags = 0;
+
+namespace {
+
+std::atomic<int> agentx_enabled = 0; // 1 when notifications may be sent
+struct thread_master* agentx_tm = nullptr;
+struct thread* timeout_thr = nullptr;
+std::array<struct thread*, AGENTX_FD_MAX> agentx_snmp_read_threads{}; // by descriptor
+int agentx_snmp_max_fd = 0;                                           // highest seen; only grows
+int debug_snmp_agentx = 0;
+
+// Guards the event array and agentx_snmp_max_fd; never held while the library works.
+pthread_mutex_t agentx_snmp_mtx = PTHREAD_MUTEX_INITIALIZER;
+class EventLock {
+public:
+    EventLock() { pthread_mutex_lock(&agentx_snmp_mtx); }
+    ~EventLock() { pthread_mutex_unlock(&agentx_snmp_mtx); }
+    EventLock(const EventLock&) = delete;
+    EventLock& operator=(const EventLock&) = delete;
+};
+
+// A set of descriptors, any number of them: the library's own kind, which grows as needed.
+class DescriptorSet {
+public:
+    DescriptorSet() { netsnmp_large_fd_set_init(&set_, AGENTX_FD_MAX); }
+    ~DescriptorSet() { netsnmp_large_fd_set_cleanup(&set_); }
+    DescriptorSet(const DescriptorSet&) = delete;
+    DescriptorSet& operator=(const DescriptorSet&) = delete;
+
+    void clear() { NETSNMP_LARGE_FD_ZERO(&set_); }
+    void add(int fd) { NETSNMP_LARGE_FD_SET(fd, &set_); }
+    bool has(int fd) { return NETSNMP_LARGE_FD_ISSET(fd, &set_) != 0; }
+    netsnmp_large_fd_set* get() { return &set_; }
+
+private:
+    netsnmp_large_fd_set set_ = {};
+};
+
+// What the library waits for.
+struct Wanted {
+    DescriptorSet fds;
+    int count = 0; // highest descriptor + 1
+    bool has_timeout = false;
+    timeval timeout = {};
+
+    void ask() {
+        int block = 1;
+        fds.clear();
+        timeout = {};
+        count = agentx_snmp_max_fd + 1;
+        snmp_select_info2(&count, fds.get(), &timeout, &block);
+        has_timeout = block == 0;
+    }
+};
+
+Wanted& wanted() {
+    static auto& it = *new Wanted; // its descriptor set is made once
+    return it;
+}
+
+// ---- serving ----------------------------------------------------------------------------------------------
+
+// Lets the library read those of the descriptors that have something to read now. A descriptor may be in the
+// set and empty: an earlier event of this pass has read it. False if there was nothing.
+bool read_ready(DescriptorSet& fds, int count) {
+    timeval no_wait = {};
+    if (netsnmp_large_fd_set_select(count, fds.get(), nullptr, nullptr, &no_wait) <= 0)
+        return false;
+    agentx_read_flags = 1;
+    snmp_read2(fds.get());
+    agentx_read_flags = 0;
+    netsnmp_check_outstanding_agent_requests();
+    return true;
+}
+
+bool read_descriptor(int fd) {
+    static auto& fds = *new DescriptorSet;
+    wanted().ask();
+    if (fd < 0 || fd >= AGENTX_FD_MAX || !wanted().fds.has(fd))
+        return false; // closed meanwhile
+    fds.clear();
+    fds.add(fd);
+    return read_ready(fds, fd + 1);
+}
+
+// A request takes three steps through the library's inner connections; they are taken at once instead of in
+// one pass of the event loop each. Bounded, so that a busy manager doesn't keep the loop.
+void drain() {
+    constexpr int MAX_STEPS = 16;
+    for (int step = 0; step < MAX_STEPS; ++step) {
+        wanted().ask();
+        if (!read_ready(wanted().fds, wanted().count))
+            return;
+    }
+}
+
+void run_timeouts() {
+    agentx_timeout_flags = 1;
+    snmp_timeout();
+    run_alarms();
+    netsnmp_check_outstanding_agent_requests();
+    agentx_timeout_flags = 0;
+}
+
+// ---- events -----------------------------------------------------------------------------------------------
+
+void refuse_high_descriptor(int fd) {
+    static bool said = false;
+    if (!said)
+        OV_LOG_ERROR("SNMP", "descriptor %d of the SNMP library is too high, not served", fd);
+    said = true;
+}
+
+void update_read_event(int fd, bool is_wanted) {
+    struct thread*& event = agentx_snmp_read_threads[static_cast<size_t>(fd)];
+    if (is_wanted && event == nullptr) {
+        kavo_add_read(agentx_tm, agentx_snmp_read, nullptr, fd, &event);
+        if (debug_snmp_agentx != 0)
+            OV_LOG_DEBUG("SNMP", "add new agentx_read, fd %d, thread %p", fd, static_cast<void*>(event));
+    } else if (!is_wanted && event != nullptr) {
+        if (debug_snmp_agentx != 0)
+            OV_LOG_DEBUG("SNMP", "remove agentx_read, fd %d, thread %p", fd, static_cast<void*>(event));
+        thread_cancel(&event);
+    }
+}
+
+int update_event(struct thread* /*thread*/) {
+    agentx_snmp_update();
+    return 0;
+}
+
+} // namespace
+
+void agentx_snmp_update() {
+    if (agentx_tm == nullptr)
+        return;
+    if (pthread_equal(agentx_tm->owner, pthread_self()) ==
+        0) { // events are cancelled by the loop's thread only
+        kavo_add_event(agentx_tm, update_event, nullptr, 0, nullptr);
+        return;
+    }
+    const EventLock lock;
+    thread_cancel(&timeout_thr);
+    Wanted& now = wanted();
+    now.ask();
+    if (now.count > AGENTX_FD_MAX)
+        refuse_high_descriptor(now.count - 1);
+    agentx_snmp_max_fd = std::clamp(now.count - 1, agentx_snmp_max_fd, AGENTX_FD_MAX - 1);
+    if (now.has_timeout)
+        thread_add_timer_tv(agentx_tm, kavo_handle<agentx_snmp_timeout>, nullptr, &now.timeout, &timeout_thr);
+    for (int fd = 0; fd <= agentx_snmp_max_fd; ++fd)
+        update_read_event(fd, now.fds.has(fd));
+}
+
+int agentx_snmp_read_ready() {
+    const EventLock lock;
+    const auto first = agentx_snmp_read_threads.begin();
+    return std::any_of(first, first + agentx_snmp_max_fd + 1, [](const struct thread* event) {
+        return event != nullptr && event->type == THREAD_READY;
+    });
+}
+
+int agentx_snmp_read(struct thread* thread) {
+    agentx_link_new_pass();
+    if (read_descriptor(THREAD_FD(thread)))
+        drain();
+    agentx_snmp_update();
+    return 0;
+}
+
+int agentx_snmp_timeout(struct thread* /*t*/) {
+    timeout_thr = nullptr;
+    agentx_link_new_pass();
+    // Requests go before timers: a timeout handled first would drop the packet that waits to be read.
+    if (agentx_snmp_read_ready() != 0) {
+        if (debug_snmp_agentx != 0)
+            OV_LOG_DEBUG("SNMP", "snmp_read ready, skip snmp_timeout handle!!!");
+    } else {
+        run_timeouts();
+    }
+    agentx_snmp_update();
+    return 0;
+}
+
+void agentx_set_debug(int on) {
+    debug_snmp_agentx = on;
+}
+
+// ---- start ------------------------------------------------------------------------------------------------
+
+void smux_init(struct thread_master* tm) {
+    agentx_tm = tm;
+    agentx_link_new_pass();
+    agentx_setup_library();
+    agentx_snmp_read_threads.fill(nullptr);
+    agentx_snmp_update();
+    agentx_enabled = 1;
+}
+
+void snmp_agent_start() {
+    OV_LOG_NOTICE("SNMP", "Start connecting snmpd.");
+    agentx_link_new_pass();
+    agentx_start_library();
+    agentx_enabled = 1;
+}
+
+void smux_register_mib(const char* descr, struct variable* var, size_t width, int num, oid* name,
+                       size_t namelen) {
+    register_mib(descr, var, width, static_cast<size_t>(num), name, namelen);
+}
+
+int agentx_is_enabled() {
+    return agentx_enabled;
+}
+
+struct thread_master* agentx_loop() {
+    return agentx_tm;
+}
+
+bool agentx_is_on_loop() {
+    return agentx_tm == nullptr || pthread_equal(agentx_tm->owner, pthread_self()) != 0;
+}
+
+// ---- the event handling that came with the frame
+// ------------------------------------------------------------
+//
+// The same job with a list of events. Nothing starts it: two of them on one loop would serve each descriptor
+// twice.
+
+namespace {
+
+std::list<struct thread*> events; // a list, because the loop keeps pointers to its elements
+void agentx_events_update();
+
+void debug_dump_agent_events() {
+    OV_LOG_DEBUG("SNMP", "%zu agentx events", events.size());
+    for (const struct thread* event : events)
+        if (event != nullptr)
+            OV_LOG_DEBUG("SNMP", "agentx_read, fd %d, thread %p", event->u.fd,
+                         static_cast<const void*>(event));
+}
+
+void cancel_events() {
+    thread_cancel(&timeout_thr);
+    for (struct thread*& event : events)
+        thread_cancel(&event);
+    events.clear();
+}
+
+} // namespace
+
+int agentx_read(struct thread* t) {
+    read_descriptor(THREAD_FD(t));
+    agentx_events_update();
+    return 0;
+}
+
+int agentx_timeout(struct thread* /*t*/) {
+    timeout_thr = nullptr;
+    run_timeouts();
+    agentx_events_update();
+    return 0;
+}
+
+namespace {
+
+void agentx_events_update() {
+    cancel_events();
+    Wanted& now = wanted();
+    now.ask();
+    if (now.has_timeout)
+        thread_add_timer_tv(agentx_tm, kavo_handle<agentx_timeout>, nullptr, &now.timeout, &timeout_thr);
+    for (int fd = 0; fd < std::min(now.count, AGENTX_FD_MAX); ++fd) {
+        if (!now.fds.has(fd))
+            continue;
+        struct thread*& event = events.emplace_back(nullptr);
+        kavo_add_read(agentx_tm, agentx_read, nullptr, fd, &event);
+    }
+    if (debug_snmp_agentx != 0)
+        debug_dump_agent_events();
+}
+
+} // namespace

@@ -236,10 +236,19 @@ void TableModule::store_row(void* row) {
 
 void TableModule::commit(void* row) {
     store_row(row);
+    send_trap(row);
     mark_changed();
 }
 
 void TableModule::commit_delete(void* row) {
+    std::vector<std::byte> last(desc_.entry_size); // the row may be the stored one, which goes
+    std::memcpy(last.data(), row, last.size());
     row_del(did(), row);
+    send_trap(last.data());
     mark_changed();
+}
+
+void TableModule::send_trap(void* row) const {
+    if (functions_.send_trap != nullptr)
+        functions_.send_trap(row);
 }

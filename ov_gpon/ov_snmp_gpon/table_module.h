@@ -41,6 +41,7 @@ struct TableFunctions {
     element_meter meter;                     // <table>_Meter
     element_comparator comparator;           // <table>_Comparator
     netsnmp_node_handler* handler = nullptr; // <table>_handler; null keeps the table from the agent
+    void (*send_trap)(void* row) = nullptr;  // <table>_Send_Trap; called behind each change of a row
 };
 
 class TableModule {
@@ -184,6 +185,7 @@ private:
     void store_row(void* row);
     void commit(void* row);
     void commit_delete(void* row);
+    void send_trap(void* row) const;
 
     void* first_at_or_above(std::array<uint32_t, kMaxIndexColumns> key) const;
     template <typename Visit>

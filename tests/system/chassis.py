@@ -38,6 +38,15 @@ PID_FILE = "/var/run/gpon.pid"
 LOG_FILE = "/tmp/product/gpon.log"
 CONTROL_SOCKET = "/var/run/chassis-sim.ctl"
 STRACE_FILE = "/tmp/gpon.strace"
+SNMPD_CONF_FILE = "/tmp/snmpd.conf"
+AGENTX_SOCKET = "/var/agentx/master"
+
+#: A master agent on loopback that takes subagents and lets "private" do everything.
+SNMPD_CONF = """
+agentAddress udp:127.0.0.1:161
+rwcommunity private 127.0.0.1
+master agentx
+"""
 
 
 class ChassisError(AssertionError):
@@ -219,6 +228,7 @@ class Chassis:
         self.sandbox = None
         self.sim = None  # Popen of chassis-sim
         self.daemon = None  # Popen that ends as the daemon ends
+        self.snmpd = None  # Popen of the master agent
         self._outputs = {}
         self._children = []
 
@@ -417,6 +427,53 @@ class Chassis:
             )
             raise ChassisError("the trace isn't in this order:\n" + found)
 
+    # ---- SNMP ------------------------------------------------------------------------------------------------
+
+    def start_snmpd(self, conf=SNMPD_CONF, args=(), wait=True):
+        """Starts a stock master agent with this configuration and nothing else of the machine's; its log is
+        output("snmpd"). wait: until subagents can connect."""
+        if self.exists(AGENTX_SOCKET):
+            self.path(AGENTX_SOCKET).unlink()  # of one that was killed
+        self.write(SNMPD_CONF_FILE, conf)
+        env = {"SNMP_PERSISTENT_DIR": "/tmp/snmpd", "SNMPCONFPATH": "/tmp/snmpd", "MIBS": ""}
+        self.snmpd = self.spawn("snmpd", "/usr/sbin/snmpd", "-C", "-c", SNMPD_CONF_FILE, "-f", "-Lo", *args, env=env)
+        if wait:
+            self.wait_for(
+                lambda: self.exists(AGENTX_SOCKET) or self.snmpd.poll() is not None, what="the master agent"
+            )
+            if self.snmpd.poll() is not None:
+                raise ChassisError("snmpd ended:\n" + self.output("snmpd"))
+        return self.snmpd
+
+    def signal_snmpd(self, signo):
+        """Sends a signal to the master agent and waits until it works."""
+        ((pid, _),) = self.sandbox.processes("snmpd").items()
+        os.kill(pid, signo)
+        if signo == signal.SIGSTOP:
+            self.wait_for(lambda: _state(pid) == "T", what="snmpd to stop")
+        if signo in (signal.SIGKILL, signal.SIGTERM):
+            self.wait_for(lambda: not self.sandbox.processes("snmpd"), what="snmpd to end")
+
+    def snmp(self, tool, *args, community="private", options=("-r", "0", "-t", "5")):
+        """Runs snmpget, snmpwalk, snmpset, snmpbulkwalk, ... against the master agent, numbers only. Returns
+        the CompletedProcess; -v2c and the address are given."""
+        command = [tool, "-v2c", "-c", community, "-On", "-Oe", *options, "127.0.0.1", *args]
+        return self.run("env", "MIBS=", "SNMPCONFPATH=/tmp/snmpd", *command)
+
+    def snmpget(self, *oids, **kwargs):
+        """Values by OID as net-snmp prints them: {".1.3...": "INTEGER: 1"}; an error is a ChassisError."""
+        return _bindings(self.snmp("snmpget", *oids, **kwargs))
+
+    def snmpwalk(self, oid, **kwargs):
+        return _bindings(self.snmp("snmpwalk", oid, **kwargs))
+
+    def bulkwalk(self, oid, **kwargs):
+        return _bindings(self.snmp("snmpbulkwalk", oid, **kwargs))
+
+    def snmpset(self, *oid_type_value, **kwargs):
+        """snmpset(".1.3...", "i", 4, ...); the values answered."""
+        return _bindings(self.snmp("snmpset", *map(str, oid_type_value), **kwargs))
+
     # ---- files and general things ----------------------------------------------------------------------------
 
     def wait_for(self, predicate, timeout=10.0, what=None):
@@ -497,3 +554,14 @@ def _quote(word):
 
 def _pairs(values):
     return [f"{key}={value}" for key, value in values.items()]
+
+
+def _state(pid):
+    """The state letter of a process of the machine."""
+    return pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()[0]
+
+
+def _bindings(done):
+    if done.returncode != 0:
+        raise ChassisError(f"{done.args}: {done.stderr}{done.stdout}")
+    return dict(line.split(" = ", 1) for line in done.stdout.splitlines() if " = " in line)

@@ -8,7 +8,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "gpon_alarm.h"
 #include "hal_sock.h"
 #include "uclient.h"
 
@@ -102,30 +101,6 @@ TEST_F(GponMain, NetlinkReceiveReportsAnEmptyQueueAsFailure) {
     struct thread event = {};
     event.u.fd = ours();
     EXPECT_EQ(gpon_nl_receive(&event), -1);
-}
-
-std::vector<unsigned> alarm_calls;
-void note_alarm(unsigned number, void* arg) {
-    alarm_calls.push_back(number);
-    ++*static_cast<int*>(arg);
-}
-
-TEST_F(GponMain, AlarmsRepeatOnTheLoopUntilTheProcessEnds) {
-    alarm_calls.clear();
-    static int once = 0; // the repeating one goes on behind this test
-    static int repeated = 0;
-    const unsigned first = gpon_alarm_register(1, 0, note_alarm, &once);
-    const unsigned second = gpon_alarm_register(1, 1, note_alarm, &repeated);
-    ASSERT_NE(first, 0u);
-    ASSERT_NE(second, first);
-    EXPECT_TRUE(frr_run_until([&] { return repeated == 2; }));
-    EXPECT_EQ(once, 1);
-}
-
-TEST_F(GponMain, AnAlarmWithoutPeriodOrCallbackIsRefused) {
-    int calls = 0;
-    EXPECT_EQ(gpon_alarm_register(0, 1, note_alarm, &calls), 0u);
-    EXPECT_EQ(gpon_alarm_register(1, 1, nullptr, &calls), 0u);
 }
 
 TEST(GponNlMsg, EveryMessageIsTaken) {

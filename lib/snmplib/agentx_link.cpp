@@ -1,0 +1,212 @@
+#include "agentx_link.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "ov_product_log.h"
+#include "snmp_agent_library.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr char DOMAIN_NAME[] = "gponagentx";            // in the library's list of transports
+const oid local_oid[] = {1, 3, 6, 1, 2, 1, 100, 1, 13}; // transportDomainLocal (RFC 3419)
+const oid list_oid[] = {0, 0, 1};                       // in that list; the library's transport has the other
+
+// How long the master has kept us waiting.
+struct Patience {
+    std::optional<Clock::time_point> asked; // when the request that waits for an answer was sent
+    Clock::duration spent{};                // waited for answers in this pass
+    bool lost = false;                      // the connection is given up
+
+    void answered() {
+        if (asked)
+            spent += Clock::now() - *asked;
+        asked.reset();
+    }
+    bool is_exhausted() const { return spent >= milliseconds(AGENTX_PASS_BUDGET_MS); }
+};
+Patience patience;
+
+void give_up(int sock, const char* why) {
+    if (patience.lost)
+        return;
+    patience.lost = true;
+    OV_LOG_WARN("SNMP", "AgentX master agent %s, connection given up", why);
+    shutdown(sock, SHUT_RDWR); // the library notices the end of the connection at its next read
+}
+
+// The byte of the AgentX header that holds the type.
+uint8_t type_of(const void* pdu, int size) {
+    return size < 2 ? 0 : static_cast<const uint8_t*>(pdu)[1];
+}
+
+bool send_all(int sock, const char* data, size_t size) {
+    while (size > 0) {
+        const ssize_t sent = send(sock, data, size, MSG_NOSIGNAL);
+        if (sent < 0 && errno == EINTR)
+            continue;
+        if (sent <= 0)
+            return false;
+        data += sent;
+        size -= static_cast<size_t>(sent);
+    }
+    return true;
+}
+
+int link_send(netsnmp_transport* transport, const void* data, int size, void** /*opaque*/, int* /*length*/) {
+    if (transport->sock < 0 || size < 0 || patience.lost)
+        return -1;
+    // The library asks again only when it has stopped waiting.
+    const bool was_unanswered = patience.asked.has_value();
+    patience.answered();
+    if (was_unanswered || patience.is_exhausted()) {
+        give_up(transport->sock, was_unanswered ? "doesn't answer" : "is too slow");
+        return -1;
+    }
+    if (!send_all(transport->sock, static_cast<const char*>(data), static_cast<size_t>(size))) {
+        give_up(transport->sock, "takes no more requests");
+        return -1;
+    }
+    if (agentx_link_waits_for_answer(type_of(data, size)))
+        patience.asked = Clock::now();
+    return size;
+}
+
+int link_recv(netsnmp_transport* transport, void* buffer, int size, void** opaque, int* length) {
+    *opaque = nullptr;
+    *length = 0;
+    if (transport->sock < 0 || size <= 0)
+        return -1;
+    ssize_t got = 0;
+    do {
+        got = recv(transport->sock, buffer, static_cast<size_t>(size), 0);
+    } while (got < 0 && errno == EINTR);
+    patience.answered();
+    return static_cast<int>(got);
+}
+
+int link_close(netsnmp_transport* transport) {
+    if (transport->sock < 0)
+        return -1;
+    close(transport->sock);
+    transport->sock = -1;
+    if (patience.asked) { // the library has waited in vain
+        patience.answered();
+        patience.lost = true;
+    }
+    return 0;
+}
+
+char* link_name(netsnmp_transport* /*transport*/, const void* /*data*/, int /*size*/) {
+    return strdup("Local Unix socket"); // the library frees it
+}
+
+timeval reply_time() {
+    return {.tv_sec = AGENTX_REPLY_MS / 1000, .tv_usec = AGENTX_REPLY_MS % 1000 * 1000};
+}
+
+// A connected socket, or -1 with errno. Never waits.
+int connect_to_master(const std::string& path) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    path.copy(address.sun_path, path.size());
+    const int sock = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (sock < 0)
+        return -1;
+    const timeval limit = reply_time();
+    if (sock >= AGENTX_FD_MAX) {
+        OV_LOG_ERROR("SNMP", "descriptor %d is too high for AgentX", sock);
+        errno = EMFILE;
+    } else if (connect(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+               fcntl(sock, F_SETFL, 0) == 0 && // the library reads what it knows to be there
+               setsockopt(sock, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0) {
+        return sock;
+    }
+    const int error = errno;
+    close(sock);
+    errno = error;
+    return -1;
+}
+
+netsnmp_transport* new_transport(int sock, const std::string& path) {
+    auto* transport =
+        static_cast<netsnmp_transport*>(calloc(1, sizeof(netsnmp_transport))); // freed by free()
+    if (transport == nullptr)
+        return nullptr;
+    transport->domain = local_oid;
+    transport->domain_length = std::size(local_oid);
+    transport->remote = strdup(path.c_str());
+    transport->remote_length = transport->remote == nullptr ? 0 : static_cast<int>(path.size());
+    transport->sock = sock;
+    transport->flags = NETSNMP_TRANSPORT_FLAG_STREAM;
+    transport->msgMaxSize = SNMP_MAX_PACKET_LEN;
+    transport->f_recv = link_recv;
+    transport->f_send = link_send;
+    transport->f_close = link_close;
+    transport->f_fmtaddr = link_name;
+    return transport;
+}
+
+netsnmp_transport* open_link(const char* target) {
+    const std::string path = target == nullptr || *target == '\0' ? AGENTX_MASTER_SOCKET : target;
+    if (patience.lost && patience.spent > Clock::duration::zero())
+        return nullptr; // it has just failed us: not twice in one pass
+    const int sock = connect_to_master(path);
+    if (sock < 0)
+        return nullptr;
+    netsnmp_transport* transport = new_transport(sock, path);
+    if (transport == nullptr) {
+        close(sock);
+        return nullptr;
+    }
+    patience.asked.reset();
+    patience.lost = false;
+    return transport;
+}
+
+netsnmp_transport* create_from_tspec(netsnmp_tdomain_spec* spec) {
+    if ((spec->flags & NETSNMP_TSPEC_LOCAL) != 0)
+        return nullptr; // only to the master, never for others
+    return open_link(spec->target);
+}
+
+} // namespace
+
+bool agentx_link_waits_for_answer(uint8_t pdu_type) {
+    constexpr uint8_t NOTIFY = 12;
+    constexpr uint8_t RESPONSE = 18;
+    return pdu_type != NOTIFY && pdu_type != RESPONSE;
+}
+
+void agentx_link_new_pass() {
+    patience.spent = {};
+}
+
+void agentx_link_init() {
+    static const char* prefixes[] = {DOMAIN_NAME, nullptr};
+    static netsnmp_tdomain domain = {};
+    if (domain.name != nullptr)
+        return;
+    domain.name = list_oid;
+    domain.name_length = std::size(list_oid);
+    domain.prefix = prefixes;
+    domain.f_create_from_tspec = create_from_tspec;
+    netsnmp_tdomain_register(&domain);
+    netsnmp_register_default_domain("agentx", DOMAIN_NAME);
+}

@@ -1,0 +1,36 @@
+// The connection to the master agent: a Unix stream socket on which nothing can hold the event loop for long.
+//
+// The SNMP library opens, pings, closes and registers with the master synchronously, and its own Unix
+// transport waits in connect() for as long as the master's queue of connections is full. A master that is
+// stopped or slow would hold the whole daemon. This transport takes the library's place:
+//
+//   - connect() never waits; a master that doesn't take connections counts as absent;
+//   - a request that the master left unanswered for AGENTX_REPLY_MS ends the connection: whatever the
+//     library still wants to say on it fails at once (65 tables would wait one after the other);
+//   - so does waiting longer than AGENTX_PASS_BUDGET_MS in sum during one pass of the event loop.
+//
+// The library then connects again after AGENTX_PING_SECONDS. Event loop's thread.
+#pragma once
+
+#include <cstdint>
+
+// Where the master listens unless the library's configuration ("agentxsocket PATH") says otherwise.
+inline constexpr char AGENTX_MASTER_SOCKET[] = "/var/agentx/master";
+
+// Wait for the answer to one request, and for room in the socket. Milliseconds.
+inline constexpr int AGENTX_REPLY_MS = 500;
+// Wait for all answers during one pass of the event loop. Milliseconds.
+inline constexpr int AGENTX_PASS_BUDGET_MS = 1200;
+// Time between two signs of life to the master, and between two attempts to connect. Seconds.
+inline constexpr int AGENTX_PING_SECONDS = 3;
+// Descriptors from this number on have no place in the event array.
+inline constexpr int AGENTX_FD_MAX = 1024;
+
+// Makes this transport the one that the library uses for AgentX. Between init_agent() and init_snmp().
+void agentx_link_init();
+
+// Starts a new pass of the event loop: the budget for waiting is full again.
+void agentx_link_new_pass();
+
+// Whether a request of this AgentX type (RFC 2741, 6.1: h.type) waits for the master's answer.
+bool agentx_link_waits_for_answer(uint8_t pdu_type);

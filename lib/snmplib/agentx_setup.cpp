@@ -1,0 +1,103 @@
+#include "agentx_setup.h"
+
+#include <syslog.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "agentx_link.h"
+#include "ov_product_log.h"
+#include "snmp_agent_library.h"
+
+namespace {
+
+// Chooses the library's configuration files.
+constexpr char APPLICATION[] = "quagga";
+constexpr char CONFIGURATION_DIR[] = "/etc/snmp";
+constexpr char SCRATCH_DIR[] = "/var/run/product/snmp"; // an empty index of certificates; may be missing
+constexpr int MICROSECONDS = 1000;
+
+int level_of(int priority) {
+    switch (priority) {
+    case LOG_EMERG:
+    case LOG_ALERT:
+    case LOG_CRIT:
+    case LOG_ERR:
+        return OV_LOG_LVL_ERROR;
+    case LOG_WARNING:
+        return OV_LOG_LVL_WARN;
+    case LOG_NOTICE:
+        return OV_LOG_LVL_NOTICE;
+    case LOG_INFO:
+        return OV_LOG_LVL_INFO;
+    default:
+        return OV_LOG_LVL_DEBUG;
+    }
+}
+
+// A line of the library's own log. The same line again and again, as of a master that stays away, is said
+// once.
+int log_library_line(int /*major*/, int /*minor*/, void* message, void* /*arg*/) {
+    static std::string last;
+    const auto* line = static_cast<const snmp_log_message*>(message);
+    std::string text(line->msg, strcspn(line->msg, "\r\n"));
+    if (text.empty() || text == last)
+        return 0;
+    last = std::move(text);
+    OV_APP_LOG(level_of(line->priority), "SNMP", "%s", last.c_str());
+    return 0;
+}
+
+int log_connected(int /*major*/, int /*minor*/, void* /*session*/, void* /*arg*/) {
+    OV_LOG_NOTICE("SNMP", "AgentX master agent connected");
+    return 0;
+}
+
+void set_library_flag(int which) {
+    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, which, 1);
+}
+
+void set_agent_number(int which, int value) {
+    netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, which, value);
+}
+
+// The daemon keeps no state for the library and must not depend on the home of whoever starts it: no
+// persistent files, no MIB modules, configuration from one place only.
+void keep_library_off_files() {
+    set_library_flag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD);
+    set_library_flag(NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE);
+    set_configuration_directory(CONFIGURATION_DIR);
+    set_persistent_directory(SCRATCH_DIR);
+    netsnmp_set_mib_directory("");
+}
+
+// How long the library may wait for the master; its configuration may say otherwise.
+void set_patience() {
+    set_agent_number(NETSNMP_DS_AGENT_AGENTX_TIMEOUT, AGENTX_REPLY_MS * MICROSECONDS);
+    set_agent_number(NETSNMP_DS_AGENT_AGENTX_RETRIES, 0);
+    set_agent_number(NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, AGENTX_PING_SECONDS);
+    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_NO_CONNECTION_WARNINGS, 1);
+}
+
+} // namespace
+
+void agentx_setup_library() {
+    netsnmp_enable_subagent();
+    snmp_disable_log();
+    snmp_enable_calllog();
+    snmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_LOGGING, log_library_line, nullptr);
+    // The crash handler owns SIGALRM, and alarms are to run between other events, not within them.
+    set_library_flag(NETSNMP_DS_LIB_ALARM_DONT_USE_SIG);
+    keep_library_off_files();
+
+    init_agent(APPLICATION);
+    agentx_link_init();
+    set_patience();
+    snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, log_connected, nullptr);
+    agentx_start_library();
+}
+
+void agentx_start_library() {
+    init_snmp(APPLICATION);
+}
