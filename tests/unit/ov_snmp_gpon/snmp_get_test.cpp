@@ -187,6 +187,21 @@ TEST_F(SnmpGet, NextOfHugeNumbersStaysInOrder) {
     EXPECT_EQ(next(NAME, {std::numeric_limits<oid>::max()}), name(PROFILE, ROW));
 }
 
+TEST_F(SnmpGet, SignExtendedNumbersAreThoseOf32Bits) {
+    make(5);
+    sTcontTable_entry* great = make(0x80000001u);
+    great->sTcontTableBwProfileId = 7;
+    make(0x80000003u);
+    const oid above = static_cast<oid>(-1) << 32; // how AgentX messages bring them
+    EXPECT_EQ(Pdu(module).get(PROFILE, {1, 2, 3, 4, above | 0x80000001}).run(MODE_GET).number(), 7);
+    EXPECT_EQ(next(NAME, {1, 2, 3, 4, above | 0x80000000}), name(NAME, {1, 2, 3, 4, 0x80000001}));
+    EXPECT_EQ(next(NAME, {1, 2, 3, 4, above | 0x80000001}), name(NAME, {1, 2, 3, 4, 0x80000003}));
+    EXPECT_EQ(next(NAME, {1, 2, 3, 4, above | 0xFFFFFFFF}), name(PROFILE, ROW));
+    EXPECT_EQ(Pdu(module).get(PROFILE, {1, 2, 3, 4, above | 5}).run(MODE_GET).type(), SNMP_NOSUCHINSTANCE);
+    EXPECT_EQ(Pdu(module).integer(STATUS, {1, 2, 3, 4, above | 0xFFFFFFF0}, OVRA_CREATEANDGO).set(), 0);
+    EXPECT_EQ(next(NAME, {1, 2, 3, 4, 0x80000003}), name(NAME, {1, 2, 3, 4, 0xFFFFFFF0}));
+}
+
 TEST_F(SnmpGet, NextOfASignedIndexAbove31BitsFollowsTheOthers) {
     make(1, 1);
     make(1, -1);
