@@ -123,6 +123,9 @@ public:
     char access_start(int type, void* row, const MIB_Flags_t& flags);
     // <table>Class_mibAccessFinish: commits `row`, or takes a created row back if `result` is 0.
     void access_finish(char result, int type, void* row, const MIB_Flags_t& flags);
+    // <table>_Send_Trap: called behind each change of a row, by the hooks and by the handler of managers'
+    // requests. The row is read only.
+    void send_trap(void* row) const;
     // <table>Class_GetRowStatus: the ROW_MODE of a row.
     int row_mode(const void* row) const;
 
@@ -185,7 +188,6 @@ private:
     void store_row(void* row);
     void commit(void* row);
     void commit_delete(void* row);
-    void send_trap(void* row) const;
 
     void* first_at_or_above(std::array<uint32_t, kMaxIndexColumns> key) const;
     template <typename Visit>

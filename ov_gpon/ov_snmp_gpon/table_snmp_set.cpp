@@ -297,6 +297,8 @@ void action(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_re
         refuse_all(reqinfo, requests, SNMP_ERR_BADVALUE);
         return;
     }
+    if (void* row = target.find())
+        module.send_trap(row);
     note_activation(target);
 }
 
