@@ -15,6 +15,7 @@
 #include "ov_product_log.h"
 #include "table_record.h"
 #include "table_snmp.h"
+#include "table_snmp_open.h"
 #include "table_snmp_request.h"
 
 namespace {
@@ -123,6 +124,7 @@ int make_row(TableModule& module, const Variable& variable) {
     void* row = snmp_row_key(module.desc(), *variable.info, key) ? module.create_entry(key.data()) : nullptr;
     if (row == nullptr)
         return SNMP_ERR_RESOURCEUNAVAILABLE;
+    snmp_open_note(module, key, SnmpSetState::RESERVED, {});
     // To all variables of this row. In RESERVE1 this would crash on a variable that the library has refused.
     netsnmp_insert_iterator_context(variable.request, row);
     return SNMP_ERR_NOERROR;
@@ -270,6 +272,17 @@ void note_activation(const ActionRow& target) {
         set_old_row_status(desc, row, OVRA_ACTIVE);
 }
 
+// For the case that the master goes away before the next phase.
+void note_state(TableModule& module, netsnmp_request_info* requests, SnmpSetState state,
+                const MIB_Flags_t& columns) {
+    each_variable(module, requests, [&](const Variable& variable) {
+        SnmpRowKey key;
+        if (snmp_row_key(module.desc(), *variable.info, key))
+            snmp_open_note(module, key, state, columns);
+        return true;
+    });
+}
+
 void action(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
     const bool complete = each_variable(module, requests, [&](const Variable& variable) {
         if (variable.row() == nullptr)
@@ -293,7 +306,9 @@ void action(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_re
     });
     if (target.info == nullptr)
         return;
-    if (!target.run(CALLBACK_CHECK) || !run_set_chain(target)) {
+    const bool accepted = target.run(CALLBACK_CHECK) && run_set_chain(target);
+    note_state(module, requests, accepted ? SnmpSetState::ACCEPTED : SnmpSetState::REFUSED, target.flags);
+    if (!accepted) {
         refuse_all(reqinfo, requests, SNMP_ERR_BADVALUE);
         return;
     }
@@ -388,12 +403,15 @@ void snmp_serve_set(TableModule& module, netsnmp_agent_request_info* reqinfo,
         action(module, reqinfo, requests);
         break;
     case MODE_SET_COMMIT:
+        snmp_open_forget(module);
         commit(module, requests);
         break;
     case MODE_SET_FREE:
+        snmp_open_forget(module);
         free_rows(module, requests);
         break;
     case MODE_SET_UNDO:
+        snmp_open_forget(module);
         undo(module, requests);
         break;
     default:

@@ -449,6 +449,66 @@ TEST_F(SnmpSet, UnknownModesDoNothing) {
     EXPECT_EQ(std::memcmp(&before, row(), sizeof(before)), 0);
 }
 
+// ---- a master that goes away -----------------------------------------------------------------------
+
+void lose_master() {
+    snmp_call_callbacks(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, nullptr);
+}
+
+TEST_F(SnmpSet, MasterLostBehindTheReservesLeavesNoRow) {
+    Pdu pdu(module);
+    pdu.integer(STATUS, ROW, OVRA_CREATEANDGO).run(MODE_SET_RESERVE1).run(MODE_SET_RESERVE2);
+    ASSERT_NE(row(), nullptr);
+    lose_master();
+    EXPECT_EQ(row(), nullptr);
+}
+
+TEST_F(SnmpSet, MasterLostBehindAnAcceptedActionCompletesTheSet) {
+    for (int32_t status : {OVRA_CREATEANDGO, OVRA_CREATEANDWAIT, OVRA_DESTROY}) {
+        if (status == OVRA_DESTROY)
+            make();
+        Pdu pdu(module);
+        pdu.integer(STATUS, ROW, status).run(MODE_SET_RESERVE1).run(MODE_SET_RESERVE2).run(MODE_SET_ACTION);
+        lose_master();
+        if (status == OVRA_DESTROY) {
+            EXPECT_EQ(row(), nullptr);
+            continue;
+        }
+        ASSERT_NE(row(), nullptr);
+        EXPECT_EQ(row()->sTcontTableRowStatus, status == OVRA_CREATEANDGO ? OVRA_ACTIVE : OVRA_NOTINSERVICE);
+        EXPECT_EQ(row()->old_sTcontTableRowStatus, status);
+        row_del(module.did(), row());
+    }
+}
+
+TEST_F(SnmpSet, MasterLostBehindARefusedActionLeavesTheRowAsBefore) {
+    make();
+    g_set = 0;
+    Pdu pdu(module);
+    pdu.integer(PROFILE, ROW, 8).text(NAME, ROW, "x");
+    pdu.run(MODE_SET_RESERVE1).run(MODE_SET_RESERVE2).run(MODE_SET_ACTION);
+    EXPECT_EQ(row()->sTcontTableBwProfileId, 8);
+    lose_master();
+    EXPECT_EQ(row()->sTcontTableBwProfileId, 7);
+    EXPECT_STREQ(row()->sTcontTableTcontName, "before");
+
+    Pdu create(module);
+    create.integer(STATUS, OTHER, OVRA_CREATEANDGO);
+    create.run(MODE_SET_RESERVE1).run(MODE_SET_RESERVE2).run(MODE_SET_ACTION);
+    lose_master();
+    EXPECT_EQ(row(OTHER), nullptr);
+}
+
+TEST_F(SnmpSet, MasterLostBehindAFinishedSetChangesNothing) {
+    make();
+    ASSERT_EQ(Pdu(module).integer(PROFILE, ROW, 8).set(), 0);
+    g_set = 0;
+    ASSERT_EQ(Pdu(module).integer(PROFILE, ROW, 9).set(), SNMP_ERR_BADVALUE);
+    const sTcontTable_entry before = *row();
+    lose_master();
+    EXPECT_EQ(std::memcmp(&before, row(), sizeof(before)), 0);
+}
+
 // ---- other tables --------------------------------------------------------------------------------
 
 TEST_F(SnmpSet, RangesHoldForSignedAndUnsignedColumns) {
