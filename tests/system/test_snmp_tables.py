@@ -1,10 +1,12 @@
 """Tables as managers see them, through a master agent: walks, SET with its errors, the life of rows."""
 
-import time
+import re
+import socket
+import struct
 
 import pytest
 
-from chassis import QUIET_SCENARIO, ChassisError
+from chassis import AGENTX_SOCKET, QUIET_SCENARIO
 
 US = "\x1f"
 DIR = "/var/run/product/mibdata"
@@ -235,3 +237,117 @@ def test_rows_of_two_tables_in_one_request_come_together_or_not_at_all(chassis):
     assert "No Such Instance" in chassis.snmp("snmpget", f"{wan}.{wan_status}.{index}").stdout
     chassis.snmpset(f"{wan}.{wan_status}.{index}", "i", CREATE_AND_GO, f"{wifi}.{wifi_status}.{index}", "i", CREATE_AND_GO)
     assert chassis.snmpget(f"{wifi}.{wifi_status}.{index}")[f"{wifi}.{wifi_status}.{index}"] == "INTEGER: 1"
+
+
+# ---- a master that goes away in the middle of a SET ----------------------------------------------
+
+
+class Master:
+    """A master agent of our own making (RFC 2741), which can leave at any moment."""
+
+    RESPONSE, TEST_SET, COMMIT_SET, UNDO_SET, CLEANUP_SET = 18, 8, 9, 10, 11
+
+    def __init__(self, chassis):
+        path = chassis.path(AGENTX_SOCKET)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.unlink(missing_ok=True)
+        self.listener = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        self.listener.bind(str(path))
+        self.listener.listen(4)
+        self.listener.settimeout(10)
+        self.packet = 100
+
+    def accept(self, tables=65):
+        """Takes the subagent's session and its registrations; the first that it doesn't give up on."""
+        registered = 0
+        while registered < tables:
+            if registered == 0:
+                self.connection, _ = self.listener.accept()
+                self.connection.settimeout(5)
+            try:
+                while registered < tables:
+                    kind, packet, _ = self.receive()
+                    registered += kind == 3
+                    self.answer(packet)
+            except (AssertionError, BrokenPipeError):
+                registered = 0
+
+    def leave(self):
+        self.connection.close()
+
+    def receive(self):
+        header = self.read(20)
+        _, kind, flags, _, session, transaction, packet, length = struct.unpack(">BBBBIIII", header)
+        if not flags & 0x10:
+            _, session, transaction, packet, length = struct.unpack("<IIIII", header)
+        self.order = ">" if flags & 0x10 else "<"
+        return kind, (session, transaction, packet), self.read(length)
+
+    def read(self, length):
+        data = b""
+        while len(data) < length:
+            more = self.connection.recv(length - len(data))
+            assert more, "the subagent closed the connection"
+            data += more
+        return data
+
+    def send(self, kind, session, transaction, packet, payload):
+        flags = 0x10 if self.order == ">" else 0
+        self.connection.sendall(
+            struct.pack(self.order + "BBBBIIII", 1, kind, flags, 0, session, transaction, packet, len(payload)) + payload
+        )
+
+    def answer(self, packet):
+        session, transaction, number = packet
+        self.send(self.RESPONSE, session or 7, transaction, number, struct.pack(self.order + "IHH", 0, 0, 0))
+
+    def request(self, kind, oid=None, value=0):
+        """A phase of SET on one integer; gives the error of the answer."""
+        payload = b""
+        if oid:
+            arcs = [int(arc) for arc in oid.strip(".").split(".")]
+            payload = struct.pack(self.order + f"HHBBBB{len(arcs)}Ii", 2, 0, len(arcs), 0, 0, 0, *arcs, value)
+        self.packet += 1
+        self.send(kind, 7, 55, self.packet, payload)
+        while True:
+            kind, packet, payload = self.receive()
+            if kind == self.RESPONSE:
+                return struct.unpack_from(self.order + "IH", payload)[1]
+            self.answer(packet)  # a ping
+
+
+def wan_status(chassis):
+    """The row status of the WAN row as the daemon holds it, or None."""
+    text = chassis.vty("show mib table sRmWanTable row 1 1 1 1 1")
+    found = re.search(r"sRmWanRowStatus *: *(\w+)", text)
+    return found and found[1]
+
+
+@pytest.mark.parametrize(
+    "phases, now, afterwards",
+    [
+        ([Master.TEST_SET], "NONEXISTENT", None),
+        ([Master.TEST_SET, Master.COMMIT_SET], "CREATEANDGO", "ACTIVE"),
+        ([Master.TEST_SET, Master.COMMIT_SET, Master.CLEANUP_SET], "ACTIVE", "ACTIVE"),
+        ([Master.TEST_SET, Master.COMMIT_SET, Master.UNDO_SET], None, None),
+        ([Master.TEST_SET, Master.CLEANUP_SET], None, None),
+        ([Master.TEST_SET, Master.TEST_SET], "NONEXISTENT", None),
+    ],
+)
+def test_master_that_leaves_in_the_middle_of_a_set(chassis, phases, now, afterwards):
+    chassis.start(QUIET_SCENARIO)
+    master = Master(chassis)
+    chassis.start_daemon()
+    master.accept()
+    chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
+    base, status, index = PLAIN["wan"]
+    for phase in phases:
+        if phase == Master.TEST_SET:
+            assert master.request(phase, f"{base}.{status}.{index}", CREATE_AND_GO) == 0
+        elif phase == Master.CLEANUP_SET:
+            master.send(phase, 7, 55, 999, b"")  # isn't answered
+        else:
+            assert master.request(phase) == 0
+    chassis.wait_for(lambda: wan_status(chassis) == now, what=f"status {now}")
+    master.leave()
+    chassis.wait_for(lambda: wan_status(chassis) == afterwards, what=f"status {afterwards}")

@@ -371,6 +371,7 @@ TEST_F(SnmpSet, RowThatGoesBeforeCommitUndoOrFreeIsLeftAlone) {
 
 TEST_F(SnmpSet, CheckCallbackThatRemovesTheRowFailsTheSet) {
     make();
+    MibUnRegisterCallback(module.did(), CALLBACK_CHECK, on_check);
     MibRegisterCallback(module.did(), CALLBACK_CHECK, "remove", 0, remove_row, mibDefFlags);
     EXPECT_EQ(Pdu(module).integer(PROFILE, ROW, 8).set(), SNMP_ERR_BADVALUE);
     EXPECT_EQ(row(), nullptr);
