@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "../ov_mmg/log_tap.h"
+#include "../support/log_tap.h"
 #include "aclExtendRuleTable.h"
 #include "gemPmThrTable.h"
 #include "rmServiceMacFilterStaticTable.h"
