@@ -124,13 +124,13 @@ char* link_name(netsnmp_transport* /*transport*/, const void* /*data*/, int /*si
 
 // The library's own settings for these don't reach a subagent's session.
 int set_session_limits(netsnmp_transport* /*transport*/, netsnmp_session* session) {
-    session->timeout = AGENTX_REPLY_MS * 1000; // microseconds
+    session->timeout = AGENTX_REPLY_MS * 1000L; // microseconds
     session->retries = 0;
     return SNMPERR_SUCCESS;
 }
 
 timeval reply_time() {
-    return {.tv_sec = AGENTX_REPLY_MS / 1000, .tv_usec = AGENTX_REPLY_MS % 1000 * 1000};
+    return {.tv_sec = AGENTX_REPLY_MS / 1000, .tv_usec = AGENTX_REPLY_MS % 1000 * 1000L};
 }
 
 // A connected socket, or -1 with errno. Never waits.
