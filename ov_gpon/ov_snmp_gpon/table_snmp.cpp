@@ -4,6 +4,7 @@
 
 #include "ov_product_log.h"
 #include "table_record.h"
+#include "table_snmp_open.h"
 #include "table_snmp_request.h"
 
 namespace {
@@ -42,6 +43,7 @@ bool table_snmp_available() {
 }
 
 netsnmp_handler_registration* table_snmp_create(TableModule& module, netsnmp_node_handler* handler) {
+    snmp_open_watch_master();
     const auto oid = module.table_oid();
     netsnmp_handler_registration* registration =
         netsnmp_create_handler_registration(module.name(), handler, oid.data(), oid.size(),

@@ -14,17 +14,23 @@ namespace {
 
 constexpr uint32_t kGreatest = std::numeric_limits<uint32_t>::max();
 
+// A number of an object identifier as an index value; false when no index column holds it. The library reads
+// the numbers of AgentX messages as signed: where an arc has 64 bits, those from 2^31 up come sign-extended.
+bool index_value(oid arc, uint32_t& value) {
+    value = static_cast<uint32_t>(arc);
+    return arc == value || arc == static_cast<oid>(static_cast<int32_t>(value));
+}
+
 // The first row of a column behind the index of a request.
 void* row_behind(const TableModule& module, const netsnmp_table_request_info& info) {
     const size_t wanted = module.desc().index.size();
     SnmpRowKey key{}; // zeros behind a short index: whatever row begins with it comes behind it
     for (size_t i = 0; i < wanted && i < info.index_oid_len; ++i) {
-        if (info.index_oid[i] > kGreatest) {
+        if (!index_value(info.index_oid[i], key[i])) {
             // Behind all rows that agree so far.
             std::fill(key.begin() + static_cast<ptrdiff_t>(i), key.end(), kGreatest);
             return row_getNext(module.did(), key.data());
         }
-        key[i] = static_cast<uint32_t>(info.index_oid[i]);
     }
     if (info.index_oid_len < wanted) {
         if (void* row = row_get(module.did(), key.data()))
@@ -150,9 +156,8 @@ bool snmp_row_key(const TableDesc& desc, const netsnmp_table_request_info& info,
         return false;
     key = {};
     for (size_t i = 0; i < desc.index.size(); ++i) {
-        if (info.index_oid[i] > kGreatest)
+        if (!index_value(info.index_oid[i], key[i]))
             return false;
-        key[i] = static_cast<uint32_t>(info.index_oid[i]);
     }
     return true;
 }

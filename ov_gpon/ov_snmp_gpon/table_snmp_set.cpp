@@ -9,11 +9,13 @@
 //
 // All variables of one request are taken to be of one row, that of the last: the application is called once.
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "ov_product_log.h"
 #include "table_record.h"
 #include "table_snmp.h"
+#include "table_snmp_open.h"
 #include "table_snmp_request.h"
 
 namespace {
@@ -122,6 +124,7 @@ int make_row(TableModule& module, const Variable& variable) {
     void* row = snmp_row_key(module.desc(), *variable.info, key) ? module.create_entry(key.data()) : nullptr;
     if (row == nullptr)
         return SNMP_ERR_RESOURCEUNAVAILABLE;
+    snmp_open_note(module, key, SnmpSetState::RESERVED, {});
     // To all variables of this row. In RESERVE1 this would crash on a variable that the library has refused.
     netsnmp_insert_iterator_context(variable.request, row);
     return SNMP_ERR_NOERROR;
@@ -189,6 +192,32 @@ void log_value(const TableModule& module, const ColumnDesc& column, const void* 
     OV_LOG_INFO("SNMP", "Set %s %s:%s ", index, column.name, text.c_str());
 }
 
+// A request may hold one column of a row twice. The shadow then has the first of the new values, and what was
+// there before the request is kept with the later variable, for an undo.
+constexpr char kOriginal[] = "original";
+
+const netsnmp_request_info* earlier_of_column(const Variable& variable) {
+    for (const netsnmp_request_info* request = variable.request->prev; request != nullptr;
+         request = request->prev) {
+        auto* earlier = const_cast<netsnmp_request_info*>(request);
+        if (netsnmp_extract_iterator_context(earlier) == variable.row() &&
+            netsnmp_extract_table_info(earlier)->colnum == variable.info->colnum)
+            return request;
+    }
+    return nullptr;
+}
+
+void keep_original(const Variable& variable) {
+    const netsnmp_request_info* earlier = earlier_of_column(variable);
+    if (earlier == nullptr || netsnmp_get_list_node(variable.request->parent_data, kOriginal) != nullptr)
+        return;
+    const void* original = netsnmp_get_list_data(earlier->parent_data, kOriginal);
+    if (original == nullptr)
+        original = record_bytes(variable.row()) + variable.column->old_offset;
+    if (void* copy = netsnmp_memdup(original, variable.column->size))
+        netsnmp_request_add_list_data(variable.request, netsnmp_create_data_list(kOriginal, copy, free));
+}
+
 void write_value(const TableModule& module, const Variable& variable) {
     void* row = variable.row();
     const ColumnDesc& column = *variable.column;
@@ -243,6 +272,17 @@ void note_activation(const ActionRow& target) {
         set_old_row_status(desc, row, OVRA_ACTIVE);
 }
 
+// For the case that the master goes away before the next phase.
+void note_state(TableModule& module, netsnmp_request_info* requests, SnmpSetState state,
+                const MIB_Flags_t& columns) {
+    each_variable(module, requests, [&](const Variable& variable) {
+        SnmpRowKey key;
+        if (snmp_row_key(module.desc(), *variable.info, key))
+            snmp_open_note(module, key, state, columns);
+        return true;
+    });
+}
+
 void action(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
     const bool complete = each_variable(module, requests, [&](const Variable& variable) {
         if (variable.row() == nullptr)
@@ -255,6 +295,8 @@ void action(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_re
     }
     ActionRow target{module};
     each_variable(module, requests, [&](const Variable& variable) {
+        if (variable.column != nullptr && mib_flag_is_set(target.flags, variable.info->colnum))
+            keep_original(variable);
         mib_flag_set(target.flags, variable.info->colnum);
         target.info = variable.info;
         target.column = variable.column;
@@ -264,7 +306,9 @@ void action(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_re
     });
     if (target.info == nullptr)
         return;
-    if (!target.run(CALLBACK_CHECK) || !run_set_chain(target)) {
+    const bool accepted = target.run(CALLBACK_CHECK) && run_set_chain(target);
+    note_state(module, requests, accepted ? SnmpSetState::ACCEPTED : SnmpSetState::REFUSED, target.flags);
+    if (!accepted) {
         refuse_all(reqinfo, requests, SNMP_ERR_BADVALUE);
         return;
     }
@@ -336,7 +380,9 @@ void undo(TableModule& module, netsnmp_request_info* requests) {
             return true;
         }
         const ColumnDesc& column = *variable.column;
-        std::memcpy(row + column.offset, row + column.old_offset, column.size);
+        const void* original = netsnmp_get_list_data(variable.request->parent_data, kOriginal);
+        std::memcpy(row + column.offset, original != nullptr ? original : row + column.old_offset,
+                    column.size);
         std::memset(row + column.old_offset, 0, column.size);
         return true;
     });
@@ -357,12 +403,15 @@ void snmp_serve_set(TableModule& module, netsnmp_agent_request_info* reqinfo,
         action(module, reqinfo, requests);
         break;
     case MODE_SET_COMMIT:
+        snmp_open_forget(module);
         commit(module, requests);
         break;
     case MODE_SET_FREE:
+        snmp_open_forget(module);
         free_rows(module, requests);
         break;
     case MODE_SET_UNDO:
+        snmp_open_forget(module);
         undo(module, requests);
         break;
     default:

@@ -1,0 +1,353 @@
+"""Tables as managers see them, through a master agent: walks, SET with its errors, the life of rows."""
+
+import re
+import socket
+import struct
+
+import pytest
+
+from chassis import AGENTX_SOCKET, QUIET_SCENARIO
+
+US = "\x1f"
+DIR = "/var/run/product/mibdata"
+ENTERPRISE = ".1.3.6.1.4.1.47281"
+TABLES = f"{ENTERPRISE}.1.1.1.1.1"
+TCONT = f"{TABLES}.6.1"
+GEM = f"{TABLES}.5.1"
+WAN = f"{TABLES}.46.1.1"
+ALARM_ENABLE = f"{TABLES}.17.1"
+ROW = "1.2.3.4.5"
+
+ACTIVE, NOT_IN_SERVICE, NOT_READY, CREATE_AND_GO, CREATE_AND_WAIT, DESTROY = 1, 2, 3, 4, 5, 6
+
+
+def line(*fields):
+    return "".join(str(field) + US for field in fields) + "\n"
+
+
+def start(chassis, files=None):
+    chassis.start(QUIET_SCENARIO)
+    for name, lines in (files or {}).items():
+        chassis.write(f"{DIR}/{name}.mib", "".join(lines))
+    chassis.start_snmpd()
+    chassis.start_daemon()
+    chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
+    # A table that the daemon registers: until then the master answers for itself.
+    chassis.wait_for(lambda: registered(chassis), what="the subagent's registration")
+    return chassis
+
+
+def registered(chassis):
+    error = chassis.snmp("snmpset", f"{TCONT}.2.{ROW}", "i", "1").stderr
+    return "notWritable" in error
+
+
+def error_of(chassis, *oid_type_value):
+    """The error that a SET is answered with."""
+    made = chassis.snmp("snmpset", *map(str, oid_type_value))
+    assert made.returncode != 0, made.stdout
+    for text in made.stderr.splitlines():
+        if text.startswith("Reason: "):
+            return text.removeprefix("Reason: ").split()[0]
+    return made.stderr
+
+
+def create(chassis, table, status_column, index, *more, status=CREATE_AND_GO):
+    return chassis.snmpset(*more, f"{table}.{status_column}.{index}", "i", status)
+
+
+def tconts(count):
+    return [line(1, 1 + i // 2048, 1 + i // 128 % 16, 1 + i % 128, 1, 1024 + i, f"tc{i}", 7, "default", 1) for i in range(count)]
+
+
+# ---- walks ---------------------------------------------------------------------------------------
+
+
+def test_walk_gives_every_row_of_a_table_in_order(chassis):
+    start(chassis, {"sTcontTable": tconts(300)})
+    for walk in chassis.snmpwalk, chassis.bulkwalk:
+        names = list(walk(TCONT))
+        assert len(names) == 300 * 5
+        keys = [tuple(map(int, name.strip(".").split("."))) for name in names]
+        assert keys == sorted(keys)
+
+
+def test_walk_of_the_whole_tree_ends(chassis):
+    start(chassis, {"sTcontTable": tconts(3)})
+    create(chassis, WAN, 20, "1.1.1.1.1")
+    names = list(chassis.bulkwalk(ENTERPRISE))
+    assert len([name for name in names if name.startswith(TCONT + ".")]) == 15
+    assert len([name for name in names if name.startswith(WAN + ".")]) >= 19
+
+
+@pytest.mark.parametrize(
+    "start_at, first",
+    [
+        ("", "2.1.1.1.1.1"),
+        (".0", "2.1.1.1.1.1"),
+        (".1.9.9.9.9.9", "2.1.1.1.1.1"),
+        (".3.1.1.1", "3.1.1.1.1.1"),
+        (".3.1.1.1.1.1", "3.1.1.1.2.1"),
+        (".3.1.1.1.1.1.0.0", "3.1.1.1.2.1"),
+        (".3.1.1.1.1.4294967295", "3.1.1.1.2.1"),
+        (".3.4294967295", "4.1.1.1.1.1"),
+        (".3" + ".1" * 110, "3.1.1.1.2.1"),
+    ],
+)
+def test_getnext_from_any_name(chassis, start_at, first):
+    start(chassis, {"sTcontTable": tconts(3)})
+    got = chassis.snmp("snmpgetnext", "-On", TCONT + start_at)
+    assert got.stdout.split(" = ")[0] == f"{TCONT}.{first}", got.stderr
+
+
+def test_get_of_wrong_names(chassis):
+    start(chassis, {"sTcontTable": tconts(3)})
+    for name in "3.1.1.1.9.1", "3.1.1.1.1", "3.1.1.1.1.1.1", "3.1.1.1.1.4294967295", "3":
+        assert "No Such" in chassis.snmp("snmpget", f"{TCONT}.{name}").stdout
+    assert "No Such Object" in chassis.snmp("snmpget", f"{TCONT}.7.1.1.1.1.1").stdout
+    # A number of the registration without an object: the row is looked for first.
+    assert "No Such Instance" in chassis.snmp("snmpget", f"{TABLES}.2.1.25.1.1.1.1").stdout
+
+
+# ---- the life of rows ----------------------------------------------------------------------------
+
+# Tables without rules of their own: status column, an index, and a text or number to write.
+PLAIN = {
+    "wan": (WAN, 20, "1.1.1.1.1"),
+    "wifi": (f"{TABLES}.47.1.1", 24, "1.1.1.1.1"),
+    "threshold profile of a GEM port": (f"{TABLES}.33.4.3.1", 8, "4294967295"),
+}
+
+
+@pytest.mark.parametrize("table", PLAIN)
+def test_create_and_go_and_destroy(chassis, table):
+    start(chassis)
+    base, status, index = PLAIN[table]
+    create(chassis, base, status, index)
+    assert chassis.snmpget(f"{base}.{status}.{index}") == {f"{base}.{status}.{index}": f"INTEGER: {ACTIVE}"}
+    assert error_of(chassis, f"{base}.{status}.{index}", "i", CREATE_AND_GO) == "inconsistentValue"
+    assert error_of(chassis, f"{base}.{status}.{index}", "i", CREATE_AND_WAIT) == "inconsistentValue"
+    chassis.snmpset(f"{base}.{status}.{index}", "i", DESTROY)
+    assert "No Such Instance" in chassis.snmp("snmpget", f"{base}.{status}.{index}").stdout
+    assert error_of(chassis, f"{base}.{status}.{index}", "i", DESTROY) == "resourceUnavailable"
+
+
+@pytest.mark.parametrize("table", PLAIN)
+def test_create_and_wait_then_activate(chassis, table):
+    start(chassis)
+    base, status, index = PLAIN[table]
+    name = f"{base}.{status}.{index}"
+    create(chassis, base, status, index, status=CREATE_AND_WAIT)
+    assert chassis.snmpget(name) == {name: f"INTEGER: {NOT_IN_SERVICE}"}
+    chassis.snmpset(name, "i", ACTIVE)
+    assert chassis.snmpget(name) == {name: f"INTEGER: {ACTIVE}"}
+    chassis.snmpset(name, "i", NOT_IN_SERVICE)
+    chassis.snmpset(name, "i", DESTROY)
+    assert "No Such Instance" in chassis.snmp("snmpget", name).stdout
+
+
+def test_odd_row_status_transitions(chassis):
+    start(chassis)
+    base, status, index = PLAIN["wan"]
+    name = f"{base}.{status}.{index}"
+    assert error_of(chassis, name, "i", ACTIVE) == "inconsistentValue"
+    assert error_of(chassis, name, "i", NOT_IN_SERVICE) == "inconsistentValue"
+    for value in 0, 7, -1:
+        assert error_of(chassis, name, "i", value) == "wrongValue"
+    assert error_of(chassis, name, "i", NOT_READY) in ("wrongValue", "inconsistentValue")
+    assert error_of(chassis, name, "u", CREATE_AND_GO) == "wrongType"
+    assert error_of(chassis, name, "s", "4") == "wrongType"
+    assert "No Such Instance" in chassis.snmp("snmpget", name).stdout
+
+
+def test_row_is_saved_with_what_a_manager_wrote(chassis):
+    start(chassis)
+    base, status, index = PLAIN["wan"]
+    create(chassis, base, status, index, f"{base}.11.{index}", "s", "operator")
+    chassis.event("snmp-mib-table-save", sequence=1, tablename="sRmWanTable")
+    chassis.wait_log(r"Process mibsave request 1 for sRmWanTable\.$")
+    fields = chassis.read(f"{DIR}/sRmWanTable.mib").split(US)
+    assert fields[:5] == ["1"] * 5
+    assert fields[5 + 11 - 2] == "operator"
+    assert fields[5 + status - 2] == str(ACTIVE)
+
+
+# ---- wrong requests ------------------------------------------------------------------------------
+
+
+def test_wrong_requests_name_their_error_and_change_nothing(chassis):
+    start(chassis, {"sTcontTable": tconts(2)})
+    before = chassis.snmpwalk(TCONT)
+    for error, *request in [
+        ("notWritable", f"{TCONT}.2.1.1.1.1.1", "i", 1),
+        ("wrongType", f"{TCONT}.4.1.1.1.1.1", "s", "1"),
+        ("wrongType", f"{TCONT}.4.1.1.1.1.1", "u", 1),
+        ("wrongType", f"{TCONT}.3.1.1.1.1.1", "i", 1),
+        ("wrongLength", f"{TCONT}.3.1.1.1.1.1", "s", "x" * 34),
+        ("resourceUnavailable", f"{TCONT}.4.1.1.1.9.1", "i", 1),
+        ("inconsistentValue", f"{TCONT}.6.1.1.1.1.1", "i", CREATE_AND_GO),
+        ("notWritable", f"{TABLES}.23.1.1.1.1.1.1", "i", 1),  # a table that managers only read
+        # The good one beside a bad one has no effect.
+        ("wrongType", f"{TCONT}.4.1.1.1.1.1", "i", 5, f"{TCONT}.3.1.1.1.1.1", "i", 1),
+        ("notWritable", f"{TCONT}.6.1.1.1.9.1", "i", CREATE_AND_GO, f"{TCONT}.2.1.1.1.9.1", "i", 1),
+    ]:
+        assert error_of(chassis, *request) == error, request
+    assert chassis.snmpwalk(TCONT) == before
+
+
+def test_names_that_are_no_variable_are_refused(chassis):
+    start(chassis, {"sTcontTable": tconts(2)})
+    before = chassis.snmpwalk(TCONT)
+    for name in "4.1.1.1.1", "4.1.1.1.1.1.1", "4", "9.1.1.1.1.1", "4294967295.1.1.1.1.1", "4" + ".1" * 110:
+        error = error_of(chassis, f"{TCONT}.{name}", "i", 1)
+        assert error in ("noCreation", "notWritable", "noAccess"), (name, error)
+        # Beside a create in the same request.
+        error_of(chassis, f"{TCONT}.6.{ROW}", "i", CREATE_AND_GO, f"{TCONT}.{name}", "i", 1)
+    assert chassis.snmpwalk(TCONT) == before
+
+
+def test_text_of_all_its_bytes_and_binary_content(chassis):
+    start(chassis, {"sTcontTable": tconts(1)})
+    name = f"{TCONT}.3.1.1.1.1.1"
+    chassis.snmpset(name, "s", "x" * 33)
+    assert chassis.snmpget(name) == {name: f'STRING: "{"x" * 33}"'}
+    chassis.snmpset(name, "x", "FF0A00414243")  # ends at its first zero
+    assert chassis.snmpget(name)[name].replace(" ", "") == "Hex-STRING:FF0A"
+
+
+def test_two_variables_of_one_column(chassis):
+    start(chassis, {"sTcontTable": tconts(1)})
+    name = f"{TCONT}.3.1.1.1.1.1"
+    made = chassis.snmp("snmpset", name, "s", "first", name, "s", "second")
+    assert chassis.snmpget(name) == {name: 'STRING: "second"'}, made.stderr
+
+
+def test_two_rows_in_one_request(chassis):
+    start(chassis, {"sTcontTable": tconts(2)})
+    one, two = f"{TCONT}.3.1.1.1.1.1", f"{TCONT}.3.1.1.1.2.1"
+    chassis.snmpset(one, "s", "one", two, "s", "two")
+    assert chassis.snmpget(one, two) == {one: 'STRING: "one"', two: 'STRING: "two"'}
+
+
+def test_rows_of_two_tables_in_one_request_come_together_or_not_at_all(chassis):
+    start(chassis)
+    wan, wan_status, index = PLAIN["wan"]
+    wifi, wifi_status, _ = PLAIN["wifi"]
+    assert error_of(chassis, f"{wan}.{wan_status}.{index}", "i", CREATE_AND_GO, f"{wifi}.{wifi_status}.{index}", "i", ACTIVE) == "inconsistentValue"
+    assert "No Such Instance" in chassis.snmp("snmpget", f"{wan}.{wan_status}.{index}").stdout
+    chassis.snmpset(f"{wan}.{wan_status}.{index}", "i", CREATE_AND_GO, f"{wifi}.{wifi_status}.{index}", "i", CREATE_AND_GO)
+    assert chassis.snmpget(f"{wifi}.{wifi_status}.{index}")[f"{wifi}.{wifi_status}.{index}"] == "INTEGER: 1"
+
+
+# ---- a master that goes away in the middle of a SET ----------------------------------------------
+
+
+class Master:
+    """A master agent of our own making (RFC 2741), which can leave at any moment."""
+
+    RESPONSE, TEST_SET, COMMIT_SET, UNDO_SET, CLEANUP_SET = 18, 8, 9, 10, 11
+
+    def __init__(self, chassis):
+        path = chassis.path(AGENTX_SOCKET)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.unlink(missing_ok=True)
+        self.listener = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        self.listener.bind(str(path))
+        self.listener.listen(4)
+        self.listener.settimeout(10)
+        self.packet = 100
+
+    def accept(self, tables=65):
+        """Takes the subagent's session and its registrations; the first that it doesn't give up on."""
+        registered = 0
+        while registered < tables:
+            if registered == 0:
+                self.connection, _ = self.listener.accept()
+                self.connection.settimeout(5)
+            try:
+                while registered < tables:
+                    kind, packet, _ = self.receive()
+                    registered += kind == 3
+                    self.answer(packet)
+            except (AssertionError, BrokenPipeError):
+                registered = 0
+
+    def leave(self):
+        self.connection.close()
+
+    def receive(self):
+        header = self.read(20)
+        _, kind, flags, _, session, transaction, packet, length = struct.unpack(">BBBBIIII", header)
+        if not flags & 0x10:
+            _, session, transaction, packet, length = struct.unpack("<IIIII", header)
+        self.order = ">" if flags & 0x10 else "<"
+        return kind, (session, transaction, packet), self.read(length)
+
+    def read(self, length):
+        data = b""
+        while len(data) < length:
+            more = self.connection.recv(length - len(data))
+            assert more, "the subagent closed the connection"
+            data += more
+        return data
+
+    def send(self, kind, session, transaction, packet, payload):
+        flags = 0x10 if self.order == ">" else 0
+        self.connection.sendall(
+            struct.pack(self.order + "BBBBIIII", 1, kind, flags, 0, session, transaction, packet, len(payload)) + payload
+        )
+
+    def answer(self, packet):
+        session, transaction, number = packet
+        self.send(self.RESPONSE, session or 7, transaction, number, struct.pack(self.order + "IHH", 0, 0, 0))
+
+    def request(self, kind, oid=None, value=0):
+        """A phase of SET on one integer; gives the error of the answer."""
+        payload = b""
+        if oid:
+            arcs = [int(arc) for arc in oid.strip(".").split(".")]
+            payload = struct.pack(self.order + f"HHBBBB{len(arcs)}Ii", 2, 0, len(arcs), 0, 0, 0, *arcs, value)
+        self.packet += 1
+        self.send(kind, 7, 55, self.packet, payload)
+        while True:
+            kind, packet, payload = self.receive()
+            if kind == self.RESPONSE:
+                return struct.unpack_from(self.order + "IH", payload)[1]
+            self.answer(packet)  # a ping
+
+
+def wan_status(chassis):
+    """The row status of the WAN row as the daemon holds it, or None."""
+    text = chassis.vty("show mib table sRmWanTable row 1 1 1 1 1")
+    found = re.search(r"sRmWanRowStatus *: *(\w+)", text)
+    return found and found[1]
+
+
+@pytest.mark.parametrize(
+    "phases, now, afterwards",
+    [
+        ([Master.TEST_SET], "NONEXISTENT", None),
+        ([Master.TEST_SET, Master.COMMIT_SET], "CREATEANDGO", "ACTIVE"),
+        ([Master.TEST_SET, Master.COMMIT_SET, Master.CLEANUP_SET], "ACTIVE", "ACTIVE"),
+        ([Master.TEST_SET, Master.COMMIT_SET, Master.UNDO_SET], None, None),
+        ([Master.TEST_SET, Master.CLEANUP_SET], None, None),
+        ([Master.TEST_SET, Master.TEST_SET], "NONEXISTENT", None),
+    ],
+)
+def test_master_that_leaves_in_the_middle_of_a_set(chassis, phases, now, afterwards):
+    chassis.start(QUIET_SCENARIO)
+    master = Master(chassis)
+    chassis.start_daemon()
+    master.accept()
+    chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
+    base, status, index = PLAIN["wan"]
+    for phase in phases:
+        if phase == Master.TEST_SET:
+            assert master.request(phase, f"{base}.{status}.{index}", CREATE_AND_GO) == 0
+        elif phase == Master.CLEANUP_SET:
+            master.send(phase, 7, 55, 999, b"")  # isn't answered
+        else:
+            assert master.request(phase) == 0
+    chassis.wait_for(lambda: wan_status(chassis) == now, what=f"status {now}")
+    master.leave()
+    chassis.wait_for(lambda: wan_status(chassis) == afterwards, what=f"status {afterwards}")
