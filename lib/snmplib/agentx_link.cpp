@@ -29,6 +29,7 @@ struct Patience {
     std::optional<Clock::time_point> asked; // when the request that waits for an answer was sent
     Clock::duration spent{};                // waited for answers in this pass
     bool lost = false;                      // the connection is given up
+    bool said = false;                      // in the log, since the master last answered
 
     void answered() {
         if (asked)
@@ -43,7 +44,9 @@ void give_up(int sock, const char* why) {
     if (patience.lost)
         return;
     patience.lost = true;
-    OV_LOG_WARN("SNMP", "AgentX master agent %s, connection given up", why);
+    if (!patience.said)
+        OV_LOG_WARN("SNMP", "AgentX master agent %s, connection given up", why);
+    patience.said = true;
     shutdown(sock, SHUT_RDWR); // the library notices the end of the connection at its next read
 }
 
@@ -103,18 +106,20 @@ int link_recv(netsnmp_transport* transport, void* buffer, int size, void** opaqu
         got = recv(transport->sock, buffer, static_cast<size_t>(size), 0);
     } while (got < 0 && errno == EINTR);
     patience.answered();
+    if (got > 0)
+        patience.said = false;
     return static_cast<int>(got);
 }
 
 int link_close(netsnmp_transport* transport) {
     if (transport->sock < 0)
         return -1;
-    close(transport->sock);
-    transport->sock = -1;
     if (patience.asked) { // the library has waited in vain
         patience.answered();
-        patience.lost = true;
+        give_up(transport->sock, "doesn't answer");
     }
+    close(transport->sock);
+    transport->sock = -1;
     return 0;
 }
 
@@ -124,13 +129,13 @@ char* link_name(netsnmp_transport* /*transport*/, const void* /*data*/, int /*si
 
 // The library's own settings for these don't reach a subagent's session.
 int set_session_limits(netsnmp_transport* /*transport*/, netsnmp_session* session) {
-    session->timeout = AGENTX_REPLY_MS * 1000; // microseconds
+    session->timeout = AGENTX_REPLY_MS * 1000L; // microseconds
     session->retries = 0;
     return SNMPERR_SUCCESS;
 }
 
 timeval reply_time() {
-    return {.tv_sec = AGENTX_REPLY_MS / 1000, .tv_usec = AGENTX_REPLY_MS % 1000 * 1000};
+    return {.tv_sec = AGENTX_REPLY_MS / 1000, .tv_usec = AGENTX_REPLY_MS % 1000 * 1000L};
 }
 
 // A connected socket, or -1 with errno. Never waits.

@@ -475,7 +475,7 @@ class Chassis:
         """Runs snmpget, snmpwalk, snmpset, snmpbulkwalk, ... against the master agent, numbers only. Returns
         the CompletedProcess; -v2c and the address are given."""
         command = [tool, "-v2c", "-c", community, "-On", "-Oe", *options, "127.0.0.1", *args]
-        return self.run("env", "MIBS=", "SNMPCONFPATH=/tmp/snmpd", *command)
+        return self.run("env", "MIBS=", "SNMPCONFPATH=/tmp/snmpd", "SNMP_PERSISTENT_DIR=/tmp/snmpd", *command)
 
     def snmpget(self, *oids, **kwargs):
         """Values by OID as net-snmp prints them: {".1.3...": "INTEGER: 1"}; an error is a ChassisError."""

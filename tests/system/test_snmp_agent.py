@@ -13,6 +13,7 @@ from chassis import AGENTX_SOCKET, QUIET_SCENARIO, SNMPD_CONF
 ENTERPRISE = ".1.3.6.1.4.1.47281"
 ALARM = f"{ENTERPRISE}.1.1.1.3.1.1"  # the entry of the active alarm table
 ROW = "5.201"  # source 5, code 201
+PROFILE = f"{ENTERPRISE}.1.1.1.1.1.7.1"  # the entry of the bandwidth profile table
 
 LOOP_HELD = 2.0  # seconds: the longest that a master may hold the daemon
 BACK_AGAIN = 5.0  # seconds: until the tables are registered after the master's return
@@ -209,7 +210,7 @@ def test_alarms_run_without_a_master(chassis):
     assert not chassis.exists("/tmp/mark")
     chassis.start_snmpd()
     chassis.wait_log("AgentX master agent connected", BACK_AGAIN)
-    create_alarm(chassis)
+    chassis.snmpset(f"{PROFILE}.7.77", "i", 4)
     chassis.signal_snmpd(signal.SIGKILL)
     chassis.wait_for(lambda: chassis.read("/tmp/mark", missing="").startswith("1"), 8, "the mark")
 
@@ -307,8 +308,7 @@ def test_a_change_of_an_active_alarm_reaches_the_manager(chassis):
 
 def test_a_change_of_any_other_table_sends_nothing(chassis):
     start_with_receiver(chassis)
-    profile = f"{ENTERPRISE}.1.1.1.1.1.8.1"  # bandwidth profiles
-    chassis.snmp("snmpset", f"{profile}.99.7", "i", "4")
+    chassis.snmpset(f"{PROFILE}.7.77", "i", 4)
     create_alarm(chassis)  # comes behind whatever was sent before
     chassis.wait_for(lambda: alarm_notifications(chassis), 5, "the notification")
     ours = [n for n in received(chassis) if decode_oid(n[1][2]).startswith(ENTERPRISE)]
