@@ -212,7 +212,6 @@ void smux_init(struct thread_master* tm) {
 }
 
 void snmp_agent_start() {
-    OV_LOG_NOTICE("SNMP", "Start connecting snmpd.");
     agentx_link_new_pass();
     agentx_start_library();
     agentx_enabled = 1;

@@ -47,6 +47,19 @@ void give_up(int sock, const char* why) {
     shutdown(sock, SHUT_RDWR); // the library notices the end of the connection at its next read
 }
 
+// Whether the master may be asked something more. The library asks again when it has stopped waiting; answers
+// of ours may go out while it waits.
+bool is_patient(int sock) {
+    const bool was_unanswered =
+        patience.asked && Clock::now() - *patience.asked >= milliseconds(AGENTX_REPLY_MS * 9 / 10);
+    patience.answered();
+    if (was_unanswered)
+        give_up(sock, "doesn't answer");
+    else if (patience.is_exhausted())
+        give_up(sock, "is too slow");
+    return !patience.lost;
+}
+
 // The byte of the AgentX header that holds the type.
 uint8_t type_of(const void* pdu, int size) {
     return size < 2 ? 0 : static_cast<const uint8_t*>(pdu)[1];
@@ -68,18 +81,14 @@ bool send_all(int sock, const char* data, size_t size) {
 int link_send(netsnmp_transport* transport, const void* data, int size, void** /*opaque*/, int* /*length*/) {
     if (transport->sock < 0 || size < 0 || patience.lost)
         return -1;
-    // The library asks again only when it has stopped waiting.
-    const bool was_unanswered = patience.asked.has_value();
-    patience.answered();
-    if (was_unanswered || patience.is_exhausted()) {
-        give_up(transport->sock, was_unanswered ? "doesn't answer" : "is too slow");
+    const bool waits = agentx_link_waits_for_answer(type_of(data, size));
+    if (waits && !is_patient(transport->sock))
         return -1;
-    }
     if (!send_all(transport->sock, static_cast<const char*>(data), static_cast<size_t>(size))) {
         give_up(transport->sock, "takes no more requests");
         return -1;
     }
-    if (agentx_link_waits_for_answer(type_of(data, size)))
+    if (waits)
         patience.asked = Clock::now();
     return size;
 }
@@ -113,8 +122,15 @@ char* link_name(netsnmp_transport* /*transport*/, const void* /*data*/, int /*si
     return strdup("Local Unix socket"); // the library frees it
 }
 
+// The library's own settings for these don't reach a subagent's session.
+int set_session_limits(netsnmp_transport* /*transport*/, netsnmp_session* session) {
+    session->timeout = AGENTX_REPLY_MS * 1000L; // microseconds
+    session->retries = 0;
+    return SNMPERR_SUCCESS;
+}
+
 timeval reply_time() {
-    return {.tv_sec = AGENTX_REPLY_MS / 1000, .tv_usec = AGENTX_REPLY_MS % 1000 * 1000};
+    return {.tv_sec = AGENTX_REPLY_MS / 1000, .tv_usec = AGENTX_REPLY_MS % 1000 * 1000L};
 }
 
 // A connected socket, or -1 with errno. Never waits.
@@ -160,6 +176,7 @@ netsnmp_transport* new_transport(int sock, const std::string& path) {
     transport->f_send = link_send;
     transport->f_close = link_close;
     transport->f_fmtaddr = link_name;
+    transport->f_setup_session = set_session_limits;
     return transport;
 }
 

@@ -16,7 +16,6 @@ namespace {
 constexpr char APPLICATION[] = "quagga";
 constexpr char CONFIGURATION_DIR[] = "/etc/snmp";
 constexpr char SCRATCH_DIR[] = "/var/run/product/snmp"; // an empty index of certificates; may be missing
-constexpr int MICROSECONDS = 1000;
 
 int level_of(int priority) {
     switch (priority) {
@@ -58,10 +57,6 @@ void set_library_flag(int which) {
     netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, which, 1);
 }
 
-void set_agent_number(int which, int value) {
-    netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, which, value);
-}
-
 // The daemon keeps no state for the library and must not depend on the home of whoever starts it: no
 // persistent files, no MIB modules, configuration from one place only.
 void keep_library_off_files() {
@@ -72,11 +67,10 @@ void keep_library_off_files() {
     netsnmp_set_mib_directory("");
 }
 
-// How long the library may wait for the master; its configuration may say otherwise.
-void set_patience() {
-    set_agent_number(NETSNMP_DS_AGENT_AGENTX_TIMEOUT, AGENTX_REPLY_MS * MICROSECONDS);
-    set_agent_number(NETSNMP_DS_AGENT_AGENTX_RETRIES, 0);
-    set_agent_number(NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, AGENTX_PING_SECONDS);
+// How often the library looks after the master; its configuration may say otherwise. It needn't say that
+// there is none.
+void set_contact() {
+    netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, AGENTX_PING_SECONDS);
     netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_NO_CONNECTION_WARNINGS, 1);
 }
 
@@ -93,7 +87,7 @@ void agentx_setup_library() {
 
     init_agent(APPLICATION);
     agentx_link_init();
-    set_patience();
+    set_contact();
     snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, log_connected, nullptr);
     agentx_start_library();
 }

@@ -1,0 +1,315 @@
+"""The SNMP agent: its connection to the master agent, alarms, notifications."""
+
+import re
+import signal
+import socket
+import threading
+import time
+
+import pytest
+
+from chassis import AGENTX_SOCKET, QUIET_SCENARIO, SNMPD_CONF
+
+ENTERPRISE = ".1.3.6.1.4.1.47281"
+ALARM = f"{ENTERPRISE}.1.1.1.3.1.1"  # the entry of the active alarm table
+ROW = "5.201"  # source 5, code 201
+PROFILE = f"{ENTERPRISE}.1.1.1.1.1.7.1"  # the entry of the bandwidth profile table
+
+LOOP_HELD = 2.0  # seconds: the longest that a master may hold the daemon
+BACK_AGAIN = 5.0  # seconds: until the tables are registered after the master's return
+
+
+def start(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_daemon()
+
+
+def create_alarm(chassis, row=ROW):
+    return chassis.snmpset(f"{ALARM}.10.{row}", "i", 4)
+
+
+def is_served(chassis):
+    """Whether the master asks our tables: the row status of the alarm can be read."""
+    done = chassis.snmp("snmpget", f"{ALARM}.10.{ROW}", options=("-r", "0", "-t", "1"))
+    return "INTEGER: 1" in done.stdout
+
+
+def wait_served(chassis, timeout=BACK_AGAIN):
+    chassis.wait_for(lambda: is_served(chassis), timeout, "the tables to be registered")
+
+
+class VtyProbe:
+    """Runs commands all the time; worst is the longest that one took, in seconds."""
+
+    def __init__(self, chassis):
+        self._chassis = chassis
+        self._stop = threading.Event()
+        self._thread = threading.Thread(target=self._run)
+        self.worst = 0.0
+        self.count = 0
+        self.error = None
+
+    def _run(self):
+        try:
+            with self._chassis.open_vty(timeout=60) as session:
+                while not self._stop.wait(0.01):
+                    began = time.monotonic()
+                    session("show slot info")
+                    self.worst = max(self.worst, time.monotonic() - began)
+                    self.count += 1
+        except Exception as error:  # shown by the test
+            self.error = error
+
+    def __enter__(self):
+        self._thread.start()
+        return self
+
+    def __exit__(self, *exc):
+        self._stop.set()
+        self._thread.join()
+        if exc[0] is None:
+            assert self.error is None
+            assert self.count > 0
+
+
+def test_connects_to_a_master_that_is_there_and_serves_its_tables(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_snmpd()
+    chassis.start_daemon()
+    create_alarm(chassis)
+    assert chassis.snmpget(f"{ALARM}.10.{ROW}") == {f"{ALARM}.10.{ROW}": "INTEGER: 1"}
+    assert f"{ALARM}.10.{ROW}" in chassis.bulkwalk(ENTERPRISE)
+
+
+def test_connects_to_a_master_that_comes_later(chassis):
+    start(chassis)
+    chassis.start_snmpd()
+    chassis.wait_log("AgentX master agent connected", BACK_AGAIN)
+    create_alarm(chassis)
+
+
+def test_without_a_master_it_says_nothing_again_and_again(chassis):
+    start(chassis)
+    time.sleep(7)  # two attempts to connect
+    assert len(chassis.log_lines(r"\[SNMP\]")) <= 4
+
+
+def test_a_start_of_the_agent_while_connected_changes_nothing(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_snmpd()
+    chassis.start_daemon()
+    create_alarm(chassis)
+    before = chassis.bulkwalk(ENTERPRISE)
+    for times in range(1, 4):
+        chassis.event("start-snmp-agentx")
+        chassis.wait_for(lambda: len(chassis.log_lines("Start connecting snmpd.")) == times, what="the start")
+    assert chassis.bulkwalk(ENTERPRISE) == before
+    assert len(chassis.log_lines("AgentX master agent connected")) == 1
+
+
+def test_the_library_keeps_off_the_home_and_its_own_directories(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_daemon(strace=True, env={"HOME": "/tmp/home"})
+    assert not chassis.strace_lines(r"/tmp/home/\.snmp|/var/lib/snmp|/usr/share/snmp")
+
+
+def test_the_master_killed_and_started_ten_times(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_snmpd()
+    chassis.start_daemon()
+    create_alarm(chassis)
+    with VtyProbe(chassis) as probe:
+        for _ in range(10):
+            chassis.signal_snmpd(signal.SIGKILL)
+            chassis.start_snmpd()
+            wait_served(chassis)
+    assert probe.worst < LOOP_HELD
+    assert len(chassis.daemon_pids()) == 1
+
+
+def test_the_master_restarted_under_load_ten_times(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_snmpd()
+    chassis.start_daemon()
+    create_alarm(chassis)
+    stop = threading.Event()
+
+    def walk():
+        while not stop.is_set():
+            chassis.snmp("snmpbulkwalk", ENTERPRISE, options=("-r", "0", "-t", "1"))
+
+    walker = threading.Thread(target=walk)
+    walker.start()
+    try:
+        with VtyProbe(chassis) as probe:
+            for _ in range(10):
+                chassis.signal_snmpd(signal.SIGTERM)
+                chassis.start_snmpd()
+                wait_served(chassis)
+    finally:
+        stop.set()
+        walker.join()
+    assert probe.worst < LOOP_HELD
+
+
+@pytest.mark.parametrize("seconds", [1, 12, 30])
+def test_a_master_that_is_stopped_doesnt_hold_the_daemon(chassis, seconds):
+    """Half a minute is long enough for the stopped master's queue of connections to fill up."""
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_snmpd()
+    chassis.start_daemon()
+    create_alarm(chassis)
+    with VtyProbe(chassis) as probe:
+        chassis.signal_snmpd(signal.SIGSTOP)
+        time.sleep(seconds)
+        chassis.signal_snmpd(signal.SIGCONT)
+        wait_served(chassis)
+    assert probe.worst < LOOP_HELD
+
+
+def test_a_master_that_stops_while_tables_are_registered_doesnt_hold_the_daemon(chassis):
+    """Many registrations, each of which would wait for its own answer."""
+    start(chassis)
+    create = None
+    with VtyProbe(chassis) as probe:
+        for _ in range(3):
+            chassis.start_snmpd()
+            # Its socket is there, and the daemon about to connect: stop it at once, go on later.
+            chassis.signal_snmpd(signal.SIGSTOP)
+            time.sleep(4)
+            chassis.signal_snmpd(signal.SIGCONT)
+            chassis.wait_log("AgentX master agent connected", BACK_AGAIN)
+            create = create or create_alarm(chassis)
+            wait_served(chassis)
+            chassis.signal_snmpd(signal.SIGKILL)
+    assert probe.worst < LOOP_HELD
+
+
+def test_a_master_that_never_answers_doesnt_hold_the_daemon(chassis):
+    start(chassis)
+    # Takes connections and says nothing.
+    chassis.run("mkdir", "-p", "/var/agentx")
+    mute = chassis.spawn(
+        "mute",
+        "python3",
+        "-c",
+        f"import socket,time; s=socket.socket(socket.AF_UNIX); s.bind('{AGENTX_SOCKET}'); s.listen(1)\n"
+        "kept=[]\nwhile True: kept.append(s.accept())",
+    )
+    with VtyProbe(chassis) as probe:
+        chassis.wait_log("master agent doesn't answer", 10)
+        time.sleep(4)
+    assert probe.worst < LOOP_HELD
+    assert mute.poll() is None
+
+
+def test_alarms_run_without_a_master(chassis):
+    """A changed table becomes the platform's mark in the next cycle of six seconds."""
+    chassis.start(QUIET_SCENARIO + "env OV_APP_FLAG_SYS_OPSTATUS 1\n")
+    chassis.start_daemon(env={"OV_PDT_RUN_FILE_MIBAVE_FLAG": "/tmp/mark"})
+    assert not chassis.exists("/tmp/mark")
+    chassis.start_snmpd()
+    chassis.wait_log("AgentX master agent connected", BACK_AGAIN)
+    chassis.snmpset(f"{PROFILE}.7.77", "i", 4)
+    chassis.signal_snmpd(signal.SIGKILL)
+    chassis.wait_for(lambda: chassis.read("/tmp/mark", missing="").startswith("1"), 8, "the mark")
+
+
+def test_sigalrm_stays_with_the_crash_handler(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_daemon()
+    time.sleep(1.5)  # alarms of the library are pending and have run
+    assert chassis.daemon.poll() is None
+    chassis.signal_daemon(signal.SIGALRM)
+    assert chassis.wait_daemon_exit() in (-signal.SIGKILL, 128 + signal.SIGKILL)
+    assert "SIGALRM" in chassis.read("/app/crash/CRASH.LOG") or "signal 14" in chassis.read("/app/crash/CRASH.LOG")
+
+
+# ---- notifications ---------------------------------------------------------------------------------------------
+
+TRAP_RECEIVER = """
+import socket, sys
+s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+s.bind(("127.0.0.1", 1162))
+print("ready", flush=True)
+while True:
+    print(s.recv(65536).hex(), flush=True)
+"""
+
+
+def decode_oid(data):
+    arcs, value = [], 0
+    for byte in data:
+        value = value << 7 | byte & 0x7F
+        if byte < 0x80:
+            arcs.append(value)
+            value = 0
+    return "." + ".".join(map(str, [arcs[0] // 40, arcs[0] % 40, *arcs[1:]]))
+
+
+def elements(data):
+    """The elements of a BER sequence: (tag, content)."""
+    found = []
+    while data:
+        tag, length, at = data[0], data[1], 2
+        if length >= 0x80:
+            at += length & 0x7F
+            length = int.from_bytes(data[2:at], "big")
+        found.append((tag, data[at : at + length]))
+        data = data[at + length :]
+    return found
+
+
+def bindings(packet):
+    """The variables of an SNMPv2c notification: [(OID, tag, content)]."""
+    ((_, message),) = elements(packet)
+    (_, _, (tag, pdu)) = elements(message)
+    assert tag == 0xA7  # SNMPv2-Trap
+    return [
+        (decode_oid(name), kind, value)
+        for _, binding in elements(elements(pdu)[3][1])
+        for (_, name), (kind, value) in [elements(binding)]
+    ]
+
+
+def start_receiver(chassis):
+    chassis.spawn("receiver", "python3", "-c", TRAP_RECEIVER)
+    chassis.wait_for(lambda: "ready" in chassis.output("receiver"), what="the receiver")
+
+
+def received(chassis):
+    return [bindings(bytes.fromhex(line)) for line in chassis.output("receiver").split()[1:]]
+
+
+def alarm_notifications(chassis):
+    return [n for n in received(chassis) if decode_oid(n[1][2]) == f"{ENTERPRISE}.1.1.2.0.30"]
+
+
+def start_with_receiver(chassis):
+    chassis.start(QUIET_SCENARIO)
+    start_receiver(chassis)
+    chassis.start_snmpd(SNMPD_CONF + "trap2sink 127.0.0.1:1162 public\n")
+    chassis.start_daemon()
+
+
+def test_a_change_of_an_active_alarm_reaches_the_manager(chassis):
+    start_with_receiver(chassis)
+    began = int(time.time())
+    chassis.snmpset(f"{ALARM}.10.{ROW}", "i", 4, f"{ALARM}.4.{ROW}", "s", "GPON")
+    (notification,) = chassis.wait_for(lambda: alarm_notifications(chassis), 5, "the notification")
+    names = [name for name, _, _ in notification]
+    assert names[1] == ".1.3.6.1.6.3.1.1.4.1.0"
+    assert names[2:] == [f"{ALARM}.{n}" for n in range(1, 11)] + [f"{ENTERPRISE}.1.1.2.0.1.0"]
+    assert notification[5][2] == b"GPON".ljust(32, b"\0")
+    _, kind, seconds = notification[-1]
+    assert kind == 0x43  # TimeTicks
+    assert began <= int.from_bytes(seconds, "big") <= time.time() + 1
+
+
+def test_a_change_of_any_other_table_sends_nothing(chassis):
+    start_with_receiver(chassis)
+    chassis.snmpset(f"{PROFILE}.7.77", "i", 4)
+    create_alarm(chassis)  # comes behind whatever was sent before
+    chassis.wait_for(lambda: alarm_notifications(chassis), 5, "the notification")
+    ours = [n for n in received(chassis) if decode_oid(n[1][2]).startswith(ENTERPRISE)]
+    assert len(ours) == 1

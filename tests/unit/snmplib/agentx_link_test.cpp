@@ -1,0 +1,79 @@
+// The connection to a master agent that doesn't do its part: how long it holds the daemon.
+#include "agentx_link.h"
+
+#include <gmock/gmock.h>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+
+#include "../kavo/frr_fixture.h"
+#include "../ov_common/private_root.h"
+#include "../support/log_capture.h"
+#include "agentx.h"
+
+namespace {
+
+sockaddr_un master_address() {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    snprintf(address.sun_path, sizeof address.sun_path, "%s", AGENTX_MASTER_SOCKET);
+    return address;
+}
+
+// Takes `queue` + 1 connections and never answers.
+int start_mute_master(int queue) {
+    std::filesystem::create_directories("/var/agentx");
+    const sockaddr_un address = master_address();
+    const int sock = socket(AF_UNIX, SOCK_STREAM, 0);
+    EXPECT_EQ(bind(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(listen(sock, queue), 0);
+    return sock;
+}
+
+bool connects() {
+    const sockaddr_un address = master_address();
+    const int sock = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    return connect(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+}
+
+int milliseconds_of(const std::function<void()>& work) {
+    const auto began = std::chrono::steady_clock::now();
+    work();
+    const auto took = std::chrono::steady_clock::now() - began;
+    return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(took).count());
+}
+
+TEST(AgentxLink, AMasterWhoseQueueOfConnectionsIsFullCountsAsAbsent) {
+    private_root::run([] {
+        const LogCapture log;
+        start_mute_master(0);
+        while (connects())
+            ;
+        EXPECT_LT(milliseconds_of([] { smux_init(frr_master()); }), AGENTX_REPLY_MS / 2);
+    });
+}
+
+TEST(AgentxLink, AMuteMasterHoldsTheStartForOneAnswerOnly) {
+    private_root::run([] {
+        const LogCapture log;
+        start_mute_master(5);
+        const int took = milliseconds_of([] { smux_init(frr_master()); });
+        EXPECT_GE(took, AGENTX_REPLY_MS / 2); // it was asked
+        EXPECT_LT(took, 2 * AGENTX_REPLY_MS);
+    });
+}
+
+TEST(AgentxLink, OnlyRequestsOfOursWaitForTheMaster) {
+    EXPECT_TRUE(agentx_link_waits_for_answer(1));   // open
+    EXPECT_TRUE(agentx_link_waits_for_answer(3));   // register
+    EXPECT_TRUE(agentx_link_waits_for_answer(13));  // ping
+    EXPECT_FALSE(agentx_link_waits_for_answer(12)); // notify
+    EXPECT_FALSE(agentx_link_waits_for_answer(18)); // response
+}
+
+} // namespace
