@@ -72,7 +72,7 @@ bool table_snmp_register(const TableModule& module, netsnmp_handler_registration
         netsnmp_handler_registration_free(registration);
     else if (netsnmp_register_table(registration, info.get()) == MIB_REGISTERED_OK) {
         static_cast<void>(info.release()); // the library's table helper has it, for good
-        return true;
+        return true;                       // NOLINT(clang-analyzer-unix.Malloc)
     }
     OV_LOG_ERROR("SNMP", "failed to register %s with the agent", module.name());
     return false;
