@@ -1,6 +1,7 @@
 #include "table_snmp.h"
 
-#include <cstdlib>
+#include <memory>
+#include <string>
 
 #include "ov_product_log.h"
 #include "table_record.h"
@@ -21,14 +22,19 @@ void put_index(const TableDesc& desc, const void* row, netsnmp_variable_list* in
     }
 }
 
-netsnmp_table_registration_info* create_table_info(const TableDesc& desc) {
-    // The library frees it.
-    auto* info =
-        static_cast<netsnmp_table_registration_info*>(calloc(1, sizeof(netsnmp_table_registration_info)));
+struct TableInfoFree {
+    void operator()(netsnmp_table_registration_info* info) const {
+        netsnmp_table_registration_info_free(info);
+    }
+};
+using TableInfo = std::unique_ptr<netsnmp_table_registration_info, TableInfoFree>;
+
+TableInfo create_table_info(const TableDesc& desc) {
+    TableInfo info(SNMP_MALLOC_TYPEDEF(netsnmp_table_registration_info));
     if (info == nullptr)
         return nullptr;
     for (const ColumnDesc& column : desc.index)
-        netsnmp_table_helper_add_indexes(info, static_cast<int>(snmp_index_type(column)), 0);
+        netsnmp_table_helper_add_indexes(info.get(), static_cast<int>(snmp_index_type(column)), 0);
     info->min_column = static_cast<unsigned>(desc.min_column());
     info->max_column = static_cast<unsigned>(desc.max_column());
     return info;
@@ -61,9 +67,13 @@ netsnmp_handler_registration* table_snmp_create(TableModule& module, netsnmp_nod
 }
 
 bool table_snmp_register(const TableModule& module, netsnmp_handler_registration* registration) {
-    netsnmp_table_registration_info* info = create_table_info(module.desc());
-    if (info != nullptr && netsnmp_register_table(registration, info) == MIB_REGISTERED_OK)
-        return true;
+    TableInfo info = create_table_info(module.desc());
+    if (info == nullptr)
+        netsnmp_handler_registration_free(registration);
+    else if (netsnmp_register_table(registration, info.get()) == MIB_REGISTERED_OK) {
+        static_cast<void>(info.release()); // the library's table helper has it, for good
+        return true;                       // NOLINT(clang-analyzer-unix.Malloc)
+    }
     OV_LOG_ERROR("SNMP", "failed to register %s with the agent", module.name());
     return false;
 }

@@ -267,8 +267,8 @@ bool run_set_chain(const ActionRow& target) {
 void note_activation(const ActionRow& target) {
     const TableDesc& desc = target.module.desc();
     void* row = target.find();
-    if (row != nullptr && target.column == desc.row_status && row_status_of(desc, row) == OVRA_ACTIVE &&
-        old_row_status_of(desc, row) == OVRA_NOTINSERVICE)
+    if (row != nullptr && target.column != nullptr && target.column->type == ColType::ROWSTATUS &&
+        row_status_of(desc, row) == OVRA_ACTIVE && old_row_status_of(desc, row) == OVRA_NOTINSERVICE)
         set_old_row_status(desc, row, OVRA_ACTIVE);
 }
 
