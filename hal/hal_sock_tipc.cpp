@@ -67,16 +67,16 @@ int take_returned(const Leg& leg) {
     const int rc = ipc_receive_nonblock(cb, &header, &returned, IPC_MAX_MSG_SIZE);
     if (rc >= 0) {
         OV_LOG_INFO("LIB",
-                    "### Send sync message Num[%u] nhtype[%d] length[%d] to [%d] return error code: %d %s. "
-                    "Total failed count %u",
+                    "### Send sync message Num[%d] nhtype[%d] length[%d] to [%d] return error code: %d %s. "
+                    "Total failed count %d",
                     cb->num_sync_send, leg.type, leg.length, leg.sub_id, rc, ipcGetErrorCodeStr(rc),
                     cb->num_sync_send_fail);
         return 0;
     }
     if (rc == IPC_RC_MSG_RTRNED) {
         OV_LOG_INFO("LIB",
-                    "Send sync message Num[%u] nhtype[%d] length[%d] to [%d]Total sync returned message %u "
-                    "cmd[%u]",
+                    "Send sync message Num[%d] nhtype[%d] length[%d] to [%d]Total sync returned message %d "
+                    "cmd[%d]",
                     cb->num_sync_send, leg.type, leg.length, leg.sub_id, cb->num_sync_send_return,
                     returned.hdr.msg_cmd.value());
         return 0;
@@ -97,8 +97,8 @@ int accept_reply(hal_nlmsghdr* message, unsigned msg_size, hal_frame_t& reply, s
     if (g_debug_flag)
         hal_debug_frame("reply", reply);
     if (reply.hdr.msg_len > request_len) {
-        OV_LOG_ERROR("LIB", "Reply message len %u is greater than request message len %zu",
-                     reply.hdr.msg_len.value(), request_len);
+        OV_LOG_ERROR("LIB", "Reply message len %d is greater than request message len %d",
+                     static_cast<int>(reply.hdr.msg_len.value()), static_cast<int>(request_len));
         return KAVO_ERR;
     }
     const size_t present = received - sizeof(PKTMSG_HDR_T);
@@ -134,7 +134,7 @@ int send_async_patiently(const hal_frame_t& frame, int frame_len, int sub_id, sl
 bool slot_number_ok(const hal_nlmsghdr& message, uint32_t slot) {
     if (slot <= ov_slot_get_max_slot_num())
         return true;
-    OV_LOG_ERROR("LIB", "message nhtype[%d] have bad slot_id %u", message.nlmsg_type.value(), slot);
+    OV_LOG_ERROR("LIB", "message nhtype[%d] have bad slot_id %d", message.nlmsg_type.value(), slot);
     return false;
 }
 
@@ -157,7 +157,7 @@ unsigned send_sync_to_slot(hal_nlmsghdr* nlhdr, uint32_t slot) {
     const int result = _hal_tipc_send_syncmsg(nlhdr, nlhdr->nlmsg_len);
     if (!is_refusal(result))
         return static_cast<unsigned>(result);
-    OV_LOG_ERROR("LIB", "sync message nhtype[%d] to slot %u return %d", type, slot, result);
+    OV_LOG_ERROR("LIB", "sync message nhtype[%d] to slot %d return %d", type, slot, result);
     return KAVO_ERR;
 }
 
@@ -177,7 +177,7 @@ unsigned broadcast_sync(hal_nlmsghdr* nlhdr) {
         if (!is_refusal(result))
             continue;
         ++failed;
-        OV_LOG_ERROR("LIB", "sync broadcast message nhtype[%d] to slot %u return %d", type, slot, result);
+        OV_LOG_ERROR("LIB", "sync broadcast message nhtype[%d] to slot %d return %d", type, slot, result);
     }
     if (failed == 0)
         return KAVO_OK;
@@ -201,10 +201,10 @@ IPC_APP_CB_T* register_name(unsigned service, int sub_id, int rx_service, const 
 void hal_init_tipc(unsigned module, struct thread_master* master, hal_recv_handle recv) {
     const int service = hal_module_info_get(module).service;
     if (service == 0) {
-        OV_LOG_ERROR("LIB", "UNKOWN module %u! APP init ipc failed, exiting!", module);
+        OV_LOG_ERROR("LIB", "UNKOWN module %d! APP init ipc failed, exiting!", module);
         exit(1);
     }
-    OV_LOG_INFO("LIB", "module [%u]  rx_module_id [%d] start recv background timer.", module, service);
+    OV_LOG_INFO("LIB", "module [%d]  rx_module_id [%d] start recv background timer.", module, service);
     const int sub_id = _hal_tipc_get_app_slotid(service, static_cast<int>(ov_product_slot_id_get()));
     g_agent_msg_tx_cb = register_name(IPC_SERVICE_PACKT_SWITCH_AGENT, sub_id, service,
                                       "IPC Registration Client message handler failed, exiting!");
@@ -231,8 +231,8 @@ int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size) {
     if (rc < 0) {
         OV_LOG_ERROR(
             "LIB",
-            "Send sync message Num[%u] nhtype[%d] length [%d] to [%d] fail. TIPC return code: %d:%s. "
-            "Total failed count %u",
+            "Send sync message Num[%d] nhtype[%d] length [%d] to [%d] fail. TIPC return code: %d:%s. "
+            "Total failed count %d",
             cb->num_sync_send, leg.type, leg.length, leg.sub_id, rc, ipcGetErrorCodeStr(rc),
             cb->num_sync_send_fail);
         return rc;
@@ -247,12 +247,12 @@ int _hal_tipc_send_asyncmsg(const hal_nlmsghdr* message, unsigned msg_size, unsi
     const int frame_len = fill_frame(frame, *message, msg_size, HAL_FRAME_ASYNC);
     const int rc = send_async_patiently(frame, frame_len, leg.sub_id, slot_bitmap_t{1} << (slot & 31));
     if (rc == IPC_RC_RTRNED_MSG_WAITING) // the IPC has taken the returned message already
-        OV_LOG_INFO("LIB", "Send async message Num[%u] nhtype[%d] length[%d] to [%d] return %s",
+        OV_LOG_INFO("LIB", "Send async message Num[%d] nhtype[%d] length[%d] to [%d] return %s",
                     cb->num_async_send, leg.type, leg.length, leg.sub_id, ipcGetErrorCodeStr(rc));
     else if (rc < 0)
         OV_LOG_ERROR("LIB",
-                     "Send async message Num[%u] nhtype[%d] length [%d] to [%d] fail. TIPC return code: "
-                     "%d:%s. Total failed count %u",
+                     "Send async message Num[%d] nhtype[%d] length [%d] to [%d] fail. TIPC return code: "
+                     "%d:%s. Total failed count %d",
                      cb->num_async_send, leg.type, leg.length, leg.sub_id, rc, ipcGetErrorCodeStr(rc),
                      cb->num_async_send_fail);
     return rc;

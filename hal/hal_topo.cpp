@@ -46,6 +46,6 @@ void hal_tipc_topo_callback(const ipc_ns_event_st* event) {
     else if (event->ipc_ns_ev == IPC_SERV_WITHDRAWN)
         hal_slot_active_flag_clear(__func__, __LINE__, static_cast<unsigned short>(slot));
     else
-        OV_LOG_ERROR("LIB", "Error! Unknown event %d on slot [service %u, appslot id %d]", event->ipc_ns_ev,
+        OV_LOG_ERROR("LIB", "Error! Unknown event %d on slot [service %d, appslot id %d]", event->ipc_ns_ev,
                      event->serv_id, app_slotid);
 }

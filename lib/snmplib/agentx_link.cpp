@@ -202,10 +202,10 @@ netsnmp_transport* open_link(const char* target) {
     return transport;
 }
 
-netsnmp_transport* create_from_tspec(netsnmp_tdomain_spec* spec) {
-    if ((spec->flags & NETSNMP_TSPEC_LOCAL) != 0)
+netsnmp_transport* create_from_tspec(netsnmp_tdomain_spec* domain) {
+    if ((domain->flags & NETSNMP_TSPEC_LOCAL) != 0)
         return nullptr; // only to the master, never for others
-    return open_link(spec->target);
+    return open_link(domain->target);
 }
 
 } // namespace
