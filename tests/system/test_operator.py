@@ -101,8 +101,3 @@ def test_a_crash_leaves_a_report_and_ends_by_sigkill(running):
     assert re.search(r"gpon_main", report), report
     assert re.search(r"libc|libfrr", report)
     assert report.strip() in running.read("/app/crash/CRASH.LOG")
-
-
-def test_heartbeats_without_a_monitor_are_silent(running):
-    assert not running.log_lines("heartbeat")
-    assert running.vty("show slot info").result == 0
