@@ -1,6 +1,6 @@
 // Messages to and from a card over the datagram carrier: a synchronous send against a bare request and reply,
-// sends without reply, the dispatch of a full queue, heap allocations. The card is a process of its own that
-// speaks raw bytes. See README.md.
+// sends without reply, the dispatch of a full queue, heap allocations. The cards are processes of their own:
+// one speaks raw bytes, one is a card of the simulated chassis. See README.md.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -16,17 +16,15 @@
 #include <thread>
 #include <vector>
 
-#include <arpa/inet.h>
 #include <csignal>
 #include <fcntl.h>
 #include <sched.h>
-#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
+#include "bench_place.h"
+#include "card.h"
 #include "hal_recv_tipc.h"
 #include "hal_slot.h"
 #include "hal_sock_tipc.h"
@@ -45,45 +43,13 @@ extern "C" void* malloc(size_t size) {
 
 namespace {
 
-constexpr uint32_t CARD_SLOT = 3;
+using namespace bench_place;
+
+constexpr uint32_t CARD_SLOT = 3; // the card that speaks raw bytes
+constexpr uint32_t SIM_SLOT = 4;  // the simulated one
 constexpr int ROUND_TRIPS = 100000;
+constexpr int TURN = 1000; // of them, before the other kind has its turn
 constexpr int EVENTS = 40960;
-constexpr size_t IPC_HEADER = 28;
-
-struct Address {
-    sockaddr_un un = {};
-    socklen_t len;
-    explicit Address(const std::string& name) {
-        un.sun_family = AF_UNIX;
-        memcpy(un.sun_path + 1, name.data(), name.size());
-        len = socklen_t(offsetof(sockaddr_un, sun_path) + 1 + name.size());
-    }
-    const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&un); }
-};
-
-int bound_socket(const std::string& name) {
-    const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    const int room = 0xa0000;
-    setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &room, sizeof room);
-    setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &room, sizeof room);
-    const Address address(name);
-    if (bind(fd, address.get(), address.len) != 0) {
-        perror("bind");
-        exit(1);
-    }
-    return fd;
-}
-
-uint32_t word(const unsigned char* at) {
-    uint32_t value;
-    memcpy(&value, at, 4);
-    return ntohl(value);
-}
-void set_word(unsigned char* at, uint32_t value) {
-    value = htonl(value);
-    memcpy(at, &value, 4);
-}
-
 // Sends events until the queue's worth is out.
 void flood(int fd) {
     std::array<unsigned char, IPC_HEADER + 36 + 16 + 8 + 44 + 16> event = {};
@@ -98,10 +64,10 @@ void flood(int fd) {
         sendto(fd, event.data(), event.size(), 0, to.get(), to.len);
 }
 
-// The card: answers requests with themselves; a one-way message of type 949 asks for a flood of events.
-[[noreturn]] void be_card() {
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-    const int fd = bound_socket("ov_ipc/19101/" + std::to_string(10100 + CARD_SLOT));
+// Answers requests with themselves; a one-way message of type 949 asks for a flood of events.
+[[noreturn]] void be_echo(const std::string& name, const std::string& client) {
+    const int fd = bound_socket(name);
+    const Address to(client);
     std::array<unsigned char, 4096> buf;
     for (;;) {
         const ssize_t got = recv(fd, buf.data(), buf.size(), 0);
@@ -112,53 +78,54 @@ void flood(int fd) {
                 flood(fd);
             continue;
         }
-        const Address to("ov_ipc/" + std::to_string(word(&buf[12]) + 19000) + "/" +
-                         std::to_string(word(&buf[16])));
         set_word(&buf[8], 2);
         sendto(fd, buf.data(), size_t(got), 0, to.get(), to.len);
     }
 }
 
-void write_file(const char* path, const char* text) {
-    if (FILE* file = fopen(path, "w")) {
-        fputs(text, file);
-        fclose(file);
-    }
-}
-
-// A file system and network of our own: names, lock and log files are those of the product.
-void enter_private_place() {
-    const std::string uid = std::to_string(geteuid());
-    const std::string gid = std::to_string(getegid());
-    if (unshare(CLONE_NEWUSER | CLONE_NEWNS | CLONE_NEWNET) != 0) {
-        perror("unshare");
+// The card of the simulated chassis, with nothing else of it.
+[[noreturn]] void be_simulated_card() {
+    EventLoop loop;
+    Records records;
+    IpcSender sender(loop);
+    uint32_t board = 8;
+    uint32_t records_per_second = 1000;
+    Card card({loop, records, sender, board, records_per_second}, SIM_SLOT);
+    std::string error;
+    if (!card.open(error)) {
+        fprintf(stderr, "%s\n", error.c_str());
         exit(1);
     }
-    write_file("/proc/self/setgroups", "deny");
-    write_file("/proc/self/uid_map", (uid + " " + uid + " 1\n").c_str());
-    write_file("/proc/self/gid_map", (gid + " " + gid + " 1\n").c_str());
-    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
-    for (const char* path : {"/tmp", "/run"})
-        if (mount("tmpfs", path, "tmpfs", 0, "mode=0777") != 0) {
-            perror(path);
-            exit(1);
-        }
+    loop.run();
+    exit(0);
 }
 
-void set_up_platform() {
-    mkdir("/tmp/bin", 0755);
-    mkdir("/tmp/product", 0755);
-    write_file("/tmp/recovering", "0");
-    write_file("/tmp/bin/ov_env_get", "#!/bin/sh\n"
-                                      "case $1 in\n"
-                                      "PDT_INFO_SHELF_TYPE) echo 53 ;;\n"
-                                      "PDT_INFO_CARD_SLOTID) echo 8 ;;\n"
-                                      "OV_APP_FLAG_FILE_HA_RECOVERY) echo /tmp/recovering ;;\n"
-                                      "*) exit 1 ;;\n"
-                                      "esac\n");
-    chmod("/tmp/bin/ov_env_get", 0755);
-    setenv("PATH", (std::string("/tmp/bin:") + getenv("PATH")).c_str(), 1);
-    setenv("OV_IPC_CARRIER", "unix", 1);
+template <typename Role>
+pid_t start_process(Role role) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        role();
+    }
+    return pid;
+}
+
+const std::string BARE_PEER = "ov_bench/peer";
+const std::string BARE_OWN = "ov_bench/own";
+std::vector<pid_t> g_peers;
+
+// Puts the peers on the last processor and this process on it too, or on the first.
+void place(bool apart) {
+    const auto pin = [](pid_t pid, long cpu) {
+        cpu_set_t set;
+        CPU_ZERO(&set);
+        CPU_SET(static_cast<size_t>(cpu), &set);
+        sched_setaffinity(pid, sizeof set, &set);
+    };
+    const long last = sysconf(_SC_NPROCESSORS_ONLN) - 1;
+    for (const pid_t peer : g_peers)
+        pin(peer, last);
+    pin(0, apart ? 0 : last);
 }
 
 std::chrono::microseconds g_handler_takes{0};
@@ -178,56 +145,79 @@ void set_up() {
     done = true;
     enter_private_place();
     set_up_platform();
-    if (fork() == 0)
-        be_card();
+    g_peers = {start_process([] { be_echo(BARE_PEER, BARE_OWN); }),
+               start_process([] { be_echo(card_name(CARD_SLOT), "ov_ipc/19101/11108"); }),
+               start_process(be_simulated_card)};
     usleep(100000);
     ov_slot_init();
     hal_init(HAL_GPON, nullptr, nullptr);
-    hal_slot_active_flag_set(__func__, __LINE__, CARD_SLOT);
+    for (const uint32_t slot : {CARD_SLOT, SIM_SLOT})
+        hal_slot_active_flag_set(__func__, __LINE__, static_cast<unsigned short>(slot));
 }
 
-struct alignas(8) Record {
-    unsigned char bytes[144] = {};
-    Record() { set_word(bytes, 9u << 28 | CARD_SLOT); }
+// An ONU type for one card: of the messages that provisioning sends, one that goes by a slot in its record.
+constexpr int TYPE = OV_HAL_MSG_GPON_ONU_TYPE;
+constexpr size_t RECORD_SIZE = 128;
+constexpr size_t SLOT_AT = 124;
+constexpr size_t FRAME_SIZE = IPC_HEADER + 36 + 40 + RECORD_SIZE;
+
+struct alignas(8) Attr {
+    unsigned char bytes[RECORD_SIZE] = {};
+    explicit Attr(uint32_t slot) { set_word(bytes + SLOT_AT, slot); }
+    int send(int needs_reply) {
+        return ov_hal_gpon_msg_send(TYPE, OV_HAL_GPON_MSG_ACTION_CREATE, bytes, 0, needs_reply);
+    }
 };
 
-template <typename Exchange>
-double median_usec(Exchange exchange) {
-    std::vector<double> took(ROUND_TRIPS);
-    for (double& t : took) {
-        const auto began = std::chrono::steady_clock::now();
-        exchange();
-        t = std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - began).count();
+// What exchanges took, in microseconds.
+class Times {
+public:
+    Times() { took_.reserve(ROUND_TRIPS); }
+    template <typename Exchange>
+    void turn(Exchange exchange) {
+        for (int n = 0; n < TURN; n++) {
+            const auto began = std::chrono::steady_clock::now();
+            exchange();
+            const std::chrono::duration<double, std::micro> took = std::chrono::steady_clock::now() - began;
+            took_.push_back(took.count());
+        }
     }
-    std::nth_element(took.begin(), took.begin() + ROUND_TRIPS / 2, took.end());
-    return took[ROUND_TRIPS / 2];
-}
+    double median() {
+        const auto middle = took_.begin() + static_cast<ptrdiff_t>(took_.size() / 2);
+        std::nth_element(took_.begin(), middle, took_.end());
+        return *middle;
+    }
 
-// Message 966 goes to every card without a look at the record: no interface index is needed here. Only one
-// card is up.
-constexpr int BROADCAST_TYPE = OV_HAL_MSG_GPON_DEBUG;
+private:
+    std::vector<double> took_;
+};
 
 void SyncSend(benchmark::State& state) {
     set_up();
-    const int fd = bound_socket("ov_ipc/20000/1");
-    std::array<unsigned char, IPC_HEADER + 36 + 48> request = {};
+    place(state.range(1) == 2);
+    const int fd = bound_socket(BARE_OWN);
+    std::array<unsigned char, FRAME_SIZE> request = {};
     set_word(&request[8], 1);
-    set_word(&request[12], 1000);
-    set_word(&request[16], 1);
     std::array<unsigned char, 4096> reply;
-    const Address card("ov_ipc/19101/" + std::to_string(10100 + CARD_SLOT));
+    const Address peer(BARE_PEER);
     const auto bare = [&] {
-        sendto(fd, request.data(), request.size(), 0, card.get(), card.len);
+        sendto(fd, request.data(), request.size(), 0, peer.get(), peer.len);
         benchmark::DoNotOptimize(recv(fd, reply.data(), reply.size(), 0));
     };
-    Record record;
+    Attr attr(static_cast<uint32_t>(state.range(0)));
     const auto hal = [&] {
-        if (ov_hal_gpon_msg_send(BROADCAST_TYPE, OV_HAL_GPON_MSG_ACTION_SET, &record, 0, 1) != 0)
+        if (attr.send(1) != 0)
             state.SkipWithError("send failed");
     };
     for ([[maybe_unused]] auto _ : state) {
-        const double bare_usec = median_usec(bare);
-        const double hal_usec = median_usec(hal);
+        Times bare_times;
+        Times hal_times;
+        for (int n = 0; n < ROUND_TRIPS / TURN; n++) {
+            bare_times.turn(bare);
+            hal_times.turn(hal);
+        }
+        const double bare_usec = bare_times.median();
+        const double hal_usec = hal_times.median();
         state.counters["bare_us"] = bare_usec;
         state.counters["send_us"] = hal_usec;
         state.counters["ratio"] = hal_usec / bare_usec;
@@ -237,21 +227,22 @@ void SyncSend(benchmark::State& state) {
 
 void AsyncSend(benchmark::State& state) {
     set_up();
-    Record record;
+    place(true);
+    Attr attr(CARD_SLOT);
     for ([[maybe_unused]] auto _ : state)
-        ov_hal_gpon_msg_send(BROADCAST_TYPE, OV_HAL_GPON_MSG_ACTION_SET, &record, 0, 0);
+        attr.send(0);
     state.SetItemsProcessed(state.iterations());
     state.counters["failed"] = g_agent_msg_tx_cb->num_async_send_fail;
 }
 
 void Allocations(benchmark::State& state) {
     set_up();
-    Record record;
-    ov_hal_gpon_msg_send(BROADCAST_TYPE, OV_HAL_GPON_MSG_ACTION_SET, &record, 0, 1);
+    Attr attr(CARD_SLOT);
+    attr.send(1);
     const unsigned long before = g_allocations;
     for ([[maybe_unused]] auto _ : state) {
-        ov_hal_gpon_msg_send(BROADCAST_TYPE, OV_HAL_GPON_MSG_ACTION_SET, &record, 0, 1);
-        ov_hal_gpon_msg_send(BROADCAST_TYPE, OV_HAL_GPON_MSG_ACTION_SET, &record, 0, 0);
+        attr.send(1);
+        attr.send(0);
     }
     state.counters["mallocs"] = static_cast<double>(g_allocations - before);
 }
@@ -266,8 +257,8 @@ void Dispatch(benchmark::State& state) {
     armed = true;
     ov_msg_queue_t queue = g_hal_tipc_recvq_info[1].hal_tipc_recv_asyncq;
     for ([[maybe_unused]] auto _ : state) {
-        Record record;
-        ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_TRAP_SYNC, OV_HAL_GPON_MSG_ACTION_SET, &record, 0, 0);
+        Attr flood_please(0); // to every card; only the one of raw bytes does it
+        ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_TRAP_SYNC, OV_HAL_GPON_MSG_ACTION_SET, &flood_please, 0, 0);
         while (ov_msgq_count(queue) < EVENTS)
             usleep(1000);
         g_handled = 0;
@@ -285,7 +276,11 @@ void Dispatch(benchmark::State& state) {
     }
 }
 
-BENCHMARK(SyncSend)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(SyncSend)
+    ->ArgNames({"slot", "cores"})
+    ->ArgsProduct({{CARD_SLOT, SIM_SLOT}, {1, 2}})
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(AsyncSend)->Iterations(60000)->UseRealTime();
 BENCHMARK(Allocations)->Iterations(1000)->UseRealTime();
 BENCHMARK(Dispatch)->Arg(0)->Arg(20)->Iterations(1)->Unit(benchmark::kMillisecond);

@@ -1,5 +1,6 @@
 // A minimal AgentX subagent to measure against: a table of the shape of the T-CONT table (five index columns;
-// integer, text, integer, text, row status) in the agent library's own sorted table, without any logic.
+// integer, text, integer, text, row status; and integers in columns up to 19) in the agent library's own
+// sorted table, without any logic.
 //
 //   tdata_subagent ROWS
 //
@@ -32,8 +33,8 @@ void answer(netsnmp_request_info* request) {
     }
     snmp_set_var_typed_integer(value, ASN_INTEGER,
                                info->colnum == 2   ? row->alloc
-                               : info->colnum == 4 ? row->profile
-                                                   : row->status);
+                               : info->colnum == 6 ? row->status
+                                                   : row->profile);
 }
 
 int handle(netsnmp_mib_handler*, netsnmp_handler_registration*, netsnmp_agent_request_info* info,
@@ -51,7 +52,7 @@ int handle(netsnmp_mib_handler*, netsnmp_handler_registration*, netsnmp_agent_re
 void fill(netsnmp_tdata* table, int rows) {
     for (int i = 0; i < rows; ++i) {
         netsnmp_tdata_row* entry = netsnmp_tdata_create_row();
-        const long index[] = {1, 1 + i / 2048, 1 + i / 128 % 16, 1 + i % 128, 1};
+        const long index[] = {1, 1 + i / 8192, 1 + i / 512 % 16, 1 + i / 4 % 128, 1 + i % 4};
         for (int k = 0; k < 5; ++k)
             netsnmp_tdata_row_add_index(entry, k < 4 ? ASN_INTEGER : ASN_UNSIGNED, &index[k], sizeof(long));
         auto* row = static_cast<Row*>(calloc(1, sizeof(Row)));
@@ -73,7 +74,7 @@ int main(int argc, char** argv) {
     netsnmp_table_helper_add_indexes(info, ASN_INTEGER, ASN_INTEGER, ASN_INTEGER, ASN_INTEGER, ASN_UNSIGNED,
                                      0);
     info->min_column = 2;
-    info->max_column = 6;
+    info->max_column = 19;
     netsnmp_tdata_register(
         netsnmp_create_handler_registration("bench", handle, root, OID_LENGTH(root), HANDLER_CAN_RWRITE),
         table, info);

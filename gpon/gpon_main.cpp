@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "agentx.h"
+#include "app_loop.h"
 #include "crashHandler.h"
 #include "gpon_vty.h"
 #include "gpon_zebra.h"
@@ -150,6 +151,7 @@ void init_vty() {
 // Steps that need no controller. No event runs before the loop, so nothing here may wait for one.
 void set_up(int argc, char** argv) {
     master = thread_master_create(GPON_NAME);
+    app_loop_set(master);
     ov_init_crash_signal_handlers(argc, argv);
     init_vty();
     init_platform_lists();

@@ -1,20 +1,23 @@
 #include "gpon_zebra.h"
 
+#include <cstring>
+
 #include "kavo_if.h"
+#include "ov_app_gpon_config_restore.h"
+#include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_pending.h"
+#include "ov_app_gpon_port.h"
 #include "ov_ifindex.h"
 #include "ov_product_log.h"
 #include "uclient.h"
 
 namespace {
 
-constexpr mib_long SHELF = 1;
-
 // A row record with nothing but the port's index in it.
 template <typename Row>
 Row row_of_port(ov_ifindex_t ifindex) {
     Row row = {};
-    row.shelfID = SHELF;
+    row.shelfID = GPON_SHELF;
     row.slotID = static_cast<mib_long>(ov_ifindex_get_slot_id(ifindex));
     row.portID = static_cast<mib_long>(ov_ifindex_get_port_id(ifindex));
     return row;
@@ -28,6 +31,21 @@ MIB_Flags_t column_mask(unsigned column) {
 
 bool is_uplink_port(uint16_t port_type) {
     return port_type == PORT_TYPE_GE || port_type == PORT_TYPE_XE;
+}
+
+// Interface records for the ONUs of a port: rows that were loaded from a file have passed no callback that
+// would have made them. The controller knows these interfaces.
+void enter_onus_of_port(const ov_sPonTable_attr_t& port) {
+    ov_sOnuTable_attr_t key = {};
+    key.shelfID = port.shelfID;
+    key.slotID = port.slotID;
+    key.portID = port.portID;
+    for (const ov_sOnuTable_attr_t& onu : rows_under(key, INDEX_TO_PORT)) {
+        umsg_if_t record = {};
+        record.ifindex = onu_ifindex_of(onu);
+        std::memcpy(record.onu_sn, onu.sOnuTableSn, strnlen(onu.sOnuTableSn, sizeof record.onu_sn - 1));
+        uclient_new_if(&record);
+    }
 }
 
 // The rows that a new port gets. After a restart they may exist, loaded from their files: the refusal is
@@ -45,8 +63,7 @@ void add_port_rows(const uif_t* uif, uint16_t port_type) {
     case PORT_TYPE_GPON: {
         auto row = row_of_port<ov_sPonTable_attr_t>(uif->ifindex);
         ov_app_gpon_port_add(&row, &flags); // logs a refusal itself
-        // TODO: interface records for the sOnuTable rows of the port, which came from a file without a
-        // callback; there is no ONU table yet.
+        enter_onus_of_port(row);
         break;
     }
     default:

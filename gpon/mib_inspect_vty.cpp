@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kavo_cmd.h"
+#include "kavo_cmd_rows.h"
 #include "mmg_internal.h"
 #include "ov_types.h"
 #include "table_module.h"
@@ -101,20 +101,8 @@ int show_mib_row(struct cmd_element* /*self*/, struct vty* vty, int argc, const 
     return 0;
 }
 
-#define SHOW_MIB_TABLE_HELP                                                                                  \
-    "Show running system information\nMIB store\nTables with their save and sync flags\n"                    \
-    "Name of a table, such as sTcontTable\n"
-
 const kavo_cmd_t inspect_cmds[] = {
-    {{DEBUG_NODE, ENABLE_NODE}, "show mib table TABLE", SHOW_MIB_TABLE_HELP, show_mib_one_table},
-    {{DEBUG_NODE, ENABLE_NODE},
-     "show mib table TABLE rows",
-     SHOW_MIB_TABLE_HELP "The first rows of the table\n",
-     show_mib_rows},
-    {{DEBUG_NODE, ENABLE_NODE},
-     "show mib table TABLE row .INDEX",
-     SHOW_MIB_TABLE_HELP "One row of the table\nIndex values in the order of the key\n",
-     show_mib_row},
+#include "commands/mib_inspect.def"
 };
 
 } // namespace

@@ -44,9 +44,10 @@ Leg leg_to(const hal_nlmsghdr& message, unsigned msg_size, unsigned slot) {
             .sub_id = _hal_tipc_get_app_slotid(IPC_SERVICE_PACKT_SWITCH_AGENT, static_cast<int>(slot))};
 }
 
-// Puts a message into a cleared frame; the frame's length.
+// Puts a message into a frame of any content; the frame's length. What lies behind that isn't sent.
 int fill_frame(hal_frame_t& frame, const hal_nlmsghdr& message, unsigned msg_size, uint32_t topic) {
     const auto len = static_cast<uint32_t>(sizeof(PKTMSG_HDR_T) + msg_size);
+    frame.hdr = {};
     std::memcpy(reinterpret_cast<unsigned char*>(&frame) + offsetof(hal_frame_t, nlhdr), &message, msg_size);
     frame.nlhdr.nlmsg_pid = HAL_CPMU;
     frame.hdr.msg_topic = topic;
@@ -221,8 +222,9 @@ void hal_init_tipc(unsigned module, struct thread_master* master, hal_recv_handl
 int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size) {
     IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
     const Leg leg = leg_to(*message, msg_size, message->nlmsg_pid);
-    hal_frame_t request = {};
-    hal_frame_t reply = {};
+    hal_frame_t request;
+    hal_frame_t reply;
+    reply.nlhdr = {}; // a reply may end before it
     const int request_len = fill_frame(request, *message, msg_size, HAL_FRAME_SYNC);
     const int rc = ipc_send_sync_msg(cb, static_cast<uint32_t>(leg.sub_id), &request, request_len, &reply,
                                      IPC_MAX_MSG_SIZE);
@@ -243,7 +245,7 @@ int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size) {
 int _hal_tipc_send_asyncmsg(const hal_nlmsghdr* message, unsigned msg_size, unsigned slot) {
     IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
     const Leg leg = leg_to(*message, msg_size, slot);
-    hal_frame_t frame = {};
+    hal_frame_t frame;
     const int frame_len = fill_frame(frame, *message, msg_size, HAL_FRAME_ASYNC);
     const int rc = send_async_patiently(frame, frame_len, leg.sub_id, slot_bitmap_t{1} << (slot & 31));
     if (rc == IPC_RC_RTRNED_MSG_WAITING) // the IPC has taken the returned message already

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
@@ -46,8 +47,9 @@ iovec piece(std::string_view text) {
 
 namespace {
 
-// The log file, kept open from line to line. Every line looks whether the file still stands under its name:
-// it may be moved away at any time, and the variable that names it may change.
+// The log file, kept open from line to line. It may be moved away at any time: the first line of every tick
+// of the kernel's clock (1 to 10 ms) looks whether it still stands under its name. The variable that names it
+// may change from line to line.
 class LogFile {
 public:
     void write(std::span<iovec> parts) {
@@ -63,10 +65,16 @@ private:
         const char* path = getenv("OV_LOG_FILE");
         return path != nullptr && *path != '\0' ? path : DEFAULT_LOG_FILE;
     }
-    bool is_current() const {
+    bool is_current() {
+        if (fd_ < 0 || path_ != wanted_path())
+            return false;
+        timespec tick{};
+        clock_gettime(CLOCK_MONOTONIC_COARSE, &tick);
+        if (tick.tv_sec == looked_.tv_sec && tick.tv_nsec == looked_.tv_nsec)
+            return true;
+        looked_ = tick;
         struct stat there {};
-        return fd_ >= 0 && path_ == wanted_path() && stat(path_.c_str(), &there) == 0 &&
-               there.st_ino == inode_ && there.st_dev == device_;
+        return stat(path_.c_str(), &there) == 0 && there.st_ino == inode_ && there.st_dev == device_;
     }
     bool reopen() {
         if (fd_ >= 0)
@@ -86,6 +94,32 @@ private:
     int fd_ = -1;
     ino_t inode_ = 0;
     dev_t device_ = 0;
+    timespec looked_{};
+};
+
+// What stands in front of a line's text, and the text if it is short; longer names are cut.
+class LineStart {
+public:
+    LineStart& add(std::string_view part) {
+        const size_t count = std::min(part.size(), room());
+        memcpy(bytes_.data() + size_, part.data(), count);
+        size_ += count;
+        return *this;
+    }
+    LineStart& add(int number) {
+        std::array<char, 12> digits{};
+        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+        return add(std::string_view(digits.data(), size_t(end - digits.data())));
+    }
+    bool has_room_for(size_t count) const { return count <= room(); }
+    std::string_view text() const { return {bytes_.data(), size_}; }
+
+private:
+    size_t room() const { return bytes_.size() - size_; }
+
+    std::array<char, 511>
+        bytes_; // NOLINT(cppcoreguidelines-pro-type-member-init): filled as far as size_ tells
+    size_t size_ = 0;
 };
 
 } // namespace
@@ -95,16 +129,20 @@ void ov_log_util(const char* lib, int level, const char* module, const char* fil
     static LogFile& log_file = *new LogFile; // threads log to the very end of the process
 
     const char* tag = module != nullptr && *module != '\0' ? module : lib;
-    std::array<char, 512> head; // NOLINT(cppcoreguidelines-pro-type-member-init): written below
-    int written = snprintf(head.data(), head.size(), "%d [%s] %s:%d %s: ", level, or_dash(tag), or_dash(file),
-                           line, or_dash(func));
-    size_t head_size = std::clamp<int>(written, 0, int(head.size() - 1));
+    LineStart start;
+    start.add(level).add(" [").add(or_dash(tag)).add("] ").add(or_dash(file)).add(":").add(line);
+    start.add(" ").add(or_dash(func)).add(": ");
 
     std::string_view body = text != nullptr ? text : "";
     if (body.ends_with('\n'))
         body.remove_suffix(1);
 
-    std::array<iovec, 3> parts = {piece({head.data(), head_size}), piece(body), piece("\n")};
+    if (start.has_room_for(body.size() + 1)) {
+        std::array<iovec, 1> whole = {piece(start.add(body).add("\n").text())};
+        log_file.write(whole);
+        return;
+    }
+    std::array<iovec, 3> parts = {piece(start.text()), piece(body), piece("\n")};
     log_file.write(parts);
 }
 

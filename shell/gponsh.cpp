@@ -1,53 +1,67 @@
-// gponsh: the operator shell for machines without the platform's own.
-//
-// TODO: completion, "?" help and a prompt that tells the mode, from the daemon's command tables.
+// gponsh: the operator shell.
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <getopt.h>
 #include <iostream>
-#include <memory>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
-#include <readline/history.h>
-#include <readline/readline.h>
-
+#include "command_tree.h"
+#include "line_editor.h"
+#include "operator_session.h"
+#include "pager.h"
+#include "script_runner.h"
+#include "signal_watch.h"
 #include "vty_client.h"
 
 namespace {
 
-enum exit_t { EXIT_OK = 0, EXIT_REFUSED = 1, EXIT_USAGE = 2, EXIT_LOST = 3 };
+enum exit_t { EXIT_OK = 0, EXIT_REFUSED = 1, EXIT_USAGE = 2, EXIT_LOST = 3, EXIT_INTERRUPTED = 130 };
 
-constexpr char usage[] = R"(Usage: gponsh [-s PATH] [-c LINE]...
+constexpr char usage[] = R"(Usage: gponsh [-s PATH] [-c LINE]... [-f FILE]
 
-Type commands to the gpon daemon. Without -c, lines are read from standard
-input; on a terminal with editing and history. The session starts in enable
-mode; "exit" there, or the end of the input, ends it.
+Type commands to the gpon daemon. Without -c and -f, lines are read from
+standard input; on a terminal with editing, history, completion (Tab), help (?)
+and paging. The session starts in enable mode; "exit" there, or the end of the
+input, ends it.
 
   -s, --socket PATH   the daemon's socket (default /var/run/gpon.vty)
   -c, --command LINE  run this line and no more; may be given several times,
                       the first that fails is the last that is run
+  -f, --file FILE     run the lines of a file, such as a saved configuration
+                      ("-" for standard input): a line that is refused ends its
+                      block, and the next block is gone on with
   -h, --help          print this
 
-Exit status: 0, 1 if the daemon refused a line, 2 for wrong usage, 3 if the
-daemon can't be reached or goes away.
+Exit status: 0, 1 if the daemon refused a line, 2 for wrong usage or a file that
+can't be read, 3 if the daemon can't be reached or goes away, 130 if Ctrl-C
+ended a file.
 )";
 
 struct options_t {
     std::string socket = "/var/run/gpon.vty";
     std::vector<std::string> lines;
+    std::string file;
 };
+
+[[noreturn]] void refuse_usage() {
+    fputs(usage, stderr);
+    exit(EXIT_USAGE);
+}
 
 /// Fill options from the command line; ends the program for --help and wrong usage.
 options_t parse_options(int argc, char** argv) {
     static const struct option known[] = {{"socket", required_argument, nullptr, 's'},
                                           {"command", required_argument, nullptr, 'c'},
+                                          {"file", required_argument, nullptr, 'f'},
                                           {"help", no_argument, nullptr, 'h'},
                                           {}};
     options_t options;
-    for (int o; (o = getopt_long(argc, argv, "s:c:h", known, nullptr)) != -1;) {
+    for (int o; (o = getopt_long(argc, argv, "s:c:f:h", known, nullptr)) != -1;) {
         switch (o) {
         case 's':
             options.socket = optarg;
@@ -55,40 +69,48 @@ options_t parse_options(int argc, char** argv) {
         case 'c':
             options.lines.emplace_back(optarg);
             break;
+        case 'f':
+            if (!options.file.empty() || !*optarg)
+                refuse_usage();
+            options.file = optarg;
+            break;
         case 'h':
             fputs(usage, stdout);
             exit(EXIT_OK);
         default:
-            fputs(usage, stderr);
-            exit(EXIT_USAGE);
+            refuse_usage();
         }
     }
-    if (optind != argc) {
-        fputs(usage, stderr);
-        exit(EXIT_USAGE);
-    }
+    if (optind != argc || (!options.file.empty() && !options.lines.empty()))
+        refuse_usage();
     return options;
 }
 
+void print(const std::string& text) {
+    fwrite(text.data(), 1, text.size(), stdout);
+}
+
+// --- lines given, or from a pipe -------------------------------------------------------------
+
 /// Run one line and print what it printed. True if it succeeded.
 bool run_line(vty_client& daemon, const std::string& line) {
-    const auto reply = daemon.run(line);
-    fwrite(reply.text.data(), 1, reply.text.size(), stdout);
+    daemon.send(line);
+    auto reply = daemon.receive(1000);
+    if (!reply) {
+        if (isatty(STDERR_FILENO))
+            fputs("(no answer from the daemon yet; Ctrl-C ends)\n", stderr);
+        reply = daemon.receive();
+    }
+    print(reply->text);
     fflush(stdout);
-    return reply.result == 0;
+    return reply->result == 0;
 }
 
 /// "exit" and "quit", or short for them: the daemon may hang up on these.
 bool may_end_session(const std::string& line) {
-    const auto word = line.substr(0, line.find_last_not_of(" \t") + 1);
-    return !word.empty() && (std::string("exit").starts_with(word) || std::string("quit").starts_with(word));
-}
-
-/// Run one line of a session; false in go_on if the session is over with it.
-bool run_session_line(vty_client& daemon, const std::string& line, bool& go_on) {
-    const bool success = run_line(daemon, line);
-    go_on = !(may_end_session(line) && daemon.closed(200));
-    return success;
+    const auto words = shell_words(line);
+    return words.size() == 1 &&
+           (std::string("exit").starts_with(words[0]) || std::string("quit").starts_with(words[0]));
 }
 
 exit_t run_given(vty_client& daemon, const std::vector<std::string>& lines) {
@@ -101,47 +123,212 @@ exit_t run_given(vty_client& daemon, const std::vector<std::string>& lines) {
 
 exit_t run_input(vty_client& daemon) {
     exit_t status = EXIT_OK;
-    bool go_on = true;
-    for (std::string line; go_on && std::getline(std::cin, line);) {
-        if (!run_session_line(daemon, line, go_on))
+    for (std::string line; std::getline(std::cin, line);) {
+        if (!run_line(daemon, line))
             status = EXIT_REFUSED;
+        if (may_end_session(line) && daemon.closed(200))
+            break;
     }
     return status;
 }
 
-exit_t run_terminal(vty_client& daemon) {
-    using text_t = std::unique_ptr<char, decltype(&free)>;
-    rl_bind_key('\t', rl_insert); // no file names
-    for (bool go_on = true; go_on;) {
-        const text_t line(readline("gpon# "), &free);
-        if (!line) {
-            putchar('\n');
-            break;
-        }
-        if (*line)
-            add_history(line.get());
-        run_session_line(daemon, line.get(), go_on);
-    }
-    return EXIT_OK;
-}
-
-exit_t run_session(const options_t& options) {
+exit_t run_lines(const options_t& options) {
     vty_client daemon(options.socket);
     if (!run_line(daemon, "enable"))
         return EXIT_REFUSED;
-    if (!options.lines.empty())
-        return run_given(daemon, options.lines);
-    return isatty(STDIN_FILENO) ? run_terminal(daemon) : run_input(daemon);
+    return options.lines.empty() ? run_input(daemon) : run_given(daemon, options.lines);
+}
+
+// --- a file ----------------------------------------------------------------------------------
+
+struct interrupted_t {};
+
+void tell_refusal(const std::string& file, const script_refusal_t& refusal) {
+    fflush(stdout);
+    fprintf(stderr, "%s:%zu: refused: %s\n", file.c_str(), refusal.number, refusal.line.c_str());
+    if (!refusal.text.empty())
+        fprintf(stderr, "    %s%s", refusal.text.c_str(), refusal.text.ends_with('\n') ? "" : "\n");
+    if (refusal.block_start != 0)
+        fprintf(stderr, "    (ends the block of line %zu: %s)\n", refusal.block_start, refusal.block.c_str());
+}
+
+void tell_summary(const std::string& file, const script_summary_t& summary) {
+    fflush(stdout);
+    fprintf(stderr, "%s: %zu lines run, %zu refused; %zu blocks refused, %zu lines skipped\n", file.c_str(),
+            summary.run, summary.refused, summary.blocks, summary.skipped);
+}
+
+exit_t run_stream(const options_t& options, std::istream& lines) {
+    const std::string file = options.file == "-" ? "standard input" : options.file;
+    signal_watch interrupt{SIGINT};
+    const command_tree tree;
+    shell_mode mode(
+        [&](enum node_type node, const std::string& line) { return tree.understand(node, line); });
+    vty_client daemon(options.socket);
+    const auto receive = [&] {
+        auto reply = wait_for_answer(daemon, interrupt, [] {
+            if (isatty(STDERR_FILENO))
+                fputs("(no answer from the daemon yet; Ctrl-C ends)\n", stderr);
+        });
+        if (!reply)
+            throw interrupted_t{};
+        return *reply;
+    };
+    const auto send = [&](const std::string& line) { daemon.send(line); };
+
+    script_runner runner({send, receive}, mode, print,
+                         [&](const script_refusal_t& refusal) { tell_refusal(file, refusal); });
+    try {
+        send("enable");
+        mode.answered("enable", receive().result);
+        runner.run(lines);
+    } catch (const interrupted_t&) {
+        tell_summary(file, runner.summary());
+        fprintf(stderr, "%s: ended by Ctrl-C behind line %zu\n", file.c_str(), runner.last_answered());
+        return EXIT_INTERRUPTED;
+    } catch (const vty_client_error&) {
+        tell_summary(file, runner.summary());
+        fprintf(stderr, "%s: the daemon answered up to line %zu\n", file.c_str(), runner.last_answered());
+        throw;
+    }
+    tell_summary(file, runner.summary());
+    return runner.summary().refused == 0 ? EXIT_OK : EXIT_REFUSED;
+}
+
+exit_t run_file(const options_t& options) {
+    if (options.file == "-")
+        return run_stream(options, std::cin);
+    std::ifstream lines(options.file);
+    if (!lines) {
+        fprintf(stderr, "gponsh: %s can't be read\n", options.file.c_str());
+        return EXIT_USAGE;
+    }
+    return run_stream(options, lines);
+}
+
+// --- a terminal ------------------------------------------------------------------------------
+
+bool colours_wanted() {
+    const char* const no_colour = getenv("NO_COLOR");
+    const char* const terminal = getenv("TERM");
+    return isatty(STDOUT_FILENO) && !(no_colour && *no_colour) && terminal && std::string(terminal) != "dumb";
+}
+
+/// The operator's terminal and what is on it.
+class terminal_shell {
+public:
+    explicit terminal_shell(const std::string& socket)
+        : output(isatty(STDOUT_FILENO)), colours(colours_wanted()),
+          session(
+              socket, interrupt,
+              [this](enum node_type node, const std::string& line) { return tree.understand(node, line); },
+              [](const std::string& text) {
+                  puts(text.c_str());
+                  fflush(stdout);
+              }),
+          editor(tree, output, interrupt, [this] { return session.mode().node(); }) {}
+
+    exit_t run() {
+        session.open();
+        const line_editor::watch_t watch = {[this] { return session.descriptor(); },
+                                            [this] { session.look_at_connection(); }};
+        while (!session.mode().over()) {
+            const auto line = editor.read([this] { return session.mode().prompt(); }, watch);
+            if (!line) {
+                putchar('\n');
+                break;
+            }
+            editor.remember(*line);
+            if (!shell_words(*line).empty())
+                run_one(*line);
+        }
+        return EXIT_OK;
+    }
+
+private:
+    void run_one(const std::string& line) {
+        if (!session.connected() && session.mode().depth() == 1 && may_end_session(line))
+            exit(EXIT_LOST);
+        const auto prompt = session.mode().prompt();
+        const auto before = session.mode();
+        try {
+            const auto reply = session.run(line);
+            if (!reply)
+                return;
+            if (reply->result == 0) {
+                follow_length(before, line);
+                output.show(reply->text);
+            } else {
+                show_refusal(before, line, *reply);
+            }
+        } catch (const vty_client_error& error) {
+            show_error(std::string("% ") + error.what() + "\n");
+        }
+    }
+
+    void show_error(const std::string& text) const {
+        print(colours ? "\033[31m" + text + "\033[0m" : text);
+        fflush(stdout);
+    }
+
+    /// The daemon's text, and where in the line the trouble is.
+    void show_refusal(const shell_mode& before, const std::string& line, const vty_reply_t& reply) const {
+        const bool not_understood = reply.result == CMD_ERR_NO_MATCH || reply.result == CMD_ERR_AMBIGUOUS;
+        const auto trouble = not_understood ? tree.find_trouble(before.node(), line) : std::nullopt;
+        if (trouble)
+            print(std::string(before.prompt().size() + trouble->offset, ' ') + "^\n");
+        show_error(reply.text);
+        if (!trouble || trouble->candidates.empty())
+            return;
+        std::string text = "  could be:";
+        for (const auto& candidate : trouble->candidates)
+            text += " " + candidate;
+        print(text + "\n");
+        fflush(stdout);
+    }
+
+    /// "terminal length N" sets the pages here: the daemon has none.
+    void follow_length(const shell_mode& before, const std::string& line) {
+        auto words = before.read(line).words;
+        if (!words.empty() && words[0] == "do")
+            words.erase(words.begin());
+        if (words.size() != 3 || words[0] != "terminal")
+            return;
+        if (words[1] == "length")
+            output.set_length(atoi(words[2].c_str()));
+        else if (words[1] == "no" && words[2] == "length")
+            output.set_length(std::nullopt);
+    }
+
+    signal_watch interrupt{SIGINT};
+    command_tree tree;
+    pager output;
+    bool colours;
+    operator_session session;
+    line_editor editor;
+};
+
+exit_t run_session(const options_t& options) {
+    if (!options.file.empty())
+        return run_file(options);
+    if (!options.lines.empty() || !isatty(STDIN_FILENO))
+        return run_lines(options);
+    return terminal_shell(options.socket).run();
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
+    const auto failed = [](const char* what) {
+        fflush(stdout);
+        fprintf(stderr, "gponsh: %s\n", what);
+        return EXIT_LOST;
+    };
     try {
         return run_session(parse_options(argc, argv));
-    } catch (const vty_client_error& error) {
-        fflush(stdout);
-        fprintf(stderr, "gponsh: %s\n", error.what());
-        return EXIT_LOST;
+    } catch (const std::exception& error) { // the connection's, nearly always
+        return failed(error.what());
+    } catch (const interrupted_t&) {
+        return EXIT_INTERRUPTED;
     }
 }

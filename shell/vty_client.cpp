@@ -1,11 +1,14 @@
 #include "vty_client.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -14,6 +17,15 @@ constexpr size_t trailer_size = 4;
 
 [[noreturn]] void fail(const std::string& what) {
     throw vty_client_error(what + ": " + strerror(errno));
+}
+
+/// Why the daemon's buffer can't take a line; null if it can.
+const char* refusal_of(std::string_view line) {
+    if (line.size() > vty_client::max_line)
+        return "% Command is too long.\n";
+    if (line.find('\0') != line.npos)
+        return "% Command has a NUL in it.\n";
+    return nullptr;
 }
 
 } // namespace
@@ -42,7 +54,7 @@ vty_client::~vty_client() {
 
 void vty_client::send_all(std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t sent = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        const ssize_t sent = ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent < 0 && errno != EINTR)
             fail("the daemon went away");
         if (sent > 0)
@@ -52,43 +64,84 @@ void vty_client::send_all(std::string_view bytes) {
 
 /// Cut one complete answer off what was received, if there is one. Text holds no NUL, so the first
 /// one begins the trailer, wherever the chunks were cut.
-bool vty_client::take_reply(vty_reply_t& reply) {
-    const auto end = received.find('\0');
+bool vty_client::take_reply() {
+    const auto end = received.find('\0', searched);
+    searched = std::min(end, received.size());
     if (end == received.npos || received.size() < end + trailer_size)
         return false;
     if (received[end + 1] != '\0' || received[end + 2] != '\0')
         throw vty_client_error("the daemon's answer makes no sense");
+    if (waiting == 0)
+        throw vty_client_error("the daemon answered what nobody asked");
 
-    reply.text = received.substr(0, end);
-    reply.result = static_cast<unsigned char>(received[end + 3]);
+    ready.push_back({received.substr(0, end), static_cast<unsigned char>(received[end + 3])});
     received.erase(0, end + trailer_size);
+    searched = 0;
+    waiting--;
     return true;
 }
 
-vty_reply_t vty_client::run(std::string_view line) {
-    if (line.size() > max_line)
-        return {"% Command is too long.\n", 1};
-    if (line.find('\0') != line.npos)
-        return {"% Command has a NUL in it.\n", 1};
-
-    send_all(std::string(line) + '\0');
-    vty_reply_t reply;
-    while (!take_reply(reply)) {
-        char chunk[4096];
-        const ssize_t got = recv(fd, chunk, sizeof(chunk), 0);
-        if (got == 0)
-            throw vty_client_error("the daemon closed the connection");
-        if (got < 0 && errno != EINTR)
-            fail("the daemon went away");
-        if (got > 0)
-            received.append(chunk, static_cast<size_t>(got));
+/// Read what is there, waiting for something, and put complete answers into ready.
+void vty_client::read_some() {
+    char chunk[16384];
+    const ssize_t got = recv(fd, chunk, sizeof(chunk), 0);
+    if (got == 0)
+        throw vty_client_error("the daemon closed the connection");
+    if (got < 0 && errno != EINTR)
+        fail("the daemon went away");
+    if (got > 0)
+        received.append(chunk, static_cast<size_t>(got));
+    while (take_reply()) {
     }
+}
+
+/// Wait for the answers to all that was sent.
+void vty_client::gather() {
+    while (waiting > 0)
+        read_some();
+}
+
+vty_reply_t vty_client::next_ready() {
+    auto reply = std::move(ready.front());
+    ready.pop_front();
     return reply;
 }
 
+void vty_client::send(std::string_view line) {
+    if (const char* const refusal = refusal_of(line)) {
+        gather(); // its place among the answers
+        ready.push_back({refusal, 1});
+        return;
+    }
+    send_all(std::string(line) + '\0');
+    waiting++;
+}
+
+std::optional<vty_reply_t> vty_client::receive(int wait_ms, int wake_fd) {
+    using namespace std::chrono;
+    const auto deadline = steady_clock::now() + milliseconds(wait_ms);
+    while (ready.empty()) {
+        const auto left = duration_cast<milliseconds>(deadline - steady_clock::now()).count();
+        struct pollfd fds[] = {{fd, POLLIN, 0}, {wake_fd, POLLIN, 0}};
+        const int count = poll(fds, 2, wait_ms < 0 ? -1 : static_cast<int>(std::max<long long>(left, 0)));
+        if (count == 0 || fds[1].revents)
+            return std::nullopt;
+        if (fds[0].revents)
+            read_some();
+    }
+    return next_ready();
+}
+
+vty_reply_t vty_client::run(std::string_view line) {
+    send(line);
+    while (ready.empty())
+        read_some();
+    return next_ready();
+}
+
 bool vty_client::closed(int wait_ms) {
-    struct pollfd waiting = {fd, POLLIN, 0};
-    if (poll(&waiting, 1, wait_ms) <= 0)
+    struct pollfd waiting_for = {fd, POLLIN, 0};
+    if (poll(&waiting_for, 1, wait_ms) <= 0)
         return false;
     char byte;
     return recv(fd, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;

@@ -2,7 +2,10 @@
 
 // The client's side of the daemon's terminal socket: a command line with a NUL behind it goes
 // out; back come the text that the command printed, three NULs, and the result as one byte.
+// Lines may go out before earlier ones are answered; answers come in the order of the lines.
 
+#include <deque>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -27,21 +30,42 @@ public:
     vty_client(const vty_client&) = delete;
     vty_client& operator=(const vty_client&) = delete;
 
-    /// Have the daemon run one line and wait for its answer, as long as it takes. A line that is
-    /// too long for the daemon or has a NUL in it isn't sent and fails with a text that says so.
-    /// Throws vty_client_error when the daemon goes away.
+    /// Have the daemon run one line and wait for its answer, as long as it takes; no other may be
+    /// unanswered. A line that is too long for the daemon or has a NUL in it isn't sent and fails
+    /// with a text that says so. Throws vty_client_error when the daemon goes away.
     vty_reply_t run(std::string_view line);
+
+    /// Send a line without waiting for its answer; receive() gives it in its turn. The daemon reads on
+    /// only while its answers are taken: with more than a few ten kilobytes unanswered this may wait
+    /// for ever. Throws as run() does.
+    void send(std::string_view line);
+
+    /// The next answer. Nothing if none is complete within so many milliseconds (-1: wait without
+    /// limit), or if wake_fd gets readable (-1: none) before. Throws as run() does.
+    std::optional<vty_reply_t> receive(int wait_ms = -1, int wake_fd = -1);
+
+    /// Number of lines whose answer wasn't handed out yet.
+    size_t unanswered() const { return waiting + ready.size(); }
 
     /// Did the daemon close the connection? Waits up to so many milliseconds for it to happen.
     bool closed(int wait_ms);
+
+    /// For poll(): readable when an answer comes or the daemon hangs up.
+    int descriptor() const { return fd; }
 
     /// Longest line that the daemon's buffer takes.
     static constexpr size_t max_line = 4000;
 
 private:
     void send_all(std::string_view bytes);
-    bool take_reply(vty_reply_t& reply);
+    bool take_reply();
+    void read_some();
+    void gather();
+    vty_reply_t next_ready();
 
     int fd;
-    std::string received; // not yet handed out
+    size_t waiting = 0;   // lines sent and not answered
+    std::string received; // a part of an answer
+    size_t searched = 0;  // of received, bytes known to be no end of an answer
+    std::deque<vty_reply_t> ready;
 };

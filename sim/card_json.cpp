@@ -87,7 +87,8 @@ std::vector<std::string> card_json(const Card& card, const CardMessage* only) {
         "{" + number_json("slot", card.slot()) + "\"up\": " + (card.is_open() ? "true" : "false") + ", " +
         number_json("received", counters.received) + number_json("refused", counters.refused) +
         number_json("replies", counters.replies) + number_json("events", counters.events) +
-        number_json("unrecorded", counters.unrecorded) + number_json("object_count", card.objects().size()));
+        number_json("unrecorded", counters.unrecorded) + number_json("object_count", card.objects().size()) +
+        number_json("changes", card.objects().changes()));
     lines.push_back("\"reasons\": " + reasons_json(counters) + ", \"types\": " + types_json(counters) + ",");
     lines.push_back("\"driver_texts\": " + list_json(card.driver_texts()) + ", \"objects\": {");
     add_objects(card, only, lines);

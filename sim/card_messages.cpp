@@ -5,21 +5,17 @@
 #include <map>
 #include <optional>
 
+#include "ov_hal_gpon_msg.h"
 #include "text.h"
 
 namespace {
 
 // The bits of a record's mask, as field names; empty for a record without a mask.
 const char* attribute_names(std::string_view record) {
-#define CARD_MESSAGE(...)
-#define CARD_PLAIN(...)
 #define CARD_ATTRIBUTES(name, fields)                                                                        \
     if (record == #name)                                                                                     \
         return fields;
 #include "card_messages.def"
-#undef CARD_MESSAGE
-#undef CARD_PLAIN
-#undef CARD_ATTRIBUTES
     return "";
 }
 
@@ -34,62 +30,100 @@ std::vector<CardPart> parts_of(const HalRecordDesc* record, const char* paths) {
 }
 
 // QinQ masks say whether a rule is added or removed; the record counts as a whole.
-const char* mask_of(uint16_t number, const char* record) {
-    constexpr uint16_t PORT_QINQ = 902;
-    constexpr uint16_t ONU_QINQ = 905;
-    return number == PORT_QINQ || number == ONU_QINQ ? "" : attribute_names(record);
+const char* mask_of(const HalMessageDesc& message) {
+    const bool whole = message.type == OV_HAL_MSG_GPON_PORT_QINQ || message.type == OV_HAL_MSG_GPON_ONU_QINQ;
+    return whole || !message.record ? "" : attribute_names(message.record->name);
 }
 
-CardMessage describe(uint16_t number, const char* name, const char* record_name, uint16_t size,
-                     CardOwner owner, uint16_t owner_at, uint32_t kind, CardUse use, CardParent parent,
-                     const char* key) {
-    const HalRecordDesc* record = hal_record_desc_by_name(record_name);
-    return {number,
-            name,
-            record,
-            size,
-            owner,
-            owner_at,
-            kind,
-            use,
-            parent,
-            number,
-            0,
-            parts_of(record, key),
-            parts_of(record, mask_of(number, record_name))};
+// How a card can tell that a message is for it: by what the sender sends it by.
+struct Destination {
+    uint16_t number;
+    ov_hal_gpon_msg_dest_t dest;
+    uint16_t offset;
+};
+constexpr Destination DESTINATIONS[] = {
+#define OV_HAL_GPON_MSG(name, value, size, dest, offset, padding)                                            \
+    {value, ov_hal_gpon_msg_dest_t::dest, offset},
+#include "ov_hal_gpon_msg_catalogue.def"
+#undef OV_HAL_GPON_MSG
+};
+
+CardOwner owner_by(const Destination& destination) {
+    switch (destination.dest) {
+    case ov_hal_gpon_msg_dest_t::INDEX_AT:
+        return CardOwner::INDEX;
+    case ov_hal_gpon_msg_dest_t::INDEX_OR_ALL:
+        return CardOwner::SHARED_INDEX;
+    case ov_hal_gpon_msg_dest_t::WORD_AT: // the end of a replay is told to one card
+        return destination.number == OV_HAL_MSG_GPON_CONF_SYNC_END ? CardOwner::OWN_SLOT
+                                                                   : CardOwner::SLOT_WORD;
+    default:
+        return CardOwner::EVERY_CARD;
+    }
 }
 
-CardMessage describe_plain(uint16_t number, const char* name, const char* record_name, uint16_t size,
+CardMessage describe(int number, uint32_t kind, CardUse use, CardParent parent, const char* key) {
+    const HalMessageDesc& carried = *hal_message_desc(static_cast<unsigned>(number));
+    const Destination& destination = *std::ranges::find(DESTINATIONS, carried.type, &Destination::number);
+    CardMessage message = {};
+    message.number = message.kept_as = carried.type;
+    message.name = carried.name;
+    message.record = carried.record;
+    message.size = carried.size;
+    message.owner = owner_by(destination);
+    message.owner_at = destination.offset;
+    message.kind = kind;
+    message.use = use;
+    message.parent = parent;
+    message.key = parts_of(carried.record, key);
+    message.attributes = parts_of(carried.record, mask_of(carried));
+    return message;
+}
+
+CardMessage describe_plain(uint16_t number, const char* name, const HalRecordDesc* record, uint16_t size,
                            uint16_t kept_as, uint32_t action, const char* key) {
-    CardMessage message = describe(number, name, record_name, size, CardOwner::EVERY_CARD, 0, 0,
-                                   CardUse::PLAIN, CardParent::NONE, key);
+    CardMessage message = {};
+    message.number = number;
+    message.name = name;
+    message.record = record;
+    message.size = size;
+    message.owner = CardOwner::EVERY_CARD;
+    message.use = CardUse::PLAIN;
     message.kept_as = kept_as;
     message.action = action;
-    message.attributes.clear();
+    message.key = parts_of(record, key);
     return message;
+}
+
+CardMessage describe_plain(uint16_t number, const char* name, uint16_t kept_as, uint32_t action,
+                           const char* key) {
+    const HalMessageDesc& carried = *hal_message_desc(number);
+    return describe_plain(number, name, carried.record, carried.size, kept_as, action, key);
 }
 
 std::vector<CardMessage> make_messages() {
     std::vector<CardMessage> messages = {
-#define CARD_MESSAGE(number, name, record, size, owner, at, kind, use, parent, key)                          \
-    describe(number, #name, #record, size, CardOwner::owner, at, kind, CardUse::use, CardParent::parent, key),
-#define CARD_PLAIN(number, name, record, size, kept_as, action, key)                                         \
-    describe_plain(number, name, #record, size, kept_as, card_action::action, key),
-#define CARD_ATTRIBUTES(record, fields)
+#define CARD_MESSAGE(message, kind, use, parent, key)                                                        \
+    describe(message, index_kind::kind, CardUse::use, CardParent::parent, key),
+#define CARD_PLAIN(number, name, size, kept_as, action, key)                                                 \
+    describe_plain(number, name, nullptr, size, kept_as, card_action::action, key),
+#define CARD_PLAIN_RECORD(number, name, kept_as, action, key)                                                \
+    describe_plain(number, name, kept_as, card_action::action, key),
 #include "card_messages.def"
-#undef CARD_MESSAGE
-#undef CARD_PLAIN
-#undef CARD_ATTRIBUTES
     };
     std::sort(messages.begin(), messages.end(),
               [](const CardMessage& a, const CardMessage& b) { return a.number < b.number; });
     return messages;
 }
 
-CardMessage event(uint16_t number, const char* name, const char* record) {
-    const HalRecordDesc* desc = hal_record_desc_by_name(record);
-    return {number, name, desc, desc->size, CardOwner::EVERY_CARD, 0, 0, CardUse::LIVE, CardParent::NONE,
-            number, 0,    {},   {}};
+// What only goes up. The sender's list says which those are.
+std::vector<CardMessage> make_events() {
+    std::vector<CardMessage> events;
+    for (const Destination& destination : DESTINATIONS)
+        if (destination.dest == ov_hal_gpon_msg_dest_t::RECEIVED_ONLY)
+            events.push_back(
+                describe(destination.number, index_kind::ANY, CardUse::LIVE, CardParent::NONE, ""));
+    return events;
 }
 
 std::string shortened(std::string_view name) {
@@ -140,13 +174,7 @@ std::string card_short_name(const CardMessage& message) {
 }
 
 std::span<const CardMessage> card_event_messages() {
-    static const std::vector<CardMessage> events = {
-        event(922, "OV_HAL_MSG_GPON_UNCFG_ONU", "ov_gpon_uncfg_onu_attr_t"),
-        event(923, "OV_HAL_MSG_GPON_WN_TRAP", "ov_gpon_wanning_trap_t"),
-        event(927, "OV_HAL_MSG_GPON_ONUSTATES_TRAP", "ov_gpon_trap_onu_state_attr_t"),
-        event(938, "OV_HAL_MSG_GPON_AUTO_LEARN_ONU", "ov_gpon_autolearn_onu_attr_t"),
-        event(953, "OV_HAL_MSG_GPON_PON_PROTECT_STATUS", "ov_gpon_pon_protect_group_attr_t"),
-    };
+    static const std::vector<CardMessage> events = make_events();
     return events;
 }
 

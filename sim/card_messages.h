@@ -20,6 +20,7 @@ inline constexpr uint32_t GET_CURRENT = 5;
 
 // Kinds of interface index that stand in the records.
 namespace index_kind {
+inline constexpr uint32_t ANY = 0; // or none
 inline constexpr uint32_t PON = 9;
 inline constexpr uint32_t ONU = 10;
 inline constexpr uint32_t GEM = 11;

@@ -67,8 +67,9 @@ const CardObjects::Bytes* CardObjects::find(uint16_t number, uint32_t index, uin
 
 void CardObjects::put(const CardMessage& message, std::span<const uint8_t> record) {
     const auto [it, made] = tables_[message.kept_as].try_emplace(key_of(message, record));
-    it->second.assign(record.begin(), record.end());
     size_ += made;
+    changes_ += made || !std::ranges::equal(it->second, record);
+    it->second.assign(record.begin(), record.end());
 }
 
 void CardObjects::set(const CardMessage& message, uint32_t mask, std::span<const uint8_t> record) {
@@ -79,6 +80,7 @@ void CardObjects::set(const CardMessage& message, uint32_t mask, std::span<const
     const auto [it, made] = tables_[message.kept_as].try_emplace(key_of(message, record));
     size_ += made;
     Bytes& object = it->second;
+    const Bytes before = object;
     object.resize(record.size());
     for (const CardPart& part : message.key)
         std::memcpy(object.data() + part.offset, record.data() + part.offset, part.size);
@@ -87,6 +89,7 @@ void CardObjects::set(const CardMessage& message, uint32_t mask, std::span<const
         if (mask >> bit & 1)
             std::memcpy(object.data() + part.offset, record.data() + part.offset, part.size);
     }
+    changes_ += made || object != before;
 }
 
 size_t CardObjects::remove(const CardMessage& message, std::span<const uint8_t> record) {
@@ -94,6 +97,7 @@ size_t CardObjects::remove(const CardMessage& message, std::span<const uint8_t> 
     size_ -= tables_[message.kept_as].erase(key_of(message, record));
     if (message.number == ONU)
         remove_below(get_be32(record, 0));
+    changes_ += before - size_;
     return before - size_;
 }
 

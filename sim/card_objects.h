@@ -57,6 +57,8 @@ public:
 
     const Table& table(uint16_t number) const;
     size_t size() const { return size_; }
+    // Objects made, changed and taken away so far; what a message says that is so already doesn't count.
+    uint64_t changes() const { return changes_; }
     void clear();
 
 private:
@@ -64,4 +66,5 @@ private:
 
     std::map<uint16_t, Table> tables_;
     size_t size_ = 0;
+    uint64_t changes_ = 0;
 };

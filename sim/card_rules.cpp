@@ -48,8 +48,9 @@ std::optional<CardRefusal> check_index(const CardRequest& request) {
 }
 
 std::optional<CardRefusal> check_mask(const CardRequest& request) {
-    const size_t bits = request.message->attributes.size();
-    if (request.action != card_action::SET || bits == 0 || bits >= 32 || request.mask >> bits == 0)
+    // The bit behind the last attribute stands for columns without one; cards take no notice of it.
+    const size_t bits = request.message->attributes.size() + 1;
+    if (request.action != card_action::SET || bits == 1 || bits >= 32 || request.mask >> bits == 0)
         return {};
     return refuse("mask", "mask", request.mask);
 }

@@ -86,7 +86,7 @@ void IpcReceiver::receive() {
             const auto at = static_cast<size_t>(i);
             handler_(std::span<const uint8_t>(shared.data[at]).first(shared.messages[at].msg_len));
         }
-        if (got <= 0)
+        if (got < static_cast<int>(BATCH)) // empty
             return;
     }
 }

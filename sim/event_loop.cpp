@@ -1,7 +1,6 @@
 #include "event_loop.h"
 
 #include <algorithm>
-#include <poll.h>
 #include <vector>
 
 using Clock = std::chrono::steady_clock;
@@ -41,6 +40,8 @@ int EventLoop::next_timeout() const {
 }
 
 void EventLoop::run_due_timers() {
+    if (timers_.empty())
+        return;
     const Clock::time_point now = Clock::now();
     std::vector<std::pair<Clock::time_point, TimerId>> due;
     for (const auto& [id, timer] : timers_) {
@@ -59,22 +60,22 @@ void EventLoop::run_due_timers() {
 }
 
 void EventLoop::dispatch_ready(int timeout_ms) {
-    std::vector<pollfd> fds;
-    std::vector<uint64_t> serials;
+    fds_.clear();
+    serials_.clear();
     for (const auto& [fd, watch] : watches_) {
-        fds.push_back({fd, watch.events, 0});
-        serials.push_back(watch.serial);
+        fds_.push_back({fd, watch.events, 0});
+        serials_.push_back(watch.serial);
     }
-    if (poll(fds.data(), fds.size(), timeout_ms) <= 0)
+    if (poll(fds_.data(), fds_.size(), timeout_ms) <= 0)
         return;
-    for (size_t i = 0; i < fds.size(); ++i) {
-        if (!fds[i].revents)
+    for (size_t i = 0; i < fds_.size(); ++i) {
+        if (!fds_[i].revents)
             continue;
-        const auto it = watches_.find(fds[i].fd);
-        if (it == watches_.end() || it->second.serial != serials[i])
+        const auto it = watches_.find(fds_[i].fd);
+        if (it == watches_.end() || it->second.serial != serials_[i])
             continue; // closed by an earlier handler of this turn
         const auto handler = it->second.handler;
-        (*handler)(fds[i].revents);
+        (*handler)(fds_[i].revents);
     }
 }
 

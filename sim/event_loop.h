@@ -6,6 +6,8 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <poll.h>
+#include <vector>
 
 class EventLoop {
 public:
@@ -44,6 +46,8 @@ private:
 
     std::map<int, Watch> watches_;
     std::map<TimerId, Timer> timers_;
+    std::vector<pollfd> fds_; // of the present turn
+    std::vector<uint64_t> serials_;
     uint64_t next_id_ = 1;
     bool stopped_ = false;
 };

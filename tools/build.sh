@@ -9,14 +9,24 @@ dir=build/$preset
 mkdir -p "$dir"
 log=$dir/build.log
 
-if [ ! -f "$dir/build.ninja" ] && ! cmake --preset "$preset" >"$log" 2>&1; then
-    cat "$log" >&2
-    exit 1
+# On a terminal the step that ninja is at; otherwise nothing.
+show_progress() {
+    if [ -t 2 ]; then
+        awk -v name="$preset" '/^\[[0-9]+\/[0-9]+\]/ { printf "\rBuilding (%s) %s \033[K", name, $1 >"/dev/stderr" }'
+        printf '\r\033[K' >&2
+    else
+        cat >/dev/null
+    fi
+}
+
+if [ ! -f "$dir/build.ninja" ]; then
+    echo "Building (preset $preset) for the first time: this takes some minutes." >&2
+    if ! cmake --preset "$preset" >"$log" 2>&1; then
+        cat "$log" >&2
+        exit 1
+    fi
 fi
-[ -t 2 ] && printf 'Building (%s) ...\r' "$preset" >&2
-if ! ninja -C "$dir" "$@" >"$log" 2>&1; then
+if ! ninja -C "$dir" "$@" 2>&1 | tee "$log" | show_progress; then
     grep -v -e '^\[[0-9]*/[0-9]*\] ' -e '^ninja: Entering' -e '^: && ' -e '^/usr/bin/cmake -E env' "$log" >&2 || true
     exit 1
 fi
-[ -t 2 ] && printf '\033[K' >&2
-exit 0

@@ -1,32 +1,72 @@
 #!/usr/bin/env bash
-# Runs inside the sandbox: the simulated chassis, the daemon, the shell. The sandbox ends what is left.
+# Runs inside the sandbox: the simulated chassis, snmpd, the daemon, then the operator's shell, or with --demo the tour
+# that types and checks itself. The sandbox ends what is left.
+#   tools/demo.sh                  the shell
+#   tools/demo.sh --demo [TOUR]    the tour, or another one
 set -euo pipefail
 cd "$(dirname "$0")/.."
+export PATH=$PWD/tools/demo/bin:$PATH
+control=/var/run/chassis-sim.ctl
+vty=/var/run/gpon.vty
+agentx=/var/agentx/master
 
-fail() {
-    printf '%s\n' "$*" >&2
+fail() { # LOG TEXT
+    [ ! -e "$1" ] || tail -n 20 "$1" >&2
+    printf '%s\n' "$2" >&2
     exit 1
 }
 wait_for() { # FILE PID WHAT LOG
-    for _ in $(seq 200); do
+    for _ in $(seq 400); do
         [ -e "$1" ] && return 0
         kill -0 "$2" 2>/dev/null || break
         sleep 0.05
     done
-    tail -n 20 "$4" >&2
-    fail "$3 didn't come up; see above."
+    fail "$4" "$3 didn't come up; see above."
+}
+
+# Managers may read with the community "public" and write with "private", from inside only.
+start_snmpd() {
+    mkdir -p /tmp/snmp /var/lib/snmp/cert_indexes # the manager's tools would make the second one, with a word
+    cat >/tmp/snmp/snmpd.conf <<'CONF'
+agentAddress udp:127.0.0.1:161
+rocommunity public 127.0.0.1
+rwcommunity private 127.0.0.1
+master agentx
+agentXTimeout 15
+agentXRetries 0
+CONF
+    # nothing of the machine's own configuration
+    SNMPCONFPATH=/tmp/snmp SNMP_PERSISTENT_DIR=/tmp/snmp MIBS='' \
+        /usr/sbin/snmpd -C -c /tmp/snmp/snmpd.conf -f -Lo >/tmp/snmp/snmpd.out 2>&1 &
+    wait_for $agentx $! "snmpd" /tmp/snmp/snmpd.out
+}
+
+# As the platform does: a daemon that ends is started again. One that never came up isn't.
+keep_daemon() {
+    gpon || [ -e $vty ] || return
+    while sleep 1; do
+        gpon || true
+    done
 }
 
 mkdir -p /tmp/product
-chassis-sim --scenario sim/scenarios/single-board.scn >/tmp/chassis-sim.out 2>&1 &
-wait_for /var/run/chassis-sim.ctl $! "The simulated chassis" /tmp/chassis-sim.out
-gpon >/tmp/gpon.out 2>&1 &
-wait_for /var/run/gpon.vty $! "The daemon" /tmp/gpon.out
+chassis-sim --scenario sim/scenarios/demo.scn >/tmp/chassis-sim.out 2>&1 &
+wait_for $control $! "The simulated chassis" /tmp/chassis-sim.out
+start_snmpd
+keep_daemon >/tmp/gpon.out 2>&1 &
+wait_for $vty $! "The daemon" /tmp/gpon.out
+simctl wait timeout=20000 kind=note text=in-service >/dev/null ||
+    fail /tmp/product/gpon.log "The line cards didn't come into service; see above."
 
-if [ -t 0 ]; then
-    cat <<'TXT'
-A single-board QRX4100 is up. Type "show slot info" or "show mib table"; "exit" takes it down.
-From another terminal: ./run --exec simctl help, ./run --exec cat /tmp/product/gpon.log
-TXT
-fi
-gponsh
+case ${1:-} in
+--demo)
+    tools/demo/tour.py --play ${2:+--tour "$2"} || fail /tmp/product/gpon.log "The tour failed; above are the last lines of the daemon's log."
+    ;;
+*)
+    if [ -t 0 ]; then
+        echo "A QRX4100 with two line cards and twelve ONUs is up."
+        tour
+    fi
+    gponsh
+    ;;
+esac

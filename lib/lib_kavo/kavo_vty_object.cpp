@@ -1,7 +1,40 @@
 #include "kavo_vty_object.h"
 
+#include <cstring>
+#include <string_view>
+
+#include "kavo_cmd.h"
 #include "kavo_frr.h"
 #include "kavo_if.h"
+#include "kavo_trunk.h"
+#include "ov_product.h"
+#include "ov_product_log.h"
+
+namespace {
+
+int not_exist(struct vty* vty, const char* name) {
+    vty_out(vty, "%% Interface[%s] not exist%s", name, kavo_newline(vty));
+    // Nobody reads the answers while a saved configuration is typed in.
+    if (!ov_product_sys_oper_status_get())
+        OV_LOG_ERROR("cli_recovery", "Interface[%s] not exist", name);
+    return KAVO_CLI_BAD_INPUT;
+}
+
+enum node_type node_of_name(std::string_view name) {
+    if (name.starts_with("gpon-olt"))
+        return IF_GPON_NODE;
+    if (name.starts_with("gpon-onu"))
+        return GPON_ONU_NODE;
+    return IF_NODE;
+}
+
+int enter(struct vty* vty, enum node_type node, void* record) {
+    vty->node = node;
+    vty->index = record;
+    return 0;
+}
+
+} // namespace
 
 int ov_get_ifindex_from_vtysh(const struct vty* vty, ov_ifindex_t* ifindex) {
     if (vty == nullptr || ifindex == nullptr)
@@ -14,4 +47,26 @@ int ov_get_ifindex_from_vtysh(const struct vty* vty, ov_ifindex_t* ifindex) {
         return -1;
     *ifindex = static_cast<const uif_t*>(vty->index)->ifindex;
     return 0;
+}
+
+void kavo_vty_set_index(struct vty* vty, ov_ifindex_t ifindex) {
+    vty->index = reinterpret_cast<void*>(uintptr_t{ifindex});
+}
+
+int kavo_interface_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
+    const char* name = argv[0];
+    const size_t length = strlen(name);
+    if (length > KAVO_INTERFACE_NAME_MAX)
+        return not_exist(vty, name);
+    if (std::string_view(name).starts_with("vlanif"))
+        return 0;
+
+    if (std::string_view(name).starts_with("trunk")) {
+        trunk_t* trunk = trunk_get_by_name(name);
+        return trunk != nullptr ? enter(vty, IF_TRUNK_NODE, trunk) : not_exist(vty, name);
+    }
+    uif_t* uif = uif_lookup_by_name_len(name, static_cast<uint32_t>(length));
+    if (uif == nullptr)
+        uif = uif_get_by_name(name); // as an operator may shorten it
+    return uif != nullptr ? enter(vty, node_of_name(uif->name), uif) : not_exist(vty, name);
 }

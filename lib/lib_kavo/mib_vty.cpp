@@ -1,6 +1,6 @@
 #include "mib_vty.h"
 
-#include "kavo_cmd.h"
+#include "kavo_cmd_rows.h"
 #include "mmg_definition.h"
 
 namespace {
@@ -15,10 +15,7 @@ int show_mib_table(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, 
 }
 
 const kavo_cmd_t mib_cmds[] = {
-    {{DEBUG_NODE, ENABLE_NODE},
-     "show mib table",
-     "Show running system information\nMIB store\nTables with their save and sync flags\n",
-     show_mib_table},
+#include "mib_vty.def"
 };
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "slot_vty.h"
 
-#include "kavo_cmd.h"
+#include "kavo_cmd_rows.h"
 #include "ov_product.h"
 #include "ov_slot.h"
 
@@ -42,10 +42,7 @@ int show_slot_info(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, 
 }
 
 const kavo_cmd_t slot_cmds[] = {
-    {{VIEW_NODE, ENABLE_NODE, CONFIG_NODE, DEBUG_NODE},
-     "show slot info",
-     "Show running system information\nSlots of the shelf\nRole, card and state of each slot\n",
-     show_slot_info},
+#include "slot_vty.def"
 };
 
 } // namespace

@@ -196,6 +196,8 @@ void uclient_handle_sc_switch_2_active_start(uclient_s* client, std::span<const 
     if (!slot)
         return;
     OV_LOG_NOTICE("LIB", "Process sc card %d change to active start.", *slot);
+    // The message channel stays as it is: the agents that this board takes over are reported active, or get
+    // their configuration replayed, one by one, and only that opens it.
     ov_slot_set_connected(*slot, 1);
     // Slot 0 would ask for this board's own role.
     if (*slot != 0 && ov_product_is_slot_sc(*slot))

@@ -234,8 +234,7 @@ bool agentx_is_on_loop() {
     return agentx_tm == nullptr || pthread_equal(agentx_tm->owner, pthread_self()) != 0;
 }
 
-// ---- the event handling that came with the frame
-// ------------------------------------------------------------
+// ---- the event handling that came with the frame -----------------------------------------------------
 //
 // The same job with a list of events. Nothing starts it: two of them on one loop would serve each descriptor
 // twice.

@@ -1,10 +1,12 @@
 #include "agentx_link.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
@@ -39,10 +41,21 @@ struct Patience {
     bool is_exhausted() const { return spent >= milliseconds(AGENTX_PASS_BUDGET_MS); }
 };
 Patience patience;
+int current_sock = -1;            // of the connection that stands
+bool is_up = false;               // as far as we know
+std::atomic<unsigned> losses = 0; // of connections
+
+// The connection that stands has come to an end; more than one may notice.
+void note_loss() {
+    if (is_up)
+        ++losses;
+    is_up = false;
+}
 
 void give_up(int sock, const char* why) {
     if (patience.lost)
         return;
+    note_loss();
     patience.lost = true;
     if (!patience.said)
         OV_LOG_WARN("SNMP", "AgentX master agent %s, connection given up", why);
@@ -117,6 +130,10 @@ int link_close(netsnmp_transport* transport) {
     if (patience.asked) { // the library has waited in vain
         patience.answered();
         give_up(transport->sock, "doesn't answer");
+    }
+    if (current_sock == transport->sock) {
+        note_loss();
+        current_sock = -1;
     }
     close(transport->sock);
     transport->sock = -1;
@@ -199,6 +216,8 @@ netsnmp_transport* open_link(const char* target) {
     }
     patience.asked.reset();
     patience.lost = false;
+    current_sock = sock;
+    is_up = true;
     return transport;
 }
 
@@ -214,6 +233,21 @@ bool agentx_link_waits_for_answer(uint8_t pdu_type) {
     constexpr uint8_t NOTIFY = 12;
     constexpr uint8_t RESPONSE = 18;
     return pdu_type != NOTIFY && pdu_type != RESPONSE;
+}
+
+bool agentx_link_has_room() {
+    if (current_sock < 0 || patience.lost)
+        return true;
+    // A stream socket can be written to while less than a quarter of its buffer is taken.
+    pollfd master = {.fd = current_sock, .events = POLLOUT, .revents = 0};
+    const bool has_room = poll(&master, 1, 0) != 0;
+    if ((master.revents & (POLLHUP | POLLERR)) != 0)
+        note_loss(); // the library notices at its next read
+    return has_room;
+}
+
+unsigned agentx_link_losses() {
+    return losses;
 }
 
 void agentx_link_new_pass() {

@@ -32,5 +32,13 @@ void agentx_link_init();
 // Starts a new pass of the event loop: the budget for waiting is full again.
 void agentx_link_new_pass();
 
+// Whether something more can be sent that nobody waits for, without waiting for the master: its queue isn't
+// nearly full. Also true without a connection, when nothing is sent at all.
+bool agentx_link_has_room();
+
+// How many connections have come to an end: what was meant for the connection of an earlier number is lost.
+// Any thread.
+unsigned agentx_link_losses();
+
 // Whether a request of this AgentX type (RFC 2741, 6.1: h.type) waits for the master's answer.
 bool agentx_link_waits_for_answer(uint8_t pdu_type);

@@ -67,6 +67,23 @@ void keep_library_off_files() {
     netsnmp_set_mib_directory("");
 }
 
+// The library loads a list of MIB modules of its own, and complains of each that isn't installed, unless the
+// environment names none. Only during its initialisation: it isn't ours to say for processes that we start.
+class WithoutMibModules {
+public:
+    WithoutMibModules() : is_set_(getenv(NAME) == nullptr && setenv(NAME, "", 0) == 0) {}
+    ~WithoutMibModules() {
+        if (is_set_)
+            unsetenv(NAME);
+    }
+    WithoutMibModules(const WithoutMibModules&) = delete;
+    WithoutMibModules& operator=(const WithoutMibModules&) = delete;
+
+private:
+    static constexpr char NAME[] = "MIBS";
+    bool is_set_;
+};
+
 // How often the library looks after the master; its configuration may say otherwise. It needn't say that
 // there is none.
 void set_contact() {
@@ -84,6 +101,7 @@ void agentx_setup_library() {
     // The crash handler owns SIGALRM, and alarms are to run between other events, not within them.
     set_library_flag(NETSNMP_DS_LIB_ALARM_DONT_USE_SIG);
     keep_library_off_files();
+    const WithoutMibModules no_modules;
 
     init_agent(APPLICATION);
     agentx_link_init();

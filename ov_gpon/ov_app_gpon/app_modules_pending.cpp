@@ -2,10 +2,8 @@
 // and do nothing. A module that lands takes its line out of here.
 #include "app_modules.h"
 
-#include "ov_types.h"
-
+#include "ov_app_gpon_qos.h"
 // TODO: the application modules: application ids, callbacks and timers of all these.
-void ov_app_gpon_port_init() {}
 void ov_app_uplink_pm_action_init() {}
 void ov_app_gpon_pon_optic_init() {}
 void ov_app_gpon_pon_protect_init() {}
@@ -25,29 +23,23 @@ void ov_app_gpon_rmonupoe_init() {}
 void ov_app_gpon_rm_voip_line_status_init() {}
 void ov_app_gpon_onu_update_status_init() {}
 void ov_app_gpon_rminfo_init() {}
-void ov_app_gpon_onu_history_init() {}
 void ov_app_gpon_stat_onu_init() {}
 void ov_app_gpon_rmcapa_init() {}
 void ov_app_gpon_rmonu_opt_threshold_init() {}
-void ov_app_gpon_onu_extend_init() {}
-void ov_app_gpon_alarm_task_init() {}
 void ov_app_gpon_pm_pon_init() {}
 void ov_app_gpon_pm_ui_init() {}
 void ov_app_gpon_pm_pon_nni_init() {}
-void ov_app_gpon_qos_init() {}
-void ov_app_gpon_onu_init() {}
+void ov_app_gpon_qos_init() {
+    ov_app_service_port_qos_init();
+}
 void ov_app_gpon_pm_onu_init() {}
 void ov_app_gpon_qinq_init() {}
-void ov_app_gpon_tcont_init() {}
-void ov_app_gpon_gemport_init() {}
 void ov_app_gpon_pm_gem_init() {}
-void ov_app_gpon_service_port_init() {}
 void ov_app_gpon_rm_iphost_init() {}
 void ov_app_gpon_rmservice_init() {}
 void ov_app_gpon_rm_mac_filter_mode_init() {}
 void ov_app_gpon_rm_mac_filter_dyn_init() {}
 void ov_app_gpon_rm_mac_filter_static_init() {}
-void ov_app_gpon_rm_traffic_init() {}
 void ov_app_gpon_rm_sip_agent_config_data_init() {}
 void ov_app_gpon_rmwan_init() {}
 void ov_app_gpon_rmwifi_init() {}
@@ -55,25 +47,6 @@ void ov_app_gpon_pm_pon_thr_init() {}
 void ov_app_gpon_pm_onu_thr_init() {}
 void ov_app_gpon_pm_gem_thr_init() {}
 void ov_app_gpon_pm_tca_alm_init() {}
-void ov_app_gpon_bwtype_init() {}
-void ov_app_gpon_onutype_init() {}
 void ov_app_gpon_onu_rssi_init() {}
-void ov_app_gpon_mcast_vlan_init() {}
-void ov_app_gpon_qosprofile_init() {}
-void ov_app_gpon_unconfig_onu_init() {}
-void ov_app_gpon_wn_trap_init() {}
 void ov_app_gpon_action_init() {}
-void ov_app_gpon_service_pofile_init() {}
 void ov_app_gpon_pm_ini_init() {}
-
-// TODO: the default rows of the bandwidth, traffic and ONU type profiles; without their tables there is
-// nothing that a row could be added to.
-int ov_app_gpon_bwtype_add_default() {
-    return OV_GPON_RET_NOT_SUPPORT;
-}
-int ov_app_gpon_rm_traffic_add_default() {
-    return OV_GPON_RET_NOT_SUPPORT;
-}
-int ov_app_gpon_profile_onutype_add_default() {
-    return OV_GPON_RET_NOT_SUPPORT;
-}

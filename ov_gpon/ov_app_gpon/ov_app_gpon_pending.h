@@ -4,38 +4,25 @@
 #pragma once
 
 #include "mmg_access.h"
+#include "ov_app_gpon_qos.h"
 #include "ov_types.h"
-#include "sPonTable.h"
+#include "sGemTable.h"
 #include "uplinkPmActTable.h"
-
-// ---- PON ports: 0, or OV_GPON_RET_BAD_PARAM for a null argument or a refused access ---------------
-
-// Makes the row of a PON port; `attr` holds the index, `flag` the columns that the caller set.
-int ov_app_gpon_port_add(ov_sPonTable_attr_t* attr, MIB_Flags_t* flag);
-// Writes the columns of `flag` to an existing row.
-int ov_app_gpon_port_edit(ov_sPonTable_attr_t* attr, MIB_Flags_t* flag);
-// Takes every ONU of a port that was shut down out of service, and deletes its unconfigured ONUs.
-void ov_app_gpon_pon_shutdown_deactive_onu(ov_ifindex_t ifIndex);
 
 // ---- performance records of uplink ports: as above ------------------------------------------------
 
 int ov_app_uplink_pm_action_add(ov_uplinkPmActTable_attr_t* attr, MIB_Flags_t* flag);
 int ov_app_uplink_pm_action_del(ov_uplinkPmActTable_attr_t* attr);
 
-// ---- QoS of a port ---------------------------------------------------------------------------------
+// ---- performance records of GEM ports --------------------------------------------------------------
 
-// Which copies of a QoS object a call is about.
-enum ov_sync_flag_t : uint32_t { SYNC_MIB = 1, SYNC_HAL = 2, SYNC_APP = 4 };
-inline constexpr uint32_t SYNC_EVERY_COPY = SYNC_MIB | SYNC_HAL | SYNC_APP;
+// Starts (isAdd 1) or stops the records of a GEM port that an ONU has from its service profile. 0 or
+// OV_GPON_RET_FAIL.
+int ov_app_gpon_pm_gem_edit(ov_sGemTable_attr_t* attr, MIB_Flags_t column_flag, char isAdd);
 
-struct ov_app_port_qos_s {
-    ov_ifindex_t ifindex;
-};
+// ---- QinQ ------------------------------------------------------------------------------------------
 
-// A new object with defaults, the caller's until ov_app_port_qos_add has taken it; null without memory.
-ov_app_port_qos_s* ov_app_port_qos_new();
-void ov_app_port_qos_destroy(ov_app_port_qos_s*);
-int ov_app_port_qos_edit_ifindex(ov_app_port_qos_s*, ov_ifindex_t ifindex);
-// Adds the object to the copies of `flag` and takes it over; on any other answer than 0 it stays the
-// caller's.
-int ov_app_port_qos_add(ov_app_port_qos_s*, uint32_t flag);
+// Replays the rules of a slot to its card. 0 or OV_GPON_RET_*.
+int ov_app_gpon_qinq_config_restore(int slot_id);
+// Removes all rules of a PON port. 0 or OV_GPON_RET_*.
+int ov_app_gpon_port_qinq_del(ov_ifindex_t ifindex);

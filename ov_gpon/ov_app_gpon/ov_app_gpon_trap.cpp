@@ -10,11 +10,19 @@
 #include "hal_record_desc.h"
 #include "hal_record_dump.h"
 #include "ov_app_gpon_event_pending.h"
+#include "ov_app_gpon_onu.h"
+#include "ov_app_gpon_onu_history.h"
+#include "ov_app_gpon_onuinit.h"
+#include "ov_app_gpon_wn_trap.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_ifindex.h"
 #include "ov_product_log.h"
 
 namespace {
+
+// Types that cards may use for events; most are unused.
+constexpr unsigned EVENT_TYPE_FIRST = OV_HAL_MSG_GPON_UNCFG_ONU;
+constexpr unsigned EVENT_TYPE_LAST = 959;
 
 constexpr size_t EVENT_MSG_MIN = sizeof(hal_nlmsghdr) + sizeof(ov_hal_gpon_msg_head_t);
 
@@ -67,7 +75,7 @@ const char* state_text(unsigned state) {
 } // namespace
 
 unsigned ov_hal_gpon_msg_recv(unsigned type, void* buf, unsigned len) {
-    if (type < OV_HAL_MSG_GPON_UNCFG_ONU || type > OV_HAL_MSG_GPON_PON_PROTECT_STATUS)
+    if (type < EVENT_TYPE_FIRST || type > EVENT_TYPE_LAST)
         return 0;
     if (buf && len >= EVENT_MSG_MIN)
         ov_hal_gpon_msg_dump(type, buf);
@@ -84,13 +92,16 @@ void ov_hal_gpon_uncfg_onu_msg(const void* buf, unsigned len) {
         (event->action != OV_HAL_GPON_MSG_ACTION_CREATE && event->action != OV_HAL_GPON_MSG_ACTION_DELETE))
         return;
     ov_gpon_uncfg_onu_attr_t& onu = event->record;
-    const bool comes = event->action == OV_HAL_GPON_MSG_ACTION_CREATE;
-    OV_LOG_DEBUG("LIB", "!!!!!!!!%s unconfig ONU: ifindex = %u, tmpOnuId=%u, sn=%s\n", comes ? "New" : "Del",
-                 onu.ponIfindex.value(), onu.index.value(), text_of(onu, "sn").c_str());
-    if (comes)
+    const std::string serial = text_of(onu, "sn");
+    if (event->action == OV_HAL_GPON_MSG_ACTION_CREATE) {
+        OV_LOG_DEBUG("LIB", "!!!!!!!!New unconfig ONU: ifindex = %u, tmpOnuId=%u, sn=%s\n",
+                     onu.ponIfindex.value(), onu.index.value(), serial.c_str());
         ov_app_gpon_unconfig_onu_add_by_lowlayer(&onu);
-    else
+    } else {
+        OV_LOG_DEBUG("LIB", "!!!!!!!!Del unconfig ONU: ifindex = %u, tmpOnuId=%u, sn=%s\n",
+                     onu.ponIfindex.value(), onu.index.value(), serial.c_str());
         ov_app_gpon_unconfig_onu_del_by_lowlayer(&onu);
+    }
 }
 
 void ov_hal_gpon_wn_trap_msg(const void* buf, unsigned len) {

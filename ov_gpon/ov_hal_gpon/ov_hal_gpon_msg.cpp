@@ -122,8 +122,10 @@ bool card_is_absent(uint32_t slot) {
            (slot > OV_SLOT_MAX || !hal_slot_active_flag_check(static_cast<unsigned short>(slot)));
 }
 
+// Fills a message of any content; what lies behind its length isn't sent.
 void fill_message(hal_msg_t& req, const ov_hal_gpon_msg_desc_t& desc, uint32_t slot,
                   ov_hal_gpon_msg_action_t action, ov_bmp_t mask, const void* record) {
+    req.hdr = {};
     req.hdr.nlmsg_len = (desc.size + 3u) / 4 * 4 + LENGTH_BESIDE_RECORD;
     req.hdr.nlmsg_type = static_cast<uint16_t>(desc.type);
     req.hdr.nlmsg_pid = slot;
@@ -132,6 +134,8 @@ void fill_message(hal_msg_t& req, const ov_hal_gpon_msg_desc_t& desc, uint32_t s
     head.mask = mask;
     std::memcpy(req.buf, &head, sizeof head);
     std::memcpy(req.buf + RECORD_OFFSET, record, desc.size);
+    const size_t filled = sizeof req.hdr + RECORD_OFFSET + desc.size;
+    std::memset(req.buf + RECORD_OFFSET + desc.size, 0, req.hdr.nlmsg_len - filled);
 }
 
 } // namespace
@@ -166,7 +170,7 @@ int ov_hal_gpon_msg_send(int msgtype, ov_hal_gpon_msg_action_t action, void* att
         return OV_GPON_RET_FAIL;
     }
 
-    hal_msg_t req = {};
+    hal_msg_t req;
     fill_message(req, *desc, *slot, action, mask, attr);
     const unsigned ret = needReply ? hal_send(&req.hdr) : hal_send_async(&req.hdr);
     if (ret != KAVO_OK) {

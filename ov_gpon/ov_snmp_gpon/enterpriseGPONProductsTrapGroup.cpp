@@ -12,6 +12,7 @@
 #include "sActiveAlarmTable.h"
 #include "table_list.h"
 #include "table_record.h"
+#include "trap_queue.h"
 
 namespace {
 
@@ -91,22 +92,26 @@ void add_column(netsnmp_variable_list** list, const Oid& entry, const ColumnDesc
     }
 }
 
-netsnmp_variable_list* make_variables(const Trap& trap, const TableDesc& desc, const void* row) {
-    const time_t now = time(nullptr);
+void send_row(const TrapRow& trap) {
     Oid identity = enterprise_oid(trap_arcs);
     identity.push_back(trap.number);
-    Oid entry = enterprise_oid(desc.oid);
+    Oid entry = enterprise_oid(trap.desc->oid);
     entry.push_back(1);
 
     netsnmp_variable_list* list = nullptr;
     snmp_varlist_add_variable(&list, snmptrap_oid, std::size(snmptrap_oid), ASN_OBJECT_ID, identity.data(),
                               identity.size() * sizeof(oid));
-    for (const ColumnDesc& column : desc.index)
-        add_column(&list, entry, column, row);
-    for (const ColumnDesc& column : desc.columns)
-        add_column(&list, entry, column, row);
-    add_number(&list, enterprise_oid(trap_time_arcs), ASN_TIMETICKS, static_cast<uint32_t>(now));
-    return list;
+    for (const ColumnDesc& column : trap.desc->index)
+        add_column(&list, entry, column, trap.row.data());
+    for (const ColumnDesc& column : trap.desc->columns)
+        add_column(&list, entry, column, trap.row.data());
+    add_number(&list, enterprise_oid(trap_time_arcs), ASN_TIMETICKS, trap.seconds);
+    agentx_send_notification(list);
+}
+
+TrapQueue& trap_queue() {
+    static auto& queue = *new TrapQueue(send_row); // other threads may use it until the end
+    return queue;
 }
 
 } // namespace
@@ -116,7 +121,11 @@ int trap_send_row(const TableDesc& desc, const void* row) {
                                     [&desc](const Trap& t) { return &desc == table_desc_find(t.table); });
     if (trap == std::end(traps) || row == nullptr)
         return -1;
-    agentx_send_notification(make_variables(*trap, desc, row));
+    const auto* bytes = static_cast<const std::byte*>(row);
+    trap_queue().send({.number = trap->number,
+                       .desc = &desc,
+                       .seconds = static_cast<uint32_t>(time(nullptr)),
+                       .row = {bytes, bytes + desc.entry_size}});
     return 0;
 }
 

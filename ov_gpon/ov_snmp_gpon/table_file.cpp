@@ -93,6 +93,7 @@ void TableModule::load() {
         row_add_buffered(table, row.data());
     }
     std::fflush(stdout);
+    ++generation_;
     if (reader.error() != 0)
         OV_LOG_ERROR(kLogTag, "reading %s failed: %s", path(), std::strerror(reader.error()));
 }

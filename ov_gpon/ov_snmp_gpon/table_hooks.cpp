@@ -241,10 +241,15 @@ void TableModule::commit(void* row) {
 }
 
 void TableModule::commit_delete(void* row) {
-    std::vector<std::byte> last(desc_.entry_size); // the row may be the stored one, which goes
-    std::memcpy(last.data(), row, last.size());
-    row_del(did(), row);
-    send_trap(last.data());
+    if (row_get(did(), row) == row) { // the stored row itself, which goes
+        std::vector<std::byte> last(desc_.entry_size);
+        std::memcpy(last.data(), row, last.size());
+        row_del(did(), row);
+        send_trap(last.data());
+    } else {
+        row_del(did(), row);
+        send_trap(row);
+    }
     mark_changed();
 }
 

@@ -189,6 +189,7 @@ void TableModule::remove_entry(void* entry) {
     char text[kMaxIndexText];
     OV_LOG_INFO(owner_word(), "remove %s ", index_string(entry, text, sizeof(text)));
     row_del(did(), entry);
+    ++generation_;
 }
 
 const char* TableModule::owner_word() const {

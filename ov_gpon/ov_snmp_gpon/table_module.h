@@ -29,6 +29,10 @@
 
 class TableModule;
 
+// The module of a record type: table_of<ov_sTcontTable_attr_t>::module().
+template <typename Row>
+struct table_of;
+
 // The class object of a table. The hooks get its first member and find the module behind it.
 struct TableModuleClass {
     MibHandler handler;
@@ -145,6 +149,21 @@ public:
     int query_by_condition(void* row, int index_flag, int if_return_result, ovralist_t* result,
                            element_comparator sort_compare, Mib_Index_Compare_Ptr private_compare);
 
+    // ---- rows in place (table_query.cpp) ------------------------------------------------------------
+
+    // The stored row of a key, null for none. The key is the head of any record of the table.
+    const void* find_row(const void* key) const;
+    // The first stored row that agrees with `key` on the first `leading` index columns, and the one behind a
+    // row so found; null at the end. Costs by key length, whatever the table's size. With `leading` 0 all
+    // rows are walked, and the key may be null. A row must not be deleted before the step behind it.
+    const void* first_row_under(const void* key, size_t leading) const;
+    const void* next_row_under(const void* row, size_t leading) const;
+    // The first stored row whose key isn't below that of `key`, of which the first `columns` index columns
+    // count and the rest is zeros; null at the end.
+    const void* row_at_or_above(const void* key, size_t columns) const;
+    // Raised by every change of the table: what is derived from its rows is good as long as this stands.
+    uint64_t generation() const { return generation_; }
+
     // ---- file (table_file.cpp) --------------------------------------------------------------------
 
     // mib_load_<table>: finds the file's path, makes the directory, and adds the file's rows. Rows that are
@@ -154,7 +173,10 @@ public:
     // table's mutex; any thread.
     void save_file();
     // mib_save_<table>: notes that the table has changed. No file is written.
-    void mark_changed() { changed_ = true; }
+    void mark_changed() {
+        changed_ = true;
+        ++generation_;
+    }
     // mib_save_<table>_changed: save_file() if the table has been marked; clears the mark.
     void save_if_changed();
     bool changed() const { return changed_; }
@@ -207,6 +229,7 @@ private:
     MIB_Flags_t missing_columns_{};
     std::array<char, 256> path_{};
     std::atomic<bool> changed_ = false;
+    uint64_t generation_ = 0; // main thread
 };
 
 // All table modules of the program, in order of their registry index. Main thread.

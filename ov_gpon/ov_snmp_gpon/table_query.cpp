@@ -1,4 +1,5 @@
 // Comparison of rows by index, and queries.
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -71,7 +72,7 @@ int TableModule::query_by_condition(void* row, int index_flag, int if_return_res
 
 template <typename Visit>
 void TableModule::visit_all(Visit visit) const {
-    for (void* stored = get_table_head(did()); stored != nullptr; stored = row_getNext(did(), stored))
+    for (void* stored = get_table_head(did()); stored != nullptr; stored = row_next_of(did(), stored))
         visit(stored);
 }
 
@@ -98,10 +99,34 @@ void TableModule::visit_matches(const void* row, int index_flag, Visit visit) co
         std::memcpy(smallest.data(), row, leading * sizeof(uint32_t));
     void* first = first_at_or_above(smallest);
     row_expect_next(did(), first, kExpectedMatches);
-    for (void* stored = first; stored != nullptr; stored = row_getNext(did(), stored)) {
+    for (void* stored = first; stored != nullptr; stored = row_next_of(did(), stored)) {
         if (compare_part_index(row, stored, leading_flag) != 0)
             return;
         if (compare_part_index(row, stored, static_cast<int>(chosen)) == 0)
             visit(stored);
     }
+}
+
+const void* TableModule::find_row(const void* key) const {
+    return row_get(did(), const_cast<void*>(key)); // a key is only read
+}
+
+const void* TableModule::row_at_or_above(const void* key, size_t columns) const {
+    std::array<uint32_t, kMaxIndexColumns> start{};
+    std::memcpy(start.data(), key, std::min(columns, desc_.index.size()) * sizeof(uint32_t));
+    return first_at_or_above(start);
+}
+
+const void* TableModule::first_row_under(const void* key, size_t leading) const {
+    leading = std::min(leading, desc_.index.size());
+    if (leading == 0)
+        return get_table_head(did());
+    const void* first = row_at_or_above(key, leading);
+    return first != nullptr && std::memcmp(first, key, leading * sizeof(uint32_t)) == 0 ? first : nullptr;
+}
+
+const void* TableModule::next_row_under(const void* row, size_t leading) const {
+    const void* next = row_next_of(did(), row);
+    leading = std::min(leading, desc_.index.size());
+    return next != nullptr && std::memcmp(next, row, leading * sizeof(uint32_t)) == 0 ? next : nullptr;
 }

@@ -29,13 +29,15 @@ struct FreshPlace {
 
 // Each is a file system of its own, as on the target, so that a rename across two of them fails here too.
 constexpr FreshPlace FRESH_PLACES[] = {
-    {"/run", "mode=0755", false},        {"/tmp", "mode=1777", false},      {"/app", "mode=0755", false},
-    {"/flash", "mode=0755", false},      {"/home/nms", "mode=0755", false}, {"/var/run", "mode=0755", true},
-    {"/var/agentx", "mode=0755", false}, {"/dev/shm", "mode=1777", true},
+    {"/run", "mode=0755", false},          {"/tmp", "mode=1777", false},
+    {"/app", "mode=0755", false},          {"/flash", "mode=0755", false},
+    {"/home/nms", "mode=0755", false},     {"/var/run", "mode=0755", true},
+    {"/var/agentx", "mode=0755", false},   {"/dev/shm", "mode=1777", true},
+    {"/var/lib/snmp", "mode=0755", false},
 };
 
 // Built entry by entry: they hold places that the machine needn't have.
-constexpr const char* MIRRORED[] = {"/home", "/var"};
+constexpr const char* MIRRORED[] = {"/home", "/var", "/var/lib"};
 
 bool is_fresh(const std::string& path) {
     return std::any_of(std::begin(FRESH_PLACES), std::end(FRESH_PLACES),

@@ -4,6 +4,8 @@ import subprocess
 
 import pytest
 
+pytest.register_assert_rewrite("wire_card")  # its checks shall show what they compare
+
 from chassis import Chassis, ChassisError, program
 
 

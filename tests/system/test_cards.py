@@ -324,7 +324,7 @@ def test_a_wrong_action_or_mask_is_refused(chassis, daemon):
         assert daemon.ask(ONU, action, onu_record()).retcode == 101004
     chassis.wait_record(kind="refused", reason="unknown-action", count=3)
     daemon.do(ONU, CREATE, onu_record())
-    assert daemon.ask(ONU, SET, onu_record(), mask=1 << 15).retcode == 101001
+    assert daemon.ask(ONU, SET, onu_record(), mask=1 << 16).retcode == 101001
     chassis.wait_record(kind="refused", reason="mask")
     assert daemon.ask(TRAP_SYNC, GET, bytes(4)).retcode == 101001
     chassis.wait_record(kind="refused", reason="not-readable")
@@ -703,11 +703,32 @@ def test_cards_are_plugged_in_and_out(chassis, daemon):
         daemon.post(daemon.frame(ONU, GET, onu_record()), slot=2)
 
 
-def test_the_shelf_has_three_cards_and_the_daemon_in_the_control_slot(chassis):
+def test_the_shelf_has_three_line_cards_and_the_daemon_in_the_control_slot(chassis):
     chassis.start(REPO / "sim" / "scenarios" / "shelf.scn")
     *cards, board = chassis.simctl("show", "cards")
-    assert [line.split()[:2] for line in cards] == [[f"slot={slot}", "up=1"] for slot in (1, 2, 3)]
+    assert [line.split()[:2] for line in cards] == [[f"slot={slot}", "up=1"] for slot in (1, 2, 3, 8)]
     assert board.startswith("board=8 ")
+
+
+def test_the_real_daemon_starts_in_the_shelf_and_has_a_channel_to_every_card(chassis):
+    chassis.start(REPO / "sim" / "scenarios" / "shelf.scn")
+    chassis.start_daemon(env={"OV_IPC_CARRIER": "unix"})
+    chassis.wait_log("Process slot 1 recovery for feature 30047")  # what the scenario does once all cards are up
+    rows = (line.split() for line in chassis.vty("show slot info").splitlines())
+    slots = {int(row[0]): row[1:] for row in rows if row and row[0].isdigit()}
+    # role, card type, present, connected
+    line_card, control_card = ["lc", "1", "yes", "yes"], ["sc", "2", "yes", "yes"]
+    assert {slot: row[:4] for slot, row in slots.items() if row[3] == "yes"} == {
+        1: line_card, 2: line_card, 3: line_card, 8: control_card}  # fmt: skip
+    channels = chassis.log_lines(r"active slot \d+ message channel\.$")
+    assert [int(line.split()[-3]) for line in channels] == [8, 1, 2, 3]
+    assert not chassis.log_lines("message channel.*deactive|bad slot_id|failed, exiting")
+    for slot in (1, 2, 3):
+        chassis.card_event(slot, "state", onuIfindex=f"gpon-onu{slot}/1:1", states=3)
+        (event,) = chassis.records(kind="card-event", slot=slot)
+        assert event["sent"] == "1"
+    assert chassis.vty("show slot info").result == 0
+    assert chassis.daemon.poll() is None
 
 
 # ---- amounts -------------------------------------------------------------------------------------------------

@@ -13,7 +13,7 @@ from chassis import Sandbox, program, wait_for
 
 #: A time that no other run of these tests sleeps for, so that a sleep is found by its command line.
 LONG = 100_000 + os.getpid()
-FRESH = ["/run", "/var/run", "/tmp", "/app", "/flash", "/home/nms", "/var/agentx", "/dev/shm"]
+FRESH = ["/run", "/var/run", "/tmp", "/app", "/flash", "/home/nms", "/var/agentx", "/dev/shm", "/var/lib/snmp"]
 
 
 #: A search path whose directories everybody may read: one that isn't turns "not found" into "not permitted".

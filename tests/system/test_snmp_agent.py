@@ -9,11 +9,16 @@ import time
 import pytest
 
 from chassis import AGENTX_SOCKET, QUIET_SCENARIO, SNMPD_CONF
+from notifications import TRAP_SINK, decode_oid, received, start_receiver
+from test_alarms import BOARD, Card, connect_daemon
 
 ENTERPRISE = ".1.3.6.1.4.1.47281"
 ALARM = f"{ENTERPRISE}.1.1.1.3.1.1"  # the entry of the active alarm table
 ROW = "5.201"  # source 5, code 201
 PROFILE = f"{ENTERPRISE}.1.1.1.1.1.7.1"  # the entry of the bandwidth profile table
+
+#: The daemon looks after its master every three seconds; each second, for tests of many losses.
+QUICK = "agentXPingInterval 1\n"
 
 LOOP_HELD = 2.0  # seconds: the longest that a master may hold the daemon
 BACK_AGAIN = 5.0  # seconds: until the tables are registered after the master's return
@@ -24,8 +29,19 @@ def start(chassis):
     chassis.start_daemon()
 
 
+def configure_agent(chassis, text):
+    """The daemon's file of the SNMP library; the machine's own stays as it is."""
+    chassis.write("/tmp/agent/quagga.conf", text)
+    done = chassis.run("mount", "--bind", "/tmp/agent", "/etc/snmp")
+    assert done.returncode == 0, done.stderr
+
+
 def create_alarm(chassis, row=ROW):
     return chassis.snmpset(f"{ALARM}.10.{row}", "i", 4)
+
+
+def try_create_alarm(chassis):
+    return chassis.snmp("snmpset", f"{ALARM}.10.{ROW}", "i", "4").returncode == 0
 
 
 def is_served(chassis):
@@ -84,13 +100,15 @@ def test_connects_to_a_master_that_is_there_and_serves_its_tables(chassis):
 def test_connects_to_a_master_that_comes_later(chassis):
     start(chassis)
     chassis.start_snmpd()
-    chassis.wait_log("AgentX master agent connected", BACK_AGAIN)
+    chassis.wait_agent(BACK_AGAIN)
     create_alarm(chassis)
 
 
 def test_without_a_master_it_says_nothing_again_and_again(chassis):
-    start(chassis)
-    time.sleep(7)  # two attempts to connect
+    chassis.start(QUIET_SCENARIO)
+    configure_agent(chassis, QUICK)
+    chassis.start_daemon()
+    time.sleep(3)  # two or three attempts to connect
     assert len(chassis.log_lines(r"\[SNMP\]")) <= 4
 
 
@@ -113,8 +131,23 @@ def test_the_library_keeps_off_the_home_and_its_own_directories(chassis):
     assert not chassis.strace_lines(r"/tmp/home/\.snmp|/var/lib/snmp|/usr/share/snmp")
 
 
+def test_the_master_killed_and_started_again(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_snmpd()
+    chassis.start_daemon()
+    create_alarm(chassis)
+    before = chassis.bulkwalk(ENTERPRISE)
+    with VtyProbe(chassis) as probe:
+        chassis.signal_snmpd(signal.SIGKILL)
+        chassis.start_snmpd()
+        wait_served(chassis)
+    assert probe.worst < LOOP_HELD
+    assert chassis.bulkwalk(ENTERPRISE) == before
+
+
 def test_the_master_killed_and_started_ten_times(chassis):
     chassis.start(QUIET_SCENARIO)
+    configure_agent(chassis, QUICK)
     chassis.start_snmpd()
     chassis.start_daemon()
     create_alarm(chassis)
@@ -129,6 +162,7 @@ def test_the_master_killed_and_started_ten_times(chassis):
 
 def test_the_master_restarted_under_load_ten_times(chassis):
     chassis.start(QUIET_SCENARIO)
+    configure_agent(chassis, QUICK)
     chassis.start_snmpd()
     chassis.start_daemon()
     create_alarm(chassis)
@@ -152,16 +186,34 @@ def test_the_master_restarted_under_load_ten_times(chassis):
     assert probe.worst < LOOP_HELD
 
 
-@pytest.mark.parametrize("seconds", [1, 12, 30])
-def test_a_master_that_is_stopped_doesnt_hold_the_daemon(chassis, seconds):
-    """Half a minute is long enough for the stopped master's queue of connections to fill up."""
+def fill_the_masters_queue(chassis):
+    """The connections of others, until a stopped master's queue takes no more; to be kept."""
+    waiting = []
+    while True:
+        other = socket.socket(socket.AF_UNIX)
+        other.setblocking(False)
+        waiting.append(other)
+        try:
+            other.connect(str(chassis.path(AGENTX_SOCKET)))
+        except BlockingIOError:
+            return waiting
+
+
+@pytest.mark.parametrize("full", [False, True], ids=["", "with a full queue of connections"])
+@pytest.mark.parametrize("seconds", [1, 4])
+def test_a_master_that_is_stopped_doesnt_hold_the_daemon(chassis, seconds, full):
+    """Stopped for less than the daemon waits for it, and for some attempts to connect."""
     chassis.start(QUIET_SCENARIO)
+    configure_agent(chassis, QUICK)
     chassis.start_snmpd()
     chassis.start_daemon()
     create_alarm(chassis)
     with VtyProbe(chassis) as probe:
         chassis.signal_snmpd(signal.SIGSTOP)
+        others = fill_the_masters_queue(chassis) if full else []
         time.sleep(seconds)
+        for other in others:
+            other.close()
         chassis.signal_snmpd(signal.SIGCONT)
         wait_served(chassis)
     assert probe.worst < LOOP_HELD
@@ -169,24 +221,30 @@ def test_a_master_that_is_stopped_doesnt_hold_the_daemon(chassis, seconds):
 
 def test_a_master_that_stops_while_tables_are_registered_doesnt_hold_the_daemon(chassis):
     """Many registrations, each of which would wait for its own answer."""
-    start(chassis)
-    create = None
+    chassis.start(QUIET_SCENARIO)
+    configure_agent(chassis, QUICK)
+    chassis.start_daemon()
+    created = False
     with VtyProbe(chassis) as probe:
         for _ in range(3):
             chassis.start_snmpd()
             # Its socket is there, and the daemon about to connect: stop it at once, go on later.
             chassis.signal_snmpd(signal.SIGSTOP)
-            time.sleep(4)
+            time.sleep(2)
             chassis.signal_snmpd(signal.SIGCONT)
-            chassis.wait_log("AgentX master agent connected", BACK_AGAIN)
-            create = create or create_alarm(chassis)
+            chassis.wait_agent(BACK_AGAIN)
+            if not created:  # the tables are registered behind that line
+                chassis.wait_for(lambda: try_create_alarm(chassis), BACK_AGAIN, "the alarm")
+                created = True
             wait_served(chassis)
             chassis.signal_snmpd(signal.SIGKILL)
     assert probe.worst < LOOP_HELD
 
 
 def test_a_master_that_never_answers_doesnt_hold_the_daemon(chassis):
-    start(chassis)
+    chassis.start(QUIET_SCENARIO)
+    configure_agent(chassis, QUICK)
+    chassis.start_daemon()
     # Takes connections and says nothing.
     chassis.run("mkdir", "-p", "/var/agentx")
     mute = chassis.spawn(
@@ -198,7 +256,7 @@ def test_a_master_that_never_answers_doesnt_hold_the_daemon(chassis):
     )
     with VtyProbe(chassis) as probe:
         chassis.wait_log("master agent doesn't answer", 10)
-        time.sleep(4)
+        time.sleep(2)  # some more attempts
     assert probe.worst < LOOP_HELD
     assert mute.poll() is None
 
@@ -209,8 +267,8 @@ def test_alarms_run_without_a_master(chassis):
     chassis.start_daemon(env={"OV_PDT_RUN_FILE_MIBAVE_FLAG": "/tmp/mark"})
     assert not chassis.exists("/tmp/mark")
     chassis.start_snmpd()
-    chassis.wait_log("AgentX master agent connected", BACK_AGAIN)
-    chassis.snmpset(f"{PROFILE}.7.77", "i", 4)
+    chassis.wait_agent(BACK_AGAIN)
+    chassis.snmpset(f"{PROFILE}.2.77", "s", "a", f"{PROFILE}.7.77", "i", 4)
     chassis.signal_snmpd(signal.SIGKILL)
     chassis.wait_for(lambda: chassis.read("/tmp/mark", missing="").startswith("1"), 8, "the mark")
 
@@ -227,60 +285,6 @@ def test_sigalrm_stays_with_the_crash_handler(chassis):
 
 # ---- notifications ---------------------------------------------------------------------------------------------
 
-TRAP_RECEIVER = """
-import socket, sys
-s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-s.bind(("127.0.0.1", 1162))
-print("ready", flush=True)
-while True:
-    print(s.recv(65536).hex(), flush=True)
-"""
-
-
-def decode_oid(data):
-    arcs, value = [], 0
-    for byte in data:
-        value = value << 7 | byte & 0x7F
-        if byte < 0x80:
-            arcs.append(value)
-            value = 0
-    return "." + ".".join(map(str, [arcs[0] // 40, arcs[0] % 40, *arcs[1:]]))
-
-
-def elements(data):
-    """The elements of a BER sequence: (tag, content)."""
-    found = []
-    while data:
-        tag, length, at = data[0], data[1], 2
-        if length >= 0x80:
-            at += length & 0x7F
-            length = int.from_bytes(data[2:at], "big")
-        found.append((tag, data[at : at + length]))
-        data = data[at + length :]
-    return found
-
-
-def bindings(packet):
-    """The variables of an SNMPv2c notification: [(OID, tag, content)]."""
-    ((_, message),) = elements(packet)
-    (_, _, (tag, pdu)) = elements(message)
-    assert tag == 0xA7  # SNMPv2-Trap
-    return [
-        (decode_oid(name), kind, value)
-        for _, binding in elements(elements(pdu)[3][1])
-        for (_, name), (kind, value) in [elements(binding)]
-    ]
-
-
-def start_receiver(chassis):
-    chassis.spawn("receiver", "python3", "-c", TRAP_RECEIVER)
-    chassis.wait_for(lambda: "ready" in chassis.output("receiver"), what="the receiver")
-
-
-def received(chassis):
-    return [bindings(bytes.fromhex(line)) for line in chassis.output("receiver").split()[1:]]
-
-
 def alarm_notifications(chassis):
     return [n for n in received(chassis) if decode_oid(n[1][2]) == f"{ENTERPRISE}.1.1.2.0.30"]
 
@@ -288,7 +292,7 @@ def alarm_notifications(chassis):
 def start_with_receiver(chassis):
     chassis.start(QUIET_SCENARIO)
     start_receiver(chassis)
-    chassis.start_snmpd(SNMPD_CONF + "trap2sink 127.0.0.1:1162 public\n")
+    chassis.start_snmpd(SNMPD_CONF + TRAP_SINK)
     chassis.start_daemon()
 
 
@@ -308,8 +312,72 @@ def test_a_change_of_an_active_alarm_reaches_the_manager(chassis):
 
 def test_a_change_of_any_other_table_sends_nothing(chassis):
     start_with_receiver(chassis)
-    chassis.snmpset(f"{PROFILE}.7.77", "i", 4)
+    chassis.snmpset(f"{PROFILE}.2.77", "s", "a", f"{PROFILE}.7.77", "i", 4)
     create_alarm(chassis)  # comes behind whatever was sent before
     chassis.wait_for(lambda: alarm_notifications(chassis), 5, "the notification")
     ours = [n for n in received(chassis) if decode_oid(n[1][2]).startswith(ENTERPRISE)]
     assert len(ours) == 1
+
+
+# A storm of alarms, of which most notifications wait for the master when it is stopped.
+STORM = range(1000, 5000)
+
+
+@pytest.fixture
+def storm(chassis):
+    """A card whose alarms are about to be due, and a master that doesn't take their notifications."""
+    chassis.start(BOARD)
+    start_receiver(chassis)
+    chassis.start_snmpd(SNMPD_CONF + TRAP_SINK)
+    connect_daemon(chassis)
+    wait_for_agent(chassis)
+    card = Card(chassis)
+    card.report_many(STORM)
+    chassis.wait_for(lambda: len(alarm_notifications(chassis)) > 0, 8, "the first notification")
+    chassis.signal_snmpd(signal.SIGSTOP)
+    return card
+
+
+def wait_for_agent(chassis):
+    chassis.wait_agent(BACK_AGAIN)
+
+
+def notified(chassis):
+    """The sources, in the order of their notifications."""
+    return [int.from_bytes(n[2][2], "big") for n in alarm_notifications(chassis)]
+
+
+def test_notifications_that_wait_for_a_slow_master_all_arrive(chassis, storm):
+    with VtyProbe(chassis) as probe:
+        time.sleep(0.2)  # less than the daemon waits for an answer
+        chassis.signal_snmpd(signal.SIGCONT)
+        chassis.wait_for(lambda: chassis.output("receiver").count("\n") > len(STORM), 15, "the notifications")
+    assert sorted(notified(chassis)) == list(STORM)
+    assert not chassis.log_lines("notifications are lost")
+    assert probe.worst < LOOP_HELD
+
+
+@pytest.mark.parametrize("restart", [True, False], ids=["killed", "stopped and continued"])
+def test_notifications_that_wait_when_the_connection_ends_are_lost_and_later_ones_arrive(chassis, storm, restart):
+    with VtyProbe(chassis) as probe:
+        if restart:
+            chassis.signal_snmpd(signal.SIGKILL)
+            chassis.start_snmpd(SNMPD_CONF + TRAP_SINK)
+        else:
+            chassis.wait_log("connection given up", 2 * BACK_AGAIN)
+            chassis.signal_snmpd(signal.SIGCONT)
+        chassis.wait_agent(2 * BACK_AGAIN, connections=2)
+        storm.report(77)
+        chassis.wait_for(lambda: 77 in notified(chassis), 10, "the notification of a later alarm")
+    # Each once, and the later one last: nothing of before comes after it.
+    sources = notified(chassis)
+    assert sources[-1] == 77 and len(set(sources)) == len(sources) < len(STORM)
+    # What still waited is told; a fast master may have had all of it, and took what it hadn't sent with it.
+    lines = chassis.log_lines("notifications are lost with the master agent's connection")
+    told = sum(int(re.search(r"(\d+) notifications", line)[1]) for line in lines)
+    assert len(lines) == (1 if told else 0)
+    assert told <= len(STORM) + 1 - len(sources)
+    # The table has what the manager wasn't told.
+    states = [name for name in chassis.bulkwalk(f"{ALARM}.10") if name.startswith(f"{ALARM}.10.")]
+    assert len(states) == len(STORM) + 1
+    assert probe.worst < LOOP_HELD

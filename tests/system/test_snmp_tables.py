@@ -27,7 +27,10 @@ def line(*fields):
 
 def start(chassis, files=None):
     chassis.start(QUIET_SCENARIO)
-    for name, lines in (files or {}).items():
+    files = dict(files or {})
+    if "sTcontTable" in files:
+        files.setdefault("sOnuTable", onus_of(files["sTcontTable"]))
+    for name, lines in files.items():
         chassis.write(f"{DIR}/{name}.mib", "".join(lines))
     chassis.start_snmpd()
     chassis.start_daemon()
@@ -54,6 +57,15 @@ def error_of(chassis, *oid_type_value):
 
 def create(chassis, table, status_column, index, *more, status=CREATE_AND_GO):
     return chassis.snmpset(*more, f"{table}.{status_column}.{index}", "i", status)
+
+
+def onus_of(tcont_lines):
+    """The ONUs of these T-CONTs, without which they can't change."""
+    indexes = dict.fromkeys(tuple(text.split(US)[:4]) for text in tcont_lines)
+    return [
+        line(*index, 0, "", 1, "", "", "", "", 1, 1, 1, 0, "KLM-618", 0, "", "", ACTIVE, 0, 0, "", 0, 0, 0, 0)
+        for index in indexes
+    ]
 
 
 def tconts(count):
@@ -101,7 +113,7 @@ def test_getnext_from_any_name(chassis, start_at, first):
 
 
 def test_get_of_wrong_names(chassis):
-    start(chassis, {"sTcontTable": tconts(3)})
+    start(chassis, {"sTcontTable": tconts(3), "sOnuTable": []})
     for name in "3.1.1.1.9.1", "3.1.1.1.1", "3.1.1.1.1.1.1", "3.1.1.1.1.4294967295", "3":
         assert "No Such" in chassis.snmp("snmpget", f"{TCONT}.{name}").stdout
     assert "No Such Object" in chassis.snmp("snmpget", f"{TCONT}.7.1.1.1.1.1").stdout

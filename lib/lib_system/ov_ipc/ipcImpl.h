@@ -119,5 +119,8 @@ int ipc_returned_msg_peak(IPC_service_reg_st& reg, uint32_t msg_id);
 // ipcReceive with a point in time instead of seconds; none waits for ever.
 int ipc_receive_until(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned,
                       std::optional<std::chrono::steady_clock::time_point> deadline);
+// Waits a moment (WI_IPC_SOON) for a message, in which returned ones aren't looked at: a length,
+// IPC_RC_NO_MESSAGE, IPC_RC_FAILED. The header's place in front of `msg` is used.
+int ipc_receive_soon(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg);
 // Takes what is there without waiting, returned messages first: a length, IPC_RC_NO_MESSAGE, IPC_RC_FAILED.
 int ipc_take_message(IPC_service_reg_st& reg, ipc_header* hdr, std::span<uint8_t> msg, int* returned);

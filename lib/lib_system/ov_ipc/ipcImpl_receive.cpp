@@ -8,8 +8,15 @@
 
 namespace {
 
-// A frame that is no IPC message is dropped here, so that nothing above sees one.
-int accept(const wi_ipc_received& received, const ipc_header& hdr) {
+// What a receive call brought: a length, IPC_RC_NO_MESSAGE or IPC_RC_FAILED. A frame that is no IPC message
+// is dropped here, so that nothing above sees one.
+int accept(const wi_ipc_received& received, const ipc_header& hdr, std::span<const uint8_t> msg) {
+    if (received.error == EAGAIN)
+        return IPC_RC_NO_MESSAGE;
+    if (received.error != 0) {
+        OV_LOG_ERROR("IPC", "Receiving failed: %s", strerror(received.error));
+        return IPC_RC_FAILED;
+    }
     if (received.length < sizeof(hdr)) {
         OV_LOG_ERROR("IPC", "A frame of %zu bytes is dropped: too short for a header", received.length);
         return IPC_RC_NO_MESSAGE;
@@ -18,7 +25,11 @@ int accept(const wi_ipc_received& received, const ipc_header& hdr) {
         OV_LOG_ERROR("IPC", "A frame is dropped: its header id is 0x%08x", hdr.hdr_id.value());
         return IPC_RC_NO_MESSAGE;
     }
-    return int(received.length - sizeof(hdr));
+    const int length = int(received.length - sizeof(hdr));
+    if (ipc_debug_level_now >= IPC_RECV_DEBUG)
+        ipcShowIpcMessage_impl(&hdr, msg.data(),
+                               ipc_debug_level_now >= IPC_MSG_DEBUG ? std::min(length, int(msg.size())) : 0);
+    return length;
 }
 
 } // namespace
@@ -29,17 +40,17 @@ int ipc_take_message(IPC_service_reg_st& reg, ipc_header* hdr, std::span<uint8_t
     *returned = received.error == 0 ? 1 : 0;
     if (received.error == EAGAIN)
         received = wi_ipc_receive(reg.sockets, buffer);
-    if (received.error == EAGAIN)
-        return IPC_RC_NO_MESSAGE;
-    if (received.error != 0) {
-        OV_LOG_ERROR("IPC", "Receiving failed: %s", strerror(received.error));
-        return IPC_RC_FAILED;
-    }
-    const int length = accept(received, *hdr);
-    if (length >= 0 && ipc_debug_level_now >= IPC_RECV_DEBUG)
-        ipcShowIpcMessage_impl(hdr, msg.data(),
-                               ipc_debug_level_now >= IPC_MSG_DEBUG ? std::min(length, int(msg.size())) : 0);
-    return length;
+    return accept(received, *hdr, msg);
+}
+
+int ipc_receive_soon(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg) {
+    const IPC_service_reg_st* reg = ipc_registration(ipc_handle);
+    if (reg == nullptr)
+        return IPC_RC_INVALID_IDENT;
+    uint8_t* front = msg.data() - IPC_HDR_SIZE;
+    const wi_ipc_received received = wi_ipc_receive_soon(reg->sockets, {{front, sizeof(*hdr)}, msg});
+    std::memcpy(static_cast<void*>(hdr), front, sizeof(*hdr));
+    return accept(received, *hdr, msg);
 }
 
 int ipc_receive_until(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned,

@@ -36,9 +36,9 @@ AddedRow add_row(MIBDID did, void* row) {
     PTREE* tree = tree_of(did);
     if (tree == nullptr || row == nullptr)
         return {nullptr, false};
-    if (void* existing = PTreeNodeGet(tree, row))
-        return {existing, true};
-    return {PTreeNodeAdd(tree, row), false};
+    AddedRow added{};
+    added.stored = PTreeNodeGetOrAdd(tree, row, &added.existed);
+    return added;
 }
 
 } // namespace
@@ -60,6 +60,11 @@ char data_Init(MIBDID did, int key_size, int info_size) {
 int get_row_num(MIBDID did) {
     PTREE* tree = tree_of(did);
     return tree == nullptr ? 0 : tree->num_entries;
+}
+
+unsigned get_row_changes(MIBDID did) {
+    PTREE* tree = tree_of(did);
+    return tree == nullptr ? 0 : static_cast<unsigned>(tree->sequence);
 }
 
 void* get_table_head(MIBDID did) {
@@ -119,6 +124,11 @@ void* row_get_fuzzy(MIBDID did, void* row) {
 void* row_getNext(MIBDID did, void* row) {
     PTREE* tree = tree_of(did);
     return tree == nullptr ? nullptr : PTreeNodeGetNext(tree, row);
+}
+
+void* row_next_of(MIBDID did, const void* stored) {
+    PTREE* tree = tree_of(did);
+    return tree == nullptr || stored == nullptr ? nullptr : PTreeNodeGetNextOf(tree, stored);
 }
 
 void row_expect_next(MIBDID did, const void* stored, int rows) {

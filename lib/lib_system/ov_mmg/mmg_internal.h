@@ -16,6 +16,9 @@ extern PTREE data_Tree[MIB_TABLE_SLOTS];
 char data_Init(MIBDID did, int key_size, int info_size);
 
 int get_row_num(MIBDID did);
+// A number that goes up by one whenever a row enters or leaves the table, and wraps around. The row whose
+// index columns are all 0 isn't counted.
+unsigned get_row_changes(MIBDID did);
 // The first row, or null.
 void* get_table_head(MIBDID did);
 
@@ -36,6 +39,8 @@ void* row_get(MIBDID did, void* row);
 void* row_get_fuzzy(MIBDID did, void* row);
 // The first row with a greater key, or null. The key needn't exist; a null row gives the first row.
 void* row_getNext(MIBDID did, void* row);
+// The same from a row as it stands in the table: a result of the functions here, not a copy.
+void* row_next_of(MIBDID did, const void* stored);
 // A hint that this row and those behind it, so many in all, are read next. Rows that entered in key order
 // lie one behind the other in memory and are fetched all at once; else it does nothing of use, and no harm.
 void row_expect_next(MIBDID did, const void* stored, int rows);

@@ -71,7 +71,7 @@ inline int first_difference(const unsigned char* a, const unsigned char* b, int 
 }
 
 inline bool holds(const P_NODE* node, const unsigned char* key, int size) {
-    return node != nullptr && first_difference(node->key_info, key, size) < 0;
+    return node != nullptr && (node->key_info == key || first_difference(node->key_info, key, size) < 0);
 }
 
 void write_key_image(const P_PARAMS& params, const void* row, unsigned char* image) {
@@ -149,6 +149,42 @@ inline void advance_sequence(PTREE* tree) {
 
 inline bool is_held(const PTREE* tree, const P_NODE* node) {
     return node != &tree->root_node || tree->root_in_used != 0;
+}
+
+// Where a key stands or would stand: the node that holds it, or null and the first bit in which it differs
+// from the nearest key (-1 for the zero key, which has no links).
+struct Place {
+    P_NODE* held;
+    int differs;
+};
+
+Place place_of(PTREE* tree, const unsigned char* key) {
+    P_NODE* nearest = search(tree, key);
+    const int differs = first_difference(nearest->key_info, key, tree->params.key_size);
+    return {differs < 0 && is_held(tree, nearest) ? nearest : nullptr, differs};
+}
+
+// Links a node whose key isn't held; `differs` is that of its place.
+void link_in(PTREE* tree, P_NODE* node, int differs) {
+    const unsigned char* key = node->key_info;
+    if (differs < 0) {
+        tree->root_node.key_info = node->key_info;
+        tree->root_in_used = 1;
+        tree->root_act = node;
+        return;
+    }
+    P_NODE* parent = &tree->root_node;
+    P_NODE** link = link_for(parent, key);
+    while (!is_up_link(parent, *link) && (*link)->bit < differs) {
+        parent = *link;
+        link = link_for(parent, key);
+    }
+    bool on_right = key_bit(key, differs) != 0;
+    node->bit = differs;
+    node->left = on_right ? *link : node;
+    node->right = on_right ? node : *link;
+    *link = node;
+    advance_sequence(tree);
 }
 
 // ---- the walker ---------------------------------------------------------------------------------
@@ -306,30 +342,10 @@ void PTreeDestroy(PTREE* tree) {
 int PTreeAdd(PTREE* tree, P_NODE* node) {
     if (node == nullptr || node->key_info == nullptr)
         return 0;
-    const unsigned char* key = node->key_info;
-    P_NODE* nearest = search(tree, key);
-    int differs = first_difference(nearest->key_info, key, tree->params.key_size);
-    if (differs < 0) {
-        if (is_held(tree, nearest))
-            return 0;
-        tree->root_node.key_info = node->key_info;
-        tree->root_in_used = 1;
-        tree->root_act = node;
-        return 1;
-    }
-
-    P_NODE* parent = &tree->root_node;
-    P_NODE** link = link_for(parent, key);
-    while (!is_up_link(parent, *link) && (*link)->bit < differs) {
-        parent = *link;
-        link = link_for(parent, key);
-    }
-    bool on_right = key_bit(key, differs) != 0;
-    node->bit = differs;
-    node->left = on_right ? *link : node;
-    node->right = on_right ? node : *link;
-    *link = node;
-    advance_sequence(tree);
+    const Place place = place_of(tree, node->key_info);
+    if (place.held != nullptr)
+        return 0;
+    link_in(tree, node, place.differs);
     return 1;
 }
 
@@ -414,9 +430,23 @@ int PTreeSizeGet(const PTREE* tree) {
 }
 
 void* PTreeNodeAdd(PTREE* tree, const void* udata) {
+    bool existed = false;
+    void* row = PTreeNodeGetOrAdd(tree, udata, &existed);
+    return existed ? nullptr : row;
+}
+
+void* PTreeNodeGetOrAdd(PTREE* tree, const void* udata, bool* existed) {
+    *existed = false;
+    if (udata == nullptr)
+        return nullptr;
+    const KeyImage key(tree, udata);
+    const Place place = place_of(tree, key.get());
+    *existed = place.held != nullptr;
+    if (*existed)
+        return row_of(tree, place.held);
     if (tree->max_entries > 0 && tree->num_entries >= tree->max_entries)
         return nullptr;
-    if (udata == nullptr || tree->params.info_size < tree->params.key_size)
+    if (tree->params.info_size < tree->params.key_size)
         return nullptr;
     void* block = tree->rows->allocate();
     if (block == nullptr)
@@ -428,13 +458,12 @@ void* PTreeNodeAdd(PTREE* tree, const void* udata) {
     node->key_info = reinterpret_cast<unsigned char*>(row);
     if (kLittleEndian) {
         node->key_info += tree->params.info_size;
-        write_key_image(tree->params, row, node->key_info);
+        std::memcpy(node->key_info, key.get(), static_cast<size_t>(tree->params.key_size));
     }
-    if (PTreeAdd(tree, node) == 0) {
-        tree->rows->release(block);
-        return nullptr;
-    }
+    link_in(tree, node, place.differs);
     ++tree->num_entries;
+    if (place.differs >= 0)
+        tree->last_found = node; // a new row is looked up at once
     return row;
 }
 
@@ -477,4 +506,9 @@ void* PTreeNodeGetNext(PTREE* tree, const void* key) {
     if (key == nullptr)
         return row_of(tree, PTreeGetNext(tree, nullptr));
     return row_of(tree, PTreeGetNext(tree, KeyImage(tree, key).get()));
+}
+
+void* PTreeNodeGetNextOf(PTREE* tree, const void* stored) {
+    const auto* node = reinterpret_cast<const P_NODE*>(static_cast<const char*>(stored) - sizeof(P_NODE));
+    return row_of(tree, PTreeGetNext(tree, node->key_info));
 }

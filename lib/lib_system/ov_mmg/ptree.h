@@ -109,8 +109,13 @@ int PTreeSizeGet(const PTREE* tree);
 // Copies a row in and returns the stored row. Null when max_entries is reached, there is no memory, the
 // tree has no room for rows (info_size below key_size), or the key is held already.
 void* PTreeNodeAdd(PTREE* tree, const void* udata);
+// The same in one search for a key that may be held: then the row that holds it, untouched, with *existed.
+void* PTreeNodeGetOrAdd(PTREE* tree, const void* udata, bool* existed);
 // Deletes by key. Prints "PTreeGet Not found.\r" for an absent key.
 void PTreeNodeDelete(PTREE* tree, const void* udata);
 void* PTreeNodeGet(PTREE* tree, const void* key);
 void* PTreeNodeGetFuzzy(PTREE* tree, const void* key);
 void* PTreeNodeGetNext(PTREE* tree, const void* key); // null key: the first row
+// The row behind a stored row of this tree. Its key image is there already, so this costs less than the
+// above.
+void* PTreeNodeGetNextOf(PTREE* tree, const void* stored);

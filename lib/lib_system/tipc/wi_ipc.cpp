@@ -24,8 +24,15 @@ void close_socket(int& sock) {
     sock = -1;
 }
 
+int limit_receive_call(int sock) {
+    constexpr timeval limit = {0, std::chrono::microseconds(WI_IPC_SOON).count()};
+    return setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)) == 0 ? 0 : errno;
+}
+
 int open_all(const wi_ipc_name& own, wi_ipc_register_result_st& reg) {
     if (const int error = reg.carrier->open_sockets(own, reg))
+        return error;
+    if (const int error = limit_receive_call(reg.rcv_sock))
         return error;
     int pair[2];
     if (socketpair(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, pair) != 0)
@@ -40,7 +47,8 @@ int remaining_ms(std::optional<std::chrono::steady_clock::time_point> deadline) 
     if (!deadline)
         return -1;
     const auto left = ceil<milliseconds>(*deadline - steady_clock::now()).count();
-    constexpr int64_t AT_MOST = 3600 * 1000; // poll takes an int; the caller's loop waits for the rest
+    constexpr int64_t AT_MOST =
+        int64_t{3600} * 1000; // poll takes an int; the caller's loop waits for the rest
     return int(std::clamp<int64_t>(left, 0, AT_MOST));
 }
 
@@ -119,23 +127,30 @@ unsigned wi_ipc_wait(const wi_ipc_register_result_st& reg,
 wi_ipc_received wi_ipc_receive_from(int sock, const wi_ipc_frame_buffer& buffer, int flags) {
     iovec parts[] = {{buffer.header.data(), buffer.header.size()},
                      {buffer.message.data(), buffer.message.size()}};
+    const size_t room = buffer.header.size() + buffer.message.size();
+    const bool in_one = buffer.header.data() + buffer.header.size() == buffer.message.data();
+    if (in_one)
+        parts[0].iov_len = room;
     msghdr msg = {};
     msg.msg_iov = parts;
-    msg.msg_iovlen = std::size(parts);
+    msg.msg_iovlen = in_one ? 1 : std::size(parts);
     ssize_t length;
     do
-        length = recvmsg(sock, &msg, flags | MSG_DONTWAIT | MSG_TRUNC);
-    while (length < 0 && errno == EINTR);
+        length = recvmsg(sock, &msg, flags | MSG_TRUNC);
+    while (length < 0 && errno == EINTR && (flags & MSG_DONTWAIT) != 0);
     if (length < 0)
-        return {errno, 0};
+        return {errno == EINTR ? EAGAIN : errno, 0};
     // TIPC doesn't tell by how much a message was too long.
-    const size_t room = buffer.header.size() + buffer.message.size();
     if ((msg.msg_flags & MSG_TRUNC) != 0 && size_t(length) <= room)
         return {0, room + 1};
     return {0, size_t(length)};
 }
 
 wi_ipc_received wi_ipc_receive(const wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer) {
+    return wi_ipc_receive_from(reg.rcv_sock, buffer, MSG_DONTWAIT);
+}
+
+wi_ipc_received wi_ipc_receive_soon(const wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer) {
     return wi_ipc_receive_from(reg.rcv_sock, buffer, 0);
 }
 
@@ -146,7 +161,8 @@ wi_ipc_received wi_ipc_take_returned(wi_ipc_register_result_st& reg, const wi_ip
         return from_kernel;
     if (reg.given_back == 0)
         return from_kernel;
-    const wi_ipc_received given_back = wi_ipc_receive_from(reg.returned_rd, buffer, peek ? MSG_PEEK : 0);
+    const wi_ipc_received given_back =
+        wi_ipc_receive_from(reg.returned_rd, buffer, MSG_DONTWAIT | (peek ? MSG_PEEK : 0));
     if (given_back.error == 0 && !peek)
         reg.given_back--;
     return given_back;

@@ -45,7 +45,8 @@ struct wi_ipc_register_result_st {
     std::array<std::atomic<uint64_t>, 32> stalled = {};
 };
 
-// Where a frame goes that is received: the header apart from the message.
+// Where a frame goes that is received: the header apart from the message. A message that stands right behind
+// its header is the cheaper one.
 struct wi_ipc_frame_buffer {
     std::span<uint8_t> header;
     std::span<uint8_t> message;
@@ -105,6 +106,11 @@ enum wi_ipc_ready : unsigned { WI_IPC_NOTHING = 0, WI_IPC_RETURNED = 1, WI_IPC_M
 unsigned wi_ipc_wait(const wi_ipc_register_result_st& reg,
                      std::optional<std::chrono::steady_clock::time_point> deadline);
 
+// Waits up to WI_IPC_SOON at the receive side alone and takes what comes: one system call where wi_ipc_wait
+// and wi_ipc_receive are two. EAGAIN when nothing came, or a signal did.
+inline constexpr std::chrono::milliseconds WI_IPC_SOON{20};
+wi_ipc_received wi_ipc_receive_soon(const wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer);
+
 // Take a frame without waiting.
 wi_ipc_received wi_ipc_receive(const wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer);
 wi_ipc_received wi_ipc_take_returned(wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer,
@@ -114,7 +120,8 @@ wi_ipc_received wi_ipc_take_returned(wi_ipc_register_result_st& reg, const wi_ip
 // the log.
 void wi_ipc_give_back(wi_ipc_register_result_st& reg, std::span<const uint8_t> frame);
 
-// Receives one datagram of a socket without waiting; flags as for recvmsg.
+// Receives one datagram of a socket; flags as for recvmsg, MSG_DONTWAIT or the socket's own limit bounds the
+// wait.
 wi_ipc_received wi_ipc_receive_from(int sock, const wi_ipc_frame_buffer& buffer, int flags);
 // Sets both socket buffers to WI_IPC_SOCKET_BUFFER, or what the system allows.
 int wi_ipc_set_buffers(int sock);

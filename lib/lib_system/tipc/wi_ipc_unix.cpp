@@ -9,9 +9,10 @@
 // send gets through: a dead agent costs one wait, not one for each message.
 #include "wi_ipc.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstring>
+#include <charconv>
+#include <string_view>
 
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -27,14 +28,19 @@ constexpr timeval SEND_WAIT = {1, 0};
 constexpr uint32_t MCAST_MAX_RANGE = 4096;
 
 struct Address {
-    sockaddr_un name = {};
+    sockaddr_un name; // filled as far as length tells
     socklen_t length;
 
     explicit Address(const wi_ipc_name& to) {
+        constexpr std::string_view PREFIX = "ov_ipc/";
+        char* const limit = std::end(name.sun_path);
         name.sun_family = AF_UNIX;
-        const int text =
-            snprintf(name.sun_path + 1, sizeof(name.sun_path) - 1, "ov_ipc/%u/%u", to.type, to.instance);
-        length = socklen_t(offsetof(sockaddr_un, sun_path) + 1 + size_t(text));
+        name.sun_path[0] = '\0';
+        char* end = std::copy(PREFIX.begin(), PREFIX.end(), name.sun_path + 1);
+        end = std::to_chars(end, limit, to.type).ptr;
+        *end++ = '/';
+        end = std::to_chars(end, limit, to.instance).ptr;
+        length = socklen_t(end - reinterpret_cast<char*>(&name));
     }
     const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&name); }
 };

@@ -7,10 +7,12 @@
 #include <cstring>
 
 #include "../support/hal_chassis.h"
+#include "ipcImpl.h"
 #include "ov_types.h"
 
 using testing::AllOf;
 using testing::Contains;
+using testing::ContainsRegex;
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -369,6 +371,76 @@ TEST(HalSend, RequestThatComesBackIsAFailedSend) {
     });
 }
 
+// Requests that this board once sent come back, as when a card died with them unread.
+IPC_service_reg_st& sender_with_returned(unsigned count) {
+    IPC_service_reg_st& reg = *ipc_registration(g_agent_msg_tx_cb->ipcHandle);
+    Bytes old = wire::event(3, 903, Bytes(20));
+    wire::put32(old, 8, IPC_REQUEST);
+    wire::put32(old, 12, reg.serv_id);
+    wire::put32(old, 16, reg.sub_id);
+    for (unsigned n = 0; n < count; n++)
+        wi_ipc_give_back(reg.sockets, old);
+    return reg;
+}
+
+TEST(HalSend, OlderMessageThatCameBackIsTakenAndThePresentOneCountsAsSent) {
+    hal_chassis::run([](HalChassis& chassis) {
+        FakeCard card(3);
+        HalChassis::activate(3);
+        const IPC_service_reg_st& sender = sender_with_returned(1);
+        const hal_msg_t before = test_message(TYPE, 3, 84);
+        hal_msg_t msg = before;
+        EXPECT_EQ(hal_send(&msg.hdr), 0u);
+        EXPECT_TRUE(same_bytes(msg, before));
+        EXPECT_THAT(card.wait_for(1), SizeIs(1)); // it did go out
+        EXPECT_EQ(sender.sockets.given_back, 0u);
+        EXPECT_EQ(g_agent_msg_tx_cb->num_sync_send_return, 1u);
+        EXPECT_EQ(g_agent_msg_tx_cb->num_sync_send_fail, 0u);
+        EXPECT_THAT(chassis.log.lines(),
+                    Contains("Send sync message Num[1] nhtype[908] length[100] to [10103]Total sync returned "
+                             "message 1 cmd[903]"));
+        EXPECT_EQ(hal_send(&msg.hdr), 0u); // its own reply, not the one that nobody took
+        EXPECT_EQ(g_agent_msg_tx_cb->num_sync_send_return, 1u);
+    });
+}
+
+TEST(HalSend, OfTwoMessagesThatCameBackEachSendTakesOne) {
+    hal_chassis::run([](HalChassis&) {
+        FakeCard card(3);
+        HalChassis::activate(3);
+        const IPC_service_reg_st& sender = sender_with_returned(2);
+        hal_msg_t msg = test_message(TYPE, 3, 84);
+        EXPECT_EQ(hal_send(&msg.hdr), 0u);
+        EXPECT_EQ(sender.sockets.given_back, 1u);
+        EXPECT_EQ(hal_send(&msg.hdr), 0u);
+        EXPECT_EQ(sender.sockets.given_back, 0u);
+        EXPECT_EQ(g_agent_msg_tx_cb->num_sync_send_return, 2u);
+    });
+}
+
+TEST(HalSend, OneWaySendLeavesTheTakingOfAReturnedMessageToTheIpc) {
+    hal_chassis::run([](HalChassis& chassis) {
+        FakeCard card(3, FakeCard::be_silent);
+        HalChassis::activate(3);
+        const IPC_service_reg_st& sender = sender_with_returned(2);
+        LogCapture::clear();
+        hal_msg_t msg = test_message(TYPE, 3, 84);
+        const auto began = std::chrono::steady_clock::now();
+        EXPECT_EQ(hal_send_async(&msg.hdr), 0u);
+        EXPECT_EQ(sender.sockets.given_back, 1u);
+        EXPECT_EQ(hal_send_async(&msg.hdr), 0u); // to take a second one now would wait, and end the process
+        EXPECT_EQ(sender.sockets.given_back, 0u);
+        EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::milliseconds(500));
+        EXPECT_THAT(card.wait_for(2), SizeIs(2));
+        EXPECT_EQ(g_agent_msg_tx_cb->num_async_send_return, 2u);
+        EXPECT_THAT(chassis.log.lines(),
+                    ElementsAre("Send async message Num[1] nhtype[908] length[100] to [10103] return "
+                                "IPC_RC_RTRNED_MSG_WAITING",
+                                "Send async message Num[2] nhtype[908] length[100] to [10103] return "
+                                "IPC_RC_RTRNED_MSG_WAITING"));
+    });
+}
+
 TEST(HalSend, OneWayMessageThatCannotBeSentIsLoggedOnly) {
     hal_chassis::run([](HalChassis& chassis) {
         HalChassis::activate(3);
@@ -434,8 +506,9 @@ TEST(HalSend, EverySynchronousSendLeavesItsTimeInTheLibraryLog) {
     hal_chassis::run([](HalChassis& chassis) {
         send_to_card_that(FakeCard::agree);
         EXPECT_THAT(chassis.log.file_text(), HasSubstr("[TIMING]"));
-        EXPECT_THAT(chassis.log.file_text(),
-                    HasSubstr("len: 100, type: 908, seq: 1, slot: 3, flags: 0, inter: "));
+        EXPECT_THAT(
+            chassis.log.file_text(),
+            ContainsRegex("len: 100, type: 908, seq: 1, slot: 3, flags: 0, inter: [0-9]+\\.[0-9]{6} ms\n"));
         EXPECT_THAT(chassis.log.lines(), Each(Not(HasSubstr("inter:")))); // it was fast
     });
 }

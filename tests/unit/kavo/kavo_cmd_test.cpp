@@ -101,6 +101,11 @@ int other_handler(struct cmd_element*, struct vty*, int, const char**) {
 /// The node that these tests' commands stand on, and one of which it is a child's child.
 constexpr enum node_type test_node = MCAST_VLAN_NODE;
 
+int enter_test_node(struct cmd_element*, struct vty* vty, int, const char**) {
+    vty->node = test_node;
+    return 0;
+}
+
 const kavo_cmd_t test_table[] = {
     {{test_node, CONFIG_NODE}, "kavo-plain", "Plain\n", handler},
     {{test_node}, "kavo-fec downstream (enable|disable)", "Fec\nDown\nSwitch\n", handler},
@@ -273,6 +278,25 @@ TEST_F(KavoCmdRun, CommandOfAParentNodeIsFoundFromItsChild) {
     FrrSession session(GPON_ONU_NODE);
     EXPECT_EQ(session.run("kavo-plain"), CMD_SUCCESS);
     EXPECT_EQ(call.runs, 1);
+}
+
+TEST_F(KavoCmdRun, CommandOfAParentNodeLeavesTheSessionOnItsNode) {
+    frr_install_node(GPON_ONU_NODE);
+    FrrSession session(GPON_ONU_NODE);
+    for (const int result : {0, 104001}) {
+        answer = result;
+        session.run("kavo-plain");
+        EXPECT_EQ(session.vty->node, GPON_ONU_NODE) << result;
+    }
+}
+
+TEST_F(KavoCmdRun, CommandOfAParentNodeThatEntersANodeMovesTheSession) {
+    frr_install_node(GPON_ONU_NODE);
+    const kavo_cmd_t table[] = {{{CONFIG_NODE}, "kavo-enter", "Enter\n", enter_test_node}};
+    EXPECT_EQ(kavo_cmd_install(table), 1);
+    FrrSession session(GPON_ONU_NODE);
+    EXPECT_EQ(session.run("kavo-enter"), CMD_SUCCESS);
+    EXPECT_EQ(session.vty->node, test_node);
 }
 
 TEST_F(KavoCmdRun, EveryAlternativeOfAChoiceHasHelp) {

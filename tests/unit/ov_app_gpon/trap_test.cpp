@@ -43,6 +43,13 @@ struct Body {
     std::unique_ptr<char[]> bytes;
 };
 
+// The lines of the events themselves: there are no tables here that could take them.
+std::vector<std::string> event_lines(const LogCapture& log) {
+    std::vector<std::string> lines = log.lines();
+    std::erase_if(lines, [](const std::string& line) { return !line.starts_with("!!!!!!!!"); });
+    return lines;
+}
+
 template <typename Record>
 std::string bytes_of_record(const Record& record) {
     return {reinterpret_cast<const char*>(&record), sizeof record};
@@ -56,9 +63,9 @@ TEST(GponTrap, EachEventIsTakenWithItsActionsOnly) {
             LogCapture::clear();
             EXPECT_EQ(Body(action, std::string(event.record, '\0')).send(event.type), 0u);
             const bool wanted = std::count(event.actions.begin(), event.actions.end(), action) != 0;
-            EXPECT_EQ(log.lines().size(), wanted ? 1u : 0u);
+            EXPECT_EQ(event_lines(log).size(), wanted ? 1u : 0u);
             if (wanted) {
-                EXPECT_THAT(log.lines(), ElementsAre(HasSubstr(event.text)));
+                EXPECT_THAT(event_lines(log), ElementsAre(HasSubstr(event.text)));
             }
         }
 }
@@ -86,12 +93,14 @@ TEST(GponTrap, LongerBodyIsTaken) {
 TEST(GponTrap, OtherTypesAreIgnored) {
     LogCapture log;
     g_gpon_ipc_msg_debug_flag = 1;
-    for (const unsigned type : {0u, 921u, 954u, 959u, 0xFFFFFFFFu})
+    for (const unsigned type : {0u, 921u, 960u, 968u, 0xFFFFFFFFu})
         EXPECT_EQ(Body(3, std::string(200, '\0')).send(type), 0u);
     EXPECT_THAT(log.lines(), IsEmpty());
-    EXPECT_EQ(Body(3, std::string(200, '\0')).send(930), 0u); // in the range: shown and dropped
+    for (const unsigned type : {930u, 959u}) // in the range: shown and dropped
+        EXPECT_EQ(Body(3, std::string(200, '\0')).send(type), 0u);
     g_gpon_ipc_msg_debug_flag = 0;
-    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("HAL GPON MSG recv type:OV_HAL_MSG_GPON_RMONU_UPDATE")));
+    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("HAL GPON MSG recv type:OV_HAL_MSG_GPON_RMONU_UPDATE"),
+                                         HasSubstr("HAL GPON MSG recv type:unknown")));
 }
 
 TEST(GponTrap, UnconfiguredOnuIsNamedInTheLog) {
@@ -102,7 +111,7 @@ TEST(GponTrap, UnconfiguredOnuIsNamedInTheLog) {
     std::copy_n("ABCD\x01\x02\x03\x04", 8, onu.sn);
     Body(1, bytes_of_record(onu)).send(922);
     Body(2, bytes_of_record(onu)).send(922);
-    EXPECT_THAT(log.lines(),
+    EXPECT_THAT(event_lines(log),
                 ElementsAre("!!!!!!!!New unconfig ONU: ifindex = 1234, tmpOnuId=7, sn=ABCD01020304\n",
                             "!!!!!!!!Del unconfig ONU: ifindex = 1234, tmpOnuId=7, sn=ABCD01020304\n"));
 }

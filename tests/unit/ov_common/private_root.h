@@ -24,6 +24,7 @@
 #include <sched.h>
 #include <string>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -125,6 +126,15 @@ inline void run(const std::function<void()>& body) {
         GTEST_SKIP() << "no user and mount namespaces on this machine";
     EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
     EXPECT_EQ(WEXITSTATUS(status), EXIT_PASSED) << "the messages stand above";
+}
+
+// For a child: from here on every allocation fails. Not under AddressSanitizer.
+inline void use_up_memory() {
+    const rlimit none = {.rlim_cur = 0, .rlim_max = RLIM_INFINITY};
+    setrlimit(RLIMIT_AS, &none);
+    for (size_t size = size_t{1} << 20; size >= 16; size /= 2)
+        while (void* volatile taken = malloc(size))
+            static_cast<void>(taken);
 }
 
 // A child whose output is kept.

@@ -1,8 +1,11 @@
 #include "ov_product.h"
 
+#include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <set>
 #include <string>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -273,6 +276,24 @@ TEST_F(Product, HaRecoveryIsTheFirstCharacterOfTheFlagFile) {
     platform.file("ha", "");
     EXPECT_FALSE(ov_product_ha_recoverying_flag_get());
     EXPECT_EQ(platform.runs_of("OV_APP_FLAG_FILE_HA_RECOVERY"), 1) << "the name is kept";
+}
+
+TEST_F(Product, HaRecoveryFlagThatChangesAfterALongTimeIsSeenAtTheClocksNextTick) {
+    const std::string path = platform.file("ha", "0");
+    platform.set("OV_APP_FLAG_FILE_HA_RECOVERY", path);
+    EXPECT_FALSE(ov_product_ha_recoverying_flag_get());
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    for (int message = 0; message < 3; message++)
+        EXPECT_FALSE(ov_product_ha_recoverying_flag_get());
+    platform.file("ha", "1");
+    std::this_thread::sleep_for(std::chrono::milliseconds(25));
+    EXPECT_TRUE(ov_product_ha_recoverying_flag_get());
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    for (int message = 0; message < 3; message++)
+        EXPECT_TRUE(ov_product_ha_recoverying_flag_get());
+    std::filesystem::remove(path);
+    std::this_thread::sleep_for(std::chrono::milliseconds(25));
+    EXPECT_FALSE(ov_product_ha_recoverying_flag_get());
 }
 
 TEST_F(Product, HaRecoveryWithoutAFlagFileIsFalse) {

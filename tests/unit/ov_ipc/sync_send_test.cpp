@@ -4,6 +4,9 @@
 #include <functional>
 #include <thread>
 
+#include <csignal>
+#include <pthread.h>
+
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
@@ -174,6 +177,24 @@ TEST(IpcSyncSend, AFloodOfOtherMessagesDoesNotMakeTheWaitLonger) {
             64, 1, [](void*, int, int) { return 0; }, -1);
         EXPECT_EQ(got.rc, IPC_RC_TIMEOUT);
         EXPECT_LT(got.took, milliseconds(1900));
+    });
+}
+
+TEST(IpcSyncSend, SignalsDoNotEndTheWait) {
+    in_private_network([] {
+        struct sigaction nothing = {};
+        nothing.sa_handler = [](int) {};
+        sigaction(SIGUSR1, &nothing, nullptr);
+        const pthread_t waiting = pthread_self();
+        const Result got = ask([waiting](const Peer& peer, const Bytes& request) {
+            for (int n = 0; n < 20; n++) {
+                std::this_thread::sleep_for(milliseconds(5));
+                pthread_kill(waiting, SIGUSR1);
+            }
+            peer.reply(request, bytes_of("answer"));
+        });
+        EXPECT_EQ(got.reply, "answer");
+        EXPECT_GE(got.took, milliseconds(100));
     });
 }
 

@@ -7,8 +7,8 @@
 #include <thread>
 #include <vector>
 
-#include "fake_table.h"
 #include "../support/log_tap.h"
+#include "fake_table.h"
 
 namespace {
 

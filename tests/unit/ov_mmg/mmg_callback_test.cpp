@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "fake_table.h"
 #include "../support/log_tap.h"
+#include "fake_table.h"
 
 namespace {
 

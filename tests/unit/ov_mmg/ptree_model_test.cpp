@@ -100,8 +100,16 @@ private:
 
     void add(const Bytes& key) {
         uint64_t value = ++last_value_;
-        bool is_new = map_.emplace(key, value).second;
-        ASSERT_EQ(PTreeNodeAdd(&tree_, row_of(key, value).data()) != nullptr, is_new);
+        auto [held, is_new] = map_.emplace(key, value);
+        if (random_() % 2 == 0) {
+            ASSERT_EQ(PTreeNodeAdd(&tree_, row_of(key, value).data()) != nullptr, is_new);
+            return;
+        }
+        bool existed = is_new;
+        const void* row = PTreeNodeGetOrAdd(&tree_, row_of(key, value).data(), &existed);
+        ASSERT_EQ(existed, !is_new);
+        ASSERT_EQ(value_at(row), held->second);
+        ASSERT_EQ(PTreeNodeGet(&tree_, row_of(key, 0).data()), row);
     }
 
     void remove(const Bytes& key) {
@@ -118,6 +126,9 @@ private:
     void compare_next(const Bytes& key) {
         ASSERT_EQ(value_at(PTreeNodeGetNext(&tree_, row_of(key, 0).data())),
                   value_of(map_.upper_bound(key), map_));
+        if (const void* stored = PTreeNodeGet(&tree_, row_of(key, 0).data())) {
+            ASSERT_EQ(value_at(PTreeNodeGetNextOf(&tree_, stored)), value_of(map_.upper_bound(key), map_));
+        }
     }
 
     // A few steps of one of two walks, which other operations come between.

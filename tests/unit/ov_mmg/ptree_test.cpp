@@ -416,6 +416,19 @@ TEST_F(PtreeRows, NullRowsAreNoRows) {
     EXPECT_EQ(tree.num_entries, 0);
 }
 
+TEST_F(PtreeRows, AddingOrGettingTakesAKeyOnlyOnce) {
+    TestRow row{1, 2, 3, 7};
+    bool existed = true;
+    void* stored = PTreeNodeGetOrAdd(&tree, &row, &existed);
+    EXPECT_FALSE(existed);
+    row.value = 8;
+    EXPECT_EQ(PTreeNodeGetOrAdd(&tree, &row, &existed), stored);
+    EXPECT_TRUE(existed);
+    EXPECT_EQ(get(1, 2, 3)->value, 7);
+    EXPECT_EQ(PTreeNodeGetOrAdd(&tree, nullptr, &existed), nullptr);
+    EXPECT_FALSE(existed);
+}
+
 TEST(Ptree, RowsSmallerThanTheirKeyAreNotStored) {
     P_PARAMS params = params_of(8, 4);
     PTREE tree;

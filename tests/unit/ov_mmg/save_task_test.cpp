@@ -10,8 +10,8 @@
 #include <unistd.h>
 
 #include "../ov_common/private_root.h"
-#include "../support/temp_dir.h"
 #include "../support/log_tap.h"
+#include "../support/temp_dir.h"
 #include "mmg_access.h"
 
 namespace {

@@ -168,6 +168,7 @@ protected:
         case ColType::TEXT:
         case ColType::BIN: {
             const std::string text = string(column, row);
+            std::memset(record_bytes(record) + column.offset, 0, column.size); // a longer default
             std::memcpy(record_bytes(record) + column.offset, text.data(), text.size());
             break;
         }
@@ -274,6 +275,122 @@ TEST_P(SnmpTables, IsRegisteredAtItsPlaceWithItsIndexAndColumns) {
     EXPECT_EQ(info->number_indexes, count);
 }
 
+// ---- each variable by its name, type and value --------------------------------------------------
+
+const std::map<std::string, std::string> kColumns = {
+#include "snmp_columns.inc"
+};
+
+struct Answer {
+    Oid name;
+    int type;
+    std::string value; // a number in decimal, or the bytes
+    bool operator==(const Answer&) const = default;
+};
+void PrintTo(const Answer& answer, std::ostream* out) {
+    for (const oid arc : answer.name)
+        *out << '.' << arc;
+    *out << " = " << answer.type << ": " << answer.value;
+}
+
+Answer answer_of(const Pdu& pdu) {
+    const netsnmp_variable_list& variable = pdu.variable();
+    Answer answer = {pdu.name(), variable.type, {}};
+    if (variable.type == 2)
+        answer.value = std::to_string(*variable.val.integer);
+    else if (variable.type == 66)
+        answer.value = std::to_string(static_cast<u_long>(*variable.val.integer));
+    else if (variable.type == 70)
+        answer.value =
+            std::to_string(uint64_t{variable.val.counter64->high} << 32 | variable.val.counter64->low);
+    else if (variable.val.string != nullptr)
+        answer.value = pdu.bytes();
+    return answer;
+}
+
+// What fill() has put there, by the letter and size of the list.
+Answer expected_answer(Oid name, unsigned column, uint32_t row, const std::string& type) {
+    const uint32_t number = column * 1000 + row;
+    const size_t size = type.size() > 1 ? std::stoul(type.substr(1)) : 0;
+    std::string text = "c" + std::to_string(number);
+    switch (type.front()) {
+    case 'u':
+        return {std::move(name), 66, std::to_string(number)};
+    case 'c':
+        return {std::move(name), 70, std::to_string(uint64_t{number} << 32 | 7)};
+    case 'a':
+        return {
+            std::move(name),
+            64,
+            {0, static_cast<char>(number >> 16), static_cast<char>(number >> 8), static_cast<char>(number)}};
+    case 't':
+        return {std::move(name), 4, text.substr(0, size)};
+    case 'b':
+        text.resize(size);
+        return {std::move(name), 4, text};
+    default:
+        return {std::move(name), 2, std::to_string(number)};
+    }
+}
+
+class SnmpAnswers : public SnmpTables {
+protected:
+    // Of a row of make_rows(), which fills it with 1, 2, 0 and again in the order of columns.
+    std::vector<Answer> expected(const std::vector<Oid>& indexes) const {
+        std::vector<Answer> answers;
+        std::istringstream list(kColumns.at(GetParam().table));
+        for (std::string word; list >> word;) {
+            size_t digits = 0;
+            const auto column = static_cast<unsigned>(std::stoul(word, &digits));
+            for (size_t row = 0; row < indexes.size(); ++row) {
+                Oid name = variable_name(module, column, indexes[row]);
+                const ColumnDesc* stored = module.desc().column(static_cast<int>(column));
+                if (stored == nullptr) // one of the index
+                    answers.push_back(of_index(std::move(name), column, indexes[row], word[digits]));
+                else
+                    answers.push_back(
+                        expected_answer(std::move(name), column, filled(*stored, row), word.substr(digits)));
+            }
+        }
+        return answers;
+    }
+
+private:
+    Answer of_index(Oid name, unsigned column, const Oid& index, char type) const {
+        size_t place = 0;
+        while (module.desc().index[place].number != static_cast<int>(column))
+            ++place;
+        const auto value = static_cast<uint32_t>(index[place]);
+        return type == 'u' ? Answer{std::move(name), 66, std::to_string(value)}
+                           : Answer{std::move(name), 2, std::to_string(static_cast<int32_t>(value))};
+    }
+    uint32_t filled(const ColumnDesc& column, size_t row) const {
+        const auto place = static_cast<size_t>(&column - module.desc().columns.data());
+        return static_cast<uint32_t>((row * module.desc().columns.size() + place + 1) % 3);
+    }
+};
+
+TEST_P(SnmpAnswers, GetAnswersEachVariableWithItsTypeAndValue) {
+    for (const Answer& answer : expected(make_rows())) {
+        Pdu pdu(module);
+        pdu.add(answer.name).run(MODE_GET);
+        EXPECT_EQ(answer_of(pdu), answer);
+    }
+}
+
+TEST_P(SnmpAnswers, GetNextLeadsFromEachVariableToTheNext) {
+    Oid at(module.table_oid().begin(), module.table_oid().end());
+    for (const Answer& answer : expected(make_rows())) {
+        Pdu pdu(module);
+        pdu.add(at).run(MODE_GETNEXT);
+        ASSERT_EQ(answer_of(pdu), answer);
+        at = answer.name;
+    }
+    Pdu end(module);
+    end.add(at).run(MODE_GETNEXT);
+    EXPECT_TRUE(end.type() == ASN_NULL || end.type() == SNMP_NOSUCHOBJECT);
+}
+
 TEST_P(SnmpTables, GetAnswersEachColumn) {
     const std::vector<Oid> indexes = make_rows();
     for (size_t row = 0; row < indexes.size(); ++row) {
@@ -341,6 +458,7 @@ std::string name_of_table(const testing::TestParamInfo<Expected>& info) {
     return info.param.table;
 }
 INSTANTIATE_TEST_SUITE_P(Every, SnmpTables, testing::ValuesIn(kTables), name_of_table);
+INSTANTIATE_TEST_SUITE_P(Every, SnmpAnswers, testing::ValuesIn(kTables), name_of_table);
 
 class SnmpStart : public SnmpTest {};
 

@@ -96,7 +96,8 @@ std::string padded(std::string text) {
 }
 
 MATCHER_P4(Is, name, type, bytes, number, "") {
-    return arg.name == name && arg.type == static_cast<int>(type) && arg.bytes == bytes && arg.number == number;
+    return arg.name == name && arg.type == static_cast<int>(type) && arg.bytes == bytes &&
+           arg.number == number;
 }
 
 const char BUILT_IN[] = "exit 1";

@@ -1,3 +1,5 @@
+#include <chrono>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -63,6 +65,7 @@ TEST_F(PlatformLog, DropsALineThatCannotBeWritten) {
 TEST_F(PlatformLog, GoesOnInANewFileWhenTheOldOneIsMovedAway) {
     ov_log_util(nullptr, 20, "LIB", "a.cpp", 1, "f", "old");
     std::filesystem::rename(dir_.file("log"), dir_.file("log.1"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(25)); // found out at the clock's next tick
     ov_log_util(nullptr, 20, "LIB", "a.cpp", 2, "f", "new");
     EXPECT_EQ(log(), "20 [LIB] a.cpp:2 f: new\n");
 }

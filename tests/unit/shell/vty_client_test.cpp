@@ -176,4 +176,56 @@ TEST(VtyClient, LineTheDaemonCannotTakeIsNotSent) {
     EXPECT_EQ(client.run(std::string(vty_client::max_line, 'x')).text, "ok");
 }
 
+TEST(VtyClient, AnswersComeInTheOrderOfTheLinesSentAhead) {
+    Daemon daemon({{"one\0\0\0\0"s}, {"two\0\0\0\1"s}});
+    vty_client client(daemon.path);
+    client.send("first");
+    client.send("second");
+    EXPECT_EQ(client.unanswered(), 2u);
+    EXPECT_EQ(client.receive()->text, "one");
+    const auto second = client.receive();
+    EXPECT_EQ(second->text, "two");
+    EXPECT_EQ(second->result, 1);
+    EXPECT_EQ(client.unanswered(), 0u);
+}
+
+TEST(VtyClient, WaitingEndsAtItsTimeAndTheAnswerComesLater) {
+    Daemon daemon({{"half "s, "", "", "", "", "", "",
+                    "",       "", "", "", "", "", "",
+                    "",       "", "", "", "", "", "an answer\0\0\0\0"s}});
+    vty_client client(daemon.path);
+    client.send("x");
+    EXPECT_FALSE(client.receive(20));
+    EXPECT_EQ(client.receive()->text, "half an answer");
+}
+
+TEST(VtyClient, WaitingEndsWhenTheOtherDescriptorIsReadable) {
+    Daemon daemon({{"x\0\0\0\0"s}});
+    vty_client client(daemon.path);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], "", 1), 1);
+    EXPECT_FALSE(client.receive(-1, ends[0]));
+    close(ends[0]);
+    close(ends[1]);
+    EXPECT_EQ(client.run("x").text, "x");
+}
+
+TEST(VtyClient, RefusedLineKeepsItsPlaceAmongTheAnswers) {
+    Daemon daemon({{"one\0\0\0\0"s}, {"two\0\0\0\0"s}});
+    vty_client client(daemon.path);
+    client.send("short");
+    client.send(std::string(vty_client::max_line + 1, 'x'));
+    client.send("short");
+    EXPECT_EQ(client.receive()->text, "one");
+    EXPECT_EQ(client.receive()->text, "% Command is too long.\n");
+    EXPECT_EQ(client.receive()->text, "two");
+}
+
+TEST(VtyClient, AnswerThatNobodyAskedForIsAnError) {
+    Daemon daemon({{"x\0\0\0\0y\0\0\0\0"s}});
+    vty_client client(daemon.path);
+    EXPECT_THROW(client.run("x"), vty_client_error);
+}
+
 } // namespace

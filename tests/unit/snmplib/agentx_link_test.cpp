@@ -68,6 +68,39 @@ TEST(AgentxLink, AMuteMasterHoldsTheStartForOneAnswerOnly) {
     });
 }
 
+TEST(AgentxLink, HasRoomUntilTheMastersQueueFillsUp) {
+    private_root::run([] {
+        const LogCapture log;
+        agentx_link_init();
+        EXPECT_TRUE(agentx_link_has_room()); // nobody is there
+        const int listener = start_mute_master(1);
+        netsnmp_transport* link = netsnmp_transport_open_client("agentx", "gponagentx:/var/agentx/master");
+        ASSERT_NE(link, nullptr);
+        const int master = accept(listener, nullptr, nullptr);
+        EXPECT_TRUE(agentx_link_has_room());
+
+        std::string notify(400, '\0');
+        notify[0] = 1;
+        notify[1] = 12;
+        int sent = 0;
+        const int took = milliseconds_of([&] {
+            for (; sent < 100000 && agentx_link_has_room(); sent++)
+                ASSERT_EQ(link->f_send(link, notify.data(), int(notify.size()), nullptr, nullptr),
+                          int(notify.size()));
+        });
+        EXPECT_GT(sent, 10);
+        EXPECT_LT(sent, 100000);
+        EXPECT_LT(took, AGENTX_REPLY_MS); // it didn't have to wait for the master
+
+        std::string heard(notify.size() * size_t(sent), '\0');
+        ASSERT_EQ(recv(master, heard.data(), heard.size(), MSG_WAITALL), ssize_t(heard.size()));
+        EXPECT_TRUE(agentx_link_has_room());
+        link->f_close(link);
+        netsnmp_transport_free(link);
+        EXPECT_TRUE(agentx_link_has_room());
+    });
+}
+
 TEST(AgentxLink, OnlyRequestsOfOursWaitForTheMaster) {
     EXPECT_TRUE(agentx_link_waits_for_answer(1));   // open
     EXPECT_TRUE(agentx_link_waits_for_answer(3));   // register

@@ -54,6 +54,7 @@ public:
     void open(hal_recv_handle recv = nullptr) {
         hal_init(HAL_GPON, frr_master(), recv);
         ASSERT_NE(g_agent_msg_tx_cb, nullptr);
+        ASSERT_EQ(g_agent_msg_tx_cb->timeout, 12);
         g_agent_msg_tx_cb->timeout = 1;
     }
     static void activate(unsigned short slot) { hal_slot_active_flag_set("test", 0, slot); }

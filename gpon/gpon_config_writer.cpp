@@ -1,0 +1,209 @@
+#include "gpon_config_writer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "app_rows.h"
+#include "gpon_config_parts.h"
+#include "kavo_cmd.h"
+#include "kavo_vty_object.h"
+#include "ov_ifindex.h"
+#include "sOnuSrvProfileTable.h"
+
+namespace {
+
+using ConfigPart = int(struct vty*);
+using PortPart = int(struct vty*, const ov_sPonTable_attr_t&);
+using OnuPart = int(struct vty*, const gpon_config_onu_t&);
+
+enum class Block { GPON, PON_PORTS, UPLINKS };
+
+struct BlockPart {
+    Block block;
+    ConfigPart* print;
+};
+
+#define CONFIG_PART(block, function) {Block::block, function},
+#define PORT_PART(function)
+#define ONU_PART(function)
+constexpr BlockPart config_parts[] = {
+#include "config_parts.def"
+};
+#undef CONFIG_PART
+#undef PORT_PART
+#define CONFIG_PART(block, function)
+#define PORT_PART(function) function,
+constexpr PortPart* port_parts[] = {
+#include "config_parts.def"
+};
+#undef PORT_PART
+#undef ONU_PART
+#define PORT_PART(function)
+#define ONU_PART(function) function,
+constexpr OnuPart* onu_parts[] = {
+#include "config_parts.def"
+};
+#undef CONFIG_PART
+#undef PORT_PART
+#undef ONU_PART
+
+// Room for "interface gpon-onu31/15:128"; for a service profile's head with its type's name.
+constexpr size_t HEAD_SIZE = 40;
+constexpr size_t PROFILE_HEAD_SIZE = 100;
+
+void port_head(char (&head)[HEAD_SIZE], mib_long slot, mib_long port) {
+    snprintf(head, sizeof(head), "interface gpon-olt%d/%d", slot, port);
+}
+
+void onu_head(char (&head)[HEAD_SIZE], mib_long slot, mib_long port, mib_long onu) {
+    snprintf(head, sizeof(head), "interface gpon-onu%d/%d:%d", slot, port, onu);
+}
+
+void profile_head(char (&head)[PROFILE_HEAD_SIZE], const ov_sOnuSrvProfileTable_attr_t& profile) {
+    snprintf(head, sizeof(head), "onu-srvprofile profile-id %d onu-type %s",
+             static_cast<int>(profile.onuSrvProfileId), profile.sOnuTypeProfileName);
+}
+
+// Whether a block is asked for.
+bool wanted(const struct vty* vty, const char* head) {
+    if (vty->write_term_flag != WRITE_TERM_CURRENT && vty->write_term_flag != WRITE_TERM_INTERFACE)
+        return true;
+    return strcmp(head, vty->write_term_info) == 0;
+}
+
+void print_head(struct vty* vty, const char* head) {
+    vty_out(vty, "%s%s", head, kavo_newline(vty));
+}
+
+int print_block_parts(struct vty* vty, Block block) {
+    int lines = 0;
+    for (const BlockPart& part : config_parts)
+        if (part.block == block)
+            lines += part.print(vty);
+    return lines;
+}
+
+int print_onu_parts(struct vty* vty, const gpon_config_onu_t& onu) {
+    int lines = 0;
+    for (OnuPart* print : onu_parts)
+        lines += print(vty, onu);
+    return lines;
+}
+
+int print_port(struct vty* vty, const ov_sPonTable_attr_t& port) {
+    char head[HEAD_SIZE];
+    port_head(head, port.slotID, port.portID);
+    if (!wanted(vty, head))
+        return 0;
+    print_head(vty, head);
+    int lines = 1;
+    for (PortPart* print : port_parts)
+        lines += print(vty, port);
+    return lines;
+}
+
+int print_onu(struct vty* vty, const ov_sOnuTable_attr_t& onu) {
+    char head[HEAD_SIZE];
+    onu_head(head, onu.slotID, onu.portID, onu.onuId);
+    if (!wanted(vty, head))
+        return 0;
+    print_head(vty, head);
+    return 1 + print_onu_parts(vty, {onu.slotID, onu.portID, onu.onuId, &onu});
+}
+
+// A profile without a name of its own is called by its id.
+int print_profile_name(struct vty* vty, const ov_sOnuSrvProfileTable_attr_t& profile) {
+    const std::string id = std::to_string(profile.onuSrvProfileId);
+    if (profile.onuSrvProfileName == id || !gpon_config_is_word(profile.onuSrvProfileName))
+        return 0;
+    vty_out(vty, " profile-name %s%s", profile.onuSrvProfileName, kavo_newline(vty));
+    return 1;
+}
+
+int print_profile(struct vty* vty, const ov_sOnuSrvProfileTable_attr_t& profile) {
+    char head[PROFILE_HEAD_SIZE];
+    profile_head(head, profile);
+    if (!wanted(vty, head) || !gpon_config_is_word(profile.sOnuTypeProfileName))
+        return 0;
+    print_head(vty, head);
+    const int lines = 1 + print_profile_name(vty, profile);
+    return lines + print_onu_parts(vty, {GPON_TEMPLATE_SLOT, GPON_TEMPLATE_PORT,
+                                         static_cast<mib_long>(profile.onuSrvProfileId), nullptr});
+}
+
+// The head names the profile's type, which only its row knows.
+void profile_head_of(mib_long profile_id, char (&head)[PROFILE_HEAD_SIZE]) {
+    ov_sOnuSrvProfileTable_attr_t key = {};
+    key.onuSrvProfileId = static_cast<mib_ulong>(profile_id);
+    head[0] = '\0';
+    if (const auto* profile = find_row(key); profile != nullptr)
+        profile_head(head, *profile);
+}
+
+} // namespace
+
+bool gpon_config_is_word(const char* text) {
+    const std::string_view word = text;
+    if (word.empty() || word.back() == '|')
+        return false;
+    return std::all_of(word.begin(), word.end(), [](char c) { return c > ' ' && c <= '~'; });
+}
+
+void gpon_config_current_head(struct vty* vty, char* head, size_t size) {
+    ov_ifindex_t ifindex = 0;
+    char port[HEAD_SIZE] = "";
+    char profile[PROFILE_HEAD_SIZE] = "";
+    ov_get_ifindex_from_vtysh(vty, &ifindex);
+    const auto slot = static_cast<mib_long>(ov_ifindex_get_slot_id(ifindex));
+    const auto port_id = static_cast<mib_long>(ov_ifindex_get_port_id(ifindex));
+    switch (vty->node) {
+    case IF_GPON_NODE:
+        port_head(port, slot, port_id);
+        break;
+    case GPON_ONU_NODE:
+        onu_head(port, slot, port_id, static_cast<mib_long>(ov_ifindex_get_subport_id(ifindex)));
+        break;
+    case ONU_SRV_PROFILE_NODE:
+        profile_head_of(static_cast<mib_long>(ov_ifindex_get_subport_id(ifindex)), profile);
+        break;
+    default:
+        break;
+    }
+    snprintf(head, size, "%s%s", port, profile);
+}
+
+int ov_gpon_cli_gpon_cfg(struct vty* vty) {
+    vty_out(vty, "gpon%s", kavo_newline(vty));
+    if (vty->write_term_flag == WRITE_TERM_INTERFACE)
+        return 1;
+    return 1 + print_block_parts(vty, Block::GPON);
+}
+
+int ov_gpon_cli_pon_port_cfg(struct vty* vty) {
+    int lines = print_block_parts(vty, Block::PON_PORTS);
+    for (const auto& port : all_rows<ov_sPonTable_attr_t>())
+        lines += print_port(vty, port);
+    return lines;
+}
+
+int ov_gpon_cli_uplink_if_cfg(struct vty* vty) {
+    return print_block_parts(vty, Block::UPLINKS);
+}
+
+int ov_gpon_cli_onu_cfg(struct vty* vty) {
+    if (vty->cfg_node == ONU_SRV_PROFILE_NODE)
+        return ov_gpon_cli_onu_srvprofile_setname_cfg(vty);
+    int lines = 0;
+    for (const auto& onu : all_rows<ov_sOnuTable_attr_t>())
+        lines += print_onu(vty, onu);
+    return lines;
+}
+
+int ov_gpon_cli_onu_srvprofile_setname_cfg(struct vty* vty) {
+    int lines = 0;
+    for (const auto& profile : all_rows<ov_sOnuSrvProfileTable_attr_t>())
+        lines += print_profile(vty, profile);
+    return lines;
+}

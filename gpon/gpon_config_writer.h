@@ -1,0 +1,23 @@
+// The writers of the saved configuration: one for each node, called by "write terminal" and its kin. What is
+// asked for stands in the session: write_term_flag, and for one object the head line of its block in
+// write_term_info. A writer prints its blocks and returns how many lines it printed.
+#pragma once
+
+#include <cstddef>
+
+struct vty;
+
+// The profiles and the settings of the whole system.
+int ov_gpon_cli_gpon_cfg(struct vty* vty);
+// The PON ports.
+int ov_gpon_cli_pon_port_cfg(struct vty* vty);
+// The uplink ports.
+int ov_gpon_cli_uplink_if_cfg(struct vty* vty);
+// The ONUs; on the node of ONU service profiles, those.
+int ov_gpon_cli_onu_cfg(struct vty* vty);
+// The ONU service profiles with their names and template rows.
+int ov_gpon_cli_onu_srvprofile_setname_cfg(struct vty* vty);
+
+// For "write terminal current": the head line of the block of the session's object, "" on a node whose block
+// has no object.
+void gpon_config_current_head(struct vty* vty, char* head, size_t size);

@@ -1,0 +1,11 @@
+#include "ov_gpon_olt_cli.h"
+
+#include "cli_themes.h"
+#include "ov_gpon_onu_cli.h"
+
+void gpon_vty_olt_cli_init() {
+    // TODO: performance, optics and upgrades
+    gpon_port_cli_init();
+    gpon_onu_life_cli_init();
+    gpon_onu_show_cli_init();
+}

@@ -1,0 +1,5 @@
+// The commands of PON ports. Each init installs its theme; main thread, at start, behind the nodes.
+#pragma once
+
+// Settings of a port.
+void gpon_port_cli_init();

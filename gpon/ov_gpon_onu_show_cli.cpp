@@ -1,0 +1,328 @@
+// What is shown of ONUs: those that are configured, those that aren't, their past and their readings.
+#include <algorithm>
+#include <cctype>
+#include <ctime>
+#include <string>
+
+#include "kavo_cmd_rows.h"
+#include "kavo_if.h"
+#include "onu_auth_forms.h"
+#include "ov_gpon_onu_cli.h"
+#include "sOnuExtendInfoTable.h"
+#include "sOnuHistoryTable.h"
+#include "sOnuInitTable.h"
+
+namespace {
+
+using Onu = ov_sOnuTable_attr_t;
+using UnknownOnu = ov_sOnuInitTable_attr_t;
+using History = ov_sOnuHistoryTable_attr_t;
+using Readings = ov_sOnuExtendInfoTable_attr_t;
+
+// ---- which ONUs -----------------------------------------------------------------------------------------
+
+constexpr mib_long ANY = 0;
+
+struct Scope {
+    mib_long slot = ANY;
+    mib_long port = ANY;
+    mib_long onu = ANY;
+
+    void narrow_to(ov_ifindex_t port_index) {
+        slot = static_cast<mib_long>(ov_ifindex_get_slot_id(port_index));
+        port = static_cast<mib_long>(ov_ifindex_get_port_id(port_index));
+    }
+};
+
+// On a PON port its own ONUs, elsewhere all.
+Scope scope_of(const struct vty* vty) {
+    Scope scope;
+    ov_ifindex_t ifindex = 0;
+    if (vty->node == IF_GPON_NODE && ov_get_ifindex_from_vtysh(vty, &ifindex) == 0)
+        scope.narrow_to(ifindex);
+    return scope;
+}
+
+// Narrows to the port that a command names; false, behind a line, for a name that is none of a PON port.
+bool narrow_to_port(struct vty* vty, const char* name, Scope& scope) {
+    const ov_ifindex_t ifindex = uif_get_ifindex_by_name(name);
+    if (ifindex == OV_IFINDEX_INVALID || ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GPON) {
+        vty_out(vty, "%% %s is not a PON port%s", name, kavo_newline(vty));
+        return false;
+    }
+    scope.narrow_to(ifindex);
+    return true;
+}
+
+// The rows of the ports in scope. Costs by the rows of the port when there is just one.
+template <typename Row>
+RowsUnder<Row> rows_of_ports(const Scope& scope) {
+    Row key = {};
+    key.shelfID = GPON_CLI_SHELF;
+    key.slotID = scope.slot;
+    key.portID = scope.port;
+    return rows_under(key, scope.port == ANY ? 1 : INDEX_TO_PORT);
+}
+
+// ---- words and texts ------------------------------------------------------------------------------------
+
+// The name of a number of an enumeration, the number itself for any other.
+std::string value_name(unsigned column, mib_long value) {
+    for (const ColName& named : table_desc_sOnuTable.column(static_cast<int>(column))->names)
+        if (named.value == value)
+            return named.name;
+    return std::to_string(value);
+}
+
+template <typename Row>
+std::string place(const Row& row) {
+    return std::to_string(row.slotID) + "/" + std::to_string(row.portID) + ":" + std::to_string(row.onuId);
+}
+
+// "sn:ABCD01234567 pw:secret", of those that are given.
+class Labelled {
+public:
+    Labelled& add(const char* label, const char* text) {
+        if (*text != '\0')
+            text_ += (text_.empty() ? "" : " ") + (label + (":" + gpon_cli_shown(text)));
+        return *this;
+    }
+    const char* text() const { return text_.c_str(); }
+
+private:
+    std::string text_;
+};
+
+// ---- states ---------------------------------------------------------------------------------------------
+
+constexpr char STATE_FORMAT[] = "%-10s %-12s %-18s %-10s %-45s %-15s %-12s%s";
+constexpr size_t STATE_WIDTH = 127;
+
+void print_state_head(struct vty* vty, const char* nl) {
+    vty_out(vty, "%s", nl);
+    vty_out(vty, STATE_FORMAT, "onu", "state", "onu type", "auth", "known by", "version", "name", nl);
+    vty_out(vty, "%s%s", std::string(STATE_WIDTH, '-').c_str(), nl);
+}
+
+void print_state(struct vty* vty, const Onu& row, const char* nl) {
+    using namespace sOnuTable_column;
+    Labelled known_by;
+    if (const OnuAuthForm* form = onu_auth_form_of(row.sOnuTableAuthMode); form != nullptr) {
+        known_by.add(form->keyword, row.*form->first.text);
+        if (form->second.column != 0)
+            known_by.add("pw", row.*form->second.text);
+    }
+    vty_out(
+        vty, STATE_FORMAT, place(row).c_str(), value_name(sOnuTableOnuState, row.sOnuTableOnuState).c_str(),
+        gpon_cli_shown(row.sOnuTableOnuTypeProfileName).c_str(),
+        value_name(sOnuTableAuthMode, row.sOnuTableAuthMode).c_str(), known_by.text(),
+        gpon_cli_shown(row.sOnuTableOnuActVersion).c_str(), gpon_cli_shown(row.sOnuTableOnuName).c_str(), nl);
+}
+
+// Prints the ONUs in scope for which `wanted` holds, those of a port when there is a name. As in every list
+// the heading comes first, whatever becomes of the name.
+template <typename Wanted>
+int show_states(struct vty* vty, Scope scope, const char* port_name, Wanted wanted) {
+    const char* nl = kavo_newline(vty);
+    int count = 0;
+    print_state_head(vty, nl);
+    if (port_name != nullptr && !narrow_to_port(vty, port_name, scope))
+        return KAVO_CLI_BAD_INPUT;
+    for (const Onu& row : rows_of_ports<Onu>(scope)) {
+        if ((scope.onu != ANY && row.onuId != scope.onu) || !wanted(row))
+            continue;
+        print_state(vty, row, nl);
+        count++;
+    }
+    vty_out(vty, "total %d%s", count, nl);
+    return 0;
+}
+
+bool all_of_them(const Onu& /*row*/) {
+    return true;
+}
+
+// [<1-128>]
+int ov_gpon_olt_show_onu_state_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
+                                   const char** argv) {
+    Scope scope = scope_of(vty);
+    if (argc > 0)
+        scope.onu = gpon_cli_number(argv[0]);
+    return show_states(vty, scope, nullptr, all_of_them);
+}
+
+// IFNAME [<1-128>]
+int ov_gpon_olt_show_int_onu_id_state_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
+                                          const char** argv) {
+    Scope scope;
+    if (argc > 1)
+        scope.onu = gpon_cli_number(argv[1]);
+    return show_states(vty, scope, argv[0], all_of_them);
+}
+
+// ---- ONUs with a text -----------------------------------------------------------------------------------
+
+// Labels on ONUs have their serial numbers in capital or in small letters.
+bool contains(std::string_view text, std::string_view part) {
+    const auto same = [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); };
+    return std::search(text.begin(), text.end(), part.begin(), part.end(), same) != text.end();
+}
+
+// The text that a keyword of "show onu filter" asks for.
+const char* filtered_text(const Onu& row, const char* keyword) {
+    switch (keyword[0]) {
+    case 's':
+        return row.sOnuTableSn;
+    case 'l':
+        return row.sOnuTableLoid;
+    case 'n':
+        return row.sOnuTableOnuName;
+    default:
+        return row.sOnuTableAuthMode == SONUTABLEAUTHMODE_LOIDPW ? row.sOnuTableLoidPw : row.sOnuTablePw;
+    }
+}
+
+// (sn|pwd|loid|name) STR
+int ov_gpon_olt_show_onu_filter_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                    const char** argv) {
+    return show_states(vty, scope_of(vty), nullptr,
+                       [argv](const Onu& row) { return contains(filtered_text(row, argv[0]), argv[1]); });
+}
+
+// ---- ONUs that aren't configured ------------------------------------------------------------------------
+
+constexpr char UNKNOWN_FORMAT[] = "%10s %10s  %-20s  %s%s";
+
+void ov_gpon_cli_dump_uncfg_onu_head(struct vty* vty, const char* nl) {
+    vty_out(vty, "%s", nl);
+    vty_out(vty, UNKNOWN_FORMAT, "slot", "port", "serial number", "registered as", nl);
+}
+
+// [IFNAME]
+int ov_gpon_show_uncfg_onu_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
+    Scope scope = scope_of(vty);
+    const char* nl = kavo_newline(vty);
+    int count = 0;
+    ov_gpon_cli_dump_uncfg_onu_head(vty, nl);
+    if (argc > 0 && !narrow_to_port(vty, argv[0], scope))
+        return KAVO_CLI_BAD_INPUT;
+    for (const UnknownOnu& row : rows_of_ports<UnknownOnu>(scope)) {
+        Labelled details;
+        details.add("pw", row.sOnuInitTablePw)
+            .add("loid", row.sOnuInitTableLoid)
+            .add("loid-pw", row.sOnuInitTableLoidPw)
+            .add("model", row.sOnuInitTableEqptId);
+        vty_out(vty, UNKNOWN_FORMAT, std::to_string(row.slotID).c_str(), std::to_string(row.portID).c_str(),
+                gpon_cli_shown(row.sOnuInitTableSn).c_str(), details.text(), nl);
+        count++;
+    }
+    vty_out(vty, "total %d%s", count, nl);
+    return 0;
+}
+
+// ---- history --------------------------------------------------------------------------------------------
+
+std::string time_text(mib_ulong seconds) {
+    char text[sizeof("2036-02-07 06:28:15")] = "-";
+    const auto time = static_cast<time_t>(seconds);
+    struct tm local = {};
+    if (seconds != 0 && localtime_r(&time, &local) != nullptr)
+        strftime(text, sizeof(text), "%F %T", &local);
+    return text;
+}
+
+void print_history_head(struct vty* vty, const char* nl) {
+    std::string line = "onu       ";
+    for (const char* period : {"1", "2", "3", "4", "5"})
+        for (const char* what : {"on ", "off "}) {
+            std::string heading = std::string(what) + period;
+            heading.resize(sizeof("2036-02-07 06:28:15") - 1, ' ');
+            line += " " + heading;
+        }
+    line.erase(line.find_last_not_of(' ') + 1);
+    vty_out(vty, "%s%s%s", nl, line.c_str(), nl);
+}
+
+void print_history(struct vty* vty, const History& row, const char* nl) {
+    vty_out(vty, "%-10s", place(row).c_str());
+    for (const mib_ulong time : {row.sOnuHistoryAuthTime1, row.sOnuHistoryOffTime1, row.sOnuHistoryAuthTime2,
+                                 row.sOnuHistoryOffTime2, row.sOnuHistoryAuthTime3, row.sOnuHistoryOffTime3,
+                                 row.sOnuHistoryAuthTime4, row.sOnuHistoryOffTime4, row.sOnuHistoryAuthTime5,
+                                 row.sOnuHistoryOffTime5})
+        vty_out(vty, " %-19s", time_text(time).c_str());
+    vty_out(vty, "%s", nl);
+}
+
+int ov_gpon_olt_show_onu_history_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                     const char** /*argv*/) {
+    const char* nl = kavo_newline(vty);
+    int count = 0;
+    print_history_head(vty, nl);
+    for (const History& row : rows_of_ports<History>(scope_of(vty))) {
+        print_history(vty, row, nl);
+        count++;
+    }
+    vty_out(vty, "total %d%s", count, nl);
+    return 0;
+}
+
+// ---- readings -------------------------------------------------------------------------------------------
+
+// Fetches one reading of an ONU from its card. 0, or the result of a failure, behind a line.
+int fetch(struct vty* vty, const Scope& scope, unsigned column, Readings& row) {
+    row = {};
+    row.shelfID = GPON_CLI_SHELF;
+    row.slotID = scope.slot;
+    row.portID = scope.port;
+    row.onuId = scope.onu;
+    if (find_row(onu_key<Onu>(row)) == nullptr) {
+        vty_out(vty, "%%Onu %d not exist%s", scope.onu, kavo_newline(vty));
+        return KAVO_CLI_BAD_INPUT;
+    }
+    if (!mib_access(MIB_GET, row, gpon_cli_columns({column})))
+        return gpon_cli_fail(vty, "%%Failed to get port info %s");
+    return 0;
+}
+
+void print_reading(struct vty* vty, const Readings& row, const char* heading, const std::string& value) {
+    const char* nl = kavo_newline(vty);
+    vty_out(vty, "%s%-10s %10s%s%-10s %10s%s", nl, "onu", heading, nl, place(row).c_str(), value.c_str(), nl);
+}
+
+// IFNAME <1-128>
+int ov_distance_onu_show_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
+    Scope scope;
+    if (!narrow_to_port(vty, argv[0], scope))
+        return KAVO_CLI_BAD_INPUT;
+    scope.onu = gpon_cli_number(argv[1]);
+    Readings row;
+    if (const int refusal =
+            fetch(vty, scope, sOnuExtendInfoTable_column::sOnuExtendInfoPhysicalDistance, row);
+        refusal != 0)
+        return refusal;
+    print_reading(vty, row, "distance", std::to_string(row.sOnuExtendInfoPhysicalDistance));
+    return 0;
+}
+
+// <1-128>
+int ov_show_gpon_olt_module_rxpower_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                        const char** argv) {
+    Scope scope = scope_of(vty);
+    scope.onu = gpon_cli_number(argv[0]);
+    Readings row;
+    if (const int refusal = fetch(vty, scope, sOnuExtendInfoTable_column::sOnuExtendInfoOltRxPower, row);
+        refusal != 0)
+        return refusal;
+    print_reading(vty, row, "rx power", std::to_string(row.sOnuExtendInfoOltRxPower));
+    return 0;
+}
+
+const kavo_cmd_t onu_show_cmds[] = {
+#include "commands/onu_show.def"
+};
+
+} // namespace
+
+void gpon_onu_show_cli_init() {
+    kavo_cmd_install(onu_show_cmds);
+}

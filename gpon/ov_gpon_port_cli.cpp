@@ -1,0 +1,414 @@
+// Settings of a PON port.
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string>
+
+#include "app_rows.h"
+#include "gpon_cli.h"
+#include "gpon_config_parts.h"
+#include "kavo_cmd_rows.h"
+#include "kavo_vty_object.h"
+#include "ov_app_gpon_onusrv_batch_config.h"
+#include "ov_app_gpon_port.h"
+#include "ov_gpon_olt_cli.h"
+#include "ov_ifindex.h"
+#include "table_record.h"
+
+namespace {
+
+namespace column = sPonTable_column;
+
+// ---- a column of the session's port --------------------------------------------------------------------
+
+enum class ValueFrom { SWITCH, NUMBER, ZERO };
+
+struct PortSetting {
+    unsigned column;
+    ValueFrom value;
+    const char* failure;
+    int result; // of a failure
+    const char* line;
+};
+
+// A record with the index of the session's port and nothing else.
+ov_sPonTable_attr_t port_key(const struct vty* vty) {
+    ov_ifindex_t ifindex = 0;
+    ov_get_ifindex_from_vtysh(vty, &ifindex);
+    ov_sPonTable_attr_t row = {};
+    sPonTable_SetIndex(&row, GPON_CLI_SHELF, static_cast<mib_long>(ov_ifindex_get_slot_id(ifindex)),
+                       static_cast<mib_long>(ov_ifindex_get_port_id(ifindex)));
+    return row;
+}
+
+// The stored row of the session's port, null when the port has none.
+const ov_sPonTable_attr_t* port_row(const struct vty* vty) {
+    return find_row(port_key(vty));
+}
+
+int edit_port(struct vty* vty, ov_sPonTable_attr_t& row, MIB_Flags_t flags, const char* failure,
+              int result = KAVO_CLI_FAILED) {
+    if (ov_app_gpon_port_edit(&row, &flags) == OV_GPON_RET_OK)
+        return 0;
+    return gpon_cli_fail(vty, failure, result);
+}
+
+mib_long value_of(const PortSetting& setting, const char* word) {
+    switch (setting.value) {
+    case ValueFrom::SWITCH:
+        return gpon_cli_is_enable(word) ? 1 : 0;
+    case ValueFrom::NUMBER:
+        return gpon_cli_number(word);
+    default:
+        return 0;
+    }
+}
+
+// Writes the setting's column; word is the argument that it comes from.
+int set_port(struct vty* vty, const PortSetting& setting, const char* word) {
+    ov_sPonTable_attr_t row = port_key(vty);
+    record_put(&row, table_desc_sPonTable.column(static_cast<int>(setting.column))->offset,
+               value_of(setting, word));
+    return edit_port(vty, row, gpon_cli_columns({setting.column}), setting.failure, setting.result);
+}
+
+#define PORT_SETTING(handler, column_name, value, failure, result, line)                                     \
+    {column::column_name, ValueFrom::value, failure, result, line},
+constexpr PortSetting settings[] = {
+#include "port_settings.def"
+};
+#undef PORT_SETTING
+
+// The handlers of the settings, by the numbers of their lines.
+enum SettingNumber {
+#define PORT_SETTING(handler, column_name, value, failure, result, line) handler##_number,
+#include "port_settings.def"
+#undef PORT_SETTING
+};
+#define PORT_SETTING(handler, column_name, value, failure, result, line)                                     \
+    int handler(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {            \
+        return set_port(vty, settings[handler##_number], argv[0]);                                           \
+    }
+#include "port_settings.def"
+#undef PORT_SETTING
+
+// (protocol|data) (enable|disable)
+int ov_olt_performace_statistic_tca_report_cli(struct cmd_element* self, struct vty* vty, int argc,
+                                               const char** argv) {
+    return argv[0][0] == 'p' ? pm_protocol(self, vty, argc - 1, argv + 1)
+                             : pm_data(self, vty, argc - 1, argv + 1);
+}
+
+// ---- ONUs that provision themselves ---------------------------------------------------------------------
+
+constexpr char AUTO_AUTHENTICATION_FAILED[] = "%%Failed to set onu auto authentication%s";
+constexpr char AUTO_FLOW_FAILED[] = "%%Failed to set onu auto flow%s";
+constexpr char AUTO_FLOW_DEL_FAILED[] = "%%Failed to del onu auto flow profile%s";
+
+// The id of a service profile's name; 0, which no profile has, and a line for an unknown one.
+mib_long profile_id_or_tell(struct vty* vty, const char* name) {
+    mib_ulong id = 0;
+    if (ov_app_gpon_onusrvprofile_getId(name, &id) == 0) {
+        gpon_cli_fail(vty, "%%Onu srv profile not exist%s");
+        return 0;
+    }
+    return static_cast<mib_long>(id);
+}
+
+int ov_onu_auto_learn_enable_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                 const char** /*argv*/) {
+    ov_sPonTable_attr_t row = port_key(vty);
+    return edit_port(vty, row, gpon_cli_columns({column::sPonTableAutoLearn}), AUTO_AUTHENTICATION_FAILED);
+}
+
+int ov_onu_auto_authentication_enable_auto_flow_disable_cli(struct cmd_element* /*self*/, struct vty* vty,
+                                                            int /*argc*/, const char** /*argv*/) {
+    ov_sPonTable_attr_t row = port_key(vty);
+    row.sPonTableAutoLearn = 1;
+    row.sPonTableAutoFlow = SPONTABLEAUTOFLOW_DISABLE;
+    return edit_port(vty, row, gpon_cli_columns({column::sPonTableAutoLearn, column::sPonTableAutoFlow}),
+                     AUTO_AUTHENTICATION_FAILED);
+}
+
+int enable_auto_flow(struct vty* vty, const char* profile, sPonTable_value config_onu_node) {
+    ov_sPonTable_attr_t row = port_key(vty);
+    row.sPonTableAutoLearn = 1;
+    row.sPonTableAutoFlow = SPONTABLEAUTOFLOW_ENABLE;
+    row.sPonTableAutoFlowConfigOnuNode = config_onu_node;
+    row.sPonTableSrvProfileID = profile_id_or_tell(vty, profile);
+    if (row.sPonTableSrvProfileID == 0)
+        return KAVO_CLI_BAD_INPUT;
+    return edit_port(
+        vty, row,
+        gpon_cli_columns({column::sPonTableAutoLearn, column::sPonTableAutoFlow,
+                          column::sPonTableSrvProfileID, column::sPonTableAutoFlowConfigOnuNode}),
+        AUTO_AUTHENTICATION_FAILED);
+}
+
+int ov_onu_auto_authentication_enable_auto_flow_enable_profileId_cli(struct cmd_element* /*self*/,
+                                                                     struct vty* vty, int /*argc*/,
+                                                                     const char** argv) {
+    return enable_auto_flow(vty, argv[0], SPONTABLEAUTOFLOWCONFIGONUNODE_DISABLE);
+}
+
+int ov_onu_auto_authentication_enable_auto_flow_enable_profileId_config_onu_node_cli(
+    struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
+    return enable_auto_flow(vty, argv[0], SPONTABLEAUTOFLOWCONFIGONUNODE_ENABLE);
+}
+
+// Kept for configurations of earlier releases.
+int ov_onu_auto_flow_enable_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                const char** /*argv*/) {
+    return gpon_cli_fail(vty, "%% legacy command for upgrade. please try new command!!%s", 0);
+}
+
+// ---- service profiles by kind of ONU -----------------------------------------------------------------
+
+int set_profile_of_kind(struct vty* vty, const char* kind, mib_long profile, const char* failure) {
+    const bool hgu = kind[0] == 'h';
+    ov_sPonTable_attr_t row = port_key(vty);
+    (hgu ? row.sPonTableHguSrvProfile : row.sPonTableSfuSrvProfile) = profile;
+    return edit_port(
+        vty, row, gpon_cli_columns({hgu ? column::sPonTableHguSrvProfile : column::sPonTableSfuSrvProfile}),
+        failure);
+}
+
+// (sfu|hgu) srv-profile NAME
+int ov_onu_auto_flow_config_by_onu_type_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                            const char** argv) {
+    const mib_long profile = profile_id_or_tell(vty, argv[1]);
+    if (profile == 0)
+        return KAVO_CLI_BAD_INPUT;
+    return set_profile_of_kind(vty, argv[0], profile, AUTO_FLOW_FAILED);
+}
+
+// The four slots of a port for vendors, and those for models: a service profile's id for each, and a name at
+// a fixed place, without terminator when it fills it.
+constexpr size_t AUTO_FLOW_SLOTS = 4;
+struct AutoFlowSlots {
+    const char* keyword;
+    unsigned ids_column;
+    unsigned names_column;
+    size_t shortest;
+    size_t name_size;
+    const char* bad_name;
+    const char* existed;
+};
+constexpr AutoFlowSlots vendor_slots = {
+    .keyword = "vendor",
+    .ids_column = column::sPonTableVendorSrvProfile,
+    .names_column = column::sPonTableVendorSrvProfileName,
+    .shortest = 4,
+    .name_size = sPonTable_limit::sPonTableVendorSrvProfileName / AUTO_FLOW_SLOTS,
+    .bad_name = "%%Invalid vendor name,must be 4 bytes%s",
+    .existed = "%%Vendor profile has existed%s",
+};
+constexpr AutoFlowSlots model_slots = {
+    .keyword = "model",
+    .ids_column = column::sPonTableModelSrvProfile,
+    .names_column = column::sPonTableModelSrvProfileName,
+    .shortest = 1,
+    .name_size = sPonTable_limit::sPonTableModelSrvProfileName / AUTO_FLOW_SLOTS,
+    .bad_name = "%%Invalid model name, length cannot exceed 20 bytes%s",
+    .existed = "%%Model profile has existed%s",
+};
+static_assert(vendor_slots.name_size == 4 && model_slots.name_size == 20);
+
+const AutoFlowSlots& slots_of(const char* keyword) {
+    return keyword[0] == 'v' ? vendor_slots : model_slots;
+}
+
+size_t ids_offset(const AutoFlowSlots& slots) {
+    return table_desc_sPonTable.column(static_cast<int>(slots.ids_column))->offset;
+}
+size_t name_offset(const AutoFlowSlots& slots, size_t slot) {
+    return table_desc_sPonTable.column(static_cast<int>(slots.names_column))->offset + slot * slots.name_size;
+}
+
+uint8_t slot_profile(const AutoFlowSlots& slots, const ov_sPonTable_attr_t& row, size_t slot) {
+    return record_get<uint8_t>(&row, ids_offset(slots) + slot);
+}
+std::string_view slot_name(const AutoFlowSlots& slots, const ov_sPonTable_attr_t& row, size_t slot) {
+    const char* name = record_bytes(&row) + name_offset(slots, slot);
+    return {name, strnlen(name, slots.name_size)};
+}
+
+void put_slot(const AutoFlowSlots& slots, ov_sPonTable_attr_t& row, size_t slot, std::string_view name,
+              mib_long profile) {
+    char* field = record_bytes(&row) + name_offset(slots, slot);
+    std::fill_n(field, slots.name_size, '\0');
+    name.copy(field, slots.name_size);
+    record_put(&row, ids_offset(slots) + slot, static_cast<uint8_t>(profile));
+}
+
+MIB_Flags_t slot_columns(const AutoFlowSlots& slots) {
+    return gpon_cli_columns({slots.ids_column, slots.names_column});
+}
+
+// Whether the slot is taken, or another one has the name.
+bool slot_exists(const AutoFlowSlots& slots, const ov_sPonTable_attr_t& row, size_t slot,
+                 std::string_view name) {
+    if (!slot_name(slots, row, slot).empty())
+        return true;
+    for (size_t other = 0; other < AUTO_FLOW_SLOTS; other++)
+        if (slot_name(slots, row, other) == name)
+            return true;
+    return false;
+}
+
+// (vendor|model) <1-4> STRING srv-profile NAME
+int ov_onu_auto_flow_config_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                const char** argv) {
+    const AutoFlowSlots& slots = slots_of(argv[0]);
+    const auto slot = static_cast<size_t>(gpon_cli_number(argv[1])) - 1;
+    const std::string_view name = argv[2];
+    const ov_sPonTable_attr_t* stored = port_row(vty);
+    if (stored == nullptr || stored->sPonTableAutoFlow == SPONTABLEAUTOFLOW_DISABLE)
+        return gpon_cli_fail(vty, "%%wrong operation, please enable auto flow firstly%s", KAVO_CLI_BAD_INPUT);
+    if (name.size() < slots.shortest || name.size() > slots.name_size)
+        return gpon_cli_fail(vty, slots.bad_name, KAVO_CLI_BAD_INPUT);
+    if (slot_exists(slots, *stored, slot, name))
+        return gpon_cli_fail(vty, slots.existed, KAVO_CLI_BAD_INPUT);
+    const mib_long profile = profile_id_or_tell(vty, argv[3]);
+    if (profile == 0)
+        return KAVO_CLI_BAD_INPUT;
+    ov_sPonTable_attr_t row = *stored;
+    put_slot(slots, row, slot, name, profile);
+    return edit_port(vty, row, slot_columns(slots), AUTO_FLOW_FAILED);
+}
+
+// (sfu|hgu), or (vendor|model) <1-4>
+int ov_no_onu_auto_flow_config_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
+                                   const char** argv) {
+    if (argc == 1)
+        return set_profile_of_kind(vty, argv[0], 0, AUTO_FLOW_DEL_FAILED);
+    const ov_sPonTable_attr_t* stored = port_row(vty);
+    if (stored == nullptr)
+        return gpon_cli_fail(vty, AUTO_FLOW_DEL_FAILED);
+    const AutoFlowSlots& slots = slots_of(argv[0]);
+    ov_sPonTable_attr_t row = *stored;
+    put_slot(slots, row, static_cast<size_t>(gpon_cli_number(argv[1])) - 1, "", 0);
+    return edit_port(vty, row, slot_columns(slots), AUTO_FLOW_DEL_FAILED);
+}
+
+// ---- rogue ONUs --------------------------------------------------------------------------------------
+
+// What is shown of a stage; the stages without a text have nothing to say to an operator.
+constexpr std::array<const char*, 9> rogue_stages = {
+    " STAGE1 Rogue onu detect start",
+    " STAGE2 Rogue onu detecting",
+    " STAGE3 Rogue onu detecting",
+    " STAGE4 Rogue onu detect complete",
+    " STAGE5 Have unconfig rogue onu",
+    nullptr, // STAGE6
+    " STAGE7 Stop rogue onu detect rudely",
+    nullptr, // STAGE8
+    nullptr, // STAGE9
+};
+
+// The stage is the card's and is asked for each time.
+int ov_show_rogue_onu_detect_state_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                       const char** /*argv*/) {
+    ov_sPonTable_attr_t row = port_key(vty);
+    if (!mib_access(MIB_GET, row, gpon_cli_columns({column::sPonTableRogueOnuDetectState})))
+        return gpon_cli_fail(vty, "%%Failed to get port info %s");
+    const auto stage = static_cast<size_t>(row.sPonTableRogueOnuDetectState);
+    if (stage < rogue_stages.size() && rogue_stages[stage] != nullptr)
+        vty_out(vty, "%s%s", rogue_stages[stage], kavo_newline(vty));
+    return 0;
+}
+
+const kavo_cmd_t port_cmds[] = {
+#include "commands/pon_port.def"
+};
+
+// ---- the saved configuration -------------------------------------------------------------------------
+
+// The name of a service profile, empty for an id that none has or a name that no command could hold.
+std::string profile_name(mib_long id) {
+    ov_sOnuSrvProfileTable_attr_t key = {};
+    key.onuSrvProfileId = static_cast<mib_ulong>(id);
+    const auto* profile = id != 0 ? find_row(key) : nullptr;
+    if (profile == nullptr || !gpon_config_is_word(profile->onuSrvProfileName))
+        return "";
+    return profile->onuSrvProfileName;
+}
+
+int print_authentication(struct vty* vty, const ov_sPonTable_attr_t& port, const char* nl) {
+    const std::string profile =
+        port.sPonTableAutoFlow != 0 ? profile_name(port.sPonTableSrvProfileID) : std::string();
+    if (!profile.empty()) {
+        vty_out(vty, " onu auto-authentication enable auto-flow enable def-srv-profile %s%s%s",
+                profile.c_str(), port.sPonTableAutoFlowConfigOnuNode != 0 ? " configure_onu_node enable" : "",
+                nl);
+        return 1;
+    }
+    if (port.sPonTableAutoLearn == 0)
+        return 0;
+    vty_out(vty, " onu auto-authentication enable%s", nl);
+    return 1;
+}
+
+int print_kind(struct vty* vty, const char* kind, mib_long profile_id, const char* nl) {
+    const std::string profile = profile_name(profile_id);
+    if (profile.empty())
+        return 0;
+    vty_out(vty, " onu-auto-flow %s srv-profile %s%s", kind, profile.c_str(), nl);
+    return 1;
+}
+
+int print_slots(struct vty* vty, const AutoFlowSlots& slots, const ov_sPonTable_attr_t& port,
+                const char* nl) {
+    int lines = 0;
+    for (size_t slot = 0; slot < AUTO_FLOW_SLOTS; slot++) {
+        const std::string name(slot_name(slots, port, slot));
+        const std::string profile = profile_name(slot_profile(slots, port, slot));
+        if (profile.empty() || !gpon_config_is_word(name.c_str()))
+            continue;
+        vty_out(vty, " onu-auto-flow %s %d %s srv-profile %s%s", slots.keyword, static_cast<int>(slot) + 1,
+                name.c_str(), profile.c_str(), nl);
+        lines++;
+    }
+    return lines;
+}
+
+// Auto flow has no command of its own to switch it on, and its slots can't be filled without: on a port that
+// has it but learns no ONUs it is switched on with the learning, and the learning off again behind the slots.
+int print_auto_flow(struct vty* vty, const ov_sPonTable_attr_t& port, const char* nl) {
+    const int authentication = print_authentication(vty, port, nl);
+    int lines = authentication;
+    lines += print_kind(vty, "sfu", port.sPonTableSfuSrvProfile, nl);
+    lines += print_kind(vty, "hgu", port.sPonTableHguSrvProfile, nl);
+    lines += print_slots(vty, vendor_slots, port, nl);
+    lines += print_slots(vty, model_slots, port, nl);
+    if (authentication == 0 || port.sPonTableAutoLearn != 0)
+        return lines;
+    vty_out(vty, " onu auto-authentication disable%s", nl);
+    return lines + 1;
+}
+
+int print_setting(struct vty* vty, const PortSetting& setting, const ov_sPonTable_attr_t& port) {
+    const ColumnDesc& desc = *table_desc_sPonTable.column(static_cast<int>(setting.column));
+    const auto value = record_get<mib_long>(&port, desc.offset);
+    if (value == desc.dflt || setting.line[0] == '\0')
+        return 0;
+    std::string line = setting.line;
+    const std::string word =
+        setting.value == ValueFrom::SWITCH ? (value != 0 ? "enable" : "disable") : std::to_string(value);
+    line.replace(line.find('%'), 2, word);
+    vty_out(vty, "%s%s", line.c_str(), kavo_newline(vty));
+    return 1;
+}
+
+} // namespace
+
+int ov_gpon_cli_pon_port_basic_cfg(struct vty* vty, const ov_sPonTable_attr_t& port) {
+    int lines = print_auto_flow(vty, port, kavo_newline(vty));
+    for (const PortSetting& setting : settings)
+        lines += print_setting(vty, setting, port);
+    return lines;
+}
+
+void gpon_port_cli_init() {
+    kavo_cmd_install(port_cmds);
+}

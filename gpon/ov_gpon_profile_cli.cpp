@@ -1,0 +1,307 @@
+#include "ov_gpon_profile_cli.h"
+
+#include <cstring>
+
+#include "app_rows.h"
+#include "gpon_cli.h"
+#include "gpon_config_parts.h"
+#include "kavo_cmd_rows.h"
+#include "ov_app_gpon_bwtype.h"
+#include "ov_app_gpon_onutype.h"
+#include "ov_app_gpon_rm_traffic.h"
+
+namespace {
+
+constexpr char DEFAULT_PROFILE[] = "default"; // of bandwidth and traffic, there from the start
+
+int bad_name_length(struct vty* vty) {
+    return gpon_cli_fail(vty, "%%Bad profile name length%s");
+}
+
+// ---- traffic -----------------------------------------------------------------------------------------
+
+// NAME cir N cbs N pir N pbs N
+int ov_traffice_profile_add_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                const char** argv) {
+    using namespace sRmTrafficProfileTable_column;
+    ov_sRmTrafficProfileTable_attr_t row = {};
+    if (!gpon_cli_copy_word(row.sRmTrafficProfileName, argv[0], GPON_CLI_SHORT_NAME_MAX))
+        return bad_name_length(vty);
+    row.sRmTrafficProfileCIR = static_cast<mib_ulong>(gpon_cli_number(argv[1]));
+    row.sRmTrafficProfileCBS = static_cast<mib_ulong>(gpon_cli_number(argv[2]));
+    row.sRmTrafficProfilePIR = static_cast<mib_ulong>(gpon_cli_number(argv[3]));
+    row.sRmTrafficProfilePBS = static_cast<mib_ulong>(gpon_cli_number(argv[4]));
+    if (row.sRmTrafficProfilePIR < row.sRmTrafficProfileCIR)
+        return gpon_cli_fail(vty, "%%Wrong parameter(pir >= cir)%s", KAVO_CLI_BAD_INPUT);
+    MIB_Flags_t flags = gpon_cli_columns({sRmTrafficProfileName, sRmTrafficProfileCIR, sRmTrafficProfileCBS,
+                                          sRmTrafficProfilePIR, sRmTrafficProfilePBS});
+    if (ov_app_gpon_rm_traffic_add(&row, &flags) == OV_GPON_RET_OK)
+        return 0;
+    vty_out(vty, "%%Failed to add bandwidth profile %s%s", argv[0], kavo_newline(vty)); // its old wording
+    return KAVO_CLI_FAILED;
+}
+
+int ov_traffic_profile_del_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                               const char** argv) {
+    ov_sRmTrafficProfileTable_attr_t row = {};
+    if (!gpon_cli_copy_word(row.sRmTrafficProfileName, argv[0], GPON_CLI_SHORT_NAME_MAX))
+        return bad_name_length(vty);
+    if (ov_app_gpon_rm_traffic_del(&row) == OV_GPON_RET_OK)
+        return 0;
+    vty_out(vty, "%%Failed to delete traffic profile %s%s", argv[0], kavo_newline(vty));
+    return KAVO_CLI_FAILED;
+}
+
+int ov_show_onu_traffic_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                    const char** /*argv*/) {
+    const char* nl = kavo_newline(vty);
+    int count = 0;
+    vty_out(vty, "%s%-33s %10s %10s %10s %10s%s", nl, "traffic profile", "cir", "cbs", "pir", "pbs", nl);
+    for (const auto& row : all_rows<ov_sRmTrafficProfileTable_attr_t>()) {
+        vty_out(vty, "%-33s %10u %10u %10u %10u%s", gpon_cli_shown(row.sRmTrafficProfileName).c_str(),
+                row.sRmTrafficProfileCIR, row.sRmTrafficProfileCBS, row.sRmTrafficProfilePIR,
+                row.sRmTrafficProfilePBS, nl);
+        count++;
+    }
+    vty_out(vty, "total %d%s", count, nl);
+    return 0;
+}
+
+// ---- bandwidth ---------------------------------------------------------------------------------------
+
+// The forms of the command, told by the words behind the name: "fixed F" has one, "(assured|maximum) N" a
+// keyword and a number, "assured A maximum M" two, "fixed F assured A maximum M" three. Amounts that a form
+// doesn't name are 0.
+void fill_bandwidth(ov_sBWProfileTable_attr_t& row, int argc, const char** argv) {
+    const char* const* word = argv + 1;
+    if (argc == 2) {
+        row.sBWProfileTableType = SBWPROFILETABLETYPE_TYPE1;
+        row.sBWProfileTableFixBw = gpon_cli_number(word[0]);
+    } else if (argc == 3 && word[0][0] == 'a') {
+        row.sBWProfileTableType = SBWPROFILETABLETYPE_TYPE2;
+        row.sBWProfileTableAssBw = gpon_cli_number(word[1]);
+    } else if (argc == 3 && word[0][0] == 'm') {
+        row.sBWProfileTableType = SBWPROFILETABLETYPE_TYPE4;
+        row.sBWProfileTableMaxBw = gpon_cli_number(word[1]);
+    } else if (argc == 3) {
+        row.sBWProfileTableType = SBWPROFILETABLETYPE_TYPE3;
+        row.sBWProfileTableAssBw = gpon_cli_number(word[0]);
+        row.sBWProfileTableMaxBw = gpon_cli_number(word[1]);
+    } else if (argc == 4) {
+        row.sBWProfileTableType = SBWPROFILETABLETYPE_TYPE5;
+        row.sBWProfileTableFixBw = gpon_cli_number(word[0]);
+        row.sBWProfileTableAssBw = gpon_cli_number(word[1]);
+        row.sBWProfileTableMaxBw = gpon_cli_number(word[2]);
+    }
+}
+
+int ov_bw_profile_add_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
+    using namespace sBWProfileTable_column;
+    ov_sBWProfileTable_attr_t row = {};
+    if (!gpon_cli_copy_word(row.sBWProfileTableBwProfileName, argv[0], GPON_CLI_PROFILE_NAME_MAX))
+        return bad_name_length(vty);
+    fill_bandwidth(row, argc, argv);
+    if (row.sBWProfileTableType == 0)
+        return gpon_cli_fail(vty, "%%Bad parameter%s", KAVO_CLI_BAD_INPUT);
+    MIB_Flags_t flags = gpon_cli_columns({sBWProfileTableBwProfileName, sBWProfileTableType,
+                                          sBWProfileTableFixBw, sBWProfileTableAssBw, sBWProfileTableMaxBw});
+    if (ov_app_gpon_bwtype_add(&row, &flags) == OV_GPON_RET_OK)
+        return 0;
+    vty_out(vty, "%%Failed to add bandwidth profile %s%s", argv[0], kavo_newline(vty));
+    return KAVO_CLI_FAILED;
+}
+
+int ov_bw_profile_del_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
+    ov_sBWProfileTable_attr_t row = {};
+    if (!gpon_cli_copy_word(row.sBWProfileTableBwProfileName, argv[0], GPON_CLI_PROFILE_NAME_MAX))
+        return bad_name_length(vty);
+    if (ov_app_gpon_bwtype_del(&row) == OV_GPON_RET_OK)
+        return 0;
+    vty_out(vty, "%%Failed to delete bandwidth profile %s%s", argv[0], kavo_newline(vty));
+    return KAVO_CLI_FAILED;
+}
+
+int ov_show_onu_bandwidth_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                      const char** /*argv*/) {
+    const char* nl = kavo_newline(vty);
+    int count = 0;
+    vty_out(vty, "%s%-64s %4s %10s %10s %10s%s", nl, "bandwidth profile", "type", "fixed", "assured",
+            "maximum", nl);
+    for (const auto& row : all_rows<ov_sBWProfileTable_attr_t>()) {
+        vty_out(vty, "%-64s %4d %10d %10d %10d%s", gpon_cli_shown(row.sBWProfileTableBwProfileName).c_str(),
+                row.sBWProfileTableType, row.sBWProfileTableFixBw, row.sBWProfileTableAssBw,
+                row.sBWProfileTableMaxBw, nl);
+        count++;
+    }
+    vty_out(vty, "total %d%s", count, nl);
+    return 0;
+}
+
+// ---- ONU types ---------------------------------------------------------------------------------------
+
+// What a type has beside what its command names.
+constexpr mib_long CARDS = 1;
+constexpr mib_long TCONTS = 8;
+constexpr mib_long GEM_PORTS = 32;
+constexpr mib_long QUEUES = 8;
+
+// NAME eth N pots N [card N [video N]] [down-queue N up-queue N]; the queues are the last two words of 5, 6
+// and 7.
+void fill_onutype(ov_sOnuTypeProfileTable_attr_t& row, int argc, const char** argv) {
+    row.sOnuTypeProfileTableCardNum = CARDS;
+    row.sOnuTypeProfileTableTcontNum = TCONTS;
+    row.sOnuTypeProfileTableGemPortNum = GEM_PORTS;
+    row.sOnuTypeProfileTableUpQueueNum = QUEUES;
+    row.sOnuTypeProfileTableDwnQueueNum = QUEUES;
+    row.sOnuTypeProfileTableEthNum = gpon_cli_number(argv[1]);
+    row.sOnuTypeProfileTablePotsNum = gpon_cli_number(argv[2]);
+    row.sOnuTypeProfileTableHostNum = row.sOnuTypeProfileTablePotsNum;
+    if (argc == 4 || argc >= 6)
+        row.sOnuTypeProfileTableCardNum = gpon_cli_number(argv[3]);
+    if (argc == 7)
+        row.sOnuTypeProfileTableVideoNum = gpon_cli_number(argv[4]);
+    if (argc >= 5) {
+        row.sOnuTypeProfileTableDwnQueueNum = gpon_cli_number(argv[argc - 2]);
+        row.sOnuTypeProfileTableUpQueueNum = gpon_cli_number(argv[argc - 1]);
+    }
+}
+
+int ov_onutype_profile_add_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
+    using namespace sOnuTypeProfileTable_column;
+    ov_sOnuTypeProfileTable_attr_t row = {};
+    if (!gpon_cli_copy_word(row.onuTypeProfileName, argv[0], GPON_CLI_SHORT_NAME_MAX))
+        return bad_name_length(vty);
+    fill_onutype(row, argc, argv);
+    MIB_Flags_t flags = gpon_cli_columns(
+        {onuTypeProfileName, sOnuTypeProfileTableIsDefaultProfile, sOnuTypeProfileTableCardNum,
+         sOnuTypeProfileTableTcontNum, sOnuTypeProfileTableGemPortNum, sOnuTypeProfileTableUpQueueNum,
+         sOnuTypeProfileTableDwnQueueNum, sOnuTypeProfileTableHostNum, sOnuTypeProfileTableEthNum,
+         sOnuTypeProfileTablePotsNum, sOnuTypeProfileTableVideoNum});
+    if (ov_app_gpon_onutype_add(&row, &flags) == OV_GPON_RET_OK)
+        return 0;
+    vty_out(vty, "%%Failed to add onutype profile %s%s", argv[0], kavo_newline(vty));
+    return KAVO_CLI_FAILED;
+}
+
+int ov_onutype_profile_del_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                               const char** argv) {
+    ov_sOnuTypeProfileTable_attr_t row = {};
+    if (!gpon_cli_copy_word(row.onuTypeProfileName, argv[0], GPON_CLI_SHORT_NAME_MAX))
+        return bad_name_length(vty);
+    if (ov_app_gpon_onutype_del(&row) == OV_GPON_RET_OK)
+        return 0;
+    vty_out(vty, "%%Failed to delete onutype profile %s%s", argv[0], kavo_newline(vty));
+    return KAVO_CLI_FAILED;
+}
+
+int ov_show_onu_type_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                 const char** /*argv*/) {
+    const char* nl = kavo_newline(vty);
+    int count = 0;
+    vty_out(vty, "%s%-33s %5s %5s %5s %5s %10s %8s%s", nl, "onu type", "eth", "pots", "card", "video",
+            "down-queue", "up-queue", nl);
+    for (const auto& row : all_rows<ov_sOnuTypeProfileTable_attr_t>()) {
+        vty_out(vty, "%-33s %5d %5d %5d %5d %10d %8d%s", gpon_cli_shown(row.onuTypeProfileName).c_str(),
+                row.sOnuTypeProfileTableEthNum, row.sOnuTypeProfileTablePotsNum,
+                row.sOnuTypeProfileTableCardNum, row.sOnuTypeProfileTableVideoNum,
+                row.sOnuTypeProfileTableDwnQueueNum, row.sOnuTypeProfileTableUpQueueNum, nl);
+        count++;
+    }
+    vty_out(vty, "total %d%s", count, nl);
+    return 0;
+}
+
+const kavo_cmd_t profile_cmds[] = {
+#include "commands/profile.def"
+};
+
+// ---- the saved configuration -------------------------------------------------------------------------
+
+// Each prints what stands behind the name in the profile's command; false for a row that no form can make.
+bool print_amounts(struct vty* vty, const ov_sBWProfileTable_attr_t& row, const char* nl) {
+    const char* name = row.sBWProfileTableBwProfileName;
+    switch (row.sBWProfileTableType) {
+    case SBWPROFILETABLETYPE_TYPE1:
+        vty_out(vty, " profile bandwidth %s fixed %d%s", name, row.sBWProfileTableFixBw, nl);
+        return true;
+    case SBWPROFILETABLETYPE_TYPE2:
+        vty_out(vty, " profile bandwidth %s assured %d%s", name, row.sBWProfileTableAssBw, nl);
+        return true;
+    case SBWPROFILETABLETYPE_TYPE3:
+        vty_out(vty, " profile bandwidth %s assured %d maximum %d%s", name, row.sBWProfileTableAssBw,
+                row.sBWProfileTableMaxBw, nl);
+        return true;
+    case SBWPROFILETABLETYPE_TYPE4:
+        vty_out(vty, " profile bandwidth %s maximum %d%s", name, row.sBWProfileTableMaxBw, nl);
+        return true;
+    case SBWPROFILETABLETYPE_TYPE5:
+        vty_out(vty, " profile bandwidth %s fixed %d assured %d maximum %d%s", name, row.sBWProfileTableFixBw,
+                row.sBWProfileTableAssBw, row.sBWProfileTableMaxBw, nl);
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The shortest form that says all.
+void print_onutype(struct vty* vty, const ov_sOnuTypeProfileTable_attr_t& row) {
+    const bool video = row.sOnuTypeProfileTableVideoNum != 0;
+    const bool card = video || row.sOnuTypeProfileTableCardNum != CARDS;
+    const bool queues = video || row.sOnuTypeProfileTableDwnQueueNum != QUEUES ||
+                        row.sOnuTypeProfileTableUpQueueNum != QUEUES;
+    vty_out(vty, " profile onutype %s eth %d pots %d", row.onuTypeProfileName, row.sOnuTypeProfileTableEthNum,
+            row.sOnuTypeProfileTablePotsNum);
+    if (card)
+        vty_out(vty, " card %d", row.sOnuTypeProfileTableCardNum);
+    if (video)
+        vty_out(vty, " video %d", row.sOnuTypeProfileTableVideoNum);
+    if (queues)
+        vty_out(vty, " down-queue %d up-queue %d", row.sOnuTypeProfileTableDwnQueueNum,
+                row.sOnuTypeProfileTableUpQueueNum);
+    vty_out(vty, "%s", kavo_newline(vty));
+}
+
+// Whether a profile is to be saved: default ones are there at every start, and refuse to be made again.
+bool is_saved(const char* name) {
+    return strcmp(name, DEFAULT_PROFILE) != 0 && gpon_config_is_word(name);
+}
+
+} // namespace
+
+int ov_gpon_cli_onutype_profile_cfg(struct vty* vty) {
+    int lines = 0;
+    for (const auto& row : all_rows<ov_sOnuTypeProfileTable_attr_t>()) {
+        if (row.sOnuTypeProfileTableIsDefaultProfile != 0 || !gpon_config_is_word(row.onuTypeProfileName))
+            continue;
+        print_onutype(vty, row);
+        lines++;
+    }
+    return lines;
+}
+
+int ov_gpon_cli_bw_profile_cfg(struct vty* vty) {
+    const char* nl = kavo_newline(vty);
+    int lines = 0;
+    for (const auto& row : all_rows<ov_sBWProfileTable_attr_t>())
+        if (is_saved(row.sBWProfileTableBwProfileName) && print_amounts(vty, row, nl))
+            lines++;
+    return lines;
+}
+
+int ov_gpon_cli_traffic_profile_cfg(struct vty* vty) {
+    const char* nl = kavo_newline(vty);
+    int lines = 0;
+    for (const auto& row : all_rows<ov_sRmTrafficProfileTable_attr_t>()) {
+        if (!is_saved(row.sRmTrafficProfileName))
+            continue;
+        vty_out(vty, " profile traffic %s cir %u cbs %u pir %u pbs %u%s", row.sRmTrafficProfileName,
+                row.sRmTrafficProfileCIR, row.sRmTrafficProfileCBS, row.sRmTrafficProfilePIR,
+                row.sRmTrafficProfilePBS, nl);
+        lines++;
+    }
+    return lines;
+}
+
+void gpon_profile_cli_init() {
+    kavo_cmd_install(profile_cmds);
+}

@@ -1,0 +1,118 @@
+// Service profiles of ONUs. The commands of one ONU stand on the profile's node too, where they work on its
+// template rows.
+#include <cstdlib>
+#include <cstring>
+
+#include "app_rows.h"
+#include "gpon_cli.h"
+#include "kavo_cmd_rows.h"
+#include "kavo_vty_object.h"
+#include "ov_app_gpon_onusrv_batch_config.h"
+#include "ov_app_gpon_onutype.h"
+#include "ov_gpon_profile_cli.h"
+#include "ov_ifindex.h"
+
+namespace {
+
+int enter_profile(struct vty* vty, mib_ulong profile_id) {
+    vty->node = ONU_SRV_PROFILE_NODE;
+    kavo_vty_set_index(vty, ov_ifindex_gen_by_phyinfo(PORT_TYPE_GONU, GPON_SHELF, GPON_TEMPLATE_SLOT, 0,
+                                                      GPON_TEMPLATE_PORT, static_cast<uint16_t>(profile_id)));
+    return 0;
+}
+
+const ov_sOnuSrvProfileTable_attr_t* find_profile(mib_ulong profile_id) {
+    ov_sOnuSrvProfileTable_attr_t key = {};
+    key.onuSrvProfileId = profile_id;
+    return find_row(key);
+}
+
+// profile-id N onu-type NAME. An id that exists with the same type is entered, so that a profile can be
+// changed and a saved configuration replayed over itself; with another type it is taken.
+int ov_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
+    ov_sOnuSrvProfileTable_attr_t row = {};
+    row.onuSrvProfileId = static_cast<mib_ulong>(gpon_cli_number(argv[0]));
+    if (!gpon_cli_copy_word(row.sOnuTypeProfileName, argv[1], GPON_CLI_SHORT_NAME_MAX))
+        return gpon_cli_fail(vty, "%%Bad profile name length%s");
+    int exists = 0;
+    if (ov_gpon_onu_srv_profile_exist_check(&row, &exists) != OV_GPON_RET_OK)
+        return gpon_cli_fail(vty, "Onu srvprofile id exist%s", KAVO_CLI_BAD_INPUT);
+    if (exists != 0)
+        return enter_profile(vty, row.onuSrvProfileId);
+
+    mib_ulong type_id = 0;
+    if (ov_app_gpon_onutype_getId(argv[1], &type_id) == 0)
+        return gpon_cli_fail(vty, "Onu type profile name not exist%s", KAVO_CLI_BAD_INPUT);
+    MIB_Flags_t flags = gpon_cli_columns({sOnuSrvProfileTable_column::sOnuTypeProfileName});
+    if (ov_app_gpon_onu_srvprofile_add(&row, &flags) != OV_GPON_RET_OK)
+        return gpon_cli_fail(vty, "mib add onu srv-profile failed%s", KAVO_CLI_BAD_INPUT);
+    return enter_profile(vty, row.onuSrvProfileId);
+}
+
+int ov_onu_srv_profile_name_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                const char** argv) {
+    ov_ifindex_t ifindex = 0;
+    ov_get_ifindex_from_vtysh(vty, &ifindex);
+    const mib_ulong profile_id = ov_ifindex_get_subport_id(ifindex);
+    if (strlen(argv[0]) > GPON_CLI_PROFILE_NAME_MAX)
+        return gpon_cli_fail(vty, "%%Bad profile name length%s");
+    mib_ulong owner = 0;
+    if (ov_app_gpon_onusrvprofile_getId(argv[0], &owner) != 0 && owner != profile_id)
+        return gpon_cli_fail(vty, "%%Profile name not valid%s", KAVO_CLI_BAD_INPUT); // another one's
+    if (ov_app_gpon_onusrvprofile_setname(profile_id, argv[0]) != OV_GPON_RET_OK)
+        return gpon_cli_fail(vty, "%%Profile name not valid%s");
+    return 0;
+}
+
+int ov_no_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                              const char** argv) {
+    const auto profile_id = static_cast<mib_ulong>(gpon_cli_number(argv[0]));
+    if (ov_app_gpon_onu_srvprofile_check(profile_id, nullptr) == 0)
+        return gpon_cli_fail(vty, "%% onu-srvprofile not exist%s", KAVO_CLI_BAD_INPUT);
+    if (ov_gpon_onu_service_profile_del(profile_id) != OV_GPON_RET_OK)
+        return gpon_cli_fail(vty, "%%Failed to delete multi srvprofile%s");
+    return 0;
+}
+
+void print_head(struct vty* vty, const char* nl) {
+    vty_out(vty, "%s%-4s %-64s %-33s %6s%s", nl, "id", "onu-srvprofile", "onu type", "onus", nl);
+}
+
+void print_profile(struct vty* vty, const ov_sOnuSrvProfileTable_attr_t& row, const char* nl) {
+    vty_out(vty, "%-4u %-64s %-33s %6d%s", row.onuSrvProfileId, gpon_cli_shown(row.onuSrvProfileName).c_str(),
+            gpon_cli_shown(row.sOnuTypeProfileName).c_str(), row.sOnuSrvProfileBindCount, nl);
+}
+
+int ov_show_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                const char** argv) {
+    const auto* row = find_profile(static_cast<mib_ulong>(gpon_cli_number(argv[0])));
+    if (row == nullptr)
+        return gpon_cli_fail(vty, "%% onu-srvprofile not exist%s", KAVO_CLI_BAD_INPUT);
+    const char* nl = kavo_newline(vty);
+    print_head(vty, nl);
+    print_profile(vty, *row, nl);
+    return 0;
+}
+
+int ov_show_onu_srv_profile_all_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
+                                    const char** /*argv*/) {
+    const char* nl = kavo_newline(vty);
+    int count = 0;
+    print_head(vty, nl);
+    for (const auto& row : all_rows<ov_sOnuSrvProfileTable_attr_t>()) {
+        print_profile(vty, row, nl);
+        count++;
+    }
+    vty_out(vty, "total %d%s", count, nl);
+    return 0;
+}
+
+const kavo_cmd_t srvprofile_cmds[] = {
+#include "commands/srvprofile.def"
+};
+
+} // namespace
+
+void gpon_srvprofile_cli_init() {
+    kavo_cmd_install(srvprofile_cmds);
+}

@@ -1,0 +1,204 @@
+#include "ov_app_gpon_bwtype.h"
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <string_view>
+
+#include "app_named_profile.h"
+#include "app_set_callback.h"
+#include "ov_hal_gpon_attr_dump.h"
+#include "sOnuTable.h"
+#include "sTcontTable.h"
+
+int gpon_bwtype_appid = 0;
+
+namespace {
+
+using Row = ov_sBWProfileTable_attr_t;
+namespace column = sBWProfileTable_column;
+
+constexpr int MAX_PROFILES = 256;
+constexpr char DEFAULT_NAME[] = "default";
+constexpr int DEFAULT_MAX_BW = 100000;
+
+int log_same_name(int id, const char* name) {
+    OV_LOG_ERROR("MMG", "same bwprofile name exist before %d:%s", id, name);
+    return OV_GPON_RET_EXISTED;
+}
+
+void log_exists(int id, const char* name) {
+    OV_LOG_ERROR("MMG", "bwtype profile was exist %d:%s", id, name);
+}
+
+void log_unknown(int id, const char* name) {
+    OV_LOG_ERROR("MMG", "bwtype profile did not exist %d:%s", id, name);
+}
+
+// Refuses a name that stands under an id other than its hash, and a row too many.
+int room_for(const Row& row);
+
+NamedProfileTable<Row>& profiles() {
+    static NamedProfileTable<Row> table({
+        .name = [](const Row& row) -> const char* { return row.sBWProfileTableBwProfileName; },
+        .id = &Row::bwProfileId,
+        .row_status = &Row::sBWProfileTableRowStatus,
+        .id_column = 1,
+        .name_column = column::sBWProfileTableBwProfileName,
+        .row_status_column = column::sBWProfileTableRowStatus,
+        .before_add = room_for,
+        .exists = log_exists,
+        .unknown = log_unknown,
+        .add_failed = "mib add error for bwtype table",
+        .del_failed = "mib del error for bwtype table",
+    });
+    return table;
+}
+
+int room_for(const Row& row) {
+    Row made = row;
+    made.bwProfileId = profile_id_of(row.sBWProfileTableBwProfileName);
+    if (const Row* other = profiles().other_of_same_name(made))
+        return log_same_name(static_cast<int>(other->bwProfileId), row.sBWProfileTableBwProfileName);
+    return MibNumberGet(did_of<Row>()) >= MAX_PROFILES ? OV_GPON_RET_NO_RESOURCE : OV_GPON_RET_OK;
+}
+
+bool may_go(const Row& row) {
+    if (std::string_view(row.sBWProfileTableBwProfileName) == DEFAULT_NAME) {
+        OV_LOG_ERROR("MMG", "bwprofile name is default");
+        return false;
+    }
+    for (const ov_sTcontTable_attr_t& tcont : all_rows<ov_sTcontTable_attr_t>())
+        if (static_cast<mib_ulong>(tcont.sTcontTableBwProfileId) == row.bwProfileId) {
+            OV_LOG_ERROR("MMG", "this bwfile is using in tcont table! bwfileid:%d",
+                         static_cast<int>(row.bwProfileId));
+            return false;
+        }
+    for (const ov_sOnuTable_attr_t& onu : all_rows<ov_sOnuTable_attr_t>())
+        if (onu.sOnuTableOmccBwProfileId == row.bwProfileId) {
+            OV_LOG_ERROR("MMG", "this bwfile is using in onu table! bwfileid:%d",
+                         static_cast<int>(row.bwProfileId));
+            return false;
+        }
+    return true;
+}
+
+// Amounts in the order that the type of contract asks for. The other types have but one amount, or two that
+// may stand in any relation.
+bool amounts_fit(const Row& row) {
+    const int64_t assured = row.sBWProfileTableAssBw;
+    if (row.sBWProfileTableType == SBWPROFILETABLETYPE_TYPE5 &&
+        row.sBWProfileTableFixBw + assured > row.sBWProfileTableMaxBw) {
+        OV_LOG_ERROR("MMG", "type5 bwprofile params error");
+        return false;
+    }
+    if (row.sBWProfileTableType == SBWPROFILETABLETYPE_TYPE3 && assured > row.sBWProfileTableMaxBw) {
+        OV_LOG_ERROR("MMG", "type3 bwprofile params error");
+        return false;
+    }
+    return true;
+}
+
+bool may_come(const Row& row) {
+    if (row.sBWProfileTableBwProfileName[0] == '\0') {
+        OV_LOG_ERROR("MMG", "bwprofile name is empty");
+        return false;
+    }
+    if (!amounts_fit(row))
+        return false;
+    if (const Row* other = profiles().other_of_same_name(row)) {
+        log_same_name(static_cast<int>(other->bwProfileId), row.sBWProfileTableBwProfileName);
+        return false;
+    }
+    return MibNumberGet(did_of<Row>()) <= MAX_PROFILES; // the row itself is in the table by now
+}
+
+} // namespace
+
+void ov_app_gpon_bwtype_init() {
+    gpon_bwtype_appid = AssignAppId();
+    const CallbackRegistration callbacks{"app_bwtype", gpon_bwtype_appid,
+                                         "app_bwtype register set call back error"};
+    callbacks.add(SBWPROFILE, CALLBACK_SET, ov_bwtype_table_set_callback, mibDefFlags);
+}
+
+char ov_app_gpon_bwtype_getId(const char* bwtypeName, mib_ulong* bwtypeId) {
+    return profiles().get_id(bwtypeName, bwtypeId);
+}
+
+char ov_app_gpon_bwtype_assAndFix_get(const char* bwtypeName, int* assAndFix, int* fixed) {
+    const Row* row = profiles().find(bwtypeName);
+    if (!row || !assAndFix || !fixed)
+        return 0;
+    const int64_t sum = int64_t{row->sBWProfileTableFixBw} + row->sBWProfileTableAssBw;
+    *assAndFix = static_cast<int>(std::clamp<int64_t>(sum, INT_MIN, INT_MAX));
+    *fixed = row->sBWProfileTableFixBw;
+    return 1;
+}
+
+int ov_app_gpon_bwtype_add(ov_sBWProfileTable_attr_t* attr, MIB_Flags_t* flag) {
+    return profiles().add(attr, flag);
+}
+
+int ov_app_gpon_bwtype_edit(ov_sBWProfileTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_OK;
+}
+
+int ov_app_gpon_bwtype_del(ov_sBWProfileTable_attr_t* attr) {
+    return profiles().del(attr);
+}
+
+int ov_app_gpon_bwtype_add_default() {
+    Row row = {};
+    std::string_view(DEFAULT_NAME).copy(row.sBWProfileTableBwProfileName, sizeof DEFAULT_NAME);
+    row.sBWProfileTableType = SBWPROFILETABLETYPE_TYPE4;
+    row.sBWProfileTableMaxBw = DEFAULT_MAX_BW;
+    MIB_Flags_t columns = mibDefFlags;
+    if (ov_app_gpon_bwtype_add(&row, &columns) == OV_GPON_RET_OK)
+        return OV_GPON_RET_OK;
+    OV_LOG_ERROR("MMG", "mib add default bandwidth profile error");
+    return OV_GPON_RET_BAD_PARAM;
+}
+
+char ov_app_gpon_bwtype_check(ov_sBWProfileTable_attr_t* attr, int action, MIB_Flags_t /*flags*/) {
+    switch (action) {
+    case OV_HAL_GPON_MSG_ACTION_CREATE:
+        return may_come(*attr) ? 1 : 0;
+    case OV_HAL_GPON_MSG_ACTION_DELETE:
+        return may_go(*attr) ? 1 : 0;
+    default:
+        return 1; // any change is taken, that of the default profile too
+    }
+}
+
+void sbwtype_mib_data_convert_to_hal(ov_sBWProfileTable_attr_t* mib, ov_gpon_bwprofile_attr_t* hal,
+                                     const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
+    static constexpr std::array<uint8_t, 7> sbwtype_table_flag_map = {
+        OV_GPON_BWPROFILE_ATTR_INDEX_MAX,   OV_GPON_BWPROFILE_ATTR_INDEX_id,
+        OV_GPON_BWPROFILE_ATTR_INDEX_name,  OV_GPON_BWPROFILE_ATTR_INDEX_bwType,
+        OV_GPON_BWPROFILE_ATTR_INDEX_fixbw, OV_GPON_BWPROFILE_ATTR_INDEX_assBw,
+        OV_GPON_BWPROFILE_ATTR_INDEX_maxBw,
+    };
+    *hal = {};
+    hal->id = static_cast<int32_t>(mib->bwProfileId);
+    std::string_view(mib->sBWProfileTableBwProfileName).copy(hal->name, sizeof hal->name - 1);
+    hal->bwType = mib->sBWProfileTableType;
+    hal->fixbw = static_cast<uint32_t>(mib->sBWProfileTableFixBw);
+    hal->assBw = static_cast<uint32_t>(mib->sBWProfileTableAssBw);
+    hal->maxBw = static_cast<uint32_t>(mib->sBWProfileTableMaxBw);
+    *hal_flag = hal_mask_of_columns(mib_mask, sbwtype_table_flag_map, 1, column::sBWProfileTableMaxBw);
+}
+
+int ov_bwtype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
+    static constexpr SetCallback<Row, ov_gpon_bwprofile_attr_t> callback = {
+        .message = OV_HAL_MSG_GPON_BW_TYPE,
+        .check =
+            [](RowChange<Row>& change) {
+                return ov_app_gpon_bwtype_check(&change.row, change.action, change.columns) == 1;
+            },
+        .convert = sbwtype_mib_data_convert_to_hal,
+        .dump = ov_gpon_bwprofile_attr_dump,
+        .failure = "set bwtype error",
+    };
+    return run_set_callback(callback, did, row, column_flag);
+}

@@ -1,0 +1,163 @@
+// A line card that was taken out: its rows are deleted in stages, what hangs off an ONU first and the port
+// last, each through its callbacks. The other tables of remote management follow their ONU's row by
+// themselves.
+#include <memory>
+#include <new>
+
+#include "app_loop.h"
+#include "app_rows.h"
+#include "app_stage.h"
+#include "ov_app_gpon_config_restore.h"
+#include "ov_app_gpon_onuinit.h"
+#include "ov_app_gpon_pending.h"
+#include "ov_app_gpon_qos.h"
+#include "ov_ifindex.h"
+#include "ov_product.h"
+#include "ov_product_log.h"
+#include "sGemTable.h"
+#include "sOnuTable.h"
+#include "sPonTable.h"
+#include "sRmIPHostTable.h"
+#include "sRmOnuOptThresholdTable.h"
+#include "sRmServiceTable.h"
+#include "sRmUniStatusTable.h"
+#include "sRmUniVlanTable.h"
+#include "sTcontTable.h"
+#include "servicePortTable.h"
+
+namespace {
+
+// What a chain of removal carries from stage to stage.
+struct SlotRemoval {
+    uint32_t slot;
+    uint16_t card_type;
+    uint16_t port = 1; // the next one to clear
+};
+
+SlotRemoval& removal_of(const struct thread* thread) {
+    return *static_cast<SlotRemoval*>(THREAD_ARG(thread));
+}
+
+template <typename Row>
+void delete_rows_of_slot(uint32_t slot) {
+    Row key = {};
+    key.shelfID = GPON_SHELF;
+    key.slotID = static_cast<mib_long>(slot);
+    for (Row& row : rows_copied(key, INDEX_TO_SLOT))
+        if (!mib_access(MIB_DEL, row)) {
+            const TableModule& table = table_of<Row>::module();
+            char index[TableModule::kMaxIndexText];
+            OV_LOG_ERROR("slotEvent", "slot %d: delete of %s %s failed", static_cast<int>(slot), table.name(),
+                         table.index_string(&row, index, sizeof index));
+        }
+}
+
+ov_ifindex_t port_of(uint16_t port_type, uint32_t slot, uint16_t port) {
+    return ov_ifindex_gen_by_phyinfo(port_type, GPON_SHELF, static_cast<uint8_t>(slot), 0, port, 0);
+}
+
+void delete_port_qos(ov_ifindex_t ifindex) {
+    if (ov_app_port_qos_del(ov_app_find_port_qos_by_ifindex(ifindex), SYNC_EVERY_COPY) != OV_QOS_OK)
+        OV_LOG_ERROR("slotEvent", "!!!!!!!!!!del pon port qos error!!!!!!!!!!!!!!!!");
+}
+
+void delete_ports(SlotRemoval& removal) {
+    const int ports = get_portNum_by_cardtype(removal.card_type);
+    for (; removal.port <= ports; ++removal.port) {
+        const ov_ifindex_t ifindex = port_of(PORT_TYPE_GPON, removal.slot, removal.port);
+        delete_port_qos(ifindex);
+        if (ov_app_gpon_port_qinq_del(ifindex) != OV_GPON_RET_OK)
+            OV_LOG_ERROR("slotEvent", "!!!!!!!!!!del pon port qinq error!!!!!!!!!!!!!!!!");
+    }
+    delete_rows_of_slot<ov_sPonTable_attr_t>(removal.slot);
+}
+
+} // namespace
+
+// ---- the stages --------------------------------------------------------------------------------------
+
+#define RUN_REMOVAL(number, what, deletion)                                                                  \
+    SlotRemoval& removal = removal_of(thread);                                                               \
+    const int slot = static_cast<int>(removal.slot);                                                         \
+    OV_LOG_INFO("slotEvent", "slot %d stage " number ": start remove  " what " configuration", slot);        \
+    StageClock clock;                                                                                        \
+    deletion;                                                                                                \
+    OV_LOG_INFO("slotEvent", "slot %d stage " number ": finish remove " what " configuration using %f s",    \
+                slot, clock.stop())
+
+// A timer function: deletes the slot's rows of a table, and arms the next one.
+#define REMOVAL_STAGE(timer, number, what, table, next, milliseconds)                                        \
+    int timer(struct thread* thread) {                                                                       \
+        RUN_REMOVAL(number, what, delete_rows_of_slot<ov_##table##_attr_t>(removal.slot));                   \
+        app_add_timer_msec(next, THREAD_ARG(thread), milliseconds);                                          \
+        return 0;                                                                                            \
+    }
+
+namespace {
+constexpr long FIRST_STAGE_MSEC = 200;
+} // namespace
+
+REMOVAL_STAGE(ov_app_gpon_slot_remove_remote_onu_opt_threshold_timer, "1", "remote onu opt threshold",
+              sRmOnuOptThresholdTable, ov_app_gpon_slot_remove_remote_onu_srv_timer, 100)
+REMOVAL_STAGE(ov_app_gpon_slot_remove_remote_onu_srv_timer, "2-1", "remote onu service", sRmServiceTable,
+              ov_app_gpon_slot_remove_remote_uni_vlan_timer, 200)
+REMOVAL_STAGE(ov_app_gpon_slot_remove_remote_uni_vlan_timer, "2-2", "remote uni vlan", sRmUniVlanTable,
+              ov_app_gpon_slot_remove_remote_uni_status_timer, 200)
+REMOVAL_STAGE(ov_app_gpon_slot_remove_remote_uni_status_timer, "2-3", "remote uni status", sRmUniStatusTable,
+              ov_app_gpon_slot_remove_pon_onu_iphost_timer, 200)
+REMOVAL_STAGE(ov_app_gpon_slot_remove_pon_onu_iphost_timer, "3", "iphost", sRmIPHostTable,
+              ov_app_gpon_slot_remove_pon_onu_srv_timer, 100)
+REMOVAL_STAGE(ov_app_gpon_slot_remove_pon_onu_srv_timer, "4", "service port", servicePortTable,
+              ov_app_gpon_slot_remove_pon_onu_gem_timer, 200)
+REMOVAL_STAGE(ov_app_gpon_slot_remove_pon_onu_gem_timer, "5", "gem", sGemTable,
+              ov_app_gpon_slot_remove_pon_onu_tcont_timer, 200)
+REMOVAL_STAGE(ov_app_gpon_slot_remove_pon_onu_tcont_timer, "6", "tcont", sTcontTable,
+              ov_app_gpon_slot_remove_pon_onu_timer, 200)
+REMOVAL_STAGE(ov_app_gpon_slot_remove_pon_onu_timer, "7", "onu", sOnuTable, ov_app_gpon_slot_remove_pon_timer,
+              500)
+
+int ov_app_gpon_slot_remove_pon_timer(struct thread* thread) {
+    RUN_REMOVAL("8", "pon port", delete_ports(removal));
+    OV_LOG_INFO("slotEvent", "Delete all onu on slot %d", slot);
+    delete &removal;
+    return 0;
+}
+
+// ---- the event ---------------------------------------------------------------------------------------
+
+int get_portNum_by_cardtype(uint16_t card_type) {
+    switch (card_type) {
+    case 27:
+        return 16;
+    case 28:
+        return 8;
+    case 102:
+    case 103:
+        return 4;
+    default:
+        return -1;
+    }
+}
+
+int ov_app_gpon_slot_remove_callback(umsg_card_t* card) {
+    const uint32_t slot = card->slot_id;
+    const bool has_uplinks = ov_product_is_slot_sc(slot) || ov_product_is_slot_uplink(slot);
+    if (!has_uplinks && !ov_product_is_slot_lc(slot))
+        return KAVO_PARAM;
+    const int ports = get_portNum_by_cardtype(card->card_type);
+    if (ports < 0)
+        return KAVO_PARAM;
+    if (has_uplinks) {
+        for (int port = 1; port <= ports; ++port)
+            delete_port_qos(port_of(PORT_TYPE_XE, slot, static_cast<uint16_t>(port)));
+        return KAVO_OK;
+    }
+    ov_onu_uncfg_table_iterate_del(static_cast<int32_t>(slot));
+    auto* removal = new (std::nothrow) SlotRemoval{.slot = slot, .card_type = card->card_type};
+    if (removal == nullptr)
+        return KAVO_MEMORY;
+    OV_LOG_INFO("slotEvent", "start remove task for slot %d type %d", static_cast<int>(slot),
+                card->card_type);
+    app_add_timer_msec(ov_app_gpon_slot_remove_remote_onu_opt_threshold_timer, removal, FIRST_STAGE_MSEC);
+    return KAVO_OK;
+}

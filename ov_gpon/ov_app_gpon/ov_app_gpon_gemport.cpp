@@ -1,0 +1,297 @@
+#include "ov_app_gpon_gemport.h"
+
+#include <string_view>
+
+#include "app_rows.h"
+#include "app_set_callback.h"
+#include "ov_app_gpon_owner.h"
+#include "ov_app_gpon_pon_port_cfg.h"
+#include "ov_gpon.h"
+#include "ov_hal_gpon_attr_dump.h"
+#include "ov_ifindex.h"
+#include "ov_product_log.h"
+#include "sOnuSrvProfileTable.h"
+#include "sOnuTypeProfileTable.h"
+#include "sRmServiceTable.h"
+#include "sTcontTable.h"
+#include "servicePortTable.h"
+
+int gpon_gemport_appid = 0;
+
+namespace {
+
+using Gem = ov_sGemTable_attr_t;
+namespace column = sGemTable_column;
+
+// ---- what a GEM port refers to, and what refers to it -----------------------------------------------------
+
+bool has_tcont(const Gem& row) {
+    auto key = onu_key<ov_sTcontTable_attr_t>(row);
+    key.tcontId = row.sGemTableTcontID;
+    return find_row(key) != nullptr;
+}
+
+bool has_whole_index(const Gem& row) {
+    if (row.shelfID > 0 && row.slotID > 0 && row.portID > 0 && row.onuId > 0 && row.gemID != 0)
+        return true;
+    OV_LOG_ERROR("MMG", "illega gem index:%d.%d.%d.%d.%d:", row.shelfID, row.slotID, row.portID, row.onuId,
+                 static_cast<int>(row.gemID));
+    return false;
+}
+
+// Has the ONU, by its type, the upstream queue that the GEM port maps to?
+bool onu_has_queue(const Gem& row) {
+    const ov_sOnuTable_attr_t* onu = ov_app_gpon_onu_of(row);
+    if (onu == nullptr)
+        return false;
+    ov_sOnuTypeProfileTable_attr_t key = {};
+    key.onuTypeProfileId = onu->sOnuTableOnuTypeProfileId;
+    const auto* type = find_row(key);
+    return type != nullptr &&
+           int64_t{type->sOnuTypeProfileTableUpQueueNum} >= int64_t{row.sGemTableUpQueueMapID};
+}
+
+bool is_free_of_services(const Gem& row) {
+    for (const auto& port : rows_under(onu_key<ov_servicePortTable_attr_t>(row), INDEX_TO_ONU)) {
+        if (static_cast<mib_ulong>(port.servicePortGemId) != row.gemID)
+            continue;
+        OV_LOG_ERROR("MMG", "this gemid:%lu is using in service table! serviceportid:%lu",
+                     static_cast<unsigned long>(row.gemID),
+                     static_cast<unsigned long>(static_cast<mib_ulong>(port.servicePortId)));
+        return false;
+    }
+    for (const auto& service : rows_under(onu_key<ov_sRmServiceTable_attr_t>(row), INDEX_TO_ONU)) {
+        if (service.sRmServiceTableGemId != row.gemID)
+            continue;
+        OV_LOG_ERROR("MMG", "this gemid:%lu is using in rm service table! rm serviceid:%lu",
+                     static_cast<unsigned long>(row.gemID), static_cast<unsigned long>(service.rmServiceID));
+        return false;
+    }
+    return true;
+}
+
+// ---- what a GEM port takes of its port --------------------------------------------------------------------
+
+bool reserve(const Gem& row) {
+    if (ov_gpon_resource_reserve(GEM_LIMIT_INDEX, row.slotID, row.portID, 1) == KAVO_OK)
+        return true;
+    OV_LOG_ERROR("MMG", "reserve gem info error slot %d port %d", row.slotID, row.portID);
+    return false;
+}
+
+bool release(const Gem& row) {
+    if (ov_gpon_resource_release(GEM_LIMIT_INDEX, row.slotID, row.portID, 1) == KAVO_OK)
+        return true;
+    OV_LOG_ERROR("MMG", "release gem info error slot %d port %d", row.slotID, row.portID);
+    return false;
+}
+
+// ---- the steps of the set callback ------------------------------------------------------------------------
+
+void fill_ifindex(Gem& row) {
+    if (row.sGemTableIfIndex == 0)
+        row.sGemTableIfIndex = gemport_ifindex(row, row.gemID);
+}
+
+bool check_change(RowChange<Gem>& change) {
+    return ov_app_gpon_gemport_check(&change.row, change.action, change.columns) == 1 &&
+           (!is_template_row(change.row) ||
+            ov_app_gpon_gemport_multi_onu_srv_check(&change.row, change.action) == 1);
+}
+
+int follow(RowChange<Gem>& change) {
+    return ov_app_gpon_follow_on_pair(SYNC_SGEM, change);
+}
+
+// Monitoring is the daemon's own: a change that means it doesn't reach the card.
+std::optional<int> settle_without_card(RowChange<Gem>& change) {
+    if (change.sets() && change.has(column::sGemTablePmEnable))
+        return follow(change);
+    return std::nullopt;
+}
+
+void take_back(RowChange<Gem>& change) {
+    const Gem& row = change.row;
+    if (is_template_row(row))
+        return;
+    if (change.creates())
+        ov_gpon_resource_release(GEM_LIMIT_INDEX, row.slotID, row.portID, 1);
+    else if (change.deletes())
+        ov_gpon_resource_reserve(GEM_LIMIT_INDEX, row.slotID, row.portID, 1);
+}
+
+} // namespace
+
+void ov_app_gpon_gemport_init() {
+    gpon_gemport_appid = AssignAppId();
+    const CallbackRegistration registration = {"app_gemport", gpon_gemport_appid,
+                                               "gemport: register callback failed"};
+    constexpr MIB_Flags_t all_but_monitoring = columns_but(column::sGemTablePmEnable);
+    registration.add(SGEM, CALLBACK_SET, ov_gemport_table_set_callback, all_but_monitoring);
+    registration.add(SGEM, CALLBACK_CHECK, ov_gemport_table_set_check_callback, all_but_monitoring);
+    registration.add(SONU, CALLBACK_SET, ov_gemport_table_onu_del_callback,
+                     columns_of(sOnuTable_column::sOnuTableRowStatus));
+    registration.add(SONUSRVPROFILE, CALLBACK_SET, ov_gemport_table_multi_srvprofile_del_callback,
+                     columns_of(sOnuSrvProfileTable_column::sOnuSrvProfileRowStatus));
+}
+
+// ---- add, edit, delete ------------------------------------------------------------------------------------
+
+int ov_app_gpon_gemport_add(ov_sGemTable_attr_t* attr, MIB_Flags_t* flag, int is_need_check) {
+    if (!attr || !flag) {
+        OV_LOG_ERROR("MMG", "null pointer");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    attr->sGemTableIfIndex = gemport_ifindex(*attr, attr->gemID);
+    attr->sGemTableRowStatus = OVRA_CREATEANDGO;
+    mib_flag_set(*flag, column::sGemTableIfIndex);
+    mib_flag_set(*flag, column::sGemTableRowStatus);
+    if (!mib_access(is_need_check != 0 ? MIB_SET : MIB_SET_N, *attr, *flag, gpon_gemport_appid)) {
+        OV_LOG_ERROR("MMG", "mib add error for gemport table");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    return OV_GPON_RET_OK;
+}
+
+int ov_app_gpon_gemport_edit(ov_sGemTable_attr_t* attr, MIB_Flags_t* flag) {
+    if (!attr || !flag) {
+        OV_LOG_ERROR("MMG", "null pointer");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    const bool past_callbacks =
+        is_template_row(*attr) && !mib_flag_is_set(*flag, column::sGemTableIfEnableEncryption);
+    if (!mib_access(past_callbacks ? MIB_SET_S : MIB_SET, *attr, *flag, gpon_gemport_appid)) {
+        OV_LOG_ERROR("MMG", "mib set error for gemport table");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    return OV_GPON_RET_OK;
+}
+
+int ov_app_gpon_gemport_del(ov_sGemTable_attr_t* attr) {
+    if (!attr) {
+        OV_LOG_ERROR("MMG", "null pointer");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    if (!mib_access(MIB_DEL, *attr, mibDefFlags, gpon_gemport_appid)) {
+        OV_LOG_ERROR("MMG", "mib del error for gemport table");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    return OV_GPON_RET_OK;
+}
+
+// ---- checks -----------------------------------------------------------------------------------------------
+
+char ov_app_gpon_gemport_exist_check(ov_sGemTable_attr_t* attr) {
+    return find_row(*attr) != nullptr ? 1 : 0;
+}
+
+char ov_app_gpon_gemport_check(ov_sGemTable_attr_t* attr, int action, MIB_Flags_t flag) {
+    const Gem& row = *attr;
+    const bool deletes = action == OV_HAL_GPON_MSG_ACTION_DELETE;
+    if (!deletes && mib_flag_is_set(flag, column::sGemTableTcontID) && !has_tcont(row)) {
+        OV_LOG_ERROR("MMG", "tcont id %d is not exist", static_cast<int>(row.sGemTableTcontID));
+        return 0;
+    }
+    if (!ov_app_gpon_owner_admits(row))
+        return 0;
+    if (action == OV_HAL_GPON_MSG_ACTION_CREATE)
+        return has_whole_index(row) && (is_template_row(row) || (onu_has_queue(row) && reserve(row))) ? 1 : 0;
+    if (deletes)
+        return is_free_of_services(row) && (is_template_row(row) || release(row)) ? 1 : 0;
+    return 1;
+}
+
+char ov_app_gpon_gemport_multi_onu_srv_check(ov_sGemTable_attr_t* attr, int action) {
+    const Gem& row = *attr;
+    if (action != OV_HAL_GPON_MSG_ACTION_DELETE)
+        return ov_app_gpon_srvprofile_of(row.onuId) != nullptr && has_tcont(row) ? 1 : 0;
+    // By the number of the service, not by its GEM port: in a profile they are made in pairs.
+    auto port = onu_key<ov_servicePortTable_attr_t>(row);
+    port.servicePortId = static_cast<mib_long>(row.gemID);
+    auto service = onu_key<ov_sRmServiceTable_attr_t>(row);
+    service.rmServiceID = row.gemID;
+    return find_row(port) == nullptr && find_row(service) == nullptr ? 1 : 0;
+}
+
+// ---- to the card ------------------------------------------------------------------------------------------
+
+void sgemport_mib_data_convert_to_hal(ov_sGemTable_attr_t* mib, ov_gpon_gemport_attr_t* hal,
+                                      const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
+    constexpr uint8_t NONE = OV_GPON_GEMPORT_ATTR_INDEX_MAX;
+    static constexpr std::array<uint8_t, 15> sgemport_table_flag_map = {
+        NONE,
+        NONE,
+        OV_GPON_GEMPORT_ATTR_INDEX_ifindex, // 2
+        NONE,
+        OV_GPON_GEMPORT_ATTR_INDEX_name, // 4
+        OV_GPON_GEMPORT_ATTR_INDEX_tcontId,
+        OV_GPON_GEMPORT_ATTR_INDEX_servportCount,
+        NONE,
+        OV_GPON_GEMPORT_ATTR_INDEX_direction, // 8
+        NONE,
+        OV_GPON_GEMPORT_ATTR_INDEX_isEncyption, // 10
+        NONE,
+        NONE,
+        OV_GPON_GEMPORT_ATTR_INDEX_upTrfDescrip, // 13
+        OV_GPON_GEMPORT_ATTR_INDEX_downTrfDescrip,
+    };
+    *hal = {};
+    hal->ifindex = mib->sGemTableIfIndex;
+    std::string_view(mib->sGemTableGemName).copy(hal->name, sizeof hal->name - 1);
+    hal->tcontId = mib->sGemTableTcontID;
+    hal->upQmapId = mib->sGemTableUpQueueMapID;
+    hal->direction = static_cast<uint32_t>(mib->sGemTableDirection);
+    hal->servportCount = mib->sGemTableSrvPortNum;
+    hal->isEncyption = static_cast<uint8_t>(mib->sGemTableIfEnableEncryption);
+    std::string_view(mib->sGemTableUpTrafficName)
+        .copy(hal->upTrfDescripName, sizeof hal->upTrfDescripName - 1);
+    std::string_view(mib->sGemTableDownTrafficName)
+        .copy(hal->downTrfDescripName, sizeof hal->downTrfDescripName - 1);
+    *hal_flag = hal_mask_of_columns(mib_mask, sgemport_table_flag_map, 1, 14);
+}
+
+int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
+    static constexpr SetCallback<Gem, ov_gpon_gemport_attr_t> callback = {
+        .message = OV_HAL_MSG_GPON_GEMPORT,
+        .prepare = fill_ifindex,
+        .check = check_change,
+        .before_send = settle_without_card,
+        .convert = sgemport_mib_data_convert_to_hal,
+        .dump = ov_gpon_gemport_attr_dump,
+        .done = follow,
+        .undo = take_back,
+        .failure = "set hal error",
+    };
+    return run_set_callback(callback, did, row, column_flag);
+}
+
+int ov_gemport_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
+    const auto& gem = *static_cast<const Gem*>(row);
+    if (ov_app_gpon_port_is_protect_pon_port(gem.slotID, gem.portID) == 0)
+        return SET_ACCEPTED;
+    OV_LOG_ERROR("MMG", "ov_gemport_table_set_check_callback failed");
+    return SET_REFUSED;
+}
+
+// ---- with the owner ---------------------------------------------------------------------------------------
+
+void ov_gemport_table_iterate_del(ov_sOnuTable_attr_t* onu) {
+    for (Gem& row : rows_copied(onu_key<Gem>(*onu), INDEX_TO_ONU))
+        if (!mib_access(MIB_DEL_N, row, mibDefFlags, gpon_gemport_appid))
+            OV_LOG_ERROR("MMG", "del gemport fail onuid: %d, gem id: %d", row.onuId,
+                         static_cast<int>(row.gemID));
+}
+
+int ov_gemport_table_onu_del_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {
+    if (MibRowStatusGet(did, row) == MODE_DEL)
+        ov_gemport_table_iterate_del(static_cast<ov_sOnuTable_attr_t*>(row));
+    return SET_ACCEPTED;
+}
+
+int ov_gemport_table_multi_srvprofile_del_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {
+    if (MibRowStatusGet(did, row) != MODE_DEL)
+        return SET_ACCEPTED;
+    auto owner = ov_app_gpon_template_owner(*static_cast<ov_sOnuSrvProfileTable_attr_t*>(row));
+    ov_gemport_table_iterate_del(&owner);
+    return SET_ACCEPTED;
+}

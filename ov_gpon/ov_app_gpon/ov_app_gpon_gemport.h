@@ -1,0 +1,45 @@
+// GEM ports of ONUs (ITU-T G.984.3) and of service profiles: sGemTable.
+#pragma once
+
+#include "mmg_access.h"
+#include "ov_hal_gpon_msg.h"
+#include "ov_hal_gpon_records.h"
+#include "ov_ifindex.h"
+#include "sGemTable.h"
+#include "sOnuTable.h"
+
+extern int gpon_gemport_appid;
+
+// Registers the callbacks. Start-up, in its place of the list.
+void ov_app_gpon_gemport_init();
+
+// 0, or OV_GPON_RET_BAD_PARAM behind a log line. With `is_need_check` 0 the check callbacks are passed over.
+int ov_app_gpon_gemport_add(ov_sGemTable_attr_t* attr, MIB_Flags_t* flag, int is_need_check);
+// Of a template row all but the encryption is changed past the set callbacks: the profile may be bound.
+int ov_app_gpon_gemport_edit(ov_sGemTable_attr_t* attr, MIB_Flags_t* flag);
+int ov_app_gpon_gemport_del(ov_sGemTable_attr_t* attr);
+
+// 1 when the row is there, else 0.
+char ov_app_gpon_gemport_exist_check(ov_sGemTable_attr_t* attr);
+// May the row become so? Reserves and releases. `action` is an OV_HAL_GPON_MSG_ACTION_*. 1 passes.
+char ov_app_gpon_gemport_check(ov_sGemTable_attr_t* attr, int action, MIB_Flags_t flag);
+// The same for what a row of a service profile refers to and is referred to by.
+char ov_app_gpon_gemport_multi_onu_srv_check(ov_sGemTable_attr_t* attr, int action);
+// Deletes all GEM ports of an ONU or a service profile, each through its callbacks.
+void ov_gemport_table_iterate_del(ov_sOnuTable_attr_t* onu);
+
+void sgemport_mib_data_convert_to_hal(ov_sGemTable_attr_t* mib, ov_gpon_gemport_attr_t* hal,
+                                      const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);
+int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
+int ov_gemport_table_set_check_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
+int ov_gemport_table_onu_del_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
+int ov_gemport_table_multi_srvprofile_del_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
+
+// The interface index (kind PORT_TYPE_GEMPORT) of a GEM port of the ONU that a row belongs to.
+template <typename Row>
+ov_ifindex_t gemport_ifindex(const Row& row, mib_ulong gem_id) {
+    return ov_ifindex_gen_by_extendinfo(PORT_TYPE_GEMPORT, static_cast<uint8_t>(row.shelfID),
+                                        static_cast<uint8_t>(row.slotID), 0,
+                                        static_cast<uint16_t>(row.portID), static_cast<uint16_t>(row.onuId),
+                                        static_cast<uint16_t>(gem_id), 0, 0);
+}

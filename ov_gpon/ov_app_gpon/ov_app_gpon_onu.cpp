@@ -1,0 +1,370 @@
+#include "ov_app_gpon_onu.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+
+#include "app_set_callback.h"
+#include "app_text.h"
+#include "ov_app_gpon_if.h"
+#include "ov_app_gpon_onusrv_batch_config.h"
+#include "ov_app_gpon_onutype.h"
+#include "ov_app_gpon_pon_port_cfg.h"
+#include "ov_gpon.h"
+#include "ov_hal_gpon_attr_dump.h"
+#include "ov_product_log.h"
+
+int gpon_onu_appid = 0;
+
+namespace {
+
+namespace column = sOnuTable_column;
+using Onu = ov_sOnuTable_attr_t;
+using OnuChange = RowChange<Onu>;
+
+bool is_template_onu(const Onu& onu) {
+    return onu.sOnuTableConfigMode == SONUTABLECONFIGMODE_TEMPLET;
+}
+
+// ---- credentials --------------------------------------------------------------------------------------
+
+// What an authentication mode uses. The card gets these; a change of the mode clears the others.
+struct Credentials {
+    bool sn;
+    bool pw;
+    bool loid;
+    bool loid_pw;
+};
+
+std::optional<Credentials> credentials_of(int mode) {
+    switch (mode) {
+    case OV_GPON_ONU_AUTH_MODE_SN:
+        return Credentials{.sn = true, .pw = false, .loid = false, .loid_pw = false};
+    case OV_GPON_ONU_AUTH_MODE_PW:
+        return Credentials{.sn = false, .pw = true, .loid = false, .loid_pw = false};
+    case OV_GPON_ONU_AUTH_MODE_SNPW:
+        return Credentials{.sn = true, .pw = true, .loid = false, .loid_pw = false};
+    case OV_GPON_ONU_AUTH_MODE_LOID:
+        return Credentials{.sn = false, .pw = false, .loid = true, .loid_pw = false};
+    case OV_GPON_ONU_AUTH_MODE_LOIDPW:
+        return Credentials{.sn = false, .pw = false, .loid = true, .loid_pw = true};
+    default:
+        return std::nullopt;
+    }
+}
+
+void clear_unused_credentials(Onu& onu) {
+    const auto used = credentials_of(onu.sOnuTableAuthMode);
+    if (!used)
+        return;
+    if (!used->sn)
+        set_text(onu.sOnuTableSn, "");
+    if (!used->pw)
+        set_text(onu.sOnuTablePw, "");
+    if (!used->loid)
+        set_text(onu.sOnuTableLoid, "");
+    if (!used->loid_pw)
+        set_text(onu.sOnuTableLoidPw, "");
+}
+
+// ---- the card's mask -----------------------------------------------------------------------------------
+
+// The last two columns have their attributes here, but the mask ends before them: cards take both from every
+// record.
+constexpr unsigned FIRST_MASK_COLUMN = column::sOnuTableIfIndex;
+constexpr unsigned LAST_MASK_COLUMN = column::sOnuTableRssiProfileId;
+
+constexpr std::array<uint8_t, column::sOnuTableConfigMode + 1> make_onu_table_flag_map() {
+    std::array<uint8_t, column::sOnuTableConfigMode + 1> map{};
+    map.fill(OV_GPON_ONU_ATTR_INDEX_MAX);
+    map[column::sOnuTableOnuName] = OV_GPON_ONU_ATTR_INDEX_name;
+    map[column::sOnuTableAuthMode] = OV_GPON_ONU_ATTR_INDEX_authAttr;
+    map[column::sOnuTableAdminState] = OV_GPON_ONU_ATTR_INDEX_adminStatus;
+    map[column::sOnuTableActiviate] = OV_GPON_ONU_ATTR_INDEX_active;
+    map[column::sOnuTableOnuState] = OV_GPON_ONU_ATTR_INDEX_status;
+    map[column::sOnuTableOnuTypeProfileName] = OV_GPON_ONU_ATTR_INDEX_typeProfile;
+    map[column::sOnuTableOmccBwProfileName] = OV_GPON_ONU_ATTR_INDEX_omccBwProfile;
+    map[column::sOnuTableUpFec] = OV_GPON_ONU_ATTR_INDEX_usFec;
+    map[column::sOnuTableRssiProfileId] = OV_GPON_ONU_ATTR_INDEX_rssi;
+    map[column::sOnuTableSrvProfileId] = OV_GPON_ONU_ATTR_INDEX_srvprofile;
+    map[column::sOnuTableConfigMode] = OV_GPON_ONU_ATTR_INDEX_cfgMode;
+    return map;
+}
+constexpr auto sonu_table_flag_map = make_onu_table_flag_map();
+
+// ---- names ---------------------------------------------------------------------------------------------
+
+using OnuName = std::array<char, sOnuTable_limit::sOnuTableOnuName + 1>;
+
+OnuName default_name_of(const Onu& onu) {
+    OnuName name{};
+    snprintf(name.data(), name.size(), "gpon-onu%d/%d:%d", onu.slotID, onu.portID, onu.onuId);
+    return name;
+}
+
+// ---- the pair of a protection group --------------------------------------------------------------------
+
+// The port that leads its group: what is made and removed on it is at once made and removed on its pair.
+bool leads_group(const Onu& onu) {
+    return ov_app_gpon_port_is_group_work_pon_port(onu.slotID, onu.portID) == 1 &&
+           ov_app_gpon_port_is_group_active_pon_port(onu.slotID, onu.portID) == 1;
+}
+
+void move_to_pair(Onu& onu) {
+    const ov_ifindex_t pair = ov_pon_protect_group_get_pair_port_index(onu.slotID, onu.portID);
+    onu.slotID = static_cast<int32_t>(ov_ifindex_get_slot_id(pair));
+    onu.portID = static_cast<int32_t>(ov_ifindex_get_port_id(pair));
+}
+
+bool add_on_pair(const OnuChange& change) {
+    Onu copy = change.row;
+    MIB_Flags_t columns = change.columns;
+    if (text_in(copy.sOnuTableOnuName) == default_name_of(copy).data())
+        mib_flag_clear(columns, column::sOnuTableOnuName); // the pair's ONU gets its own
+    move_to_pair(copy);
+    return ov_app_gpon_onu_add(&copy, &columns, 0) == OV_GPON_RET_OK;
+}
+
+bool delete_on_pair(const OnuChange& change) {
+    Onu key = onu_key<Onu>(change.row);
+    move_to_pair(key);
+    return mib_access(MIB_DEL_N, key);
+}
+
+// ---- the steps of the set callback ---------------------------------------------------------------------
+
+void fill_ifindex(Onu& onu) {
+    if (onu.sOnuTableIfIndex == 0)
+        onu.sOnuTableIfIndex = onu_ifindex_of(onu);
+}
+
+bool onu_admits(OnuChange& change) {
+    return ov_app_gpon_onu_marevo_check(&change.row, change.action) == 1 &&
+           ov_app_gpon_onu_check(&change.row, change.action, change.columns) == 1;
+}
+
+// While a port learns ONUs by their serial numbers, none of them can change to another authentication.
+bool auth_may_change(Onu& onu) {
+    int autolearn = 0;
+    return ov_app_gpon_port_autolearn_get(&onu, &autolearn) == OV_GPON_RET_OK && autolearn != 1;
+}
+
+// Columns that the card doesn't take by themselves: new credentials wait for the next change of the
+// authentication mode, or for the card's next start.
+bool has_waiting_column(const OnuChange& change) {
+    for (const unsigned waiting : {column::sOnuTablePmEnable, column::sOnuTableSn, column::sOnuTablePw,
+                                   column::sOnuTableLoid, column::sOnuTableLoidPw})
+        if (change.has(waiting))
+            return true;
+    return false;
+}
+
+// A refusal here leaves raised what the check has reserved: only a failed message gives it back.
+std::optional<int> onu_before_send(OnuChange& change) {
+    if (change.sets() && change.has(column::sOnuTableAuthMode)) {
+        if (!auth_may_change(change.row))
+            return SET_REFUSED;
+    } else if (change.sets() && has_waiting_column(change)) {
+        return ov_app_gpon_follow_on_pair(SYNC_SONU, change);
+    }
+    if (change.creates() && leads_group(change.row) && !add_on_pair(change)) {
+        OV_LOG_ERROR("MMG", "add standby onu failed");
+        return SET_REFUSED;
+    }
+    if (change.deletes() && leads_group(change.row) && !delete_on_pair(change)) {
+        OV_LOG_ERROR("MMG", "del standby onu failed");
+        return SET_REFUSED;
+    }
+    return std::nullopt;
+}
+
+// Every new ONU starts enabled and activated, whatever the request said.
+void follow_create(Onu& onu) {
+    if (is_template_onu(onu))
+        ov_app_gpon_onu_srvprofile_bindCount(onu.sOnuTableSrvProfileId, 1);
+    onu.sOnuTableAdminState = SONUTABLEADMINSTATE_ENABLED;
+    onu.sOnuTableActiviate = SONUTABLEACTIVIATE_ACTIVIATED;
+    onu.sOnuTableOnuState = SONUTABLEONUSTATE_ADDED;
+    ov_app_gpon_new_if(onu.sOnuTableIfIndex, onu.sOnuTableSn);
+    if (is_template_onu(onu))
+        ov_app_gpon_onu_gem_pm_is_enable(&onu, 1);
+}
+
+void follow_delete(Onu& onu) {
+    if (is_template_onu(onu)) {
+        ov_app_gpon_onu_srvprofile_bindCount(onu.sOnuTableSrvProfileId, 0);
+        ov_app_gpon_onu_gem_pm_is_enable(&onu, 0);
+    }
+    ov_app_gpon_del_if(onu.sOnuTableIfIndex);
+}
+
+int onu_done(OnuChange& change) {
+    if (change.creates())
+        follow_create(change.row);
+    else if (change.deletes())
+        follow_delete(change.row);
+    else if (change.has(column::sOnuTableAuthMode))
+        clear_unused_credentials(change.row);
+    if (!change.sets() && leads_group(change.row))
+        return SET_ACCEPTED; // the pair has had its own
+    return ov_app_gpon_follow_on_pair(SYNC_SONU, change);
+}
+
+void onu_undo(OnuChange& change) {
+    ov_app_gpon_onu_templet_tcont_release_reserve(&change.row, change.action);
+    ov_app_gpon_onu_templet_gemport_release_reserve(&change.row, change.action);
+    ov_app_gpon_onu_templet_service_port_release_reserve(&change.row, change.action);
+}
+
+// ---- add and edit --------------------------------------------------------------------------------------
+
+int bad_param(const char* text) {
+    OV_LOG_ERROR("MMG", "%s", text);
+    return OV_GPON_RET_BAD_PARAM;
+}
+
+// Completes a new ONU's row and mask: what the profile dictates, its identity, its row status.
+void complete_new_onu(Onu& onu, MIB_Flags_t& columns) {
+    if (!mib_flag_is_set(columns, column::sOnuTableOnuName))
+        set_text(onu.sOnuTableOnuName, default_name_of(onu).data());
+    onu.sOnuTableIfIndex = onu_ifindex_of(onu);
+    onu.sOnuTableRowStatus = OVRA_CREATEANDGO;
+    for (const unsigned filled : {column::sOnuTableIfIndex, column::sOnuTableOnuName,
+                                  column::sOnuTableOnuTypeProfileId, column::sOnuTableRowStatus})
+        mib_flag_set(columns, filled);
+}
+
+// May the authentication of this ONU be changed so? 0 or the code of the refusal, logged.
+int check_new_auth(Onu& onu, const MIB_Flags_t& columns) {
+    if (mib_flag_is_set(columns, column::sOnuTableSn) && !ov_gpon_onu_sn_is_legal(onu.sOnuTableSn)) {
+        OV_LOG_ERROR("MMG", "illegal data: %s", onu.sOnuTableSn);
+        return OV_ONU_AUTH_ILLEGAL;
+    }
+    if (find_row(onu) == nullptr) {
+        OV_LOG_ERROR("MMG", "onu %d not exist", onu.onuId);
+        return OV_GPON_RET_NOT_FOUND;
+    }
+    int autolearn = 0;
+    ov_app_gpon_port_autolearn_get(&onu, &autolearn);
+    if (autolearn == 1) {
+        OV_LOG_ERROR("MMG", "pon autolearn must disable");
+        return OV_GPON_RET_BUSY;
+    }
+    return OV_GPON_RET_OK;
+}
+
+} // namespace
+
+// ---- the card's record -----------------------------------------------------------------------------------
+
+void sonu_mib_auth_attr_convert_to_hal(const ov_sOnuTable_attr_t* mib, ov_gpon_onu_auth_attr_t* hal) {
+    const auto used = credentials_of(mib->sOnuTableAuthMode);
+    if (!used)
+        return;
+    if (used->sn)
+        ov_gpon_onu_sn_string_to_bytes(mib->sOnuTableSn, reinterpret_cast<unsigned char*>(hal->sn));
+    if (used->pw)
+        set_text(hal->pw, text_in(mib->sOnuTablePw));
+    if (used->loid)
+        set_text(hal->loid, text_in(mib->sOnuTableLoid));
+    if (used->loid_pw)
+        set_text(hal->loidPw, text_in(mib->sOnuTableLoidPw));
+}
+
+void sonu_mib_data_convert_to_hal(ov_sOnuTable_attr_t* mib, ov_gpon_onu_attr_t* hal,
+                                  const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
+    *hal = {};
+    hal->ifindex = mib->sOnuTableIfIndex;
+    set_text(hal->name, text_in(mib->sOnuTableOnuName));
+    hal->authAttr.mode = mib->sOnuTableAuthMode;
+    sonu_mib_auth_attr_convert_to_hal(mib, &hal->authAttr);
+    hal->adminStatus = mib->sOnuTableAdminState;
+    hal->active = mib->sOnuTableActiviate;
+    set_text(hal->typeProfile, text_in(mib->sOnuTableOnuTypeProfileName));
+    set_text(hal->omccBwProfile, text_in(mib->sOnuTableOmccBwProfileName));
+    hal->status = mib->sOnuTableOnuState;
+    // The column is free text; the card has a number, 0 for a text that isn't one.
+    hal->spliterNum = static_cast<int32_t>(strtol(mib->sOnuTableSplitterNumber, nullptr, 10));
+    hal->usFec = static_cast<uint8_t>(mib->sOnuTableUpFec);
+    hal->rssiProfileId = mib->sOnuTableRssiProfileId;
+    hal->srvProfileId = mib->sOnuTableSrvProfileId;
+    hal->cfgMode = mib->sOnuTableConfigMode;
+    *hal_flag = hal_mask_of_columns(mib_mask, sonu_table_flag_map, FIRST_MASK_COLUMN, LAST_MASK_COLUMN);
+}
+
+// ---- callbacks -------------------------------------------------------------------------------------------
+
+int ov_onu_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
+    static const SetCallback<ov_sOnuTable_attr_t, ov_gpon_onu_attr_t> callback = {
+        .message = OV_HAL_MSG_GPON_ONU,
+        .prepare = fill_ifindex,
+        .check = onu_admits,
+        .before_send = onu_before_send,
+        .convert = sonu_mib_data_convert_to_hal,
+        .dump = ov_gpon_onu_attr_dump,
+        .done = onu_done,
+        .undo = onu_undo,
+        .failure = "set ONU error",
+    };
+    return run_set_callback(callback, did, row, column_flag);
+}
+
+// The rows of a protecting port follow those of the working one; nobody else writes them.
+int ov_onu_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
+    const auto& onu = *static_cast<const ov_sOnuTable_attr_t*>(row);
+    if (ov_app_gpon_port_is_protect_pon_port(onu.slotID, onu.portID) == 0)
+        return SET_ACCEPTED;
+    OV_LOG_ERROR("MMG", "ov_onu_table_set_check_callback failed");
+    return SET_REFUSED;
+}
+
+void ov_app_gpon_onu_init() {
+    gpon_onu_appid = AssignAppId();
+    const CallbackRegistration app = {"app_onu", gpon_onu_appid,
+                                      "app_onu register onutable set call back error"};
+    // Reports of the card write these two and concern nobody.
+    const MIB_Flags_t columns = columns_but(column::sOnuTableOnuState, column::sOnuTableOnuActVersion);
+    app.add(SONU, CALLBACK_SET, ov_onu_table_set_callback, columns);
+    app.add(SONU, CALLBACK_CHECK, ov_onu_table_set_check_callback, columns);
+}
+
+// ---- doors -----------------------------------------------------------------------------------------------
+
+int ov_app_gpon_onu_add(ov_sOnuTable_attr_t* attr, MIB_Flags_t* flag, int is_need_check) {
+    if (!attr || !flag)
+        return bad_param("null pointer");
+    if (attr->onuId > OV_GPON_ONU_ID_MAX)
+        return bad_param("wrong onuId or wrong onuTypeName");
+    if (is_template_onu(*attr)) {
+        if (ov_app_gpon_onu_srvprofile_check(attr->sOnuTableSrvProfileId,
+                                             attr->sOnuTableOnuTypeProfileName) != 1)
+            return bad_param("the onu srv profile did not exist");
+        mib_flag_set(*flag, column::sOnuTableOnuTypeProfileName);
+    }
+    if (ov_app_gpon_onutype_getId(attr->sOnuTableOnuTypeProfileName, &attr->sOnuTableOnuTypeProfileId) != 1)
+        return bad_param("the onutype profile did not exist");
+    complete_new_onu(*attr, *flag);
+    if (!mib_access(is_need_check == 1 ? MIB_SET : MIB_SET_N, *attr, *flag, gpon_onu_appid))
+        return bad_param("mib add error for onu table");
+    return OV_GPON_RET_OK;
+}
+
+int ov_app_gpon_onu_edit(ov_sOnuTable_attr_t* attr, MIB_Flags_t* flag) {
+    if (!attr || !flag)
+        return bad_param("null pointer");
+    if (mib_flag_is_set(*flag, column::sOnuTableAuthMode))
+        if (const int refusal = check_new_auth(*attr, *flag); refusal != OV_GPON_RET_OK)
+            return refusal;
+    if (!mib_access(MIB_SET, *attr, *flag, gpon_onu_appid))
+        return bad_param("mib set error for onu table");
+    return OV_GPON_RET_OK;
+}
+
+int ov_app_gpon_onu_del(ov_sOnuTable_attr_t* attr) {
+    if (!attr)
+        return bad_param("null pointer");
+    if (!mib_access(MIB_DEL, *attr, mibDefFlags, gpon_onu_appid))
+        return bad_param("mib del error for onu table");
+    return OV_GPON_RET_OK;
+}

@@ -1,0 +1,151 @@
+// What an ONU must be to exist: its place, its serial number, the profiles it names, and what its port has
+// left.
+#include <array>
+#include <cstring>
+#include <string_view>
+
+#include "mmg_definition.h"
+#include "ov_app_gpon_bwtype.h"
+#include "ov_app_gpon_onu.h"
+#include "ov_app_gpon_onusrv_batch_config.h"
+#include "ov_app_gpon_onutype.h"
+#include "ov_gpon.h"
+#include "ov_product.h"
+#include "ov_product_log.h"
+#include "sPonTable.h"
+
+namespace {
+
+namespace column = sOnuTable_column;
+using Onu = ov_sOnuTable_attr_t;
+
+constexpr char PASSED = 1;
+constexpr char REFUSED = 0;
+
+// The ONU makers that the brand admits: vendor codes of the serial number (ITU-T G.984.3).
+constexpr std::string_view MAREVO = "MAREVO-L";
+constexpr std::array<std::string_view, 10> marevo_vendor_control = {"MRVO", "MRVA", "MRVB", "MRVC", "MRVD",
+                                                                    "MRVE", "MRVF", "MRVG", "MRVH", "MRVI"};
+constexpr size_t VENDOR_CODE = 4;
+
+char refuse(const char* text) {
+    OV_LOG_ERROR("MMG", "%s", text);
+    return REFUSED;
+}
+
+bool sn_is_well_formed(const Onu& onu) {
+    if (onu.sOnuTableSn[0] == '\0' || ov_gpon_onu_sn_is_legal(onu.sOnuTableSn))
+        return true;
+    OV_LOG_ERROR("MMG", "illegal data: %s", onu.sOnuTableSn);
+    return false;
+}
+
+// The same serial number may stand on two ports: the ONU is then moved between them by its fibre.
+bool sn_is_free_on_port(const Onu& onu) {
+    for (const Onu& other : rows_under(onu, INDEX_TO_PORT))
+        if (other.onuId != onu.onuId && std::strcmp(other.sOnuTableSn, onu.sOnuTableSn) == 0)
+            return false;
+    return true;
+}
+
+char check_new_sn(const Onu& onu) {
+    if (!sn_is_well_formed(onu))
+        return REFUSED;
+    if (onu.sOnuTableSn[0] != '\0' && !sn_is_free_on_port(onu))
+        return refuse("the onu sn have created in this pon port");
+    return PASSED;
+}
+
+char check_type(Onu& onu) {
+    if (ov_app_gpon_onutype_getId(onu.sOnuTableOnuTypeProfileName, &onu.sOnuTableOnuTypeProfileId) != 1)
+        return refuse("the onutype profile was not exist");
+    return PASSED;
+}
+
+// Reserves for a create what the service profile of a template ONU brings along, or gives it back for a
+// delete: all three or none.
+char check_templet(Onu& onu, int action) {
+    if (ov_app_gpon_onu_templet_tcont_check(&onu, action) != PASSED)
+        return refuse("ov_app_gpon_onu_templet_tcont_check errror");
+    if (ov_app_gpon_onu_templet_gemport_check(&onu, action) != PASSED) {
+        OV_LOG_ERROR("MMG", "ov_app_gpon_onu_templet_gemport_check errror");
+        ov_app_gpon_onu_templet_tcont_release_reserve(&onu, action);
+        return REFUSED;
+    }
+    if (ov_app_gpon_onu_templet_service_port_check(&onu, action) != PASSED) {
+        OV_LOG_ERROR("MMG", "ov_app_gpon_onu_templet_service_port_check errror");
+        ov_app_gpon_onu_templet_gemport_release_reserve(&onu, action);
+        ov_app_gpon_onu_templet_tcont_release_reserve(&onu, action);
+        return REFUSED;
+    }
+    return PASSED;
+}
+
+char check_change(Onu& onu, const MIB_Flags_t& columns) {
+    if (mib_flag_is_set(columns, column::sOnuTableOmccBwProfileName) &&
+        ov_app_gpon_bwtype_getId(onu.sOnuTableOmccBwProfileName, &onu.sOnuTableOmccBwProfileId) != 1)
+        return refuse("the bwtype profile was not exist");
+    if (mib_flag_is_set(columns, column::sOnuTableSn) && !sn_is_well_formed(onu))
+        return REFUSED;
+    return mib_flag_is_set(columns, column::sOnuTableOnuTypeProfileName) ? check_type(onu) : PASSED;
+}
+
+char check_create(Onu& onu, const MIB_Flags_t& columns) {
+    if (onu.shelfID <= 0 || onu.slotID <= 0 || onu.portID <= 0 || onu.onuId <= 0) {
+        OV_LOG_ERROR("MMG", "illega onu index:%d.%d.%d.%d:", onu.shelfID, onu.slotID, onu.portID, onu.onuId);
+        return REFUSED;
+    }
+    if (mib_flag_is_set(columns, column::sOnuTableSn) && check_new_sn(onu) != PASSED)
+        return REFUSED;
+    if (mib_flag_is_set(columns, column::sOnuTableSrvProfileId) &&
+        ov_app_gpon_onu_srvprofile_check(onu.sOnuTableSrvProfileId, nullptr) != 1)
+        return refuse("the onu srv profile did not exist");
+    if (check_type(onu) != PASSED)
+        return REFUSED;
+    return check_templet(onu, OV_HAL_GPON_MSG_ACTION_CREATE);
+}
+
+} // namespace
+
+char ov_app_gpon_onu_check(ov_sOnuTable_attr_t* pmib_attr, int action, MIB_Flags_t column_flag) {
+    switch (action) {
+    case OV_HAL_GPON_MSG_ACTION_SET:
+        return check_change(*pmib_attr, column_flag);
+    case OV_HAL_GPON_MSG_ACTION_CREATE:
+        return check_create(*pmib_attr, column_flag);
+    case OV_HAL_GPON_MSG_ACTION_DELETE:
+        return check_templet(*pmib_attr, action);
+    default:
+        return PASSED;
+    }
+}
+
+char ov_app_gpon_onu_marevo_check(const ov_sOnuTable_attr_t* attr, int action) {
+    const char* vendor = ov_product_get_sysinfo_product_vender();
+    if (action != OV_HAL_GPON_MSG_ACTION_CREATE || !vendor || vendor != MAREVO)
+        return PASSED;
+    const auto code = std::string_view(attr->sOnuTableSn).substr(0, VENDOR_CODE);
+    for (const std::string_view admitted : marevo_vendor_control)
+        if (code == admitted)
+            return PASSED;
+    if (mmg_get_debug_info_flag() != 0)
+        OV_LOG_ERROR("MMG", "illegal onu sn: %s, marevo check failed", attr->sOnuTableSn);
+    return REFUSED;
+}
+
+int ov_app_gpon_port_autolearn_get(ov_sOnuTable_attr_t* onuAttr, int* autolearn) {
+    ov_sPonTable_attr_t key = {};
+    const ov_sPonTable_attr_t* port = nullptr;
+    if (onuAttr) {
+        key.shelfID = onuAttr->shelfID;
+        key.slotID = onuAttr->slotID;
+        key.portID = onuAttr->portID;
+        port = find_row(key);
+    }
+    if (!port || !autolearn) {
+        OV_LOG_ERROR("MMG", "mib get error for port table");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    *autolearn = port->sPonTableAutoLearn;
+    return OV_GPON_RET_OK;
+}

@@ -1,0 +1,89 @@
+#include "ov_app_gpon_onuinit.h"
+
+#include "app_modules.h"
+#include "app_rows.h"
+#include "app_text.h"
+#include "ov_gpon.h"
+#include "ov_ifindex.h"
+#include "ov_product_log.h"
+#include "sOnuInitTable.h"
+
+namespace {
+
+using UnknownOnu = ov_sOnuInitTable_attr_t;
+
+int gpon_onuinit_appid;
+
+// The row that a report stands for. Its kind of ONU isn't reported.
+UnknownOnu sonu_hal_data_convert_to_mib(const ov_gpon_uncfg_onu_attr_t& report) {
+    const ov_ifindex_t port = report.ponIfindex;
+    UnknownOnu row = {};
+    row.shelfID = GPON_SHELF;
+    row.slotID = ov_ifindex_get_slot_id(port);
+    row.portID = ov_ifindex_get_port_id(port);
+    row.sOnuInitTableTmpOnuId = report.index;
+    row.sOnuInitTableIfIndex = ov_ifindex_gen_by_phyinfo(
+        PORT_TYPE_GONU, GPON_SHELF, static_cast<uint8_t>(row.slotID), 0, static_cast<uint16_t>(row.portID),
+        static_cast<uint16_t>(row.sOnuInitTableTmpOnuId));
+    set_text(row.sOnuInitTableSn, ov_gpon_onu_sn_string(reinterpret_cast<const unsigned char*>(report.sn)));
+    set_text(row.sOnuInitTablePw, text_in(report.pw));
+    set_text(row.sOnuInitTableLoid, text_in(report.loid));
+    set_text(row.sOnuInitTableLoidPw, text_in(report.loidPw));
+    set_text(row.sOnuInitTableEqptId, text_in(report.eqptId));
+    return row;
+}
+
+// Carries a report out on its row; `what` stands in the line of a failure.
+int apply_report(const ov_gpon_uncfg_onu_attr_t* report, int operation, int row_status, const char* what) {
+    if (!report) {
+        OV_LOG_ERROR("LIB", "null pointer");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    UnknownOnu row = sonu_hal_data_convert_to_mib(*report);
+    row.sOnuInitTableRowStatus = row_status;
+    if (mib_access(operation, row, mibDefFlags, gpon_onuinit_appid))
+        return OV_GPON_RET_OK;
+    OV_LOG_ERROR("LIB", "%s unconfig onu failure!: %d:%d:%d:%u", what, row.shelfID, row.slotID, row.portID,
+                 row.sOnuInitTableTmpOnuId);
+    return OV_GPON_RET_BAD_PARAM;
+}
+
+void delete_rows_under(const ov_sOnuInitTable_attr_t& key, size_t leading) {
+    for (ov_sOnuInitTable_attr_t& row : rows_copied(key, leading))
+        if (!mib_access(MIB_DEL, row))
+            OV_LOG_ERROR("LIB", "delete unconfig onu failure!: %d:%d:%d:%u", row.shelfID, row.slotID,
+                         row.portID, row.sOnuInitTableTmpOnuId);
+}
+
+} // namespace
+
+void ov_app_gpon_unconfig_onu_init() {
+    gpon_onuinit_appid = AssignAppId();
+}
+
+int ov_app_gpon_unconfig_onu_add_by_lowlayer(ov_gpon_uncfg_onu_attr_t* attr) {
+    return apply_report(attr, MIB_SET, OVRA_CREATEANDGO, "add");
+}
+
+int ov_app_gpon_unconfig_onu_edit_by_lowlayer(ov_gpon_uncfg_onu_attr_t* attr) {
+    return apply_report(attr, MIB_SET, OVRA_ACTIVE, "edit");
+}
+
+int ov_app_gpon_unconfig_onu_del_by_lowlayer(ov_gpon_uncfg_onu_attr_t* attr) {
+    return apply_report(attr, MIB_DEL, OVRA_DESTROY, "delete");
+}
+
+void ov_onu_uncfg_table_iterate_del(int32_t slot) {
+    ov_sOnuInitTable_attr_t key = {};
+    key.shelfID = GPON_SHELF;
+    key.slotID = slot;
+    delete_rows_under(key, INDEX_TO_SLOT);
+}
+
+void ov_onu_uncfg_table_iterate_del(int32_t slot, int32_t port) {
+    ov_sOnuInitTable_attr_t key = {};
+    key.shelfID = GPON_SHELF;
+    key.slotID = slot;
+    key.portID = port;
+    delete_rows_under(key, INDEX_TO_PORT);
+}

@@ -1,0 +1,53 @@
+#include "ov_app_gpon_owner.h"
+
+#include "ov_product_log.h"
+
+namespace {
+
+bool profile_admits(mib_long profile_id) {
+    const auto* profile = ov_app_gpon_srvprofile_of(profile_id);
+    if (profile == nullptr) {
+        OV_LOG_ERROR("MMG", "multi-srvprofile id %d is not exist", profile_id);
+        return false;
+    }
+    if (profile->sOnuSrvProfileBindCount > 0) {
+        OV_LOG_ERROR("MMG", "multi-srvprofile id %dbind %d times", profile_id,
+                     profile->sOnuSrvProfileBindCount);
+        return false;
+    }
+    return true;
+}
+
+bool onu_admits(const ov_sOnuTable_attr_t& owner) {
+    const ov_sOnuTable_attr_t* onu = find_row(owner);
+    if (onu == nullptr) {
+        OV_LOG_ERROR("MMG", "onu id %d is not exist", owner.onuId);
+        return false;
+    }
+    if (onu->sOnuTableConfigMode == SONUTABLECONFIGMODE_TEMPLET) {
+        OV_LOG_ERROR("MMG", "onu id %d is configured by templet", owner.onuId);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool ov_app_gpon_owner_check(const ov_sOnuTable_attr_t& owner) {
+    return is_template_row(owner) ? profile_admits(owner.onuId) : onu_admits(owner);
+}
+
+const ov_sOnuSrvProfileTable_attr_t* ov_app_gpon_srvprofile_of(mib_long profile_id) {
+    ov_sOnuSrvProfileTable_attr_t key = {};
+    key.onuSrvProfileId = static_cast<mib_ulong>(profile_id);
+    return find_row(key);
+}
+
+ov_sOnuTable_attr_t ov_app_gpon_template_owner(const ov_sOnuSrvProfileTable_attr_t& profile) {
+    ov_sOnuTable_attr_t owner = {};
+    owner.shelfID = GPON_SHELF;
+    owner.slotID = GPON_TEMPLATE_SLOT;
+    owner.portID = GPON_TEMPLATE_PORT;
+    owner.onuId = static_cast<mib_long>(profile.onuSrvProfileId);
+    return owner;
+}

@@ -1,0 +1,37 @@
+// Whom a row of T-CONTs, GEM ports or services belongs to: a provisioned ONU, or, at slot 31, a service
+// profile whose id stands for the ONU. Such a row may only change while its owner admits it.
+//
+// Main loop only.
+#pragma once
+
+#include "app_rows.h"
+#include "sOnuSrvProfileTable.h"
+#include "sOnuTable.h"
+
+// May rows of this owner change? A service profile must exist and be bound to no ONU; an ONU must exist and
+// not take its rows from a service profile. False behind a log line that says why.
+bool ov_app_gpon_owner_check(const ov_sOnuTable_attr_t& owner);
+
+template <typename Row>
+bool ov_app_gpon_owner_admits(const Row& row) {
+    return ov_app_gpon_owner_check(onu_key<ov_sOnuTable_attr_t>(row));
+}
+
+// The row of the ONU that `row` belongs to, null for none; valid until the ONU is deleted.
+template <typename Row>
+const ov_sOnuTable_attr_t* ov_app_gpon_onu_of(const Row& row) {
+    return find_row(onu_key<ov_sOnuTable_attr_t>(row));
+}
+
+// The row of a service profile, null for none; valid until the profile is deleted.
+const ov_sOnuSrvProfileTable_attr_t* ov_app_gpon_srvprofile_of(mib_long profile_id);
+
+// The index under which the rows of a service profile stand: shelf 1, slot 31, port 15 and its id.
+ov_sOnuTable_attr_t ov_app_gpon_template_owner(const ov_sOnuSrvProfileTable_attr_t& profile);
+
+// Whether the index columns of a row and of another table's row name the same ONU.
+template <typename Row, typename OnuRow>
+bool is_of_onu(const Row& row, const OnuRow& onu) {
+    return row.shelfID == onu.shelfID && row.slotID == onu.slotID && row.portID == onu.portID &&
+           row.onuId == onu.onuId;
+}

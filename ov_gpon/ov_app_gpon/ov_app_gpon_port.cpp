@@ -1,0 +1,356 @@
+#include "ov_app_gpon_port.h"
+
+#include <array>
+#include <cstring>
+#include <span>
+
+#include "app_rows.h"
+#include "app_set_callback.h"
+#include "ov_app_gpon_onusrv_batch_config.h"
+#include "ov_app_gpon_pon_port_cfg.h"
+#include "ov_app_gpon_qos.h"
+#include "ov_app_gpon_qosprofile.h"
+#include "ov_ifindex.h"
+#include "ov_product_log.h"
+#include "sQosProfileTable.h"
+
+int gpon_port_appid = 0;
+
+namespace {
+
+using namespace sPonTable_column;
+
+using PortRow = ov_sPonTable_attr_t;
+
+// The columns that are read from the card.
+constexpr MIB_Flags_t READ_COLUMNS =
+    columns_of(sPonTableOperationalState, sPonTableTxPower, sPonTableRogueOnuDetectState);
+constexpr MIB_Flags_t WRITTEN_COLUMNS =
+    columns_but(sPonTableOperationalState, sPonTableTxPower, sPonTableRogueOnuDetectState);
+
+// ---- columns and attributes --------------------------------------------------------------------------
+
+constexpr unsigned FIRST_MAPPED = sPonTableIfIndex;
+constexpr unsigned LAST_MAPPED_SET = sPonTableMibDataSync;
+constexpr unsigned LAST_MAPPED_GET = sPonTableRogueOnuDetectState;
+
+// The card's attribute of a column. A column without one has MAX, a mark that cards ignore; so has the rogue
+// state, which they send with every read.
+constexpr auto sport_table_flag_map = [] {
+    std::array<uint8_t, LAST_MAPPED_SET + 1> map = {};
+    map.fill(OV_GPON_PORT_ATTR_INDEX_MAX);
+    map[sPonTableAdminState] = OV_GPON_PORT_ATTR_INDEX_adminStatus; // never sent: see port_before_send
+    map[sPonTableOperationalState] = OV_GPON_PORT_ATTR_INDEX_priStatus;
+    map[sPonTableScbPort] = OV_GPON_PORT_ATTR_INDEX_scbport;
+    map[sPonTableTxPower] = OV_GPON_PORT_ATTR_INDEX_txPwr;
+    map[sPonTableScbMaxBW] = OV_GPON_PORT_ATTR_INDEX_scb_maxBw;
+    map[sPonTableScbDwnQueueMapID] = OV_GPON_PORT_ATTR_INDEX_scb_qid;
+    map[sPonTableQosProfileName] = OV_GPON_PORT_ATTR_INDEX_sched;
+    map[sPonTableMaxLogicDistance] = OV_GPON_PORT_ATTR_INDEX_MaxLogicDistance;
+    map[sPonTableDsFec] = OV_GPON_PORT_ATTR_INDEX_DsFec;
+    map[sPonTableKeyExchangeCtrl] = OV_GPON_PORT_ATTR_INDEX_KeyExchangeCtrl;
+    map[sPonTableKeyExchangeInterval] = OV_GPON_PORT_ATTR_INDEX_KeyExchangeInterval;
+    map[sPonTableAutoLearn] = OV_GPON_PORT_ATTR_INDEX_AutoLearn;
+    map[sPonTablePortProtect] = OV_GPON_PORT_ATTR_INDEX_PROTECTED;
+    map[sPonTableAutoFind] = OV_GPON_PORT_ATTR_INDEX_Autofind;
+    map[sPonTableRogueOnuDetect] = OV_GPON_PORT_ATTR_INDEX_RogueOnuDetect;
+    map[sPonTableSilenceOnuTime] = OV_GPON_PORT_ATTR_INDEX_silenceTime;
+    map[sPonTableMibDataSync] = OV_GPON_PORT_ATTR_INDEX_mibDataSync;
+    return map;
+}();
+
+// ---- the record --------------------------------------------------------------------------------------
+
+constexpr size_t QUEUES = 8;
+
+// Scheduling of the port's queues: that of the profile, or equal weights without one. A profile that isn't
+// there any more leaves zeros.
+void fill_sched(uint32_t profile_id, ov_qos_sched_attr_t& sched) {
+    if (profile_id == 0) {
+        for (size_t queue = 0; queue < QUEUES; ++queue)
+            sched.weight[queue] = 1;
+        return;
+    }
+    ov_sQosProfileTable_attr_t key = {};
+    key.qosProfileID = profile_id;
+    const ov_sQosProfileTable_attr_t* row = find_row(key);
+    if (row == nullptr)
+        return;
+    const std::array<mib_long, QUEUES> modes = {row->sQosProfileSchModeOfQ1, row->sQosProfileSchModeOfQ2,
+                                                row->sQosProfileSchModeOfQ3, row->sQosProfileSchModeOfQ4,
+                                                row->sQosProfileSchModeOfQ5, row->sQosProfileSchModeOfQ6,
+                                                row->sQosProfileSchModeOfQ7, row->sQosProfileSchModeOfQ8};
+    const std::array<mib_long, QUEUES> weights = {
+        row->sQosProfileTableWeightOfQ1, row->sQosProfileTableWeightOfQ2, row->sQosProfileTableWeightOfQ3,
+        row->sQosProfileTableWeightOfQ4, row->sQosProfileTableWeightOfQ5, row->sQosProfileTableWeightOfQ6,
+        row->sQosProfileTableWeightOfQ7, row->sQosProfileTableWeightOfQ8};
+    for (size_t queue = 0; queue < QUEUES; ++queue) {
+        sched.mode[queue] = modes[queue];
+        sched.weight[queue] = weights[queue];
+    }
+}
+
+ov_ifindex_t port_ifindex_of(const PortRow& row) {
+    return ov_ifindex_gen_by_phyinfo(PORT_TYPE_GPON, static_cast<uint8_t>(row.shelfID),
+                                     static_cast<uint8_t>(row.slotID), 0, static_cast<uint16_t>(row.portID),
+                                     0);
+}
+
+// ---- service profiles of learnt ONUs -----------------------------------------------------------------
+
+constexpr size_t AUTOFLOW_SLOTS = 4;
+constexpr size_t MODEL_NAME_BYTES = sPonTable_limit::sPonTableModelSrvProfileName / AUTOFLOW_SLOTS;
+constexpr size_t VENDOR_CODE_BYTES = sPonTable_limit::sPonTableVendorSrvProfileName / AUTOFLOW_SLOTS;
+
+bool srvprofile_exists_or_none(uint32_t profile_id) {
+    return profile_id == 0 || ov_app_gpon_onu_srvprofile_check(profile_id, nullptr) == 1;
+}
+
+// Slots without a name aren't in use, whatever profile they hold.
+bool slot_profiles_exist(std::span<const unsigned char> profiles, std::span<const unsigned char> names,
+                         size_t name_bytes) {
+    for (size_t slot = 0; slot < AUTOFLOW_SLOTS; ++slot)
+        if (names[slot * name_bytes] != 0 && !srvprofile_exists_or_none(profiles[slot]))
+            return false;
+    return true;
+}
+
+void clear_autoflow_profiles(PortRow& row) {
+    row.sPonTableSfuSrvProfile = 0;
+    row.sPonTableHguSrvProfile = 0;
+    std::memset(row.sPonTableModelSrvProfile, 0, sizeof row.sPonTableModelSrvProfile);
+    std::memset(row.sPonTableModelSrvProfileName, 0, sizeof row.sPonTableModelSrvProfileName);
+    std::memset(row.sPonTableVendorSrvProfile, 0, sizeof row.sPonTableVendorSrvProfile);
+    std::memset(row.sPonTableVendorSrvProfileName, 0, sizeof row.sPonTableVendorSrvProfileName);
+}
+
+// ---- steps of a change -------------------------------------------------------------------------------
+
+// Clearing a port writes the id 0 with the name "0".
+bool names_no_qos_profile(const PortRow& row) {
+    const char* name = row.sPonTableQosProfileName;
+    return name[0] == '\0' || (row.sPonTableQosPorfileID == 0 && std::strcmp(name, "0") == 0);
+}
+
+bool has_hierarchical_scheduler(ov_ifindex_t ifindex) {
+    int model = 0;
+    return ov_app_qos_port_model_get_by_ifindex(ifindex, &model) == OV_QOS_OK &&
+           model == OV_QOS_SCHED_HIERARCHY;
+}
+
+bool port_admits(RowChange<PortRow>& change) {
+    return change.deletes() || ov_app_gpon_port_check(&change.row, change.action, change.columns) == 1;
+}
+
+// What the daemon decides without the card.
+std::optional<int> port_before_send(RowChange<PortRow>& change) {
+    if (!change.sets())
+        return std::nullopt;
+    // The recording switches are the daemon's. The admin state comes from the controller, which has told the
+    // card already. Whatever else was written with one of them stays in the table too.
+    if (change.has(sPonTablePmEnable) || change.has(sPonTableNniPmEnable) || change.has(sPonTableAdminState))
+        return ov_app_gpon_follow_on_pair(SYNC_SPON, change);
+    if (change.has(sPonTableSrvProfileID) &&
+        !srvprofile_exists_or_none(static_cast<uint32_t>(change.row.sPonTableSrvProfileID)))
+        return SET_REFUSED;
+    if (change.has(sPonTableHguSrvProfile) || change.has(sPonTableSfuSrvProfile) ||
+        change.has(sPonTableModelSrvProfile) || change.has(sPonTableVendorSrvProfile)) {
+        if (ov_app_gpon_autoflow_onu_srvprofile_check(&change.row, change.columns) != 1)
+            return SET_REFUSED;
+        return ov_app_gpon_follow_on_pair(SYNC_SPON, change);
+    }
+    return std::nullopt;
+}
+
+int port_follow(RowChange<PortRow>& change) {
+    if (change.has(sPonTableAutoFlow) && change.row.sPonTableAutoFlow == SPONTABLEAUTOFLOW_DISABLE)
+        clear_autoflow_profiles(change.row);
+    return ov_app_gpon_follow_on_pair(SYNC_SPON, change);
+}
+
+// ---- access ------------------------------------------------------------------------------------------
+
+int refused(const char* why) {
+    OV_LOG_ERROR("LIB", "%s", why);
+    return OV_GPON_RET_BAD_PARAM;
+}
+
+int write_port(PortRow* attr, const MIB_Flags_t& flag, const char* failure) {
+    return mib_access(MIB_SET, *attr, flag, gpon_port_appid) ? OV_GPON_RET_OK : refused(failure);
+}
+
+} // namespace
+
+void ov_app_gpon_port_init() {
+    gpon_port_appid = AssignAppId();
+    const CallbackRegistration registration = {"app_port", gpon_port_appid,
+                                               "register callback of port table failed"};
+    registration.add(SPON, CALLBACK_SET, ov_port_table_set_callback, WRITTEN_COLUMNS);
+    registration.add(SPON, CALLBACK_CHECK, ov_port_table_set_check_callback, WRITTEN_COLUMNS);
+    registration.add(SPON, CALLBACK_GET, ov_port_table_get_callback, READ_COLUMNS);
+}
+
+int ov_app_gpon_port_add(ov_sPonTable_attr_t* attr, MIB_Flags_t* flag) {
+    if (attr == nullptr || flag == nullptr)
+        return refused("null pointer");
+    attr->sPonTableIfIndex = port_ifindex_of(*attr);
+    attr->sPonTableRowStatus = OVRA_CREATEANDGO;
+    mib_flag_set(*flag, sPonTableRowStatus);
+    mib_flag_set(*flag, sPonTableIfIndex);
+    return write_port(attr, *flag, "mib add error for port table");
+}
+
+int ov_app_gpon_port_edit(ov_sPonTable_attr_t* attr, MIB_Flags_t* flag) {
+    if (attr == nullptr || flag == nullptr)
+        return refused("null pointer");
+    return write_port(attr, *flag, "mib set error for port table");
+}
+
+int ov_app_gpon_port_del(ov_sPonTable_attr_t* attr) {
+    if (attr == nullptr)
+        return refused("null pointer");
+    return mib_access(MIB_DEL, *attr, mibDefFlags, gpon_port_appid) ? OV_GPON_RET_OK
+                                                                    : refused("mib del error for port table");
+}
+
+char ov_app_gpon_port_check(ov_sPonTable_attr_t* attr, int /*action*/, MIB_Flags_t flag) {
+    if (attr->sPonTableIfIndex == 0)
+        attr->sPonTableIfIndex = port_ifindex_of(*attr);
+    if (mib_flag_is_set(flag, sPonTableQosProfileName)) {
+        if (names_no_qos_profile(*attr)) {
+            attr->sPonTableQosPorfileID = 0;
+            return 1; // the limit's condition isn't looked at then
+        }
+        mib_ulong profile_id = 0;
+        if (ov_app_gpon_qosprofile_getId(attr->sPonTableQosProfileName, &profile_id) != 1) {
+            OV_LOG_ERROR("LIB", "the qos profile was not exist");
+            return 0;
+        }
+        attr->sPonTableQosPorfileID = profile_id;
+    }
+    if (mib_flag_is_set(flag, sPonTableScbMaxBW) && !has_hierarchical_scheduler(attr->sPonTableIfIndex)) {
+        OV_LOG_ERROR("LIB", "ov_app_qos_port_model_get_by_ifindex failed or port model isn't hierarchy");
+        return 0;
+    }
+    return 1;
+}
+
+char ov_app_gpon_autoflow_onu_srvprofile_check(ov_sPonTable_attr_t* attr, MIB_Flags_t flag) {
+    const auto has = [&flag](unsigned column) { return mib_flag_is_set(flag, column); };
+    if (has(sPonTableSfuSrvProfile) &&
+        !srvprofile_exists_or_none(static_cast<uint32_t>(attr->sPonTableSfuSrvProfile)))
+        return 0;
+    if (has(sPonTableHguSrvProfile) &&
+        !srvprofile_exists_or_none(static_cast<uint32_t>(attr->sPonTableHguSrvProfile)))
+        return 0;
+    if (has(sPonTableModelSrvProfile) &&
+        !slot_profiles_exist(attr->sPonTableModelSrvProfile, attr->sPonTableModelSrvProfileName,
+                             MODEL_NAME_BYTES))
+        return 0;
+    if (has(sPonTableVendorSrvProfile) &&
+        !slot_profiles_exist(attr->sPonTableVendorSrvProfile, attr->sPonTableVendorSrvProfileName,
+                             VENDOR_CODE_BYTES))
+        return 0;
+    return 1;
+}
+
+void sport_mib_data_convert_to_hal(ov_sPonTable_attr_t* mib, ov_gpon_port_attr_t* hal,
+                                   const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
+    *hal = {};
+    hal->ifindex = mib->sPonTableIfIndex;
+    hal->adminStatus = mib->sPonTableAdminState;
+    hal->priStatus = mib->sPonTableOperationalState;
+    hal->scbport = mib->sPonTableScbPort;
+    hal->txPwr = mib->sPonTableTxPower;
+    hal->scb_qid = mib->sPonTableScbDwnQueueMapID;
+    hal->scb_maxBw = static_cast<int32_t>(mib->sPonTableScbMaxBW);
+    hal->KeyExchangeCtrl = static_cast<uint8_t>(mib->sPonTableKeyExchangeCtrl);
+    hal->KeyExchangeInterval = static_cast<uint32_t>(mib->sPonTableKeyExchangeInterval);
+    hal->DsFec = static_cast<uint8_t>(mib->sPonTableDsFec);
+    hal->MaxLogicDistance = static_cast<uint32_t>(mib->sPonTableMaxLogicDistance);
+    hal->autolearn = static_cast<uint8_t>(mib->sPonTableAutoLearn);
+    hal->portProtect = static_cast<uint8_t>(mib->sPonTablePortProtect);
+    hal->autofind = static_cast<uint8_t>(mib->sPonTableAutoFind);
+    hal->rogueOnuDetect = static_cast<uint8_t>(mib->sPonTableRogueOnuDetect);
+    hal->silenceTime = static_cast<uint32_t>(mib->sPonTableSilenceOnuTime);
+    hal->mibDataSync = static_cast<uint8_t>(mib->sPonTableMibDataSync);
+    fill_sched(mib->sPonTableQosPorfileID, hal->sched);
+    *hal_flag = hal_mask_of_columns(mib_mask, sport_table_flag_map, FIRST_MAPPED, LAST_MAPPED_SET);
+}
+
+int ov_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
+    static constexpr SetCallback<PortRow, ov_gpon_port_attr_t> callback = {
+        .message = OV_HAL_MSG_GPON_PORT,
+        .check = port_admits,
+        .before_send = port_before_send,
+        .convert = sport_mib_data_convert_to_hal,
+        .done = port_follow,
+        .failure = "set port to hal error",
+    };
+    return run_set_callback(callback, did, row, column_flag);
+}
+
+// The row of a protecting port follows its working port's: nobody else may write it.
+int ov_port_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
+    const auto* port = static_cast<const PortRow*>(row);
+    return ov_app_gpon_port_is_protect_pon_port(port->slotID, port->portID) == 0 ? SET_ACCEPTED : SET_REFUSED;
+}
+
+int ov_port_table_get_callback(MIBDID /*did*/, void* row, MIB_Flags_t column_flag) {
+    if (MibFlagsCheck(column_flag, READ_COLUMNS) == 0)
+        return 1;
+    auto* port = static_cast<PortRow*>(row);
+    ov_gpon_port_attr_t record = {};
+    record.ifindex = port->sPonTableIfIndex != 0 ? port->sPonTableIfIndex : port_ifindex_of(*port);
+    const ov_bmp_t mask =
+        hal_mask_of_columns(column_flag, sport_table_flag_map, FIRST_MAPPED, LAST_MAPPED_GET);
+    if (ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_PORT, OV_HAL_GPON_MSG_ACTION_GET, &record, mask, 1) !=
+        OV_GPON_RET_OK) {
+        OV_LOG_ERROR("LIB", "failed to get pon port info");
+        return 0;
+    }
+    if (mib_flag_is_set(column_flag, sPonTableOperationalState))
+        port->sPonTableOperationalState = record.priStatus;
+    if (mib_flag_is_set(column_flag, sPonTableRogueOnuDetectState))
+        port->sPonTableRogueOnuDetectState = static_cast<mib_long>(record.rogueOnuDetectState.value());
+    if (mib_flag_is_set(column_flag, sPonTableTxPower))
+        port->sPonTableTxPower = record.txPwr;
+    return 1;
+}
+
+// ---- stages of the search for a rogue ONU ------------------------------------------------------------
+
+namespace {
+
+struct RogueStage {
+    const char* label;
+    const char* text; // null: the stage prints no line
+};
+constexpr std::array ROGUE_STAGES = {
+    RogueStage{" STAGE1 ", "Rogue onu detect start"},
+    RogueStage{" STAGE2 ", "Rogue onu detecting"},
+    RogueStage{" STAGE3 ", "Rogue onu detecting"},
+    RogueStage{" STAGE4 ", "Rogue onu detect complete"},
+    RogueStage{" STAGE5 ", "Have unconfig rogue onu"},
+    RogueStage{" STAGE6 ", nullptr},
+    RogueStage{" STAGE7 ", "Stop rogue onu detect rudely"},
+    RogueStage{" STAGE8 ", nullptr},
+    RogueStage{" STAGE9 ", nullptr},
+};
+static_assert(ROGUE_STAGES.size() == SPONTABLEROGUEONUDETECTSTATE_STAGE9 + 1);
+
+RogueStage rogue_stage(int32_t stage) {
+    if (stage < 0 || static_cast<size_t>(stage) >= ROGUE_STAGES.size())
+        return {"UNKNOWN ERROR", nullptr};
+    return ROGUE_STAGES[static_cast<size_t>(stage)];
+}
+
+} // namespace
+
+const char* ov_app_gpon_rogue_stage_label(int32_t stage) {
+    return rogue_stage(stage).label;
+}
+
+const char* ov_app_gpon_rogue_stage_text(int32_t stage) {
+    return rogue_stage(stage).text;
+}

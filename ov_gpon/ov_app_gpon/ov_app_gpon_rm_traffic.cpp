@@ -1,0 +1,141 @@
+#include "ov_app_gpon_rm_traffic.h"
+
+#include <string_view>
+
+#include "app_named_profile.h"
+#include "app_set_callback.h"
+#include "app_text.h"
+#include "sGemTable.h"
+
+int gpon_rm_traffic_appid = 0;
+
+namespace {
+
+using Row = ov_sRmTrafficProfileTable_attr_t;
+namespace column = sRmTrafficProfileTable_column;
+
+constexpr int MAX_PROFILES = 128;
+constexpr char DEFAULT_NAME[] = "default";
+
+void log_exists(int id, const char* name) {
+    OV_LOG_ERROR("MMG", "traffic profile was exist %d:%s", id, name);
+}
+
+void log_unknown(int id, const char* name) {
+    OV_LOG_ERROR("MMG", "traffic profile did not exist %d:%s", id, name);
+}
+
+NamedProfileTable<Row>& profiles() {
+    static NamedProfileTable<Row> table({
+        .name = [](const Row& row) -> const char* { return row.sRmTrafficProfileName; },
+        .id = &Row::sRmTrafficProfileId,
+        .row_status = &Row::sRmTrafficProfileRowStatus,
+        .id_column = 1,
+        .name_column = column::sRmTrafficProfileName,
+        .row_status_column = column::sRmTrafficProfileRowStatus,
+        .exists = log_exists,
+        .unknown = log_unknown,
+        .add_failed = "mib add error for traffic profile ",
+        .del_failed = "mib del error for traffic profile ",
+    });
+    return table;
+}
+
+bool may_go(const Row& row) {
+    const std::string_view name = row.sRmTrafficProfileName;
+    if (name == DEFAULT_NAME) {
+        OV_LOG_ERROR("MMG", "trfprofile name is default");
+        return false;
+    }
+    for (const ov_sGemTable_attr_t& gem : all_rows<ov_sGemTable_attr_t>())
+        if (name == gem.sGemTableUpTrafficName || name == gem.sGemTableDownTrafficName) {
+            OV_LOG_ERROR("MMG", "this traffic profile is using in onu table! tarffic profileid:%d",
+                         static_cast<int>(row.sRmTrafficProfileId));
+            return false;
+        }
+    return true;
+}
+
+bool may_come(const Row& row) {
+    if (row.sRmTrafficProfileName[0] == '\0') {
+        OV_LOG_ERROR("MMG", "traffic profile name is empty");
+        return false;
+    }
+    if (const Row* other = profiles().other_of_same_name(row)) {
+        OV_LOG_ERROR("MMG", "same traffic profile name exist before %d:%s",
+                     static_cast<int>(other->sRmTrafficProfileId), row.sRmTrafficProfileName);
+        return false;
+    }
+    return MibNumberGet(did_of<Row>()) <= MAX_PROFILES; // the row itself is in the table by now
+}
+
+} // namespace
+
+void ov_app_gpon_rm_traffic_init() {
+    gpon_rm_traffic_appid = AssignAppId();
+    const CallbackRegistration callbacks{"app_rm_traffic", gpon_rm_traffic_appid,
+                                         "app_rm_traffic register set call back error"};
+    callbacks.add(SRMTRAFFICPROFILE, CALLBACK_SET, ov_rm_traffic_table_set_callback, mibDefFlags);
+}
+
+char ov_app_gpon_rm_traffic_getId(const char* name, mib_ulong* id) {
+    return profiles().get_id(name, id);
+}
+
+int ov_app_gpon_rm_traffic_add(ov_sRmTrafficProfileTable_attr_t* attr, MIB_Flags_t* flag) {
+    return profiles().add(attr, flag);
+}
+
+int ov_app_gpon_rm_traffic_del(ov_sRmTrafficProfileTable_attr_t* attr) {
+    return profiles().del(attr);
+}
+
+int ov_app_gpon_rm_traffic_add_default() {
+    Row row = {};
+    set_text(row.sRmTrafficProfileName, DEFAULT_NAME);
+    row.sRmTrafficProfileCIR = 2048;
+    row.sRmTrafficProfileCBS = 34768;
+    row.sRmTrafficProfilePIR = 4096;
+    row.sRmTrafficProfilePBS = 69536;
+    MIB_Flags_t columns = mibDefFlags;
+    if (ov_app_gpon_rm_traffic_add(&row, &columns) == OV_GPON_RET_OK)
+        return OV_GPON_RET_OK;
+    OV_LOG_ERROR("MMG", "mib add default traffic profile error");
+    return OV_GPON_RET_BAD_PARAM;
+}
+
+char ov_app_gpon_rm_traffic_check(ov_sRmTrafficProfileTable_attr_t* row, int action, MIB_Flags_t /*flag*/) {
+    switch (action) {
+    case OV_HAL_GPON_MSG_ACTION_CREATE:
+        return may_come(*row) ? 1 : 0;
+    case OV_HAL_GPON_MSG_ACTION_DELETE:
+        return may_go(*row) ? 1 : 0;
+    default:
+        return 1;
+    }
+}
+
+void srmtraffic_mib_data_convert_to_hal(ov_sRmTrafficProfileTable_attr_t* mib, ov_gpon_trfprofile_attr_t* hal,
+                                        const MIB_Flags_t& /*mib_mask*/, ov_bmp_t* hal_flag) {
+    *hal = {};
+    hal->id = static_cast<int32_t>(mib->sRmTrafficProfileId);
+    set_text(hal->name, mib->sRmTrafficProfileName);
+    hal->cir = mib->sRmTrafficProfileCIR;
+    hal->cbs = mib->sRmTrafficProfileCBS;
+    hal->pir = mib->sRmTrafficProfilePIR;
+    hal->pbs = mib->sRmTrafficProfilePBS;
+    *hal_flag = 0;
+}
+
+int ov_rm_traffic_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
+    static constexpr SetCallback<Row, ov_gpon_trfprofile_attr_t> callback = {
+        .message = OV_HAL_MSG_GPON_RMONU_TRAFFIC_PROFILE,
+        .check =
+            [](RowChange<Row>& change) {
+                return ov_app_gpon_rm_traffic_check(&change.row, change.action, change.columns) == 1;
+            },
+        .convert = srmtraffic_mib_data_convert_to_hal,
+        .failure = "set rm traffic to hal error",
+    };
+    return run_set_callback(callback, did, row, column_flag);
+}

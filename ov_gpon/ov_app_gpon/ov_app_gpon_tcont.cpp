@@ -1,0 +1,329 @@
+#include "ov_app_gpon_tcont.h"
+
+#include <string_view>
+
+#include "app_rows.h"
+#include "app_set_callback.h"
+#include "ov_app_gpon_bwtype.h"
+#include "ov_app_gpon_onu.h"
+#include "ov_app_gpon_owner.h"
+#include "ov_app_gpon_pon_port_cfg.h"
+#include "ov_gpon.h"
+#include "ov_hal_gpon_attr_dump.h"
+#include "ov_product_log.h"
+#include "sGemTable.h"
+#include "sOnuSrvProfileTable.h"
+
+int gpon_tcont_appid = 0;
+
+namespace {
+
+using Tcont = ov_sTcontTable_attr_t;
+namespace column = sTcontTable_column;
+
+// What the T-CONTs of a service profile may ask for together: one PON port must be able to give it.
+constexpr int64_t PROFILE_MAX_BW = 1200000;
+constexpr int64_t PROFILE_MAX_FIX_BW = 800000;
+
+// What the T-CONTs of a bandwidth profile count by.
+struct Bandwidth {
+    int assured_and_fixed = 0;
+    int fixed = 0;
+};
+
+bool bandwidth_of(const char* profile, Bandwidth& bandwidth) {
+    return ov_app_gpon_bwtype_assAndFix_get(profile, &bandwidth.assured_and_fixed, &bandwidth.fixed) == 1;
+}
+
+// ---- what a T-CONT takes of its port ----------------------------------------------------------------------
+
+bool reserve(const Tcont& row, const Bandwidth& bw) {
+    const int slot = row.slotID;
+    const int port = row.portID;
+    if (ov_gpon_resource_reserve(TCONT_LIMIT_INDEX, slot, port, 1) != KAVO_OK) {
+        OV_LOG_ERROR("MMG", "reserve tcont info error slot %d port %d", slot, port);
+        return false;
+    }
+    if (ov_gpon_resource_reserve(USMAXBW_LIMIT_INDEX, slot, port, bw.assured_and_fixed) != KAVO_OK) {
+        ov_gpon_resource_release(TCONT_LIMIT_INDEX, slot, port, 1);
+        OV_LOG_ERROR("MMG", "reserve bw info error slot %d port %d", slot, port);
+        return false;
+    }
+    if (ov_gpon_resource_reserve(BW_LIMIT_INDEX, slot, port, bw.fixed) != KAVO_OK) {
+        ov_gpon_resource_release(USMAXBW_LIMIT_INDEX, slot, port, bw.assured_and_fixed);
+        ov_gpon_resource_release(TCONT_LIMIT_INDEX, slot, port, 1);
+        OV_LOG_ERROR("MMG", "reserve bw info error slot %d port %d", slot, port);
+        return false;
+    }
+    return true;
+}
+
+// The first that can't be given back refuses; what went before it stays given back.
+bool release(const Tcont& row, const Bandwidth& bw) {
+    const int slot = row.slotID;
+    const int port = row.portID;
+    if (ov_gpon_resource_release(TCONT_LIMIT_INDEX, slot, port, 1) != KAVO_OK) {
+        OV_LOG_ERROR("MMG", "release tcont info error slot %d port %d", slot, port);
+        return false;
+    }
+    if (ov_gpon_resource_release(USMAXBW_LIMIT_INDEX, slot, port, bw.assured_and_fixed) != KAVO_OK ||
+        ov_gpon_resource_release(BW_LIMIT_INDEX, slot, port, bw.fixed) != KAVO_OK) {
+        OV_LOG_ERROR("MMG", "release bw info error slot %d port %d", slot, port);
+        return false;
+    }
+    return true;
+}
+
+// ---- the check --------------------------------------------------------------------------------------------
+
+bool has_whole_index(const Tcont& row) {
+    if (row.shelfID > 0 && row.slotID > 0 && row.portID > 0 && row.onuId > 0 && row.tcontId != 0)
+        return true;
+    OV_LOG_ERROR("MMG", "illega tcont index:%d.%d.%d.%d.%d:", row.shelfID, row.slotID, row.portID, row.onuId,
+                 static_cast<int>(row.tcontId));
+    return false;
+}
+
+bool is_free_of_gemports(const Tcont& row) {
+    for (const ov_sGemTable_attr_t& gem : rows_under(onu_key<ov_sGemTable_attr_t>(row), INDEX_TO_ONU)) {
+        if (gem.sGemTableTcontID != row.tcontId)
+            continue;
+        OV_LOG_ERROR("MMG", "this tcontid:%lu is using in gem table! gemid:%lu",
+                     static_cast<unsigned long>(row.tcontId), static_cast<unsigned long>(gem.gemID));
+        return false;
+    }
+    return true;
+}
+
+// ---- the steps of the set callback ------------------------------------------------------------------------
+
+bool check_change(RowChange<Tcont>& change) {
+    return ov_app_gpon_tcont_check(&change.row, change.action, change.columns) == 1;
+}
+
+// A template row must leave its profile as one that fits a PON port.
+std::optional<int> profile_refusal(const RowChange<Tcont>& change) {
+    if (!change.deletes() && ov_tcont_multi_srvprofile_exist_check(&change.row) != 1) {
+        OV_LOG_ERROR("MMG", "srvprofile not exist");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    if (ov_app_gpon_multi_srvprofile_check_DBA(&change.row) != 1) {
+        OV_LOG_ERROR("MMG", "bw check fail");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    return std::nullopt;
+}
+
+std::optional<int> settle_without_card(RowChange<Tcont>& change) {
+    Tcont& row = change.row;
+    mib_ulong profile_id = 0;
+    if (ov_app_gpon_bwtype_getId(row.sTcontTableBwProfileName, &profile_id) != 1) {
+        OV_LOG_ERROR("MMG", "cannot find bw profile:%s", row.sTcontTableBwProfileName);
+        return SET_REFUSED;
+    }
+    row.sTcontTableBwProfileId = static_cast<mib_long>(profile_id);
+    if (is_template_row(row))
+        if (const auto refusal = profile_refusal(change))
+            return refusal;
+    // An edit is kept for the next replay of the card's configuration: neither the card nor the partner port
+    // hears of it now.
+    if (change.sets())
+        return SET_ACCEPTED;
+    return std::nullopt;
+}
+
+int follow(RowChange<Tcont>& change) {
+    return ov_app_gpon_follow_on_pair(SYNC_STCONT, change);
+}
+
+void take_back(RowChange<Tcont>& change) {
+    const Tcont& row = change.row;
+    Bandwidth bw;
+    if (is_template_row(row) || !bandwidth_of(row.sTcontTableBwProfileName, bw))
+        return;
+    const auto inverse = change.creates() ? ov_gpon_resource_release : ov_gpon_resource_reserve;
+    inverse(TCONT_LIMIT_INDEX, row.slotID, row.portID, 1);
+    inverse(BW_LIMIT_INDEX, row.slotID, row.portID, bw.fixed);
+    inverse(USMAXBW_LIMIT_INDEX, row.slotID, row.portID, bw.assured_and_fixed);
+}
+
+bool name_profile_id(Tcont& row, MIB_Flags_t& flag) {
+    mib_ulong profile_id = 0;
+    if (ov_app_gpon_bwtype_getId(row.sTcontTableBwProfileName, &profile_id) != 1) {
+        OV_LOG_ERROR("MMG", "do not found bw profile:%s", row.sTcontTableBwProfileName);
+        return false;
+    }
+    row.sTcontTableBwProfileId = static_cast<mib_long>(profile_id);
+    mib_flag_set(flag, column::sTcontTableBwProfileId);
+    return true;
+}
+
+} // namespace
+
+void ov_app_gpon_tcont_init() {
+    gpon_tcont_appid = AssignAppId();
+    const CallbackRegistration registration = {"app_tcont", gpon_tcont_appid,
+                                               "tcont: register callback failed"};
+    registration.add(STCONT, CALLBACK_SET, ov_tcont_table_set_callback, mibDefFlags);
+    registration.add(SONU, CALLBACK_SET, ov_tcont_table_onu_del_callback,
+                     columns_of(sOnuTable_column::sOnuTableRowStatus));
+    registration.add(SONUSRVPROFILE, CALLBACK_SET, ov_tcont_table_multi_srvprofile_del_callback,
+                     columns_of(sOnuSrvProfileTable_column::sOnuSrvProfileRowStatus));
+}
+
+// ---- add, edit, delete ------------------------------------------------------------------------------------
+
+int ov_app_gpon_tcont_add(ov_sTcontTable_attr_t* attr, MIB_Flags_t* flag, int is_need_check) {
+    if (!attr || !flag) {
+        OV_LOG_ERROR("MMG", "null pointer");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    if (!mib_flag_is_set(*flag, column::sTcontTableBwProfileName)) {
+        mib_flag_set(*flag, column::sTcontTableBwProfileName);
+        OV_LOG_ERROR("MMG", "missing parameter for bwfiletype in when adding tcont profile name is %s ",
+                     attr->sTcontTableBwProfileName);
+    }
+    if (!name_profile_id(*attr, *flag))
+        return OV_GPON_RET_BAD_PARAM;
+    attr->sTcontTableRowStatus = OVRA_CREATEANDGO;
+    mib_flag_set(*flag, column::sTcontTableRowStatus);
+    if (!mib_access(is_need_check != 0 ? MIB_SET : MIB_SET_N, *attr, *flag, gpon_tcont_appid)) {
+        OV_LOG_ERROR("MMG", "mib set error for tcont table");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    return OV_GPON_RET_OK;
+}
+
+int ov_app_gpon_tcont_edit(ov_sTcontTable_attr_t* attr, MIB_Flags_t* flag) {
+    if (!attr || !flag) {
+        OV_LOG_ERROR("MMG", "null pointer");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    if (mib_flag_is_set(*flag, column::sTcontTableBwProfileName) && !name_profile_id(*attr, *flag))
+        return OV_GPON_RET_OK; // the row keeps the profile that it has; callers know no failure here
+    if (!mib_access(MIB_SET, *attr, *flag, gpon_tcont_appid)) {
+        OV_LOG_ERROR("MMG", "mib edit error for tcont table");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    return OV_GPON_RET_OK;
+}
+
+int ov_app_gpon_tcont_del(ov_sTcontTable_attr_t* attr) {
+    if (!attr) {
+        OV_LOG_ERROR("MMG", "null pointer");
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    if (!mib_access(MIB_DEL, *attr, mibDefFlags, gpon_tcont_appid)) {
+        OV_LOG_ERROR("MMG", "mib del tcont error: %d/%s", static_cast<int>(attr->tcontId),
+                     attr->sTcontTableTcontName);
+        return OV_GPON_RET_BAD_PARAM;
+    }
+    return OV_GPON_RET_OK;
+}
+
+// ---- checks -----------------------------------------------------------------------------------------------
+
+char ov_app_gpon_tcont_exist_check(ov_sTcontTable_attr_t* attr) {
+    return find_row(*attr) != nullptr ? 1 : 0;
+}
+
+char ov_app_gpon_tcont_check(ov_sTcontTable_attr_t* attr, int action, MIB_Flags_t /*flag*/) {
+    const Tcont& row = *attr;
+    Bandwidth bw;
+    if (!bandwidth_of(row.sTcontTableBwProfileName, bw) || !ov_app_gpon_owner_admits(row))
+        return 0;
+    if (action == OV_HAL_GPON_MSG_ACTION_CREATE)
+        return has_whole_index(row) && (is_template_row(row) || reserve(row, bw)) ? 1 : 0;
+    if (action == OV_HAL_GPON_MSG_ACTION_DELETE)
+        return is_free_of_gemports(row) && (is_template_row(row) || release(row, bw)) ? 1 : 0;
+    return 1; // another bandwidth profile isn't counted again
+}
+
+char ov_tcont_multi_srvprofile_exist_check(ov_sTcontTable_attr_t* attr) {
+    if (ov_app_gpon_srvprofile_of(attr->onuId) != nullptr)
+        return 1;
+    OV_LOG_ERROR("MMG", "srvprofile id %d is not exist", attr->onuId);
+    return 0;
+}
+
+char ov_app_gpon_multi_srvprofile_check_DBA(ov_sTcontTable_attr_t* attr) {
+    int64_t assured_and_fixed = 0;
+    int64_t fixed = 0;
+    for (const Tcont& row : rows_under(*attr, INDEX_TO_ONU)) {
+        // The row in hand counts with what it will be.
+        const Tcont& counted = row.tcontId == attr->tcontId ? *attr : row;
+        Bandwidth bw;
+        if (!bandwidth_of(counted.sTcontTableBwProfileName, bw)) {
+            OV_LOG_ERROR("MMG", "do not found bw profile:%s", counted.sTcontTableBwProfileName);
+            return 0;
+        }
+        assured_and_fixed += bw.assured_and_fixed;
+        fixed += bw.fixed;
+        if (assured_and_fixed > PROFILE_MAX_BW || fixed > PROFILE_MAX_FIX_BW) {
+            OV_LOG_ERROR("MMG", "config bw is over max bw");
+            return 0;
+        }
+    }
+    return 1;
+}
+
+// ---- to the card ------------------------------------------------------------------------------------------
+
+void stcont_mib_data_convert_to_hal(ov_sTcontTable_attr_t* mib, ov_gpon_tcont_attr_t* hal,
+                                    const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
+    // One column late from column 3 on: cards expect the bits of a T-CONT so.
+    static constexpr std::array<uint8_t, 6> stcont_table_flag_map = {
+        OV_GPON_TCONT_ATTR_INDEX_MAX, OV_GPON_TCONT_ATTR_INDEX_tcontId, OV_GPON_TCONT_ATTR_INDEX_allocId,
+        OV_GPON_TCONT_ATTR_INDEX_MAX, OV_GPON_TCONT_ATTR_INDEX_name,    OV_GPON_TCONT_ATTR_INDEX_bwProfile,
+    };
+    *hal = {};
+    hal->onuIfindex = onu_ifindex_of(*mib);
+    hal->tcontId = mib->tcontId;
+    hal->allocId = static_cast<uint32_t>(mib->sTcontTableAllocID);
+    std::string_view(mib->sTcontTableTcontName).copy(hal->name, sizeof hal->name - 1);
+    std::string_view(mib->sTcontTableBwProfileName).copy(hal->bwProfile, sizeof hal->bwProfile - 1);
+    *hal_flag = hal_mask_of_columns(mib_mask, stcont_table_flag_map, 1, 5);
+}
+
+int ov_tcont_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
+    static constexpr SetCallback<Tcont, ov_gpon_tcont_attr_t> callback = {
+        .message = OV_HAL_MSG_GPON_TCONT,
+        .check = check_change,
+        .before_send = settle_without_card,
+        .convert = stcont_mib_data_convert_to_hal,
+        .dump = ov_gpon_tcont_attr_dump,
+        .done = follow,
+        .not_supported = follow,
+        .undo = take_back,
+        .failure = "set tcont to hal error",
+    };
+    return run_set_callback(callback, did, row, column_flag);
+}
+
+// ---- with the owner ---------------------------------------------------------------------------------------
+
+int ov_tcont_table_iterate_del(ov_sOnuTable_attr_t* ponu_attr) {
+    while (true) {
+        auto row = onu_key<Tcont>(*ponu_attr);
+        if (!mib_access(MIB_GET_FUZZY_S, row) || !is_of_onu(row, *ponu_attr))
+            return 1;
+        if (!mib_access(MIB_DEL_N, row, mibDefFlags, gpon_tcont_appid)) {
+            OV_LOG_ERROR("MMG", "delete tcont fail! onuid:%d, tcontid:%d", row.onuId,
+                         static_cast<int>(row.tcontId));
+            return 0;
+        }
+    }
+}
+
+int ov_tcont_table_onu_del_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
+    auto* onu = static_cast<ov_sOnuTable_attr_t*>(row);
+    return onu->sOnuTableRowStatus == OVRA_DESTROY ? ov_tcont_table_iterate_del(onu) : SET_ACCEPTED;
+}
+
+int ov_tcont_table_multi_srvprofile_del_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
+    const auto& profile = *static_cast<ov_sOnuSrvProfileTable_attr_t*>(row);
+    if (profile.sOnuSrvProfileRowStatus != OVRA_DESTROY)
+        return SET_ACCEPTED;
+    auto owner = ov_app_gpon_template_owner(profile);
+    return ov_tcont_table_iterate_del(&owner);
+}

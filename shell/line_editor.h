@@ -1,0 +1,52 @@
+#pragma once
+
+// Reads an operator's lines from the terminal: editing, history, Tab and "?". There is one
+// terminal, and one editor.
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "command_tree.h"
+#include "pager.h"
+#include "signal_watch.h"
+
+class line_editor {
+public:
+    /// Lines that the history keeps.
+    static constexpr int history_size = 1000;
+
+    /// @param node  the node that lines are typed in
+    line_editor(const command_tree& tree, const pager& output, signal_watch& interrupt_given,
+                std::function<enum node_type()> node);
+    ~line_editor();
+    line_editor(const line_editor&) = delete;
+    line_editor& operator=(const line_editor&) = delete;
+
+    /// Something to be watched while the operator types.
+    struct watch_t {
+        std::function<int()> descriptor; // -1 for none
+        std::function<void()> readable;  // may print lines
+    };
+
+    /// The next line, without its end; nothing at the end of the input. Ctrl-C drops what was typed.
+    std::optional<std::string> read(const std::function<std::string()>& prompt, const watch_t& watch);
+
+    /// Keep a line for the next sessions too. Empty lines, lines that begin with a blank, and the
+    /// same line again are not kept.
+    void remember(const std::string& line);
+
+    /// The file of the history below the user's state directory; empty if there is no such place.
+    static std::string history_path();
+
+    /// What "?" shows: a line for each word, with the words in one column.
+    static std::string help_text(const std::vector<command_help_t>& lines);
+
+private:
+    void drop_line();
+    void draw_again();
+
+    signal_watch& interrupt;
+    signal_watch resumed;     // behind Ctrl-Z
+    std::string history_file; // empty: not kept
+};

@@ -1,0 +1,101 @@
+#pragma once
+
+// Runs the lines of a file, such as a saved configuration, without running into a wrong node:
+// lines stand in blocks, and the first line of a block that the daemon refuses ends the block.
+//
+// A block begins with a line that enters one of the daemon's nodes ("interface gpon-olt1/1",
+// "gpon", "onu-srvprofile ..."), and ends before the next such line, or with "!", "exit", "quit"
+// or "end". A line outside of blocks stands for itself, at the level that "!" and "exit" lead to.
+// A line that belongs below enable mode goes there by itself, so that a saved configuration needs
+// no "configure terminal" in front.
+//
+// Only a line that is to run whatever becomes of the one before it is sent ahead of that one's
+// answer.
+
+#include <deque>
+#include <functional>
+#include <istream>
+#include <string>
+
+#include "shell_mode.h"
+#include "vty_client.h"
+
+/// The way to the daemon.
+struct line_port_t {
+    std::function<void(const std::string& line)> send;
+    /// Wait for the answer to the earliest unanswered line.
+    std::function<vty_reply_t()> receive;
+};
+
+/// What became of a line.
+struct script_refusal_t {
+    size_t number;      // of the line in the file, from 1
+    std::string line;   // as it stands there, without surrounding blanks
+    std::string text;   // the daemon's
+    size_t block_start; // number of the line that began the block that ends with this; 0 for none
+    std::string block;  // that line
+};
+
+struct script_summary_t {
+    size_t run = 0;     // lines sent, those of the file
+    size_t refused = 0; // of these
+    size_t blocks = 0;  // blocks that a refused line ended
+    size_t skipped = 0; // lines not sent, because of that or behind the end of the session
+};
+
+class script_runner {
+public:
+    /// @param mode      where the session stands; followed while lines run
+    /// @param printed   gets what lines printed that weren't refused
+    /// @param refused   told of each line that the daemon refused
+    script_runner(line_port_t port_given, shell_mode& mode_given,
+                  std::function<void(const std::string& text)> printed_given,
+                  std::function<void(const script_refusal_t&)> refused_given);
+
+    /// Run all lines of a file. Throws what the port throws; summary() holds up to there.
+    void run(std::istream& lines);
+
+    const script_summary_t& summary() const { return counts; }
+    /// Number of the line that was answered last.
+    size_t last_answered() const { return answered_line; }
+
+private:
+    struct flight_t {
+        size_t number;
+        std::string line;
+        size_t block; // number of the block's first line; 0 for none
+        std::string block_line;
+        bool moves;   // the mode changes with its answer
+        bool helping; // not from the file
+    };
+    struct block_t {
+        size_t start = 0; // line number; 0: no block is open
+        std::string line;
+        size_t depth = 0; // of the mode inside
+        bool stopped = false;
+    };
+
+    void step(size_t number, const std::string& line);
+    void begin_block(size_t number, const std::string& line);
+    void leave(size_t number, const std::string& line);
+    void run_plain(size_t number, const std::string& line);
+    void lead_to(const std::string& line);
+    void leave_blocks();
+    void put(size_t number, const std::string& line, bool moves, bool helping = false);
+    void help(const std::string& line);
+    void take_answer();
+    void settle();
+
+    line_port_t port;
+    shell_mode& mode;
+    std::function<void(const std::string&)> printed;
+    std::function<void(const script_refusal_t&)> refused;
+
+    std::deque<flight_t> in_flight;
+    size_t bytes_in_flight = 0;
+    block_t block;
+    size_t last_stopped = 0;
+    bool at_mark = false; // behind "!": in no block, but the session is still inside
+    script_summary_t counts;
+    size_t answered_line = 0;
+};

@@ -1,0 +1,219 @@
+#include "shell_mode.h"
+
+#include <algorithm>
+
+#include "kavo_if.h"
+
+namespace {
+
+using words_t = std::vector<std::string>;
+
+bool is_number(const std::string& word) {
+    return !word.empty() &&
+           std::all_of(word.begin(), word.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+/// The name of "interface NAME" in full, as the daemon extends it ("gp1/1").
+std::string full_name(const std::string& name) {
+    char extended[UIF_NAME_SIZE];
+    const char* const full = uif_extend_ifname(extended, name.c_str());
+    return full ? full : name;
+}
+
+/// The node of "interface NAME"; nothing for a name that the daemon accepts and doesn't enter.
+std::optional<enum node_type> node_of_interface(const std::string& name) {
+    if (name.starts_with("vlanif"))
+        return std::nullopt;
+    if (name.starts_with("trunk"))
+        return IF_TRUNK_NODE;
+    if (name.starts_with("gpon-olt"))
+        return IF_GPON_NODE;
+    if (name.starts_with("gpon-onu"))
+        return GPON_ONU_NODE;
+    return IF_NODE;
+}
+
+std::string joined(const words_t& words) {
+    std::string line;
+    for (const auto& word : words)
+        line += (line.empty() ? "" : " ") + word;
+    return line;
+}
+
+bool is_short_for(const std::string& word, std::string_view keyword) {
+    return !word.empty() && keyword.starts_with(word);
+}
+
+} // namespace
+
+enum node_type shell_parent_node(enum node_type node) {
+    switch (node) {
+    case ONU_SRV_PROFILE_NODE:
+        return GPON_NODE;
+    case CONFIG_NODE:
+        return ENABLE_NODE;
+    case ENABLE_NODE:
+    case VIEW_NODE:
+        return VIEW_NODE;
+    default:
+        return CONFIG_NODE;
+    }
+}
+
+std::vector<std::string> shell_words(const std::string& line) {
+    constexpr char blanks[] = " \t\n\v\f\r";
+    words_t words;
+    size_t at = line.find_first_not_of(blanks);
+    if (at == line.npos || line[at] == '!' || line[at] == '#')
+        return words;
+    while (at != line.npos) {
+        const auto end = std::min(line.find_first_of(blanks, at), line.size());
+        words.push_back(line.substr(at, end - at));
+        at = line.find_first_not_of(blanks, end);
+    }
+    return words;
+}
+
+shell_mode::shell_mode(understand_t understand_given) : understand(std::move(understand_given)) {
+    restart();
+}
+
+void shell_mode::restart() {
+    places = {{VIEW_NODE, "", ""}};
+    is_over = false;
+}
+
+std::string shell_mode::prompt() const {
+    const auto& here = places.back();
+    if (here.node == VIEW_NODE)
+        return "gpon> ";
+    return here.label.empty() ? "gpon# " : "gpon(" + here.label + ")# ";
+}
+
+const std::optional<understood_t>& shell_mode::understood_in(enum node_type node,
+                                                             const std::string& line) const {
+    if (!last || last->node != node || last->line != line)
+        last = memory_t{node, line, understand ? understand(node, line) : std::nullopt};
+    return last->understood;
+}
+
+bool shell_mode::knows_in(enum node_type node, const std::string& line) const {
+    return understood_in(node, line).has_value();
+}
+
+bool shell_mode::knows(const std::string& line) const {
+    return knows_in(node(), line);
+}
+
+understood_t shell_mode::read(const std::string& line) const {
+    if (const auto& understood = understood_in(node(), line))
+        return *understood;
+    return {node(), shell_words(line)};
+}
+
+std::optional<shell_mode::place_t> shell_mode::place_entered(const understood_t& understood) {
+    const auto& words = understood.words;
+    const std::string line = joined(words);
+    if (words.empty())
+        return std::nullopt;
+    if (words[0] == "configure" && words.size() <= 2)
+        return place_t{CONFIG_NODE, "config", line};
+    if (words[0] == "gpon" && words.size() == 1)
+        return place_t{GPON_NODE, "gpon", line};
+    if (words[0] == "vlan" && words.size() == 2 && is_number(words[1]))
+        return place_t{VLAN_NODE, line, line};
+    if (words[0] == "onu-srvprofile" && words.size() == 5)
+        return place_t{ONU_SRV_PROFILE_NODE, words[0] + " " + words[2], line};
+    if (words[0] == "interface" && words.size() == 2) {
+        const auto name = full_name(words[1]);
+        if (const auto entered = node_of_interface(name))
+            return place_t{*entered, name, line};
+    }
+    return std::nullopt;
+}
+
+bool shell_mode::enters_block(const std::string& line) const {
+    auto place = place_entered(read(line));
+    for (const auto other : {CONFIG_NODE, GPON_NODE}) {
+        if (knows(line))
+            break;
+        if (const auto& understood = understood_in(other, line)) {
+            place = place_entered(*understood);
+            break;
+        }
+    }
+    return place && place->node != CONFIG_NODE;
+}
+
+bool shell_mode::leaves(const std::string& line) const {
+    const auto words = read(line).words;
+    if (words.size() != 1)
+        return false;
+    return words[0] == "exit" || words[0] == "quit" ||
+           (!understand && (is_short_for(words[0], "exit") || is_short_for(words[0], "quit")));
+}
+
+bool shell_mode::ends(const std::string& line) const {
+    const auto words = read(line).words;
+    return words.size() == 1 && words[0] == "end" && node() != ENABLE_NODE && node() != VIEW_NODE;
+}
+
+bool shell_mode::may_move(const std::string& line) const {
+    if (shell_words(line).empty())
+        return false;
+    if (!knows(line))
+        return true;
+    const auto understood = read(line);
+    const auto& word = understood.words[0];
+    return place_entered(understood) || leaves(line) || ends(line) || word == "enable" || word == "disable";
+}
+
+void shell_mode::climb_to(enum node_type node) {
+    const auto found =
+        std::find_if(places.begin(), places.end(), [=](const place_t& place) { return place.node == node; });
+    if (found != places.end())
+        places.erase(found + 1, places.end());
+}
+
+void shell_mode::enter(place_t place) {
+    climb_to(shell_parent_node(place.node));
+    places.push_back(std::move(place));
+}
+
+/// Follow a line that succeeded.
+void shell_mode::move(const understood_t& understood) {
+    const auto& words = understood.words;
+    if (words.empty())
+        return;
+    const bool outside = node() == VIEW_NODE || node() == ENABLE_NODE;
+    if (words.size() == 1 && (words[0] == "enable" || words[0] == "disable")) {
+        places.front().node = words[0] == "enable" ? ENABLE_NODE : VIEW_NODE;
+    } else if (words.size() == 1 && (words[0] == "exit" || words[0] == "quit")) {
+        is_over = places.size() == 1;
+        if (!is_over)
+            places.pop_back();
+    } else if (words.size() == 1 && words[0] == "end" && !outside) {
+        places.resize(1);
+    } else if (auto place = place_entered(understood)) {
+        enter(std::move(*place));
+    }
+}
+
+void shell_mode::answered(const std::string& line, int result) {
+    // A command of a node above leaves the session where it is, unless it enters a node.
+    auto understood = read(line);
+    if (result != CMD_SUCCESS || understood.words.empty() || understood.words[0] == "do")
+        return;
+    if (leaves(line))
+        understood.words = {"exit"};
+    move(understood);
+}
+
+std::vector<std::string> shell_mode::way_here() const {
+    words_t lines;
+    if (places.front().node == ENABLE_NODE)
+        lines.emplace_back("enable");
+    for (size_t i = 1; i < places.size(); i++)
+        lines.push_back(places[i].line);
+    return lines;
+}

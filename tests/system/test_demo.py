@@ -1,0 +1,160 @@
+"""The demo: the tour that a new user types plays by itself, and stands in the operator's guide as it is."""
+
+import os
+import re
+import subprocess
+import sys
+
+import pytest
+
+from chassis import BIN, BUILD, REPO, program
+
+sys.path.insert(0, str(REPO / "tools" / "demo"))
+import tour  # noqa: E402
+
+DEMO = REPO / "tools" / "demo.sh"
+GUIDE = REPO / "docs" / "operators-guide.md"
+
+
+def demo(*args, lines="", binds=(), timeout=90):
+    """What ./run does once these programs are built: the exit status, and everything that was printed."""
+    command = [program("gpon-sandbox")]
+    for path in (REPO, BUILD, *binds):
+        command += ["--bind", str(path)]
+    env = {**os.environ, "PATH": f"{BIN}:{os.environ['PATH']}"}
+    done = subprocess.run(
+        [*command, "--", str(DEMO), *map(str, args)],
+        input=lines, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, env=env, timeout=timeout,
+    )  # fmt: skip
+    return done.returncode, done.stdout
+
+
+def commands():
+    return [command for step in tour.read_tour() for command in step.commands]
+
+
+def test_every_step_of_the_tour_holds():
+    status, output = demo("--demo")
+    assert status == 0, output
+    shown = [line for line in output.splitlines() if re.match(r"gpon\S*# |\$ ", line)]
+    assert shown == [command.shown for command in commands()]
+    assert f"All as expected: steps {len(tour.read_tour())}, commands {len(commands())}," in output
+
+
+@pytest.mark.parametrize(
+    "steps, failure",
+    [
+        ("gpon# show onu status\n=> ^total 5", "6: the output should be such that it has /^total 5/"),
+        ("gpon# show onu status\n=! ^total", "6: the output should be such that it has no /^total/"),
+        ("gpon# show onu status", "6: it should print nothing"),
+        ("gpon# show onu startus\n=> .", "6: the daemon refused it"),
+        ("gpon(gpon)# end", '6: the prompt is "gpon#", not "gpon(gpon)#"'),
+        ("$ pull-card 3\n=> line cards are in slots 1 and 2", "6: it ended with status 2"),
+    ],
+)
+def test_a_step_that_does_not_hold_ends_the_demo(tmp_path, steps, failure):
+    other = tmp_path / "other.txt"
+    other.write_text(f"## Fine\nText.\ngpon# configure terminal\ngpon(config)# end\n## Not\n{steps}\ngpon# show nothing\n")
+    status, output = demo("--demo", other, binds=[tmp_path])
+    assert status == 1
+    assert f"FAILED  other.txt:{failure}" in output
+    assert "show nothing" not in output
+
+
+DAEMON_ENDS = """## The daemon ends
+Its tables were saved.
+gpon# show onu unconfig
+=> 10s DEMO00000001
+gpon# configure terminal
+gpon(config)# interface gpon-olt1/1
+gpon(gpon-olt1/1)# onu 1 type KLM-618 sn DEMO00000001
+gpon(gpon-olt1/1)# show onu status
+=> 10s ^1/1:1 +operational
+$ save-tables
+$ pkill -x gpon
+$ gponsh -c "show onu status"
+=> 10s ^1/1:1 +operational
+$ gponsh -c "show onu unconfig"
+=> 10s DEMO00000002
+=! DEMO00000001
+"""
+
+
+GOING_ON = """## What the guide suggests behind the tour
+An ONU that loses its power, many more ONUs, a card that errs.
+gpon# show onu unconfig
+=> 10s DEMO00000001
+gpon# configure terminal
+gpon(config)# interface gpon-olt1/1
+gpon(gpon-olt1/1)# onu 1 type KLM-618 sn DEMO00000001
+gpon(gpon-olt1/1)# show onu status
+=> 10s ^1/1:1 +operational
+$ simctl onu gasp DEMO00000001
+gpon(gpon-olt1/1)# show onu status
+=> 10s ^1/1:1 +added
+$ snmpwalk -v2c -c public -On 127.0.0.1 .1.3.6.1.4.1.47281.1.1.1.3.1
+=> 10s 209
+$ simctl onu on DEMO00000001
+gpon(gpon-olt1/1)# show onu status
+=> 10s ^1/1:1 +operational
+$ simctl onu add ABCD00000001 port=gpon-olt2/16 count=100
+gpon(gpon-olt1/1)# end
+gpon# show interface gpon-olt2/16 onu unconfig
+=> 10s total 100
+$ simctl card-fault 1 no-reply type=tcont
+"""
+
+
+def test_what_the_guide_suggests_behind_the_tour_works(tmp_path):
+    other = tmp_path / "other.txt"
+    other.write_text(GOING_ON)
+    status, output = demo("--demo", other, binds=[tmp_path])
+    assert status == 0, output
+
+
+def test_a_daemon_that_ends_is_started_again_with_the_tables_that_were_saved(tmp_path):
+    other = tmp_path / "other.txt"
+    other.write_text(DAEMON_ENDS)
+    status, output = demo("--demo", other, binds=[tmp_path])
+    assert status == 0, output
+
+
+@pytest.mark.parametrize(
+    "command, said",
+    [
+        ("pull-card", "line cards are in slots 1 and 2"),
+        ("pull-card 8", "line cards are in slots 1 and 2"),
+        ("insert-card 1 2", "line cards are in slots 1 and 2"),
+        ("insert-card 1", "there is a card in slot 1"),
+    ],
+)
+def test_cards_are_moved_only_where_they_can_be(tmp_path, command, said):
+    other = tmp_path / "other.txt"
+    other.write_text(f"## A slip\nText.\n$ {command} 2>&1; true\n=> {said}\n")
+    status, output = demo("--demo", other, binds=[tmp_path])
+    assert status == 0, output
+
+
+def test_lines_from_a_pipe_are_run_and_their_end_takes_the_chassis_down():
+    status, output = demo(lines="show slot info\nshow onu unconfig\n", timeout=30)
+    assert status == 0, output
+    assert re.search(r"^ +2 +lc +27 +yes +yes", output, re.MULTILINE)
+
+
+def test_the_guide_has_the_tour_as_it_is():
+    guide = GUIDE.read_text()
+    assert tour.updated(guide, tour.read_tour()) == guide, "tools/demo/tour.py --update docs/operators-guide.md"
+
+
+def test_all_that_a_user_is_shown_is_typed_by_the_demo(capsys):
+    tour.print_tour(tour.read_tour())
+    printed = [line.strip() for line in capsys.readouterr().out.splitlines()]
+    assert [line for line in printed if re.match(r"gpon\S*# |\$ ", line)] == [c.shown for c in commands()]
+
+
+@pytest.mark.parametrize("text", ["gpon# show", "=> early", "## A\ngpon show", "## A\ngpon# show\n=> (", "## A\ngpon# a\ntext"])
+def test_a_tour_that_cannot_be_read_is_refused(tmp_path, text):
+    path = tmp_path / "bad.txt"
+    path.write_text(text + "\n")
+    done = subprocess.run([tour.__file__, "--tour", str(path)], capture_output=True, text=True)
+    assert done.returncode == 1 and done.stderr.startswith("tour: "), done

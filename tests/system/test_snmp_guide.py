@@ -1,0 +1,73 @@
+"""The manager's guide: its own commands are run as they stand on the page, and print what stands there."""
+
+import re
+
+import pytest
+
+from chassis import REPO
+from test_provision import Chassis as Provisioned
+
+GUIDE = REPO / "docs" / "managers-guide.md"
+SERIAL = "ABCD00000007"
+#: The environment of a manager without MIB modules and settings of its own.
+BARE = {"MIBS": "", "SNMPCONFPATH": "/tmp/snmpd", "SNMP_PERSISTENT_DIR": "/tmp/snmpd"}
+
+
+def steps():
+    """(heading, commands, what they print) of the chapter, in its order."""
+    chapter = re.search(r"^## Provisioning an ONU\n(.*?)^## ", GUIDE.read_text(), re.S | re.M)[1]
+    found = []
+    heading = ""
+    for title, kind, text in re.findall(r"^### ([^\n]*)$|^```(\w+)\n(.*?)^```$", chapter, re.S | re.M):
+        if title:
+            heading = title
+        elif kind == "sh":
+            found.append([heading, text, ""])
+        else:
+            found[-1][2] += text
+    return found
+
+
+@pytest.fixture
+def world(chassis):
+    made = Provisioned(chassis, ports=1)
+    yield made
+    made.close()
+
+
+def plug_in(world):
+    world.chassis.simctl("onu", "add", SERIAL, "port=gpon-olt1/1", "version=V1.2.3", "distance=4321")
+    world.chassis.wait_for(lambda: world.onu.get((1, 1, 1, 7), 11) == "3", what="the ONU to be operational")
+
+
+def held(world):
+    """How many objects the card holds of each kind."""
+    return [len(world.objects(1, name)) for name in ("ONU", "TCONT", "GEMPORT", "SERVPORT")]
+
+
+def run(world, settings, commands):
+    return world.chassis.run("env", *(f"{k}={v}" for k, v in BARE.items()), "sh", "-ec", settings + commands)
+
+
+def test_a_step_without_those_before_it_is_refused_as_the_guide_says(world):
+    (_, settings, _), *rest = steps()
+    below_an_onu = [text for _, text, _ in rest if ".1.1.1.7.1 i 4" in text]
+    assert len(below_an_onu) == 3
+    for commands in reversed(below_an_onu):
+        done = run(world, settings, commands)
+        assert "badValue" in done.stderr, f"{commands}\n{done.stdout}{done.stderr}"
+    assert held(world) == [0, 0, 0, 0]
+
+
+def test_the_guides_commands_provision_an_onu_and_delete_it(world):
+    (_, settings, _), *rest = steps()
+    assert len(rest) >= 10
+    before = ""
+    for heading, commands, printed in rest:
+        if heading != before and heading == "Read the state":
+            assert held(world) == [1, 1, 1, 1]
+            plug_in(world)
+        before = heading
+        done = run(world, settings, commands)
+        assert (done.stdout + done.stderr, done.returncode) == (printed, 0), f"{heading}:\n{commands}"
+    assert held(world) == [0, 0, 0, 0]

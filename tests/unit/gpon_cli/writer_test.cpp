@@ -1,0 +1,298 @@
+// The configuration as it is written, and as it is read again.
+#include "cli_fixture.h"
+
+#include <chrono>
+#include <sstream>
+
+using testing::HasSubstr;
+
+namespace {
+
+class Writer : public Cli {
+protected:
+    static std::string write(const char* form = "write terminal", int node = ENABLE_NODE,
+                             const char* object = nullptr) {
+        FrrSession session(node);
+        if (object != nullptr)
+            kavo_vty_set_index(session.vty, index_of(object));
+        EXPECT_EQ(session.run(form), CMD_SUCCESS) << form;
+        return session.output();
+    }
+    static ov_sBWProfileTable_attr_t& add_bandwidth(const char* name, int type) {
+        auto& row = *sBWProfileTable_createEntry(static_cast<mib_ulong>(BKDRHash(name, int(strlen(name)))));
+        snprintf(row.sBWProfileTableBwProfileName, 65, "%s", name);
+        row.sBWProfileTableType = type;
+        row.sBWProfileTableFixBw = 251;
+        row.sBWProfileTableAssBw = 252;
+        row.sBWProfileTableMaxBw = 503;
+        return row;
+    }
+    static ov_sOnuTypeProfileTable_attr_t& add_onutype(const char* name) {
+        auto& row =
+            *sOnuTypeProfileTable_createEntry(static_cast<mib_ulong>(BKDRHash(name, int(strlen(name)))));
+        snprintf(row.onuTypeProfileName, 33, "%s", name);
+        row.sOnuTypeProfileTableEthNum = 4;
+        row.sOnuTypeProfileTablePotsNum = 2;
+        row.sOnuTypeProfileTableCardNum = 1;
+        row.sOnuTypeProfileTableUpQueueNum = 8;
+        row.sOnuTypeProfileTableDwnQueueNum = 8;
+        return row;
+    }
+};
+
+TEST_F(Writer, AnEmptySystemHasTheHeadOfTheProfiles) {
+    EXPECT_EQ(write(), "gpon\n!\n");
+    EXPECT_EQ(write("write file"), "gpon\n!\n");
+}
+
+TEST_F(Writer, BlocksComeInTheOrderOfTheNodes) {
+    add_profile(5, "five", "KLM-618");
+    add_port(1, 2);
+    add_onu(1, 2, 7);
+    add_bandwidth("gold", 4);
+    EXPECT_EQ(write(), "gpon\n"
+                       " profile bandwidth gold maximum 503\n"
+                       "!\n"
+                       "onu-srvprofile profile-id 5 onu-type KLM-618\n"
+                       " profile-name five\n"
+                       "!\n"
+                       "interface gpon-olt1/2\n"
+                       "!\n"
+                       "interface gpon-onu1/2:7\n"
+                       "!\n");
+}
+
+TEST_F(Writer, LinesEndAsTheTerminalWantsIt) {
+    add_bandwidth("gold", 4);
+    FrrSession terminal(GPON_NODE, true);
+    terminal.run("write terminal current");
+    EXPECT_EQ(terminal.output(), "gpon\r\n profile bandwidth gold maximum 503\r\n!\r\n");
+}
+
+TEST_F(Writer, BandwidthProfilesAreWrittenInTheFormOfTheirType) {
+    add_bandwidth("a", 1);
+    add_bandwidth("b", 2);
+    add_bandwidth("c", 3);
+    add_bandwidth("d", 4);
+    add_bandwidth("e", 5);
+    add_bandwidth("no-type", 0);
+    add_bandwidth("default", 4);
+    EXPECT_EQ(write("write terminal current", GPON_NODE),
+              "gpon\n"
+              " profile bandwidth a fixed 251\n"
+              " profile bandwidth b assured 252\n"
+              " profile bandwidth c assured 252 maximum 503\n"
+              " profile bandwidth d maximum 503\n"
+              " profile bandwidth e fixed 251 assured 252 maximum 503\n"
+              "!\n");
+}
+
+TEST_F(Writer, OnuTypesAreWrittenInTheShortestFormThatSaysAll) {
+    add_onutype("a");
+    add_onutype("b").sOnuTypeProfileTableDwnQueueNum = 4;
+    add_onutype("c").sOnuTypeProfileTableCardNum = 3;
+    auto& d = add_onutype("d");
+    d.sOnuTypeProfileTableCardNum = 3;
+    d.sOnuTypeProfileTableUpQueueNum = 1;
+    add_onutype("e").sOnuTypeProfileTableVideoNum = 2;
+    add_onutype("f").sOnuTypeProfileTableIsDefaultProfile = 1;
+    EXPECT_EQ(write("write terminal current", GPON_NODE),
+              "gpon\n"
+              " profile onutype a eth 4 pots 2\n"
+              " profile onutype b eth 4 pots 2 down-queue 4 up-queue 8\n"
+              " profile onutype c eth 4 pots 2 card 3\n"
+              " profile onutype d eth 4 pots 2 card 3 down-queue 8 up-queue 1\n"
+              " profile onutype e eth 4 pots 2 card 1 video 2 down-queue 8 up-queue 8\n"
+              "!\n");
+}
+
+TEST_F(Writer, TrafficProfilesAreWrittenButTheDefaultOne) {
+    for (const char* name : {"default", "car"}) {
+        auto& row = *sRmTrafficProfileTable_createEntry(static_cast<mib_ulong>(name[0]));
+        snprintf(row.sRmTrafficProfileName, 33, "%s", name);
+        row.sRmTrafficProfileCIR = 64;
+        row.sRmTrafficProfileCBS = 2000;
+        row.sRmTrafficProfilePIR = 4000000000u;
+        row.sRmTrafficProfilePBS = 2001;
+    }
+    EXPECT_EQ(write("write terminal current", GPON_NODE),
+              "gpon\n profile traffic car cir 64 cbs 2000 pir 4000000000 pbs 2001\n!\n");
+}
+
+// A manager may write any text; replayed, this one would be two commands.
+TEST_F(Writer, ATextThatIsNoWordIsNotWritten) {
+    add_bandwidth("evil\n no onu 1", 4);
+    add_bandwidth("two words", 4);
+    add_bandwidth("", 4);
+    add_onutype("gr\xfcn");
+    add_profile(5, "a b", "KLM-618");
+    add_profile(6, "six", "K\nreboot");
+    EXPECT_EQ(write(), "gpon\n!\nonu-srvprofile profile-id 5 onu-type KLM-618\n!\n");
+}
+
+// "| " starts an output filter; a bar elsewhere is a character like any other, which operators may type.
+TEST_F(Writer, ABarInANameIsWrittenUnlessItWouldStartAFilter) {
+    add_bandwidth("up|down", 4);
+    add_bandwidth("up|", 4);
+    add_bandwidth("|", 4);
+    EXPECT_EQ(write("write terminal current", GPON_NODE),
+              "gpon\n profile bandwidth up|down maximum 503\n!\n");
+}
+
+TEST_F(Writer, AProfileCalledByItsIdHasNoNameToWrite) {
+    add_profile(5, "5", "KLM-618");
+    EXPECT_EQ(write(), "gpon\n!\nonu-srvprofile profile-id 5 onu-type KLM-618\n!\n");
+}
+
+TEST_F(Writer, APortAtItsDefaultsHasOnlyItsHead) {
+    add_port(1, 1);
+    EXPECT_EQ(write(), "gpon\n!\ninterface gpon-olt1/1\n!\n");
+}
+
+TEST_F(Writer, EachSettingOfAPortIsWritten) {
+    add_profile(9, "nine", "KLM-618");
+    auto& port = add_port(1, 1);
+    port.sPonTableAutoLearn = 1;
+    port.sPonTableAutoFlow = 1;
+    port.sPonTableSrvProfileID = 9;
+    port.sPonTableAutoFlowConfigOnuNode = 1;
+    port.sPonTableSfuSrvProfile = 9;
+    port.sPonTableHguSrvProfile = 9;
+    memcpy(port.sPonTableVendorSrvProfileName + 4, "MRVO", 4);
+    port.sPonTableVendorSrvProfile[1] = 9;
+    memcpy(port.sPonTableModelSrvProfileName + 60, "12345678901234567890", 20);
+    port.sPonTableModelSrvProfile[3] = 9;
+    port.sPonTableSilenceOnuTime = 60;
+    port.sPonTableRogueOnuDetect = 1;
+    port.sPonTableAutoFind = 0;
+    port.sPonTableDsFec = 1;
+    port.sPonTableKeyExchangeCtrl = 1;
+    port.sPonTableKeyExchangeInterval = 1000;
+    port.sPonTableMaxLogicDistance = 60;
+    port.sPonTableScbMaxBW = 2500000;
+    port.sPonTablePmEnable = 1;
+    port.sPonTableNniPmEnable = 1;
+    port.sPonTablePortProtect = 0;
+    port.sPonTableMibDataSync = 0;
+    EXPECT_EQ(
+        write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"),
+        "interface gpon-olt1/1\n"
+        " onu auto-authentication enable auto-flow enable def-srv-profile nine configure_onu_node enable\n"
+        " onu-auto-flow sfu srv-profile nine\n"
+        " onu-auto-flow hgu srv-profile nine\n"
+        " onu-auto-flow vendor 2 MRVO srv-profile nine\n"
+        " onu-auto-flow model 4 12345678901234567890 srv-profile nine\n"
+        " uncfg-onu silence enable 60\n"
+        " rogue-onu-detect enable\n"
+        " onu auto-discovery disable\n"
+        " fec downstream  enable\n"
+        " aes encryption key_exchange enable\n"
+        " aes encryption key_exchange interval 1000\n"
+        " onu max_distance 60\n"
+        " scb max-bandwidth 2500000\n"
+        " pm protocol enable\n"
+        " pm data enable\n"
+        " switch-port protected disable\n"
+        " mib-data-sync disable\n"
+        "!\n");
+}
+
+TEST_F(Writer, AutoFlowOfAPortThatLearnsNothingIsWrittenToo) {
+    add_profile(9, "nine", "KLM-618");
+    auto& port = add_port(1, 1);
+    port.sPonTableAutoFlow = 1;
+    port.sPonTableSrvProfileID = 9;
+    EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"),
+              "interface gpon-olt1/1\n"
+              " onu auto-authentication enable auto-flow enable def-srv-profile nine\n"
+              " onu auto-authentication disable\n"
+              "!\n");
+}
+
+// Nothing was switched on for it, so nothing needs to be switched off again.
+TEST_F(Writer, AProfileOfAKindOfOnuLeavesTheLearningAtItsDefault) {
+    add_profile(9, "nine", "KLM-618");
+    add_port(1, 1).sPonTableHguSrvProfile = 9;
+    EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"),
+              "interface gpon-olt1/1\n"
+              " onu-auto-flow hgu srv-profile nine\n"
+              "!\n");
+}
+
+// Every line that is written is a command of the node that it is written for.
+TEST_F(Writer, WhatIsWrittenCanBeTyped) {
+    add_interface("gpon-olt1/1");
+    add_profile(9, "nine", "KLM-618");
+    auto& port = add_port(1, 1);
+    port.sPonTableAutoLearn = port.sPonTableAutoFlow = 1;
+    port.sPonTableSrvProfileID = port.sPonTableSfuSrvProfile = 9;
+    port.sPonTableDsFec = port.sPonTableKeyExchangeCtrl = port.sPonTablePmEnable = 1;
+    port.sPonTableKeyExchangeInterval = 5000;
+    port.sPonTableMaxLogicDistance = 30;
+    for (int type = 1; type <= 5; type++)
+        add_bandwidth(("bw" + std::to_string(type)).c_str(), type);
+    add_onutype("a").sOnuTypeProfileTableVideoNum = 1;
+
+    std::istringstream lines(write());
+    FrrSession session(CONFIG_NODE);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_EQ(session.run(line), CMD_SUCCESS) << line;
+    EXPECT_EQ(session.output(), "");
+    EXPECT_EQ(session.vty->node, IF_GPON_NODE);
+    EXPECT_EQ(std::count(app.calls.begin(), app.calls.end(), "port_edit"), 7);
+}
+
+// ---- one object --------------------------------------------------------------------------------------
+
+TEST_F(Writer, OneInterfaceIsWrittenWithTheHeadOfTheProfiles) {
+    add_profile(5, "five", "KLM-618");
+    add_bandwidth("gold", 4);
+    for (int port = 1; port <= 3; port++) {
+        add_port(1, port).sPonTableDsFec = 1;
+        add_onu(1, port, 1);
+    }
+    EXPECT_EQ(write("write terminal interface gpon-olt1/2"),
+              "gpon\n!\ninterface gpon-olt1/2\n fec downstream  enable\n!\n");
+    EXPECT_EQ(write("write terminal interface gpon-onu1/2:1"), "gpon\n!\ninterface gpon-onu1/2:1\n!\n");
+    EXPECT_EQ(write("write terminal interface gpon-olt1/4"), "gpon\n!\n");
+}
+
+TEST_F(Writer, TheCurrentObjectIsWrittenAlone) {
+    add_profile(5, "five", "KLM-618");
+    add_profile(6, "six", "KLM-618");
+    for (int port = 1; port <= 3; port++) {
+        add_port(1, port);
+        add_onu(1, port, 128);
+    }
+    EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/3"), "interface gpon-olt1/3\n!\n");
+    EXPECT_EQ(write("write terminal current", GPON_ONU_NODE, "gpon-onu1/1:128"),
+              "interface gpon-onu1/1:128\n!\n");
+    FrrSession session(ONU_SRV_PROFILE_NODE);
+    kavo_vty_set_index(session.vty, ov_ifindex_gen_by_phyinfo(PORT_TYPE_GONU, 1, 31, 0, 15, 6));
+    EXPECT_EQ(session.run("write terminal current"), CMD_SUCCESS);
+    EXPECT_EQ(session.output(), "onu-srvprofile profile-id 6 onu-type KLM-618\n profile-name six\n!\n");
+    EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt2/1"), "");
+    EXPECT_EQ(write("write terminal current", CONFIG_NODE), "");
+}
+
+// ---- a full chassis ----------------------------------------------------------------------------------
+
+TEST_F(Writer, AFullChassisIsWrittenInLinearTime) {
+    for (int slot = 1; slot <= 14; slot++)
+        for (int port = 1; port <= 16; port++) {
+            add_port(slot, port).sPonTableDsFec = 1;
+            for (int onu = 1; onu <= 128; onu++)
+                add_onu(slot, port, onu);
+        }
+    const auto began = std::chrono::steady_clock::now();
+    const std::string text = write();
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
+    const auto lines = std::count(text.begin(), text.end(), '\n');
+    EXPECT_EQ(lines, 2 + 2 * 14 * 16 + 1 + 14 * 16 * 128 + 1);
+    RecordProperty("lines_a_second", static_cast<int>(static_cast<double>(lines) / took.count()));
+    EXPECT_LT(took.count(), 5.0); // under a sanitizer, too
+    EXPECT_THAT(write("write terminal interface gpon-onu14/16:128"),
+                HasSubstr("interface gpon-onu14/16:128\n"));
+}
+
+} // namespace

@@ -1,0 +1,51 @@
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+#include "line_editor.h"
+#include "pager.h"
+
+namespace {
+
+TEST(Pager, LineTakesAsManyRowsAsItNeeds) {
+    EXPECT_EQ(pager::rows_of("\n", 80), 1u);
+    EXPECT_EQ(pager::rows_of(std::string(80, 'x') + "\n", 80), 1u);
+    EXPECT_EQ(pager::rows_of(std::string(81, 'x') + "\r\n", 80), 2u);
+    EXPECT_EQ(pager::rows_of(std::string(161, 'x'), 80), 3u);
+}
+
+TEST(Pager, TabsAndCharactersOfSeveralBytesCountByWhatTheyTake) {
+    EXPECT_EQ(pager::rows_of("\tx", 8), 2u);
+    EXPECT_EQ(pager::rows_of("\t", 8), 1u);
+    EXPECT_EQ(pager::rows_of("äöüß", 4), 1u);
+}
+
+TEST(Pager, NothingIsHeldBackWithoutATerminal) {
+    std::string text;
+    for (int i = 0; i < 1000; i++)
+        text += "line\n";
+    testing::internal::CaptureStdout();
+    pager(false).show(text);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), text);
+}
+
+TEST(LineEditor, HelpStandsInColumns) {
+    EXPECT_EQ(line_editor::help_text(
+                  {{"<cr>", "", false}, {"downstream", "Towards the ONUs", true}, {"x", "X", true}}),
+              "  <cr>\n"
+              "  downstream  Towards the ONUs\n"
+              "  x           X\n");
+}
+
+TEST(LineEditor, HistoryStandsInTheUsersStateDirectory) {
+    setenv("HOME", "/home/someone", 1);
+    unsetenv("XDG_STATE_HOME");
+    EXPECT_EQ(line_editor::history_path(), "/home/someone/.local/state/gponsh/history");
+    setenv("XDG_STATE_HOME", "/var/state", 1);
+    EXPECT_EQ(line_editor::history_path(), "/var/state/gponsh/history");
+    setenv("XDG_STATE_HOME", "relative", 1);
+    EXPECT_EQ(line_editor::history_path(), "/home/someone/.local/state/gponsh/history");
+    unsetenv("HOME");
+    EXPECT_EQ(line_editor::history_path(), "");
+}
+
+} // namespace
