@@ -191,8 +191,10 @@ class Sandbox:
         return pathlib.Path("/".join([root, *done]))
 
     def processes(self, name=None):
-        """Processes inside, by their pid on the machine: {pid: (pid inside, name)}."""
+        """Processes inside, by their pid on the machine: {pid: (pid inside, name)}. Of a name: without their children,
+        which bear it too until they become the program that they are to run."""
         found = {}
+        parents = {}
         for entry in os.listdir("/proc"):
             if not entry.isdigit():
                 continue
@@ -206,7 +208,8 @@ class Sandbox:
             if fields["State"].startswith("Z") or (name and fields["Name"] != name[:15]):
                 continue
             found[int(entry)] = (int(fields["NSpid"].split()[-1]), fields["Name"])
-        return found
+            parents[int(entry)] = int(fields["PPid"])
+        return {pid: what for pid, what in found.items() if not name or parents[pid] not in found}
 
     def close(self):
         """Ends everything inside."""
