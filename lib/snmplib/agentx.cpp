@@ -21,6 +21,7 @@ struct thread_master* agentx_tm = nullptr;
 struct thread* timeout_thr = nullptr;
 std::array<struct thread*, AGENTX_FD_MAX> agentx_snmp_read_threads{}; // by descriptor
 int agentx_snmp_max_fd = 0;                                           // highest seen; only grows
+unsigned agentx_reads_when_armed = 0; // of the connection to the master, when its read event was armed
 int debug_snmp_agentx = 0;
 
 // Guards the event array and agentx_snmp_max_fd; never held while the library works.
@@ -74,37 +75,50 @@ Wanted& wanted() {
 
 // ---- serving ----------------------------------------------------------------------------------------------
 
-// Lets the library read those of the descriptors that have something to read now. A descriptor may be in the
-// set and empty: an earlier event of this pass has read it. False if there was nothing.
-bool read_ready(DescriptorSet& fds, int count) {
+// Leaves those of the descriptors in the set that have something to read now. False if none has.
+bool leave_ready(DescriptorSet& fds, int count) {
     timeval no_wait = {};
-    if (netsnmp_large_fd_set_select(count, fds.get(), nullptr, nullptr, &no_wait) <= 0)
-        return false;
+    return netsnmp_large_fd_set_select(count, fds.get(), nullptr, nullptr, &no_wait) > 0;
+}
+
+// Lets the library read descriptors, each of which has something to read.
+void read_ready(DescriptorSet& fds) {
     agentx_read_flags = 1;
     snmp_read2(fds.get());
     agentx_read_flags = 0;
     netsnmp_check_outstanding_agent_requests();
-    return true;
 }
 
-bool read_descriptor(int fd) {
+// Whether nothing but the event that was armed for it can have read the connection to the master.
+bool is_fresh(int fd) {
+    return agentx_link_is(fd) && agentx_link_traffic().reads == agentx_reads_when_armed;
+}
+
+// Reads the descriptor of an event. It may be closed meanwhile, or empty: something has read it since the
+// event became ready. False then.
+bool read_descriptor(int fd, bool is_known_ready) {
     static auto& fds = *new DescriptorSet;
     wanted().ask();
     if (fd < 0 || fd >= AGENTX_FD_MAX || !wanted().fds.has(fd))
-        return false; // closed meanwhile
+        return false;
     fds.clear();
     fds.add(fd);
-    return read_ready(fds, fd + 1);
+    if (!is_known_ready && !leave_ready(fds, fd + 1))
+        return false;
+    read_ready(fds);
+    return true;
 }
 
 // A request takes three steps through the library's inner connections; they are taken at once instead of in
-// one pass of the event loop each. Bounded, so that a busy manager doesn't keep the loop.
-void drain() {
+// one pass of the event loop each, until the answer is out. Bounded, so that a busy manager doesn't keep the
+// loop.
+void drain(unsigned answers) {
     constexpr int MAX_STEPS = 16;
-    for (int step = 0; step < MAX_STEPS; ++step) {
+    for (int step = 0; step < MAX_STEPS && agentx_link_traffic().answers == answers; ++step) {
         wanted().ask();
-        if (!read_ready(wanted().fds, wanted().count))
+        if (!leave_ready(wanted().fds, wanted().count))
             return;
+        read_ready(wanted().fds);
     }
 }
 
@@ -128,6 +142,8 @@ void refuse_high_descriptor(int fd) {
 void update_read_event(int fd, bool is_wanted) {
     struct thread*& event = agentx_snmp_read_threads[static_cast<size_t>(fd)];
     if (is_wanted && event == nullptr) {
+        if (agentx_link_is(fd))
+            agentx_reads_when_armed = agentx_link_traffic().reads;
         kavo_add_read(agentx_tm, agentx_snmp_read, nullptr, fd, &event);
         if (debug_snmp_agentx != 0)
             OV_LOG_DEBUG("SNMP", "add new agentx_read, fd %d, thread %p", fd, static_cast<void*>(event));
@@ -176,8 +192,9 @@ int agentx_snmp_read_ready() {
 
 int agentx_snmp_read(struct thread* thread) {
     agentx_link_new_pass();
-    if (read_descriptor(THREAD_FD(thread)))
-        drain();
+    const unsigned answers = agentx_link_traffic().answers;
+    if (read_descriptor(THREAD_FD(thread), is_fresh(THREAD_FD(thread))))
+        drain(answers);
     agentx_snmp_update();
     return 0;
 }
@@ -262,7 +279,7 @@ void cancel_events() {
 } // namespace
 
 int agentx_read(struct thread* t) {
-    read_descriptor(THREAD_FD(t));
+    read_descriptor(THREAD_FD(t), false);
     agentx_events_update();
     return 0;
 }

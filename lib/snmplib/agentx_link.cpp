@@ -44,6 +44,11 @@ Patience patience;
 int current_sock = -1;            // of the connection that stands
 bool is_up = false;               // as far as we know
 std::atomic<unsigned> losses = 0; // of connections
+AgentxTraffic traffic;
+
+// Types of the AgentX header (RFC 2741, 6.1).
+constexpr uint8_t NOTIFY = 12;
+constexpr uint8_t RESPONSE = 18;
 
 // The connection that stands has come to an end; more than one may notice.
 void note_loss() {
@@ -106,6 +111,8 @@ int link_send(netsnmp_transport* transport, const void* data, int size, void** /
     }
     if (waits)
         patience.asked = Clock::now();
+    if (type_of(data, size) == RESPONSE)
+        ++traffic.answers;
     return size;
 }
 
@@ -114,6 +121,7 @@ int link_recv(netsnmp_transport* transport, void* buffer, int size, void** opaqu
     *length = 0;
     if (transport->sock < 0 || size <= 0)
         return -1;
+    ++traffic.reads;
     ssize_t got = 0;
     do {
         got = recv(transport->sock, buffer, static_cast<size_t>(size), 0);
@@ -218,6 +226,7 @@ netsnmp_transport* open_link(const char* target) {
     patience.lost = false;
     current_sock = sock;
     is_up = true;
+    ++traffic.reads; // of an earlier connection with this number nothing holds any more
     return transport;
 }
 
@@ -230,8 +239,6 @@ netsnmp_transport* create_from_tspec(netsnmp_tdomain_spec* domain) {
 } // namespace
 
 bool agentx_link_waits_for_answer(uint8_t pdu_type) {
-    constexpr uint8_t NOTIFY = 12;
-    constexpr uint8_t RESPONSE = 18;
     return pdu_type != NOTIFY && pdu_type != RESPONSE;
 }
 
@@ -244,6 +251,14 @@ bool agentx_link_has_room() {
     if ((master.revents & (POLLHUP | POLLERR)) != 0)
         note_loss(); // the library notices at its next read
     return has_room;
+}
+
+const AgentxTraffic& agentx_link_traffic() {
+    return traffic;
+}
+
+bool agentx_link_is(int fd) {
+    return fd == current_sock;
 }
 
 unsigned agentx_link_losses() {

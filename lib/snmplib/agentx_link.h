@@ -40,5 +40,15 @@ bool agentx_link_has_room();
 // Any thread.
 unsigned agentx_link_losses();
 
+// What has passed over connections to the master since the start. Each may wrap around.
+struct AgentxTraffic {
+    unsigned reads = 0;   // looks at a connection, and connections made: nobody has read it while this stays
+    unsigned answers = 0; // sent to requests of the master
+};
+const AgentxTraffic& agentx_link_traffic();
+
+// Whether this descriptor is that of the connection that stands.
+bool agentx_link_is(int fd);
+
 // Whether a request of this AgentX type (RFC 2741, 6.1: h.type) waits for the master's answer.
 bool agentx_link_waits_for_answer(uint8_t pdu_type);

@@ -202,10 +202,12 @@ class Sandbox:
                 if os.readlink(f"/proc/{entry}/ns/pid") != self._space:
                     continue
                 status = pathlib.Path(f"/proc/{entry}/status").read_text()
+                threads = len(os.listdir(f"/proc/{entry}/task"))
             except OSError:
                 continue  # it ended, or isn't ours
             fields = dict(line.split(":\t", 1) for line in status.splitlines() if ":\t" in line)
-            if fields["State"].startswith("Z") or (name and fields["Name"] != name[:15]):
+            # A process whose first thread has ended holds its sockets until the last one has.
+            if (fields["State"].startswith("Z") and threads <= 1) or (name and fields["Name"] != name[:15]):
                 continue
             found[int(entry)] = (int(fields["NSpid"].split()[-1]), fields["Name"])
             parents[int(entry)] = int(fields["PPid"])

