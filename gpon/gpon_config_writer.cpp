@@ -133,8 +133,8 @@ int print_profile(struct vty* vty, const ov_sOnuSrvProfileTable_attr_t& profile)
                                          static_cast<mib_long>(profile.onuSrvProfileId), nullptr});
 }
 
-// Lines and objects after which a writer breaks off so that others get their turn, within a millisecond. It
-// is counted and not timed: a busy machine must not print in smaller pieces.
+// Lines and objects after which a writer breaks off so that others get their turn, after about a millisecond.
+// It is counted and not timed: a busy machine must not print in smaller pieces.
 constexpr int STEP = 1000;
 static_assert(sizeof(vty::write_term_at) == TableModule::kMaxIndexColumns * sizeof(uint32_t));
 

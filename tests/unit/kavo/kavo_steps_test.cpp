@@ -2,6 +2,7 @@
 #include "frr_fixture.h"
 
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -67,23 +68,25 @@ int write_without_end(struct vty* vty) {
 // A shell on the daemon's socket.
 class Shell {
 public:
-    Shell() : fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        static const std::string path = serve();
+    Shell() {
+        static const Server server;
+        others_ = descriptors();
+        fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-        EXPECT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0) << path;
+        server.path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+        EXPECT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0) << server.path;
         EXPECT_EQ(fcntl(fd, F_SETFL, O_NONBLOCK), 0);
         EXPECT_EQ(ask("enable"), (std::vector<std::string>{"0:"}));
     }
-    ~Shell() { hang_up_now(); }
+    // Leaves nothing of the session.
+    ~Shell() {
+        if (fd >= 0)
+            close(fd);
+        EXPECT_TRUE(frr_run_until([this] { return descriptors() == others_; }));
+    }
     Shell(const Shell&) = delete;
     Shell& operator=(const Shell&) = delete;
-
-    void hang_up_now() {
-        if (fd >= 0)
-            close(std::exchange(fd, -1));
-    }
 
     // Sends lines in one piece.
     void send_lines(const std::vector<std::string>& lines) const {
@@ -108,14 +111,17 @@ public:
         return answers(1);
     }
 
-    int fd;
+    int fd = -1;
 
 private:
-    static std::string serve() {
-        const std::string path = testing::TempDir() + "kavo_steps." + std::to_string(getpid());
-        vty_serv_sock(nullptr, 0, path.c_str());
-        return path;
+    static std::ptrdiff_t descriptors() {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
     }
+    struct Server {
+        Server() { vty_serv_sock(nullptr, 0, path.c_str()); }
+        ~Server() { unlink(path.c_str()); }
+        const std::string path = testing::TempDir() + "kavo_steps." + std::to_string(getpid());
+    };
 
     void take(std::vector<std::string>& found) {
         char piece[65536];
@@ -128,6 +134,7 @@ private:
         }
     }
 
+    std::ptrdiff_t others_ = 0; // descriptors of the process without this shell's
     std::string data_;
 };
 
