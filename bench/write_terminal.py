@@ -3,8 +3,8 @@
 
     bench/write_terminal.py        (GPON_BUILD_DIR chooses the build)
 
-Prints the lines and the time of "write terminal" for a quarter of the chassis and for all of it, read from the socket without
-a look at them, and the longest that another operator waited meanwhile.
+Prints the lines and the time of "write terminal" for a quarter of the chassis and for all of it with 6 lines an ONU, and for
+all of it with 42, read from the socket without a look at them, and the longest that another operator waited meanwhile.
 """
 
 import os
@@ -34,7 +34,11 @@ def write_terminal(session):
     return time.monotonic() - began, lines
 
 
-def run(slots):
+def children(onus, count):
+    return [(*onu, number) for onu in onus for number in range(1, count + 1)]
+
+
+def run(slots, tconts=1, gems=1, services=1):
     with tempfile.TemporaryDirectory() as work:
         chassis = Chassis(pathlib.Path(work))
         try:
@@ -43,10 +47,10 @@ def run(slots):
             onus = [(*port, onu) for port in ports for onu in range(1, 129)]
             write_table(chassis, "sPonTable", ports, sPonTableDsFec=1)
             write_table(chassis, "sOnuTable", onus, sOnuTableSn="ABCD00000001", sOnuTableUpFec=1)
-            write_table(chassis, "sTcontTable", [(*onu, 1) for onu in onus], sTcontTableBwProfileName="default")
-            write_table(chassis, "sGemTable", [(*onu, 1) for onu in onus], sGemTableTcontID=1)
-            services = {"servicePortGemId": 1, "servicePortVlanAction": 2, "servicePortUserVlan": 100, "servicePortVlan": 200}
-            write_table(chassis, "servicePortTable", [(*onu, 1) for onu in onus], **services)
+            write_table(chassis, "sTcontTable", children(onus, tconts), sTcontTableBwProfileName="default")
+            write_table(chassis, "sGemTable", children(onus, gems), sGemTableTcontID=1)
+            vlans = {"servicePortGemId": 1, "servicePortVlanAction": 2, "servicePortUserVlan": 100, "servicePortVlan": 200}
+            write_table(chassis, "servicePortTable", children(onus, services), **vlans)
             chassis.start_daemon(timeout=120)
             with chassis.open_vty(timeout=60) as writer, chassis.open_vty(timeout=60) as other:
                 waits, stop = [], threading.Event()
@@ -71,5 +75,6 @@ def run(slots):
 
 
 if __name__ == "__main__":
-    for cards in (4, 14):
-        run(cards)
+    run(4)
+    run(14)
+    run(14, tconts=8, gems=16, services=16)

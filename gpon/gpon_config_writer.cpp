@@ -133,6 +133,29 @@ int print_profile(struct vty* vty, const ov_sOnuSrvProfileTable_attr_t& profile)
                                          static_cast<mib_long>(profile.onuSrvProfileId), nullptr});
 }
 
+// Lines and objects after which a writer breaks off so that others get their turn, after about a millisecond.
+// It is counted and not timed: a busy machine must not print in smaller pieces.
+constexpr int STEP = 1000;
+static_assert(sizeof(vty::write_term_at) == TableModule::kMaxIndexColumns * sizeof(uint32_t));
+
+// Prints the rows of a table, from the session's mark on. A writer that breaks off marks the row that is next
+// by its index: that row may be gone, and others there, when it goes on.
+template <typename Row>
+int print_rows(struct vty* vty, int (*print)(struct vty*, const Row&)) {
+    const OvraMutexGuard lock(getMutex(did_of<Row>()));
+    const TableModule& table = table_of<Row>::module();
+    const void* row = table.row_at_or_above(vty->write_term_at, TableModule::kMaxIndexColumns);
+    int lines = 0;
+    for (int objects = 0; row != nullptr && lines + objects < STEP; objects++) {
+        lines += print(vty, *static_cast<const Row*>(row));
+        row = table.next_row_under(row, 0);
+    }
+    vty->write_term_more = row != nullptr;
+    if (row != nullptr)
+        memcpy(vty->write_term_at, row, table.desc().key_size);
+    return lines;
+}
+
 // The head names the profile's type, which only its row knows.
 void profile_head_of(mib_long profile_id, char (&head)[PROFILE_HEAD_SIZE]) {
     ov_sOnuSrvProfileTable_attr_t key = {};
@@ -182,10 +205,8 @@ int ov_gpon_cli_gpon_cfg(struct vty* vty) {
 }
 
 int ov_gpon_cli_pon_port_cfg(struct vty* vty) {
-    int lines = print_block_parts(vty, Block::PON_PORTS);
-    for (const auto& port : all_rows<ov_sPonTable_attr_t>())
-        lines += print_port(vty, port);
-    return lines;
+    const int lines = vty->write_term_more ? 0 : print_block_parts(vty, Block::PON_PORTS);
+    return lines + print_rows(vty, print_port);
 }
 
 int ov_gpon_cli_uplink_if_cfg(struct vty* vty) {
@@ -195,15 +216,9 @@ int ov_gpon_cli_uplink_if_cfg(struct vty* vty) {
 int ov_gpon_cli_onu_cfg(struct vty* vty) {
     if (vty->cfg_node == ONU_SRV_PROFILE_NODE)
         return ov_gpon_cli_onu_srvprofile_setname_cfg(vty);
-    int lines = 0;
-    for (const auto& onu : all_rows<ov_sOnuTable_attr_t>())
-        lines += print_onu(vty, onu);
-    return lines;
+    return print_rows(vty, print_onu);
 }
 
 int ov_gpon_cli_onu_srvprofile_setname_cfg(struct vty* vty) {
-    int lines = 0;
-    for (const auto& profile : all_rows<ov_sOnuSrvProfileTable_attr_t>())
-        lines += print_profile(vty, profile);
-    return lines;
+    return print_rows(vty, print_profile);
 }

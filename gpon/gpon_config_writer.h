@@ -1,6 +1,10 @@
 // The writers of the saved configuration: one for each node, called by "write terminal" and its kin. What is
 // asked for stands in the session: write_term_flag, and for one object the head line of its block in
 // write_term_info. A writer prints its blocks and returns how many lines it printed.
+//
+// A big configuration is printed in steps, between which the event loop serves others: a writer that has
+// printed enough for one returns with write_term_more set and is called again (see struct vty). What is
+// changed meanwhile is printed as it is when its turn comes.
 #pragma once
 
 #include <cstddef>

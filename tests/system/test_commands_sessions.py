@@ -23,9 +23,8 @@ def connect(chassis, timeout=10):
     return shell
 
 
-def answers(shell, count):
-    """The next answers: (text, result)."""
-    data = b""
+def answers(shell, count, data=b""):
+    """The next answers: (text, result). Some of the first may have been read already."""
     found = []
     while len(found) < count:
         end = data.find(b"\0\0\0")
@@ -131,3 +130,50 @@ def test_a_shell_that_asks_and_never_reads_costs_no_memory(chassis):
                 shell.sendall(b"enable\0" + b"write terminal\0" * 200)
         assert is_served(chassis)
         assert resident() - before < 64 * 1024  # kilobytes
+
+
+ONUS = [(1, 1, port, onu) for port in range(1, 17) for onu in range(1, 129)]
+LAST_PORT = "gpon-olt1/16"
+
+
+@pytest.fixture
+def big(chassis):
+    """Whose configuration is many times what a socket holds; its last ONU can be deleted without a card."""
+    chassis.start(QUIET_SCENARIO)
+    write_table(chassis, "sPonTable", [(1, 1, port) for port in range(1, 17)])
+    write_table(chassis, "sOnuTable", ONUS, sOnuTableSn="ABCD00000001")
+    rows = [(*onu, tcont) for onu in ONUS[:-1] for tcont in range(1, 9)]
+    write_table(chassis, "sTcontTable", rows, sTcontTableBwProfileName="b" * 60)
+    chassis.start_daemon()
+    chassis.event("new-if", ifindex=LAST_PORT, flags="up")
+    way = ("configure terminal", f"interface {LAST_PORT}")
+    chassis.wait_for(lambda: chassis.vty(*way).result == 0, what=LAST_PORT)
+    return chassis
+
+
+def test_others_change_what_a_shell_that_reads_slowly_is_still_to_get(big):
+    last = "interface gpon-onu1/16:128\n"
+    whole = str(big.vty("write terminal"))
+    assert whole.count(last) == 1
+    with connect(big) as shell, big.open_vty() as other:
+        shell.sendall(b"enable\0write terminal\0no such\0write file\0")
+        begun = b""
+        while b"interface gpon-onu" not in begun:  # the ports are through
+            begun += shell.recv(1000)
+        for line in ("configure terminal", f"interface {LAST_PORT}", "no onu 128"):
+            assert other(line).result == 0
+        left = str(other("write terminal"))
+        assert last not in left
+        (_, entered), first, (_, refused), second = answers(shell, 4, begun)
+    assert (entered, refused) == (0, 2)
+    assert first == (whole.replace(last, ""), 0)
+    assert second == (left, 0)
+
+
+def test_a_filter_holds_to_the_end_and_a_shell_that_goes_before_disturbs_nobody(big):
+    assert big.vty("write terminal | include ^interface").count("\n") == len(ONUS) + 16
+    for pattern in (b"tcont", b"nothing of it"):
+        with connect(big) as shell:
+            shell.sendall(b"enable\0write terminal | include " + pattern + b"\0")
+            assert shell.recv(4, socket.MSG_WAITALL) == bytes(4)
+        assert is_served(big)

@@ -4,6 +4,8 @@
 #include <chrono>
 #include <sstream>
 
+#include "gpon_config_writer.h"
+
 using testing::HasSubstr;
 
 namespace {
@@ -293,6 +295,125 @@ TEST_F(Writer, AFullChassisIsWrittenInLinearTime) {
     EXPECT_LT(took.count(), 5.0); // under a sanitizer, too
     EXPECT_THAT(write("write terminal interface gpon-onu14/16:128"),
                 HasSubstr("interface gpon-onu14/16:128\n"));
+}
+
+// ---- in steps ----------------------------------------------------------------------------------------
+
+class WriterInSteps : public Writer {
+protected:
+    WriterInSteps() {
+        session_.vty->cfg_node = GPON_ONU_NODE;
+        session_.vty->write_term_flag = WRITE_TERM_ALL;
+    }
+    bool more() const { return session_.vty->write_term_more; }
+    // What one call of a writer printed.
+    std::string step(int (*writer)(struct vty*) = ov_gpon_cli_onu_cfg) {
+        const int lines = writer(session_.vty);
+        std::string text = session_.output();
+        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), lines);
+        return text;
+    }
+    std::string rest(int (*writer)(struct vty*) = ov_gpon_cli_onu_cfg) {
+        std::string text;
+        while (more())
+            text += step(writer);
+        return text;
+    }
+    static void add_onus(int ports) {
+        for (int port = 1; port <= ports; port++)
+            for (int onu = 1; onu <= 128; onu++)
+                add_onu(1, port, onu);
+    }
+    static void remove_onu(int port, int onu) {
+        ov_sOnuTable_attr_t key = {};
+        table_of<ov_sOnuTable_attr_t>::module().set_index_at(&key, 1, 1, port, onu);
+        sOnuTable_removeEntry(&key);
+    }
+    static std::string head(int port, int onu) {
+        return "interface gpon-onu1/" + std::to_string(port) + ":" + std::to_string(onu) + "\n";
+    }
+
+    FrrSession session_{ENABLE_NODE};
+};
+
+TEST_F(WriterInSteps, TheyMakeTheWholeTable) {
+    add_onus(16);
+    const std::string first = step();
+    EXPECT_TRUE(more());
+    EXPECT_LE(std::count(first.begin(), first.end(), '\n'), 1000);
+    std::string all = first + rest();
+    for (int port = 1; port <= 16; port++)
+        for (int onu = 1; onu <= 128; onu++) {
+            ASSERT_EQ(all.substr(0, head(port, onu).size()), head(port, onu));
+            all.erase(0, head(port, onu).size());
+        }
+    EXPECT_EQ(all, "");
+}
+
+TEST_F(WriterInSteps, ASmallTableIsOne) {
+    add_onus(1);
+    step();
+    EXPECT_FALSE(more());
+}
+
+TEST_F(WriterInSteps, PortsAndServiceProfilesGoOnToo) {
+    for (int port = 1; port <= 1200; port++)
+        add_port(1, port);
+    std::string ports = step(ov_gpon_cli_pon_port_cfg);
+    EXPECT_TRUE(more());
+    ports += rest(ov_gpon_cli_pon_port_cfg);
+    EXPECT_EQ(std::count(ports.begin(), ports.end(), '\n'), 1200);
+    EXPECT_EQ(ports.substr(ports.rfind("interface")), "interface gpon-olt1/1200\n");
+
+    for (unsigned id = 1; id <= 1200; id++)
+        add_profile(id, "", "KLM-618");
+    memset(session_.vty->write_term_at, 0, sizeof(session_.vty->write_term_at));
+    session_.vty->cfg_node = ONU_SRV_PROFILE_NODE;
+    std::string profiles = step();
+    EXPECT_TRUE(more());
+    profiles += rest();
+    EXPECT_EQ(std::count(profiles.begin(), profiles.end(), '\n'), 1200);
+}
+
+// Objects that aren't asked for cost time, too.
+TEST_F(WriterInSteps, OneInterfaceIsLookedForInSteps) {
+    add_onus(16);
+    session_.vty->write_term_flag = WRITE_TERM_INTERFACE;
+    snprintf(session_.vty->write_term_info, sizeof(session_.vty->write_term_info),
+             "interface gpon-onu1/16:128");
+    EXPECT_EQ(step(), "");
+    EXPECT_TRUE(more());
+    EXPECT_EQ(rest(), head(16, 128));
+}
+
+TEST_F(WriterInSteps, ObjectsMayGoAndComeBetweenThem) {
+    add_onus(16);
+    const std::string first = step();
+    ASSERT_TRUE(more());
+    int port = 0, onu = 0; // the last that was printed
+    ASSERT_EQ(sscanf(first.c_str() + first.rfind("interface"), "interface gpon-onu1/%d:%d", &port, &onu), 2);
+    ASSERT_LT(onu, 120);
+    remove_onu(port, onu);     // printed
+    remove_onu(port, onu + 1); // to be printed next
+    remove_onu(port, onu + 2);
+    remove_onu(16, 128);
+    remove_onu(1, 1);
+    add_onu(1, 1, 1);
+    add_onu(1, 17, 5);
+    const std::string text = rest();
+    EXPECT_EQ(text.substr(0, text.find('\n') + 1), head(port, onu + 3));
+    EXPECT_THAT(text, testing::EndsWith(head(16, 127) + head(17, 5)));
+    const std::string both = first + text;
+    EXPECT_EQ(std::count(both.begin(), both.end(), '\n'), 16 * 128 - 3 + 1);
+}
+
+TEST_F(WriterInSteps, ATableThatIsEmptiedBetweenThemIsThrough) {
+    add_onus(16);
+    step();
+    ASSERT_TRUE(more());
+    initialize_table_sOnuTable_data();
+    EXPECT_EQ(step(), "");
+    EXPECT_FALSE(more());
 }
 
 } // namespace
