@@ -308,6 +308,12 @@ class Chassis:
         """Runs a command inside to its end: subprocess.CompletedProcess with texts."""
         return self.start_sandbox().run(*argv, **kwargs)
 
+    def kill_sim(self):
+        """SIGKILL to the simulated chassis, and waits until it is gone."""
+        for pid in self.sandbox.processes("chassis-sim"):
+            os.kill(pid, signal.SIGKILL)
+        self.wait_for(lambda: not self.sandbox.processes("chassis-sim"), what="the simulated chassis to end")
+
     # ---- the simulated chassis ---------------------------------------------------------------------------
 
     def simctl(self, *words, timeout=30.0):

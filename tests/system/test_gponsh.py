@@ -404,7 +404,7 @@ def test_a_mode_that_cannot_be_restored_is_told(running, terminal):
     terminal.run("interface gpon-olt1/1")
     running.kill_daemon()
     terminal.expect("the next line connects again")
-    running.sim.kill()
+    running.kill_sim()
     running.start("mono-ready 1\n")  # a chassis without PON ports
     running.start_daemon()
     text = terminal.run("show slot info", "gpon# $")
