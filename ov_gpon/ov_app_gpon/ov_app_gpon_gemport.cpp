@@ -1,9 +1,9 @@
 #include "ov_app_gpon_gemport.h"
 
-#include <string_view>
-
+#include "app_resource.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
+#include "app_text.h"
 #include "ov_app_gpon_owner.h"
 #include "ov_app_gpon_pon_port_cfg.h"
 #include "ov_gpon.h"
@@ -94,7 +94,7 @@ void fill_ifindex(Gem& row) {
 }
 
 bool check_change(RowChange<Gem>& change) {
-    return ov_app_gpon_gemport_check(&change.row, change.action, change.columns) == 1 &&
+    return passes<ov_app_gpon_gemport_check>(change) &&
            (!is_template_row(change.row) ||
             ov_app_gpon_gemport_multi_onu_srv_check(&change.row, change.action) == 1);
 }
@@ -108,16 +108,6 @@ std::optional<int> settle_without_card(RowChange<Gem>& change) {
     if (change.sets() && change.has(column::sGemTablePmEnable))
         return follow(change);
     return std::nullopt;
-}
-
-void take_back(RowChange<Gem>& change) {
-    const Gem& row = change.row;
-    if (is_template_row(row))
-        return;
-    if (change.creates())
-        ov_gpon_resource_release(GEM_LIMIT_INDEX, row.slotID, row.portID, 1);
-    else if (change.deletes())
-        ov_gpon_resource_reserve(GEM_LIMIT_INDEX, row.slotID, row.portID, 1);
 }
 
 } // namespace
@@ -237,16 +227,14 @@ void sgemport_mib_data_convert_to_hal(ov_sGemTable_attr_t* mib, ov_gpon_gemport_
     };
     *hal = {};
     hal->ifindex = mib->sGemTableIfIndex;
-    std::string_view(mib->sGemTableGemName).copy(hal->name, sizeof hal->name - 1);
+    set_text(hal->name, mib->sGemTableGemName);
     hal->tcontId = mib->sGemTableTcontID;
     hal->upQmapId = mib->sGemTableUpQueueMapID;
     hal->direction = static_cast<uint32_t>(mib->sGemTableDirection);
     hal->servportCount = mib->sGemTableSrvPortNum;
     hal->isEncyption = static_cast<uint8_t>(mib->sGemTableIfEnableEncryption);
-    std::string_view(mib->sGemTableUpTrafficName)
-        .copy(hal->upTrfDescripName, sizeof hal->upTrfDescripName - 1);
-    std::string_view(mib->sGemTableDownTrafficName)
-        .copy(hal->downTrfDescripName, sizeof hal->downTrfDescripName - 1);
+    set_text(hal->upTrfDescripName, mib->sGemTableUpTrafficName);
+    set_text(hal->downTrfDescripName, mib->sGemTableDownTrafficName);
     *hal_flag = hal_mask_of_columns(mib_mask, sgemport_table_flag_map, 1, 14);
 }
 
@@ -259,7 +247,7 @@ int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag
         .convert = sgemport_mib_data_convert_to_hal,
         .dump = ov_gpon_gemport_attr_dump,
         .done = follow,
-        .undo = take_back,
+        .undo = take_back_one<GEM_LIMIT_INDEX>,
         .failure = "set hal error",
     };
     return run_set_callback(callback, did, row, column_flag);

@@ -1,9 +1,8 @@
 #include "ov_app_gpon_tcont.h"
 
-#include <string_view>
-
 #include "app_rows.h"
 #include "app_set_callback.h"
+#include "app_text.h"
 #include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_owner.h"
@@ -96,10 +95,6 @@ bool is_free_of_gemports(const Tcont& row) {
 }
 
 // ---- the steps of the set callback ------------------------------------------------------------------------
-
-bool check_change(RowChange<Tcont>& change) {
-    return ov_app_gpon_tcont_check(&change.row, change.action, change.columns) == 1;
-}
 
 // A template row must leave its profile as one that fits a PON port.
 std::optional<int> profile_refusal(const RowChange<Tcont>& change) {
@@ -280,15 +275,15 @@ void stcont_mib_data_convert_to_hal(ov_sTcontTable_attr_t* mib, ov_gpon_tcont_at
     hal->onuIfindex = onu_ifindex_of(*mib);
     hal->tcontId = mib->tcontId;
     hal->allocId = static_cast<uint32_t>(mib->sTcontTableAllocID);
-    std::string_view(mib->sTcontTableTcontName).copy(hal->name, sizeof hal->name - 1);
-    std::string_view(mib->sTcontTableBwProfileName).copy(hal->bwProfile, sizeof hal->bwProfile - 1);
+    set_text(hal->name, mib->sTcontTableTcontName);
+    set_text(hal->bwProfile, mib->sTcontTableBwProfileName);
     *hal_flag = hal_mask_of_columns(mib_mask, stcont_table_flag_map, 1, 5);
 }
 
 int ov_tcont_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<Tcont, ov_gpon_tcont_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_TCONT,
-        .check = check_change,
+        .check = passes<ov_app_gpon_tcont_check>,
         .before_send = settle_without_card,
         .convert = stcont_mib_data_convert_to_hal,
         .dump = ov_gpon_tcont_attr_dump,
