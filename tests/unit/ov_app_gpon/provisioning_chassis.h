@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -189,6 +190,16 @@ inline Held held_of(int port) {
 inline bool logged(const AppChassis& chassis, const std::string& line) {
     const auto lines = chassis.hal.log.lines();
     return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+// The same with level and tag, as the log file has it.
+inline bool logged_as(const AppChassis& chassis, int level, const std::string& tag, const std::string& line) {
+    std::istringstream file(chassis.hal.log.file_text());
+    const std::string head = std::to_string(level) + " [" + tag + "]";
+    for (std::string got; std::getline(file, got);)
+        if (got.starts_with(head) && got.ends_with(" " + line))
+            return true;
+    return false;
 }
 
 // A message in short: type and action.
