@@ -267,7 +267,7 @@ TYPED_TEST(CardProfile, AFailedRemovalLeavesTheRow) {
 TYPED_TEST(CardProfile, ASilentCardRefusesTheRow) {
     using T = TypeParam;
     app_chassis::run([](AppChassis& chassis) {
-        chassis.card.behave(FakeCard::be_silent);
+        chassis.card_falls_silent();
         EXPECT_EQ(T::add(T::profile("gold")), OV_GPON_RET_BAD_PARAM);
         EXPECT_THAT(log_of(chassis), Contains(T::CARD_FAILED));
         EXPECT_EQ(rows_of<typename T::Row>(), 0);

@@ -257,11 +257,27 @@ TYPED_TEST(OwnedRow, ACardThatDoesntAnswerRefuses) {
     using T = TypeParam;
     run_with_beneath<T>([](AppChassis& chassis) {
         const auto none = counted();
-        chassis.card.behave(FakeCard::be_silent);
+        chassis.card_falls_silent();
         EXPECT_EQ(add(T::row(3)), BAD_PARAM);
         EXPECT_TRUE(logged(chassis, T::CARD_FAILED));
         EXPECT_FALSE(exists(T::row(3)));
         EXPECT_EQ(counted(), none);
+    });
+}
+
+// Provisioning goes on while a card is away; it is told when it is back.
+TYPED_TEST(OwnedRow, ACardThatIsAwayIsNotAsked) {
+    using T = TypeParam;
+    run_with_beneath<T>([](AppChassis& chassis) {
+        const auto none = counted();
+        hal_slot_active_flag_clear("test", 0, SLOT);
+        EXPECT_EQ(add(T::row(3)), 0);
+        EXPECT_TRUE(T::has_all_that_it_needs(T::row(3)));
+        EXPECT_EQ(T::used(), 1);
+        EXPECT_EQ(del(T::row(3)), 0);
+        EXPECT_FALSE(exists(T::row(3)));
+        EXPECT_EQ(counted(), none);
+        EXPECT_THAT(chassis.messages(), IsEmpty());
     });
 }
 
