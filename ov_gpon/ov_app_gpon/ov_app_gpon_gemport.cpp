@@ -4,6 +4,7 @@
 #include "app_rows.h"
 #include "app_set_callback.h"
 #include "app_text.h"
+#include "app_write_row.h"
 #include "ov_app_gpon_owner.h"
 #include "ov_app_gpon_pon_port_cfg.h"
 #include "ov_gpon.h"
@@ -128,45 +129,25 @@ void ov_app_gpon_gemport_init() {
 // ---- add, edit, delete ------------------------------------------------------------------------------------
 
 int ov_app_gpon_gemport_add(ov_sGemTable_attr_t* attr, MIB_Flags_t* flag, int is_need_check) {
-    if (!attr || !flag) {
-        OV_LOG_ERROR("MMG", "null pointer");
-        return OV_GPON_RET_BAD_PARAM;
+    if (attr && flag) {
+        attr->sGemTableIfIndex = gemport_ifindex(*attr, attr->gemID);
+        attr->sGemTableRowStatus = OVRA_CREATEANDGO;
+        mib_flag_set(*flag, column::sGemTableIfIndex);
+        mib_flag_set(*flag, column::sGemTableRowStatus);
     }
-    attr->sGemTableIfIndex = gemport_ifindex(*attr, attr->gemID);
-    attr->sGemTableRowStatus = OVRA_CREATEANDGO;
-    mib_flag_set(*flag, column::sGemTableIfIndex);
-    mib_flag_set(*flag, column::sGemTableRowStatus);
-    if (!mib_access(is_need_check != 0 ? MIB_SET : MIB_SET_N, *attr, *flag, gpon_gemport_appid)) {
-        OV_LOG_ERROR("MMG", "mib add error for gemport table");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    return OV_GPON_RET_OK;
+    return write_row(is_need_check != 0 ? MIB_SET : MIB_SET_N, attr, flag, gpon_gemport_appid,
+                     "mib add error for gemport table");
 }
 
 int ov_app_gpon_gemport_edit(ov_sGemTable_attr_t* attr, MIB_Flags_t* flag) {
-    if (!attr || !flag) {
-        OV_LOG_ERROR("MMG", "null pointer");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    const bool past_callbacks =
-        is_template_row(*attr) && !mib_flag_is_set(*flag, column::sGemTableIfEnableEncryption);
-    if (!mib_access(past_callbacks ? MIB_SET_S : MIB_SET, *attr, *flag, gpon_gemport_appid)) {
-        OV_LOG_ERROR("MMG", "mib set error for gemport table");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    return OV_GPON_RET_OK;
+    const bool past_callbacks = attr && flag && is_template_row(*attr) &&
+                                !mib_flag_is_set(*flag, column::sGemTableIfEnableEncryption);
+    return write_row(past_callbacks ? MIB_SET_S : MIB_SET, attr, flag, gpon_gemport_appid,
+                     "mib set error for gemport table");
 }
 
 int ov_app_gpon_gemport_del(ov_sGemTable_attr_t* attr) {
-    if (!attr) {
-        OV_LOG_ERROR("MMG", "null pointer");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    if (!mib_access(MIB_DEL, *attr, mibDefFlags, gpon_gemport_appid)) {
-        OV_LOG_ERROR("MMG", "mib del error for gemport table");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    return OV_GPON_RET_OK;
+    return write_row(MIB_DEL, attr, &mibDefFlags, gpon_gemport_appid, "mib del error for gemport table");
 }
 
 // ---- checks -----------------------------------------------------------------------------------------------

@@ -3,12 +3,12 @@
 #include "app_resource.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
+#include "app_write_row.h"
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_owner.h"
 #include "ov_app_gpon_service_port.h"
 #include "ov_gpon.h"
 #include "ov_hal_gpon_attr_dump.h"
-#include "ov_product_log.h"
 
 int gpon_service_appid = 0;
 
@@ -20,17 +20,6 @@ namespace column = sServiceTable_column;
 void fill_ifindex(Service& row) {
     if (row.sServiceTableIfIndex == 0)
         row.sServiceTableIfIndex = service_port_ifindex(row, row.serviceID);
-}
-
-int write(int operation, Service* attr, const MIB_Flags_t* flag, const char* failure) {
-    if (!attr || !flag) {
-        OV_LOG_ERROR("MMG", "null pointer");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    if (mib_access(operation, *attr, *flag, gpon_service_appid))
-        return OV_GPON_RET_OK;
-    OV_LOG_ERROR("MMG", "%s", failure);
-    return OV_GPON_RET_BAD_PARAM;
 }
 
 } // namespace
@@ -49,15 +38,15 @@ int ov_app_gpon_service_add(ov_sServiceTable_attr_t* attr, MIB_Flags_t* flag) {
         mib_flag_set(*flag, column::sServiceTableIfIndex);
         mib_flag_set(*flag, column::sServiceTableRowStatus);
     }
-    return write(MIB_SET, attr, flag, "mib add error for service table");
+    return write_row(MIB_SET, attr, flag, gpon_service_appid, "mib add error for service table");
 }
 
 int ov_app_gpon_service_edit(ov_sServiceTable_attr_t* attr, MIB_Flags_t* flag) {
-    return write(MIB_SET, attr, flag, "mib set error for service table");
+    return write_row(MIB_SET, attr, flag, gpon_service_appid, "mib set error for service table");
 }
 
 int ov_app_gpon_service_del(ov_sServiceTable_attr_t* attr) {
-    return write(MIB_DEL, attr, &mibDefFlags, "mib del error for service table");
+    return write_row(MIB_DEL, attr, &mibDefFlags, gpon_service_appid, "mib del error for service table");
 }
 
 char ov_app_gpon_service_check(ov_sServiceTable_attr_t* attr, int action, MIB_Flags_t /*flag*/) {

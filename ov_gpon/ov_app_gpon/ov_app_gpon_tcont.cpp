@@ -3,6 +3,7 @@
 #include "app_rows.h"
 #include "app_set_callback.h"
 #include "app_text.h"
+#include "app_write_row.h"
 #include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_owner.h"
@@ -182,25 +183,15 @@ int ov_app_gpon_tcont_add(ov_sTcontTable_attr_t* attr, MIB_Flags_t* flag, int is
         return OV_GPON_RET_BAD_PARAM;
     attr->sTcontTableRowStatus = OVRA_CREATEANDGO;
     mib_flag_set(*flag, column::sTcontTableRowStatus);
-    if (!mib_access(is_need_check != 0 ? MIB_SET : MIB_SET_N, *attr, *flag, gpon_tcont_appid)) {
-        OV_LOG_ERROR("MMG", "mib set error for tcont table");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    return OV_GPON_RET_OK;
+    return write_row(is_need_check != 0 ? MIB_SET : MIB_SET_N, attr, flag, gpon_tcont_appid,
+                     "mib set error for tcont table");
 }
 
 int ov_app_gpon_tcont_edit(ov_sTcontTable_attr_t* attr, MIB_Flags_t* flag) {
-    if (!attr || !flag) {
-        OV_LOG_ERROR("MMG", "null pointer");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    if (mib_flag_is_set(*flag, column::sTcontTableBwProfileName) && !name_profile_id(*attr, *flag))
+    if (attr && flag && mib_flag_is_set(*flag, column::sTcontTableBwProfileName) &&
+        !name_profile_id(*attr, *flag))
         return OV_GPON_RET_OK; // the row keeps the profile that it has; callers know no failure here
-    if (!mib_access(MIB_SET, *attr, *flag, gpon_tcont_appid)) {
-        OV_LOG_ERROR("MMG", "mib edit error for tcont table");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    return OV_GPON_RET_OK;
+    return write_row(MIB_SET, attr, flag, gpon_tcont_appid, "mib edit error for tcont table");
 }
 
 int ov_app_gpon_tcont_del(ov_sTcontTable_attr_t* attr) {

@@ -270,9 +270,11 @@ TEST(Gemport, MissingArgumentsAreSaid) {
         Gem row = gem(1, 1);
         MIB_Flags_t columns = {};
         EXPECT_EQ(ov_app_gpon_gemport_add(nullptr, &columns, 1), BAD_PARAM);
+        EXPECT_EQ(ov_app_gpon_gemport_add(&row, nullptr, 1), BAD_PARAM);
+        EXPECT_EQ(ov_app_gpon_gemport_edit(nullptr, &columns), BAD_PARAM);
         EXPECT_EQ(ov_app_gpon_gemport_edit(&row, nullptr), BAD_PARAM);
         EXPECT_EQ(ov_app_gpon_gemport_del(nullptr), BAD_PARAM);
-        EXPECT_TRUE(logged(chassis, "null pointer"));
+        EXPECT_EQ(chassis.hal.log.lines(), std::vector<std::string>(5, "null pointer"));
         EXPECT_EQ(ov_app_gpon_gemport_exist_check(&row), 0);
     });
 }

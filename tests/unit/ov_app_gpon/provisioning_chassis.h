@@ -10,6 +10,7 @@
 
 #include "../support/app_chassis.h"
 #include "app_set_callback.h"
+#include "cosToCosProfileTable.h"
 #include "mmg_text.h"
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_pon_port_cfg.h"
@@ -63,6 +64,10 @@ inline void bind_service_profile(int count, int id = PROFILE) {
     row.sOnuSrvProfileBindCount = count;
     ASSERT_TRUE(
         mib_access(MIB_SET_S_N, row, columns_of(sOnuSrvProfileTable_column::sOnuSrvProfileBindCount)));
+}
+
+inline void put_cos_to_cos(const AppChassis& chassis, int id) {
+    chassis.put_row<ov_cosToCosProfileTable_attr_t>([](auto&) {}, 1, id);
 }
 
 // Runs the body with ONU 7 on port 4, service profile 5, and bandwidth profiles "small" (100 fixed, 200

@@ -3,7 +3,6 @@
 
 #include "avltree.h"
 #include "cosQueueMappingProfileTable.h"
-#include "cosToCosProfileTable.h"
 
 using namespace provisioning;
 using testing::ElementsAre;
@@ -34,9 +33,6 @@ std::string qos_text(const char* before, const ServicePort& row, const char* aft
     snprintf(text, sizeof text, "%s service port qos %#x %s %s", before, qos_index(row),
              ov_get_ifname_by_ifindex(qos_index(row)), after);
     return text[0] == ' ' ? text + 1 : text;
-}
-void put_cos_to_cos(const AppChassis& chassis, int id) {
-    chassis.put_row<ov_cosToCosProfileTable_attr_t>([](auto&) {}, 1, id);
 }
 
 TEST(ServicePort, ACreatedRowReservesReachesTheCardAndGetsItsQos) {

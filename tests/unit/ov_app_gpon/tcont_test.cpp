@@ -345,8 +345,9 @@ TEST(Tcont, MissingArgumentsAreSaid) {
         EXPECT_EQ(ov_app_gpon_tcont_add(nullptr, &columns, 1), BAD_PARAM);
         EXPECT_EQ(ov_app_gpon_tcont_add(&row, nullptr, 1), BAD_PARAM);
         EXPECT_EQ(ov_app_gpon_tcont_edit(nullptr, &columns), BAD_PARAM);
+        EXPECT_EQ(ov_app_gpon_tcont_edit(&row, nullptr), BAD_PARAM);
         EXPECT_EQ(ov_app_gpon_tcont_del(nullptr), BAD_PARAM);
-        EXPECT_TRUE(logged(chassis, "null pointer"));
+        EXPECT_EQ(chassis.hal.log.lines(), std::vector<std::string>(5, "null pointer"));
         // the profile's column is added when it is missing
         EXPECT_EQ(ov_app_gpon_tcont_add(&row, &columns, 1), 0);
         EXPECT_TRUE(
