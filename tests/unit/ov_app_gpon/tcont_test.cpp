@@ -295,6 +295,32 @@ TEST(Tcont, AServiceProfileMustFitOnePort) {
     });
 }
 
+// A bandwidth profile may grow under the T-CONTs that name it. They then count with what it has become, on a
+// delete too.
+TEST(Tcont, AServiceProfileThatFitsNoLongerKeepsItsTconts) {
+    provisioning::run([](AppChassis& chassis) {
+        ASSERT_EQ(add(template_tcont(1)), 0);
+        ASSERT_EQ(add(template_tcont(2, "none")), 0);
+        chassis.forget_messages();
+        ov_sBWProfileTable_attr_t grown = {};
+        grown.bwProfileId = BKDRHash("small", 5);
+        grown.sBWProfileTableFixBw = 800001;
+        const MIB_Flags_t fixed = columns_of(sBWProfileTable_column::sBWProfileTableFixBw);
+        ASSERT_TRUE(mib_access(MIB_SET_S_N, grown, fixed));
+        for (const unsigned id : {1u, 2u}) {
+            LogCapture::clear();
+            EXPECT_EQ(del(template_tcont(id)), BAD_PARAM);
+            EXPECT_TRUE(logged(chassis, "config bw is over max bw"));
+            EXPECT_TRUE(logged(chassis, "bw check fail"));
+            EXPECT_TRUE(exists(template_tcont(id)));
+        }
+        EXPECT_THAT(chassis.messages(), IsEmpty());
+        grown.sBWProfileTableFixBw = 800000;
+        ASSERT_TRUE(mib_access(MIB_SET_S_N, grown, fixed));
+        EXPECT_EQ(del(template_tcont(1)), 0);
+    });
+}
+
 TEST(Tcont, TheSumsOfAServiceProfileDontOverflow) {
     provisioning::run([](AppChassis& chassis) {
         put_bandwidth(chassis, "debt", -2000000000, 0);
