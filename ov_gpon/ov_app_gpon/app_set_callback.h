@@ -97,6 +97,13 @@ struct SetCallback {
     bool must_support = false;
 };
 
+// A module's check of a row as the step of its set callback: .check = passes<ov_app_gpon_tcont_check>. It
+// answers 1 for a row that may become so.
+template <auto check, typename Row>
+bool passes(RowChange<Row>& change) {
+    return check(&change.row, change.action, change.columns) == 1;
+}
+
 // The steps on a row, in their order, up to the callback's answer.
 template <typename Row, typename Record>
 int run_set_steps(const SetCallback<Row, Record>& callback, MIBDID did, Row& row,

@@ -7,6 +7,7 @@
 
 #include "app_named_profile.h"
 #include "app_set_callback.h"
+#include "app_text.h"
 #include "ov_hal_gpon_attr_dump.h"
 #include "sOnuTable.h"
 #include "sTcontTable.h"
@@ -150,7 +151,7 @@ int ov_app_gpon_bwtype_del(ov_sBWProfileTable_attr_t* attr) {
 
 int ov_app_gpon_bwtype_add_default() {
     Row row = {};
-    std::string_view(DEFAULT_NAME).copy(row.sBWProfileTableBwProfileName, sizeof DEFAULT_NAME);
+    set_text(row.sBWProfileTableBwProfileName, DEFAULT_NAME);
     row.sBWProfileTableType = SBWPROFILETABLETYPE_TYPE4;
     row.sBWProfileTableMaxBw = DEFAULT_MAX_BW;
     MIB_Flags_t columns = mibDefFlags;
@@ -181,7 +182,7 @@ void sbwtype_mib_data_convert_to_hal(ov_sBWProfileTable_attr_t* mib, ov_gpon_bwp
     };
     *hal = {};
     hal->id = static_cast<int32_t>(mib->bwProfileId);
-    std::string_view(mib->sBWProfileTableBwProfileName).copy(hal->name, sizeof hal->name - 1);
+    set_text(hal->name, mib->sBWProfileTableBwProfileName);
     hal->bwType = mib->sBWProfileTableType;
     hal->fixbw = static_cast<uint32_t>(mib->sBWProfileTableFixBw);
     hal->assBw = static_cast<uint32_t>(mib->sBWProfileTableAssBw);
@@ -192,10 +193,7 @@ void sbwtype_mib_data_convert_to_hal(ov_sBWProfileTable_attr_t* mib, ov_gpon_bwp
 int ov_bwtype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<Row, ov_gpon_bwprofile_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_BW_TYPE,
-        .check =
-            [](RowChange<Row>& change) {
-                return ov_app_gpon_bwtype_check(&change.row, change.action, change.columns) == 1;
-            },
+        .check = passes<ov_app_gpon_bwtype_check>,
         .convert = sbwtype_mib_data_convert_to_hal,
         .dump = ov_gpon_bwprofile_attr_dump,
         .failure = "set bwtype error",

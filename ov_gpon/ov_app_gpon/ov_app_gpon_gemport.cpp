@@ -1,9 +1,10 @@
 #include "ov_app_gpon_gemport.h"
 
-#include <string_view>
-
+#include "app_resource.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
+#include "app_text.h"
+#include "app_write_row.h"
 #include "ov_app_gpon_owner.h"
 #include "ov_app_gpon_pon_port_cfg.h"
 #include "ov_gpon.h"
@@ -94,7 +95,7 @@ void fill_ifindex(Gem& row) {
 }
 
 bool check_change(RowChange<Gem>& change) {
-    return ov_app_gpon_gemport_check(&change.row, change.action, change.columns) == 1 &&
+    return passes<ov_app_gpon_gemport_check>(change) &&
            (!is_template_row(change.row) ||
             ov_app_gpon_gemport_multi_onu_srv_check(&change.row, change.action) == 1);
 }
@@ -108,16 +109,6 @@ std::optional<int> settle_without_card(RowChange<Gem>& change) {
     if (change.sets() && change.has(column::sGemTablePmEnable))
         return follow(change);
     return std::nullopt;
-}
-
-void take_back(RowChange<Gem>& change) {
-    const Gem& row = change.row;
-    if (is_template_row(row))
-        return;
-    if (change.creates())
-        ov_gpon_resource_release(GEM_LIMIT_INDEX, row.slotID, row.portID, 1);
-    else if (change.deletes())
-        ov_gpon_resource_reserve(GEM_LIMIT_INDEX, row.slotID, row.portID, 1);
 }
 
 } // namespace
@@ -138,45 +129,25 @@ void ov_app_gpon_gemport_init() {
 // ---- add, edit, delete ------------------------------------------------------------------------------------
 
 int ov_app_gpon_gemport_add(ov_sGemTable_attr_t* attr, MIB_Flags_t* flag, int is_need_check) {
-    if (!attr || !flag) {
-        OV_LOG_ERROR("MMG", "null pointer");
-        return OV_GPON_RET_BAD_PARAM;
+    if (attr && flag) {
+        attr->sGemTableIfIndex = gemport_ifindex(*attr, attr->gemID);
+        attr->sGemTableRowStatus = OVRA_CREATEANDGO;
+        mib_flag_set(*flag, column::sGemTableIfIndex);
+        mib_flag_set(*flag, column::sGemTableRowStatus);
     }
-    attr->sGemTableIfIndex = gemport_ifindex(*attr, attr->gemID);
-    attr->sGemTableRowStatus = OVRA_CREATEANDGO;
-    mib_flag_set(*flag, column::sGemTableIfIndex);
-    mib_flag_set(*flag, column::sGemTableRowStatus);
-    if (!mib_access(is_need_check != 0 ? MIB_SET : MIB_SET_N, *attr, *flag, gpon_gemport_appid)) {
-        OV_LOG_ERROR("MMG", "mib add error for gemport table");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    return OV_GPON_RET_OK;
+    return write_row(is_need_check != 0 ? MIB_SET : MIB_SET_N, attr, flag, gpon_gemport_appid,
+                     "mib add error for gemport table");
 }
 
 int ov_app_gpon_gemport_edit(ov_sGemTable_attr_t* attr, MIB_Flags_t* flag) {
-    if (!attr || !flag) {
-        OV_LOG_ERROR("MMG", "null pointer");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    const bool past_callbacks =
-        is_template_row(*attr) && !mib_flag_is_set(*flag, column::sGemTableIfEnableEncryption);
-    if (!mib_access(past_callbacks ? MIB_SET_S : MIB_SET, *attr, *flag, gpon_gemport_appid)) {
-        OV_LOG_ERROR("MMG", "mib set error for gemport table");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    return OV_GPON_RET_OK;
+    const bool past_callbacks = attr && flag && is_template_row(*attr) &&
+                                !mib_flag_is_set(*flag, column::sGemTableIfEnableEncryption);
+    return write_row(past_callbacks ? MIB_SET_S : MIB_SET, attr, flag, gpon_gemport_appid,
+                     "mib set error for gemport table");
 }
 
 int ov_app_gpon_gemport_del(ov_sGemTable_attr_t* attr) {
-    if (!attr) {
-        OV_LOG_ERROR("MMG", "null pointer");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    if (!mib_access(MIB_DEL, *attr, mibDefFlags, gpon_gemport_appid)) {
-        OV_LOG_ERROR("MMG", "mib del error for gemport table");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    return OV_GPON_RET_OK;
+    return write_row(MIB_DEL, attr, &mibDefFlags, gpon_gemport_appid, "mib del error for gemport table");
 }
 
 // ---- checks -----------------------------------------------------------------------------------------------
@@ -237,16 +208,14 @@ void sgemport_mib_data_convert_to_hal(ov_sGemTable_attr_t* mib, ov_gpon_gemport_
     };
     *hal = {};
     hal->ifindex = mib->sGemTableIfIndex;
-    std::string_view(mib->sGemTableGemName).copy(hal->name, sizeof hal->name - 1);
+    set_text(hal->name, mib->sGemTableGemName);
     hal->tcontId = mib->sGemTableTcontID;
     hal->upQmapId = mib->sGemTableUpQueueMapID;
     hal->direction = static_cast<uint32_t>(mib->sGemTableDirection);
     hal->servportCount = mib->sGemTableSrvPortNum;
     hal->isEncyption = static_cast<uint8_t>(mib->sGemTableIfEnableEncryption);
-    std::string_view(mib->sGemTableUpTrafficName)
-        .copy(hal->upTrfDescripName, sizeof hal->upTrfDescripName - 1);
-    std::string_view(mib->sGemTableDownTrafficName)
-        .copy(hal->downTrfDescripName, sizeof hal->downTrfDescripName - 1);
+    set_text(hal->upTrfDescripName, mib->sGemTableUpTrafficName);
+    set_text(hal->downTrfDescripName, mib->sGemTableDownTrafficName);
     *hal_flag = hal_mask_of_columns(mib_mask, sgemport_table_flag_map, 1, 14);
 }
 
@@ -259,7 +228,7 @@ int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag
         .convert = sgemport_mib_data_convert_to_hal,
         .dump = ov_gpon_gemport_attr_dump,
         .done = follow,
-        .undo = take_back,
+        .undo = take_back_one<GEM_LIMIT_INDEX>,
         .failure = "set hal error",
     };
     return run_set_callback(callback, did, row, column_flag);

@@ -7,6 +7,7 @@
 
 #include "app_named_profile.h"
 #include "app_set_callback.h"
+#include "app_text.h"
 #include "ov_app_gpon_onusrv_batch_config.h"
 #include "ov_hal_gpon_attr_dump.h"
 #include "ov_product.h"
@@ -115,7 +116,7 @@ constexpr DefaultType OTHER_TYPES[] = {
 
 void _ov_app_gpon_profile_onutype_add_default(const DefaultType& type) {
     Row row = {};
-    type.name.copy(row.onuTypeProfileName, sOnuTypeProfileTable_limit::onuTypeProfileName);
+    set_text(row.onuTypeProfileName, type.name);
     row.sOnuTypeProfileTableIsDefaultProfile = 1;
     row.sOnuTypeProfileTableCardNum = 1;
     row.sOnuTypeProfileTableTcontNum = 8;
@@ -201,7 +202,7 @@ void sonutype_mib_data_convert_to_hal(ov_sOnuTypeProfileTable_attr_t* mib, ov_gp
         OV_GPON_ONUTYPE_ATTR_INDEX_videoNum,
     };
     *hal = {};
-    std::string_view(mib->onuTypeProfileName).copy(hal->name, sizeof hal->name - 1);
+    set_text(hal->name, mib->onuTypeProfileName);
     hal->id = static_cast<int32_t>(mib->onuTypeProfileId);
     hal->isDefault = mib->sOnuTypeProfileTableIsDefaultProfile;
     hal->inUse = static_cast<uint32_t>(mib->sOnuTypeProfileTableInUse);
@@ -223,10 +224,7 @@ void sonutype_mib_data_convert_to_hal(ov_sOnuTypeProfileTable_attr_t* mib, ov_gp
 int ov_onutype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<Row, ov_gpon_onutype_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_ONU_TYPE,
-        .check =
-            [](RowChange<Row>& change) {
-                return ov_app_gpon_onutype_check(&change.row, change.action, change.columns) == 1;
-            },
+        .check = passes<ov_app_gpon_onutype_check>,
         .convert = sonutype_mib_data_convert_to_hal,
         .dump = ov_gpon_onutype_attr_dump,
         .failure = "set onutype to hal error",

@@ -1,12 +1,14 @@
 #include "ov_app_gpon_service.h"
 
+#include "app_resource.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
+#include "app_write_row.h"
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_owner.h"
+#include "ov_app_gpon_service_port.h"
 #include "ov_gpon.h"
 #include "ov_hal_gpon_attr_dump.h"
-#include "ov_product_log.h"
 
 int gpon_service_appid = 0;
 
@@ -17,35 +19,7 @@ namespace column = sServiceTable_column;
 
 void fill_ifindex(Service& row) {
     if (row.sServiceTableIfIndex == 0)
-        row.sServiceTableIfIndex = ov_ifindex_gen_by_extendinfo(
-            PORT_TYPE_GPON_SERVPORT, static_cast<uint8_t>(row.shelfID), static_cast<uint8_t>(row.slotID), 0,
-            static_cast<uint16_t>(row.portID), static_cast<uint16_t>(row.onuId),
-            static_cast<uint16_t>(row.serviceID), 0, 0);
-}
-
-bool check_change(RowChange<Service>& change) {
-    return ov_app_gpon_service_check(&change.row, change.action, change.columns) == 1;
-}
-
-void take_back(RowChange<Service>& change) {
-    const Service& row = change.row;
-    if (is_template_row(row))
-        return;
-    if (change.creates())
-        ov_gpon_resource_release(SRVPORT_LIMIT_INDEX, row.slotID, row.portID, 1);
-    else if (change.deletes())
-        ov_gpon_resource_reserve(SRVPORT_LIMIT_INDEX, row.slotID, row.portID, 1);
-}
-
-int write(int operation, Service* attr, const MIB_Flags_t* flag, const char* failure) {
-    if (!attr || !flag) {
-        OV_LOG_ERROR("MMG", "null pointer");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    if (mib_access(operation, *attr, *flag, gpon_service_appid))
-        return OV_GPON_RET_OK;
-    OV_LOG_ERROR("MMG", "%s", failure);
-    return OV_GPON_RET_BAD_PARAM;
+        row.sServiceTableIfIndex = service_port_ifindex(row, row.serviceID);
 }
 
 } // namespace
@@ -64,15 +38,15 @@ int ov_app_gpon_service_add(ov_sServiceTable_attr_t* attr, MIB_Flags_t* flag) {
         mib_flag_set(*flag, column::sServiceTableIfIndex);
         mib_flag_set(*flag, column::sServiceTableRowStatus);
     }
-    return write(MIB_SET, attr, flag, "mib add error for service table");
+    return write_row(MIB_SET, attr, flag, gpon_service_appid, "mib add error for service table");
 }
 
 int ov_app_gpon_service_edit(ov_sServiceTable_attr_t* attr, MIB_Flags_t* flag) {
-    return write(MIB_SET, attr, flag, "mib set error for service table");
+    return write_row(MIB_SET, attr, flag, gpon_service_appid, "mib set error for service table");
 }
 
 int ov_app_gpon_service_del(ov_sServiceTable_attr_t* attr) {
-    return write(MIB_DEL, attr, &mibDefFlags, "mib del error for service table");
+    return write_row(MIB_DEL, attr, &mibDefFlags, gpon_service_appid, "mib del error for service table");
 }
 
 char ov_app_gpon_service_check(ov_sServiceTable_attr_t* attr, int action, MIB_Flags_t /*flag*/) {
@@ -105,10 +79,10 @@ int ov_service_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag
     static constexpr SetCallback<Service, ov_gpon_servport_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_SERVPORT,
         .prepare = fill_ifindex,
-        .check = check_change,
+        .check = passes<ov_app_gpon_service_check>,
         .convert = sservice_mib_data_convert_to_hal,
         .dump = ov_gpon_servport_attr_dump,
-        .undo = take_back,
+        .undo = take_back_one<SRVPORT_LIMIT_INDEX>,
         .failure = "set service to hal error",
     };
     return run_set_callback(callback, did, row, column_flag);

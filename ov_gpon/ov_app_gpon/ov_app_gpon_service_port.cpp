@@ -1,5 +1,6 @@
 #include "ov_app_gpon_service_port.h"
 
+#include "app_resource.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
 #include "cosQueueMappingProfileTable.h"
@@ -114,10 +115,6 @@ bool count(const ServicePort& row, int action) {
 
 // ---- the steps of the set callback ------------------------------------------------------------------------
 
-bool check_change(RowChange<ServicePort>& change) {
-    return ov_service_port_check(&change.row, change.action, change.columns) == 1;
-}
-
 // Hands a new COS-to-COS profile on to the service port's QoS. What goes wrong is logged, no more: the row is
 // good without it.
 std::optional<int> lead_cos_to_cos(RowChange<ServicePort>& change) {
@@ -177,16 +174,6 @@ int follow(RowChange<ServicePort>& change) {
     if (change.deletes() && !del_qos(service_port_ifindex(row)))
         return SET_REFUSED;
     return ov_app_gpon_follow_on_pair(SYNC_SSERVICEPORT, change);
-}
-
-void take_back(RowChange<ServicePort>& change) {
-    const ServicePort& row = change.row;
-    if (is_template_row(row))
-        return;
-    if (change.creates())
-        ov_gpon_resource_release(SRVPORT_LIMIT_INDEX, row.slotID, row.portID, 1);
-    else if (change.deletes())
-        ov_gpon_resource_reserve(SRVPORT_LIMIT_INDEX, row.slotID, row.portID, 1);
 }
 
 } // namespace
@@ -337,12 +324,12 @@ void ov_service_port_table_mib_convert2_hal(ov_servicePortTable_attr_t* mib, ov_
 int ov_service_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<ServicePort, ov_gpon_service_port_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_SERVPORT,
-        .check = check_change,
+        .check = passes<ov_service_port_check>,
         .before_send = lead_cos_to_cos,
         .convert = ov_service_port_table_mib_convert2_hal,
         .dump = ov_gpon_servport_attr_dump,
         .done = follow,
-        .undo = take_back,
+        .undo = take_back_one<SRVPORT_LIMIT_INDEX>,
         .failure = "OV_HAL_MSG_GPON_SERVPORT send fail",
         .must_support = true,
     };

@@ -1,9 +1,9 @@
 #include "ov_app_gpon_tcont.h"
 
-#include <string_view>
-
 #include "app_rows.h"
 #include "app_set_callback.h"
+#include "app_text.h"
+#include "app_write_row.h"
 #include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_owner.h"
@@ -97,10 +97,6 @@ bool is_free_of_gemports(const Tcont& row) {
 
 // ---- the steps of the set callback ------------------------------------------------------------------------
 
-bool check_change(RowChange<Tcont>& change) {
-    return ov_app_gpon_tcont_check(&change.row, change.action, change.columns) == 1;
-}
-
 // A template row must leave its profile as one that fits a PON port.
 std::optional<int> profile_refusal(const RowChange<Tcont>& change) {
     if (!change.deletes() && ov_tcont_multi_srvprofile_exist_check(&change.row) != 1) {
@@ -187,25 +183,15 @@ int ov_app_gpon_tcont_add(ov_sTcontTable_attr_t* attr, MIB_Flags_t* flag, int is
         return OV_GPON_RET_BAD_PARAM;
     attr->sTcontTableRowStatus = OVRA_CREATEANDGO;
     mib_flag_set(*flag, column::sTcontTableRowStatus);
-    if (!mib_access(is_need_check != 0 ? MIB_SET : MIB_SET_N, *attr, *flag, gpon_tcont_appid)) {
-        OV_LOG_ERROR("MMG", "mib set error for tcont table");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    return OV_GPON_RET_OK;
+    return write_row(is_need_check != 0 ? MIB_SET : MIB_SET_N, attr, flag, gpon_tcont_appid,
+                     "mib set error for tcont table");
 }
 
 int ov_app_gpon_tcont_edit(ov_sTcontTable_attr_t* attr, MIB_Flags_t* flag) {
-    if (!attr || !flag) {
-        OV_LOG_ERROR("MMG", "null pointer");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    if (mib_flag_is_set(*flag, column::sTcontTableBwProfileName) && !name_profile_id(*attr, *flag))
+    if (attr && flag && mib_flag_is_set(*flag, column::sTcontTableBwProfileName) &&
+        !name_profile_id(*attr, *flag))
         return OV_GPON_RET_OK; // the row keeps the profile that it has; callers know no failure here
-    if (!mib_access(MIB_SET, *attr, *flag, gpon_tcont_appid)) {
-        OV_LOG_ERROR("MMG", "mib edit error for tcont table");
-        return OV_GPON_RET_BAD_PARAM;
-    }
-    return OV_GPON_RET_OK;
+    return write_row(MIB_SET, attr, flag, gpon_tcont_appid, "mib edit error for tcont table");
 }
 
 int ov_app_gpon_tcont_del(ov_sTcontTable_attr_t* attr) {
@@ -280,15 +266,15 @@ void stcont_mib_data_convert_to_hal(ov_sTcontTable_attr_t* mib, ov_gpon_tcont_at
     hal->onuIfindex = onu_ifindex_of(*mib);
     hal->tcontId = mib->tcontId;
     hal->allocId = static_cast<uint32_t>(mib->sTcontTableAllocID);
-    std::string_view(mib->sTcontTableTcontName).copy(hal->name, sizeof hal->name - 1);
-    std::string_view(mib->sTcontTableBwProfileName).copy(hal->bwProfile, sizeof hal->bwProfile - 1);
+    set_text(hal->name, mib->sTcontTableTcontName);
+    set_text(hal->bwProfile, mib->sTcontTableBwProfileName);
     *hal_flag = hal_mask_of_columns(mib_mask, stcont_table_flag_map, 1, 5);
 }
 
 int ov_tcont_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<Tcont, ov_gpon_tcont_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_TCONT,
-        .check = check_change,
+        .check = passes<ov_app_gpon_tcont_check>,
         .before_send = settle_without_card,
         .convert = stcont_mib_data_convert_to_hal,
         .dump = ov_gpon_tcont_attr_dump,

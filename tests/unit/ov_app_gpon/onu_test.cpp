@@ -307,7 +307,7 @@ TEST(OnuCardAnswer, FailureRefusesTheRow) {
 TEST(OnuCardAnswer, SilenceRefusesTheRow) {
     app_chassis::run([](AppChassis& chassis) {
         put_type(chassis);
-        chassis.card.behave(FakeCard::be_silent);
+        chassis.card_falls_silent();
         EXPECT_EQ(new_onu(1, SN).add(), OV_GPON_RET_BAD_PARAM);
         EXPECT_THAT(chassis.hal.log.lines(), Contains("set ONU error"));
         EXPECT_EQ(stored_onu(1), nullptr);

@@ -3,12 +3,14 @@
 #pragma once
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 
 #include <gmock/gmock.h>
 
 #include "../support/app_chassis.h"
 #include "app_set_callback.h"
+#include "cosToCosProfileTable.h"
 #include "mmg_text.h"
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_pon_port_cfg.h"
@@ -62,6 +64,10 @@ inline void bind_service_profile(int count, int id = PROFILE) {
     row.sOnuSrvProfileBindCount = count;
     ASSERT_TRUE(
         mib_access(MIB_SET_S_N, row, columns_of(sOnuSrvProfileTable_column::sOnuSrvProfileBindCount)));
+}
+
+inline void put_cos_to_cos(const AppChassis& chassis, int id) {
+    chassis.put_row<ov_cosToCosProfileTable_attr_t>([](auto&) {}, 1, id);
 }
 
 // Runs the body with ONU 7 on port 4, service profile 5, and bandwidth profiles "small" (100 fixed, 200
@@ -189,6 +195,16 @@ inline Held held_of(int port) {
 inline bool logged(const AppChassis& chassis, const std::string& line) {
     const auto lines = chassis.hal.log.lines();
     return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+// The same with level and tag, as the log file has it.
+inline bool logged_as(const AppChassis& chassis, int level, const std::string& tag, const std::string& line) {
+    std::istringstream file(chassis.hal.log.file_text());
+    const std::string head = std::to_string(level) + " [" + tag + "]";
+    for (std::string got; std::getline(file, got);)
+        if (got.starts_with(head) && got.ends_with(" " + line))
+            return true;
+    return false;
 }
 
 // A message in short: type and action.

@@ -2,7 +2,6 @@
 #include "provisioning_chassis.h"
 
 #include "avltree.h"
-#include "cosToCosProfileTable.h"
 
 using namespace provisioning;
 using testing::ElementsAre;
@@ -19,9 +18,6 @@ Qos* made(int id) {
     Qos* qos = ov_app_service_port_qos_new();
     EXPECT_EQ(ov_app_service_port_qos_edit_index(qos, index_of(id)), OV_QOS_OK);
     return qos;
-}
-void put_cos_to_cos(const AppChassis& chassis, int id) {
-    chassis.put_row<ov_cosToCosProfileTable_attr_t>([](auto&) {}, 1, id);
 }
 void put_service_port(const AppChassis& chassis, int id, unsigned uplink, unsigned downlink) {
     chassis.put_row<ServicePort>(

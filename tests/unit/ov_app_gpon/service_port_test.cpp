@@ -3,7 +3,6 @@
 
 #include "avltree.h"
 #include "cosQueueMappingProfileTable.h"
-#include "cosToCosProfileTable.h"
 
 using namespace provisioning;
 using testing::ElementsAre;
@@ -34,9 +33,6 @@ std::string qos_text(const char* before, const ServicePort& row, const char* aft
     snprintf(text, sizeof text, "%s service port qos %#x %s %s", before, qos_index(row),
              ov_get_ifname_by_ifindex(qos_index(row)), after);
     return text[0] == ' ' ? text + 1 : text;
-}
-void put_cos_to_cos(const AppChassis& chassis, int id) {
-    chassis.put_row<ov_cosToCosProfileTable_attr_t>([](auto&) {}, 1, id);
 }
 
 TEST(ServicePort, ACreatedRowReservesReachesTheCardAndGetsItsQos) {
@@ -221,32 +217,49 @@ TEST(ServicePort, AMappingProfileMustExistUnlessItIsProfileZero) {
     });
 }
 
-TEST(ServicePort, ItsGemPortAndItsOwnerMustBeThere) {
+TEST(ServicePort, ItsGemPortMustBeThere) {
     run_with_gem([](AppChassis& chassis) {
         EXPECT_EQ(add(service_port(3, 10)), BAD_PARAM);
         EXPECT_TRUE(logged(chassis, "Config service port[3], gemport[10] not exist"));
-        for (const int onu : {8, 99})
-            chassis.put_row<Gem>([](Gem&) {}, 1, SLOT, PORT, onu, 9);
-        EXPECT_EQ(add(service_port(3, 9, SLOT, PORT, 99)), BAD_PARAM);
-        EXPECT_TRUE(logged(chassis, "onu id 99 is not exist"));
-        put_onu(chassis, PORT, 8, true);
-        EXPECT_EQ(add(service_port(3, 9, SLOT, PORT, 8)), BAD_PARAM);
-        EXPECT_TRUE(logged(chassis, "onu id 8 is configured by templet"));
-        chassis.put_row<Gem>([](Gem&) {}, 1, 31, 15, 6, 9);
-        EXPECT_EQ(add(template_service_port(3, 9, 6)), BAD_PARAM);
-        EXPECT_TRUE(logged(chassis, "multi-srvprofile id 6 is not exist"));
-        EXPECT_EQ(ov_app_srv_profile_service_port_check(6), 0);
-        EXPECT_EQ(ov_app_srv_profile_service_port_check(PROFILE), 1);
-        bind_service_profile(4);
-        EXPECT_EQ(ov_app_srv_profile_service_port_check(PROFILE), 0);
-        LogCapture::clear();
-        EXPECT_EQ(add(template_service_port(3, 9)), BAD_PARAM);
-        EXPECT_TRUE(logged(chassis, "multi-srvprofile id 5bind 4 times"));
         EXPECT_EQ(held().srvPortCnt, 0);
         EXPECT_THAT(chassis.messages(), IsEmpty());
         // a change isn't asked for its GEM port
         ASSERT_EQ(add(service_port(3, 9)), 0);
         EXPECT_EQ(edit(service_port(3, 10), columns_of(2u)), 0);
+    });
+}
+
+TEST(ServicePort, ItsGemPortIsAskedForBeforeTheMacMoveAndThisBeforeTheOwner) {
+    run_with_gem([](AppChassis& chassis) {
+        give_role(OV_PON_PROTECT_PON_STATUS_WORKING);
+        const MIB_Flags_t columns = columns_of(2u, 18u);
+        ServicePort row = service_port(3, 10, SLOT, PORT, 99);
+        row.servicePortMacmove = 0;
+        LogCapture::clear();
+        EXPECT_EQ(ov_service_port_check(&row, CREATE, columns), 0);
+        EXPECT_THAT(chassis.hal.log.lines(), ElementsAre("Config service port[3], gemport[10] not exist"));
+        LogCapture::clear();
+        EXPECT_EQ(ov_service_port_check(&row, SET, columns), 0);
+        EXPECT_THAT(chassis.hal.log.lines(), ElementsAre("pon port is grop work pon port"));
+        LogCapture::clear();
+        row.servicePortMacmove = 1;
+        EXPECT_EQ(ov_service_port_check(&row, SET, columns), 0);
+        EXPECT_THAT(chassis.hal.log.lines(), ElementsAre("onu id 99 is not exist"));
+        LogCapture::clear();
+        row.onuId = ONU;
+        EXPECT_EQ(ov_service_port_check(&row, SET, columns), 1);
+        EXPECT_THAT(chassis.hal.log.lines(), IsEmpty());
+    });
+}
+
+TEST(ServicePort, AServiceProfileTakesServicePortsWhileItIsUnbound) {
+    run_with_gem([](AppChassis& chassis) {
+        EXPECT_EQ(ov_app_srv_profile_service_port_check(6), 0);
+        EXPECT_TRUE(logged(chassis, "multi-srvprofile id 6 is not exist"));
+        EXPECT_EQ(ov_app_srv_profile_service_port_check(PROFILE), 1);
+        bind_service_profile(4);
+        EXPECT_EQ(ov_app_srv_profile_service_port_check(PROFILE), 0);
+        EXPECT_TRUE(logged(chassis, "multi-srvprofile id 5bind 4 times"));
     });
 }
 
@@ -271,22 +284,6 @@ TEST(ServicePort, ACardHoldsSoManyAndNoMore) {
         EXPECT_EQ(avl_get_tree_size(g_service_port_qos_avl_entry), 8000);
         EXPECT_EQ(del(service_port(1, 9, SLOT, 16, 1)), 0);
         EXPECT_EQ(add(service_port(128, 9)), 0);
-    });
-}
-
-TEST(ServicePort, AnEditReachesTheCard) {
-    run_with_gem([](AppChassis& chassis) {
-        ASSERT_EQ(add(service_port(3, 9)), 0);
-        chassis.forget_messages();
-        ServicePort row = service_port(3, 9);
-        row.servicePortVlan = 55;
-        EXPECT_EQ(edit(row, columns_of(3u)), 0);
-        const auto messages = chassis.messages(1);
-        ASSERT_EQ(messages.size(), 1u);
-        EXPECT_EQ(messages[0].action, SET);
-        EXPECT_EQ(messages[0].mask, 0u);
-        EXPECT_EQ(messages[0].record<ov_gpon_service_port_attr_t>().vlan, 55);
-        EXPECT_EQ(held().srvPortCnt, 1);
     });
 }
 
@@ -319,15 +316,12 @@ TEST(ServicePort, AddAnswersForARowThatExists) {
     });
 }
 
-TEST(ServicePort, ADeleteGivesBackReachesTheCardAndTakesTheQos) {
-    run_with_gem([](AppChassis& chassis) {
+TEST(ServicePort, ADeleteTakesItsQos) {
+    run_with_gem([](AppChassis&) {
         ASSERT_EQ(add(service_port(3, 9)), 0);
-        chassis.forget_messages();
+        EXPECT_TRUE(has_qos(service_port(3, 9)));
         EXPECT_EQ(del(service_port(3, 9)), 0);
-        EXPECT_THAT(sent(chassis), ElementsAre(Sent(SERVPORT, DELETE)));
-        EXPECT_EQ(held().srvPortCnt, 0);
         EXPECT_FALSE(has_qos(service_port(3, 9)));
-        EXPECT_FALSE(exists(service_port(3, 9)));
     });
 }
 
@@ -376,42 +370,23 @@ TEST(ServicePort, ADeleteMeansTheRowAlone) {
     });
 }
 
-TEST(ServicePort, AReleaseThatFailsRefusesTheDelete) {
+TEST(ServicePort, WhatTheCardDoesntSupportIsRefusedLikeAnyFailure) {
     run_with_gem([](AppChassis& chassis) {
         ASSERT_EQ(add(service_port(3, 9)), 0);
-        held().srvPortCnt = 0;
-        EXPECT_EQ(del(service_port(3, 9)), BAD_PARAM);
-        EXPECT_TRUE(logged(chassis, "release service port info error slot 3 port 4"));
-        EXPECT_TRUE(has_qos(service_port(3, 9)));
-    });
-}
-
-TEST(ServicePort, WhatTheCardRefusesIsTakenBackAlsoWhenItDoesntSupportIt) {
-    for (const uint32_t code : {uint32_t{OV_GPON_RET_NOT_SUPPORT}, uint32_t{1}})
-        run_with_gem([=](AppChassis& chassis) {
-            ASSERT_EQ(add(service_port(3, 9)), 0);
-            chassis.card_answers(910, code);
-            EXPECT_EQ(add(service_port(4, 9)), BAD_PARAM);
-            EXPECT_TRUE(logged(chassis, "OV_HAL_MSG_GPON_SERVPORT send fail"));
-            EXPECT_FALSE(logged(chassis, "set to which not support"));
-            EXPECT_FALSE(exists(service_port(4, 9)));
-            EXPECT_FALSE(has_qos(service_port(4, 9)));
-            EXPECT_EQ(del(service_port(3, 9)), BAD_PARAM);
-            EXPECT_TRUE(has_qos(service_port(3, 9)));
-            EXPECT_EQ(edit(service_port(3, 9), columns_of(3u)), BAD_PARAM);
-            EXPECT_EQ(held().srvPortCnt, 1);
-            // of all cards together none need support it
-            EXPECT_EQ(add(template_service_port(1, 9)), code == OV_GPON_RET_NOT_SUPPORT ? 0 : BAD_PARAM);
-            EXPECT_EQ(held().srvPortCnt, 1);
-        });
-}
-
-TEST(ServicePort, ACardThatDoesntAnswerRefuses) {
-    run_with_gem([](AppChassis& chassis) {
-        chassis.card.behave(FakeCard::be_silent);
-        EXPECT_EQ(add(service_port(3, 9)), BAD_PARAM);
+        chassis.card_answers(910, OV_GPON_RET_NOT_SUPPORT);
+        EXPECT_EQ(add(service_port(4, 9)), BAD_PARAM);
         EXPECT_TRUE(logged(chassis, "OV_HAL_MSG_GPON_SERVPORT send fail"));
-        EXPECT_EQ(held().srvPortCnt, 0);
+        EXPECT_FALSE(logged(chassis, "set to which not support"));
+        EXPECT_FALSE(exists(service_port(4, 9)));
+        EXPECT_FALSE(has_qos(service_port(4, 9)));
+        EXPECT_EQ(del(service_port(3, 9)), BAD_PARAM);
+        EXPECT_TRUE(exists(service_port(3, 9)));
+        EXPECT_TRUE(has_qos(service_port(3, 9)));
+        EXPECT_EQ(edit(service_port(3, 9), columns_of(3u)), BAD_PARAM);
+        EXPECT_EQ(held().srvPortCnt, 1);
+        // of all cards together none need support it
+        EXPECT_EQ(add(template_service_port(1, 9)), 0);
+        EXPECT_EQ(held().srvPortCnt, 1);
     });
 }
 
@@ -436,16 +411,39 @@ TEST(ServicePort, AQosStepThatFailsRefusesTheRowThatTheCardHasByThen) {
     });
 }
 
-TEST(ServicePort, ATemplateRowGoesToEveryCardWithoutCountOrQos) {
+// A card that takes the service port but not its profile.
+TEST(ServicePort, AQosThatTheCardRefusesRefusesTheRowThatTheCardHasByThen) {
     run_with_gem([](AppChassis& chassis) {
-        ASSERT_EQ(add(template_service_port(3, 9)), 0);
-        const auto messages = chassis.messages(1);
-        ASSERT_EQ(messages.size(), 1u);
-        EXPECT_EQ(messages[0].record<ov_gpon_service_port_attr_t>().ifindex,
-                  ov_ifindex_gen_by_extendinfo(PORT_TYPE_GPON_SERVPORT, 1, 31, 0, 15, PROFILE, 3, 0, 0));
-        EXPECT_EQ(held().srvPortCnt, 0);
-        EXPECT_FALSE(has_qos(template_service_port(3, 9)));
-        EXPECT_EQ(del(template_service_port(3, 9)), 0);
+        put_cos_to_cos(chassis, 3);
+        chassis.card.behave([](FakeCard& card, const wire::Bytes& request) {
+            card.reply(request, wire::get32(request, wire::PAYLOAD) == uint32_t{SET} ? 1 : 0);
+        });
+        ServicePort row = service_port(3, 9);
+        row.servicePortUplinkCosToCosProfileId = 3;
+        EXPECT_EQ(add(row, columns_of(2u, 15u)), BAD_PARAM);
+        EXPECT_TRUE(logged(chassis, qos_text("add", row, "failed")));
+        EXPECT_THAT(sent(chassis), ElementsAre(Sent(SERVPORT, CREATE), Sent(SERVPORT, SET)));
+        EXPECT_FALSE(has_qos(row));
+        EXPECT_FALSE(exists(row));
+        EXPECT_EQ(held().srvPortCnt, 1); // stays raised
+    });
+}
+
+TEST(ServicePort, WhatIsSaidOfItsQosHasATagOfItsOwn) {
+    run_with_gem([](AppChassis& chassis) {
+        ServicePort row = service_port(3, 9);
+        row.servicePortUplinkCosToCosProfileId = 3; // neither an object yet nor such a profile
+        EXPECT_EQ(add(row, columns_of(2u, 15u)), 0);
+        char text[80];
+        snprintf(text, sizeof text, "service port qos %#x not exist", qos_index(row));
+        EXPECT_TRUE(logged_as(chassis, OV_LOG_LVL_ERROR, "SERV PORT", text));
+        EXPECT_EQ(edit(row, columns_of(15u)), 0);
+        snprintf(text, sizeof text, "Illegal cos to cos profile 3 for service port %#x", qos_index(row));
+        EXPECT_TRUE(logged_as(chassis, OV_LOG_LVL_ERROR, "SERV PORT", text));
+        auto* qos = ov_app_find_service_port_qos_by_ifindex(qos_index(row));
+        ASSERT_EQ(ov_app_service_port_qos_del(qos, SYNC_APP), OV_QOS_OK);
+        EXPECT_EQ(del(row), BAD_PARAM);
+        EXPECT_TRUE(logged_as(chassis, OV_LOG_LVL_ERROR, "QOS", qos_text("", row, "not exists")));
     });
 }
 
@@ -467,17 +465,6 @@ TEST(ServicePort, MacMoveStaysOnOnAWorkingPort) {
         give_role(OV_PON_PROTECT_PON_STATUS_NONE);
         row.servicePortMacmove = 0;
         EXPECT_EQ(edit(row, columns_of(18u)), 0);
-    });
-}
-
-TEST(ServicePort, RowsOfAProtectingPortDontChange) {
-    run_with_gem([](AppChassis& chassis) {
-        ASSERT_EQ(add(service_port(3, 9)), 0);
-        give_role(OV_PON_PROTECT_PON_STATUS_PROTECTING);
-        EXPECT_EQ(add(service_port(4, 9)), BAD_PARAM);
-        EXPECT_TRUE(logged(chassis, "failed"));
-        EXPECT_EQ(edit(service_port(3, 9), columns_of(3u)), BAD_PARAM);
-        EXPECT_EQ(del(service_port(3, 9)), BAD_PARAM);
     });
 }
 
@@ -531,25 +518,17 @@ TEST(ServicePort, WhatGoesWrongWithAnUplinkProfileIsOnlySaid) {
     });
 }
 
-TEST(ServicePort, OneThatCantGoDoesntKeepTheOthersOfAnOnu) {
+TEST(ServicePort, OneThatCantGoDoesntKeepItsOnu) {
     run_with_gem([](AppChassis& chassis) {
-        put_onu(chassis, PORT, ONU + 1);
-        chassis.put_row<Gem>([](Gem&) {}, 1, SLOT, PORT, ONU + 1, 9);
-        for (int id = 1; id <= 3; ++id)
-            ASSERT_EQ(add(service_port(id, 9)), 0);
-        ASSERT_EQ(add(service_port(1, 9, SLOT, PORT, ONU + 1)), 0);
+        ASSERT_EQ(add(service_port(2, 9)), 0);
         auto* qos = ov_app_find_service_port_qos_by_ifindex(qos_index(service_port(2, 9)));
         ASSERT_EQ(ov_app_service_port_qos_del(qos, SYNC_APP), OV_QOS_OK);
         auto onu = row_at<ov_sOnuTable_attr_t>(SLOT, PORT, ONU);
-        ov_service_port_table_iterate_del(&onu);
-        EXPECT_TRUE(logged(chassis, "del service port fail onuid: 7, service port id: 2"));
-        EXPECT_FALSE(exists(service_port(1, 9)));
-        EXPECT_TRUE(exists(service_port(2, 9)));
-        EXPECT_FALSE(exists(service_port(3, 9)));
-        EXPECT_TRUE(exists(service_port(1, 9, SLOT, PORT, ONU + 1)));
         onu.sOnuTableRowStatus = OVRA_DESTROY;
         onu.old_sOnuTableRowStatus = OVRA_ACTIVE;
         EXPECT_EQ(ov_service_port_table_on_onu_table_callback(did_of<ov_sOnuTable_attr_t>(), &onu, {}), 1);
+        EXPECT_TRUE(logged(chassis, "del service port fail onuid: 7, service port id: 2"));
+        EXPECT_TRUE(exists(service_port(2, 9)));
     });
 }
 

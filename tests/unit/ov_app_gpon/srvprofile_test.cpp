@@ -57,16 +57,7 @@ TEST(SrvProfile, AGivenNameStays) {
 
 TEST(SrvProfile, AddNeedsARowAMaskAndAnOnuType) {
     app_chassis::run([](AppChassis& chassis) {
-        Row row = profile(17);
-        MIB_Flags_t columns = mibDefFlags;
-        EXPECT_EQ(ov_app_gpon_onu_srvprofile_add(nullptr, &columns), OV_GPON_RET_BAD_PARAM);
-        EXPECT_THAT(log_of(chassis), ElementsAre("null pointer"));
-        EXPECT_EQ(ov_app_gpon_onu_srvprofile_add(&row, nullptr), OV_GPON_RET_BAD_PARAM);
-        EXPECT_THAT(log_of(chassis), ElementsAre("null pointer"));
-        columns = columns_but(column::sOnuTypeProfileName);
-        EXPECT_EQ(ov_app_gpon_onu_srvprofile_add(&row, &columns), OV_GPON_RET_BAD_PARAM);
-        EXPECT_THAT(log_of(chassis), ElementsAre("missing parameter"));
-        EXPECT_EQ(rows_of<Row>(), 0);
+        expect_add_needs(chassis, ov_app_gpon_onu_srvprofile_add, profile(17), column::sOnuTypeProfileName);
     });
 }
 

@@ -46,6 +46,7 @@ public:
 
     explicit AppChassis(uint32_t shelf_type = OV_SHELF_TYPE_LC14) : hal(shelf_type) {
         hal.open();
+        g_agent_msg_tx_cb->timeout = PATIENCE; // the card always answers, however busy the machine is
         uif_init();
         ov_gpon_const_val_init();
 #define OV_TABLE_INIT(function) function();
@@ -66,6 +67,11 @@ public:
         const std::lock_guard lock(mutex_);
         retcodes_[type] = retcode;
     }
+    // No further message is answered; the daemon waits a second for it.
+    void card_falls_silent() const {
+        g_agent_msg_tx_cb->timeout = 1;
+        card.behave(FakeCard::be_silent);
+    }
     // Every further get of a type is answered with this record.
     template <typename Record>
     void card_reads(int type, const Record& record) {
@@ -78,7 +84,9 @@ public:
     // without reply may still be on their way: ask for a number that must be there.
     std::vector<CardMessage> messages(size_t at_least = 0) const {
         std::vector<CardMessage> found;
-        const auto seen = card.wait_for(forgotten_ + at_least);
+        auto seen = card.wait_for(forgotten_ + at_least);
+        for (int tries = 0; tries < 10 && seen.size() < forgotten_ + at_least; ++tries)
+            seen = card.wait_for(forgotten_ + at_least);
         for (size_t n = forgotten_; n < seen.size(); ++n)
             found.push_back(decode(seen[n]));
         return found;
@@ -119,6 +127,7 @@ public:
 
 private:
     static constexpr int32_t ACTIVE = OVRA_ACTIVE;
+    static constexpr int PATIENCE = 12; // seconds
     static constexpr size_t HEAD = sizeof(ov_hal_gpon_msg_head_t);
 
     static CardMessage decode(const wire::Bytes& request) {
