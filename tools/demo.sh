@@ -57,6 +57,11 @@ keep_daemon >/tmp/gpon.out 2>&1 &
 wait_for $vty $! "The daemon" /tmp/gpon.out
 simctl wait timeout=20000 kind=note text=in-service >/dev/null ||
     fail /tmp/product/gpon.log "The line cards didn't come into service; see above."
+# The daemon has been told of them; it knows them when it says so.
+for _ in $(seq 400); do
+    [ "$(gponsh -c 'show slot info' | grep -cE '^ +[12] +lc +27 +yes +yes')" -ne 2 ] || break
+    sleep 0.05
+done
 
 case ${1:-} in
 --demo)
