@@ -197,6 +197,44 @@ TEST_F(Writer, EachSettingOfAPortIsWritten) {
         "!\n");
 }
 
+// A replay stops a block at the first line that is refused, so there must be none.
+TEST_F(Writer, ASettingOfAPortThatCannotBeTypedIsLeftOut) {
+    auto& port = add_port(1, 1);
+    port.sPonTableKeyExchangeInterval = 0;
+    const std::string head = "interface gpon-olt1/1\n";
+    for (const mib_long silence : {-1, 1, 59, 361}) {
+        port.sPonTableSilenceOnuTime = silence;
+        EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"), head + "!\n") << silence;
+    }
+    port.sPonTableSilenceOnuTime = 360;
+    for (const mib_ulong bandwidth : {1u, 2500001u, 0xFFFFFFFFu}) {
+        port.sPonTableScbMaxBW = bandwidth;
+        EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"),
+                  head + " uncfg-onu silence enable 360\n!\n")
+            << bandwidth;
+    }
+}
+
+TEST_F(Writer, SlotsOfAPortThatCannotBeTypedAreLeftOut) {
+    add_profile(9, "nine", "KLM-618");
+    auto& port = add_port(1, 1);
+    memset(port.sPonTableVendorSrvProfile, 9, 4);
+    memset(port.sPonTableModelSrvProfile, 9, 4);
+    memcpy(port.sPonTableVendorSrvProfileName, "MRV\0MRVOMRVO\0\0\0\0", 16); // short, good, twice, none
+    memcpy(port.sPonTableModelSrvProfileName, "a b", 3);
+    memcpy(port.sPonTableModelSrvProfileName + 20, "M", 1);
+    port.sPonTableAutoLearn = port.sPonTableAutoFlow = 1;
+    const std::string head = "interface gpon-olt1/1\n onu auto-authentication enable";
+    // nothing switches auto flow on
+    EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"), head + "\n!\n");
+    port.sPonTableSrvProfileID = 9;
+    EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"),
+              head + " auto-flow enable def-srv-profile nine\n"
+                     " onu-auto-flow vendor 2 MRVO srv-profile nine\n"
+                     " onu-auto-flow model 2 M srv-profile nine\n"
+                     "!\n");
+}
+
 TEST_F(Writer, AutoFlowOfAPortThatLearnsNothingIsWrittenToo) {
     add_profile(9, "nine", "KLM-618");
     auto& port = add_port(1, 1);
