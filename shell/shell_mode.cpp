@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "kavo_if.h"
+#include "kavo_vty_object.h"
 
 namespace {
 
@@ -24,13 +25,7 @@ std::string full_name(const std::string& name) {
 std::optional<enum node_type> node_of_interface(const std::string& name) {
     if (name.starts_with("vlanif"))
         return std::nullopt;
-    if (name.starts_with("trunk"))
-        return IF_TRUNK_NODE;
-    if (name.starts_with("gpon-olt"))
-        return IF_GPON_NODE;
-    if (name.starts_with("gpon-onu"))
-        return GPON_ONU_NODE;
-    return IF_NODE;
+    return kavo_node_of_interface(name);
 }
 
 std::string joined(const words_t& words) {
@@ -48,8 +43,13 @@ bool is_short_for(const std::string& word, std::string_view keyword) {
 
 enum node_type shell_parent_node(enum node_type node) {
     switch (node) {
-    case ONU_SRV_PROFILE_NODE:
-        return GPON_NODE;
+#define NODE(record, number, name, parent, writer)                                                           \
+    case number:                                                                                             \
+        return parent;
+#define RESERVED_NODE(record, number, name)
+#include "commands/nodes.def"
+#undef NODE
+#undef RESERVED_NODE
     case CONFIG_NODE:
         return ENABLE_NODE;
     case ENABLE_NODE:
