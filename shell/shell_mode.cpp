@@ -21,11 +21,12 @@ std::string full_name(const std::string& name) {
     return full ? full : name;
 }
 
-/// The node of "interface NAME"; nothing for a name that the daemon accepts and doesn't enter.
-std::optional<enum node_type> node_of_interface(const std::string& name) {
-    if (name.starts_with("vlanif"))
+/// The node of "interface NAME", by the name as typed and in full; nothing for one that the daemon accepts
+/// and doesn't enter.
+std::optional<enum node_type> node_of_interface(const std::string& typed, const std::string& full) {
+    if (typed.starts_with("vlanif"))
         return std::nullopt;
-    return kavo_node_of_interface(name);
+    return typed.starts_with("trunk") ? IF_TRUNK_NODE : kavo_node_of_interface(full);
 }
 
 std::string joined(const words_t& words) {
@@ -126,7 +127,7 @@ std::optional<shell_mode::place_t> shell_mode::place_entered(const understood_t&
         return place_t{ONU_SRV_PROFILE_NODE, words[0] + " " + words[2], line};
     if (words[0] == "interface" && words.size() == 2) {
         const auto name = full_name(words[1]);
-        if (const auto entered = node_of_interface(name))
+        if (const auto entered = node_of_interface(words[1], name))
             return place_t{*entered, name, line};
     }
     return std::nullopt;

@@ -28,8 +28,6 @@ int enter(struct vty* vty, enum node_type node, void* record) {
 } // namespace
 
 enum node_type kavo_node_of_interface(std::string_view name) {
-    if (name.starts_with("trunk"))
-        return IF_TRUNK_NODE;
     if (name.starts_with("gpon-olt"))
         return IF_GPON_NODE;
     if (name.starts_with("gpon-onu"))

@@ -18,7 +18,7 @@ int ov_get_ifindex_from_vtysh(const struct vty* vty, ov_ifindex_t* ifindex);
 // Makes a number the session's object.
 void kavo_vty_set_index(struct vty* vty, ov_ifindex_t ifindex);
 
-// The node of an interface's full name: trunks, PON ports, ONUs, and uplink ports, which are all others.
+// The node of an interface of the list, by its full name: a PON port, an ONU, or else an uplink port.
 enum node_type kavo_node_of_interface(std::string_view name);
 
 // The plain "interface IFNAME": argv[0] is the name, as the interface list has it or shortened. Enters node

@@ -20,7 +20,7 @@ protected:
     }
     static ov_sBWProfileTable_attr_t& add_bandwidth(const char* name, int type) {
         auto& row = *sBWProfileTable_createEntry(static_cast<mib_ulong>(BKDRHash(name, int(strlen(name)))));
-        snprintf(row.sBWProfileTableBwProfileName, 65, "%s", name);
+        snprintf(row.sBWProfileTableBwProfileName, sizeof(row.sBWProfileTableBwProfileName), "%s", name);
         row.sBWProfileTableType = type;
         row.sBWProfileTableFixBw = 251;
         row.sBWProfileTableAssBw = 252;
@@ -112,11 +112,78 @@ TEST_F(Writer, TrafficProfilesAreWrittenButTheDefaultOne) {
         snprintf(row.sRmTrafficProfileName, 33, "%s", name);
         row.sRmTrafficProfileCIR = 64;
         row.sRmTrafficProfileCBS = 2000;
-        row.sRmTrafficProfilePIR = 4000000000u;
+        row.sRmTrafficProfilePIR = 10240000;
         row.sRmTrafficProfilePBS = 2001;
     }
     EXPECT_EQ(write("write terminal current", GPON_NODE),
-              "gpon\n profile traffic car cir 64 cbs 2000 pir 4000000000 pbs 2001\n!\n");
+              "gpon\n profile traffic car cir 64 cbs 2000 pir 10240000 pbs 2001\n!\n");
+}
+
+// What is left out: a replay ends the block at the first line that is refused.
+TEST_F(Writer, AProfileThatNoCommandMakesHasNoLineAndTheLogSaysSo) {
+    using Bandwidth = ov_sBWProfileTable_attr_t;
+    const struct {
+        int type;
+        mib_long Bandwidth::*field;
+        std::initializer_list<mib_long> bad;
+    } bandwidths[] = {
+        {1, &Bandwidth::sBWProfileTableFixBw, {0, 249, 800001, -1}},
+        {2, &Bandwidth::sBWProfileTableAssBw, {249, 1200001}},
+        {3, &Bandwidth::sBWProfileTableAssBw, {249, 504, 1200001}},
+        {3, &Bandwidth::sBWProfileTableMaxBw, {251, 1200001}},
+        {4, &Bandwidth::sBWProfileTableMaxBw, {0, 249, 1200001}},
+        {5, &Bandwidth::sBWProfileTableFixBw, {249, 252}},
+        {5, &Bandwidth::sBWProfileTableAssBw, {249, 253}},
+        {5, &Bandwidth::sBWProfileTableMaxBw, {502, 1200001}},
+    };
+    for (const auto& b : bandwidths)
+        for (const mib_long value : b.bad) {
+            auto& row = add_bandwidth("bad", b.type);
+            row.*b.field = value;
+            EXPECT_EQ(write("write terminal current", GPON_NODE), "gpon\n!\n") << b.type << " " << value;
+            sBWProfileTable_removeEntry(&row);
+        }
+    EXPECT_THAT(log_.lines(), testing::Not(testing::Contains(HasSubstr("is in no saved configuration"))));
+
+    add_bandwidth("bad", 0);
+    add_bandwidth("a2345678901234567890123456789012345678901234567890123456789012345", 4); // 65
+    add_onutype("wide").sOnuTypeProfileTableEthNum = 25;
+    add_onutype("none").sOnuTypeProfileTableEthNum = 0;
+    add_onutype("phones").sOnuTypeProfileTablePotsNum = 3;
+    add_onutype("cards").sOnuTypeProfileTableCardNum = 0;
+    add_onutype("videos").sOnuTypeProfileTableVideoNum = 3;
+    add_onutype("down").sOnuTypeProfileTableDwnQueueNum = 3;
+    add_onutype("up").sOnuTypeProfileTableUpQueueNum = 9;
+    EXPECT_EQ(write("write file"), "gpon\n!\n");
+    for (const char* what : {"bandwidth bad", "onutype wide", "onutype none", "onutype phones",
+                             "onutype cards", "onutype videos", "onutype down", "onutype up"})
+        EXPECT_THAT(log_.lines(), testing::Contains(HasSubstr(std::string("profile ") + what +
+                                                              " is in no saved configuration")))
+            << what;
+}
+
+TEST_F(Writer, ATrafficProfileThatNoCommandMakesHasNoLine) {
+    using Traffic = ov_sRmTrafficProfileTable_attr_t;
+    auto& row = *sRmTrafficProfileTable_createEntry(1);
+    snprintf(row.sRmTrafficProfileName, 33, "car");
+    const struct {
+        mib_ulong Traffic::*field;
+        std::initializer_list<mib_ulong> bad;
+    } cases[] = {
+        {&Traffic::sRmTrafficProfileCIR, {0, 63, 65, 10240001}}, // 65: above the peak rate
+        {&Traffic::sRmTrafficProfileCBS, {1999, 10240001}},
+        {&Traffic::sRmTrafficProfilePIR, {63, 10240001, 4000000000u}},
+        {&Traffic::sRmTrafficProfilePBS, {1999, 10240001}},
+    };
+    for (const auto& c : cases)
+        for (const mib_ulong value : c.bad) {
+            row.sRmTrafficProfileCIR = row.sRmTrafficProfilePIR = 64;
+            row.sRmTrafficProfileCBS = row.sRmTrafficProfilePBS = 2000;
+            EXPECT_EQ(write("write terminal current", GPON_NODE),
+                      "gpon\n profile traffic car cir 64 cbs 2000 pir 64 pbs 2000\n!\n");
+            row.*c.field = value;
+            EXPECT_EQ(write("write terminal current", GPON_NODE), "gpon\n!\n") << value;
+        }
 }
 
 // A manager may write any text; replayed, this one would be two commands.
