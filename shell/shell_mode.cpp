@@ -1,6 +1,8 @@
 #include "shell_mode.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 #include "kavo_if.h"
 #include "kavo_vty_object.h"
@@ -43,22 +45,19 @@ bool is_short_for(const std::string& word, std::string_view keyword) {
 } // namespace
 
 enum node_type shell_parent_node(enum node_type node) {
-    switch (node) {
-#define NODE(record, number, name, parent, writer)                                                           \
-    case number:                                                                                             \
-        return parent;
+    static constexpr std::pair<enum node_type, enum node_type> parents[] = {
+#define NODE(record, number, name, parent, writer) {number, parent},
 #define RESERVED_NODE(record, number, name)
 #include "commands/nodes.def"
 #undef NODE
 #undef RESERVED_NODE
-    case CONFIG_NODE:
-        return ENABLE_NODE;
-    case ENABLE_NODE:
-    case VIEW_NODE:
-        return VIEW_NODE;
-    default:
-        return CONFIG_NODE;
-    }
+        {CONFIG_NODE, ENABLE_NODE},
+        {ENABLE_NODE, VIEW_NODE},
+        {VIEW_NODE, VIEW_NODE},
+    };
+    const auto* const found = std::find_if(std::begin(parents), std::end(parents),
+                                           [=](const auto& line) { return line.first == node; });
+    return found != std::end(parents) ? found->second : CONFIG_NODE;
 }
 
 std::vector<std::string> shell_words(const std::string& line) {
