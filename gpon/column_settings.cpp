@@ -41,9 +41,10 @@ int column_setting_print(struct vty* vty, const ColumnSetting& setting, const Ta
                          const void* row) {
     const ColumnDesc& desc = column_of(setting, table);
     const auto number = record_get<mib_long>(row, desc.offset);
-    std::string line = setting.line;
-    if (line.empty() || number == desc.dflt || number < setting.value.least || number > setting.value.most)
+    if (setting.line[0] == '\0' || number == desc.dflt || number < setting.value.least ||
+        number > setting.value.most)
         return 0;
+    std::string line = setting.line;
     if (const size_t place = line.find('%'); place != std::string::npos)
         line.replace(place, 2, word_of(setting.value, number));
     vty_out(vty, "%s%s", line.c_str(), kavo_newline(vty));
