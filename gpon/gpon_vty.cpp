@@ -10,8 +10,7 @@ namespace {
 
 using Writer = int(struct vty*);
 
-struct cmd_node make_node(const char* name, enum node_type number, Writer* writer = nullptr,
-                          enum node_type parent = CONFIG_NODE) {
+struct cmd_node make_node(const char* name, enum node_type number, enum node_type parent, Writer* writer) {
     struct cmd_node node = {};
     node.name = name;
     node.node = number;
@@ -23,17 +22,12 @@ struct cmd_node make_node(const char* name, enum node_type number, Writer* write
 
 } // namespace
 
-struct cmd_node if_node = make_node("uplink port", IF_NODE, ov_gpon_cli_uplink_if_cfg);
-struct cmd_node vlan_node = make_node("vlan", VLAN_NODE);
-struct cmd_node trunk_node = make_node("trunk", IF_TRUNK_NODE);
-struct cmd_node gpon_if_node = make_node("pon port", IF_GPON_NODE, ov_gpon_cli_pon_port_cfg);
-struct cmd_node gpon_node = make_node("gpon", GPON_NODE, ov_gpon_cli_gpon_cfg);
-struct cmd_node onu_srv_profile_node =
-    make_node("onu service profile", ONU_SRV_PROFILE_NODE, ov_gpon_cli_onu_cfg, GPON_NODE);
-struct cmd_node gpon_onu_node = make_node("onu", GPON_ONU_NODE, ov_gpon_cli_onu_cfg);
-struct cmd_node qinq_node = make_node("qinq", QINQ_NODE, ov_gpon_qinq_vtysh_cfg);
-struct cmd_node rm_gpon_onu_node = make_node("onu remote management", RM_GPON_ONU_NODE);
-struct cmd_node mvlan_node = make_node("multicast vlan", MCAST_VLAN_NODE);
+#define NODE(record, number, name, parent, writer)                                                           \
+    struct cmd_node record = make_node(name, number, parent, writer);
+#define RESERVED_NODE(record, number, name) NODE(record, number, name, CONFIG_NODE, nullptr)
+#include "commands/nodes.def"
+#undef NODE
+#undef RESERVED_NODE
 
 void gpon_vty_install_node(struct cmd_node& node) {
     install_node(&node);

@@ -222,8 +222,11 @@ int ov_gpon_show_uncfg_onu_cli(struct cmd_element* /*self*/, struct vty* vty, in
 
 // ---- history --------------------------------------------------------------------------------------------
 
+constexpr size_t PLACE_WIDTH = 10;
+constexpr size_t TIME_WIDTH = sizeof("2036-02-07 06:28:15") - 1;
+
 std::string time_text(mib_ulong seconds) {
-    char text[sizeof("2036-02-07 06:28:15")] = "-";
+    char text[TIME_WIDTH + 1] = "-";
     const auto time = static_cast<time_t>(seconds);
     struct tm local = {};
     if (seconds != 0 && localtime_r(&time, &local) != nullptr)
@@ -231,26 +234,36 @@ std::string time_text(mib_ulong seconds) {
     return text;
 }
 
+// Without the blanks at its end.
+void print_trimmed(struct vty* vty, const std::string& line, const char* nl) {
+    vty_out(vty, "%s%s", line.substr(0, line.find_last_not_of(' ') + 1).c_str(), nl);
+}
+
 void print_history_head(struct vty* vty, const char* nl) {
-    std::string line = "onu       ";
+    std::string line = "onu";
+    line.resize(PLACE_WIDTH, ' ');
     for (const char* period : {"1", "2", "3", "4", "5"})
         for (const char* what : {"on ", "off "}) {
             std::string heading = std::string(what) + period;
-            heading.resize(sizeof("2036-02-07 06:28:15") - 1, ' ');
+            heading.resize(TIME_WIDTH, ' ');
             line += " " + heading;
         }
-    line.erase(line.find_last_not_of(' ') + 1);
-    vty_out(vty, "%s%s%s", nl, line.c_str(), nl);
+    vty_out(vty, "%s", nl);
+    print_trimmed(vty, line, nl);
 }
 
 void print_history(struct vty* vty, const History& row, const char* nl) {
-    vty_out(vty, "%-10s", place(row).c_str());
+    std::string line = place(row);
+    line.resize(std::max(line.size(), PLACE_WIDTH), ' ');
     for (const mib_ulong time : {row.sOnuHistoryAuthTime1, row.sOnuHistoryOffTime1, row.sOnuHistoryAuthTime2,
                                  row.sOnuHistoryOffTime2, row.sOnuHistoryAuthTime3, row.sOnuHistoryOffTime3,
                                  row.sOnuHistoryAuthTime4, row.sOnuHistoryOffTime4, row.sOnuHistoryAuthTime5,
-                                 row.sOnuHistoryOffTime5})
-        vty_out(vty, " %-19s", time_text(time).c_str());
-    vty_out(vty, "%s", nl);
+                                 row.sOnuHistoryOffTime5}) {
+        std::string text = time_text(time);
+        text.resize(TIME_WIDTH, ' ');
+        line += " " + text;
+    }
+    print_trimmed(vty, line, nl);
 }
 
 int ov_gpon_olt_show_onu_history_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "app_rows.h"
+#include "column_settings.h"
 #include "gpon_cli.h"
 #include "gpon_config_parts.h"
 #include "kavo_cmd_rows.h"
@@ -20,16 +21,6 @@ namespace {
 namespace column = sPonTable_column;
 
 // ---- a column of the session's port --------------------------------------------------------------------
-
-enum class ValueFrom { SWITCH, NUMBER, ZERO };
-
-struct PortSetting {
-    unsigned column;
-    ValueFrom value;
-    const char* failure;
-    int result; // of a failure
-    const char* line;
-};
 
 // A record with the index of the session's port and nothing else.
 ov_sPonTable_attr_t port_key(const struct vty* vty) {
@@ -53,44 +44,20 @@ int edit_port(struct vty* vty, ov_sPonTable_attr_t& row, MIB_Flags_t flags, cons
     return gpon_cli_fail(vty, failure, result);
 }
 
-mib_long value_of(const PortSetting& setting, const char* word) {
-    switch (setting.value) {
-    case ValueFrom::SWITCH:
-        return gpon_cli_is_enable(word) ? 1 : 0;
-    case ValueFrom::NUMBER:
-        return gpon_cli_number(word);
-    default:
-        return 0;
-    }
-}
-
-// Writes the setting's column; word is the argument that it comes from.
-int set_port(struct vty* vty, const PortSetting& setting, const char* word) {
+int set_column(struct vty* vty, const ColumnSetting& setting, const char** argv) {
     ov_sPonTable_attr_t row = port_key(vty);
-    record_put(&row, table_desc_sPonTable.column(static_cast<int>(setting.column))->offset,
-               value_of(setting, word));
+    column_setting_put(setting, table_desc_sPonTable, &row, argv);
     return edit_port(vty, row, gpon_cli_columns({setting.column}), setting.failure, setting.result);
 }
 
-#define PORT_SETTING(handler, column_name, value, failure, result, line)                                     \
-    {column::column_name, ValueFrom::value, failure, result, line},
-constexpr PortSetting settings[] = {
+#define SETTING COLUMN_SETTING_HANDLER
+#include "port_settings.def"
+#undef SETTING
+#define SETTING COLUMN_SETTING_ENTRY
+constexpr const ColumnSetting* settings[] = {
 #include "port_settings.def"
 };
-#undef PORT_SETTING
-
-// The handlers of the settings, by the numbers of their lines.
-enum SettingNumber {
-#define PORT_SETTING(handler, column_name, value, failure, result, line) handler##_number,
-#include "port_settings.def"
-#undef PORT_SETTING
-};
-#define PORT_SETTING(handler, column_name, value, failure, result, line)                                     \
-    int handler(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {            \
-        return set_port(vty, settings[handler##_number], argv[0]);                                           \
-    }
-#include "port_settings.def"
-#undef PORT_SETTING
+#undef SETTING
 
 // (protocol|data) (enable|disable)
 int ov_olt_performace_statistic_tca_report_cli(struct cmd_element* self, struct vty* vty, int argc,
@@ -334,9 +301,13 @@ std::string profile_name(mib_long id) {
     return profile->onuSrvProfileName;
 }
 
+// What learnt ONUs get by default, empty for nothing: its line is what switches auto flow on.
+std::string auto_flow_profile(const ov_sPonTable_attr_t& port) {
+    return port.sPonTableAutoFlow != 0 ? profile_name(port.sPonTableSrvProfileID) : "";
+}
+
 int print_authentication(struct vty* vty, const ov_sPonTable_attr_t& port, const char* nl) {
-    const std::string profile =
-        port.sPonTableAutoFlow != 0 ? profile_name(port.sPonTableSrvProfileID) : std::string();
+    const std::string profile = auto_flow_profile(port);
     if (!profile.empty()) {
         vty_out(vty, " onu auto-authentication enable auto-flow enable def-srv-profile %s%s%s",
                 profile.c_str(), port.sPonTableAutoFlowConfigOnuNode != 0 ? " configure_onu_node enable" : "",
@@ -357,13 +328,24 @@ int print_kind(struct vty* vty, const char* kind, mib_long profile_id, const cha
     return 1;
 }
 
+// Whether a command can fill the slot once the slots before it are filled.
+bool has_slot_form(const AutoFlowSlots& slots, const ov_sPonTable_attr_t& port, size_t slot) {
+    const std::string name(slot_name(slots, port, slot));
+    for (size_t other = 0; other < slot; other++)
+        if (slot_name(slots, port, other) == name)
+            return false;
+    return name.size() >= slots.shortest && gpon_config_is_word(name.c_str());
+}
+
 int print_slots(struct vty* vty, const AutoFlowSlots& slots, const ov_sPonTable_attr_t& port,
                 const char* nl) {
     int lines = 0;
+    if (auto_flow_profile(port).empty())
+        return 0;
     for (size_t slot = 0; slot < AUTO_FLOW_SLOTS; slot++) {
         const std::string name(slot_name(slots, port, slot));
         const std::string profile = profile_name(slot_profile(slots, port, slot));
-        if (profile.empty() || !gpon_config_is_word(name.c_str()))
+        if (profile.empty() || !has_slot_form(slots, port, slot))
             continue;
         vty_out(vty, " onu-auto-flow %s %d %s srv-profile %s%s", slots.keyword, static_cast<int>(slot) + 1,
                 name.c_str(), profile.c_str(), nl);
@@ -387,25 +369,12 @@ int print_auto_flow(struct vty* vty, const ov_sPonTable_attr_t& port, const char
     return lines + 1;
 }
 
-int print_setting(struct vty* vty, const PortSetting& setting, const ov_sPonTable_attr_t& port) {
-    const ColumnDesc& desc = *table_desc_sPonTable.column(static_cast<int>(setting.column));
-    const auto value = record_get<mib_long>(&port, desc.offset);
-    if (value == desc.dflt || setting.line[0] == '\0')
-        return 0;
-    std::string line = setting.line;
-    const std::string word =
-        setting.value == ValueFrom::SWITCH ? (value != 0 ? "enable" : "disable") : std::to_string(value);
-    line.replace(line.find('%'), 2, word);
-    vty_out(vty, "%s%s", line.c_str(), kavo_newline(vty));
-    return 1;
-}
-
 } // namespace
 
 int ov_gpon_cli_pon_port_basic_cfg(struct vty* vty, const ov_sPonTable_attr_t& port) {
     int lines = print_auto_flow(vty, port, kavo_newline(vty));
-    for (const PortSetting& setting : settings)
-        lines += print_setting(vty, setting, port);
+    for (const ColumnSetting* setting : settings)
+        lines += column_setting_print(vty, *setting, table_desc_sPonTable, &port);
     return lines;
 }
 

@@ -9,6 +9,8 @@
 #include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_rm_traffic.h"
+#include "ov_gpon_onu_config.h"
+#include "ov_product_log.h"
 
 namespace {
 
@@ -217,30 +219,74 @@ const kavo_cmd_t profile_cmds[] = {
 
 // ---- the saved configuration -------------------------------------------------------------------------
 
-// Each prints what stands behind the name in the profile's command; false for a row that no form can make.
-bool print_amounts(struct vty* vty, const ov_sBWProfileTable_attr_t& row, const char* nl) {
-    const char* name = row.sBWProfileTableBwProfileName;
+// A manager can make profiles that no command can. They have no line, since the replay of a block ends at the
+// first one that is refused.
+bool in_range(mib_long number, mib_long least, mib_long most) {
+    return number >= least && number <= most;
+}
+
+bool can_be_typed(const ov_sBWProfileTable_attr_t& row) {
+    const bool fixed = in_range(row.sBWProfileTableFixBw, 250, 800000);
+    const bool assured = in_range(row.sBWProfileTableAssBw, 250, 1200000);
+    const bool maximum = in_range(row.sBWProfileTableMaxBw, 250, 1200000);
     switch (row.sBWProfileTableType) {
     case SBWPROFILETABLETYPE_TYPE1:
-        vty_out(vty, " profile bandwidth %s fixed %d%s", name, row.sBWProfileTableFixBw, nl);
-        return true;
+        return fixed;
     case SBWPROFILETABLETYPE_TYPE2:
-        vty_out(vty, " profile bandwidth %s assured %d%s", name, row.sBWProfileTableAssBw, nl);
-        return true;
+        return assured;
     case SBWPROFILETABLETYPE_TYPE3:
-        vty_out(vty, " profile bandwidth %s assured %d maximum %d%s", name, row.sBWProfileTableAssBw,
-                row.sBWProfileTableMaxBw, nl);
-        return true;
+        return assured && maximum && row.sBWProfileTableAssBw <= row.sBWProfileTableMaxBw;
     case SBWPROFILETABLETYPE_TYPE4:
-        vty_out(vty, " profile bandwidth %s maximum %d%s", name, row.sBWProfileTableMaxBw, nl);
-        return true;
+        return maximum;
     case SBWPROFILETABLETYPE_TYPE5:
-        vty_out(vty, " profile bandwidth %s fixed %d assured %d maximum %d%s", name, row.sBWProfileTableFixBw,
-                row.sBWProfileTableAssBw, row.sBWProfileTableMaxBw, nl);
-        return true;
+        return fixed && assured && maximum &&
+               row.sBWProfileTableFixBw + row.sBWProfileTableAssBw <= row.sBWProfileTableMaxBw;
     default:
         return false;
     }
+}
+
+bool can_be_typed(const ov_sRmTrafficProfileTable_attr_t& row) {
+    constexpr mib_long MOST = 10240000;
+    const auto rate = [](mib_ulong value) { return in_range(static_cast<mib_long>(value), 64, MOST); };
+    const auto burst = [](mib_ulong value) { return in_range(static_cast<mib_long>(value), 2000, MOST); };
+    return rate(row.sRmTrafficProfileCIR) && burst(row.sRmTrafficProfileCBS) &&
+           rate(row.sRmTrafficProfilePIR) && burst(row.sRmTrafficProfilePBS) &&
+           row.sRmTrafficProfilePIR >= row.sRmTrafficProfileCIR;
+}
+
+bool can_be_typed(const ov_sOnuTypeProfileTable_attr_t& row) {
+    const mib_long down = row.sOnuTypeProfileTableDwnQueueNum;
+    return in_range(row.sOnuTypeProfileTableEthNum, 1, 24) &&
+           in_range(row.sOnuTypeProfileTablePotsNum, 0, 2) &&
+           in_range(row.sOnuTypeProfileTableCardNum, 1, 4) &&
+           in_range(row.sOnuTypeProfileTableVideoNum, 0, 2) &&
+           (down == 1 || down == 2 || down == 4 || down == 8) &&
+           in_range(row.sOnuTypeProfileTableUpQueueNum, 1, 8);
+}
+
+// Whether the profile has a line. A configuration that is saved without it says so in the log.
+template <typename Row>
+bool is_saved(const struct vty* vty, const Row& row, const char* kind, const char* name, size_t longest) {
+    if (gpon_config_is_name(name, longest) && can_be_typed(row))
+        return true;
+    if (vty->write_term_flag == WRITE_TERM_FILE)
+        OV_LOG_WARN("LIB", "profile %s %s is in no saved configuration: no command makes it", kind,
+                    gpon_cli_shown(name).c_str());
+    return false;
+}
+
+// The words of each form are those of the type.
+void print_bandwidth(struct vty* vty, const ov_sBWProfileTable_attr_t& row) {
+    const mib_long type = row.sBWProfileTableType;
+    vty_out(vty, " profile bandwidth %s", row.sBWProfileTableBwProfileName);
+    if (type == SBWPROFILETABLETYPE_TYPE1 || type == SBWPROFILETABLETYPE_TYPE5)
+        vty_out(vty, " fixed %d", row.sBWProfileTableFixBw);
+    if (type != SBWPROFILETABLETYPE_TYPE1 && type != SBWPROFILETABLETYPE_TYPE4)
+        vty_out(vty, " assured %d", row.sBWProfileTableAssBw);
+    if (type >= SBWPROFILETABLETYPE_TYPE3)
+        vty_out(vty, " maximum %d", row.sBWProfileTableMaxBw);
+    vty_out(vty, "%s", kavo_newline(vty));
 }
 
 // The shortest form that says all.
@@ -261,9 +307,9 @@ void print_onutype(struct vty* vty, const ov_sOnuTypeProfileTable_attr_t& row) {
     vty_out(vty, "%s", kavo_newline(vty));
 }
 
-// Whether a profile is to be saved: default ones are there at every start, and refuse to be made again.
-bool is_saved(const char* name) {
-    return strcmp(name, DEFAULT_PROFILE) != 0 && gpon_config_is_word(name);
+// The default profiles are there at every start, and refuse to be made again.
+bool is_default(const char* name) {
+    return strcmp(name, DEFAULT_PROFILE) == 0;
 }
 
 } // namespace
@@ -271,7 +317,8 @@ bool is_saved(const char* name) {
 int ov_gpon_cli_onutype_profile_cfg(struct vty* vty) {
     int lines = 0;
     for (const auto& row : all_rows<ov_sOnuTypeProfileTable_attr_t>()) {
-        if (row.sOnuTypeProfileTableIsDefaultProfile != 0 || !gpon_config_is_word(row.onuTypeProfileName))
+        if (row.sOnuTypeProfileTableIsDefaultProfile != 0 ||
+            !is_saved(vty, row, "onutype", row.onuTypeProfileName, GPON_CLI_SHORT_NAME_MAX))
             continue;
         print_onutype(vty, row);
         lines++;
@@ -280,23 +327,26 @@ int ov_gpon_cli_onutype_profile_cfg(struct vty* vty) {
 }
 
 int ov_gpon_cli_bw_profile_cfg(struct vty* vty) {
-    const char* nl = kavo_newline(vty);
     int lines = 0;
-    for (const auto& row : all_rows<ov_sBWProfileTable_attr_t>())
-        if (is_saved(row.sBWProfileTableBwProfileName) && print_amounts(vty, row, nl))
-            lines++;
+    for (const auto& row : all_rows<ov_sBWProfileTable_attr_t>()) {
+        const char* name = row.sBWProfileTableBwProfileName;
+        if (is_default(name) || !is_saved(vty, row, "bandwidth", name, GPON_CLI_PROFILE_NAME_MAX))
+            continue;
+        print_bandwidth(vty, row);
+        lines++;
+    }
     return lines;
 }
 
 int ov_gpon_cli_traffic_profile_cfg(struct vty* vty) {
-    const char* nl = kavo_newline(vty);
     int lines = 0;
     for (const auto& row : all_rows<ov_sRmTrafficProfileTable_attr_t>()) {
-        if (!is_saved(row.sRmTrafficProfileName))
+        const char* name = row.sRmTrafficProfileName;
+        if (is_default(name) || !is_saved(vty, row, "traffic", name, GPON_CLI_SHORT_NAME_MAX))
             continue;
-        vty_out(vty, " profile traffic %s cir %u cbs %u pir %u pbs %u%s", row.sRmTrafficProfileName,
-                row.sRmTrafficProfileCIR, row.sRmTrafficProfileCBS, row.sRmTrafficProfilePIR,
-                row.sRmTrafficProfilePBS, nl);
+        vty_out(vty, " profile traffic %s cir %u cbs %u pir %u pbs %u%s", name, row.sRmTrafficProfileCIR,
+                row.sRmTrafficProfileCBS, row.sRmTrafficProfilePIR, row.sRmTrafficProfilePBS,
+                kavo_newline(vty));
         lines++;
     }
     return lines;

@@ -19,13 +19,15 @@ struct vector_only_free {
 };
 using token_vector_t = std::unique_ptr<_vector, vector_only_free>;
 
-/// The daemon's nodes, each with the library's default commands ("exit", "end", "write ...").
+/// The daemon's nodes, each with the library's default commands ("exit", "end", "write ..."), and the
+/// library's own for developers.
 constexpr std::pair<enum node_type, const char*> nodes[] = {
-    {DEBUG_NODE, "debug"},      {VLAN_NODE, "vlan"},
-    {GPON_NODE, "gpon"},        {ONU_SRV_PROFILE_NODE, "onu service profile"},
-    {IF_TRUNK_NODE, "trunk"},   {IF_NODE, "uplink port"},
-    {IF_GPON_NODE, "pon port"}, {QINQ_NODE, "qinq"},
-    {GPON_ONU_NODE, "onu"},
+#define NODE(record, number, name, parent, writer) {number, name},
+#define RESERVED_NODE(record, number, name)
+#include "commands/nodes.def"
+#undef NODE
+#undef RESERVED_NODE
+    {DEBUG_NODE, "debug"},
 };
 
 void install_nodes() {

@@ -1,8 +1,11 @@
 #include "shell_mode.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 #include "kavo_if.h"
+#include "kavo_vty_object.h"
 
 namespace {
 
@@ -20,17 +23,12 @@ std::string full_name(const std::string& name) {
     return full ? full : name;
 }
 
-/// The node of "interface NAME"; nothing for a name that the daemon accepts and doesn't enter.
-std::optional<enum node_type> node_of_interface(const std::string& name) {
-    if (name.starts_with("vlanif"))
+/// The node of "interface NAME", by the name as typed and in full; nothing for one that the daemon accepts
+/// and doesn't enter.
+std::optional<enum node_type> node_of_interface(const std::string& typed, const std::string& full) {
+    if (typed.starts_with("vlanif"))
         return std::nullopt;
-    if (name.starts_with("trunk"))
-        return IF_TRUNK_NODE;
-    if (name.starts_with("gpon-olt"))
-        return IF_GPON_NODE;
-    if (name.starts_with("gpon-onu"))
-        return GPON_ONU_NODE;
-    return IF_NODE;
+    return typed.starts_with("trunk") ? IF_TRUNK_NODE : kavo_node_of_interface(full);
 }
 
 std::string joined(const words_t& words) {
@@ -47,17 +45,19 @@ bool is_short_for(const std::string& word, std::string_view keyword) {
 } // namespace
 
 enum node_type shell_parent_node(enum node_type node) {
-    switch (node) {
-    case ONU_SRV_PROFILE_NODE:
-        return GPON_NODE;
-    case CONFIG_NODE:
-        return ENABLE_NODE;
-    case ENABLE_NODE:
-    case VIEW_NODE:
-        return VIEW_NODE;
-    default:
-        return CONFIG_NODE;
-    }
+    static constexpr std::pair<enum node_type, enum node_type> parents[] = {
+#define NODE(record, number, name, parent, writer) {number, parent},
+#define RESERVED_NODE(record, number, name)
+#include "commands/nodes.def"
+#undef NODE
+#undef RESERVED_NODE
+        {CONFIG_NODE, ENABLE_NODE},
+        {ENABLE_NODE, VIEW_NODE},
+        {VIEW_NODE, VIEW_NODE},
+    };
+    const auto* const found = std::find_if(std::begin(parents), std::end(parents),
+                                           [=](const auto& line) { return line.first == node; });
+    return found != std::end(parents) ? found->second : CONFIG_NODE;
 }
 
 std::vector<std::string> shell_words(const std::string& line) {
@@ -126,7 +126,7 @@ std::optional<shell_mode::place_t> shell_mode::place_entered(const understood_t&
         return place_t{ONU_SRV_PROFILE_NODE, words[0] + " " + words[2], line};
     if (words[0] == "interface" && words.size() == 2) {
         const auto name = full_name(words[1]);
-        if (const auto entered = node_of_interface(name))
+        if (const auto entered = node_of_interface(words[1], name))
             return place_t{*entered, name, line};
     }
     return std::nullopt;

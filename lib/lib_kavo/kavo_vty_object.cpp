@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "kavo_cmd.h"
-#include "kavo_frr.h"
 #include "kavo_if.h"
 #include "kavo_trunk.h"
 #include "ov_product.h"
@@ -20,14 +19,6 @@ int not_exist(struct vty* vty, const char* name) {
     return KAVO_CLI_BAD_INPUT;
 }
 
-enum node_type node_of_name(std::string_view name) {
-    if (name.starts_with("gpon-olt"))
-        return IF_GPON_NODE;
-    if (name.starts_with("gpon-onu"))
-        return GPON_ONU_NODE;
-    return IF_NODE;
-}
-
 int enter(struct vty* vty, enum node_type node, void* record) {
     vty->node = node;
     vty->index = record;
@@ -35,6 +26,14 @@ int enter(struct vty* vty, enum node_type node, void* record) {
 }
 
 } // namespace
+
+enum node_type kavo_node_of_interface(std::string_view name) {
+    if (name.starts_with("gpon-olt"))
+        return IF_GPON_NODE;
+    if (name.starts_with("gpon-onu"))
+        return GPON_ONU_NODE;
+    return IF_NODE;
+}
 
 int ov_get_ifindex_from_vtysh(const struct vty* vty, ov_ifindex_t* ifindex) {
     if (vty == nullptr || ifindex == nullptr)
@@ -68,5 +67,5 @@ int kavo_interface_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc
     uif_t* uif = uif_lookup_by_name_len(name, static_cast<uint32_t>(length));
     if (uif == nullptr)
         uif = uif_get_by_name(name); // as an operator may shorten it
-    return uif != nullptr ? enter(vty, node_of_name(uif->name), uif) : not_exist(vty, name);
+    return uif != nullptr ? enter(vty, kavo_node_of_interface(uif->name), uif) : not_exist(vty, name);
 }

@@ -2,11 +2,10 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
+#include "kavo_frr.h"
 #include "ov_types.h"
-
-struct cmd_element;
-struct vty;
 
 // The longest name that is looked up.
 inline constexpr size_t KAVO_INTERFACE_NAME_MAX = 20;
@@ -18,6 +17,9 @@ int ov_get_ifindex_from_vtysh(const struct vty* vty, ov_ifindex_t* ifindex);
 
 // Makes a number the session's object.
 void kavo_vty_set_index(struct vty* vty, ov_ifindex_t ifindex);
+
+// The node of an interface of the list, by its full name: a PON port, an ONU, or else an uplink port.
+enum node_type kavo_node_of_interface(std::string_view name);
 
 // The plain "interface IFNAME": argv[0] is the name, as the interface list has it or shortened. Enters node
 // 42 with a trunk's record, 47, 131 or 43 with the interface's as the session's object. A name that begins

@@ -556,7 +556,9 @@ def test_a_saved_configuration_typed_on_an_empty_chassis_makes_the_same(chassis,
 
 def test_rows_that_no_command_makes_are_in_no_saved_configuration_and_the_log_says_so(chassis):
     chassis.start(QUIET_SCENARIO)
-    write_table(chassis, "sPonTable", [(1, 1, 1)])
+    write_table(chassis, "sPonTable", [(1, 1, 1)], sPonTableSilenceOnuTime=30, sPonTableScbMaxBW=1)
+    slow = dict(sBWProfileTableBwProfileName="slow", sBWProfileTableType=4, sBWProfileTableMaxBw=100)
+    write_table(chassis, "sBWProfileTable", [(7,)], **slow)
     onus = "".join(
         table_file("sOnuTable", [(1, 1, 1, number)], **columns)
         for number, columns in [
@@ -572,5 +574,7 @@ def test_rows_that_no_command_makes_are_in_no_saved_configuration_and_the_log_sa
     lines = chassis.vty("write terminal interface gpon-olt1/1").splitlines()[3:-1]
     assert lines == [" onu 3 type KLM-618 pw good"]
     assert chassis.vty("write terminal interface gpon-onu1/1:3").splitlines()[3:-1] == []
-    assert chassis.vty("write file").result == 0
+    saved = chassis.vty("write file")
+    assert saved.result == 0 and "slow" not in saved
+    chassis.wait_log(r"profile bandwidth slow is in no saved configuration")
     chassis.wait_log(r"gpon-onu1/1:1 onu 1 is in no saved configuration")

@@ -100,6 +100,18 @@ TEST_F(Frame, ANameOf21CharactersIsRefusedWhateverItSays) {
     EXPECT_EQ(session.run("interface vlanif12345678901234"), CMD_SUCCESS); // 20
 }
 
+TEST_F(Frame, ANameOf20CharactersIsLookedUp) {
+    add_interface("gpon-onu1/2:128");
+    FrrSession session(CONFIG_NODE);
+    EXPECT_EQ(session.run("interface gpon-onu1/2:000000128"), CMD_WARNING); // 21
+    EXPECT_EQ(session.run("interface gpon-onu1/2:00000129"), CMD_WARNING);  // 20, and nobody's
+    EXPECT_EQ(session.output(), "% Interface[gpon-onu1/2:000000128] not exist\n"
+                                "% Interface[gpon-onu1/2:00000129] not exist\n");
+    EXPECT_EQ(session.run("interface gpon-onu1/2:00000128"), CMD_SUCCESS);
+    EXPECT_EQ(session.vty->node, GPON_ONU_NODE);
+    EXPECT_EQ(number_of(session), index_of("gpon-onu1/2:128"));
+}
+
 TEST_F(Frame, AShortenedNameFindsItsInterface) {
     add_interface("gpon-olt1/2");
     FrrSession session(CONFIG_NODE);

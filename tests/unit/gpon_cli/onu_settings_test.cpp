@@ -265,13 +265,14 @@ TEST_F(OnuSettings, QualityOfServiceIsRefusedWithoutItsModule) {
     add_interface("gpon-olt1/2");
     EXPECT_EQ(run(onu_, "qos-onu-bandwidth min 0 max 10000000", 104006), "%Failed to set bandwidth\n");
     EXPECT_EQ(run(profile_, "qos-onu-bandwidth min 1 max 2", 104006), "%Failed to set bandwidth\n");
-    for (const char* weight : {"127", "default"})
-        EXPECT_NE(run(onu_, std::string("qos-onu-weight ") + weight, 104006), "");
+    const std::string no_profile = "%Failed to edit oun qos profile,the profile dont exist:";
+    EXPECT_EQ(run(onu_, "qos-onu-weight 127", 104006), no_profile + "127\n");
+    EXPECT_EQ(run(onu_, "qos-onu-weight default", 104006), no_profile + "1\n");
     for (const char* line : {"show qos-onu-bandwidth interface ", "show qos-onu-weight interface "}) {
         EXPECT_EQ(run(onu_, std::string(line) + "none", 104001), "%Invalid IFNAME: none\n");
         EXPECT_EQ(run(onu_, std::string(line) + "gpon-olt1/2", 104001),
                   "%Interface gpon-olt1/2 is not onu\n");
-        EXPECT_NE(run(onu_, std::string(line) + "gpon-onu1/2:7", 104006), "");
+        EXPECT_EQ(run(onu_, std::string(line) + "gpon-onu1/2:7", 104006), "%Failed to get port info \n");
     }
 }
 

@@ -108,6 +108,16 @@ TEST_F(Port, EachSettingTellsThatItWasRefused) {
     }
 }
 
+// The parser makes the keyword full, so that one letter decides.
+TEST_F(Port, AShortKeywordIsAsGoodAsTheFullOne) {
+    EXPECT_EQ(run("fec downstream e"), CMD_SUCCESS);
+    EXPECT_EQ(app.port.sPonTableDsFec, 1);
+    EXPECT_EQ(run("fec do d"), CMD_SUCCESS);
+    EXPECT_EQ(app.port.sPonTableDsFec, 0);
+    EXPECT_EQ(run("fec downstream ex"), CMD_ERR_NO_MATCH);
+    EXPECT_EQ(app.calls, (Calls{"port_edit", "port_edit"}));
+}
+
 TEST_F(Port, ValuesOutOfRangeAreUnknownCommands) {
     for (const char* line :
          {"aes encryption key_exchange interval 999", "aes encryption key_exchange interval 1000001",

@@ -22,7 +22,7 @@ protected:
     }
     static ov_sBWProfileTable_attr_t& add_bandwidth(const char* name, int type) {
         auto& row = *sBWProfileTable_createEntry(static_cast<mib_ulong>(BKDRHash(name, int(strlen(name)))));
-        snprintf(row.sBWProfileTableBwProfileName, 65, "%s", name);
+        snprintf(row.sBWProfileTableBwProfileName, sizeof(row.sBWProfileTableBwProfileName), "%s", name);
         row.sBWProfileTableType = type;
         row.sBWProfileTableFixBw = 251;
         row.sBWProfileTableAssBw = 252;
@@ -114,11 +114,78 @@ TEST_F(Writer, TrafficProfilesAreWrittenButTheDefaultOne) {
         snprintf(row.sRmTrafficProfileName, 33, "%s", name);
         row.sRmTrafficProfileCIR = 64;
         row.sRmTrafficProfileCBS = 2000;
-        row.sRmTrafficProfilePIR = 4000000000u;
+        row.sRmTrafficProfilePIR = 10240000;
         row.sRmTrafficProfilePBS = 2001;
     }
     EXPECT_EQ(write("write terminal current", GPON_NODE),
-              "gpon\n profile traffic car cir 64 cbs 2000 pir 4000000000 pbs 2001\n!\n");
+              "gpon\n profile traffic car cir 64 cbs 2000 pir 10240000 pbs 2001\n!\n");
+}
+
+// What is left out: a replay ends the block at the first line that is refused.
+TEST_F(Writer, AProfileThatNoCommandMakesHasNoLineAndTheLogSaysSo) {
+    using Bandwidth = ov_sBWProfileTable_attr_t;
+    const struct {
+        int type;
+        mib_long Bandwidth::*field;
+        std::initializer_list<mib_long> bad;
+    } bandwidths[] = {
+        {1, &Bandwidth::sBWProfileTableFixBw, {0, 249, 800001, -1}},
+        {2, &Bandwidth::sBWProfileTableAssBw, {249, 1200001}},
+        {3, &Bandwidth::sBWProfileTableAssBw, {249, 504, 1200001}},
+        {3, &Bandwidth::sBWProfileTableMaxBw, {251, 1200001}},
+        {4, &Bandwidth::sBWProfileTableMaxBw, {0, 249, 1200001}},
+        {5, &Bandwidth::sBWProfileTableFixBw, {249, 252}},
+        {5, &Bandwidth::sBWProfileTableAssBw, {249, 253}},
+        {5, &Bandwidth::sBWProfileTableMaxBw, {502, 1200001}},
+    };
+    for (const auto& b : bandwidths)
+        for (const mib_long value : b.bad) {
+            auto& row = add_bandwidth("bad", b.type);
+            row.*b.field = value;
+            EXPECT_EQ(write("write terminal current", GPON_NODE), "gpon\n!\n") << b.type << " " << value;
+            sBWProfileTable_removeEntry(&row);
+        }
+    EXPECT_THAT(log_.lines(), testing::Not(testing::Contains(HasSubstr("is in no saved configuration"))));
+
+    add_bandwidth("bad", 0);
+    add_bandwidth("a2345678901234567890123456789012345678901234567890123456789012345", 4); // 65
+    add_onutype("wide").sOnuTypeProfileTableEthNum = 25;
+    add_onutype("none").sOnuTypeProfileTableEthNum = 0;
+    add_onutype("phones").sOnuTypeProfileTablePotsNum = 3;
+    add_onutype("cards").sOnuTypeProfileTableCardNum = 0;
+    add_onutype("videos").sOnuTypeProfileTableVideoNum = 3;
+    add_onutype("down").sOnuTypeProfileTableDwnQueueNum = 3;
+    add_onutype("up").sOnuTypeProfileTableUpQueueNum = 9;
+    EXPECT_EQ(write("write file"), "gpon\n!\n");
+    for (const char* what : {"bandwidth bad", "onutype wide", "onutype none", "onutype phones",
+                             "onutype cards", "onutype videos", "onutype down", "onutype up"})
+        EXPECT_THAT(log_.lines(), testing::Contains(HasSubstr(std::string("profile ") + what +
+                                                              " is in no saved configuration")))
+            << what;
+}
+
+TEST_F(Writer, ATrafficProfileThatNoCommandMakesHasNoLine) {
+    using Traffic = ov_sRmTrafficProfileTable_attr_t;
+    auto& row = *sRmTrafficProfileTable_createEntry(1);
+    snprintf(row.sRmTrafficProfileName, 33, "car");
+    const struct {
+        mib_ulong Traffic::*field;
+        std::initializer_list<mib_ulong> bad;
+    } cases[] = {
+        {&Traffic::sRmTrafficProfileCIR, {0, 63, 65, 10240001}}, // 65: above the peak rate
+        {&Traffic::sRmTrafficProfileCBS, {1999, 10240001}},
+        {&Traffic::sRmTrafficProfilePIR, {63, 10240001, 4000000000u}},
+        {&Traffic::sRmTrafficProfilePBS, {1999, 10240001}},
+    };
+    for (const auto& c : cases)
+        for (const mib_ulong value : c.bad) {
+            row.sRmTrafficProfileCIR = row.sRmTrafficProfilePIR = 64;
+            row.sRmTrafficProfileCBS = row.sRmTrafficProfilePBS = 2000;
+            EXPECT_EQ(write("write terminal current", GPON_NODE),
+                      "gpon\n profile traffic car cir 64 cbs 2000 pir 64 pbs 2000\n!\n");
+            row.*c.field = value;
+            EXPECT_EQ(write("write terminal current", GPON_NODE), "gpon\n!\n") << value;
+        }
 }
 
 // A manager may write any text; replayed, this one would be two commands.
@@ -197,6 +264,44 @@ TEST_F(Writer, EachSettingOfAPortIsWritten) {
         " switch-port protected disable\n"
         " mib-data-sync disable\n"
         "!\n");
+}
+
+// A replay stops a block at the first line that is refused, so there must be none.
+TEST_F(Writer, ASettingOfAPortThatCannotBeTypedIsLeftOut) {
+    auto& port = add_port(1, 1);
+    port.sPonTableKeyExchangeInterval = 0;
+    const std::string head = "interface gpon-olt1/1\n";
+    for (const mib_long silence : {-1, 1, 59, 361}) {
+        port.sPonTableSilenceOnuTime = silence;
+        EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"), head + "!\n") << silence;
+    }
+    port.sPonTableSilenceOnuTime = 360;
+    for (const mib_ulong bandwidth : {1u, 2500001u, 0xFFFFFFFFu}) {
+        port.sPonTableScbMaxBW = bandwidth;
+        EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"),
+                  head + " uncfg-onu silence enable 360\n!\n")
+            << bandwidth;
+    }
+}
+
+TEST_F(Writer, SlotsOfAPortThatCannotBeTypedAreLeftOut) {
+    add_profile(9, "nine", "KLM-618");
+    auto& port = add_port(1, 1);
+    memset(port.sPonTableVendorSrvProfile, 9, 4);
+    memset(port.sPonTableModelSrvProfile, 9, 4);
+    memcpy(port.sPonTableVendorSrvProfileName, "MRV\0MRVOMRVO\0\0\0\0", 16); // short, good, twice, none
+    memcpy(port.sPonTableModelSrvProfileName, "a b", 3);
+    memcpy(port.sPonTableModelSrvProfileName + 20, "M", 1);
+    port.sPonTableAutoLearn = port.sPonTableAutoFlow = 1;
+    const std::string head = "interface gpon-olt1/1\n onu auto-authentication enable";
+    // nothing switches auto flow on
+    EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"), head + "\n!\n");
+    port.sPonTableSrvProfileID = 9;
+    EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"),
+              head + " auto-flow enable def-srv-profile nine\n"
+                     " onu-auto-flow vendor 2 MRVO srv-profile nine\n"
+                     " onu-auto-flow model 2 M srv-profile nine\n"
+                     "!\n");
 }
 
 TEST_F(Writer, AutoFlowOfAPortThatLearnsNothingIsWrittenToo) {
