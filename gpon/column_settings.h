@@ -4,12 +4,14 @@
 //
 //   SETTING(handler, column, value, failure, result, line)
 //
-// | handler | the function that runs the command |
-// | column  | what it sets |
-// | value   | where the number comes from: SWITCH, an enable-or-disable keyword; NUMBER(least, most), the
-// first |         | argument, in the range of its command; ONE; ZERO | | failure | what a failure prints, and
-// | | result  | what it answers | | line    | what saves it, with %s for the keyword or %d for the number;
-// empty when the value is a default or |         | another setting has the line |
+//   handler   the function that runs the command
+//   column    what it sets
+//   value     where the number comes from: SWITCH, a keyword (enable or disable); NUMBER(least, most), the
+//             first argument, in the range of its command; ONE; ZERO
+//   failure   what a failure prints
+//   result    what it answers
+//   line      what saves it, with %s for the keyword or %d for the number; empty when the value is a
+//             default or another setting has the line
 //
 // The order is that of the saved lines. The object's module makes handlers and a table of it:
 //
