@@ -3,6 +3,7 @@
 
 #include "app_set_callback.h"
 #include "app_slot_rows.h"
+#include "app_text.h"
 #include "ov_app_gpon_config_restore.h"
 #include "ov_app_gpon_onuinit.h"
 #include "ov_gpon.h"
@@ -27,7 +28,7 @@ void take_onus_out_of_service(int32_t slot) {
     for_each_row_of_any_shelf<OnuRow>(std::array{slot}, [](const OnuRow& stored) {
         OnuRow onu = stored;
         onu.sOnuTableOnuState = SONUTABLEONUSTATE_ADDED;
-        onu.sOnuTableOnuActVersion[0] = '\0';
+        set_text(onu.sOnuTableOnuActVersion, "");
         write_onu(onu, columns_of(sOnuTableOnuState, sOnuTableOnuActVersion));
     });
 }
