@@ -96,6 +96,29 @@ TEST(OnuState, ReportOfADeletedOnuIsPassedOver) {
     });
 }
 
+TEST(OnuState, ReportsOfImpossiblePlacesChangeNothing) {
+    app_chassis::run([](AppChassis& chassis) {
+        put_authenticated_by(chassis, 1);
+        const ov_ifindex_t port =
+            ov_ifindex_gen_by_phyinfo(PORT_TYPE_GPON, GPON_SHELF, AppChassis::SLOT, 0, PORT, 0);
+        for (const uint32_t place : {0u, 0xffffffffu, 0x0a010000u, 77u, static_cast<uint32_t>(port)})
+            for (int state = 0; state <= 4; ++state) {
+                auto report = report_of(1, state);
+                report.onuIfindex = place;
+                receive(report);
+            }
+        int onus = 0;
+        for (const Onu& onu : all_rows<Onu>()) {
+            ++onus;
+            EXPECT_EQ(onu.sOnuTableOnuState, SONUTABLEONUSTATE_ADDED);
+            EXPECT_STREQ(onu.sOnuTableOnuActVersion, "old");
+        }
+        EXPECT_EQ(onus, 1);
+        for (const History& history : all_rows<History>())
+            ADD_FAILURE() << "a history of " << history.onuId;
+    });
+}
+
 // The controller's end of the connection, which the report is to reach or not.
 struct Listener {
     Listener() {

@@ -314,6 +314,36 @@ TEST(OnuCardAnswer, SilenceRefusesTheRow) {
     });
 }
 
+constexpr int ABSENT_SLOT = 5; // a line card's, without a card
+
+int take_the_card_out(MIBDID /*did*/, void* row, MIB_Flags_t /*flags*/) {
+    if (static_cast<const Onu*>(row)->slotID != ABSENT_SLOT)
+        hal_slot_active_flag_clear("test", 0, AppChassis::SLOT);
+    return 1;
+}
+
+// A card that is known to be gone gets its ONUs with its next start; one that isn't is asked in vain.
+TEST(OnuCardAnswer, CardThatLeavesBetweenCheckAndSend) {
+    app_chassis::run([](AppChassis& chassis) {
+        put_type(chassis);
+        const CallbackRegistration app = {"leaver", 1, ""};
+        app.add(SONU, CALLBACK_CHECK, take_the_card_out, mibDefFlags);
+        EXPECT_EQ(new_onu(1, SN).add(), OV_GPON_RET_OK);
+        EXPECT_THAT(chassis.messages(), IsEmpty());
+        ASSERT_NE(stored_onu(1), nullptr);
+        EXPECT_EQ(stored_onu(1)->sOnuTableOnuState, SONUTABLEONUSTATE_ADDED);
+        EXPECT_NE(uif_lookup_by_index(onu_ifindex_of(onu_at(1))), nullptr);
+
+        HalChassis::activate(ABSENT_SLOT);
+        Request request = new_onu(1, SN);
+        request.row.slotID = ABSENT_SLOT;
+        EXPECT_EQ(request.add(), OV_GPON_RET_BAD_PARAM);
+        EXPECT_THAT(chassis.hal.log.lines(), Contains("set ONU error"));
+        EXPECT_EQ(find_row(onu_at(1, PORT, ABSENT_SLOT)), nullptr);
+        EXPECT_EQ(uif_lookup_by_index(onu_ifindex_of(onu_at(1, PORT, ABSENT_SLOT))), nullptr);
+    });
+}
+
 // ---- changes -------------------------------------------------------------------------------------------
 
 TEST(OnuEdit, NewCredentialsAloneWaitForTheNextChangeOfTheMode) {
@@ -621,11 +651,20 @@ std::vector<std::string> set_chain_of_onus() {
 TEST(OnuCompanions, FollowTheOnuInTheChain) {
     app_chassis::run([](AppChassis&) {
         const auto chain = set_chain_of_onus();
-        const auto place = [&](const char* name) { return std::find(chain.begin(), chain.end(), name); };
-        ASSERT_THAT(chain, Contains("app_onu"));
-        EXPECT_LT(place("app_onu"), place("app_onu_extend"));
-        EXPECT_LT(place("app_onu_extend"), place("app_onu_history"));
-        EXPECT_NE(place("app_onu_history"), chain.end());
+        auto from = chain.begin();
+        for (const char* next : {"ov_app_gpon_service_port", "app_gemport", "app_tcont", "app_onu",
+                                 "app_alarm", "app_onu_extend", "app_onu_history"}) {
+            from = std::find(from, chain.end(), next);
+            EXPECT_NE(from, chain.end()) << next << " is not behind those before it";
+        }
+    });
+}
+
+TEST(OnuInit, RegistrationsThatFailAreLogged) {
+    app_chassis::run([](AppChassis& chassis) {
+        ov_app_gpon_onu_init(); // for the second time
+        EXPECT_THAT(chassis.hal.log.lines(), ElementsAre("app_onu register onutable set call back error",
+                                                         "app_onu register onutable set call back error"));
     });
 }
 
