@@ -5,12 +5,12 @@
 #include "app_slot_rows.h"
 #include "app_text.h"
 #include "ov_app_gpon_config_restore.h"
+#include "ov_app_gpon_onu_history.h"
 #include "ov_app_gpon_onuinit.h"
 #include "ov_gpon.h"
 #include "ov_ifindex.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
-#include "sOnuHistoryTable.h"
 #include "sOnuTable.h"
 
 namespace {
@@ -34,11 +34,8 @@ void take_onus_out_of_service(int32_t slot) {
 }
 
 void forget_times(ov_sOnuHistoryTable_attr_t history) {
-    history.sOnuHistoryAuthTime1 = history.sOnuHistoryOffTime1 = 0;
-    history.sOnuHistoryAuthTime2 = history.sOnuHistoryOffTime2 = 0;
-    history.sOnuHistoryAuthTime3 = history.sOnuHistoryOffTime3 = 0;
-    history.sOnuHistoryAuthTime4 = history.sOnuHistoryOffTime4 = 0;
-    history.sOnuHistoryAuthTime5 = history.sOnuHistoryOffTime5 = 0;
+    for (const OnuPeriod& period : ONU_PERIODS)
+        history.*period.auth = history.*period.off = 0;
     if (!mib_access(MIB_SET_S, history))
         OV_LOG_ERROR("LIB", "clear onu history of %d/%d:%d failed", history.slotID, history.portID,
                      history.onuId);
