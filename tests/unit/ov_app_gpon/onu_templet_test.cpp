@@ -269,6 +269,45 @@ TEST(TempletOnu, RefusalOfTheCardTakesTheReservationBack) {
     });
 }
 
+TEST(TempletOnu, SilenceOfTheCardTakesTheReservationBack) {
+    app_chassis::run([](AppChassis& chassis) {
+        put_profile(chassis);
+        EXPECT_EQ(templet_onu(1).add(), OV_GPON_RET_OK);
+        chassis.card.behave(FakeCard::be_silent);
+        EXPECT_EQ(templet_onu(2).add(), OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(stored_onu(2), nullptr);
+        EXPECT_EQ(held(), PROFILES_OWN); // of the first
+        Onu onu = onu_at(1);
+        EXPECT_EQ(ov_app_gpon_onu_del(&onu), OV_GPON_RET_BAD_PARAM);
+        EXPECT_NE(stored_onu(1), nullptr);
+        EXPECT_EQ(held(), PROFILES_OWN);
+        EXPECT_EQ(bind_count(), 1);
+    });
+}
+
+int take_the_card_out(MIBDID /*did*/, void* /*row*/, MIB_Flags_t /*flags*/) {
+    hal_slot_active_flag_clear("test", 0, AppChassis::SLOT);
+    return 1;
+}
+
+// It is a change of the tables alone, which the card hears of with its next start.
+TEST(TempletOnu, CardThatLeavesBetweenCheckAndSendIsNoRefusal) {
+    app_chassis::run([](AppChassis& chassis) {
+        put_profile(chassis);
+        const CallbackRegistration leaver = {"leaver", 1, ""};
+        leaver.add(SONU, CALLBACK_CHECK, take_the_card_out, mibDefFlags);
+        EXPECT_EQ(templet_onu(1).add(), OV_GPON_RET_OK);
+        EXPECT_NE(stored_onu(1), nullptr);
+        EXPECT_EQ(held(), PROFILES_OWN);
+        HalChassis::activate(AppChassis::SLOT);
+        Onu onu = onu_at(1);
+        EXPECT_EQ(ov_app_gpon_onu_del(&onu), OV_GPON_RET_OK);
+        EXPECT_EQ(stored_onu(1), nullptr);
+        EXPECT_EQ(held(), NOTHING);
+        EXPECT_THAT(chassis.messages(), IsEmpty());
+    });
+}
+
 // The lines of a take-back that finds nothing tell its order: the fixed bandwidth before the sum.
 TEST(TempletOnu, BandwidthIsTakenBackInTheReverseOrder) {
     app_chassis::run([](AppChassis& chassis) {
