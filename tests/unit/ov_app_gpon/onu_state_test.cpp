@@ -1,4 +1,5 @@
 // States of ONUs as the cards report them: the row, its history, and what the controller hears.
+#include "check_callbacks.h"
 #include "onu_chassis.h"
 
 #include <ctime>
@@ -232,15 +233,10 @@ TEST(OnuHistory, OfflineWithoutAPeriodAndOtherStatesChangeNothing) {
     });
 }
 
-int refuse_check(MIBDID /*did*/, void* /*row*/, MIB_Flags_t /*flags*/) {
-    return 0;
-}
-
 TEST(OnuHistory, RefusedWriteIsLogged) {
     app_chassis::run([](AppChassis& chassis) {
         put_history(chassis, {});
-        const CallbackRegistration app = {"refuser", 1, ""};
-        app.add(SONUHISTORY, CALLBACK_CHECK, refuse_check, mibDefFlags);
+        app_chassis::refuse_writes_of(SONUHISTORY);
         auto report = report_of(1, 3);
         ov_app_gpon_onu_state_historytable_update(&report);
         EXPECT_THAT(chassis.hal.log.lines().back(), "set onu history error");
@@ -250,8 +246,7 @@ TEST(OnuHistory, RefusedWriteIsLogged) {
 TEST(OnuHistory, FailureOfTheRowIsLoggedAndRefusesTheOnu) {
     app_chassis::run([](AppChassis& chassis) {
         put_type(chassis);
-        const CallbackRegistration app = {"refuser", 1, ""};
-        app.add(SONUHISTORY, CALLBACK_CHECK, refuse_check, mibDefFlags);
+        app_chassis::refuse_writes_of(SONUHISTORY);
         EXPECT_EQ(new_onu(1, "").add(), OV_GPON_RET_BAD_PARAM);
         // The card had it before the row was tried, and nobody takes it back.
         EXPECT_EQ(stored_onu(1), nullptr);

@@ -1,4 +1,5 @@
 // Template ONUs: what their service profile's rows take from their port, and what happens when a step fails.
+#include "check_callbacks.h"
 #include "onu_chassis.h"
 
 #include "uclient.h"
@@ -285,17 +286,11 @@ TEST(TempletOnu, SilenceOfTheCardTakesTheReservationBack) {
     });
 }
 
-int take_the_card_out(MIBDID /*did*/, void* /*row*/, MIB_Flags_t /*flags*/) {
-    hal_slot_active_flag_clear("test", 0, AppChassis::SLOT);
-    return 1;
-}
-
 // It is a change of the tables alone, which the card hears of with its next start.
 TEST(TempletOnu, CardThatLeavesBetweenCheckAndSendIsNoRefusal) {
     app_chassis::run([](AppChassis& chassis) {
         put_profile(chassis);
-        const CallbackRegistration leaver = {"leaver", 1, ""};
-        leaver.add(SONU, CALLBACK_CHECK, take_the_card_out, mibDefFlags);
+        app_chassis::take_card_out_at_writes_of(SONU);
         EXPECT_EQ(templet_onu(1).add(), OV_GPON_RET_OK);
         EXPECT_NE(stored_onu(1), nullptr);
         EXPECT_EQ(held(), PROFILES_OWN);

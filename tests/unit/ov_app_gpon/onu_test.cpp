@@ -1,4 +1,5 @@
 // The life of an ONU: what may be created, what the card is told, and what its answer leads to.
+#include "check_callbacks.h"
 #include "onu_chassis.h"
 
 #include "mmg_definition.h"
@@ -316,18 +317,11 @@ TEST(OnuCardAnswer, SilenceRefusesTheRow) {
 
 constexpr int ABSENT_SLOT = 5; // a line card's, without a card
 
-int take_the_card_out(MIBDID /*did*/, void* row, MIB_Flags_t /*flags*/) {
-    if (static_cast<const Onu*>(row)->slotID != ABSENT_SLOT)
-        hal_slot_active_flag_clear("test", 0, AppChassis::SLOT);
-    return 1;
-}
-
 // A card that is known to be gone gets its ONUs with its next start; one that isn't is asked in vain.
 TEST(OnuCardAnswer, CardThatLeavesBetweenCheckAndSend) {
     app_chassis::run([](AppChassis& chassis) {
         put_type(chassis);
-        const CallbackRegistration app = {"leaver", 1, ""};
-        app.add(SONU, CALLBACK_CHECK, take_the_card_out, mibDefFlags);
+        app_chassis::take_card_out_at_writes_of(SONU);
         EXPECT_EQ(new_onu(1, SN).add(), OV_GPON_RET_OK);
         EXPECT_THAT(chassis.messages(), IsEmpty());
         ASSERT_NE(stored_onu(1), nullptr);

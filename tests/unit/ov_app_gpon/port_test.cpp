@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "../support/app_chassis.h"
-#include "app_set_callback.h"
+#include "check_callbacks.h"
 #include "ov_app_gpon_pon_port_cfg.h"
 #include "ov_app_gpon_qos.h"
 #include "sOnuSrvProfileTable.h"
@@ -330,16 +330,10 @@ TEST(PortSet, ASilentCardRefusesTheRow) {
     });
 }
 
-int take_the_card_out(MIBDID /*did*/, void* /*row*/, MIB_Flags_t /*flags*/) {
-    hal_slot_active_flag_clear("test", 0, AppChassis::SLOT);
-    return 1;
-}
-
 // It hears of the setting with its next start.
 TEST(PortSet, ACardThatLeavesBetweenCheckAndSendRefusesNothing) {
     with_port([](AppChassis& chassis) {
-        const CallbackRegistration leaver = {"leaver", 1, ""};
-        leaver.add(SPON, CALLBACK_CHECK, take_the_card_out, mibDefFlags);
+        app_chassis::take_card_out_at_writes_of(SPON);
         EXPECT_EQ(edit_number(&Port::sPonTableDsFec, 1, sPonTableDsFec), 0);
         EXPECT_EQ(stored().sPonTableDsFec, 1);
         EXPECT_THAT(chassis.messages(), IsEmpty());

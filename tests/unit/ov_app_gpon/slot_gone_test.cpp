@@ -1,7 +1,7 @@
 // Cards and ports that go: out of service with their rows kept, or removed with their rows.
 #include "ov_app_gpon_config_restore.h"
 
-#include "app_set_callback.h"
+#include "check_callbacks.h"
 #include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_service_port.h"
 #include "restore_chassis.h"
@@ -138,14 +138,9 @@ TEST(SlotDeactive, OnlyLineCardsAreServed) {
     });
 }
 
-int refuse_check(MIBDID /*did*/, void* /*row*/, MIB_Flags_t /*flags*/) {
-    return 0;
-}
-
 TEST(SlotDeactive, RowsThatCannotBeWrittenAreLoggedAndTheRestIsDone) {
     run_restore_chassis([](RestoreChassis& chassis) {
-        const CallbackRegistration refuser = {"refuser", 1, ""};
-        refuser.add(SONU, CALLBACK_CHECK, refuse_check, mibDefFlags);
+        app_chassis::refuse_writes_of(SONU);
         put_onu(chassis, SLOT, 4, 7);
         put_onu(chassis, SLOT, 4, 8);
         ov_startup_gpon_config_sync_end_set(SLOT, 1);
