@@ -1,6 +1,5 @@
 // Settings of a PON port.
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <string>
 
@@ -260,28 +259,15 @@ int ov_no_onu_auto_flow_config_cli(struct cmd_element* /*self*/, struct vty* vty
 
 // ---- rogue ONUs --------------------------------------------------------------------------------------
 
-// What is shown of a stage; the stages without a text have nothing to say to an operator.
-constexpr std::array<const char*, 9> rogue_stages = {
-    " STAGE1 Rogue onu detect start",
-    " STAGE2 Rogue onu detecting",
-    " STAGE3 Rogue onu detecting",
-    " STAGE4 Rogue onu detect complete",
-    " STAGE5 Have unconfig rogue onu",
-    nullptr, // STAGE6
-    " STAGE7 Stop rogue onu detect rudely",
-    nullptr, // STAGE8
-    nullptr, // STAGE9
-};
-
 // The stage is the card's and is asked for each time.
 int ov_show_rogue_onu_detect_state_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                                        const char** /*argv*/) {
     ov_sPonTable_attr_t row = port_key(vty);
     if (!mib_access(MIB_GET, row, gpon_cli_columns({column::sPonTableRogueOnuDetectState})))
         return gpon_cli_fail(vty, "%%Failed to get port info %s");
-    const auto stage = static_cast<size_t>(row.sPonTableRogueOnuDetectState);
-    if (stage < rogue_stages.size() && rogue_stages[stage] != nullptr)
-        vty_out(vty, "%s%s", rogue_stages[stage], kavo_newline(vty));
+    const mib_long stage = row.sPonTableRogueOnuDetectState;
+    if (const char* text = ov_app_gpon_rogue_stage_text(stage))
+        vty_out(vty, "%s%s%s", ov_app_gpon_rogue_stage_label(stage), text, kavo_newline(vty));
     return 0;
 }
 

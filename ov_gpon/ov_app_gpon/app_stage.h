@@ -1,9 +1,31 @@
 // Long work on a card in stages, each a timer of the loop.
 #pragma once
 
+#include <algorithm>
 #include <memory>
+#include <span>
 
 #include "libovra.h"
+
+struct thread;
+
+// A stage of a chain: its timer function, and what arms that with the chain's context after the pause that
+// stands before the stage.
+struct ChainStage {
+    int (*timer)(struct thread*);
+    void (*arm)(void* chain);
+};
+
+// Arms the stage behind that of `timer`, which is one of `stages`. False behind the last: the chain has
+// ended.
+inline bool arm_next_stage(std::span<const ChainStage> stages, int (*timer)(struct thread*), void* chain) {
+    const auto stage = std::find_if(stages.begin(), stages.end(),
+                                    [timer](const ChainStage& each) { return each.timer == timer; });
+    if (stages.end() - stage < 2)
+        return false;
+    stage[1].arm(chain);
+    return true;
+}
 
 // Measures a stage.
 class StageClock {

@@ -2,12 +2,11 @@
 // control client's slots; event loop's thread.
 //
 // A line card keeps nothing over a restart. When one comes up, the controller asks at three priorities. At
-// the first, all tables are replayed in stages (ov_app_gpon_config_restore.cpp), a second apart, so that the
+// the first, all tables are replayed in stages (config_restore_stages.def), a second apart, so that the
 // loop stays free between them; at the last, the card is told that its configuration is complete. No stage
 // waits for an answer of the card, and every priority is reported as done.
 #pragma once
 
-#include "kavo_frr.h"
 #include "ov_types.h"
 #include "umsg.h"
 
@@ -23,7 +22,7 @@ int ov_app_gpon_config_restore_start_callback(umsg_cfg_sync_t* sync);
 // unconfigured ONUs are gone, and its configuration sync counts as not ended. Line cards only.
 int ov_app_gpon_slot_deactive_callback(umsg_card_t* card);
 // A card was taken out. The rows of a line card are deleted in stages
-// (ov_app_gpon_config_restore_remove.cpp); for control and uplink cards the QoS of the uplink ports is. A
+// (config_restore_remove_stages.def); for control and uplink cards the QoS of the uplink ports is. A
 // card of a type without known ports is refused, with all its rows left.
 int ov_app_gpon_slot_remove_callback(umsg_card_t* card);
 // This control card has become active: every card is asked to report its alarms and the states of its ONUs
@@ -42,37 +41,6 @@ int ov_app_gpon_sync_end(int slot);
 void ov_app_gpon_pon_shutdown_deactive_onu(ov_ifindex_t ifIndex);
 // PON ports of a card by its type; -1 for an unknown type.
 int get_portNum_by_cardtype(uint16_t card_type);
-
-// The stages of a replay, in their order. THREAD_ARG is the chain's umsg_cfg_sync_t, which the last one
-// frees.
-int ov_app_gpon_slot_recovery_profile_timer(struct thread*);
-int ov_app_gpon_slot_recovery_pon_port_timer(struct thread*);
-int ov_app_gpon_slot_recovery_pon_port_qos_timer(struct thread*);
-int ov_app_gpon_slot_recovery_pon_onu_timer(struct thread*);
-int ov_app_gpon_slot_recovery_pon_onu_tcont_timer(struct thread*);
-int ov_app_gpon_slot_recovery_pon_onu_gem_timer(struct thread*);
-int ov_app_gpon_slot_recovery_pon_onu_srv_timer(struct thread*);
-int ov_app_gpon_slot_recovery_pon_onu_mcast_timer(struct thread*);
-int ov_app_gpon_slot_recovery_remote_onu_timer(struct thread*);
-int ov_app_gpon_slot_recovery_remote_onu_srv_timer(struct thread*);
-int ov_app_gpon_slot_recovery_remote_onu_univlan_timer(struct thread*);
-int ov_app_gpon_slot_recovery_remote_onu_mcast_timer(struct thread*);
-int ov_app_gpon_slot_recovery_remote_onu_wan_wifi_timer(struct thread*);
-int ov_app_gpon_slot_recovery_remote_onu_voip_timer(struct thread*);
-int ov_app_gpon_slot_recovery_remote_onu_macfileter_threshold_timer(struct thread*);
-int ov_app_gpon_slot_recovery_remote_onu_poe_uni_poe_timer(struct thread*);
-
-// The stages of a removal, in their order. THREAD_ARG is the chain's context.
-int ov_app_gpon_slot_remove_remote_onu_opt_threshold_timer(struct thread*);
-int ov_app_gpon_slot_remove_remote_onu_srv_timer(struct thread*);
-int ov_app_gpon_slot_remove_remote_uni_vlan_timer(struct thread*);
-int ov_app_gpon_slot_remove_remote_uni_status_timer(struct thread*);
-int ov_app_gpon_slot_remove_pon_onu_iphost_timer(struct thread*);
-int ov_app_gpon_slot_remove_pon_onu_srv_timer(struct thread*);
-int ov_app_gpon_slot_remove_pon_onu_gem_timer(struct thread*);
-int ov_app_gpon_slot_remove_pon_onu_tcont_timer(struct thread*);
-int ov_app_gpon_slot_remove_pon_onu_timer(struct thread*);
-int ov_app_gpon_slot_remove_pon_timer(struct thread*);
 
 // Reads "configRestoreDebug" in section "gpon" of the product ini file into g_config_restore_debug; 0 when
 // there is no such file or key. Not 0: the number of messages of each table is logged.

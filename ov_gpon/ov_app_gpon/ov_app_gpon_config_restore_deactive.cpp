@@ -3,13 +3,14 @@
 
 #include "app_set_callback.h"
 #include "app_slot_rows.h"
+#include "app_text.h"
 #include "ov_app_gpon_config_restore.h"
+#include "ov_app_gpon_onu_history.h"
 #include "ov_app_gpon_onuinit.h"
 #include "ov_gpon.h"
 #include "ov_ifindex.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
-#include "sOnuHistoryTable.h"
 #include "sOnuTable.h"
 
 namespace {
@@ -27,17 +28,14 @@ void take_onus_out_of_service(int32_t slot) {
     for_each_row_of_any_shelf<OnuRow>(std::array{slot}, [](const OnuRow& stored) {
         OnuRow onu = stored;
         onu.sOnuTableOnuState = SONUTABLEONUSTATE_ADDED;
-        onu.sOnuTableOnuActVersion[0] = '\0';
+        set_text(onu.sOnuTableOnuActVersion, "");
         write_onu(onu, columns_of(sOnuTableOnuState, sOnuTableOnuActVersion));
     });
 }
 
 void forget_times(ov_sOnuHistoryTable_attr_t history) {
-    history.sOnuHistoryAuthTime1 = history.sOnuHistoryOffTime1 = 0;
-    history.sOnuHistoryAuthTime2 = history.sOnuHistoryOffTime2 = 0;
-    history.sOnuHistoryAuthTime3 = history.sOnuHistoryOffTime3 = 0;
-    history.sOnuHistoryAuthTime4 = history.sOnuHistoryOffTime4 = 0;
-    history.sOnuHistoryAuthTime5 = history.sOnuHistoryOffTime5 = 0;
+    for (const OnuPeriod& period : ONU_PERIODS)
+        history.*period.auth = history.*period.off = 0;
     if (!mib_access(MIB_SET_S, history))
         OV_LOG_ERROR("LIB", "clear onu history of %d/%d:%d failed", history.slotID, history.portID,
                      history.onuId);

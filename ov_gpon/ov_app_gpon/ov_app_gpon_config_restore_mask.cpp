@@ -74,11 +74,16 @@ ov_bmp_t MaskRule::operator()(const void* row) const {
     return static_cast<ov_bmp_t>(mask);
 }
 
-// ---- PON ports: the scheduling profile and the broadcast queue are carried by the create alone. The data
-// synchronisation is set whenever it is on, though that is its default: a port with it off keeps what the
-// create gave.
+// ---- the rules ---------------------------------------------------------------------------------------
+
 namespace {
+
 using namespace sPonTable_column;
+using namespace sOnuTable_column;
+using namespace servicePortTable_column;
+
+// The scheduling profile and the broadcast queue are carried by the create alone. The data synchronisation is
+// set whenever it is on, though that is its default: a port with it off keeps what the create gave.
 constexpr MaskCondition PON_PORT[] = {
     {OV_GPON_PORT_ATTR_INDEX_scbport, sPonTableScbPort},
     {OV_GPON_PORT_ATTR_INDEX_scb_maxBw, sPonTableScbMaxBW},
@@ -93,11 +98,6 @@ constexpr MaskCondition PON_PORT[] = {
     {OV_GPON_PORT_ATTR_INDEX_silenceTime, sPonTableSilenceOnuTime},
     {OV_GPON_PORT_ATTR_INDEX_mibDataSync, sPonTableMibDataSync, MaskWhen::NOT_ZERO},
 };
-} // namespace
-const MaskRule ov_pon_port_table_attr_mask_get = {.table = SPON, .listed = PON_PORT};
-
-namespace {
-using namespace sOnuTable_column;
 constexpr MaskCondition ONU[] = {
     {OV_GPON_ONU_ATTR_INDEX_adminStatus, sOnuTableAdminState},
     {OV_GPON_ONU_ATTR_INDEX_active, sOnuTableActiviate},
@@ -105,40 +105,30 @@ constexpr MaskCondition ONU[] = {
     {OV_GPON_ONU_ATTR_INDEX_usFec, sOnuTableUpFec},
     {OV_GPON_ONU_ATTR_INDEX_rssi, sOnuTableRssiProfileId, MaskWhen::IN_RANGE, 1, 32},
 };
-} // namespace
-const MaskRule ov_onu_table_attr_mask_get = {.table = SONU, .listed = ONU};
-
-namespace {
 constexpr MaskCondition GEMPORT[] = {
     {OV_GPON_GEMPORT_ATTR_INDEX_isEncyption, sGemTable_column::sGemTableIfEnableEncryption},
 };
-} // namespace
-const MaskRule ov_gemport_table_attr_mask_get = {.table = SGEM, .listed = GEMPORT};
-
-namespace {
-using namespace servicePortTable_column;
 constexpr MaskCondition SERVICEPORT[] = {
     {OV_GPON_SERVICE_PORT_ATTR_INDEX_cosq_map, servicePortCosQueueMappingProfileId},
     {OV_GPON_SERVICE_PORT_ATTR_INDEX_queue, servicePortQueue},
     {OV_GPON_SERVICE_PORT_ATTR_INDEX_mac_move, servicePortMacmove, MaskWhen::ZERO},
     {OV_GPON_SERVICE_PORT_ATTR_INDEX_mac_limit, servicePortMacLimit},
 };
-} // namespace
-const MaskRule ov_serviceport_table_attr_mask_get = {.table = SSERVICEPORT, .listed = SERVICEPORT};
-
-namespace {
 constexpr MaskCondition ONU_QOS[] = {
     {OV_GPON_ONU_QOS_ATTR_INDEX_maxBw, onuQosTable_column::onuQosMaxBw},
     {OV_GPON_ONU_QOS_ATTR_INDEX_minBw, onuQosTable_column::onuQosMinBw},
 };
-} // namespace
-const MaskRule ov_onu_qos_table_attr_mask_get = {.table = SONUQOS, .listed = ONU_QOS};
-
 // Mode and weights go together.
-namespace {
 constexpr MaskCondition QUEUE_SCHEDULE[] = {
     {1, sRmOnuQosPriorityQueueScheduleTable_column::sRmQueueScheduleMode, MaskWhen::NOT_ZERO},
     {2, sRmOnuQosPriorityQueueScheduleTable_column::sRmQueueScheduleMode, MaskWhen::NOT_ZERO},
 };
+
 } // namespace
+
+const MaskRule ov_pon_port_table_attr_mask_get = {.table = SPON, .listed = PON_PORT};
+const MaskRule ov_onu_table_attr_mask_get = {.table = SONU, .listed = ONU};
+const MaskRule ov_gemport_table_attr_mask_get = {.table = SGEM, .listed = GEMPORT};
+const MaskRule ov_serviceport_table_attr_mask_get = {.table = SSERVICEPORT, .listed = SERVICEPORT};
+const MaskRule ov_onu_qos_table_attr_mask_get = {.table = SONUQOS, .listed = ONU_QOS};
 const MaskRule ov_rm_queue_schedule_attr_mask_get = {.table = SRMQUEUESCHEDULE, .listed = QUEUE_SCHEDULE};

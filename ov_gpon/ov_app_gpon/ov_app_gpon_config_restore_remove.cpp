@@ -34,21 +34,17 @@ struct SlotRemoval {
     uint16_t port = 1; // the next one to clear
 };
 
-SlotRemoval& removal_of(const struct thread* thread) {
-    return *static_cast<SlotRemoval*>(THREAD_ARG(thread));
-}
-
 template <typename Row>
-void delete_rows_of_slot(uint32_t slot) {
+void delete_rows_of_slot(SlotRemoval& removal) {
     Row key = {};
     key.shelfID = GPON_SHELF;
-    key.slotID = static_cast<mib_long>(slot);
+    key.slotID = static_cast<mib_long>(removal.slot);
     for (Row& row : rows_copied(key, INDEX_TO_SLOT))
         if (!mib_access(MIB_DEL, row)) {
             const TableModule& table = table_of<Row>::module();
             char index[TableModule::kMaxIndexText];
-            OV_LOG_ERROR("slotEvent", "slot %d: delete of %s %s failed", static_cast<int>(slot), table.name(),
-                         table.index_string(&row, index, sizeof index));
+            OV_LOG_ERROR("slotEvent", "slot %d: delete of %s %s failed", static_cast<int>(removal.slot),
+                         table.name(), table.index_string(&row, index, sizeof index));
         }
 }
 
@@ -69,59 +65,46 @@ void delete_ports(SlotRemoval& removal) {
         if (ov_app_gpon_port_qinq_del(ifindex) != OV_GPON_RET_OK)
             OV_LOG_ERROR("slotEvent", "!!!!!!!!!!del pon port qinq error!!!!!!!!!!!!!!!!");
     }
-    delete_rows_of_slot<ov_sPonTable_attr_t>(removal.slot);
+    delete_rows_of_slot<ov_sPonTable_attr_t>(removal);
 }
 
-} // namespace
+void finish_chain(const SlotRemoval* removal) {
+    OV_LOG_INFO("slotEvent", "Delete all onu on slot %d", static_cast<int>(removal->slot));
+    delete removal;
+}
 
 // ---- the stages --------------------------------------------------------------------------------------
 
-#define RUN_REMOVAL(number, what, deletion)                                                                  \
-    SlotRemoval& removal = removal_of(thread);                                                               \
-    const int slot = static_cast<int>(removal.slot);                                                         \
-    OV_LOG_INFO("slotEvent", "slot %d stage " number ": start remove  " what " configuration", slot);        \
-    StageClock clock;                                                                                        \
-    deletion;                                                                                                \
-    OV_LOG_INFO("slotEvent", "slot %d stage " number ": finish remove " what " configuration using %f s",    \
-                slot, clock.stop())
+#define REMOVAL_STAGE(milliseconds, timer, ...) int timer(struct thread* thread);
+#include "config_restore_remove_stages.def"
+#undef REMOVAL_STAGE
 
-// A timer function: deletes the slot's rows of a table, and arms the next one.
-#define REMOVAL_STAGE(timer, number, what, table, next, milliseconds)                                        \
+#define REMOVAL_STAGE(milliseconds, timer, ...)                                                              \
+    {timer, [](void* removal) { app_add_timer_msec(timer, removal, milliseconds); }},
+constexpr ChainStage STAGES[] = {
+#include "config_restore_remove_stages.def"
+};
+#undef REMOVAL_STAGE
+
+// A timer function: deletes, and arms the next one.
+#define REMOVAL_STAGE(milliseconds, timer, number, what, deletion)                                           \
     int timer(struct thread* thread) {                                                                       \
-        RUN_REMOVAL(number, what, delete_rows_of_slot<ov_##table##_attr_t>(removal.slot));                   \
-        app_add_timer_msec(next, THREAD_ARG(thread), milliseconds);                                          \
+        auto* removal = static_cast<SlotRemoval*>(THREAD_ARG(thread));                                       \
+        const int slot = static_cast<int>(removal->slot);                                                    \
+        OV_LOG_INFO("slotEvent", "slot %d stage " number ": start remove  " what " configuration", slot);    \
+        StageClock clock;                                                                                    \
+        deletion(*removal);                                                                                  \
+        OV_LOG_INFO("slotEvent",                                                                             \
+                    "slot %d stage " number ": finish remove " what " configuration using %f s", slot,       \
+                    clock.stop());                                                                           \
+        if (!arm_next_stage(STAGES, timer, removal))                                                         \
+            finish_chain(removal);                                                                           \
         return 0;                                                                                            \
     }
+#include "config_restore_remove_stages.def"
+#undef REMOVAL_STAGE
 
-namespace {
-constexpr long FIRST_STAGE_MSEC = 200;
 } // namespace
-
-REMOVAL_STAGE(ov_app_gpon_slot_remove_remote_onu_opt_threshold_timer, "1", "remote onu opt threshold",
-              sRmOnuOptThresholdTable, ov_app_gpon_slot_remove_remote_onu_srv_timer, 100)
-REMOVAL_STAGE(ov_app_gpon_slot_remove_remote_onu_srv_timer, "2-1", "remote onu service", sRmServiceTable,
-              ov_app_gpon_slot_remove_remote_uni_vlan_timer, 200)
-REMOVAL_STAGE(ov_app_gpon_slot_remove_remote_uni_vlan_timer, "2-2", "remote uni vlan", sRmUniVlanTable,
-              ov_app_gpon_slot_remove_remote_uni_status_timer, 200)
-REMOVAL_STAGE(ov_app_gpon_slot_remove_remote_uni_status_timer, "2-3", "remote uni status", sRmUniStatusTable,
-              ov_app_gpon_slot_remove_pon_onu_iphost_timer, 200)
-REMOVAL_STAGE(ov_app_gpon_slot_remove_pon_onu_iphost_timer, "3", "iphost", sRmIPHostTable,
-              ov_app_gpon_slot_remove_pon_onu_srv_timer, 100)
-REMOVAL_STAGE(ov_app_gpon_slot_remove_pon_onu_srv_timer, "4", "service port", servicePortTable,
-              ov_app_gpon_slot_remove_pon_onu_gem_timer, 200)
-REMOVAL_STAGE(ov_app_gpon_slot_remove_pon_onu_gem_timer, "5", "gem", sGemTable,
-              ov_app_gpon_slot_remove_pon_onu_tcont_timer, 200)
-REMOVAL_STAGE(ov_app_gpon_slot_remove_pon_onu_tcont_timer, "6", "tcont", sTcontTable,
-              ov_app_gpon_slot_remove_pon_onu_timer, 200)
-REMOVAL_STAGE(ov_app_gpon_slot_remove_pon_onu_timer, "7", "onu", sOnuTable, ov_app_gpon_slot_remove_pon_timer,
-              500)
-
-int ov_app_gpon_slot_remove_pon_timer(struct thread* thread) {
-    RUN_REMOVAL("8", "pon port", delete_ports(removal));
-    OV_LOG_INFO("slotEvent", "Delete all onu on slot %d", slot);
-    delete &removal;
-    return 0;
-}
 
 // ---- the event ---------------------------------------------------------------------------------------
 
@@ -158,6 +141,6 @@ int ov_app_gpon_slot_remove_callback(umsg_card_t* card) {
         return KAVO_MEMORY;
     OV_LOG_INFO("slotEvent", "start remove task for slot %d type %d", static_cast<int>(slot),
                 card->card_type);
-    app_add_timer_msec(ov_app_gpon_slot_remove_remote_onu_opt_threshold_timer, removal, FIRST_STAGE_MSEC);
+    STAGES[0].arm(removal);
     return KAVO_OK;
 }

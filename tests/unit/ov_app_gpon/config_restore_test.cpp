@@ -520,4 +520,10 @@ TEST(RestoreTrapSync, EveryCardIsAskedWhateverTheSlot) {
     });
 }
 
+TEST(RestoreTrapSync, WithoutAChannelTheErrorIsLoggedAndAnswered) {
+    LogCapture log;
+    EXPECT_NE(ov_app_gpon_trap_status_sync_callback(3), OV_GPON_RET_OK);
+    EXPECT_EQ(log.lines().back(), "config restore error");
+}
+
 } // namespace

@@ -1,4 +1,5 @@
 // Live readings of an ONU, fetched from the card at each read.
+#include "check_callbacks.h"
 #include "onu_chassis.h"
 
 #include "ov_app_gpon_onu_extend.h"
@@ -184,15 +185,10 @@ TEST(OnuExtendInfo, OfAProtectionGroupThePortInServiceIsAsked) {
     });
 }
 
-int refuse_check(MIBDID /*did*/, void* /*row*/, MIB_Flags_t /*flags*/) {
-    return 0;
-}
-
 TEST(OnuExtendInfo, FailureOfTheRowIsLoggedAndRefusesTheOnu) {
     app_chassis::run([](AppChassis& chassis) {
         put_type(chassis);
-        const CallbackRegistration app = {"refuser", 1, ""};
-        app.add(SONUEXTENDINFO, CALLBACK_CHECK, refuse_check, mibDefFlags);
+        app_chassis::refuse_writes_of(SONUEXTENDINFO);
         EXPECT_EQ(new_onu(7, "").add(), OV_GPON_RET_BAD_PARAM);
         // The card had it before the row was tried, and nobody takes it back.
         EXPECT_EQ(stored_onu(7), nullptr);

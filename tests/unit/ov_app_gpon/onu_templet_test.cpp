@@ -1,4 +1,5 @@
 // Template ONUs: what their service profile's rows take from their port, and what happens when a step fails.
+#include "check_callbacks.h"
 #include "onu_chassis.h"
 
 #include "uclient.h"
@@ -266,6 +267,39 @@ TEST(TempletOnu, RefusalOfTheCardTakesTheReservationBack) {
         Request change(1);
         EXPECT_EQ(change.with(onu_column::sOnuTableUpFec).edit(), OV_GPON_RET_BAD_PARAM);
         EXPECT_EQ(held(), PROFILES_OWN);
+    });
+}
+
+TEST(TempletOnu, SilenceOfTheCardTakesTheReservationBack) {
+    app_chassis::run([](AppChassis& chassis) {
+        put_profile(chassis);
+        EXPECT_EQ(templet_onu(1).add(), OV_GPON_RET_OK);
+        chassis.card.behave(FakeCard::be_silent);
+        EXPECT_EQ(templet_onu(2).add(), OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(stored_onu(2), nullptr);
+        EXPECT_EQ(held(), PROFILES_OWN); // of the first
+        Onu onu = onu_at(1);
+        EXPECT_EQ(ov_app_gpon_onu_del(&onu), OV_GPON_RET_BAD_PARAM);
+        EXPECT_NE(stored_onu(1), nullptr);
+        EXPECT_EQ(held(), PROFILES_OWN);
+        EXPECT_EQ(bind_count(), 1);
+    });
+}
+
+// It is a change of the tables alone, which the card hears of with its next start.
+TEST(TempletOnu, CardThatLeavesBetweenCheckAndSendIsNoRefusal) {
+    app_chassis::run([](AppChassis& chassis) {
+        put_profile(chassis);
+        app_chassis::take_card_out_at_writes_of(SONU);
+        EXPECT_EQ(templet_onu(1).add(), OV_GPON_RET_OK);
+        EXPECT_NE(stored_onu(1), nullptr);
+        EXPECT_EQ(held(), PROFILES_OWN);
+        HalChassis::activate(AppChassis::SLOT);
+        Onu onu = onu_at(1);
+        EXPECT_EQ(ov_app_gpon_onu_del(&onu), OV_GPON_RET_OK);
+        EXPECT_EQ(stored_onu(1), nullptr);
+        EXPECT_EQ(held(), NOTHING);
+        EXPECT_THAT(chassis.messages(), IsEmpty());
     });
 }
 

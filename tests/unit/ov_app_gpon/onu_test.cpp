@@ -1,4 +1,5 @@
 // The life of an ONU: what may be created, what the card is told, and what its answer leads to.
+#include "check_callbacks.h"
 #include "onu_chassis.h"
 
 #include "mmg_definition.h"
@@ -314,6 +315,29 @@ TEST(OnuCardAnswer, SilenceRefusesTheRow) {
     });
 }
 
+constexpr int ABSENT_SLOT = 5; // a line card's, without a card
+
+// A card that is known to be gone gets its ONUs with its next start; one that isn't is asked in vain.
+TEST(OnuCardAnswer, CardThatLeavesBetweenCheckAndSend) {
+    app_chassis::run([](AppChassis& chassis) {
+        put_type(chassis);
+        app_chassis::take_card_out_at_writes_of(SONU);
+        EXPECT_EQ(new_onu(1, SN).add(), OV_GPON_RET_OK);
+        EXPECT_THAT(chassis.messages(), IsEmpty());
+        ASSERT_NE(stored_onu(1), nullptr);
+        EXPECT_EQ(stored_onu(1)->sOnuTableOnuState, SONUTABLEONUSTATE_ADDED);
+        EXPECT_NE(uif_lookup_by_index(onu_ifindex_of(onu_at(1))), nullptr);
+
+        HalChassis::activate(ABSENT_SLOT);
+        Request request = new_onu(1, SN);
+        request.row.slotID = ABSENT_SLOT;
+        EXPECT_EQ(request.add(), OV_GPON_RET_BAD_PARAM);
+        EXPECT_THAT(chassis.hal.log.lines(), Contains("set ONU error"));
+        EXPECT_EQ(find_row(onu_at(1, PORT, ABSENT_SLOT)), nullptr);
+        EXPECT_EQ(uif_lookup_by_index(onu_ifindex_of(onu_at(1, PORT, ABSENT_SLOT))), nullptr);
+    });
+}
+
 // ---- changes -------------------------------------------------------------------------------------------
 
 TEST(OnuEdit, NewCredentialsAloneWaitForTheNextChangeOfTheMode) {
@@ -621,11 +645,20 @@ std::vector<std::string> set_chain_of_onus() {
 TEST(OnuCompanions, FollowTheOnuInTheChain) {
     app_chassis::run([](AppChassis&) {
         const auto chain = set_chain_of_onus();
-        const auto place = [&](const char* name) { return std::find(chain.begin(), chain.end(), name); };
-        ASSERT_THAT(chain, Contains("app_onu"));
-        EXPECT_LT(place("app_onu"), place("app_onu_extend"));
-        EXPECT_LT(place("app_onu_extend"), place("app_onu_history"));
-        EXPECT_NE(place("app_onu_history"), chain.end());
+        auto from = chain.begin();
+        for (const char* next : {"ov_app_gpon_service_port", "app_gemport", "app_tcont", "app_onu",
+                                 "app_alarm", "app_onu_extend", "app_onu_history"}) {
+            from = std::find(from, chain.end(), next);
+            EXPECT_NE(from, chain.end()) << next << " is not behind those before it";
+        }
+    });
+}
+
+TEST(OnuInit, RegistrationsThatFailAreLogged) {
+    app_chassis::run([](AppChassis& chassis) {
+        ov_app_gpon_onu_init(); // for the second time
+        EXPECT_THAT(chassis.hal.log.lines(), ElementsAre("app_onu register onutable set call back error",
+                                                         "app_onu register onutable set call back error"));
     });
 }
 

@@ -1,6 +1,7 @@
 // ONUs that nobody has provisioned, as the cards report them.
 #include "ov_app_gpon_onuinit.h"
 
+#include "mmg_internal.h"
 #include "onu_chassis.h"
 #include "ov_app_gpon_trap.h"
 #include "sOnuInitTable.h"
@@ -85,8 +86,36 @@ TEST(UnconfiguredOnu, WhatTheTableRefusesIsLogged) {
         auto report = report_of();
         EXPECT_EQ(ov_app_gpon_unconfig_onu_del_by_lowlayer(&report), OV_GPON_RET_BAD_PARAM);
         EXPECT_EQ(ov_app_gpon_unconfig_onu_edit_by_lowlayer(&report), OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(ov_app_gpon_unconfig_onu_add_by_lowlayer(&report), OV_GPON_RET_OK);
+        EXPECT_EQ(ov_app_gpon_unconfig_onu_add_by_lowlayer(&report), OV_GPON_RET_BAD_PARAM); // it is there
         EXPECT_THAT(chassis.hal.log.lines(), IsSupersetOf({"delete unconfig onu failure!: 1:3:4:7",
-                                                           "edit unconfig onu failure!: 1:3:4:7"}));
+                                                           "edit unconfig onu failure!: 1:3:4:7",
+                                                           "add unconfig onu failure!: 1:3:4:7"}));
+        EXPECT_STREQ(stored(CARDS_NUMBER)->sOnuInitTablePw, "password-11");
+    });
+}
+
+// Whatever the card calls its port and its ONU: a row of that name, which goes as it came.
+TEST(UnconfiguredOnu, ReportsOfImpossiblePlacesAreTakenAndTakenBack) {
+    app_chassis::run([](AppChassis& chassis) {
+        for (const uint32_t port : {0u, 0xffffffffu, 0x0a010000u, 77u})
+            for (const uint32_t number : {0u, 129u, 70000u, 0xffffffffu}) {
+                SCOPED_TRACE(testing::Message() << port << " " << number);
+                auto report = report_of(number);
+                report.ponIfindex = port;
+                receive(OV_HAL_GPON_MSG_ACTION_CREATE, report);
+                int rows = 0;
+                for (const UnknownOnu& row : all_rows<UnknownOnu>()) {
+                    ++rows;
+                    EXPECT_EQ(row.slotID, static_cast<int32_t>(ov_ifindex_get_slot_id(port)));
+                    EXPECT_EQ(row.portID, static_cast<int32_t>(ov_ifindex_get_port_id(port)));
+                    EXPECT_EQ(row.sOnuInitTableTmpOnuId, number);
+                }
+                EXPECT_EQ(rows, 1);
+                receive(OV_HAL_GPON_MSG_ACTION_DELETE, report);
+                EXPECT_EQ(get_row_num(did_of<UnknownOnu>()), 0);
+            }
+        EXPECT_THAT(chassis.messages(), IsEmpty());
     });
 }
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "../support/app_chassis.h"
+#include "check_callbacks.h"
 #include "ov_app_gpon_pon_port_cfg.h"
 #include "ov_app_gpon_qos.h"
 #include "sOnuSrvProfileTable.h"
@@ -317,6 +318,25 @@ TEST(PortSet, AnyOtherAnswerOfTheCardRefusesTheRow) {
         EXPECT_EQ(stored().sPonTableDsFec, 0);
         EXPECT_THAT(chassis.hal.log.lines(), Contains("set port to hal error"));
         EXPECT_THAT(chassis.hal.log.lines(), Contains("mib set error for port table"));
+    });
+}
+
+TEST(PortSet, ASilentCardRefusesTheRow) {
+    with_port([](AppChassis& chassis) {
+        chassis.card.behave(FakeCard::be_silent);
+        EXPECT_EQ(edit_number(&Port::sPonTableDsFec, 1, sPonTableDsFec), OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(stored().sPonTableDsFec, 0);
+        EXPECT_THAT(chassis.hal.log.lines(), Contains("set port to hal error"));
+    });
+}
+
+// It hears of the setting with its next start.
+TEST(PortSet, ACardThatLeavesBetweenCheckAndSendRefusesNothing) {
+    with_port([](AppChassis& chassis) {
+        app_chassis::take_card_out_at_writes_of(SPON);
+        EXPECT_EQ(edit_number(&Port::sPonTableDsFec, 1, sPonTableDsFec), 0);
+        EXPECT_EQ(stored().sPonTableDsFec, 1);
+        EXPECT_THAT(chassis.messages(), IsEmpty());
     });
 }
 

@@ -1,6 +1,7 @@
 // Cards and ports that go: out of service with their rows kept, or removed with their rows.
 #include "ov_app_gpon_config_restore.h"
 
+#include "check_callbacks.h"
 #include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_service_port.h"
 #include "restore_chassis.h"
@@ -18,6 +19,7 @@
 #include "servicePortTable.h"
 
 using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -133,6 +135,34 @@ TEST(SlotDeactive, OnlyLineCardsAreServed) {
     run_restore_chassis([](RestoreChassis&) {
         for (const uint32_t slot : {8u, 17u, 19u, 99u, 0xffffffffu})
             EXPECT_EQ(deactive(slot), KAVO_PARAM);
+    });
+}
+
+TEST(SlotDeactive, RowsThatCannotBeWrittenAreLoggedAndTheRestIsDone) {
+    run_restore_chassis([](RestoreChassis& chassis) {
+        app_chassis::refuse_writes_of(SONU);
+        put_onu(chassis, SLOT, 4, 7);
+        put_onu(chassis, SLOT, 4, 8);
+        ov_startup_gpon_config_sync_end_set(SLOT, 1);
+        EXPECT_EQ(deactive(SLOT), KAVO_OK);
+        ov_app_gpon_pon_shutdown_deactive_onu(ov_ifindex_gen_by_phyinfo(PORT_TYPE_GPON, 1, SLOT, 0, 4, 0));
+        std::vector<std::string> lines = chassis.card.hal.log.lines();
+        std::erase_if(lines,
+                      [](const std::string& line) { return !line.starts_with("set onu state error "); });
+        EXPECT_THAT(lines, SizeIs(4));
+        EXPECT_THAT(lines, Each(MatchesRegex("set onu state error [a-z_]+ [0-9]+")));
+        EXPECT_EQ(row_at<Onu>(1, SLOT, 4, 7)->sOnuTableOnuState, SONUTABLEONUSTATE_OPERATIONAL);
+        EXPECT_EQ(row_at<ov_sOnuHistoryTable_attr_t>(1, SLOT, 4, 8)->sOnuHistoryAuthTime1, 0u);
+        EXPECT_EQ(row_at<ov_sOnuInitTable_attr_t>(1, SLOT, 4, 8u), nullptr);
+        EXPECT_EQ(ov_startup_gpon_config_sync_end_check(SLOT), 0);
+    });
+}
+
+TEST(SlotDeactive, TheVersionLeavesNothingBehindItsEnd) {
+    run_restore_chassis([](RestoreChassis& chassis) {
+        put_onu(chassis, SLOT, 4, 7);
+        deactive(SLOT);
+        EXPECT_THAT(row_at<Onu>(1, SLOT, 4, 7)->sOnuTableOnuActVersion, Each('\0'));
     });
 }
 
