@@ -6,9 +6,11 @@
 #include <string_view>
 
 #include "app_rows.h"
+#include "gpon_cli.h"
 #include "gpon_config_parts.h"
 #include "kavo_cmd.h"
 #include "kavo_vty_object.h"
+#include "ov_gpon_onu_config.h"
 #include "ov_ifindex.h"
 #include "sOnuSrvProfileTable.h"
 
@@ -116,7 +118,8 @@ int print_onu(struct vty* vty, const ov_sOnuTable_attr_t& onu) {
 // A profile without a name of its own is called by its id.
 int print_profile_name(struct vty* vty, const ov_sOnuSrvProfileTable_attr_t& profile) {
     const std::string id = std::to_string(profile.onuSrvProfileId);
-    if (profile.onuSrvProfileName == id || !gpon_config_is_word(profile.onuSrvProfileName))
+    if (profile.onuSrvProfileName == id ||
+        !gpon_config_is_name(profile.onuSrvProfileName, GPON_CLI_PROFILE_NAME_MAX))
         return 0;
     vty_out(vty, " profile-name %s%s", profile.onuSrvProfileName, kavo_newline(vty));
     return 1;
@@ -125,7 +128,7 @@ int print_profile_name(struct vty* vty, const ov_sOnuSrvProfileTable_attr_t& pro
 int print_profile(struct vty* vty, const ov_sOnuSrvProfileTable_attr_t& profile) {
     char head[PROFILE_HEAD_SIZE];
     profile_head(head, profile);
-    if (!wanted(vty, head) || !gpon_config_is_word(profile.sOnuTypeProfileName))
+    if (!wanted(vty, head) || !gpon_config_is_name(profile.sOnuTypeProfileName, GPON_CLI_SHORT_NAME_MAX))
         return 0;
     print_head(vty, head);
     const int lines = 1 + print_profile_name(vty, profile);

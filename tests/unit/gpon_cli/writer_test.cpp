@@ -196,6 +196,7 @@ TEST_F(Writer, ATextThatIsNoWordIsNotWritten) {
     add_onutype("gr\xfcn");
     add_profile(5, "a b", "KLM-618");
     add_profile(6, "six", "K\nreboot");
+    add_profile(7, "seven", "a-type-of-thirty-three-characters"); // one more than the command takes
     EXPECT_EQ(write(), "gpon\n!\nonu-srvprofile profile-id 5 onu-type KLM-618\n!\n");
 }
 
