@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 
+#include "agentx_pdu.h"
 #include "ov_product_log.h"
 #include "snmp_agent_library.h"
 
@@ -41,6 +42,7 @@ struct Patience {
     bool is_exhausted() const { return spent >= milliseconds(AGENTX_PASS_BUDGET_MS); }
 };
 Patience patience;
+AgentxGate gate;                  // of the connection that stands
 int current_sock = -1;            // of the connection that stands
 bool is_up = false;               // as far as we know
 std::atomic<unsigned> losses = 0; // of connections
@@ -119,8 +121,13 @@ int link_recv(netsnmp_transport* transport, void* buffer, int size, void** opaqu
         got = recv(transport->sock, buffer, static_cast<size_t>(size), 0);
     } while (got < 0 && errno == EINTR);
     patience.answered();
-    if (got > 0)
-        patience.said = false;
+    if (got <= 0)
+        return static_cast<int>(got);
+    if (!gate.pass({static_cast<const uint8_t*>(buffer), static_cast<size_t>(got)})) {
+        give_up(transport->sock, "sends what isn't AgentX");
+        return -1;
+    }
+    patience.said = false;
     return static_cast<int>(got);
 }
 
@@ -216,6 +223,7 @@ netsnmp_transport* open_link(const char* target) {
     }
     patience.asked.reset();
     patience.lost = false;
+    gate = {};
     current_sock = sock;
     is_up = true;
     return transport;

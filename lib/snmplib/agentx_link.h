@@ -7,7 +7,8 @@
 //   - connect() never waits; a master that doesn't take connections counts as absent;
 //   - a request that the master left unanswered for AGENTX_REPLY_MS ends the connection: whatever the
 //     library still wants to say on it fails at once (65 tables would wait one after the other);
-//   - so does waiting longer than AGENTX_PASS_BUDGET_MS in sum during one pass of the event loop.
+//   - so does waiting longer than AGENTX_PASS_BUDGET_MS in sum during one pass of the event loop;
+//   - so does a PDU that isn't one (agentx_pdu.h): the library would trust it.
 //
 // The library then connects again after AGENTX_PING_SECONDS. Event loop's thread.
 #pragma once
