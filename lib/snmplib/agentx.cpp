@@ -103,8 +103,10 @@ void drain() {
     constexpr int MAX_STEPS = 16;
     for (int step = 0; step < MAX_STEPS; ++step) {
         wanted().ask();
-        if (!read_ready(wanted().fds, wanted().count))
+        if (!read_ready(wanted().fds, wanted().count)) {
+            agentx_link_idle();
             return;
+        }
     }
 }
 

@@ -6,12 +6,14 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "agentx_pdu.h"
@@ -42,7 +44,51 @@ struct Patience {
     bool is_exhausted() const { return spent >= milliseconds(AGENTX_PASS_BUDGET_MS); }
 };
 Patience patience;
-AgentxGate gate;                  // of the connection that stands
+AgentxGate gate; // of the connection that stands
+
+// What the library has been given and hasn't answered. It takes a request through inner connections of its
+// own, in some steps, and keeps pointers meanwhile: to the connection, which it would use after its end, and
+// to the SET, which a phase that comes before the last one is done would free under it. A master that goes
+// away, or one that a stall of ours has made repeat itself, has all of that waiting in the socket at once.
+class InFlight {
+public:
+    void took(const AgentxPduHead& pdu) {
+        using enum AgentxPduType;
+        held_ = 0;
+        if (pdu.type >= GET && pdu.type <= GET_BULK)
+            ++reads_;
+        else if (pdu.type >= TEST_SET && pdu.type <= CLEANUP_SET)
+            phase_ = pdu.packet;
+    }
+    void answered(const AgentxPduHead& pdu) {
+        held_ = 0;
+        if (phase_ == pdu.packet)
+            phase_.reset();
+        else if (reads_ > 0)
+            --reads_;
+    }
+    // Whether the next PDU, or the end of the connection, is to wait for a step of the library.
+    bool holds_next() { return phase_ && hold(); }
+    bool holds_end() { return (phase_ || reads_ > 0) && hold(); }
+    // The library has done all there was to do. The last phase of a SET has no answer; this is what ends it.
+    void done() { *this = {}; }
+
+private:
+    // Nobody waits for ever for a request that the library has dropped.
+    static constexpr int kSteps = 16;
+
+    bool hold() {
+        if (++held_ <= kSteps)
+            return true;
+        *this = {};
+        return false;
+    }
+
+    std::optional<uint32_t> phase_; // packet of the phase of a SET
+    unsigned reads_ = 0;
+    int held_ = 0; // times in a row
+};
+InFlight in_flight;
 int current_sock = -1;            // of the connection that stands
 bool is_up = false;               // as far as we know
 std::atomic<unsigned> losses = 0; // of connections
@@ -78,9 +124,8 @@ bool is_patient(int sock) {
     return !patience.lost;
 }
 
-// The byte of the AgentX header that holds the type.
-uint8_t type_of(const void* pdu, int size) {
-    return size < 2 ? 0 : static_cast<const uint8_t*>(pdu)[1];
+std::span<const uint8_t> bytes_of(const void* pdu, int size) {
+    return {static_cast<const uint8_t*>(pdu), static_cast<size_t>(size)};
 }
 
 bool send_all(int sock, const char* data, size_t size) {
@@ -99,36 +144,66 @@ bool send_all(int sock, const char* data, size_t size) {
 int link_send(netsnmp_transport* transport, const void* data, int size, void** /*opaque*/, int* /*length*/) {
     if (transport->sock < 0 || size < 0 || patience.lost)
         return -1;
-    const bool waits = agentx_link_waits_for_answer(type_of(data, size));
+    const auto head = agentx_pdu_head(bytes_of(data, size));
+    const bool waits = head && agentx_link_waits_for_answer(static_cast<uint8_t>(head->type));
     if (waits && !is_patient(transport->sock))
         return -1;
     if (!send_all(transport->sock, static_cast<const char*>(data), static_cast<size_t>(size))) {
         give_up(transport->sock, "takes no more requests");
         return -1;
     }
+    if (head && head->type == AgentxPduType::RESPONSE)
+        in_flight.answered(*head);
     if (waits)
         patience.asked = Clock::now();
     return size;
 }
 
+// Reads no further than to the end of a PDU: what the next one needs may still be under way in the library.
+// The length, 0 at the end of the connection, -1 for an error or what isn't AgentX.
+int receive_pdu(int sock, char* buffer, size_t room) {
+    size_t length = 0;
+    for (int flags = 0; length < room; flags = MSG_DONTWAIT) { // header, then payload
+        const size_t wanted = std::min(gate.missing(), room - length);
+        const ssize_t got = recv(sock, buffer + length, wanted, flags);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return length > 0 ? static_cast<int>(length) : static_cast<int>(got); // the rest comes later
+        if (!gate.pass(bytes_of(buffer + length, static_cast<int>(got)))) {
+            give_up(sock, "sends what isn't AgentX");
+            return -1;
+        }
+        length += static_cast<size_t>(got);
+        if (gate.is_between())
+            break;
+    }
+    return static_cast<int>(length);
+}
+
+// What link_recv gives when there is nothing for the library yet, without ending the connection. The library
+// takes the flag back each time.
+int nothing_yet(netsnmp_transport* transport) {
+    transport->flags |= NETSNMP_TRANSPORT_FLAG_EMPTY_PKT;
+    return 0;
+}
+
 int link_recv(netsnmp_transport* transport, void* buffer, int size, void** opaque, int* length) {
+    constexpr int END = -1;
     *opaque = nullptr;
     *length = 0;
     if (transport->sock < 0 || size <= 0)
-        return -1;
-    ssize_t got = 0;
-    do {
-        got = recv(transport->sock, buffer, static_cast<size_t>(size), 0);
-    } while (got < 0 && errno == EINTR);
+        return END;
+    if (in_flight.holds_next())
+        return nothing_yet(transport);
+    const int got = receive_pdu(transport->sock, static_cast<char*>(buffer), static_cast<size_t>(size));
     patience.answered();
     if (got <= 0)
-        return static_cast<int>(got);
-    if (!gate.pass({static_cast<const uint8_t*>(buffer), static_cast<size_t>(got)})) {
-        give_up(transport->sock, "sends what isn't AgentX");
-        return -1;
-    }
+        return in_flight.holds_end() ? nothing_yet(transport) : END;
     patience.said = false;
-    return static_cast<int>(got);
+    if (gate.is_between())
+        in_flight.took(*gate.ended());
+    return got;
 }
 
 int link_close(netsnmp_transport* transport) {
@@ -224,6 +299,7 @@ netsnmp_transport* open_link(const char* target) {
     patience.asked.reset();
     patience.lost = false;
     gate = {};
+    in_flight = {};
     current_sock = sock;
     is_up = true;
     return transport;
@@ -238,9 +314,8 @@ netsnmp_transport* create_from_tspec(netsnmp_tdomain_spec* domain) {
 } // namespace
 
 bool agentx_link_waits_for_answer(uint8_t pdu_type) {
-    constexpr uint8_t NOTIFY = 12;
-    constexpr uint8_t RESPONSE = 18;
-    return pdu_type != NOTIFY && pdu_type != RESPONSE;
+    using enum AgentxPduType;
+    return AgentxPduType(pdu_type) != NOTIFY && AgentxPduType(pdu_type) != RESPONSE;
 }
 
 bool agentx_link_has_room() {
@@ -260,6 +335,10 @@ unsigned agentx_link_losses() {
 
 void agentx_link_new_pass() {
     patience.spent = {};
+}
+
+void agentx_link_idle() {
+    in_flight.done();
 }
 
 void agentx_link_init() {

@@ -13,18 +13,6 @@ constexpr uint8_t FLAG_NETWORK_ORDER = 0x10;
 constexpr size_t MAX_ARCS = 128;
 constexpr size_t PREFIX_ARCS = 5; // 1.3.6.1 and the arc that the prefix names
 
-enum PduType : uint8_t {
-    CLOSE = 2,
-    GET = 5,
-    GET_NEXT = 6,
-    GET_BULK = 7,
-    TEST_SET = 8,
-    COMMIT_SET = 9,
-    UNDO_SET = 10,
-    CLEANUP_SET = 11,
-    RESPONSE = 18,
-};
-
 enum ValueType : uint16_t {
     INTEGER = 2,
     OCTET_STRING = 4,
@@ -134,8 +122,9 @@ private:
 };
 
 bool payload_is_sound(uint8_t type, Parts payload) {
+    using enum AgentxPduType;
     constexpr size_t RESPONSE_HEAD = 8; // sysUpTime, error, index
-    switch (type) {
+    switch (AgentxPduType(type)) {
     case CLOSE:
         return payload.skip(4) && payload.is_at_end();
     case GET:
@@ -166,6 +155,15 @@ size_t size_told(Bytes header) {
 
 } // namespace
 
+std::optional<AgentxPduHead> agentx_pdu_head(Bytes pdu) {
+    constexpr size_t PACKET_AT = 12;
+    if (pdu.size() < HEADER)
+        return std::nullopt;
+    AgentxPduHead head = {.type = AgentxPduType(pdu[1]), .packet = 0};
+    Parts(pdu.subspan(PACKET_AT, 4), is_network_order(pdu)).word32(head.packet);
+    return head;
+}
+
 bool agentx_pdu_is_sound(Bytes pdu) {
     if (pdu.size() < HEADER || size_told(pdu) != pdu.size())
         return false;
@@ -174,31 +172,26 @@ bool agentx_pdu_is_sound(Bytes pdu) {
     return (!has_context || payload.octet_string()) && payload_is_sound(pdu[1], payload);
 }
 
+size_t AgentxGate::missing() const {
+    return (begun_.size() < HEADER ? HEADER : size_told(begun_)) - begun_.size();
+}
+
 bool AgentxGate::pass(Bytes piece) {
     while (!piece.empty()) {
-        // Nearly every PDU comes in one piece and is looked at where it is.
-        if (begun_.empty() && piece.size() >= HEADER) {
-            const size_t size = size_told(piece);
-            if (size == 0)
-                return false;
-            if (size <= piece.size()) {
-                if (!agentx_pdu_is_sound(piece.first(size)))
-                    return false;
-                piece = piece.subspan(size);
-                continue;
-            }
-        }
-        const size_t size = begun_.size() < HEADER ? HEADER : size_told(begun_);
-        const size_t take = std::min(size - begun_.size(), piece.size());
+        const size_t take = std::min(missing(), piece.size());
         begun_.insert(begun_.end(), piece.begin(), piece.begin() + static_cast<ptrdiff_t>(take));
         piece = piece.subspan(take);
         if (begun_.size() < HEADER)
-            continue;
+            return true;
         const size_t whole = size_told(begun_);
-        if (whole == 0 || (whole == begun_.size() && !agentx_pdu_is_sound(begun_)))
+        if (whole == 0)
             return false;
-        if (whole == begun_.size())
-            begun_.clear();
+        if (begun_.size() < whole)
+            continue;
+        if (!agentx_pdu_is_sound(begun_))
+            return false;
+        ended_ = agentx_pdu_head(begun_);
+        begun_.clear();
     }
     return true;
 }

@@ -7,8 +7,30 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
+
+enum class AgentxPduType : uint8_t {
+    CLOSE = 2,
+    GET = 5,
+    GET_NEXT = 6,
+    GET_BULK = 7,
+    TEST_SET = 8,
+    COMMIT_SET = 9,
+    UNDO_SET = 10,
+    CLEANUP_SET = 11,
+    NOTIFY = 12,
+    RESPONSE = 18,
+};
+
+// What the header of a PDU says.
+struct AgentxPduHead {
+    AgentxPduType type;
+    uint32_t packet; // number of the request, the same in its answer
+};
+// Of the first 20 bytes; nothing for fewer.
+std::optional<AgentxPduHead> agentx_pdu_head(std::span<const uint8_t> pdu);
 
 // Whether these bytes are one PDU that a master may send to a subagent: a Close, a request or a Response, all
 // of whose parts end where it does. Object identifiers have 128 arcs at most (RFC 2741, 5.1).
@@ -22,7 +44,14 @@ public:
 
     // Whether every PDU that ends in this piece is sound. After a refusal the stream is of no use.
     bool pass(std::span<const uint8_t> piece);
+    // Bytes up to the end of the present PDU, or of its header as long as that isn't complete.
+    size_t missing() const;
+    // Whether the last piece ended a PDU.
+    bool is_between() const { return ended_ && begun_.empty(); }
+    // The last PDU that has ended.
+    const std::optional<AgentxPduHead>& ended() const { return ended_; }
 
 private:
     std::vector<uint8_t> begun_; // of the PDU that hasn't ended yet
+    std::optional<AgentxPduHead> ended_;
 };
