@@ -46,46 +46,33 @@ struct Patience {
 Patience patience;
 AgentxGate gate; // of the connection that stands
 
-// What the library has been given and hasn't answered. It takes a request through inner connections of its
-// own, in some steps, and keeps pointers meanwhile: to the connection, which it would use after its end, and
-// to the SET, which a phase that comes before the last one is done would free under it. A master that goes
-// away, or one that a stall of ours has made repeat itself, has all of that waiting in the socket at once.
+// The PDU that the library has been given and isn't done with. It takes a request through inner connections
+// of its own, in some steps, and keeps pointers meanwhile: to the connection, which it would use after its
+// end, and to the SET, which a phase that comes before the last one is done would free under it. Of a master
+// that goes away, or that a stall of ours has made repeat itself, all of that waits in the socket at once.
 class InFlight {
 public:
-    void took(const AgentxPduHead& pdu) {
+    void took(AgentxPduType pdu) {
         using enum AgentxPduType;
         held_ = 0;
-        if (pdu.type >= GET && pdu.type <= GET_BULK)
-            ++reads_;
-        else if (pdu.type >= TEST_SET && pdu.type <= CLEANUP_SET)
-            phase_ = pdu.packet;
+        pending_ = pdu >= GET && pdu <= CLEANUP_SET;
     }
-    void answered(const AgentxPduHead& pdu) {
-        held_ = 0;
-        if (phase_ == pdu.packet)
-            phase_.reset();
-        else if (reads_ > 0)
-            --reads_;
-    }
-    // Whether the next PDU, or the end of the connection, is to wait for a step of the library.
-    bool holds_next() { return phase_ && hold(); }
-    bool holds_end() { return (phase_ || reads_ > 0) && hold(); }
-    // The library has done all there was to do. The last phase of a SET has no answer; this is what ends it.
+    // It has been answered, or the library has nothing left to do: the last phase of a SET has no answer.
     void done() { *this = {}; }
+    // Whether what comes next, another PDU or the end of the connection, is to wait for a step of the
+    // library. A request that the library has dropped isn't waited for any longer than the longest takes.
+    bool holds_next() {
+        if (!pending_)
+            return false;
+        if (++held_ > kSteps)
+            done();
+        return pending_;
+    }
 
 private:
-    // Nobody waits for ever for a request that the library has dropped.
     static constexpr int kSteps = 16;
 
-    bool hold() {
-        if (++held_ <= kSteps)
-            return true;
-        *this = {};
-        return false;
-    }
-
-    std::optional<uint32_t> phase_; // packet of the phase of a SET
-    unsigned reads_ = 0;
+    bool pending_ = false;
     int held_ = 0; // times in a row
 };
 InFlight in_flight;
@@ -144,16 +131,16 @@ bool send_all(int sock, const char* data, size_t size) {
 int link_send(netsnmp_transport* transport, const void* data, int size, void** /*opaque*/, int* /*length*/) {
     if (transport->sock < 0 || size < 0 || patience.lost)
         return -1;
-    const auto head = agentx_pdu_head(bytes_of(data, size));
-    const bool waits = head && agentx_link_waits_for_answer(static_cast<uint8_t>(head->type));
+    const auto type = agentx_pdu_type(bytes_of(data, size));
+    const bool waits = type && agentx_link_waits_for_answer(static_cast<uint8_t>(*type));
     if (waits && !is_patient(transport->sock))
         return -1;
     if (!send_all(transport->sock, static_cast<const char*>(data), static_cast<size_t>(size))) {
         give_up(transport->sock, "takes no more requests");
         return -1;
     }
-    if (head && head->type == AgentxPduType::RESPONSE)
-        in_flight.answered(*head);
+    if (type == AgentxPduType::RESPONSE)
+        in_flight.done();
     if (waits)
         patience.asked = Clock::now();
     return size;
@@ -199,7 +186,7 @@ int link_recv(netsnmp_transport* transport, void* buffer, int size, void** opaqu
     const int got = receive_pdu(transport->sock, static_cast<char*>(buffer), static_cast<size_t>(size));
     patience.answered();
     if (got <= 0)
-        return in_flight.holds_end() ? nothing_yet(transport) : END;
+        return END;
     patience.said = false;
     if (gate.is_between())
         in_flight.took(*gate.ended());

@@ -15,8 +15,8 @@
 //
 // The library then connects again after AGENTX_PING_SECONDS.
 //
-// PDUs are handed over one at a time, and what follows a phase of a SET, or the end of the connection, not
-// before the library is done with what it has: it would use memory that it has freed. Event loop's thread.
+// PDUs are handed over one at a time: the next, or the end of the connection, not before the library is done
+// with what it has, since it would use memory that it has freed. Event loop's thread.
 #pragma once
 
 #include <cstdint>

@@ -155,13 +155,8 @@ size_t size_told(Bytes header) {
 
 } // namespace
 
-std::optional<AgentxPduHead> agentx_pdu_head(Bytes pdu) {
-    constexpr size_t PACKET_AT = 12;
-    if (pdu.size() < HEADER)
-        return std::nullopt;
-    AgentxPduHead head = {.type = AgentxPduType(pdu[1]), .packet = 0};
-    Parts(pdu.subspan(PACKET_AT, 4), is_network_order(pdu)).word32(head.packet);
-    return head;
+std::optional<AgentxPduType> agentx_pdu_type(Bytes pdu) {
+    return pdu.size() < HEADER ? std::nullopt : std::optional(AgentxPduType(pdu[1]));
 }
 
 bool agentx_pdu_is_sound(Bytes pdu) {
@@ -190,7 +185,7 @@ bool AgentxGate::pass(Bytes piece) {
             continue;
         if (!agentx_pdu_is_sound(begun_))
             return false;
-        ended_ = agentx_pdu_head(begun_);
+        ended_ = agentx_pdu_type(begun_);
         begun_.clear();
     }
     return true;

@@ -24,13 +24,8 @@ enum class AgentxPduType : uint8_t {
     RESPONSE = 18,
 };
 
-// What the header of a PDU says.
-struct AgentxPduHead {
-    AgentxPduType type;
-    uint32_t packet; // number of the request, the same in its answer
-};
-// Of the first 20 bytes; nothing for fewer.
-std::optional<AgentxPduHead> agentx_pdu_head(std::span<const uint8_t> pdu);
+// What the header of a PDU says; nothing for fewer bytes than it has.
+std::optional<AgentxPduType> agentx_pdu_type(std::span<const uint8_t> pdu);
 
 // Whether these bytes are one PDU that a master may send to a subagent: a Close, a request or a Response, all
 // of whose parts end where it does. Object identifiers have 128 arcs at most (RFC 2741, 5.1).
@@ -48,10 +43,10 @@ public:
     size_t missing() const;
     // Whether the last piece ended a PDU.
     bool is_between() const { return ended_ && begun_.empty(); }
-    // The last PDU that has ended.
-    const std::optional<AgentxPduHead>& ended() const { return ended_; }
+    // The type of the last PDU that has ended.
+    std::optional<AgentxPduType> ended() const { return ended_; }
 
 private:
     std::vector<uint8_t> begun_; // of the PDU that hasn't ended yet
-    std::optional<AgentxPduHead> ended_;
+    std::optional<AgentxPduType> ended_;
 };
