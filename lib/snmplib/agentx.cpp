@@ -116,8 +116,10 @@ void drain(unsigned answers) {
     constexpr int MAX_STEPS = 16;
     for (int step = 0; step < MAX_STEPS && agentx_link_traffic().answers == answers; ++step) {
         wanted().ask();
-        if (!leave_ready(wanted().fds, wanted().count))
+        if (!leave_ready(wanted().fds, wanted().count)) {
+            agentx_link_idle();
             return;
+        }
         read_ready(wanted().fds);
     }
 }

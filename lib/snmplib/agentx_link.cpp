@@ -6,14 +6,17 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <span>
 #include <string>
 
+#include "agentx_pdu.h"
 #include "ov_product_log.h"
 #include "snmp_agent_library.h"
 
@@ -41,14 +44,42 @@ struct Patience {
     bool is_exhausted() const { return spent >= milliseconds(AGENTX_PASS_BUDGET_MS); }
 };
 Patience patience;
+AgentxGate gate; // of the connection that stands
+
+// The PDU that the library has been given and isn't done with. It takes a request through inner connections
+// of its own, in some steps, and keeps pointers meanwhile: to the connection, which it would use after its
+// end, and to the SET, which a phase that comes before the last one is done would free under it. Of a master
+// that goes away, or that a stall of ours has made repeat itself, all of that waits in the socket at once.
+class InFlight {
+public:
+    void took(AgentxPduType pdu) {
+        using enum AgentxPduType;
+        held_ = 0;
+        pending_ = pdu >= GET && pdu <= CLEANUP_SET;
+    }
+    // It has been answered, or the library has nothing left to do: the last phase of a SET has no answer.
+    void done() { *this = {}; }
+    // Whether what comes next, another PDU or the end of the connection, is to wait for a step of the
+    // library. A request that the library has dropped isn't waited for any longer than the longest takes.
+    bool holds_next() {
+        if (!pending_)
+            return false;
+        if (++held_ > kSteps)
+            done();
+        return pending_;
+    }
+
+private:
+    static constexpr int kSteps = 16;
+
+    bool pending_ = false;
+    int held_ = 0; // times in a row
+};
+InFlight in_flight;
 int current_sock = -1;            // of the connection that stands
 bool is_up = false;               // as far as we know
 std::atomic<unsigned> losses = 0; // of connections
 AgentxTraffic traffic;
-
-// Types of the AgentX header (RFC 2741, 6.1).
-constexpr uint8_t NOTIFY = 12;
-constexpr uint8_t RESPONSE = 18;
 
 // The connection that stands has come to an end; more than one may notice.
 void note_loss() {
@@ -81,9 +112,8 @@ bool is_patient(int sock) {
     return !patience.lost;
 }
 
-// The byte of the AgentX header that holds the type.
-uint8_t type_of(const void* pdu, int size) {
-    return size < 2 ? 0 : static_cast<const uint8_t*>(pdu)[1];
+std::span<const uint8_t> bytes_of(const void* pdu, int size) {
+    return {static_cast<const uint8_t*>(pdu), static_cast<size_t>(size)};
 }
 
 bool send_all(int sock, const char* data, size_t size) {
@@ -102,34 +132,69 @@ bool send_all(int sock, const char* data, size_t size) {
 int link_send(netsnmp_transport* transport, const void* data, int size, void** /*opaque*/, int* /*length*/) {
     if (transport->sock < 0 || size < 0 || patience.lost)
         return -1;
-    const bool waits = agentx_link_waits_for_answer(type_of(data, size));
+    const auto type = agentx_pdu_type(bytes_of(data, size));
+    const bool waits = type && agentx_link_waits_for_answer(static_cast<uint8_t>(*type));
     if (waits && !is_patient(transport->sock))
         return -1;
     if (!send_all(transport->sock, static_cast<const char*>(data), static_cast<size_t>(size))) {
         give_up(transport->sock, "takes no more requests");
         return -1;
     }
+    if (type == AgentxPduType::RESPONSE) {
+        in_flight.done();
+        ++traffic.answers;
+    }
     if (waits)
         patience.asked = Clock::now();
-    if (type_of(data, size) == RESPONSE)
-        ++traffic.answers;
     return size;
 }
 
+// Reads no further than to the end of a PDU: what the next one needs may still be under way in the library.
+// The length, 0 at the end of the connection, -1 for an error or what isn't AgentX.
+int receive_pdu(int sock, char* buffer, size_t room) {
+    size_t length = 0;
+    for (int flags = 0; length < room; flags = MSG_DONTWAIT) { // header, then payload
+        const size_t wanted = std::min(gate.missing(), room - length);
+        const ssize_t got = recv(sock, buffer + length, wanted, flags);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return length > 0 ? static_cast<int>(length) : static_cast<int>(got); // the rest comes later
+        if (!gate.pass(bytes_of(buffer + length, static_cast<int>(got)))) {
+            give_up(sock, "sends what isn't AgentX");
+            return -1;
+        }
+        length += static_cast<size_t>(got);
+        if (gate.is_between())
+            break;
+    }
+    return static_cast<int>(length);
+}
+
+// What link_recv gives when there is nothing for the library yet, without ending the connection. The library
+// takes the flag back each time.
+int nothing_yet(netsnmp_transport* transport) {
+    transport->flags |= NETSNMP_TRANSPORT_FLAG_EMPTY_PKT;
+    return 0;
+}
+
 int link_recv(netsnmp_transport* transport, void* buffer, int size, void** opaque, int* length) {
+    constexpr int END = -1;
     *opaque = nullptr;
     *length = 0;
     if (transport->sock < 0 || size <= 0)
-        return -1;
+        return END;
     ++traffic.reads;
-    ssize_t got = 0;
-    do {
-        got = recv(transport->sock, buffer, static_cast<size_t>(size), 0);
-    } while (got < 0 && errno == EINTR);
+    if (in_flight.holds_next())
+        return nothing_yet(transport);
+    const int got = receive_pdu(transport->sock, static_cast<char*>(buffer), static_cast<size_t>(size));
     patience.answered();
-    if (got > 0)
-        patience.said = false;
-    return static_cast<int>(got);
+    if (got <= 0)
+        return END;
+    patience.said = false;
+    if (gate.is_between())
+        in_flight.took(*gate.ended());
+    return got;
 }
 
 int link_close(netsnmp_transport* transport) {
@@ -224,6 +289,8 @@ netsnmp_transport* open_link(const char* target) {
     }
     patience.asked.reset();
     patience.lost = false;
+    gate = {};
+    in_flight = {};
     current_sock = sock;
     is_up = true;
     ++traffic.reads; // of an earlier connection with this number nothing holds any more
@@ -239,7 +306,8 @@ netsnmp_transport* create_from_tspec(netsnmp_tdomain_spec* domain) {
 } // namespace
 
 bool agentx_link_waits_for_answer(uint8_t pdu_type) {
-    return pdu_type != NOTIFY && pdu_type != RESPONSE;
+    using enum AgentxPduType;
+    return AgentxPduType(pdu_type) != NOTIFY && AgentxPduType(pdu_type) != RESPONSE;
 }
 
 bool agentx_link_has_room() {
@@ -267,6 +335,10 @@ unsigned agentx_link_losses() {
 
 void agentx_link_new_pass() {
     patience.spent = {};
+}
+
+void agentx_link_idle() {
+    in_flight.done();
 }
 
 void agentx_link_init() {

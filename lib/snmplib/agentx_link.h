@@ -7,9 +7,16 @@
 //   - connect() never waits; a master that doesn't take connections counts as absent;
 //   - a request that the master left unanswered for AGENTX_REPLY_MS ends the connection: whatever the
 //     library still wants to say on it fails at once (65 tables would wait one after the other);
-//   - so does waiting longer than AGENTX_PASS_BUDGET_MS in sum during one pass of the event loop.
+//   - so does waiting longer than AGENTX_PASS_BUDGET_MS in sum during one pass of the event loop;
+//   - so does a PDU that isn't one (agentx_pdu.h): the library would trust it.
 //
-// The library then connects again after AGENTX_PING_SECONDS. Event loop's thread.
+// And it hands over one PDU at a time, and neither the next phase of a SET nor the end of the connection
+// before the library is done with what it has: it would use memory that it has freed.
+//
+// The library then connects again after AGENTX_PING_SECONDS.
+//
+// PDUs are handed over one at a time: the next, or the end of the connection, not before the library is done
+// with what it has, since it would use memory that it has freed. Event loop's thread.
 #pragma once
 
 #include <cstdint>
@@ -31,6 +38,9 @@ void agentx_link_init();
 
 // Starts a new pass of the event loop: the budget for waiting is full again.
 void agentx_link_new_pass();
+
+// The library has nothing left to read, its inner connections included: what it was given is done with.
+void agentx_link_idle();
 
 // Whether something more can be sent that nobody waits for, without waiting for the master: its queue isn't
 // nearly full. Also true without a connection, when nothing is sent at all.

@@ -5,6 +5,7 @@ that of wire_card, raw sockets.
 """
 
 import os
+import random
 import struct
 import subprocess
 import threading
@@ -387,6 +388,31 @@ def test_wrong_frames_of_a_card_leave_the_daemon_standing(daemon_with_card):
             agent.event(1, kind, action & 0x7FFFFFFF, b"")
             agent.event(1, kind, action & 0x7FFFFFFF, b"\xff" * 300)
     for _ in range(20):
+        assert chassis.vty("show slot info").result == 0
+    assert chassis.daemon.poll() is None
+
+
+def test_events_of_any_bytes_leave_the_daemon_standing(daemon_with_card):
+    """Whole events with random records, and damaged frames; the same in every run."""
+    chassis, agent = daemon_with_card
+    dice = random.Random(13)
+    name = b"\0ov_ipc/19111/11101"
+    for number in range(4000):
+        size = {922: 88, 923: 88, 927: 44, 938: 72, 953: 8}
+        kind = dice.choice([*size, dice.randrange(900, 968)])
+        record = bytearray(dice.randbytes(size.get(kind, dice.randrange(300))))
+        if len(record) >= 4 and dice.random() < 0.7:  # an ONU that may be there
+            record[:4] = struct.pack(">I", onu(1, dice.randrange(1, 17), dice.randrange(1, 129)))
+        payload = struct.pack(">II", dice.choice([1, 2, 3, 4, 0, 0xFFFFFFFF]), dice.getrandbits(32)) + record
+        nl = struct.pack(">IHHII", 16 + len(payload), kind, 0, 0, 1001)
+        head = struct.pack(">7IiI", 2, 0, kind, 1, 0, 52 + len(payload), 0, 0, 0)
+        data = bytearray(struct.pack(">7I", IPC_ID, 0, ASYNC, 101, 10101, number, number) + head + nl + payload)
+        if dice.random() < 0.5:
+            for _ in range(dice.randrange(1, 5)):
+                data[dice.randrange(28, len(data))] = dice.randrange(256)
+            del data[dice.choice([len(data), dice.randrange(len(data) + 1)]) :]
+        agent.sock.sendto(data, name)
+    for _ in range(5):
         assert chassis.vty("show slot info").result == 0
     assert chassis.daemon.poll() is None
 

@@ -1,8 +1,10 @@
 """Tables as managers see them, through a master agent: walks, SET with its errors, the life of rows."""
 
+import random
 import re
 import socket
 import struct
+import threading
 
 import pytest
 
@@ -251,6 +253,15 @@ def test_rows_of_two_tables_in_one_request_come_together_or_not_at_all(chassis):
     assert chassis.snmpget(f"{wifi}.{wifi_status}.{index}")[f"{wifi}.{wifi_status}.{index}"] == "INTEGER: 1"
 
 
+def test_values_of_odd_types_are_refused_and_the_agent_stays(chassis):
+    start(chassis, {"sTcontTable": tconts(1)})
+    column = f"{TCONT}.4.1.1.1.1.1"
+    for kind, value in [("F", "1.5"), ("D", "1.5"), ("U", "1"), ("I", "-1"), ("n", "0"), ("o", ".1.3"), ("t", "5")]:
+        assert error_of(chassis, column, kind, value)
+    assert chassis.snmpget(column)[column] == "INTEGER: 7"
+    assert not chassis.log_lines("connection given up")
+
+
 # ---- a master that goes away in the middle of a SET ----------------------------------------------
 
 
@@ -363,3 +374,103 @@ def test_master_that_leaves_in_the_middle_of_a_set(chassis, phases, now, afterwa
     chassis.wait_for(lambda: wan_status(chassis) == now, what=f"status {now}")
     master.leave()
     chassis.wait_for(lambda: wan_status(chassis) == afterwards, what=f"status {afterwards}")
+
+
+class Nonsense:
+    """What no master would say, the same in every run: requests of random content, well formed or damaged."""
+
+    def __init__(self, seed, order, damaged):
+        self.dice = random.Random(seed)
+        self.order = order
+        self.damaged = damaged
+
+    def word(self):
+        return self.dice.choice([0, 1, 7, 55, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, self.dice.getrandbits(32)])
+
+    def oid(self):
+        arcs = [int(arc) for arc in TCONT.strip(".").split(".")] + [self.dice.randrange(8), 1, 2, 3, 4, 5]
+        arcs = arcs[: self.dice.randrange(len(arcs) + 1)]
+        arcs += [self.word() for _ in range(self.dice.choice([0, 0, 0, 1, 3, 108, 200 if self.damaged else 2]))]
+        return struct.pack(f"{self.order}BBBB{len(arcs)}I", len(arcs), 0, self.dice.randrange(2), 0, *arcs)
+
+    def variable(self):
+        kind = self.dice.choice([2, 4, 5, 6, 64, 65, 66, 67, 68, 70, 128, 129, 130])
+        text = self.dice.randbytes(self.dice.choice([0, 4, 5, 33, 300]))
+        if kind in (4, 64, 68):
+            value = struct.pack(self.order + "I", len(text)) + text + bytes(-len(text) % 4)
+        elif kind in (2, 65, 66, 67):
+            value = struct.pack(self.order + "I", self.word())
+        else:
+            value = {6: self.oid, 70: lambda: self.dice.randbytes(8)}.get(kind, bytes)()
+        return struct.pack(self.order + "HH", kind, 0) + self.oid() + value
+
+    def payload(self, kind):
+        if kind in (5, 6, 7):
+            bulk = struct.pack(self.order + "HH", self.dice.randrange(3), self.dice.randrange(300)) if kind == 7 else b""
+            return bulk + b"".join(self.oid() + self.oid() for _ in range(self.dice.randrange(4)))
+        if kind == 8:
+            return b"".join(self.variable() for _ in range(self.dice.randrange(4)))
+        if kind == 18:
+            head = struct.pack(self.order + "IHH", self.word(), self.word() & 0xFFFF, 0)
+            return head + b"".join(self.variable() for _ in range(self.dice.randrange(3)))
+        return b""
+
+    def frame(self):
+        kind = self.dice.choice([5, 5, 6, 6, 7, 8, 8, 9, 10, 11, 18])
+        payload = bytearray(self.payload(kind))
+        if self.damaged:
+            for _ in range(self.dice.randrange(3)):
+                if payload:
+                    payload[self.dice.randrange(len(payload))] = self.dice.randrange(256)
+            if self.dice.random() < 0.2:
+                kind = self.dice.randrange(256)
+        flags = self.dice.choice([0, 0, 0, 1, 2, 4]) | (0x10 if self.order == ">" else 0)
+        session = 7 if self.dice.random() < 0.9 else self.word()
+        return struct.pack(self.order + "BBBBIIII", 1, kind, flags, 0, session, 55, self.word(), len(payload)) + payload
+
+    def last_frame(self):
+        """One behind which no frame is known to begin any more: a length that lies, another version, half a header."""
+        lie = bytearray(self.frame())
+        where, value = self.dice.choice([(16, 0xFFFFFFFF), (16, 0x7FFFFFFF), (16, 0x80000000), (16, 1), (0, 0), (0, 0xFFFFFFFF)])
+        struct.pack_into(self.order + "I", lie, where, value)
+        return bytes(lie[: self.dice.choice([len(lie), len(lie), 11])])
+
+
+def test_a_master_that_sends_nonsense_leaves_the_agent_working(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.write("/tmp/agent/quagga.conf", "agentXPingInterval 1\n")
+    assert chassis.run("mount", "--bind", "/tmp/agent", "/etc/snmp").returncode == 0
+    master = Master(chassis)
+    chassis.start_daemon()
+    master.accept()
+    for connection in range(8):
+        nonsense = Nonsense(connection, master.order, damaged=connection >= 4)
+        heard = threading.Thread(target=read_to_the_end, args=(master.connection,))
+        heard.start()
+        try:
+            for _ in range(300):
+                master.connection.sendall(nonsense.frame())
+            master.connection.sendall(nonsense.last_frame())
+            master.connection.shutdown(socket.SHUT_WR)
+        except OSError:
+            pass  # the agent has left
+        heard.join(30)
+        assert not heard.is_alive()
+        master.leave()
+        assert chassis.daemon.poll() is None
+        assert chassis.vty("show slot info").result == 0
+        master.accept()
+    base, status, index = PLAIN["wan"]
+    chassis.wait_for(lambda: wan_status(chassis) is None, what="no row")
+    assert master.request(Master.TEST_SET, f"{base}.{status}.{index}", CREATE_AND_GO) == 0
+    assert master.request(Master.COMMIT_SET) == 0
+    master.send(Master.CLEANUP_SET, 7, 55, 999, b"")
+    chassis.wait_for(lambda: wan_status(chassis) == "ACTIVE", what="the row")
+
+
+def read_to_the_end(connection):
+    try:
+        while connection.recv(65536):
+            pass
+    except OSError:
+        pass

@@ -29,7 +29,9 @@ int subscribe(const wi_ns_topology_t& topology) {
     request.timeout = topology.timeout;
     request.filter = TIPC_SUB_PORTS;
     const ssize_t sent = send(topology.sock, &request, sizeof(request), MSG_NOSIGNAL);
-    return sent == ssize_t(sizeof(request)) ? 0 : errno;
+    if (sent < 0)
+        return errno;
+    return sent == ssize_t(sizeof(request)) ? 0 : EIO;
 }
 
 // The event's number for us, or -1.

@@ -43,11 +43,8 @@ TEST_F(MsgQueue, GivesCopiesInTheOrderOfArrival) {
 }
 
 TEST_F(MsgQueue, DequeueOfAnEmptyQueueReturnsMinusOneAtOnce) {
-    sem_wait(&queue->semlock); // not even the lock is waited for
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < 100; i++)
-        EXPECT_EQ(ov_msgq_dequeue(queue, buf.data()), -1);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(2000));
+    sem_wait(&queue->semlock);                         // not even the lock is waited for
+    EXPECT_EQ(ov_msgq_dequeue(queue, buf.data()), -1); // waiting for it would give -6
     sem_post(&queue->semlock);
 }
 

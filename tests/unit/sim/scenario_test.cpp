@@ -18,8 +18,13 @@ protected:
     // Starts the main script; the result of its end, when it has ended.
     void start() {
         result_.reset();
-        run_.start(scenario_, scenario_.on_start, 0, [this](const std::string& error) { result_ = error; });
+        run_.start(scenario_, scenario_.on_start, 0, [this](const std::string& error) {
+            result_ = error;
+            chassis_.loop.stop();
+        });
     }
+    // Runs the loop to the end of the script, a minute at most.
+    void pass_to_the_end() { pass(60000); }
     // Runs the loop for this long.
     void pass(int ms) {
         chassis_.loop.after(std::chrono::milliseconds(ms), [this] { chassis_.loop.stop(); });
@@ -79,7 +84,7 @@ TEST_F(ScenarioTest, WaitsInTheMiddle) {
     chassis_.loop.after(std::chrono::milliseconds(10), [this] {
         chassis_.records.add("note", {{"text", "go"}});
     });
-    pass(20);
+    pass_to_the_end();
     EXPECT_EQ(result_, "");
     EXPECT_EQ(notes(), "abgoc");
 }
@@ -87,7 +92,7 @@ TEST_F(ScenarioTest, WaitsInTheMiddle) {
 TEST_F(ScenarioTest, StopsAtAStepThatFails) {
     ASSERT_TRUE(read("note a\nwait timeout=1 kind=never\nnote b\n"));
     start();
-    pass(10);
+    pass_to_the_end();
     EXPECT_EQ(result_, "x.scn:2: timeout after 1 ms: 0 of 1 records seen");
     EXPECT_EQ(notes(), "a");
 }
@@ -105,7 +110,7 @@ TEST_F(ScenarioTest, ARunMayBeStartedAnew) {
     ASSERT_TRUE(read("note a\ndelay 1\nnote b\n"));
     start();
     start();
-    pass(10);
+    pass_to_the_end();
     EXPECT_EQ(result_, "");
     EXPECT_EQ(notes(), "aab");
 }

@@ -171,6 +171,24 @@ TEST(Agentx, ADescriptorThatTheLibraryClosesLosesItsEvent) {
     });
 }
 
+// A connection that is lost and made again within one pass, as the library does.
+TEST(Agentx, ADescriptorThatIsClosedAndComesBackWithTheSameNumberIsServed) {
+    in_agent([] {
+        ServedDescriptor first(200); // the socket pairs take low numbers
+        agentx_snmp_update();
+        const int fd = first.fd();
+        first.unregister();
+        close(fd);
+        const ServedDescriptor second(fd);
+        ASSERT_EQ(second.fd(), fd);
+        agentx_snmp_update();
+        second.fill();
+        EXPECT_TRUE(frr_run_until([] { return ServedDescriptor::reads == 1; }));
+        second.fill();
+        EXPECT_TRUE(frr_run_until([] { return ServedDescriptor::reads == 2; }));
+    });
+}
+
 TEST(Agentx, ADescriptorOf1024OrAboveIsNotServedAndSaidOnce) {
     in_agent([] {
         rlimit limit = {};

@@ -122,9 +122,9 @@ public:
         const std::lock_guard lock(mutex_);
         return seen_;
     }
-    // Waits for so many messages in all, two seconds at most.
+    // Waits for so many messages in all, twenty seconds at most.
     std::vector<Bytes> wait_for(size_t count) const {
-        for (int n = 0; n < 2000 && seen().size() < count; n++)
+        for (int n = 0; n < 20000 && seen().size() < count; n++)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return seen();
     }

@@ -1,0 +1,192 @@
+#include "agentx_pdu.h"
+
+#include <algorithm>
+
+namespace {
+
+using Bytes = std::span<const uint8_t>;
+
+constexpr size_t HEADER = 20;
+constexpr uint8_t VERSION = 1;
+constexpr uint8_t FLAG_CONTEXT = 0x08;
+constexpr uint8_t FLAG_NETWORK_ORDER = 0x10;
+constexpr size_t MAX_ARCS = 128;
+constexpr size_t PREFIX_ARCS = 5; // 1.3.6.1 and the arc that the prefix names
+
+enum ValueType : uint16_t {
+    INTEGER = 2,
+    OCTET_STRING = 4,
+    NULL_VALUE = 5,
+    OBJECT_IDENTIFIER = 6,
+    IP_ADDRESS = 64,
+    COUNTER32 = 65,
+    GAUGE32 = 66,
+    TIME_TICKS = 67,
+    OPAQUE = 68,
+    COUNTER64 = 70,
+    NO_SUCH_OBJECT = 128,
+    NO_SUCH_INSTANCE = 129,
+    END_OF_MIB_VIEW = 130,
+};
+
+bool is_network_order(Bytes header) {
+    return (header[2] & FLAG_NETWORK_ORDER) != 0;
+}
+
+// Reads parts off the front; each is false, and the rest of no use, when it doesn't fit.
+class Parts {
+public:
+    Parts(Bytes bytes, bool network_order) : rest_(bytes), network_order_(network_order) {}
+
+    bool is_at_end() const { return rest_.empty(); }
+
+    bool skip(size_t size) {
+        if (size > rest_.size())
+            return false;
+        rest_ = rest_.subspan(size);
+        return true;
+    }
+    bool word16(uint16_t& value) {
+        const Bytes at = rest_;
+        if (!skip(2))
+            return false;
+        value = static_cast<uint16_t>(network_order_ ? at[0] << 8 | at[1] : at[1] << 8 | at[0]);
+        return true;
+    }
+    bool word32(uint32_t& value) {
+        uint16_t first = 0;
+        uint16_t second = 0;
+        if (!word16(first) || !word16(second))
+            return false;
+        value = network_order_ ? uint32_t{first} << 16 | second : uint32_t{second} << 16 | first;
+        return true;
+    }
+    bool object_identifier() {
+        const Bytes at = rest_;
+        if (!skip(4))
+            return false;
+        const size_t arcs = at[0];
+        const size_t prefix = at[1] != 0 ? PREFIX_ARCS : 0;
+        return arcs + prefix <= MAX_ARCS && skip(arcs * 4);
+    }
+    bool octet_string() {
+        uint32_t size = 0;
+        return word32(size) && size <= rest_.size() && skip((size_t{size} + 3) / 4 * 4);
+    }
+    bool variable() {
+        uint16_t type = 0;
+        return word16(type) && skip(2) && object_identifier() && value(type);
+    }
+    // One after the other to the end.
+    bool search_ranges() {
+        while (!is_at_end())
+            if (!object_identifier() || !object_identifier())
+                return false;
+        return true;
+    }
+    bool variables() {
+        while (!is_at_end())
+            if (!variable())
+                return false;
+        return true;
+    }
+
+private:
+    bool value(uint16_t type) {
+        switch (type) {
+        case INTEGER:
+        case COUNTER32:
+        case GAUGE32:
+        case TIME_TICKS:
+            return skip(4);
+        case COUNTER64:
+            return skip(8);
+        case OCTET_STRING:
+        case IP_ADDRESS:
+        case OPAQUE:
+            return octet_string();
+        case OBJECT_IDENTIFIER:
+            return object_identifier();
+        case NULL_VALUE:
+        case NO_SUCH_OBJECT:
+        case NO_SUCH_INSTANCE:
+        case END_OF_MIB_VIEW:
+            return true;
+        default:
+            return false;
+        }
+    }
+
+    Bytes rest_;
+    bool network_order_;
+};
+
+bool payload_is_sound(uint8_t type, Parts payload) {
+    using enum AgentxPduType;
+    constexpr size_t RESPONSE_HEAD = 8; // sysUpTime, error, index
+    switch (AgentxPduType(type)) {
+    case CLOSE:
+        return payload.skip(4) && payload.is_at_end();
+    case GET:
+    case GET_NEXT:
+        return payload.search_ranges();
+    case GET_BULK:
+        return payload.skip(4) && payload.search_ranges();
+    case TEST_SET:
+        return payload.variables();
+    case COMMIT_SET:
+    case UNDO_SET:
+    case CLEANUP_SET:
+        return payload.is_at_end();
+    case RESPONSE:
+        return payload.skip(RESPONSE_HEAD) && payload.variables();
+    default:
+        return false;
+    }
+}
+
+// Bytes of the PDU with this header, 0 for one that can't be.
+size_t size_told(Bytes header) {
+    uint32_t payload = 0;
+    Parts(header.subspan(HEADER - 4), is_network_order(header)).word32(payload);
+    const bool can_be = header[0] == VERSION && payload % 4 == 0 && payload <= AgentxGate::kMaxPdu - HEADER;
+    return can_be ? HEADER + payload : 0;
+}
+
+} // namespace
+
+std::optional<AgentxPduType> agentx_pdu_type(Bytes pdu) {
+    return pdu.size() < HEADER ? std::nullopt : std::optional(AgentxPduType(pdu[1]));
+}
+
+bool agentx_pdu_is_sound(Bytes pdu) {
+    if (pdu.size() < HEADER || size_told(pdu) != pdu.size())
+        return false;
+    Parts payload(pdu.subspan(HEADER), is_network_order(pdu));
+    const bool has_context = (pdu[2] & FLAG_CONTEXT) != 0;
+    return (!has_context || payload.octet_string()) && payload_is_sound(pdu[1], payload);
+}
+
+size_t AgentxGate::missing() const {
+    return (begun_.size() < HEADER ? HEADER : size_told(begun_)) - begun_.size();
+}
+
+bool AgentxGate::pass(Bytes piece) {
+    while (!piece.empty()) {
+        const size_t take = std::min(missing(), piece.size());
+        begun_.insert(begun_.end(), piece.begin(), piece.begin() + static_cast<ptrdiff_t>(take));
+        piece = piece.subspan(take);
+        if (begun_.size() < HEADER)
+            return true;
+        const size_t whole = size_told(begun_);
+        if (whole == 0)
+            return false;
+        if (begun_.size() < whole)
+            continue;
+        if (!agentx_pdu_is_sound(begun_))
+            return false;
+        ended_ = agentx_pdu_type(begun_);
+        begun_.clear();
+    }
+    return true;
+}
