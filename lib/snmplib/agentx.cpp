@@ -91,7 +91,7 @@ void read_ready(DescriptorSet& fds) {
 
 // Whether nothing but the event that was armed for it can have read the connection to the master.
 bool is_fresh(int fd) {
-    return agentx_link_is(fd) && agentx_link_traffic().reads == agentx_reads_when_armed;
+    return agentx_link_is(fd) && agentx_link_reads() == agentx_reads_when_armed;
 }
 
 // Reads the descriptor of an event. It may be closed meanwhile, or empty: something has read it since the
@@ -110,11 +110,11 @@ bool read_descriptor(int fd, bool is_known_ready) {
 }
 
 // A request takes three steps through the library's inner connections; they are taken at once instead of in
-// one pass of the event loop each, until the answer is out. Bounded, so that a busy manager doesn't keep the
-// loop.
-void drain(unsigned answers) {
+// one pass of the event loop each, and so is the next request of a walk. Bounded, so that a busy manager
+// doesn't keep the loop.
+void drain() {
     constexpr int MAX_STEPS = 16;
-    for (int step = 0; step < MAX_STEPS && agentx_link_traffic().answers == answers; ++step) {
+    for (int step = 0; step < MAX_STEPS; ++step) {
         wanted().ask();
         if (!leave_ready(wanted().fds, wanted().count)) {
             agentx_link_idle();
@@ -145,7 +145,7 @@ void update_read_event(int fd, bool is_wanted) {
     struct thread*& event = agentx_snmp_read_threads[static_cast<size_t>(fd)];
     if (is_wanted && event == nullptr) {
         if (agentx_link_is(fd))
-            agentx_reads_when_armed = agentx_link_traffic().reads;
+            agentx_reads_when_armed = agentx_link_reads();
         kavo_add_read(agentx_tm, agentx_snmp_read, nullptr, fd, &event);
         if (debug_snmp_agentx != 0)
             OV_LOG_DEBUG("SNMP", "add new agentx_read, fd %d, thread %p", fd, static_cast<void*>(event));
@@ -194,9 +194,8 @@ int agentx_snmp_read_ready() {
 
 int agentx_snmp_read(struct thread* thread) {
     agentx_link_new_pass();
-    const unsigned answers = agentx_link_traffic().answers;
     if (read_descriptor(THREAD_FD(thread), is_fresh(THREAD_FD(thread))))
-        drain(answers);
+        drain();
     agentx_snmp_update();
     return 0;
 }

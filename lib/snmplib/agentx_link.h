@@ -50,12 +50,9 @@ bool agentx_link_has_room();
 // Any thread.
 unsigned agentx_link_losses();
 
-// What has passed over connections to the master since the start. Each may wrap around.
-struct AgentxTraffic {
-    unsigned reads = 0;   // looks at a connection, and connections made: nobody has read it while this stays
-    unsigned answers = 0; // sent to requests of the master
-};
-const AgentxTraffic& agentx_link_traffic();
+// How often the connection to the master has been read or made anew: nobody has read it while this stays. It
+// may wrap around.
+unsigned agentx_link_reads();
 
 // Whether this descriptor is that of the connection that stands.
 bool agentx_link_is(int fd);
