@@ -12,7 +12,7 @@ import time
 
 import pytest
 
-from chassis import CONTROL_SOCKET, SNMPD_CONF
+from chassis import BUILD, CONTROL_SOCKET, SNMPD_CONF
 from notifications import TRAP_SINK, decode_oid, received, start_receiver
 from test_hal import ASYNC, SET, Agent, check_heads
 
@@ -281,6 +281,7 @@ def test_a_storm_of_events_that_cancel_each_other_leaves_nothing(card, chassis):
     first = memory()
     for _ in range(5):
         go()
-    assert memory() < first + 4096  # kB
+    if BUILD.name != "asan":  # it keeps what is freed for a while
+        assert memory() < first + 4096  # kB
     time.sleep(4)
     assert table(chassis) == [] and alarm_notifications(chassis) == []

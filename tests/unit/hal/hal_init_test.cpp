@@ -34,7 +34,8 @@ TEST(HalInit, RegistersBothNamesWithTwelveSeconds) {
         EXPECT_EQ(g_agent_msg_tx_cb->my_slot_app_id, 11108u);
         EXPECT_EQ(g_agent_msg_rx_cb->serv_id, 111u);
         EXPECT_EQ(g_agent_msg_rx_cb->my_slot_app_id, 11108u);
-        EXPECT_EQ(g_agent_msg_rx_cb->timeout, 12); // the other was shortened for these tests
+        EXPECT_EQ(g_agent_msg_tx_cb->timeout, 12);
+        EXPECT_EQ(g_agent_msg_rx_cb->timeout, 12);
         EXPECT_THAT(hal_get_app_name(), StrEq("gpon"));
         EXPECT_THAT(chassis.log.file_text(),
                     HasSubstr("module [1035]  rx_module_id [111] start recv background timer."));

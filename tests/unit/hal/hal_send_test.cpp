@@ -296,6 +296,7 @@ TEST(HalSend, NotSupportedPassesThroughWithoutAComplaint) {
 
 TEST(HalSend, CardThatNeverAnswersCostsTheTimeoutAndNoMore) {
     hal_chassis::run([](HalChassis& chassis) {
+        HalChassis::wait_for_answers(1);
         const auto began = std::chrono::steady_clock::now();
         EXPECT_EQ(send_to_card_that(FakeCard::be_silent), KAVO_ERR);
         const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
@@ -325,8 +326,10 @@ TEST(HalSend, LateReplyIsDroppedByTheNextWait) {
             c.reply(request, 0);
         });
         HalChassis::activate(3);
+        HalChassis::wait_for_answers(1);
         hal_msg_t msg = test_message(TYPE, 3, 84);
         EXPECT_EQ(hal_send(&msg.hdr), KAVO_ERR);
+        HalChassis::wait_for_answers(12);
         msg = test_message(TYPE, 3, 84);
         EXPECT_EQ(hal_send(&msg.hdr), 0u);
     });

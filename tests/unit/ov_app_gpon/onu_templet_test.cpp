@@ -274,7 +274,7 @@ TEST(TempletOnu, SilenceOfTheCardTakesTheReservationBack) {
     app_chassis::run([](AppChassis& chassis) {
         put_profile(chassis);
         EXPECT_EQ(templet_onu(1).add(), OV_GPON_RET_OK);
-        chassis.card.behave(FakeCard::be_silent);
+        chassis.card_falls_silent();
         EXPECT_EQ(templet_onu(2).add(), OV_GPON_RET_BAD_PARAM);
         EXPECT_EQ(stored_onu(2), nullptr);
         EXPECT_EQ(held(), PROFILES_OWN); // of the first

@@ -323,7 +323,7 @@ TEST(PortSet, AnyOtherAnswerOfTheCardRefusesTheRow) {
 
 TEST(PortSet, ASilentCardRefusesTheRow) {
     with_port([](AppChassis& chassis) {
-        chassis.card.behave(FakeCard::be_silent);
+        chassis.card_falls_silent();
         EXPECT_EQ(edit_number(&Port::sPonTableDsFec, 1, sPonTableDsFec), OV_GPON_RET_BAD_PARAM);
         EXPECT_EQ(stored().sPonTableDsFec, 0);
         EXPECT_THAT(chassis.hal.log.lines(), Contains("set port to hal error"));

@@ -46,7 +46,6 @@ public:
 
     explicit AppChassis(uint32_t shelf_type = OV_SHELF_TYPE_LC14) : hal(shelf_type) {
         hal.open();
-        g_agent_msg_tx_cb->timeout = PATIENCE; // the card always answers, however busy the machine is
         uif_init();
         ov_gpon_const_val_init();
 #define OV_TABLE_INIT(function) function();
@@ -69,7 +68,7 @@ public:
     }
     // No further message is answered; the daemon waits a second for it.
     void card_falls_silent() const {
-        g_agent_msg_tx_cb->timeout = 1;
+        HalChassis::wait_for_answers(1);
         card.behave(FakeCard::be_silent);
     }
     // Every further get of a type is answered with this record.
@@ -127,7 +126,6 @@ public:
 
 private:
     static constexpr int32_t ACTIVE = OVRA_ACTIVE;
-    static constexpr int PATIENCE = 12; // seconds
     static constexpr size_t HEAD = sizeof(ov_hal_gpon_msg_head_t);
 
     static CardMessage decode(const wire::Bytes& request) {
