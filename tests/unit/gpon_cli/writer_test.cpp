@@ -276,6 +276,7 @@ TEST_F(Writer, ASettingOfAPortThatCannotBeTypedIsLeftOut) {
         port.sPonTableSilenceOnuTime = silence;
         EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"), head + "!\n") << silence;
     }
+    port.sPonTableMaxLogicDistance = 35; // a manager may
     port.sPonTableSilenceOnuTime = 360;
     for (const mib_ulong bandwidth : {1u, 2500001u, 0xFFFFFFFFu}) {
         port.sPonTableScbMaxBW = bandwidth;
