@@ -31,6 +31,11 @@ std::string word_of(const ColumnSettingValue& value, mib_long number) {
     return std::to_string(number);
 }
 
+// Whether the command can give this number.
+bool can_be_typed(const ColumnSettingValue& value, mib_long number) {
+    return number >= value.least && number <= value.most && (number - value.least) % value.step == 0;
+}
+
 } // namespace
 
 void column_setting_put(const ColumnSetting& setting, const TableDesc& table, void* row, const char** argv) {
@@ -41,8 +46,7 @@ int column_setting_print(struct vty* vty, const ColumnSetting& setting, const Ta
                          const void* row) {
     const ColumnDesc& desc = column_of(setting, table);
     const auto number = record_get<mib_long>(row, desc.offset);
-    if (setting.line[0] == '\0' || number == desc.dflt || number < setting.value.least ||
-        number > setting.value.most)
+    if (setting.line[0] == '\0' || number == desc.dflt || !can_be_typed(setting.value, number))
         return 0;
     std::string line = setting.line;
     if (const size_t place = line.find('%'); place != std::string::npos)

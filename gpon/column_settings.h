@@ -7,7 +7,8 @@
 //   handler   the function that runs the command
 //   column    what it sets
 //   value     where the number comes from: SWITCH, a keyword (enable or disable); NUMBER(least, most), the
-//             first argument, in the range of its command; ONE; ZERO
+//             first argument, in the range of its command, NUMBER(least, most, step) when the command takes
+//             only every step-th; ONE; ZERO
 //   failure   what a failure prints
 //   result    what it answers
 //   line      what saves it, with %s for the keyword or %d for the number; empty when the value is a
@@ -39,14 +40,15 @@ struct ColumnSettingValue {
     From from;
     mib_long least; // that the command can give
     mib_long most;
+    mib_long step; // from one to the next
 };
 
 namespace column_setting_values {
-inline constexpr ColumnSettingValue SWITCH = {ColumnSettingValue::From::SWITCH, 0, 1};
-inline constexpr ColumnSettingValue ONE = {ColumnSettingValue::From::ONE, 1, 1};
-inline constexpr ColumnSettingValue ZERO = {ColumnSettingValue::From::ZERO, 0, 0};
-constexpr ColumnSettingValue NUMBER(mib_long least, mib_long most) {
-    return {ColumnSettingValue::From::NUMBER, least, most};
+inline constexpr ColumnSettingValue SWITCH = {ColumnSettingValue::From::SWITCH, 0, 1, 1};
+inline constexpr ColumnSettingValue ONE = {ColumnSettingValue::From::ONE, 1, 1, 1};
+inline constexpr ColumnSettingValue ZERO = {ColumnSettingValue::From::ZERO, 0, 0, 1};
+constexpr ColumnSettingValue NUMBER(mib_long least, mib_long most, mib_long step = 1) {
+    return {ColumnSettingValue::From::NUMBER, least, most, step};
 }
 } // namespace column_setting_values
 

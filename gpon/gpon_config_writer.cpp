@@ -9,6 +9,7 @@
 #include "gpon_cli.h"
 #include "gpon_config_parts.h"
 #include "kavo_cmd.h"
+#include "kavo_if.h"
 #include "kavo_vty_object.h"
 #include "ov_gpon_onu_config.h"
 #include "ov_ifindex.h"
@@ -73,6 +74,17 @@ bool wanted(const struct vty* vty, const char* head) {
     if (vty->write_term_flag != WRITE_TERM_CURRENT && vty->write_term_flag != WRITE_TERM_INTERFACE)
         return true;
     return strcmp(head, vty->write_term_info) == 0;
+}
+
+// The name of the interface that is asked for may be shortened (gp1/1); the heads have it in full.
+void write_asked_name_in_full(struct vty* vty) {
+    constexpr std::string_view COMMAND = "interface ";
+    if (vty->write_term_flag != WRITE_TERM_INTERFACE ||
+        !std::string_view(vty->write_term_info).starts_with(COMMAND))
+        return;
+    char name[UIF_NAME_SIZE];
+    if (uif_extend_ifname(name, vty->write_term_info + COMMAND.size()) != nullptr)
+        snprintf(vty->write_term_info, sizeof(vty->write_term_info), "interface %s", name);
 }
 
 void print_head(struct vty* vty, const char* head) {
@@ -145,6 +157,7 @@ static_assert(sizeof(vty::write_term_at) == TableModule::kMaxIndexColumns * size
 // by its index: that row may be gone, and others there, when it goes on.
 template <typename Row>
 int print_rows(struct vty* vty, int (*print)(struct vty*, const Row&)) {
+    write_asked_name_in_full(vty);
     const OvraMutexGuard lock(getMutex(did_of<Row>()));
     const TableModule& table = table_of<Row>::module();
     const void* row = table.row_at_or_above(vty->write_term_at, TableModule::kMaxIndexColumns);

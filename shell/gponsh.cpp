@@ -48,7 +48,10 @@ struct options_t {
     std::string file;
 };
 
-[[noreturn]] void refuse_usage() {
+/// Says what is wrong, unless getopt_long did, and ends the program.
+[[noreturn]] void refuse_usage(const std::string& reason = "") {
+    if (!reason.empty())
+        fprintf(stderr, "gponsh: %s\n", reason.c_str());
     fputs(usage, stderr);
     exit(EXIT_USAGE);
 }
@@ -71,7 +74,7 @@ options_t parse_options(int argc, char** argv) {
             break;
         case 'f':
             if (!options.file.empty() || !*optarg)
-                refuse_usage();
+                refuse_usage("-f takes one file");
             options.file = optarg;
             break;
         case 'h':
@@ -81,8 +84,10 @@ options_t parse_options(int argc, char** argv) {
             refuse_usage();
         }
     }
-    if (optind != argc || (!options.file.empty() && !options.lines.empty()))
-        refuse_usage();
+    if (optind != argc)
+        refuse_usage(std::string("what is \"") + argv[optind] + "\"? A line is given with -c");
+    if (!options.file.empty() && !options.lines.empty())
+        refuse_usage("-c and -f don't go together");
     return options;
 }
 
@@ -113,10 +118,17 @@ bool may_end_session(const std::string& line) {
            (std::string("exit").starts_with(words[0]) || std::string("quit").starts_with(words[0]));
 }
 
+/// Whether the line that was run ended the session, as asked: what follows it isn't run.
+bool session_ended(vty_client& daemon, const std::string& line) {
+    return may_end_session(line) && daemon.closed(200);
+}
+
 exit_t run_given(vty_client& daemon, const std::vector<std::string>& lines) {
     for (const auto& line : lines) {
         if (!run_line(daemon, line))
             return EXIT_REFUSED;
+        if (session_ended(daemon, line))
+            break;
     }
     return EXIT_OK;
 }
@@ -126,7 +138,7 @@ exit_t run_input(vty_client& daemon) {
     for (std::string line; std::getline(std::cin, line);) {
         if (!run_line(daemon, line))
             status = EXIT_REFUSED;
-        if (may_end_session(line) && daemon.closed(200))
+        if (session_ended(daemon, line))
             break;
     }
     return status;

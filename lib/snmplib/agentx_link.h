@@ -10,9 +10,6 @@
 //   - so does waiting longer than AGENTX_PASS_BUDGET_MS in sum during one pass of the event loop;
 //   - so does a PDU that isn't one (agentx_pdu.h): the library would trust it.
 //
-// And it hands over one PDU at a time, and neither the next phase of a SET nor the end of the connection
-// before the library is done with what it has: it would use memory that it has freed.
-//
 // The library then connects again after AGENTX_PING_SECONDS.
 //
 // PDUs are handed over one at a time: the next, or the end of the connection, not before the library is done

@@ -436,6 +436,27 @@ def test_lines_given_run_up_to_the_first_that_fails(gponsh):
     assert "this board" not in done.stdout
 
 
+def test_no_line_is_run_behind_the_end_of_the_session(gponsh):
+    done = gponsh("-c", "exit", "-c", "show slot info")
+    assert (done.returncode, done.stdout, done.stderr) == (OK, "", "")
+    done = gponsh("-c", "configure terminal", "-c", "exit", "-c", "show slot info")
+    assert done.returncode == OK
+    assert "this board" in done.stdout
+
+
+def test_wrong_usage_is_told(gponsh):
+    for words, reason in (
+        (["show"], 'what is "show"? A line is given with -c'),
+        (["-f", "x", "-f", "y"], "-f takes one file"),
+        (["-c", "show slot info", "-f", "x"], "-c and -f don't go together"),
+        (["-c"], "option requires an argument -- 'c'"),
+    ):
+        done = gponsh(*words)
+        assert done.returncode == USAGE
+        assert done.stderr.splitlines()[0].endswith(": " + reason)
+        assert "Usage: gponsh" in done.stderr
+
+
 def test_exit_statuses(gponsh, tmp_path):
     assert gponsh("-c", "show slot info").returncode == OK
     assert gponsh("-c", "show the moon").returncode == REFUSED

@@ -2,6 +2,9 @@
 // beyond their ranges can.
 #include "cli_fixture.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "column_settings.h"
 #include "table_record.h"
 
@@ -37,6 +40,13 @@ protected:
         return text;
     }
 
+    static std::vector<mib_long> refused_numbers(const ColumnSettingValue& value) {
+        std::vector<mib_long> numbers = {value.least - 1, value.most + 1};
+        if (value.step > 1)
+            numbers.insert(numbers.end(), {value.least + 1, value.most - 1});
+        return numbers;
+    }
+
     template <typename Row>
     static void check(const ColumnSetting& setting, const TableDesc& table, FrrSession& session) {
         const std::string line = setting.line;
@@ -44,14 +54,15 @@ protected:
         if (line.empty())
             return;
         const int64_t dflt = table.column(static_cast<int>(setting.column))->dflt;
-        for (const mib_long number : {value.least, value.most}) {
+        for (const mib_long number :
+             {value.least, std::max(value.least, value.most - value.step), value.most}) {
             const std::string text = saved<Row>(setting, table, number);
             EXPECT_EQ(text.empty(), number == dflt) << line << number;
             if (text.empty())
                 continue;
             EXPECT_EQ(session.run(text.substr(0, text.find('\n'))), CMD_SUCCESS) << text;
         }
-        for (const mib_long number : {value.least - 1, value.most + 1}) {
+        for (const mib_long number : refused_numbers(value)) {
             EXPECT_EQ(saved<Row>(setting, table, number), "") << line << number;
             if (value.from != From::NUMBER)
                 continue;

@@ -276,6 +276,7 @@ TEST_F(Writer, ASettingOfAPortThatCannotBeTypedIsLeftOut) {
         port.sPonTableSilenceOnuTime = silence;
         EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"), head + "!\n") << silence;
     }
+    port.sPonTableMaxLogicDistance = 35; // a manager may
     port.sPonTableSilenceOnuTime = 360;
     for (const mib_ulong bandwidth : {1u, 2500001u, 0xFFFFFFFFu}) {
         port.sPonTableScbMaxBW = bandwidth;
@@ -363,6 +364,17 @@ TEST_F(Writer, OneInterfaceIsWrittenWithTheHeadOfTheProfiles) {
               "gpon\n!\ninterface gpon-olt1/2\n fec downstream  enable\n!\n");
     EXPECT_EQ(write("write terminal interface gpon-onu1/2:1"), "gpon\n!\ninterface gpon-onu1/2:1\n!\n");
     EXPECT_EQ(write("write terminal interface gpon-olt1/4"), "gpon\n!\n");
+}
+
+TEST_F(Writer, TheNameOfTheInterfaceMayBeShortened) {
+    for (int port = 1; port <= 2; port++) {
+        add_port(1, port);
+        add_onu(1, port, 1);
+    }
+    EXPECT_EQ(write("write terminal interface gp1/2"), "gpon\n!\ninterface gpon-olt1/2\n!\n");
+    EXPECT_EQ(write("write terminal interface gp1/2:1"), "gpon\n!\ninterface gpon-onu1/2:1\n!\n");
+    for (const char* name : {"gp1/3", "gp1/2:2", "gp1/2:1:1", "g", "xe1/2", "gpon-olt1/2x"})
+        EXPECT_EQ(write((std::string("write terminal interface ") + name).c_str()), "gpon\n!\n") << name;
 }
 
 TEST_F(Writer, TheCurrentObjectIsWrittenAlone) {
