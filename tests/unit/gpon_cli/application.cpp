@@ -1,11 +1,11 @@
 // The application's part: the linker takes these functions instead of the library's.
 #include "cli_fixture.h"
 
-#include "ov_app_gpon_rm_traffic.h"
 #include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_onusrv_batch_config.h"
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_port.h"
+#include "ov_app_gpon_rm_traffic.h"
 
 Application app;
 
