@@ -68,6 +68,12 @@ class VtyReply(str):
     result = 0
 
 
+def program_places():
+    """Directories that the programs need, which may lie where a sandbox has an empty one."""
+    caches = [os.environ.get(name) for name in ("GPON_CACHE_DIR", "XDG_CACHE_HOME")]
+    return [REPO, BUILD, *(path for path in caches if path and os.path.isdir(path))]
+
+
 def wait_for(predicate, timeout=10.0, what=None, interval=0.005):
     """Calls predicate until it gives something true, which is returned. Fails after timeout seconds."""
     deadline = time.monotonic() + timeout
@@ -243,8 +249,7 @@ class Chassis:
     def start_sandbox(self):
         """An empty sandbox; start() does this when it wasn't done."""
         if self.sandbox is None:
-            caches = [os.environ.get(name) for name in ("GPON_CACHE_DIR", "XDG_CACHE_HOME")]
-            self.sandbox = Sandbox(binds=[REPO, BUILD, *(path for path in caches if path and os.path.isdir(path))])
+            self.sandbox = Sandbox(binds=program_places())
         return self.sandbox
 
     def start(self, scenario=SINGLE_BOARD, args=()):

@@ -7,7 +7,7 @@ import sys
 
 import pytest
 
-from chassis import BIN, BUILD, REPO, program
+from chassis import BIN, REPO, program, program_places
 
 sys.path.insert(0, str(REPO / "tools" / "demo"))
 import tour  # noqa: E402
@@ -19,7 +19,7 @@ GUIDE = REPO / "docs" / "operators-guide.md"
 def demo(*args, lines="", binds=(), timeout=90):
     """What ./run does once these programs are built: the exit status, and everything that was printed."""
     command = [program("gpon-sandbox")]
-    for path in (REPO, BUILD, *binds):
+    for path in (*program_places(), *binds):
         command += ["--bind", str(path)]
     env = {**os.environ, "PATH": f"{BIN}:{os.environ['PATH']}"}
     done = subprocess.run(
