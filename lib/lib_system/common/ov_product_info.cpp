@@ -113,14 +113,19 @@ bool take_env_text(const char* key, const char* value, char* buf, size_t len) {
     return true;
 }
 
+// What stands around the values that one shell prints: bytes that no text has.
+constexpr char HEAD = '\x1e';
+constexpr char END = '\x1f';
+
 // All keys with one shell, which runs ov_env_get for each: a shell for each key would double the time that
-// the start takes. Gives a line "KEY=value" for each key that is set.
+// the start takes. Gives HEAD "KEY=" for each key, and behind it, when the key is set, what ov_env_get prints
+// and END. The shell passes no value through its own hands: some change backslashes.
 std::string read_all_keys() {
     constexpr size_t output_size = size_t{128} * 1024;
     std::string command = "for key in";
     for (const char* key : KEYS)
         command.append(" ").append(key);
-    command += "; do value=$(ov_env_get $key) && echo \"$key=$value\"; done";
+    command += "; do printf '\\036%s=' $key; ov_env_get $key && printf '\\037'; done";
     std::string output(output_size, '\0');
     const auto start = std::chrono::steady_clock::now();
     ov_sys_and_result(command.c_str(), output.data(), output.size()); // its status is that of the last key
@@ -129,14 +134,16 @@ std::string read_all_keys() {
     return output;
 }
 
-// The value of a key's line, or nothing.
-std::optional<std::string> value_of_key(const std::string& lines, const std::string& key) {
-    const std::string head = key + "=";
-    size_t at = lines.starts_with(head) ? 0 : lines.find("\n" + head);
-    if (at == std::string::npos)
+// The value of a key, without the line feed that ends the tool's output, or nothing.
+std::optional<std::string> value_of_key(const std::string& output, const std::string& key) {
+    const std::string head = HEAD + key + "=";
+    const size_t found = output.find(head);
+    const size_t at = found + head.size();
+    const size_t end = found != std::string::npos ? output.find_first_of({HEAD, END}, at) : found;
+    if (end == std::string::npos || output[end] != END)
         return std::nullopt;
-    at = lines.find('=', at) + 1;
-    return lines.substr(at, lines.find('\n', at) - at);
+    const bool has_line_feed = end > at && output[end - 1] == '\n';
+    return output.substr(at, end - at - (has_line_feed ? 1 : 0));
 }
 
 } // namespace
@@ -171,9 +178,9 @@ uint32_t ov_product_number_of_text(const char* text, uint32_t fallback) {
 void ov_product_info_init() {
     if (g_product_info.filled != 0)
         return;
-    const std::string lines = read_all_keys();
+    const std::string output = read_all_keys();
     for (size_t i = 0; i < OV_PRODUCT_INFO_KEY_NUM; i++) {
-        const std::optional<std::string> value = value_of_key(lines, KEYS[i]);
+        const std::optional<std::string> value = value_of_key(output, KEYS[i]);
         take_env_text(KEYS[i], value ? value->c_str() : nullptr, g_product_info.text[i],
                       OV_PRODUCT_INFO_TEXT_SIZE);
     }

@@ -78,6 +78,18 @@ TEST_F(Product, EmptyValueIsNotMissing) {
     EXPECT_FALSE(LogTap::has("Failed to get env PDT_INFO_PDT_NAME"));
 }
 
+TEST_F(Product, ValuesAreTakenByteForByte) {
+    const char* const values[] = {
+        "C:\\new\\table\\0101\\c", "-n",    "-e \\n", "%s%d", "$HOME `id` \"quoted\" 'x'", "  blanks  ",
+        "PDT_INFO_CARD_SN=7",      "tail\\"};
+    for (const char* value : values) {
+        platform.set("PDT_INFO_PDT_NAME", value);
+        ov_product_deinit();
+        EXPECT_STREQ(ov_product_get_sysinfo_product_name(), value);
+        EXPECT_STREQ(ov_product_sn_get(), "");
+    }
+}
+
 TEST_F(Product, NumbersOfTextsAreBoundedAndFallBackWhenThereAreNone) {
     EXPECT_EQ(ov_product_number_of_text("42", 7), 42u);
     EXPECT_EQ(ov_product_number_of_text("  42 cards", 7), 42u);
