@@ -176,12 +176,12 @@ ov_slot_info_t* ov_slot_lookup_by_slotid(uint32_t slot) {
 }
 
 int ov_slot_delete(uint32_t slot) {
-    ov_slot_info_t* info = ov_slot_lookup_by_slotid(slot);
-    if (info == nullptr)
-        return -1;
     ov_slot_set_connected(slot, 0);
     ov_slot_set_synching(slot, 0);
     ov_slot_set_synched(slot, 0);
+    ov_slot_info_t* info = ov_slot_lookup_by_slotid(slot);
+    if (info == nullptr)
+        return -1;
     mark(g_slot_bitmap_inserted, slot, false);
     mark(g_shelf_slot_info.slotBitsAdded, slot, false);
     ov_list_remove(g_shelf_slot_info.slotList, info);

@@ -105,7 +105,7 @@ int ov_slot_index_cmp_func(const void* a, const void* b);
 // have or without memory. `present` 1 marks the slot as inserted.
 ov_slot_info_t* ov_slot_create(uint32_t slot, uint32_t card_type, int present);
 ov_slot_info_t* ov_slot_lookup_by_slotid(uint32_t slot);
-// Takes the record out, with the slot's connected, synching and synched marks. 0, or -1 when absent.
+// Takes the slot's connected, synching and synched marks, and its record. 0, or -1 when there was no record.
 int ov_slot_delete(uint32_t slot);
 
 // Marks of a slot; `flag` 0 clears. All give 0. Connected counts for control and line cards only; for

@@ -204,6 +204,21 @@ TEST_F(Slots, DeleteTakesTheRecordAndItsMarksOut) {
     EXPECT_EQ(ov_slot_delete(99), -1);
 }
 
+// Events may come in any order: marks may be there before, or behind, the card's record.
+TEST_F(Slots, DeleteWithoutARecordTakesTheMarksAllTheSame) {
+    ov_slot_set_connected(3, 1);
+    ov_slot_set_synching(3, 1);
+    ov_slot_set_synched(3, 1);
+    ASSERT_EQ(ov_slot_lookup_by_slotid(3), nullptr);
+    EXPECT_EQ(ov_slot_delete(3), -1);
+    const ov_shelf_info_t& shelf = g_shelf_slot_info;
+    for (slot_bitmap_t bitmap :
+         {shelf.slotBitsConnected, shelf.slotBitsSynching, shelf.slotBitsSynched, g_slot_bitmap_connected,
+          g_slot_bitmap_recovering, g_slot_bitmap_operational})
+        EXPECT_EQ(bitmap, bits({}));
+    EXPECT_EQ(ov_slot_check_slot_connected(3), 0);
+}
+
 TEST_F(Slots, DeleteTellsTheClientOfTheRecord) {
     static int told = 0;
     told = 0;
