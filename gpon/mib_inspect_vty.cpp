@@ -1,12 +1,15 @@
 #include "mib_inspect_vty.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "kavo_cmd_rows.h"
+#include "mmg_definition.h"
 #include "mmg_internal.h"
 #include "ov_types.h"
 #include "table_module.h"
@@ -15,14 +18,31 @@ namespace {
 
 constexpr int LISTED_ROWS_MAX = 100;
 
-// The module of a table's name, or null after a line that says that there is none.
-TableModule* find_or_tell(struct vty* vty, const char* name) {
-    TableModule* module = table_module_find(name);
-    if (module == nullptr || !module->registered()) {
-        vty_out(vty, "%% no table %s%s", name, kavo_newline(vty));
+// The registry's entry of a name as "show mib table" lists it, null for none.
+const MIBDid_t* find_listed(const char* name) {
+    const auto* end = std::cend(_sDid_Array);
+    const auto* found = std::find_if(std::cbegin(_sDid_Array), end, [name](const MIBDid_t& did) {
+        return did.table_name != nullptr && strcmp(did.table_name, name) == 0;
+    });
+    return found != end ? found : nullptr;
+}
+
+// The module of a table that has rows here, by its own name or by that of the list. Null behind a line that
+// says why there is none, with the command's result: bad input for an unknown name, 0 for a table that is
+// merely listed.
+TableModule* find_or_tell(struct vty* vty, const char* name, int& result) {
+    const MIBDid_t* listed = find_listed(name);
+    TableModule* module = listed != nullptr ? table_module_find(listed->index) : table_module_find(name);
+    result = 0;
+    if (module != nullptr && module->registered())
+        return module;
+    if (listed != nullptr) {
+        vty_out(vty, "  %s, index %d, has no rows here%s", name, listed->index, kavo_newline(vty));
         return nullptr;
     }
-    return module;
+    vty_out(vty, "%% no table %s%s", name, kavo_newline(vty));
+    result = KAVO_CLI_BAD_INPUT;
+    return nullptr;
 }
 
 // Prints a text of several lines with the session's line ends.
@@ -47,9 +67,10 @@ bool read_index(const char* word, uint32_t& value) {
 }
 
 int show_mib_one_table(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
-    const TableModule* module = find_or_tell(vty, argv[0]);
+    int result = 0;
+    const TableModule* module = find_or_tell(vty, argv[0], result);
     if (module == nullptr)
-        return KAVO_CLI_BAD_INPUT;
+        return result;
     const TableDesc& desc = module->desc();
     const char* nl = kavo_newline(vty);
     vty_out(vty, "  %s, index %d, %d rows of %u bytes%s", desc.name, desc.registry_index, module->row_count(),
@@ -64,9 +85,10 @@ int show_mib_one_table(struct cmd_element* /*self*/, struct vty* vty, int /*argc
 }
 
 int show_mib_rows(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
-    const TableModule* module = find_or_tell(vty, argv[0]);
+    int result = 0;
+    const TableModule* module = find_or_tell(vty, argv[0], result);
     if (module == nullptr)
-        return KAVO_CLI_BAD_INPUT;
+        return result;
     const char* nl = kavo_newline(vty);
     int listed = 0;
     for (void* row = get_table_head(module->did()); row != nullptr; row = row_getNext(module->did(), row)) {
@@ -82,9 +104,10 @@ int show_mib_rows(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, c
 }
 
 int show_mib_row(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
-    const TableModule* module = find_or_tell(vty, argv[0]);
+    int result = 0;
+    const TableModule* module = find_or_tell(vty, argv[0], result);
     if (module == nullptr)
-        return KAVO_CLI_BAD_INPUT;
+        return result;
     std::vector<uint32_t> index(static_cast<size_t>(argc) - 1);
     for (int i = 1; i < argc; i++) {
         if (read_index(argv[i], index[static_cast<size_t>(i) - 1]))

@@ -42,6 +42,18 @@ def test_show_mib_table_prints_head_and_total(running):
     assert lines[-1] == "  total %2d mib tables" % (len(lines) - 4)
 
 
+def test_show_mib_table_takes_every_name_that_it_prints(running):
+    names = [line.split()[1] for line in running.vty("show mib table").splitlines()[2:-2]]
+    assert "SPON" in names and "STCONT" in names and len(names) > 60
+    for name in names:
+        for rest in ("", " rows"):
+            answer = running.vty(f"show mib table {name}{rest}")
+            assert answer.result == 0, answer
+    assert running.vty("show mib table SPON").splitlines()[0].startswith("  sPonTable, index 0, ")
+    assert running.vty("show mib table sPonTable") == running.vty("show mib table SPON")
+    assert running.vty("show mib table SNONE").result != 0
+
+
 def test_an_unknown_command_is_refused_and_the_session_goes_on(running):
     with running.open_vty() as session:
         assert session("show the moon").result != 0
