@@ -82,6 +82,9 @@ int ov_gpon_onu_sn_bytes_to_string(const unsigned char* sn, char* string);
 char* ov_gpon_onu_sn_string(const unsigned char* sn);
 // Is the text a serial number: 12 characters, the last eight hexadecimal?
 bool ov_gpon_onu_sn_is_legal(const char* s);
+// Do two texts name one ONU? Serial numbers are compared by their bytes: hexadecimal digits in any case.
+// Texts that are none are compared as they stand.
+bool ov_gpon_onu_sn_is_same(const char* a, const char* b);
 
 // "01 ff " and so on in one static buffer, valid until the next call; empty for more than 64 bytes.
 char* ov_gpon_bytes_to_hexstr(const char* bytes, int size);

@@ -60,6 +60,17 @@ int ov_gpon_onu_sn_string_to_bytes(const char* s, unsigned char* sn) {
     return OV_GPON_RET_OK;
 }
 
+bool ov_gpon_onu_sn_is_same(const char* a, const char* b) {
+    if (a == nullptr || b == nullptr || std::strncmp(a, b, VENDOR_CODE) != 0)
+        return false;
+    std::array<unsigned char, OV_GPON_SN_BYTES> bytes_a{};
+    std::array<unsigned char, OV_GPON_SN_BYTES> bytes_b{};
+    if (ov_gpon_onu_sn_string_to_bytes(a, bytes_a.data()) == OV_GPON_RET_OK &&
+        ov_gpon_onu_sn_string_to_bytes(b, bytes_b.data()) == OV_GPON_RET_OK)
+        return bytes_a == bytes_b;
+    return std::strcmp(a, b) == 0;
+}
+
 int ov_gpon_onu_sn_bytes_to_string(const unsigned char* sn, char* string) {
     snprintf(string, OV_GPON_SN_TEXT + 1, "%c%c%c%c%02x%02x%02x%02x", sn[0], sn[1], sn[2], sn[3], sn[4],
              sn[5], sn[6], sn[7]);

@@ -39,6 +39,21 @@ TEST(SerialNumber, WrongTextsAreRefusedAndLeaveTheBytes) {
     EXPECT_TRUE(ov_gpon_onu_sn_is_legal("ABCD01234567"));
 }
 
+TEST(SerialNumber, TextsOfOneOnuDifferInTheCaseOfTheirDigitsOnly) {
+    EXPECT_TRUE(ov_gpon_onu_sn_is_same("ABCD0123aBfF", "ABCD0123AbFf"));
+    EXPECT_FALSE(ov_gpon_onu_sn_is_same("ABCD0123aBfF", "ABCD0123aBfE"));
+    EXPECT_FALSE(ov_gpon_onu_sn_is_same("ABCD0123abff", "abcd0123abff")); // the vendor's letters count
+    EXPECT_TRUE(ov_gpon_onu_sn_is_same("", ""));
+    EXPECT_FALSE(ov_gpon_onu_sn_is_same("ABCD0123abff", ""));
+    // What is no serial number is compared as it stands.
+    EXPECT_TRUE(ov_gpon_onu_sn_is_same("ABCD0123abf", "ABCD0123abf"));
+    EXPECT_FALSE(ov_gpon_onu_sn_is_same("ABCD0123abf", "ABCD0123ABF"));
+    EXPECT_FALSE(ov_gpon_onu_sn_is_same("ABCD0123abfG", "ABCD0123abfg"));
+    EXPECT_FALSE(ov_gpon_onu_sn_is_same("ABCD0123abff", "ABCD0123abff0"));
+    EXPECT_FALSE(ov_gpon_onu_sn_is_same(nullptr, ""));
+    EXPECT_FALSE(ov_gpon_onu_sn_is_same("", nullptr));
+}
+
 TEST(SerialNumber, BytesToTextInLowerCase) {
     const Serial sn = {'A', 'B', 'C', 'D', 0x01, 0x23, 0xab, 0xff};
     std::array<char, 14> text;
