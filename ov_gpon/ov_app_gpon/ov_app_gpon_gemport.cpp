@@ -1,5 +1,6 @@
 #include "ov_app_gpon_gemport.h"
 
+#include "app_index.h"
 #include "app_resource.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
@@ -33,7 +34,7 @@ bool has_tcont(const Gem& row) {
 }
 
 bool has_whole_index(const Gem& row) {
-    if (row.shelfID > 0 && row.slotID > 0 && row.portID > 0 && row.onuId > 0 && row.gemID != 0)
+    if (has_owner_index(row) && fits(row.gemID, GPON_GEMPORT_MAX))
         return true;
     OV_LOG_ERROR("MMG", "illega gem index:%d.%d.%d.%d.%d:", row.shelfID, row.slotID, row.portID, row.onuId,
                  static_cast<int>(row.gemID));

@@ -5,6 +5,7 @@
 // card and lead what depends on it. All functions run on the main loop; those that reach a card wait for it.
 #pragma once
 
+#include "app_index.h"
 #include "app_rows.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
@@ -13,7 +14,7 @@
 #include "sOnuTable.h"
 
 // ONU ids of a port are 1 to this (ITU-T G.984.3 leaves 0 to 253; the system uses 128).
-inline constexpr int OV_GPON_ONU_ID_MAX = 128;
+inline constexpr int OV_GPON_ONU_ID_MAX = GPON_ONU_MAX;
 
 // Application id of the module.
 extern int gpon_onu_appid;

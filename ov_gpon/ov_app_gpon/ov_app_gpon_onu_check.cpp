@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 #include <string_view>
+#include "app_index.h"
 
 #include "mmg_definition.h"
 #include "ov_app_gpon_bwtype.h"
@@ -91,7 +92,7 @@ char check_change(Onu& onu, const MIB_Flags_t& columns) {
 }
 
 char check_create(Onu& onu, const MIB_Flags_t& columns) {
-    if (onu.shelfID <= 0 || onu.slotID <= 0 || onu.portID <= 0 || onu.onuId <= 0) {
+    if (!has_onu_index(onu)) {
         OV_LOG_ERROR("MMG", "illega onu index:%d.%d.%d.%d:", onu.shelfID, onu.slotID, onu.portID, onu.onuId);
         return REFUSED;
     }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <span>
 
+#include "app_index.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
 #include "ov_app_gpon_onusrv_batch_config.h"
@@ -139,6 +140,11 @@ bool has_hierarchical_scheduler(ov_ifindex_t ifindex) {
 }
 
 bool port_admits(RowChange<PortRow>& change) {
+    if (change.creates() && !has_port_index(change.row)) {
+        OV_LOG_ERROR("LIB", "wrong pon port index:%d.%d.%d", change.row.shelfID, change.row.slotID,
+                     change.row.portID);
+        return false;
+    }
     return change.deletes() || ov_app_gpon_port_check(&change.row, change.action, change.columns) == 1;
 }
 

@@ -1,5 +1,6 @@
 #include "ov_app_gpon_service_port.h"
 
+#include "app_index.h"
 #include "app_resource.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
@@ -23,8 +24,6 @@ namespace column = servicePortTable_column;
 
 // A delete means the row, not its columns: the card would else be told the row's profile first.
 constexpr MIB_Flags_t DELETED = columns_of(column::servicePortRowStatus);
-
-constexpr mib_long ID_MAX = 128; // of service ports, and of ONUs and service profiles
 
 // ---- values -----------------------------------------------------------------------------------------------
 
@@ -60,8 +59,7 @@ constexpr Range MAPPING_RANGE = {&ServicePort::servicePortCosQueueMappingProfile
                                  "check [servicePortCosQueueMappingProfileId] fail"};
 
 bool has_whole_index(const ServicePort& row) {
-    return row.shelfID == GPON_SHELF && row.slotID > 0 && row.portID > 0 && row.onuId >= 1 &&
-           row.onuId <= ID_MAX && row.servicePortId >= 1 && row.servicePortId <= ID_MAX;
+    return has_owner_index(row) && fits(row.servicePortId, GPON_SERVICE_PORT_MAX);
 }
 
 bool has_mapping_profile(const ServicePort& row) {

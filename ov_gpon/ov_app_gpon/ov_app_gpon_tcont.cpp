@@ -1,5 +1,6 @@
 #include "ov_app_gpon_tcont.h"
 
+#include "app_index.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
 #include "app_text.h"
@@ -77,7 +78,7 @@ bool release(const Tcont& row, const Bandwidth& bw) {
 // ---- the check --------------------------------------------------------------------------------------------
 
 bool has_whole_index(const Tcont& row) {
-    if (row.shelfID > 0 && row.slotID > 0 && row.portID > 0 && row.onuId > 0 && row.tcontId != 0)
+    if (has_owner_index(row) && row.tcontId != 0)
         return true;
     OV_LOG_ERROR("MMG", "illega tcont index:%d.%d.%d.%d.%d:", row.shelfID, row.slotID, row.portID, row.onuId,
                  static_cast<int>(row.tcontId));

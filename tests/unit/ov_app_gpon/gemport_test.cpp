@@ -130,6 +130,22 @@ TEST(Gemport, ItsTcontIsAskedForBeforeItsOwnerAndThisBeforeItsIndex) {
     });
 }
 
+// Its interface index has 7 bits for its number: 129 would be GEM port 1 on the card.
+TEST(Gemport, ANumberThatItsInterfaceIndexCannotHoldIsRefused) {
+    run_with_tcont([](AppChassis& chassis) {
+        EXPECT_EQ(add(gem(129, 1)), BAD_PARAM);
+        EXPECT_TRUE(logged(chassis, "illega gem index:1.3.4.7.129:"));
+        EXPECT_EQ(add(gem(257, 1)), BAD_PARAM);
+        EXPECT_EQ(add(gem(0x80000001u, 1)), BAD_PARAM);
+        EXPECT_EQ(add(template_gem(129, 1)), BAD_PARAM);
+        EXPECT_TRUE(logged(chassis, "illega gem index:1.31.15.5.129:"));
+        EXPECT_EQ(held_of(PORT).gems, 0);
+        EXPECT_THAT(chassis.messages(), IsEmpty());
+        EXPECT_EQ(add(gem(128, 1)), 0);
+        EXPECT_EQ(add(template_gem(128, 1)), 0);
+    });
+}
+
 TEST(Gemport, TheOnuMustHaveTheQueue) {
     run_with_tcont([](AppChassis& chassis) {
         Gem row = gem(9, 1);
@@ -160,7 +176,8 @@ TEST(Gemport, APortHoldsSoManyAndNoMore) {
             for (unsigned id = 1; id <= 128; ++id)
                 ASSERT_EQ(add(gem(id, 0, SLOT, PORT, onu), {}), 0) << onu << " " << id;
         }
-        EXPECT_EQ(add(gem(129, 0), {}), BAD_PARAM);
+        put_onu(chassis, PORT, 9);
+        EXPECT_EQ(add(gem(1, 0, SLOT, PORT, 9), {}), BAD_PARAM);
         EXPECT_TRUE(logged(chassis, "reserve gem info error slot 3 port 4"));
         EXPECT_EQ(held_of(PORT).gems, 1024);
     });

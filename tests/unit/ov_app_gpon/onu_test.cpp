@@ -144,6 +144,39 @@ TEST(OnuAdd, AnExistingOnuIsRefused) {
         EXPECT_EQ(new_onu(1, SN).add(), OV_GPON_RET_BAD_PARAM);
         EXPECT_THAT(chassis.hal.log.lines(), Contains("mib add error for onu table"));
         EXPECT_NE(stored_onu(1), nullptr);
+// Beyond what an interface index holds a number would be that of another ONU.
+TEST(OnuAdd, AnIndexThatAnInterfaceIndexCannotHoldIsRefused) {
+    app_chassis::run([](AppChassis& chassis) {
+        put_type(chassis);
+        struct Place {
+            int shelf, slot, port, onu;
+            const char* text;
+        };
+        for (const Place& at : {Place{1, 3, 17, 1, "illega onu index:1.3.17.1:"},
+                                Place{1, 19, 4, 1, "illega onu index:1.19.4.1:"},
+                                Place{1, 35, 4, 1, "illega onu index:1.35.4.1:"},
+                                Place{1, 31, 15, 1, "illega onu index:1.31.15.1:"},
+                                Place{1, 3, 0x10004, 1, "illega onu index:1.3.65540.1:"},
+                                Place{3, 3, 4, 1, "illega onu index:3.3.4.1:"},
+                                Place{1, 3, 4, 129, "illega onu index:1.3.4.129:"}}) {
+            LogCapture::clear();
+            Request request = new_onu(at.onu, SN, at.port);
+            request.row.shelfID = at.shelf;
+            request.row.slotID = at.slot;
+            request.row.sOnuTableRowStatus = OVRA_CREATEANDGO;
+            EXPECT_FALSE(
+                mib_access(MIB_SET, request.row, request.with(onu_column::sOnuTableRowStatus).columns));
+            EXPECT_THAT(chassis.hal.log.lines(), Contains(at.text));
+        }
+        EXPECT_THAT(chassis.messages(), IsEmpty());
+        Request last = new_onu(1, SN, 16);
+        EXPECT_EQ(last.add(), OV_GPON_RET_OK);
+        last = new_onu(1, SN);
+        last.row.slotID = 18;
+        EXPECT_EQ(last.add(), OV_GPON_RET_OK);
+    });
+}
+
     });
 }
 

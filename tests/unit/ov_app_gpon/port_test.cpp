@@ -164,6 +164,26 @@ TEST(PortRows, AddOfARowThatExistsIsRefusedAndChangesNothing) {
     });
 }
 
+// Port 17 of a slot would be its port 1 to the card.
+TEST(PortRows, AnIndexThatAnInterfaceIndexCannotHoldIsRefused) {
+    app_chassis::run([](AppChassis& chassis) {
+        const auto add = [](int shelf, int slot, int port) {
+            Port row = {};
+            table_of<Port>::module().set_index_at(&row, shelf, slot, port);
+            MIB_Flags_t flag = {};
+            return ov_app_gpon_port_add(&row, &flag);
+        };
+        EXPECT_EQ(add(1, AppChassis::SLOT, 17), OV_GPON_RET_BAD_PARAM);
+        EXPECT_THAT(chassis.hal.log.lines(), Contains("wrong pon port index:1.3.17"));
+        EXPECT_EQ(add(1, AppChassis::SLOT, 0), OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(add(1, 19, 1), OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(add(3, AppChassis::SLOT, 1), OV_GPON_RET_BAD_PARAM);
+        EXPECT_THAT(chassis.messages(), IsEmpty());
+        EXPECT_EQ(add(1, AppChassis::SLOT, 16), OV_GPON_RET_OK);
+        EXPECT_EQ(add(1, 18, 1), OV_GPON_RET_OK);
+    });
+}
+
 TEST(PortRows, RefusedAddLeavesNoRow) {
     app_chassis::run([](AppChassis& chassis) {
         chassis.card_answers(OV_HAL_MSG_GPON_PORT, 5);

@@ -180,6 +180,9 @@ TEST(ServicePort, AnIndexOutOfRangeIsRefusedWithoutAWord) {
         rows.push_back(template_service_port(1, 9, 129));
         rows.push_back(service_port(1, 9, 0));
         rows.push_back(service_port(1, 9, SLOT, 0));
+        rows.push_back(service_port(1, 9, SLOT, 17));
+        rows.push_back(service_port(1, 9, 19));
+        rows.push_back(service_port(1, 9, GPON_TEMPLATE_SLOT, 14, PROFILE));
         rows.push_back(service_port(1, 9));
         rows.back().shelfID = 2;
         for (ServicePort& row : rows)

@@ -149,6 +149,28 @@ TEST(Tcont, AnIndexWithAZeroIsRefused) {
     });
 }
 
+// Rows that a file brought in may have owners where no card has any.
+TEST(Tcont, AnIndexThatItsOwnersInterfaceIndexCannotHoldIsRefused) {
+    provisioning::run([](AppChassis& chassis) {
+        struct Place {
+            int slot, port, onu;
+        };
+        for (const Place& at : {Place{SLOT, 17, 1}, Place{19, PORT, 1}, Place{SLOT, PORT, 129}}) {
+            chassis.put_row<ov_sOnuTable_attr_t>([](auto&) {}, 1, at.slot, at.port, at.onu);
+            EXPECT_EQ(add(tcont(1, "small", at.slot, at.port, at.onu)), BAD_PARAM);
+            EXPECT_TRUE(logged(chassis, "illega tcont index:1." + std::to_string(at.slot) + "." +
+                                            std::to_string(at.port) + "." + std::to_string(at.onu) + ".1:"));
+        }
+        EXPECT_EQ(add(tcont(1, "small", GPON_TEMPLATE_SLOT, 14, PROFILE)), BAD_PARAM); // no template's port
+        put_service_profile(chassis, 129);
+        EXPECT_EQ(add(template_tcont(1, "small", 129)), BAD_PARAM);
+        EXPECT_THAT(chassis.messages(), IsEmpty());
+        EXPECT_EQ(held_of(PORT), (Held{0, 0, 0, 0}));
+        EXPECT_EQ(add(tcont(0xffffffffu)), 0); // its own number goes to the card whole
+        EXPECT_EQ(chassis.messages().at(0).record<ov_gpon_tcont_attr_t>().tcontId, 0xffffffffu);
+    });
+}
+
 TEST(Tcont, APortHoldsSoManyAndNoMore) {
     provisioning::run([](AppChassis& chassis) {
         for (unsigned id = 1; id <= 512; ++id)
