@@ -36,6 +36,27 @@ bool bandwidth_of(const char* profile, Bandwidth& bandwidth) {
     return ov_app_gpon_bwtype_assAndFix_get(profile, &bandwidth.assured_and_fixed, &bandwidth.fixed) == 1;
 }
 
+// What the T-CONTs of a service profile ask for together.
+struct BandwidthSum {
+    int64_t assured_and_fixed = 0;
+    int64_t fixed = 0;
+
+    // False, behind a log line, when there is no such profile, or more than a PON port has.
+    bool add(const Tcont& row) {
+        Bandwidth bw;
+        if (!bandwidth_of(row.sTcontTableBwProfileName, bw)) {
+            OV_LOG_ERROR("MMG", "do not found bw profile:%s", row.sTcontTableBwProfileName);
+            return false;
+        }
+        assured_and_fixed += bw.assured_and_fixed;
+        fixed += bw.fixed;
+        if (assured_and_fixed <= PROFILE_MAX_BW && fixed <= PROFILE_MAX_FIX_BW)
+            return true;
+        OV_LOG_ERROR("MMG", "config bw is over max bw");
+        return false;
+    }
+};
+
 // ---- what a T-CONT takes of its port ----------------------------------------------------------------------
 
 bool reserve(const Tcont& row, const Bandwidth& bw) {
@@ -98,9 +119,12 @@ bool is_free_of_gemports(const Tcont& row) {
 
 // ---- the steps of the set callback ------------------------------------------------------------------------
 
-// A template row must leave its profile as one that fits a PON port.
+// A template row must leave its profile as one that fits a PON port. A profile that doesn't fit any more,
+// because a bandwidth has grown, can be taken away all the same.
 std::optional<int> profile_refusal(const RowChange<Tcont>& change) {
-    if (!change.deletes() && ov_tcont_multi_srvprofile_exist_check(&change.row) != 1) {
+    if (change.deletes())
+        return std::nullopt;
+    if (ov_tcont_multi_srvprofile_exist_check(&change.row) != 1) {
         OV_LOG_ERROR("MMG", "srvprofile not exist");
         return OV_GPON_RET_BAD_PARAM;
     }
@@ -234,23 +258,13 @@ char ov_tcont_multi_srvprofile_exist_check(ov_sTcontTable_attr_t* attr) {
 }
 
 char ov_app_gpon_multi_srvprofile_check_DBA(ov_sTcontTable_attr_t* attr) {
-    int64_t assured_and_fixed = 0;
-    int64_t fixed = 0;
-    for (const Tcont& row : rows_under(*attr, INDEX_TO_ONU)) {
-        // The row in hand counts with what it will be.
-        const Tcont& counted = row.tcontId == attr->tcontId ? *attr : row;
-        Bandwidth bw;
-        if (!bandwidth_of(counted.sTcontTableBwProfileName, bw)) {
-            OV_LOG_ERROR("MMG", "do not found bw profile:%s", counted.sTcontTableBwProfileName);
+    // The row in hand counts with what it will be, whether it is in service by now or not.
+    BandwidthSum sum;
+    if (!sum.add(*attr))
+        return 0;
+    for (const Tcont& row : rows_under(*attr, INDEX_TO_ONU))
+        if (row.tcontId != attr->tcontId && !sum.add(row))
             return 0;
-        }
-        assured_and_fixed += bw.assured_and_fixed;
-        fixed += bw.fixed;
-        if (assured_and_fixed > PROFILE_MAX_BW || fixed > PROFILE_MAX_FIX_BW) {
-            OV_LOG_ERROR("MMG", "config bw is over max bw");
-            return 0;
-        }
-    }
     return 1;
 }
 
