@@ -1,6 +1,8 @@
 #include "ov_app_gpon_onu.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -255,6 +257,13 @@ int check_new_auth(Onu& onu, const MIB_Flags_t& columns) {
 }
 
 } // namespace
+// The column is free text; the card has a number: 0 for a text that isn't one, the nearest that there is for
+// one that is too large.
+int32_t splitter_number_of(const char* text) {
+    const long long number = strtoll(text, nullptr, 10);
+    return static_cast<int32_t>(std::clamp<long long>(number, INT32_MIN, INT32_MAX));
+}
+
 
 // ---- the card's record -----------------------------------------------------------------------------------
 
@@ -284,8 +293,7 @@ void sonu_mib_data_convert_to_hal(ov_sOnuTable_attr_t* mib, ov_gpon_onu_attr_t* 
     set_text(hal->typeProfile, text_in(mib->sOnuTableOnuTypeProfileName));
     set_text(hal->omccBwProfile, text_in(mib->sOnuTableOmccBwProfileName));
     hal->status = mib->sOnuTableOnuState;
-    // The column is free text; the card has a number, 0 for a text that isn't one.
-    hal->spliterNum = static_cast<int32_t>(strtol(mib->sOnuTableSplitterNumber, nullptr, 10));
+    hal->spliterNum = splitter_number_of(mib->sOnuTableSplitterNumber);
     hal->usFec = static_cast<uint8_t>(mib->sOnuTableUpFec);
     hal->rssiProfileId = mib->sOnuTableRssiProfileId;
     hal->srvProfileId = mib->sOnuTableSrvProfileId;

@@ -66,6 +66,21 @@ TEST(OnuAdd, CompletesTheRowAndTellsTheCard) {
     });
 }
 
+TEST(OnuRecord, HasTheSplittersNumberOrTheNearestThatThereIs) {
+    for (const auto& [text, number] :
+         {std::pair{"", 0}, std::pair{"12", 12}, std::pair{"12 b", 12}, std::pair{"b12", 0},
+          std::pair{"-5", -5}, std::pair{"2147483647", INT32_MAX}, std::pair{"2147483648", INT32_MAX},
+          std::pair{"4294967297", INT32_MAX}, std::pair{"-2147483649", INT32_MIN},
+          std::pair{"999999999999999999999999999999999", INT32_MAX}}) {
+        Onu onu = {};
+        set_text(onu.sOnuTableSplitterNumber, text);
+        ov_gpon_onu_attr_t record;
+        ov_bmp_t mask = 0;
+        sonu_mib_data_convert_to_hal(&onu, &record, {}, &mask);
+        EXPECT_EQ(record.spliterNum, number) << text;
+    }
+}
+
 TEST(OnuAdd, StartsEnabledWhateverTheRequestSaid) {
     app_chassis::run([](AppChassis& chassis) {
         put_type(chassis);
