@@ -105,6 +105,10 @@ RESTORE_TEMPLATES(iphost, rm_iphost)
 RESTORE_TEMPLATES(voip_cfg, rm_voip_cfg)
 RESTORE_TEMPLATES(voip_sip_agent, rm_voip_sip_agent)
 RESTORE_TEMPLATES(onuqos, onuqos)
+RESTORE_TEMPLATES(wan, rm_wan)
+RESTORE_TEMPLATES(wifi, rm_wifi)
+RESTORE_TEMPLATES(uni_poe, rm_uni_poe)
+RESTORE_TEMPLATES(onu_poe, rm_onu_poe)
 // clang-format on
 #undef RESTORE
 #undef RESTORE_TEMPLATES
