@@ -1,17 +1,22 @@
 // Which attributes a restore sets, and the walk over a slot's rows.
 #include "ov_app_gpon_config_restore_mask.h"
 
+#include <arpa/inet.h>
+
 #include <gmock/gmock.h>
 
+#include <cstddef>
 #include <random>
 #include <tuple>
 
 #include "../support/log_capture.h"
 #include "app_slot_rows.h"
+#include "gemPmThrTable.h"
 #include "onuQosTable.h"
 #include "sGemTable.h"
 #include "sOnuTable.h"
 #include "sPonTable.h"
+#include "sRmIPHostTable.h"
 #include "sRmOnuQosPriorityQueueScheduleTable.h"
 #include "sTcontTable.h"
 #include "servicePortTable.h"
@@ -130,6 +135,141 @@ TEST_F(RestoreMask, ByAMapTakesEachColumnThatDiffersFromItsDefault) {
     EXPECT_EQ(mask_of<Row>(rule, [](Row& row) { strcpy(row.sPonTableQosProfileName, "g"); }), 1u << 7);
     EXPECT_EQ(mask_of<Row>(rule, [](Row& row) { row.sPonTableModelSrvProfile[3] = 1; }), 1u << 17);
     EXPECT_EQ(mask_of<Row>(rule, [](Row& row) { row.sPonTableDsFec = 1; }), 0u);
+}
+
+// ---- columns of every type, whose defaults aren't zero -------------------------------------------------
+
+// No table of the system has such defaults in addresses and counters.
+struct OddRow {
+    int32_t oddId;
+    uint32_t oddAddress;  // 2, network order
+    int32_t oddRowStatus; // 3
+    uint64_t oddCounter;  // 4
+    uint32_t old_oddAddress;
+    int32_t old_oddRowStatus;
+    uint64_t old_oddCounter;
+};
+constexpr int64_t ODD_ADDRESS = 0xc0a80001; // 192.168.0.1
+constexpr int64_t ODD_COUNTER = int64_t{1} << 40;
+constexpr int ODD_TABLE = 150; // of another application
+
+constexpr ColumnDesc odd_column(const char* name, uint8_t number, ColType type, size_t offset,
+                                size_t old_offset, uint16_t size, int64_t dflt) {
+    return {.name = name,
+            .number = number,
+            .type = type,
+            .access = ColAccess::READ_CREATE,
+            .offset = static_cast<uint16_t>(offset),
+            .old_offset = static_cast<uint16_t>(old_offset),
+            .size = size,
+            .limit = 0,
+            .min = 0,
+            .max = 0,
+            .names = {},
+            .dflt = dflt,
+            .dflt_text = ""};
+}
+constexpr ColumnDesc ODD_INDEX[] = {odd_column("oddId", 1, ColType::INT, offsetof(OddRow, oddId), 0, 4, 0)};
+constexpr ColumnDesc ODD_COLUMNS[] = {
+    odd_column("oddAddress", 2, ColType::IPADDR, offsetof(OddRow, oddAddress),
+               offsetof(OddRow, old_oddAddress), 4, ODD_ADDRESS),
+    odd_column("oddRowStatus", 3, ColType::ROWSTATUS, offsetof(OddRow, oddRowStatus),
+               offsetof(OddRow, old_oddRowStatus), 4, 0),
+    odd_column("oddCounter", 4, ColType::COUNTER64, offsetof(OddRow, oddCounter),
+               offsetof(OddRow, old_oddCounter), 8, ODD_COUNTER),
+};
+constexpr uint32_t ODD_OID[] = {1};
+constexpr TableDesc ODD_DESC = {
+    .name = "oddTable",
+    .registry_index = ODD_TABLE,
+    .oid = ODD_OID,
+    .writable = true,
+    .key_size = 4,
+    .entry_size = sizeof(OddRow),
+    .index = ODD_INDEX,
+    .columns = ODD_COLUMNS,
+    .row_status = &ODD_COLUMNS[1],
+};
+
+} // namespace
+
+template <>
+struct table_of<OddRow> {
+    static TableModule& module() {
+        static TableModule odd(ODD_DESC, {});
+        return odd;
+    }
+};
+
+namespace {
+
+TEST_F(RestoreMask, OfAddressesComparesThemAsTheyAreWritten) {
+    const std::array<uint8_t, 5> map = {9, 9, 5, 9, 9};
+    const MaskRule rule = columns_against_defaults(ODD_TABLE, map, 9);
+    EXPECT_EQ(mask_of<OddRow>(rule, NOTHING), 0u);
+    const auto with = [&](const char* address) {
+        return mask_of<OddRow>(rule, [&](OddRow& row) { row.oddAddress = inet_addr(address); });
+    };
+    EXPECT_EQ(with("192.168.0.1"), 0u);
+    EXPECT_EQ(with("1.0.168.192"), 1u << 5); // the same in the other order
+    EXPECT_EQ(with("0.0.0.0"), 1u << 5);
+    EXPECT_EQ(with("255.255.255.255"), 1u << 5);
+}
+
+TEST_F(RestoreMask, OfCountersComparesAllTheirBits) {
+    const std::array<uint8_t, 5> map = {9, 9, 9, 9, 31};
+    const MaskRule rule = columns_against_defaults(ODD_TABLE, map, 9);
+    EXPECT_EQ(mask_of<OddRow>(rule, NOTHING), 0u);
+    for (const uint64_t other : {uint64_t{0}, uint64_t{ODD_COUNTER} + 1, uint64_t{1} << 41, UINT64_MAX})
+        EXPECT_EQ(mask_of<OddRow>(rule, [&](OddRow& row) { row.oddCounter = other; }), 1u << 31) << other;
+}
+
+TEST_F(RestoreMask, ByConditionsLooksAtWholeAddressesAndCounters) {
+    constexpr MaskCondition conditions[] = {
+        {1, 4, MaskWhen::NOT_ZERO},
+        {2, 4, MaskWhen::ZERO},
+        {3, 4, MaskWhen::IN_RANGE, 1, 32},
+        {4, 2, MaskWhen::NOT_ZERO},
+        {5, 2, MaskWhen::ZERO},
+        {6, 2, MaskWhen::IN_RANGE, 1, 32},
+        {7, 2}, // differs
+        {8, 4},
+    };
+    const MaskRule rule = {.table = ODD_TABLE, .listed = conditions};
+    const auto with = [&](uint64_t counter, const char* address) {
+        return mask_of<OddRow>(rule, [&](OddRow& row) {
+            row.oddCounter = counter;
+            row.oddAddress = inet_addr(address);
+        });
+    };
+    const auto bits = [](std::initializer_list<int> attributes) {
+        uint32_t mask = 0;
+        for (const int attribute : attributes)
+            mask |= 1u << attribute;
+        return mask;
+    };
+    EXPECT_EQ(with(ODD_COUNTER, "192.168.0.1"), bits({1, 4}));
+    EXPECT_EQ(with(0, "0.0.0.0"), bits({2, 5, 7, 8}));
+    EXPECT_EQ(with(32, "0.0.0.32"), bits({1, 3, 4, 6, 7, 8}));
+    // Nothing of theirs is cut off.
+    EXPECT_EQ(with((uint64_t{1} << 32) + 5, "5.0.0.0"), bits({1, 4, 7, 8}));
+    EXPECT_EQ(with(UINT64_MAX, "255.255.255.255"), bits({1, 4, 7, 8}));
+}
+
+TEST_F(RestoreMask, OfTablesOfTheSystemHasTheirAddressesAndCounters) {
+    using Host = ov_sRmIPHostTable_attr_t;
+    const std::array<uint8_t, 7> host_map = {20, 0, 1, 2, 3, 4, 5};
+    const MaskRule host = columns_against_defaults(SRMIPHOST, host_map, 20);
+    EXPECT_EQ(mask_of<Host>(host, NOTHING), 0u);
+    EXPECT_EQ(mask_of<Host>(host, [](Host& row) { row.sRmIPHostIpAddress = inet_addr("10.0.0.1"); }),
+              1u << 1);
+    EXPECT_EQ(mask_of<Host>(host, [](Host& row) { row.sRmIPHostGateway = inet_addr("0.0.0.1"); }), 1u << 3);
+    using Limits = ov_gemPmThrTable_attr_t;
+    const std::array<uint8_t, 8> limits_map = {20, 20, 20, 0, 1, 2, 3, 4};
+    const MaskRule limits = columns_against_defaults(SGEMPMTHR, limits_map, 20);
+    EXPECT_EQ(mask_of<Limits>(limits, NOTHING), 0u);
+    EXPECT_EQ(mask_of<Limits>(limits, [](Limits& row) { row.gpmThrRxBytes = uint64_t{1} << 32; }), 1u << 2);
+    EXPECT_EQ(mask_of<Limits>(limits, [](Limits& row) { row.gpmThrTxBytes = UINT64_MAX; }), 1u << 4);
 }
 
 // ---- rows of a slot ----------------------------------------------------------------------------------
