@@ -163,7 +163,8 @@ int print_rows(struct vty* vty, int (*print)(struct vty*, const Row&)) {
     const void* row = table.row_at_or_above(vty->write_term_at, TableModule::kMaxIndexColumns);
     int lines = 0;
     for (int objects = 0; row != nullptr && lines + objects < STEP; objects++) {
-        lines += print(vty, *static_cast<const Row*>(row));
+        if (const auto& printed = *static_cast<const Row*>(row); is_in_service(printed))
+            lines += print(vty, printed);
         row = table.next_row_under(row, 0);
     }
     vty->write_term_more = row != nullptr;

@@ -71,6 +71,21 @@ public:
         return nullptr;
     }
 
+    // How many profiles there are.
+    int number() const {
+        int rows = 0;
+        for ([[maybe_unused]] const Row& row : all_rows<Row>())
+            ++rows;
+        return rows;
+    }
+    // How many there are beside this one, which may stand in the table already.
+    int others_of(const Row& row) const {
+        int others = 0;
+        for (const Row& other : all_rows<Row>())
+            others += other.*table_.id != row.*table_.id ? 1 : 0;
+        return others;
+    }
+
     // Makes a row with the columns in `flag`, to which id and row status are added, and the same in `attr`.
     // 0; OV_GPON_RET_BAD_PARAM behind a log line; what before_add answers.
     int add(Row* attr, MIB_Flags_t* flag) {

@@ -4,6 +4,10 @@
 //     ov_sGemTable_attr_t key = {...};
 //     for (const ov_sGemTable_attr_t& gem : rows_under(key, 4)) ...     // all GEM ports of one ONU
 //
+// A row that a manager has made and not activated yet waits (RFC 2579: notReady, notInService): it stands for
+// nothing, nothing refers to it and nothing conflicts with it. Look-ups and walks pass over such rows, but
+// those that say "stored".
+//
 // Main thread. A walk holds its table's mutex. The row in hand may be read only, and rows of that table must
 // not be deleted while the walk lasts: collect first what is to be deleted (rows_copied).
 #pragma once
@@ -27,28 +31,54 @@ bool mib_access(int operation, Row& row, const MIB_Flags_t& flags = mibDefFlags,
     return MibAccessHandle(operation, appid, did_of<Row>(), &row, flags, 0) == MIB_OK;
 }
 
-// The stored row with the index of `key`, null for none; valid until that row is deleted.
+// Whether a row stands for something: from its creation or activation on, which callbacks may still decide,
+// until its deletion is done. False for one that waits.
 template <typename Row>
-const Row* find_row(const Row& key) {
+bool is_in_service(const Row& row) {
+    return table_of<Row>::module().row_mode(&row) != MODE_IDLE;
+}
+
+// The stored row with the index of `key`, waiting or not, null for none; valid until that row is deleted.
+template <typename Row>
+const Row* find_stored_row(const Row& key) {
     OvraMutexGuard lock(getMutex(did_of<Row>()));
     return static_cast<const Row*>(table_of<Row>::module().find_row(&key));
 }
 
-// The stored rows that agree with a key on its leading index columns, in the table's order.
+// The same, null for a row that waits.
 template <typename Row>
+const Row* find_row(const Row& key) {
+    const Row* row = find_stored_row(key);
+    return row != nullptr && is_in_service(*row) ? row : nullptr;
+}
+
+// Which rows a walk meets.
+enum class WalkedRows : bool { IN_SERVICE, STORED };
+
+// The rows that agree with a key on its leading index columns, in the table's order.
+template <typename Row, WalkedRows walked = WalkedRows::IN_SERVICE>
 class RowsUnder {
 public:
     class iterator {
     public:
-        iterator(const Row* row, size_t leading) : row_(row), leading_(leading) {}
+        iterator(const Row* row, size_t leading) : row_(row), leading_(leading) { pass_over_waiting(); }
         const Row& operator*() const { return *row_; }
         iterator& operator++() {
-            row_ = static_cast<const Row*>(table_of<Row>::module().next_row_under(row_, leading_));
+            step();
+            pass_over_waiting();
             return *this;
         }
         bool operator!=(const iterator& other) const { return row_ != other.row_; }
 
     private:
+        void step() {
+            row_ = static_cast<const Row*>(table_of<Row>::module().next_row_under(row_, leading_));
+        }
+        void pass_over_waiting() {
+            if constexpr (walked == WalkedRows::IN_SERVICE)
+                while (row_ != nullptr && !is_in_service(*row_))
+                    step();
+        }
         const Row* row_;
         size_t leading_;
     };
@@ -78,11 +108,11 @@ RowsUnder<Row> all_rows() {
     return RowsUnder<Row>(Row{}, 0);
 }
 
-// Copies of them, for a walk that deletes or changes rows of the table.
+// Copies of all stored rows, waiting or not, for a walk that deletes or changes rows of the table.
 template <typename Row>
 std::vector<Row> rows_copied(const Row& key, size_t leading) {
     std::vector<Row> copies;
-    for (const Row& row : rows_under(key, leading))
+    for (const Row& row : RowsUnder<Row, WalkedRows::STORED>(key, leading))
         copies.push_back(row);
     return copies;
 }
@@ -143,7 +173,8 @@ void for_each_template_row(mib_ulong profile_id, Visit visit) {
             else
                 row = at_or_above(behind(row->shelfID), GPON_TEMPLATE_SLOT, 0, profile);
         } else if (row->onuId == profile) {
-            visit(*row);
+            if (is_in_service(*row))
+                visit(*row);
             row = static_cast<const Row*>(table.next_row_under(row, 0));
         } else if (!above(row->onuId, profile)) {
             row = at_or_above(row->shelfID, row->slotID, row->portID, profile);

@@ -8,11 +8,11 @@
 
 #include "app_rows.h"
 
-// Visits the stored rows whose index columns behind the shelf begin with `wanted` (slot; or slot, port; or
-// slot, port, ONU id), in the table's order, and gives each as const void*. For tables whose index begins
-// with shelfID, slotID, portID, onuId. Other rows are stepped over, not walked: the cost is that of the rows
-// visited and of the number of shelves. The visit may change columns of a row; it must not delete one. Main
-// thread; holds the table's mutex.
+// Visits the rows in service (app_rows.h) whose index columns behind the shelf begin with `wanted` (slot; or
+// slot, port; or slot, port, ONU id), in the table's order, and gives each as const void*. For tables whose
+// index begins with shelfID, slotID, portID, onuId. Other rows are stepped over, not walked: the cost is that
+// of the rows visited and of the number of shelves. The visit may change columns of a row; it must not delete
+// one. Main thread; holds the table's mutex.
 template <size_t N, typename Visit>
 void for_each_row_of_any_shelf(TableModule& table, const std::array<int32_t, N>& wanted, Visit visit) {
     const OvraMutexGuard lock(getMutex(table.did()));
@@ -23,7 +23,8 @@ void for_each_row_of_any_shelf(TableModule& table, const std::array<int32_t, N>&
     for (const void* row = table.row_at_or_above(first.data(), first.size()); row != nullptr;) {
         std::memcpy(key.data(), row, sizeof key);
         if (std::equal(key.begin() + 1, key.end(), first.begin() + 1)) {
-            visit(row);
+            if (table.row_mode(row) != MODE_IDLE)
+                visit(row);
             row = table.next_row_under(row, 0);
             continue;
         }

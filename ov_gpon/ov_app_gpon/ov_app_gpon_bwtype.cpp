@@ -61,7 +61,7 @@ int room_for(const Row& row) {
     made.bwProfileId = profile_id_of(row.sBWProfileTableBwProfileName);
     if (const Row* other = profiles().other_of_same_name(made))
         return log_same_name(static_cast<int>(other->bwProfileId), row.sBWProfileTableBwProfileName);
-    return MibNumberGet(did_of<Row>()) >= MAX_PROFILES ? OV_GPON_RET_NO_RESOURCE : OV_GPON_RET_OK;
+    return profiles().number() >= MAX_PROFILES ? OV_GPON_RET_NO_RESOURCE : OV_GPON_RET_OK;
 }
 
 bool may_go(const Row& row) {
@@ -111,7 +111,7 @@ bool may_come(const Row& row) {
         log_same_name(static_cast<int>(other->bwProfileId), row.sBWProfileTableBwProfileName);
         return false;
     }
-    return MibNumberGet(did_of<Row>()) <= MAX_PROFILES; // the row itself is in the table by now
+    return profiles().others_of(row) < MAX_PROFILES;
 }
 
 } // namespace

@@ -262,6 +262,12 @@ void visit_rows(const RestoreTable& table, TableModule& module, int32_t slot, Vi
             visit(row);
 }
 
+// A row that waits isn't the card's business yet, one that a request deletes no longer.
+bool is_replayed(const TableModule& module, const void* row) {
+    const int mode = module.row_mode(row);
+    return mode == MODE_CRE || mode == MODE_CHG;
+}
+
 } // namespace
 
 void RestoreTable::operator()(int32_t slot, ov_hal_gpon_msg_action_t action) const {
@@ -269,8 +275,9 @@ void RestoreTable::operator()(int32_t slot, ov_hal_gpon_msg_action_t action) con
     if (encode == nullptr || module == nullptr || !module->registered())
         return;
     unsigned sent = 0;
-    visit_rows(*this, *module, slot,
-               [&](const void* row) { sent += send_row(*this, row, action, slot) ? 1 : 0; });
+    visit_rows(*this, *module, slot, [&](const void* row) {
+        sent += is_replayed(*module, row) && send_row(*this, row, action, slot) ? 1 : 0;
+    });
     if (g_config_restore_debug != 0)
         OV_LOG_DEBUG("recovery", "slot %d: %s action %d sent %u messages", slot, name, action, sent);
 }

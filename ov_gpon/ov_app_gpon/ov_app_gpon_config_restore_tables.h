@@ -46,8 +46,8 @@ struct RestoreTable {
     const MaskRule* mask; // of a set; null for a table that is never set
     RestoreRows rows = RestoreRows::OF_SLOT;
 
-    // Replays the table's rows to the card in `slot`, in the table's order: each with a create, or with a set
-    // those whose mask isn't 0. Costs by the rows that go out.
+    // Replays the table's active rows to the card in `slot`, in the table's order: each with a create, or
+    // with a set those whose mask isn't 0. Costs by the rows that go out.
     void operator()(int32_t slot, ov_hal_gpon_msg_action_t action) const;
 };
 

@@ -119,9 +119,10 @@ void move_to_pair(Onu& onu) {
     onu.portID = static_cast<int32_t>(ov_ifindex_get_port_id(pair));
 }
 
+// The whole row, whichever columns the request named: the rest of it may have been there before.
 bool add_on_pair(const OnuChange& change) {
     Onu copy = change.row;
-    MIB_Flags_t columns = change.columns;
+    MIB_Flags_t columns = mibDefFlags;
     if (text_in(copy.sOnuTableOnuName) == default_name_of(copy).data())
         mib_flag_clear(columns, column::sOnuTableOnuName); // the pair's ONU gets its own
     move_to_pair(copy);
@@ -256,7 +257,6 @@ int check_new_auth(Onu& onu, const MIB_Flags_t& columns) {
     return OV_GPON_RET_OK;
 }
 
-} // namespace
 // The column is free text; the card has a number: 0 for a text that isn't one, the nearest that there is for
 // one that is too large.
 int32_t splitter_number_of(const char* text) {
@@ -264,6 +264,7 @@ int32_t splitter_number_of(const char* text) {
     return static_cast<int32_t>(std::clamp<long long>(number, INT32_MIN, INT32_MAX));
 }
 
+} // namespace
 
 // ---- the card's record -----------------------------------------------------------------------------------
 

@@ -1,10 +1,9 @@
 // What an ONU must be to exist: its place, its serial number, the profiles it names, and what its port has
 // left.
 #include <array>
-#include <cstring>
 #include <string_view>
-#include "app_index.h"
 
+#include "app_index.h"
 #include "mmg_definition.h"
 #include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_onu.h"
@@ -44,7 +43,7 @@ bool sn_is_well_formed(const Onu& onu) {
 // The same serial number may stand on two ports: the ONU is then moved between them by its fibre.
 bool sn_is_free_on_port(const Onu& onu) {
     for (const Onu& other : rows_under(onu, INDEX_TO_PORT))
-        if (other.onuId != onu.onuId && std::strcmp(other.sOnuTableSn, onu.sOnuTableSn) == 0)
+        if (other.onuId != onu.onuId && ov_gpon_onu_sn_is_same(other.sOnuTableSn, onu.sOnuTableSn))
             return false;
     return true;
 }
@@ -91,6 +90,11 @@ char check_change(Onu& onu, const MIB_Flags_t& columns) {
     return mib_flag_is_set(columns, column::sOnuTableOnuTypeProfileName) ? check_type(onu) : PASSED;
 }
 
+// An ONU without profile has 0 there, and an access that means all columns means that one too.
+bool names_srvprofile(const Onu& onu) {
+    return onu.sOnuTableSrvProfileId != 0 || onu.sOnuTableConfigMode == SONUTABLECONFIGMODE_TEMPLET;
+}
+
 char check_create(Onu& onu, const MIB_Flags_t& columns) {
     if (!has_onu_index(onu)) {
         OV_LOG_ERROR("MMG", "illega onu index:%d.%d.%d.%d:", onu.shelfID, onu.slotID, onu.portID, onu.onuId);
@@ -98,7 +102,7 @@ char check_create(Onu& onu, const MIB_Flags_t& columns) {
     }
     if (mib_flag_is_set(columns, column::sOnuTableSn) && check_new_sn(onu) != PASSED)
         return REFUSED;
-    if (mib_flag_is_set(columns, column::sOnuTableSrvProfileId) &&
+    if (mib_flag_is_set(columns, column::sOnuTableSrvProfileId) && names_srvprofile(onu) &&
         ov_app_gpon_onu_srvprofile_check(onu.sOnuTableSrvProfileId, nullptr) != 1)
         return refuse("the onu srv profile did not exist");
     if (check_type(onu) != PASSED)

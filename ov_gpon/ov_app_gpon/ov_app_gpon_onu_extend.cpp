@@ -100,11 +100,13 @@ int answer_to(int result) {
 // ---- the row's life ------------------------------------------------------------------------------------
 
 bool add_row(ExtendInfo info) {
-    return find_row(info) != nullptr || mib_access(MIB_CREATEGO_S, info, mibDefFlags, gpon_onu_extend_appid);
+    return find_stored_row(info) != nullptr ||
+           mib_access(MIB_CREATEGO_S, info, mibDefFlags, gpon_onu_extend_appid);
 }
 
 bool delete_row(ExtendInfo info) {
-    return find_row(info) == nullptr || mib_access(MIB_DEL_S, info, mibDefFlags, gpon_onu_extend_appid);
+    return find_stored_row(info) == nullptr ||
+           mib_access(MIB_DEL_S, info, mibDefFlags, gpon_onu_extend_appid);
 }
 
 } // namespace
@@ -125,9 +127,10 @@ int ov_onuextend_onu_table_set_callback(MIBDID did, void* row, MIB_Flags_t /*col
 
 int ov_onuextend_table_get_callback(MIBDID /*did*/, void* row, MIB_Flags_t column_flag) {
     auto& info = *static_cast<ExtendInfo*>(row);
-    Onu onu = onu_in_service(info);
-    if (!mib_access(MIB_GET, onu))
+    const Onu* stored = find_row(onu_in_service(info));
+    if (stored == nullptr)
         return SET_ACCEPTED; // no ONU, no reading
+    const Onu onu = *stored;
     for (const Reading& reading : READINGS)
         if (mib_flag_is_set(column_flag, reading.column) && answer_to(reading.read(onu, info)) == SET_REFUSED)
             return SET_REFUSED;

@@ -54,7 +54,7 @@ void ov_app_gpon_onu_state_historytable_update(ov_gpon_trap_onu_state_attr_t* st
 
 char ov_onuhistroy_table_add(const ov_sOnuTable_attr_t* onu) {
     auto history = onu_key<History>(*onu);
-    if (find_row(history) != nullptr ||
+    if (find_stored_row(history) != nullptr ||
         mib_access(MIB_CREATEGO, history, mibDefFlags, gpon_onu_history_appid))
         return 1;
     OV_LOG_ERROR("MMG", "add onuhistory table error");
@@ -63,7 +63,8 @@ char ov_onuhistroy_table_add(const ov_sOnuTable_attr_t* onu) {
 
 char ov_onuhistory_table_del(const ov_sOnuTable_attr_t* onu) {
     auto history = onu_key<History>(*onu);
-    if (find_row(history) == nullptr || mib_access(MIB_DEL, history, mibDefFlags, gpon_onu_history_appid))
+    if (find_stored_row(history) == nullptr ||
+        mib_access(MIB_DEL, history, mibDefFlags, gpon_onu_history_appid))
         return 1;
     OV_LOG_ERROR("MMG", "del onuhistory table error");
     return 0;

@@ -36,9 +36,10 @@ void learn_credential(Onu& onu, const ov_gpon_trap_onu_state_attr_t& report, MIB
 } // namespace
 
 void ov_app_gpon_onu_state_update(ov_gpon_trap_onu_state_attr_t* state) {
-    auto onu = onu_key_of_ifindex<Onu>(state->onuIfindex);
-    if (!mib_access(MIB_GET_S, onu))
+    const Onu* stored = find_row(onu_key_of_ifindex<Onu>(state->onuIfindex));
+    if (stored == nullptr)
         return; // the ONU was deleted while the report was on its way
+    Onu onu = *stored;
     const bool was_operational = onu.sOnuTableOnuState == SONUTABLEONUSTATE_OPERATIONAL;
     MIB_Flags_t columns = columns_of(column::sOnuTableOnuState, column::sOnuTableOnuActVersion);
     onu.sOnuTableOnuState = state->states;

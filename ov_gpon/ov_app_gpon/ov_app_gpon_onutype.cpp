@@ -87,7 +87,7 @@ bool may_come(const Row& row) {
         OV_LOG_ERROR("MMG", "the max port number for one onu is %d", MAX_PORTS_PER_ONU);
         return false;
     }
-    if (MibNumberGet(did_of<Row>()) > MAX_PROFILES) { // the row itself is in the table by now
+    if (profiles().others_of(row) >= MAX_PROFILES) {
         OV_LOG_ERROR("MMG", "the max onu type profile number is %d", MAX_PROFILES);
         return false;
     }

@@ -66,7 +66,7 @@ bool may_come(const Row& row) {
                      static_cast<int>(other->sRmTrafficProfileId), row.sRmTrafficProfileName);
         return false;
     }
-    return MibNumberGet(did_of<Row>()) <= MAX_PROFILES; // the row itself is in the table by now
+    return profiles().others_of(row) < MAX_PROFILES;
 }
 
 } // namespace

@@ -196,7 +196,7 @@ int ov_app_service_port_qos_add(ov_app_service_port_qos_s* qos, uint32_t flag) {
         static_cast<unsigned>(avl_get_tree_size(objects())) >= qos_servport_get_max_count())
         return OV_QOS_ERR;
     if ((flag & SYNC_MIB) != 0) { // the row is there already: it comes with the service port
-        const auto* row = find_row(row_key_of(qos->index));
+        const auto* row = find_stored_row(row_key_of(qos->index)); // which may be coming into service
         if (row == nullptr)
             return OV_QOS_MIB_FAIL;
         take_values_of(*row, *qos);

@@ -63,6 +63,10 @@ int TableModule::row_mode(const void* row) const {
     }
 }
 
+bool TableModule::is_activation(const void* row) const {
+    return row_status_of(desc_, row) == OVRA_ACTIVE && old_row_status_of(desc_, row) == OVRA_NOTINSERVICE;
+}
+
 // ---- start ---------------------------------------------------------------------------------------
 
 char TableModule::access_start(int type, void* row, const MIB_Flags_t& flags) {

@@ -73,6 +73,9 @@ void access_finish_hook(MibHandler* handler, char result, int type, void* row, M
 int row_mode_hook(MibHandler* handler, void* row) {
     return module_of(handler).row_mode(row);
 }
+int activation_hook(MibHandler* handler, const void* row) {
+    return module_of(handler).is_activation(row) ? 1 : 0;
+}
 
 } // namespace
 
@@ -155,6 +158,7 @@ void TableModule::class_ctor(TableModuleClass* object) {
     object->handler.mibAccessStart = access_start_hook;
     object->handler.mibAccessFinish = access_finish_hook;
     object->handler.mibGetRowStatus = row_mode_hook;
+    object->handler.mibIsActivation = activation_hook;
     object->module = this;
 }
 

@@ -73,7 +73,7 @@ public:
 
     // <table>Class_new: a class object of this table, null without memory. It lives as long as the process.
     TableModuleClass* class_new();
-    // <table>Class_ctor: fills in the three hooks.
+    // <table>Class_ctor: fills in the hooks.
     void class_ctor(TableModuleClass* object);
 
     const TableDesc& desc() const { return desc_; }
@@ -132,6 +132,8 @@ public:
     void send_trap(void* row) const;
     // <table>Class_GetRowStatus: the ROW_MODE of a row.
     int row_mode(const void* row) const;
+    // Whether a row that waited becomes active by this write.
+    bool is_activation(const void* row) const;
 
     // ---- queries (table_query.cpp) ----------------------------------------------------------------
 

@@ -90,8 +90,23 @@ class Table:
         assert reply["error"] == "", reply
         return reply["status"]
 
+    def objects(self, index, values, status=None):
+        """A row's part of a request: columns, and a row status behind them."""
+        return self._objects(index, values) + ([] if status is None else [self._status(index, status)])
+
+    def request(self, *parts):
+        """One request of such parts, of this table or of others."""
+        return self._request(sum(parts, []))
+
     def create(self, index, values=None):
         return self._request(self._objects(index, values or {}) + [self._status(index, CREATE_AND_GO)])
+
+    def wait(self, index, values=None):
+        """Makes a row that waits for its activation."""
+        return self._request(self._objects(index, values or {}) + [self._status(index, CREATE_AND_WAIT)])
+
+    def activate(self, index):
+        return self._request([self._status(index, ACTIVE)])
 
     def set(self, index, values):
         return self._request(self._objects(index, values))
@@ -107,8 +122,6 @@ class Table:
     def column(self, column):
         """{index: value as text} of one column."""
         head = f"{self.entry}.{column}."
-        return {
-            tuple(map(int, oid[len(head) :].split("."))): value
-            for oid, _, value in self.manager.walk(head[:-1])
-            if oid.startswith(head)
-        }
+        binds = self.manager.walk(head[:-1])
+        assert not any(bind[0] == "!" for bind in binds), binds  # a walk that failed tells nothing
+        return {tuple(map(int, oid[len(head) :].split("."))): value for oid, _, value in binds if oid.startswith(head)}

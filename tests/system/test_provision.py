@@ -8,8 +8,9 @@ import random
 import pytest
 
 from chassis import QUIET_SCENARIO
-from snmp_manager import Manager, Table
+from snmp_manager import CREATE_AND_GO, CREATE_AND_WAIT, Manager, Table
 
+NOT_IN_SERVICE = "2"
 INT, UINT, TEXT = "Integer32", "Gauge32", "OctetString"
 
 SHELF = """
@@ -130,6 +131,7 @@ def test_deleting_an_onu_takes_all_below_it_first_and_gives_everything_back(worl
         assert world.gem.create((*onu, number), {5: number}) == "noError"
         assert world.service.create((*onu, number), {2: number, 3: 100 + number, 7: 2}) == "noError"
     assert len(world.objects(1, "TCONT")) == len(world.objects(1, "GEMPORT")) == len(world.objects(1, "SERVPORT")) == 2
+    assert counters_shown(world) == ({(1, 1): (2, 2, 0)}, {1: 2})
     since = world.chassis.mark()
     assert world.onu.destroy(onu) == "noError"
     deletes = [r["type"] for r in world.chassis.records(since=since, kind="card-request", slot=1, action="delete")]
@@ -137,7 +139,7 @@ def test_deleting_an_onu_takes_all_below_it_first_and_gives_everything_back(worl
     assert kinds == ["SERVPORT"] * 2 + ["GEMPORT"] * 2 + ["TCONT"] * 2 + ["ONU"]
     for table in (world.onu, world.tcont, world.gem, world.service, world.history, world.extend):
         assert table.column(table.status) == {}
-    # All counters are back at zero: a port's worth of T-CONTs fits again.
+    assert counters_shown(world) == ({}, {})
     world.chassis.wait_record(since=since, kind="request", type="del-if", port="gpon-onu1/1:7")
 
 
@@ -218,6 +220,30 @@ def test_a_port_holds_so_many_tconts_and_bandwidth_and_no_more(world):
     assert len(world.objects(1, "TCONT")) == 3
 
 
+# ---- rows that wait ---------------------------------------------------------------------------------------------
+
+
+def test_a_row_that_waits_is_its_managers_alone(world):
+    onu, other = (1, 1, 1, 7), (1, 1, 1, 8)
+    values = {4: 1, 5: "ABCD0000beef", 13: "KLM-618"}
+    assert world.onu.wait(onu, values) == "noError"
+    assert world.onu.get(onu, 17) == "2"
+    assert world.onu.get(onu, 5) == "ABCD0000beef"
+    for line in ("show onu status", "write terminal"):
+        assert "ABCD0000beef" not in world.chassis.vty(line), line
+    assert world.tcont.create((*onu, 1), {5: "default"}) != "noError"  # no ONU there
+    assert world.onu.create(other, values | {5: "ABCD0000BEEF"}) == "noError"  # no serial number in use
+    assert world.onu.activate(onu) != "noError"
+    assert world.onu.get(onu, 17) == "2"
+    assert world.onu.destroy(other) == "noError"
+    assert world.onu.activate(onu) == "noError"
+    assert world.onu.create(other, values | {5: "ABCD0000BEEF"}) != "noError"
+    (held,) = world.objects(1, "ONU")
+    assert onu_of(held["ifindex"]) == onu[1:] and held["authAttr"]["mode"] == 1
+    assert world.tcont.create((*onu, 1), {5: "default"}) == "noError"
+    assert "ABCD0000beef" in world.chassis.vty("show onu status")
+
+
 # ---- thousands of requests --------------------------------------------------------------------------------------
 
 
@@ -260,6 +286,8 @@ class Storm:
             + [self.create_tcont] * 4 + [self.destroy_tcont, self.change_tcont]
             + [self.create_gem] * 4 + [self.destroy_gem, self.change_gem]
             + [self.create_service] * 4 + [self.destroy_service, self.change_service]
+            + [self.wait_for_row] * 3 + [self.change_waiting, self.activate, self.activate, self.destroy_waiting]
+            + [self.two_tables, self.two_waiting]
         )  # fmt: skip
         answer = kind()
         self.tally[kind.__name__, answer] += 1
@@ -315,9 +343,71 @@ class Storm:
         pick = self.random.choice
         return self.world.service.set((*self.onu_index(), pick(self.NUMBERS)), pick([{19: pick((0, 10, 4096))}, {12: pick((0, 7, 8))}]))
 
+    # ---- rows that wait, and requests for two tables
+
+    def any_row(self):
+        """A table, an index and values: whatever would do for a create."""
+        pick = self.random.choice
+        onu, number = self.onu_index(), pick(self.NUMBERS)
+        own = pick((str, str.upper))(serial(*onu[1:])[4:])
+        return pick(
+            [
+                (self.world.onu, onu, {4: 1, 5: "ABCD" + own, 13: pick(["KLM-618"] * 3 + ["none such"])}),
+                (self.world.tcont, (*onu, number), {5: pick(self.PROFILES)}),
+                (self.world.gem, (*onu, number), {5: pick(self.NUMBERS), 12: pick((0, 4, 5))}),
+                (self.world.service, (*onu, number), {2: pick(self.NUMBERS), 3: pick((0, 100, 4096)), 7: pick((1, 2, 9))}),
+            ]
+        )
+
+    def waiting_row(self):
+        """The table and the index of a row that waits, if there is one."""
+        tables = [self.world.onu, self.world.tcont, self.world.gem, self.world.service]
+        self.random.shuffle(tables)
+        for table in tables:
+            if waiting := [index for index, status in table.column(table.status).items() if status == NOT_IN_SERVICE]:
+                return table, self.random.choice(waiting)
+        return self.any_row()[:2]
+
+    def wait_for_row(self):
+        table, index, values = self.any_row()
+        return table.wait(index, values)
+
+    def change_waiting(self):
+        table, index = self.waiting_row()
+        column, value = {self.world.onu.entry: (5, "bad"), self.world.tcont.entry: (5, "none such")}.get(table.entry, (5, 2))
+        return table.set(index, {column: value})
+
+    def activate(self):
+        table, index = self.waiting_row()
+        return table.activate(index)
+
+    def destroy_waiting(self):
+        table, index = self.waiting_row()
+        return table.destroy(index)
+
+    def two_tables(self):
+        """A change that no card hears of, and one that it does: nothing is left behind on a card when either is
+        refused."""
+        pick = self.random.choice
+        onu = (1, pick(SLOTS), pick(self.PORTS), pick((1, 2)))
+        tcont = self.world.tcont.objects((*onu, pick(self.NUMBERS)), {3: "both"})
+        gem = self.world.gem.objects((*onu, pick(self.NUMBERS)), {5: pick(self.NUMBERS), 12: 0}, CREATE_AND_GO)
+        return self.world.tcont.request(*pick([(tcont, gem), (gem, tcont)]))
+
+    def two_waiting(self):
+        onu, number = self.onu_index(), self.random.choice(self.NUMBERS)
+        tcont = self.world.tcont.objects((*onu, number), {5: "default"}, CREATE_AND_WAIT)
+        gem = self.world.gem.objects((*onu, number), {5: number}, CREATE_AND_WAIT)
+        return self.world.tcont.request(tcont, gem)
+
 
 def real(rows):
     return {index for index in rows if index[1] != 31}
+
+
+def in_service(table):
+    """The rows of a table that don't wait."""
+    return {index for index, status in table.column(table.status).items() if status != NOT_IN_SERVICE}
 
 
 def agree(world):
@@ -326,12 +416,12 @@ def agree(world):
     service_gem, service_vlan, service_limit = (world.service.column(n) for n in (2, 3, 19))
     for slot in SLOTS:
         of = lambda rows: {index[1:] for index in real(rows) if index[1] == slot}
-        assert {onu_of(o["ifindex"]) for o in world.objects(slot, "ONU")} == of(world.onu.column(17))
-        assert {(*onu_of(o["onuIfindex"]), o["tcontId"]) for o in world.objects(slot, "TCONT")} == of(world.tcont.column(6))
+        assert {onu_of(o["ifindex"]) for o in world.objects(slot, "ONU")} == of(in_service(world.onu))
+        assert {(*onu_of(o["onuIfindex"]), o["tcontId"]) for o in world.objects(slot, "TCONT")} == of(in_service(world.tcont))
         gems = {(*onu_of(o["ifindex"]), below(o["ifindex"])): o for o in world.objects(slot, "GEMPORT")}
-        assert set(gems) == of(world.gem.column(9))
+        assert set(gems) == of(in_service(world.gem))
         services = {(*onu_of(o["ifindex"]), below(o["ifindex"])): o for o in world.objects(slot, "SERVPORT")}
-        assert set(services) == of(world.service.column(17))
+        assert set(services) == of(in_service(world.service))
         for index, held in gems.items():
             assert held["tcontId"] == int(gem_tcont[(1, *index)]), index
             assert held["isEncyption"] == int(gem_aes[(1, *index)]), index
@@ -345,8 +435,8 @@ def counters_of_rows(world):
     """What the rows reserve: {(slot, port): (T-CONTs, GEM ports, fixed and assured bandwidth)}, and service ports by
     slot. An ONU with a service profile reserves the profile's rows for itself."""
     assured = dict(zip(world.bandwidth.column(2).values(), map(int, world.bandwidth.column(5).values())))
-    modes, profiles = world.onu.column(24), world.onu.column(23)
-    bound = {index: int(profiles[index]) for index, mode in modes.items() if mode == "1"}
+    modes, profiles, onus = world.onu.column(24), world.onu.column(23), in_service(world.onu)
+    bound = {index: int(profiles[index]) for index, mode in modes.items() if mode == "1" and index in onus}
     ports, cards = {}, {}
 
     def owners(index):
@@ -357,13 +447,14 @@ def counters_of_rows(world):
         for place, by in enumerate((tconts, gems, bandwidth)):
             held[place] += by
 
-    for index, profile in world.tcont.column(5).items():
+    bandwidths = world.tcont.column(5)
+    for index in in_service(world.tcont):
         for owner in owners(index):
-            add(owner, tconts=1, bandwidth=assured[profile])
-    for index in world.gem.column(9):
+            add(owner, tconts=1, bandwidth=assured[bandwidths[index]])
+    for index in in_service(world.gem):
         for owner in owners(index):
             add(owner, gems=1)
-    for index in world.service.column(17):
+    for index in in_service(world.service):
         for owner in owners(index):
             cards[owner[1]] = cards.get(owner[1], 0) + 1
     return {port: tuple(held) for port, held in ports.items() if any(held)}, cards
@@ -391,6 +482,11 @@ def test_after_thousands_of_requests_tables_cards_and_counters_agree(world, seed
     assert storm.accepted > 200 and storm.refused > 400, storm.tally
     agree(world)
     assert counters_shown(world) == counters_of_rows(world)
+    serials, onus = world.onu.column(5), in_service(world.onu)
+    on_ports = [(index[:3], serials[index].lower()) for index in onus if serials[index]]
+    assert len(on_ports) == len(set(on_ports))
+    assert {answer for (kind, answer) in storm.tally if kind == "activate"} >= {"noError", "badValue"}, storm.tally
+    assert {answer for (kind, answer) in storm.tally if kind == "two_tables"} >= {"noError", "badValue"}, storm.tally
     # Everything can be taken away again: no counter holds less than the rows.
     for table in (world.service, world.gem, world.tcont, world.onu):
         for index in real(table.column(table.status)):

@@ -6,7 +6,7 @@ import threading
 
 import pytest
 from chassis import wait_for
-from test_provision import SLOTS, TEMPLATE, Storm, add_onu, agree, serial, world  # noqa: F401
+from test_provision import SLOTS, TEMPLATE, Storm, add_onu, agree, onu_of, serial, world  # noqa: F401
 
 PRIORITIES = (300, 410, 480)
 STAGES = ["1", "2", "2.5", *map(str, range(3, 16))]
@@ -145,6 +145,26 @@ def test_a_card_that_restarts_empty_gets_everything_back_in_order(world):
     texts = world.chassis.log_lines(r"slot 1 stage|finished pon config restore")
     assert [line.split("stage ")[1].split(":")[0] for line in texts if "stage " in line] == STAGES * 2
     assert results(world, since, 1) == ALL_DONE
+
+
+def test_rows_that_wait_are_replayed_to_no_card(world):
+    onu = (1, 1, 1, 7)
+    assert add_onu(world) == "noError"
+    assert world.tcont.create((*onu, 1), {5: "default"}) == "noError"
+    # What a card would take for an object 0, or for one with names of nobody.
+    assert world.onu.wait((1, 1, 1, 8), {13: "none such"}) == "noError"
+    assert world.tcont.wait((*onu, 2), {5: "none such"}) == "noError"
+    assert world.gem.wait((*onu, 1), {5: 9}) == "noError"
+    assert world.tcont.wait((*TEMPLATE, 5, 1), {5: "default"}) == "noError"
+    assert world.bandwidth.wait((77,), {2: "waits"}) == "noError"
+    restart_card(world, 1)
+    since = replay(world, 1)
+    created = [kind_of(record) for record in told(world, since, 1) if record["action"] == "create"]
+    assert [kind for kind in created if kind in ("ONU", "TCONT", "GEMPORT")] == ["ONU", "TCONT"]
+    assert created.count("BW_TYPE") == 1  # the default
+    (held,) = world.objects(1, "ONU")
+    assert onu_of(held["ifindex"]) == onu[1:]
+    assert [tcont["tcontId"] for tcont in world.objects(1, "TCONT")] == [1]
 
 
 def test_a_replay_to_a_card_that_holds_everything_changes_nothing(world):

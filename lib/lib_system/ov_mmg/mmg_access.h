@@ -128,6 +128,8 @@ typedef struct MibHandler {
     int (*mibGetRowStatus)(MibHandler* handler, void* row);
     int (*mibQBC)(MibHandler* handler, void* row, int index_flag, int if_return_result, ovralist_t* result,
                   element_comparator sort_compare, Mib_Index_Compare_Ptr private_compare);
+    // Whether a pending row is one that waited and becomes active: the creation that was put off. 1 or 0.
+    int (*mibIsActivation)(MibHandler* handler, const void* row);
 } MibHandler;
 
 // Clears all slots.
@@ -227,7 +229,9 @@ void MibUnRegisterCallback(MIBDID did, int type, MIB_callback_ptr fptr);
 
 // Runs one chain for a row: 1, or 0 after logging which callback refused. Callbacks that ran before are
 // not undone. The set chain is passed over (and counts as run) for a row whose mode asks for nothing; when
-// it succeeds it raises the table's changed flag. The caller holds the table's mutex.
+// it succeeds it raises the table's changed flag. While a waiting row becomes active, the callbacks of the
+// check and the set chain get every column, whatever `flags` says: this is the row's creation, and what it
+// was given while it waited has been seen by nobody. The caller holds the table's mutex.
 char Run_MibCallbackFunc(int appid, MIBDID did, int type, void* row, MIB_Flags_t flags);
 
 // 1 if the sets have a column in common, else 0.

@@ -104,6 +104,10 @@ bool concerns_hardware(int mode) {
     return mode == MODE_CRE || mode == MODE_CHG || mode == MODE_DEL;
 }
 
+bool is_activation(MibHandler& handler, const void* row) {
+    return handler.mibIsActivation != nullptr && handler.mibIsActivation(&handler, row) != 0;
+}
+
 bool walk_chain(int index, MIBDID did, int type, void* row, MIB_Flags_t flags) {
     ChainRun run(index);
     for (MIB_callback* node = *chain_head(table_cntl[index], type); node != nullptr; node = node->next) {
@@ -137,7 +141,8 @@ char mib_run_chain(int index, MIBDID did, int type, void* row, MIB_Flags_t flags
     if (control == nullptr || control->dataOper == nullptr || chain_head(*control, type) == nullptr)
         return 0;
     bool wanted = type != CALLBACK_SET || concerns_hardware(mib_row_mode(index, row));
-    if (wanted && !walk_chain(index, did, type, row, flags))
+    bool creates_late = type != CALLBACK_GET && is_activation(*control->dataOper, row);
+    if (wanted && !walk_chain(index, did, type, row, creates_late ? mibDefFlags : flags))
         return 0;
     if (type == CALLBACK_SET)
         MibChangedFlagSet(mib_fresh_did(index, did));

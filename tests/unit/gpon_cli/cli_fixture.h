@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,15 @@ extern Application app;
 using Columns = std::vector<unsigned>;
 using Calls = std::vector<std::string>;
 
+// A row that was just made, in service: commands know no other.
+template <typename Row>
+Row* active(Row* made) {
+    const int32_t status = OVRA_ACTIVE;
+    memcpy(reinterpret_cast<char*>(made) + table_of<Row>::module().desc().row_status->offset, &status,
+           sizeof status);
+    return made;
+}
+
 class Cli : public testing::Test {
 protected:
     Cli() {
@@ -89,7 +99,7 @@ protected:
         return row;
     }
     static ov_sOnuSrvProfileTable_attr_t& add_profile(unsigned id, const char* name, const char* type) {
-        ov_sOnuSrvProfileTable_attr_t& row = *sOnuSrvProfileTable_createEntry(id);
+        ov_sOnuSrvProfileTable_attr_t& row = *active(sOnuSrvProfileTable_createEntry(id));
         snprintf(row.onuSrvProfileName, sizeof(row.onuSrvProfileName), "%s", name);
         snprintf(row.sOnuTypeProfileName, sizeof(row.sOnuTypeProfileName), "%s", type);
         return row;

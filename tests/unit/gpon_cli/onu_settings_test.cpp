@@ -10,7 +10,8 @@ protected:
     OnuSettings() {
         add_onu(1, 2, 7);
         for (const char* name : {"car1", "car2"})
-            set(sRmTrafficProfileTable_createEntry(static_cast<mib_ulong>(name[3]))->sRmTrafficProfileName,
+            set(active(sRmTrafficProfileTable_createEntry(static_cast<mib_ulong>(name[3])))
+                    ->sRmTrafficProfileName,
                 name);
     }
 

@@ -127,11 +127,11 @@ TEST_F(OnuShow, AFilterLooksForATextInAColumn) {
 }
 
 TEST_F(OnuShow, OnusThatAreNotConfiguredAreListedWithWhatTheyRegisteredAs) {
-    auto& row = *sOnuInitTable_createEntry(1, 1, 2, 1);
+    auto& row = *active(sOnuInitTable_createEntry(1, 1, 2, 1));
     set(row.sOnuInitTableSn, "ABCD000000ff");
     set(row.sOnuInitTableLoid, "customer");
     set(row.sOnuInitTableEqptId, "KLM-618");
-    set(sOnuInitTable_createEntry(1, 14, 16, 200)->sOnuInitTableSn, "ABCD00000001");
+    set(active(sOnuInitTable_createEntry(1, 14, 16, 200))->sOnuInitTableSn, "ABCD00000001");
     const std::string head = "\n      slot       port  serial number         registered as\n";
     const std::string first = "         1          2  ABCD000000ff          loid:customer model:KLM-618\n";
     const std::string second = "        14         16  ABCD00000001          \n";
@@ -143,11 +143,11 @@ TEST_F(OnuShow, OnusThatAreNotConfiguredAreListedWithWhatTheyRegisteredAs) {
 TEST_F(OnuShow, HistoryIsOneLineForAnOnu) {
     setenv("TZ", "UTC", 1);
     tzset();
-    auto& row = *sOnuHistoryTable_createEntry(1, 1, 2, 128);
+    auto& row = *active(sOnuHistoryTable_createEntry(1, 1, 2, 128));
     row.sOnuHistoryAuthTime1 = 86400;
     row.sOnuHistoryAuthTime2 = 1000000000;
     row.sOnuHistoryOffTime2 = 4294967295u;
-    sOnuHistoryTable_createEntry(1, 14, 16, 1);
+    active(sOnuHistoryTable_createEntry(1, 14, 16, 1));
     const auto shown = lines(run(port_, "show onu history"));
     ASSERT_EQ(shown.size(), 4u);
     EXPECT_EQ(shown[3], "total 1");
@@ -171,7 +171,7 @@ TEST_F(OnuShow, ReadingsOfAnOnu) {
               "% gpon-onu1/2:7 is not a PON port\n");
     add_onu(1, 2, 7);
     EXPECT_EQ(run(config_, "show distance gpon-olt1/2 onu 7", 104006), "%Failed to get port info \n");
-    auto& row = *sOnuExtendInfoTable_createEntry(1, 1, 2, 7);
+    auto& row = *active(sOnuExtendInfoTable_createEntry(1, 1, 2, 7));
     row.sOnuExtendInfoRowStatus = OVRA_ACTIVE;
     row.sOnuExtendInfoPhysicalDistance = 4000000000u;
     row.sOnuExtendInfoOltRxPower = -2150;
@@ -182,10 +182,10 @@ TEST_F(OnuShow, ReadingsOfAnOnu) {
 }
 
 TEST_F(OnuShow, ServicePortsOfAnOnu) {
-    auto& first = *servicePortTable_createEntry(1, 1, 2, 7, 1);
+    auto& first = *active(servicePortTable_createEntry(1, 1, 2, 7, 1));
     first.servicePortGemId = 30;
     first.servicePortVlanAction = SERVICEPORTVLANACTION_ALLTRANSPARENT;
-    auto& second = *servicePortTable_createEntry(1, 1, 2, 7, 32);
+    auto& second = *active(servicePortTable_createEntry(1, 1, 2, 7, 32));
     second.servicePortGemId = 1;
     second.servicePortUserVlan = 10;
     second.servicePortVlan = 100;
@@ -197,7 +197,7 @@ TEST_F(OnuShow, ServicePortsOfAnOnu) {
     second.servicePortCosQueueMappingProfileId = 3;
     second.servicePortMacLimit = 4095;
     second.servicePortMacmove = 0;
-    servicePortTable_createEntry(1, 1, 2, 8, 1);
+    active(servicePortTable_createEntry(1, 1, 2, 8, 1));
     EXPECT_EQ(run(config_, "show service-port interface gpon-onu1/2:7"),
               "\n"
               "port  gem user-vlan action          vlan priority svlan priority queue  mac-limit mac-move\n"

@@ -11,7 +11,7 @@ protected:
     OnuWriter() {
         add_port(1, 2);
         add_interface("gpon-olt1/2");
-        auto& car = *sRmTrafficProfileTable_createEntry(1);
+        auto& car = *active(sRmTrafficProfileTable_createEntry(1));
         set(car.sRmTrafficProfileName, "car-up");
         car.sRmTrafficProfileCIR = car.sRmTrafficProfilePIR = 64;
         car.sRmTrafficProfileCBS = car.sRmTrafficProfilePBS = 2000;
@@ -37,19 +37,19 @@ protected:
         return row;
     }
     static ov_sTcontTable_attr_t& tcont(unsigned id, const char* profile = "default", int onu = 7) {
-        auto& row = *sTcontTable_createEntry(1, onu == 7 ? 1 : 31, onu == 7 ? 2 : 15, onu, id);
+        auto& row = *active(sTcontTable_createEntry(1, onu == 7 ? 1 : 31, onu == 7 ? 2 : 15, onu, id));
         row.sTcontTableRowStatus = OVRA_ACTIVE;
         set(row.sTcontTableBwProfileName, profile);
         return row;
     }
     static ov_sGemTable_attr_t& gem(unsigned id, unsigned tcont, int onu = 7) {
-        auto& row = *sGemTable_createEntry(1, onu == 7 ? 1 : 31, onu == 7 ? 2 : 15, onu, id);
+        auto& row = *active(sGemTable_createEntry(1, onu == 7 ? 1 : 31, onu == 7 ? 2 : 15, onu, id));
         row.sGemTableRowStatus = OVRA_ACTIVE;
         row.sGemTableTcontID = tcont;
         return row;
     }
     static ov_servicePortTable_attr_t& service_port(int id, int gem, int onu = 7) {
-        auto& row = *servicePortTable_createEntry(1, onu == 7 ? 1 : 31, onu == 7 ? 2 : 15, onu, id);
+        auto& row = *active(servicePortTable_createEntry(1, onu == 7 ? 1 : 31, onu == 7 ? 2 : 15, onu, id));
         row.servicePortRowStatus = OVRA_ACTIVE;
         row.servicePortGemId = gem;
         row.servicePortVlanAction = SERVICEPORTVLANACTION_ALLTRANSPARENT;
@@ -309,13 +309,13 @@ protected:
     }
     void make_below(int slot, int port, int onu) {
         for (unsigned id = 1; id <= 9; id++) {
-            auto& row = *sTcontTable_createEntry(1, slot, port, onu, id);
+            auto& row = *active(sTcontTable_createEntry(1, slot, port, onu, id));
             row.sTcontTableRowStatus = OVRA_ACTIVE;
             fill(row.sTcontTableTcontName);
             fill(row.sTcontTableBwProfileName);
         }
         for (unsigned id = 1; id <= 31; id += 3) {
-            auto& row = *sGemTable_createEntry(1, slot, port, onu, id);
+            auto& row = *active(sGemTable_createEntry(1, slot, port, onu, id));
             row.sGemTableRowStatus = OVRA_ACTIVE;
             row.sGemTableTcontID = static_cast<mib_ulong>(number(0, 10));
             fill(row.sGemTableGemName);
@@ -329,7 +329,7 @@ protected:
             row.sGemTablePmEnable = number(0, 1);
         }
         for (int id = 1; id <= 33; id++) {
-            auto& row = *servicePortTable_createEntry(1, slot, port, onu, id);
+            auto& row = *active(servicePortTable_createEntry(1, slot, port, onu, id));
             row.servicePortRowStatus = OVRA_ACTIVE;
             row.servicePortGemId = number(0, 11) * 3 + 1;
             row.servicePortVlanAction = number(0, 9);

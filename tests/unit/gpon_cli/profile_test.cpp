@@ -145,9 +145,9 @@ TEST_F(Profiles, ATrafficProfileThatIsRefusedIsTold) {
 }
 
 TEST_F(Profiles, ListsShowEveryProfileAndTheirNumber) {
-    snprintf(sBWProfileTable_createEntry(3000000000u)->sBWProfileTableBwProfileName, 65, "gold");
-    snprintf(sOnuTypeProfileTable_createEntry(1)->onuTypeProfileName, 33, "type-one");
-    snprintf(sRmTrafficProfileTable_createEntry(1)->sRmTrafficProfileName, 33, "car");
+    snprintf(active(sBWProfileTable_createEntry(3000000000u))->sBWProfileTableBwProfileName, 65, "gold");
+    snprintf(active(sOnuTypeProfileTable_createEntry(1))->onuTypeProfileName, 33, "type-one");
+    snprintf(active(sRmTrafficProfileTable_createEntry(1))->sRmTrafficProfileName, 33, "car");
     for (const auto& [line, name] :
          {std::pair{"show profile bandwidth", "gold"}, std::pair{"show profile onutype", "type-one"},
           std::pair{"show profile traffic", "car"}}) {
@@ -160,10 +160,11 @@ TEST_F(Profiles, ListsShowEveryProfileAndTheirNumber) {
 }
 
 TEST_F(Profiles, ListsLineUpWithNamesOfTheLongestLength) {
-    snprintf(sBWProfileTable_createEntry(1)->sBWProfileTableBwProfileName, 65, "%s",
+    snprintf(active(sBWProfileTable_createEntry(1))->sBWProfileTableBwProfileName, 65, "%s",
              std::string(64, 'b').c_str());
-    snprintf(sOnuTypeProfileTable_createEntry(1)->onuTypeProfileName, 33, "%s", std::string(32, 'o').c_str());
-    snprintf(sRmTrafficProfileTable_createEntry(1)->sRmTrafficProfileName, 33, "%s",
+    snprintf(active(sOnuTypeProfileTable_createEntry(1))->onuTypeProfileName, 33, "%s",
+             std::string(32, 'o').c_str());
+    snprintf(active(sRmTrafficProfileTable_createEntry(1))->sRmTrafficProfileName, 33, "%s",
              std::string(32, 't').c_str());
     add_profile(128, std::string(64, 'p').c_str(), std::string(32, 'o').c_str());
     for (const char* line : {"show profile bandwidth", "show profile onutype", "show profile traffic",
@@ -178,9 +179,9 @@ TEST_F(Profiles, ListsLineUpWithNamesOfTheLongestLength) {
 
 // Managers may write any text.
 TEST_F(Profiles, NothingThatUpsetsATerminalIsShown) {
-    snprintf(sBWProfileTable_createEntry(1)->sBWProfileTableBwProfileName, 65, "a\x1b[2Jb");
-    snprintf(sOnuTypeProfileTable_createEntry(1)->onuTypeProfileName, 33, "a\x1b[2Jb");
-    snprintf(sRmTrafficProfileTable_createEntry(1)->sRmTrafficProfileName, 33, "a\x1b[2Jb");
+    snprintf(active(sBWProfileTable_createEntry(1))->sBWProfileTableBwProfileName, 65, "a\x1b[2Jb");
+    snprintf(active(sOnuTypeProfileTable_createEntry(1))->onuTypeProfileName, 33, "a\x1b[2Jb");
+    snprintf(active(sRmTrafficProfileTable_createEntry(1))->sRmTrafficProfileName, 33, "a\x1b[2Jb");
     add_profile(5, "a\x1b[2Jb", "a\x1b[2Jb");
     for (const char* line : {"show profile bandwidth", "show profile onutype", "show profile traffic",
                              "show profile onu-srvprofile all", "show profile onu-srvprofile 5"}) {

@@ -21,7 +21,8 @@ protected:
         return session.output();
     }
     static ov_sBWProfileTable_attr_t& add_bandwidth(const char* name, int type) {
-        auto& row = *sBWProfileTable_createEntry(static_cast<mib_ulong>(BKDRHash(name, int(strlen(name)))));
+        auto& row =
+            *active(sBWProfileTable_createEntry(static_cast<mib_ulong>(BKDRHash(name, int(strlen(name))))));
         snprintf(row.sBWProfileTableBwProfileName, sizeof(row.sBWProfileTableBwProfileName), "%s", name);
         row.sBWProfileTableType = type;
         row.sBWProfileTableFixBw = 251;
@@ -30,8 +31,8 @@ protected:
         return row;
     }
     static ov_sOnuTypeProfileTable_attr_t& add_onutype(const char* name) {
-        auto& row =
-            *sOnuTypeProfileTable_createEntry(static_cast<mib_ulong>(BKDRHash(name, int(strlen(name)))));
+        auto& row = *active(
+            sOnuTypeProfileTable_createEntry(static_cast<mib_ulong>(BKDRHash(name, int(strlen(name))))));
         snprintf(row.onuTypeProfileName, 33, "%s", name);
         row.sOnuTypeProfileTableEthNum = 4;
         row.sOnuTypeProfileTablePotsNum = 2;
@@ -110,7 +111,7 @@ TEST_F(Writer, OnuTypesAreWrittenInTheShortestFormThatSaysAll) {
 
 TEST_F(Writer, TrafficProfilesAreWrittenButTheDefaultOne) {
     for (const char* name : {"default", "car"}) {
-        auto& row = *sRmTrafficProfileTable_createEntry(static_cast<mib_ulong>(name[0]));
+        auto& row = *active(sRmTrafficProfileTable_createEntry(static_cast<mib_ulong>(name[0])));
         snprintf(row.sRmTrafficProfileName, 33, "%s", name);
         row.sRmTrafficProfileCIR = 64;
         row.sRmTrafficProfileCBS = 2000;
@@ -166,7 +167,7 @@ TEST_F(Writer, AProfileThatNoCommandMakesHasNoLineAndTheLogSaysSo) {
 
 TEST_F(Writer, ATrafficProfileThatNoCommandMakesHasNoLine) {
     using Traffic = ov_sRmTrafficProfileTable_attr_t;
-    auto& row = *sRmTrafficProfileTable_createEntry(1);
+    auto& row = *active(sRmTrafficProfileTable_createEntry(1));
     snprintf(row.sRmTrafficProfileName, 33, "car");
     const struct {
         mib_ulong Traffic::*field;
@@ -329,6 +330,22 @@ TEST_F(Writer, AProfileOfAKindOfOnuLeavesTheLearningAtItsDefault) {
 }
 
 // Every line that is written is a command of the node that it is written for.
+// Replaying a saved configuration would activate it.
+TEST_F(Writer, ARowThatWaitsIsNotWritten) {
+    add_port(1, 1);
+    add_onu(1, 1, 7);
+    auto& waiting = add_onu(1, 1, 8);
+    waiting.sOnuTableRowStatus = OVRA_NOTINSERVICE;
+    add_profile(5, "home", "type");
+    add_profile(6, "waits", "type").sOnuSrvProfileRowStatus = OVRA_NOTINSERVICE;
+    const std::string text = write();
+    EXPECT_THAT(text, testing::HasSubstr("gpon-onu1/1:7"));
+    EXPECT_THAT(text, testing::Not(testing::HasSubstr("gpon-onu1/1:8")));
+    EXPECT_THAT(text, testing::HasSubstr("profile-id 5"));
+    EXPECT_THAT(text, testing::Not(testing::HasSubstr("profile-id 6")));
+    EXPECT_THAT(text, testing::Not(testing::HasSubstr("waits")));
+}
+
 TEST_F(Writer, WhatIsWrittenCanBeTyped) {
     add_interface("gpon-olt1/1");
     add_profile(9, "nine", "KLM-618");

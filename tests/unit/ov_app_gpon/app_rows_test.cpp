@@ -30,7 +30,10 @@ protected:
         initialize_table_sBWProfileTable_data();
     }
     static void put(int shelf, int slot, int port, int onu, unsigned tcont) {
-        table_of<Tcont>::module().create_entry_at(shelf, slot, port, onu, tcont);
+        auto* row =
+            static_cast<Tcont*>(table_of<Tcont>::module().create_entry_at(shelf, slot, port, onu, tcont));
+        if (row != nullptr)
+            row->sTcontTableRowStatus = OVRA_ACTIVE;
     }
     static std::vector<Index> everything() {
         std::vector<Index> found;
@@ -59,6 +62,35 @@ TEST_F(AppRows, RowsOfOneOnuAreWalkedAndNoOthers) {
         found.push_back(index_of(row));
     EXPECT_THAT(found,
                 ElementsAre(Index{1, 3, 4, 7, 0}, Index{1, 3, 4, 7, 1}, Index{1, 3, 4, 7, 0x80000000u}));
+}
+
+// At the start, in the middle and at the end of a walk, and the only one.
+TEST_F(AppRows, RowsThatWaitArePassedOver) {
+    for (unsigned n = 0; n < 7; ++n)
+        put(1, 3, 4, 7, n);
+    const auto set_status = [](unsigned tcont, int status, int old_status) {
+        Tcont key = {};
+        table_of<Tcont>::module().set_index_at(&key, 1, 3, 4, 7, tcont);
+        auto* row = const_cast<Tcont*>(find_stored_row(key));
+        row->sTcontTableRowStatus = status;
+        row->old_sTcontTableRowStatus = old_status;
+    };
+    set_status(0, OVRA_NOTINSERVICE, OVRA_CREATEANDWAIT);
+    set_status(1, OVRA_NONEXISTENT, OVRA_NONEXISTENT); // a request is making it
+    set_status(2, OVRA_ACTIVE, OVRA_NOTINSERVICE);     // is being activated
+    set_status(3, OVRA_CREATEANDWAIT, OVRA_NONEXISTENT);
+    set_status(4, OVRA_CREATEANDGO, OVRA_NONEXISTENT);
+    set_status(5, OVRA_DESTROY, OVRA_ACTIVE); // not gone yet
+    set_status(6, OVRA_DESTROY, OVRA_NOTINSERVICE);
+    EXPECT_THAT(everything(), ElementsAre(Index{1, 3, 4, 7, 2}, Index{1, 3, 4, 7, 4}, Index{1, 3, 4, 7, 5}));
+    Tcont key = {};
+    table_of<Tcont>::module().set_index_at(&key, 1, 3, 4, 7, 0);
+    EXPECT_EQ(find_row(key), nullptr);
+    EXPECT_NE(find_stored_row(key), nullptr);
+    EXPECT_EQ(rows_copied(key, INDEX_TO_ONU).size(), 7u);
+    for (unsigned n = 1; n < 7; ++n)
+        set_status(n, OVRA_NOTREADY, OVRA_NONEXISTENT);
+    EXPECT_THAT(everything(), IsEmpty());
 }
 
 TEST_F(AppRows, AWalkOfNoRowsEndsAtOnce) {

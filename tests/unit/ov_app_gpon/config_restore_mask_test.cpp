@@ -285,10 +285,13 @@ TEST(SlotRows, AreThoseOfAWalkOverTheWholeTable) {
     initialize_table_sTcontTable_data();
     std::mt19937 random(7);
     const auto pick = [&random](std::vector<int> values) { return values[random() % values.size()]; };
-    for (int n = 0; n < 400; ++n)
-        table_of<Tcont>::module().create_entry_at(pick({0, 1, 2, 7, -1, INT32_MIN}),
-                                                  pick({0, 1, 3, 4, 31, -1}), pick({1, 2, 16, -1}),
-                                                  pick({1, 2}), random() % 3);
+    for (int n = 0; n < 400; ++n) {
+        auto* row = static_cast<Tcont*>(table_of<Tcont>::module().create_entry_at(
+            pick({0, 1, 2, 7, -1, INT32_MIN}), pick({0, 1, 3, 4, 31, -1}), pick({1, 2, 16, -1}), pick({1, 2}),
+            random() % 3));
+        if (row != nullptr)
+            row->sTcontTableRowStatus = pick({OVRA_ACTIVE, OVRA_ACTIVE, OVRA_NOTINSERVICE});
+    }
     for (const int slot : {0, 1, 2, 3, 4, 31, -1}) {
         std::vector<Index> walked;
         std::vector<Index> walked_port;

@@ -258,6 +258,66 @@ TEST(RestoreProfiles, TemplateRowsGoOutAtEverySlotsReplay) {
     });
 }
 
+// They wait for the modules of their tables; the places in the replay are theirs.
+TEST(RestoreProfiles, TemplateRowsOfWanWifiAndPoeHaveTheirTables) {
+    const auto is = [](const RestoreTable& templates, const RestoreTable& base, int message,
+                       const char* name) {
+        EXPECT_STREQ(templates.name, name);
+        EXPECT_EQ(templates.table, base.table);
+        EXPECT_EQ(templates.message, message);
+        EXPECT_EQ(templates.rows, RestoreRows::TEMPLATES);
+        EXPECT_EQ(templates.encode, base.encode);
+        EXPECT_EQ(templates.mask, base.mask);
+        const auto* desc = ov_hal_gpon_msg_desc_get(static_cast<unsigned>(message));
+        ASSERT_NE(desc, nullptr);
+        EXPECT_EQ(desc->dest, ov_hal_gpon_msg_dest_t::INDEX_OR_ALL); // slot 31 is every card
+    };
+    is(ov_app_gpon_config_restore_onusrvprofile_wan, ov_app_gpon_config_restore_rm_wan, 955,
+       "ov_app_gpon_config_restore_onusrvprofile_wan");
+    is(ov_app_gpon_config_restore_onusrvprofile_wifi, ov_app_gpon_config_restore_rm_wifi, 956,
+       "ov_app_gpon_config_restore_onusrvprofile_wifi");
+    is(ov_app_gpon_config_restore_onusrvprofile_uni_poe, ov_app_gpon_config_restore_rm_uni_poe, 962,
+       "ov_app_gpon_config_restore_onusrvprofile_uni_poe");
+    is(ov_app_gpon_config_restore_onusrvprofile_onu_poe, ov_app_gpon_config_restore_rm_onu_poe, 963,
+       "ov_app_gpon_config_restore_onusrvprofile_onu_poe");
+}
+
+// Brings the row into a status as the requests of managers do.
+template <typename Row, typename... Index>
+void set_status(mib_long Row::*status, mib_long Row::*old_status, int value, int old_value, Index... index) {
+    Row key = {};
+    table_of<Row>::module().set_index_at(&key, index...);
+    auto* row = const_cast<Row*>(find_stored_row(key));
+    ASSERT_NE(row, nullptr);
+    row->*status = value;
+    row->*old_status = old_value;
+}
+
+TEST(RestoreRows, ThatWaitOrGoAreNotReplayed) {
+    run_restore_chassis([](RestoreChassis& chassis) {
+        using Tcont = ov_sTcontTable_attr_t;
+        const auto put_tcont = [&](unsigned id, int value, int old_value, int slot = SLOT, int port = 4) {
+            put<Tcont>(chassis, 1, slot, port, 7, id);
+            set_status<Tcont>(&Tcont::sTcontTableRowStatus, &Tcont::old_sTcontTableRowStatus, value,
+                              old_value, 1, slot, port, 7, id);
+        };
+        put_tcont(1, OVRA_ACTIVE, OVRA_CREATEANDGO);
+        put_tcont(2, OVRA_NOTINSERVICE, OVRA_CREATEANDWAIT);
+        put_tcont(3, OVRA_CREATEANDGO, OVRA_NONEXISTENT);
+        put_tcont(4, OVRA_DESTROY, OVRA_ACTIVE);
+        put_tcont(5, OVRA_NONEXISTENT, OVRA_NONEXISTENT);
+        put_tcont(6, OVRA_NOTREADY, OVRA_NONEXISTENT);
+        EXPECT_THAT(outline(stage_messages(chassis, 4)), ElementsAre("908 create", "908 create"));
+        put_tcont(7, OVRA_NOTINSERVICE, OVRA_CREATEANDWAIT, 31, 15);
+        put_profiles(chassis);
+        using Bandwidths = ov_sBWProfileTable_attr_t;
+        set_status<Bandwidths>(&Bandwidths::sBWProfileTableRowStatus,
+                               &Bandwidths::old_sBWProfileTableRowStatus, OVRA_NOTINSERVICE,
+                               OVRA_CREATEANDWAIT, 12u);
+        EXPECT_THAT(outline(stage_messages(chassis, 0)), ElementsAre("906 create"));
+    });
+}
+
 TEST(RestoreProfiles, TemplateRowsAreInNoLaterStage) {
     run_restore_chassis([](RestoreChassis& chassis) {
         put_templates(chassis);

@@ -86,6 +86,27 @@ TEST_F(Chains, OnlyCallbacksForTheColumnsAreCalledAndTheyGetTheCallersColumns) {
     EXPECT_EQ(g_order, "");
 }
 
+// The creation of a row that waited: what it got meanwhile nobody has seen.
+TEST_F(Chains, AnActivationMeansEveryColumn) {
+    table.object.base.mibIsActivation = [](MibHandler*, const void* pending) {
+        return static_cast<const FakeRow*>(pending)->old_status == OVRA_NOTINSERVICE ? 1 : 0;
+    };
+    add(CALLBACK_CHECK, callback<'c'>, columns({FAKE_COLUMN_VALUE}));
+    add(CALLBACK_SET, callback<'s'>, columns({FAKE_COLUMN_VALUE}));
+    add(CALLBACK_GET, callback<'g'>, columns({FAKE_COLUMN_VALUE}));
+    row.old_status = OVRA_NOTINSERVICE;
+    for (const int type : {CALLBACK_CHECK, CALLBACK_SET}) {
+        EXPECT_EQ(run(type, columns({FAKE_COLUMN_STATUS})), 1);
+        EXPECT_EQ(g_order, type == CALLBACK_SET ? "s" : "c");
+        EXPECT_EQ(std::memcmp(&g_flags, &mibDefFlags, sizeof g_flags), 0);
+    }
+    EXPECT_EQ(run(CALLBACK_GET, columns({FAKE_COLUMN_STATUS})), 1);
+    EXPECT_EQ(g_order, "");
+    row.old_status = OVRA_ACTIVE;
+    EXPECT_EQ(run(CALLBACK_SET, columns({FAKE_COLUMN_STATUS})), 1);
+    EXPECT_EQ(g_order, "");
+}
+
 TEST_F(Chains, TheFirstRefusalStopsTheChain) {
     add(CALLBACK_CHECK, callback<'a'>);
     add(CALLBACK_CHECK, callback<'b', 0>, mibDefFlags, 7, "second");

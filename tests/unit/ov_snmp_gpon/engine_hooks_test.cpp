@@ -17,17 +17,18 @@ struct Seen {
     std::string kind;
     int mode;
     CrateRow row;
+    MIB_Flags_t columns;
 };
 std::vector<Seen> g_seen;
 int g_check_answer, g_set_answer;
 int32_t g_get_alloc; // what the get callback fills in
 
-int on_check(MIBDID did, void* row, MIB_Flags_t) {
-    g_seen.push_back({"check", MibRowStatusGet(did, row), *static_cast<CrateRow*>(row)});
+int on_check(MIBDID did, void* row, MIB_Flags_t flags) {
+    g_seen.push_back({"check", MibRowStatusGet(did, row), *static_cast<CrateRow*>(row), flags});
     return g_check_answer;
 }
-int on_set(MIBDID did, void* row, MIB_Flags_t) {
-    g_seen.push_back({"set", MibRowStatusGet(did, row), *static_cast<CrateRow*>(row)});
+int on_set(MIBDID did, void* row, MIB_Flags_t flags) {
+    g_seen.push_back({"set", MibRowStatusGet(did, row), *static_cast<CrateRow*>(row), flags});
     return g_set_answer;
 }
 int on_get(MIBDID, void* row, MIB_Flags_t) {
@@ -109,6 +110,8 @@ TEST_F(Hooks, SetWithCreateAndGoMakesAFilledActiveRow) {
     row.crateProfile = 77;
     row.crateRowStatus = OVRA_CREATEANDGO;
     EXPECT_EQ(access(MIB_SET, row, columns({NAME, STATUS})), MIB_OK);
+    const MIB_Flags_t named = columns({NAME, STATUS});
+    EXPECT_TRUE(same_bytes(&g_seen.back().columns, &named, sizeof named));
     ASSERT_NE(stored(), nullptr);
     EXPECT_STREQ(stored()->crateName, "tc3");
     EXPECT_EQ(stored()->crateProfile, 0) << "not in the mask";
@@ -159,6 +162,9 @@ TEST_F(Hooks, ActivationOfAWaitingRowIsACreate) {
     EXPECT_EQ(stored()->crateRowStatus, OVRA_ACTIVE);
     EXPECT_EQ(stored()->old_crateRowStatus, OVRA_ACTIVE);
     EXPECT_STREQ(g_seen.back().row.crateName, "before") << "the callback gets the whole row";
+    ASSERT_EQ(g_seen.size(), 2u);
+    for (const Seen& seen : g_seen)
+        EXPECT_TRUE(same_bytes(&seen.columns, &mibDefFlags, sizeof mibDefFlags)) << seen.kind;
 }
 
 TEST_F(Hooks, AWriteToAnActiveRowIsAChange) {
