@@ -11,6 +11,7 @@
 #include "ov_app_gpon_onuinit.h"
 #include "ov_app_gpon_pending.h"
 #include "ov_app_gpon_qos.h"
+#include "ov_app_gpon_service_port.h"
 #include "ov_ifindex.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
@@ -35,12 +36,20 @@ struct SlotRemoval {
 };
 
 template <typename Row>
+bool delete_row(Row& row) {
+    return mib_access(MIB_DEL, row);
+}
+bool delete_row(ov_servicePortTable_attr_t& row) {
+    return ov_app_gpon_service_port_del(&row) == OV_GPON_RET_OK;
+}
+
+template <typename Row>
 void delete_rows_of_slot(SlotRemoval& removal) {
     Row key = {};
     key.shelfID = GPON_SHELF;
     key.slotID = static_cast<mib_long>(removal.slot);
     for (Row& row : rows_copied(key, INDEX_TO_SLOT))
-        if (!mib_access(MIB_DEL, row)) {
+        if (!delete_row(row)) {
             const TableModule& table = table_of<Row>::module();
             char index[TableModule::kMaxIndexText];
             OV_LOG_ERROR("slotEvent", "slot %d: delete of %s %s failed", static_cast<int>(removal.slot),

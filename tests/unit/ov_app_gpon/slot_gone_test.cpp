@@ -339,6 +339,45 @@ TEST(SlotRemove, EachStageLogsItsStartAndItsEnd) {
     });
 }
 
+// Other columns would tell the card a profile first.
+TEST(SlotRemove, AServicePortGoesByItsRowStatusAlone) {
+    run_restore_chassis([](RestoreChassis& chassis) {
+        put_card(chassis, SLOT);
+        static MIB_Flags_t columns;
+        columns = {};
+        const MIBDID did = mmg_table_did_getbyindex(SSERVICEPORT);
+        ASSERT_EQ(MibRegisterCallback(
+                      did, CALLBACK_SET, "watch", 1,
+                      [](MIBDID /*did*/, void* /*row*/, MIB_Flags_t flags) {
+                          columns = flags;
+                          return SET_ACCEPTED;
+                      },
+                      mibDefFlags),
+                  1);
+        remove(SLOT);
+        HeldTimers::run_all();
+        const MIB_Flags_t row_status = columns_of(servicePortTable_column::servicePortRowStatus);
+        EXPECT_EQ(memcmp(&columns, &row_status, sizeof columns), 0);
+        EXPECT_EQ(row_at<ov_servicePortTable_attr_t>(1, SLOT, 4, 7, 1), nullptr);
+        EXPECT_THAT(chassis.card.hal.log.lines(), Not(Contains(HasSubstr("delete of servicePortTable"))));
+    });
+}
+
+TEST(SlotRemove, RowsThatWaitGoToo) {
+    run_restore_chassis([](RestoreChassis& /*chassis*/) {
+        using Gem = ov_sGemTable_attr_t;
+        Gem waiting = {};
+        table_of<Gem>::module().set_index_at(&waiting, 1, SLOT, 4, 7, 5u);
+        waiting.sGemTableRowStatus = OVRA_CREATEANDWAIT;
+        ASSERT_TRUE(mib_access(MIB_SET, waiting, columns_of(sGemTable_column::sGemTableRowStatus)));
+        ASSERT_EQ(find_row(waiting), nullptr);
+        ASSERT_NE(find_stored_row(waiting), nullptr);
+        remove(SLOT);
+        HeldTimers::run_all();
+        EXPECT_EQ(find_stored_row(waiting), nullptr);
+    });
+}
+
 TEST(SlotRemove, ARowThatCannotBeDeletedIsLoggedAndTheChainGoesOn) {
     run_restore_chassis([](RestoreChassis& chassis) {
         put_card(chassis, SLOT);
