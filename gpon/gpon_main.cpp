@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -28,6 +29,7 @@
 #include "ov_app_ctrl.h"
 #include "ov_app_gpon_config_restore.h"
 #include "ov_app_gpon_trap.h"
+#include "ov_build_info.h"
 #include "ov_gpon.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
@@ -44,8 +46,12 @@ const char* pid_file = "/var/run/gpon.pid";
 
 namespace {
 
+enum : int { OPTION_HELP = 256, OPTION_VERSION }; // no letters of their own
+
 const option longopts[] = {
     {"daemon", no_argument, nullptr, 'd'},
+    {"help", no_argument, nullptr, OPTION_HELP},
+    {"version", no_argument, nullptr, OPTION_VERSION},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -74,12 +80,46 @@ const char* program_name(int argc, char** argv) {
     return slash == nullptr ? argv[0] : slash + 1;
 }
 
+constexpr char HELP[] = R"(Usage: gpon [-d|--daemon]
+
+Manages everything GPON of the chassis. Waits until the system controller is
+ready, then runs until it is ended by a signal.
+
+  -d, --daemon   go into the background once the controller is ready
+      --help     print this and end
+      --version  print what this program was built as and end
+
+Any other option is ignored.
+)";
+
+// Status 1: the answer couldn't be written.
+[[noreturn]] void end_answered() {
+    exit(fflush(stdout) == 0 ? 0 : 1);
+}
+
+[[noreturn]] void answer_help() {
+    fputs(HELP, stdout);
+    end_answered();
+}
+
+[[noreturn]] void answer_version() {
+    printf("%s %s\nbuilt %s, commit %s, %s, %s\n", ov_build_product(), ov_build_version(), ov_build_time(),
+           ov_build_commit(), ov_build_type(), ov_build_compiler());
+    end_answered();
+}
+
+// Whether the daemon is to go into the background; ends the process for an option that is only answered.
 bool daemon_wanted(int argc, char** argv) {
     bool wanted = false;
     opterr = 0; // an unknown option is nobody's business
-    for (int opt; argc > 0 && (opt = getopt_long(argc, argv, "d", longopts, nullptr)) != -1;)
+    for (int opt; argc > 0 && (opt = getopt_long(argc, argv, "d", longopts, nullptr)) != -1;) {
         if (opt == 'd')
             wanted = true;
+        else if (opt == OPTION_HELP)
+            answer_help();
+        else if (opt == OPTION_VERSION)
+            answer_version();
+    }
     return wanted;
 }
 
@@ -173,7 +213,7 @@ void start_connected() {
     hal_init(HAL_GPON, master, gpon_nl_msg);
     vty_serv_sock(nullptr, 0, GPON_VTY_SOCKET);
     gpon_register_recovery_seq();
-    OV_LOG_NOTICE("LIB", "Gpon %s starting", GPON_VERSION);
+    OV_LOG_NOTICE("LIB", "Gpon %s starting", ov_build_version());
     init_ovra_gpon_table_default_set();
     hb_uds_task(GPON_NAME, HB_ROLE_CLIENT);
     kavo_add_timer(master, gpon_heartbeat_timer, nullptr, GPON_HEARTBEAT_SECONDS, nullptr);
@@ -197,9 +237,9 @@ std::array<quagga_signal_t, 4> gpon_signals = {{
 
 int gpon_main(int argc, char** argv) {
     const auto began = std::chrono::steady_clock::now();
+    const bool daemonise = daemon_wanted(argc, argv);
     umask(027);
     openzlog(program_name(argc, argv), ZLOG_GPON, LOG_PID | LOG_CONS | LOG_NDELAY, LOG_DAEMON);
-    const bool daemonise = daemon_wanted(argc, argv);
     set_up(argc, argv);
     wait_for_mono();
     if (daemonise)

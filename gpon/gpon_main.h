@@ -10,7 +10,6 @@
 
 // What the rest of the platform knows this daemon by: log, heartbeat, recovery stages, vty.
 inline constexpr char GPON_NAME[] = "gpon";
-inline constexpr char GPON_VERSION[] = "6.1";
 
 inline constexpr unsigned short GPON_MONO_PORT = 30000;  // the system controller listens here
 inline constexpr unsigned short GPON_SYNC_PORT = 30046;  // our end of the request connection
@@ -28,8 +27,9 @@ extern const char* pid_file;
 // application control files.
 extern std::array<quagga_signal_t, 4> gpon_signals;
 
-// The whole program: start-up, then the loop. Options are -d and --daemon; any other is ignored. Returns 0
-// when the loop ends; a failing step of the start ends the process with status 1.
+// The whole program: start-up, then the loop. Options are -d and --daemon; --help and --version are answered
+// before anything is touched, and end the process with status 0; any other is ignored. Returns 0 when the
+// loop ends; a failing step of the start ends the process with status 1.
 int gpon_main(int argc, char** argv);
 
 // An asynchronous connection of the controller has something to read: one message is read and dispatched.

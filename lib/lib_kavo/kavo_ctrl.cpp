@@ -24,8 +24,6 @@
 
 namespace {
 
-time_t start_time = 0;
-
 // Local time as text.
 std::string time_text(time_t when) {
     tm parts = {};
@@ -46,13 +44,14 @@ void register_action(const char* cfg_name, app_ctrl_action_handler_t handler) {
 void dump_startup_info() {
     printf("  name          %s\n", g_app_ctrl_cb.app_name.c_str());
     printf("  pid           %d\n", getpid());
-    printf("  started       %s (%ld seconds ago)\n", time_text(start_time).c_str(),
-           long(time(nullptr) - start_time));
+    printf("  started       %s (%ld seconds ago)\n", time_text(ov_process_start_time()).c_str(),
+           long(time(nullptr) - ov_process_start_time()));
     printf("  command line ");
     for (int i = 0; i < gArgc && gArgv[i] != nullptr; ++i)
         printf(" %s", gArgv[i]);
     printf("\n  version       %s\n", ov_build_version());
-    printf("  build         %s, %s\n", ov_build_type(), ov_build_compiler());
+    printf("  build         %s, commit %s, %s, %s\n", ov_build_time(), ov_build_commit(), ov_build_type(),
+           ov_build_compiler());
 }
 
 // ---- slots -------------------------------------------------------------------------------------
@@ -141,7 +140,6 @@ void dump_error_info() {
 } // namespace
 
 void kavo_ctrl_init(const char* name) {
-    start_time = time(nullptr);
     const int error = app_ctrl_init(name);
     if (error != 0) {
         OV_LOG_ERROR("LIB", "application control of %s: %s", name != nullptr ? name : "", strerror(error));

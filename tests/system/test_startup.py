@@ -6,7 +6,7 @@ import time
 
 import pytest
 
-from chassis import PID_FILE, QUIET_SCENARIO, VTY_SOCKET, program
+from chassis import PID_FILE, QUIET_SCENARIO, STRACE_FILE, VTY_SOCKET, program
 
 CONTROLLER_NOT_READY = "mono-ready 0\n"
 
@@ -112,6 +112,27 @@ def test_an_unknown_option_is_ignored(chassis):
     assert chassis.vty("show slot info").result == 0
     assert chassis.daemon.poll() is None
     assert "frobnicate" not in chassis.stdout()
+
+
+@pytest.mark.parametrize(
+    "options, said",
+    [
+        (["--help"], r"Usage: gpon \[-d\|--daemon\]\n"),
+        (["--version"], r"gpon 6\.1\nbuilt 20\d\d-\d\d-\d\d \d\d:\d\d:\d\d UTC, commit ([0-9a-f]{10}\+?|unknown), "),
+        (["-x", "-d", "words", "--version"], r"gpon 6\.1\n"),
+    ],
+)
+def test_help_and_version_are_answered_before_anything_is_touched(chassis, options, said):
+    done = chassis.run("strace", "-f", "-qq", "-e", "trace=%file,%network,%process", "-o", STRACE_FILE, program("gpon"), *options)
+    assert done.returncode == 0
+    assert re.match(said, done.stdout), done.stdout
+    assert done.stderr == ""
+    touching = [line for line in chassis.strace_lines() if not re.search(r"O_RDONLY|execve|access\(|readlink|stat|exit|arch_prctl", line)]
+    assert touching == []
+
+
+def test_an_answer_that_cannot_be_written_ends_with_status_1(chassis):
+    assert chassis.run("sh", "-c", f"{program('gpon')} --version >/dev/full").returncode == 1
 
 
 def test_a_second_daemon_ends_with_status_1_at_the_pid_file(chassis):

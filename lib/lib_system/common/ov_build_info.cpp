@@ -1,8 +1,11 @@
 #include "ov_build_info.h"
 
-// The build system may define both; these stand in for a compilation without it.
+// The build system may define these; what follows stands in for a compilation without it.
 #ifndef GPON_VERSION
 #define GPON_VERSION "6.1"
+#endif
+#ifndef GPON_PRODUCT
+#define GPON_PRODUCT "gpon"
 #endif
 #ifndef GPON_BUILD_TYPE
 #ifdef __OPTIMIZE__
@@ -14,6 +17,8 @@
 
 #ifdef __SANITIZE_ADDRESS__
 #define GPON_BUILD_SANITIZER ", AddressSanitizer"
+#elif defined(__SANITIZE_THREAD__)
+#define GPON_BUILD_SANITIZER ", ThreadSanitizer"
 #else
 #define GPON_BUILD_SANITIZER ""
 #endif
@@ -23,6 +28,15 @@
 #else
 #define GPON_COMPILER "gcc " __VERSION__
 #endif
+
+namespace {
+ov_build_facts_t build_facts = {.time = "unknown", .commit = "unknown"};
+const time_t start_time = time(nullptr);
+} // namespace
+
+const char* ov_build_product() {
+    return GPON_PRODUCT;
+}
 
 const char* ov_build_version() {
     return GPON_VERSION;
@@ -34,4 +48,20 @@ const char* ov_build_type() {
 
 const char* ov_build_compiler() {
     return GPON_COMPILER;
+}
+
+const char* ov_build_time() {
+    return build_facts.time;
+}
+
+const char* ov_build_commit() {
+    return build_facts.commit;
+}
+
+time_t ov_process_start_time() {
+    return start_time;
+}
+
+void ov_build_set_facts(const ov_build_facts_t& facts) {
+    build_facts = facts;
 }
