@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs inside the sandbox: the simulated chassis, snmpd, the daemon, then the operator's shell, or with --demo the tour
-# that types and checks itself. The sandbox ends what is left.
+# that types and checks itself. The sandbox ends what is left. What makes up the chassis runs in sessions of its own, where
+# the keys that are pressed at the shell (Ctrl-C, Ctrl-Z, Ctrl-\) don't reach it.
 #   tools/demo.sh                  the shell
 #   tools/demo.sh --demo [TOUR]    the tour, or another one
 set -euo pipefail
@@ -37,23 +38,36 @@ agentXRetries 0
 CONF
     # nothing of the machine's own configuration
     SNMPCONFPATH=/tmp/snmp SNMP_PERSISTENT_DIR=/tmp/snmp MIBS='' \
-        /usr/sbin/snmpd -C -c /tmp/snmp/snmpd.conf -f -Lo >/tmp/snmp/snmpd.out 2>&1 &
+        setsid /usr/sbin/snmpd -C -c /tmp/snmp/snmpd.conf -f -Lo >/tmp/snmp/snmpd.out 2>&1 &
     wait_for $agentx $! "snmpd" /tmp/snmp/snmpd.out
 }
 
-# As the platform does: a daemon that ends is started again. One that never came up isn't.
-keep_daemon() {
-    gpon || [ -e $vty ] || return
-    while sleep 1; do
-        gpon || true
+# Whether the shell is to be left for good. The end of the input is a yes: nobody is there to ask.
+leave_wanted() {
+    local answer=
+    trap 'echo; return 1' INT
+    read -r -p "This takes the chassis down. Leave? [y/N] " answer || {
+        echo
+        return 0
+    }
+    [[ $answer = [yY]* ]]
+}
+
+# An operator's shell on the terminal. Ctrl-\ means nothing; Ctrl-Z stops the shell alone; gponsh takes Ctrl-C.
+keep_shell() {
+    trap '' QUIT
+    while :; do
+        trap : INT
+        gponsh || true
+        ! leave_wanted || return 0
     done
 }
 
 mkdir -p /tmp/product
-chassis-sim --scenario sim/scenarios/demo.scn >/tmp/chassis-sim.out 2>&1 &
+setsid chassis-sim --scenario sim/scenarios/demo.scn >/tmp/chassis-sim.out 2>&1 &
 wait_for $control $! "The simulated chassis" /tmp/chassis-sim.out
 start_snmpd
-keep_daemon >/tmp/gpon.out 2>&1 &
+setsid tools/demo/keep-daemon $vty >/tmp/gpon.out 2>&1 &
 wait_for $vty $! "The daemon" /tmp/gpon.out
 simctl wait timeout=20000 kind=note text=in-service >/dev/null ||
     fail /tmp/product/gpon.log "The line cards didn't come into service; see above."
@@ -71,7 +85,9 @@ case ${1:-} in
     if [ -t 0 ]; then
         echo "A QRX4100 with two line cards and twelve ONUs is up."
         tour
+        keep_shell
+    else
+        gponsh
     fi
-    gponsh
     ;;
 esac
