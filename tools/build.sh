@@ -6,7 +6,6 @@ cd "$(dirname "$0")/.."
 preset=${1:-dev}
 shift || true
 dir=build/$preset
-mkdir -p "$dir"
 log=$dir/build.log
 
 # On a terminal the step that ninja is at; otherwise nothing.
@@ -19,8 +18,22 @@ show_progress() {
     fi
 }
 
-if [ ! -f "$dir/build.ninja" ]; then
+# What ninja would do it would do in the place that was configured, not here.
+forget_other_place() {
+    local place
+    place=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$dir/CMakeCache.txt" 2>/dev/null) || return 0
+    if [ -n "$place" ] && ! [ "$place" -ef . ]; then
+        echo "This tree was copied or moved: $dir builds $place, so it is made anew." >&2
+        rm -rf "$dir"
+    fi
+}
+
+forget_other_place
+mkdir -p "$dir"
+[ -f "$dir/build.ninja" ] ||
     echo "Building (preset $preset) for the first time: this takes some minutes." >&2
+# What a preset says is read only then.
+if [ ! -f "$dir/build.ninja" ] || [ CMakePresets.json -nt "$dir/build.ninja" ]; then
     if ! cmake --preset "$preset" >"$log" 2>&1; then
         cat "$log" >&2
         exit 1

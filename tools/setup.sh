@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the packages that are missing and builds libfrr once. Silent when there is nothing to do.
-# Works as root, or for a user with sudo; says plainly what is missing when neither is there.
+# Works as root, or for a user with sudo; says plainly what is missing when neither is there. What it installs it notes for
+# tools/clean.sh.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -12,6 +13,18 @@ missing_packages() {
             state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
             [ "$state" = installed ] || printf '%s\n' "$package"
         done
+}
+
+installed_packages() {
+    dpkg-query -W -f '${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p' | LC_ALL=C sort -u
+}
+
+# What wasn't there before, with what came along.
+note_installed() {
+    local state=${XDG_STATE_HOME:-${HOME:+$HOME/.local/state}}
+    [ -n "$state" ] || return 0
+    mkdir -p "$state/gpon"
+    LC_ALL=C comm -13 <(printf '%s\n' "$before") <(installed_packages) >>"$state/gpon/installed-packages"
 }
 
 install_packages() {
@@ -26,15 +39,17 @@ install_packages() {
     fi
     say "Installing $# packages: $*"
     log=$(mktemp)
-    if ! { "${as_root[@]}" apt-get update &&
-        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"; } \
-        >"$log" 2>&1; then
-        say "apt-get failed:"
+    before=$(installed_packages)
+    trap note_installed EXIT
+    if ! "${as_root[@]}" "$PWD/tools/install_packages.sh" "$@" >"$log" 2>&1; then
+        say "Installing them failed:"
         tail -n 20 "$log" >&2
         say "The whole log: $log"
         exit 1
     fi
     rm -f "$log"
+    trap - EXIT
+    note_installed
 }
 
 if ! command -v dpkg-query >/dev/null; then
