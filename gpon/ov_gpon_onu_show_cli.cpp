@@ -4,6 +4,7 @@
 #include <ctime>
 #include <string>
 
+#include "gpon_stepped_show.h"
 #include "kavo_cmd_rows.h"
 #include "kavo_if.h"
 #include "onu_auth_forms.h"
@@ -54,14 +55,16 @@ bool narrow_to_port(struct vty* vty, const char* name, Scope& scope) {
     return true;
 }
 
-// The rows of the ports in scope. Costs by the rows of the port when there is just one.
-template <typename Row>
-RowsUnder<Row> rows_of_ports(const Scope& scope) {
+// Shows the rows of the ports in scope in steps: `print` gives whether one counts. Behind them their number.
+// Costs by the rows of the port when there is just one.
+template <typename Row, typename Print>
+int show_rows_of_ports(struct vty* vty, const Scope& scope, Print print) {
     Row key = {};
     key.shelfID = GPON_CLI_SHELF;
     key.slotID = scope.slot;
     key.portID = scope.port;
-    return rows_under(key, scope.port == ANY ? 1 : INDEX_TO_PORT);
+    return gpon_show_rows(vty, key, scope.port == ANY ? 1 : INDEX_TO_PORT, print,
+                          [vty](int count) { vty_out(vty, "total %d%s", count, kavo_newline(vty)); });
 }
 
 // ---- words and texts ------------------------------------------------------------------------------------
@@ -124,18 +127,15 @@ void print_state(struct vty* vty, const Onu& row, const char* nl) {
 template <typename Wanted>
 int show_states(struct vty* vty, Scope scope, const char* port_name, Wanted wanted) {
     const char* nl = kavo_newline(vty);
-    int count = 0;
     print_state_head(vty, nl);
     if (port_name != nullptr && !narrow_to_port(vty, port_name, scope))
         return KAVO_CLI_BAD_INPUT;
-    for (const Onu& row : rows_of_ports<Onu>(scope)) {
-        if ((scope.onu != ANY && row.onuId != scope.onu) || !wanted(row))
-            continue;
-        print_state(vty, row, nl);
-        count++;
-    }
-    vty_out(vty, "total %d%s", count, nl);
-    return 0;
+    return show_rows_of_ports<Onu>(vty, scope, [=](const Onu& row) {
+        const bool is_shown = (scope.onu == ANY || row.onuId == scope.onu) && wanted(row);
+        if (is_shown)
+            print_state(vty, row, nl);
+        return is_shown;
+    });
 }
 
 bool all_of_them(const Onu& /*row*/) {
@@ -186,7 +186,9 @@ const char* filtered_text(const Onu& row, const char* keyword) {
 int ov_gpon_olt_show_onu_filter_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                                     const char** argv) {
     return show_states(vty, scope_of(vty), nullptr,
-                       [argv](const Onu& row) { return contains(filtered_text(row, argv[0]), argv[1]); });
+                       [keyword = std::string(argv[0]), part = std::string(argv[1])](const Onu& row) {
+                           return contains(filtered_text(row, keyword.c_str()), part);
+                       });
 }
 
 // ---- ONUs that aren't configured ------------------------------------------------------------------------
@@ -202,11 +204,10 @@ void ov_gpon_cli_dump_uncfg_onu_head(struct vty* vty, const char* nl) {
 int ov_gpon_show_uncfg_onu_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
     Scope scope = scope_of(vty);
     const char* nl = kavo_newline(vty);
-    int count = 0;
     ov_gpon_cli_dump_uncfg_onu_head(vty, nl);
     if (argc > 0 && !narrow_to_port(vty, argv[0], scope))
         return KAVO_CLI_BAD_INPUT;
-    for (const UnknownOnu& row : rows_of_ports<UnknownOnu>(scope)) {
+    return show_rows_of_ports<UnknownOnu>(vty, scope, [vty, nl](const UnknownOnu& row) {
         Labelled details;
         details.add("pw", row.sOnuInitTablePw)
             .add("loid", row.sOnuInitTableLoid)
@@ -214,10 +215,8 @@ int ov_gpon_show_uncfg_onu_cli(struct cmd_element* /*self*/, struct vty* vty, in
             .add("model", row.sOnuInitTableEqptId);
         vty_out(vty, UNKNOWN_FORMAT, std::to_string(row.slotID).c_str(), std::to_string(row.portID).c_str(),
                 gpon_cli_shown(row.sOnuInitTableSn).c_str(), details.text(), nl);
-        count++;
-    }
-    vty_out(vty, "total %d%s", count, nl);
-    return 0;
+        return true;
+    });
 }
 
 // ---- history --------------------------------------------------------------------------------------------
@@ -269,14 +268,11 @@ void print_history(struct vty* vty, const History& row, const char* nl) {
 int ov_gpon_olt_show_onu_history_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                                      const char** /*argv*/) {
     const char* nl = kavo_newline(vty);
-    int count = 0;
     print_history_head(vty, nl);
-    for (const History& row : rows_of_ports<History>(scope_of(vty))) {
+    return show_rows_of_ports<History>(vty, scope_of(vty), [vty, nl](const History& row) {
         print_history(vty, row, nl);
-        count++;
-    }
-    vty_out(vty, "total %d%s", count, nl);
-    return 0;
+        return true;
+    });
 }
 
 // ---- readings -------------------------------------------------------------------------------------------

@@ -1,14 +1,7 @@
 // Commands of shells that go on in steps.
-#include "frr_fixture.h"
+#include "frr_shell.h"
 
-#include <fcntl.h>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -65,79 +58,6 @@ int write_without_end(struct vty* vty) {
     return 1;
 }
 
-// A shell on the daemon's socket.
-class Shell {
-public:
-    Shell() {
-        static const Server server;
-        others_ = descriptors();
-        fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        server.path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-        EXPECT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0) << server.path;
-        EXPECT_EQ(fcntl(fd, F_SETFL, O_NONBLOCK), 0);
-        EXPECT_EQ(ask("enable"), (std::vector<std::string>{"0:"}));
-    }
-    // Leaves nothing of the session.
-    ~Shell() {
-        if (fd >= 0)
-            close(fd);
-        EXPECT_TRUE(frr_run_until([this] { return descriptors() == others_; }));
-    }
-    Shell(const Shell&) = delete;
-    Shell& operator=(const Shell&) = delete;
-
-    // Sends lines in one piece.
-    void send_lines(const std::vector<std::string>& lines) const {
-        std::string data;
-        for (const auto& line : lines)
-            data += line + '\0';
-        EXPECT_EQ(send(fd, data.data(), data.size(), MSG_NOSIGNAL), static_cast<ssize_t>(data.size()));
-    }
-
-    // The next answers, as "result:text".
-    std::vector<std::string> answers(size_t count) {
-        std::vector<std::string> found;
-        EXPECT_TRUE(frr_run_until([&] {
-            take(found);
-            return found.size() >= count;
-        })) << found.size();
-        EXPECT_EQ(data_, "");
-        return found;
-    }
-    std::vector<std::string> ask(const std::string& line) {
-        send_lines({line});
-        return answers(1);
-    }
-
-    int fd = -1;
-
-private:
-    static std::ptrdiff_t descriptors() {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    }
-    struct Server {
-        Server() { vty_serv_sock(nullptr, 0, path.c_str()); }
-        ~Server() { unlink(path.c_str()); }
-        const std::string path = testing::TempDir() + "kavo_steps." + std::to_string(getpid());
-    };
-
-    void take(std::vector<std::string>& found) {
-        char piece[65536];
-        for (ssize_t got; (got = recv(fd, piece, sizeof(piece), 0)) > 0;)
-            data_.append(piece, static_cast<size_t>(got));
-        const std::string mark(3, '\0');
-        for (size_t end; (end = data_.find(mark)) != data_.npos && data_.size() > end + 3;) {
-            found.push_back(std::to_string(data_[end + 3]) + ":" + data_.substr(0, end));
-            data_.erase(0, end + 4);
-        }
-    }
-
-    std::ptrdiff_t others_ = 0; // descriptors of the process without this shell's
-    std::string data_;
-};
-
 using Answers = std::vector<std::string>;
 const std::string ALL_LINES = "line 0\nline 1\nline 2\nline 3\nline 4\n!\n";
 
@@ -157,7 +77,7 @@ protected:
 
 TEST_F(KavoSteps, TheLoopServesOthersBetweenThem) {
     frr_install_node(GPON_NODE, write_lines_and_arm_events);
-    Shell shell;
+    FrrShell shell;
     EXPECT_EQ(shell.ask("write terminal"), (Answers{"0:" + ALL_LINES}));
     order.resize(9);
     EXPECT_EQ(order, (std::vector<std::string>{"step 0", "event", "step 1", "event", "step 2", "event",
@@ -167,7 +87,7 @@ TEST_F(KavoSteps, TheLoopServesOthersBetweenThem) {
 TEST_F(KavoSteps, CommandsBehindWaitAndNoneIsLost) {
     frr_install_node(GPON_NODE, write_lines);
     frr_install_node(IF_GPON_NODE, write_lines);
-    Shell shell;
+    FrrShell shell;
     shell.send_lines({"write terminal", "no such", "write file", "configure terminal", "write terminal"});
     const std::string both = "0:" + ALL_LINES + ALL_LINES;
     const auto got = shell.answers(5);
@@ -181,14 +101,14 @@ TEST_F(KavoSteps, CommandsBehindWaitAndNoneIsLost) {
 
 TEST_F(KavoSteps, AFilterHoldsForAllOfThemAndNoLonger) {
     frr_install_node(GPON_NODE, write_lines);
-    Shell shell;
+    FrrShell shell;
     EXPECT_EQ(shell.ask("write terminal | include [03]"), (Answers{"0:line 0\nline 3\n"}));
     EXPECT_EQ(shell.ask("write terminal"), (Answers{"0:" + ALL_LINES}));
 }
 
 TEST_F(KavoSteps, ShellsTakeTheirsSideBySide) {
     frr_install_node(GPON_NODE, write_lines);
-    Shell one, other;
+    FrrShell one, other;
     one.send_lines({"write terminal"});
     other.send_lines({"write terminal"});
     EXPECT_EQ(one.answers(1), (Answers{"0:" + ALL_LINES}));
@@ -197,7 +117,7 @@ TEST_F(KavoSteps, ShellsTakeTheirsSideBySide) {
 
 TEST_F(KavoSteps, AShellThatDoesNotReadGetsNoFurther) {
     frr_install_node(GPON_NODE, write_without_end);
-    Shell shell, other;
+    FrrShell shell, other;
     shell.send_lines({"write terminal"});
     unsigned before = 0, rounds = 0;
     do {
@@ -210,9 +130,9 @@ TEST_F(KavoSteps, AShellThatDoesNotReadGetsNoFurther) {
 
 TEST_F(KavoSteps, AShellThatGoesEndsThem) {
     frr_install_node(GPON_NODE, write_without_end);
-    Shell other;
+    FrrShell other;
     for (const char* line : {"write terminal", "write terminal | include x"}) {
-        Shell shell;
+        FrrShell shell;
         steps = 0;
         shell.send_lines({line});
         hang_up = std::exchange(shell.fd, -1);
