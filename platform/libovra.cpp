@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -28,10 +29,23 @@
 namespace {
 
 constexpr char DEFAULT_LOG_FILE[] = "/tmp/product/gpon.log";
-constexpr int LEVEL_FATAL = 120;
 constexpr int APPLICATION_ID = 111;
 constexpr size_t MAX_COMMAND = 1024; // bytes of a formatted command line, with its terminator
 constexpr uint32_t NO_MEMORY = 101002;
+
+struct LevelName {
+    int level;
+    std::string_view name;
+};
+constexpr int LEVEL_FATAL = 120;
+constexpr std::array<LevelName, 6> LEVEL_NAMES = {{
+    {20, "debug"},
+    {40, "info"},
+    {60, "notice"},
+    {80, "warning"},
+    {100, "error"},
+    {LEVEL_FATAL, "fatal"},
+}};
 
 const char* or_dash(const char* text) {
     return text != nullptr && *text != '\0' ? text : "-";
@@ -97,6 +111,30 @@ private:
     timespec looked_{};
 };
 
+// A time to the second, "2026-02-07 06:28:15", in local time. Made once a second in each thread: a line costs
+// no look at the time zone.
+std::string_view text_of_second(time_t second) {
+    struct Made {
+        time_t second = -1;
+        size_t size = 0;
+        std::array<char, 32> text{};
+    };
+    thread_local Made made;
+    if (made.second != second) {
+        tm local{};
+        localtime_r(&second, &local);
+        made.size = strftime(made.text.data(), made.text.size(), "%F %T", &local);
+        made.second = second;
+    }
+    return {made.text.data(), made.size};
+}
+
+std::string_view level_name(int level) {
+    const auto* found = std::find_if(LEVEL_NAMES.begin(), LEVEL_NAMES.end(),
+                                     [level](const LevelName& known) { return known.level == level; });
+    return found != LEVEL_NAMES.end() ? found->name : "-";
+}
+
 // What stands in front of a line's text, and the text if it is short; longer names are cut.
 class LineStart {
 public:
@@ -111,10 +149,17 @@ public:
         const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
         return add(std::string_view(digits.data(), size_t(end - digits.data())));
     }
+    // The time with milliseconds.
+    LineStart& add(const timespec& now) {
+        const auto msec = static_cast<int>(now.tv_nsec / 1'000'000);
+        const std::array<char, 4> digits = {'.', digit(msec / 100), digit(msec / 10), digit(msec)};
+        return add(text_of_second(now.tv_sec)).add(std::string_view(digits.data(), digits.size()));
+    }
     bool has_room_for(size_t count) const { return count <= room(); }
     std::string_view text() const { return {bytes_.data(), size_}; }
 
 private:
+    static char digit(int number) { return static_cast<char>('0' + number % 10); }
     size_t room() const { return bytes_.size() - size_; }
 
     std::array<char, 511>
@@ -129,8 +174,20 @@ void ov_log_util(const char* lib, int level, const char* module, const char* fil
     static LogFile& log_file = *new LogFile; // threads log to the very end of the process
 
     const char* tag = module != nullptr && *module != '\0' ? module : lib;
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
     LineStart start;
-    start.add(level).add(" [").add(or_dash(tag)).add("] ").add(or_dash(file)).add(":").add(line);
+    start.add(now)
+        .add(" ")
+        .add(level_name(level))
+        .add("/")
+        .add(level)
+        .add(" [")
+        .add(or_dash(tag))
+        .add("] ")
+        .add(or_dash(file))
+        .add(":")
+        .add(line);
     start.add(" ").add(or_dash(func)).add(": ");
 
     std::string_view body = text != nullptr ? text : "";

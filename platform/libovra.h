@@ -7,11 +7,11 @@
 
 // ---- log ---------------------------------------------------------------------------------------
 
-// Appends one line to the log: level number, module tag in brackets, file, line, function, the text.
-// `text` is already formatted and is written as it stands (a final line feed isn't doubled).
-// `lib` names the log handle (nullptr for the application's own log). The file is that of the
-// environment variable OV_LOG_FILE, or "/tmp/product/gpon.log"; each line is one write, so lines of
-// several processes don't mix. A file that can't be opened drops the line.
+// Appends one line to the log: local time with milliseconds, level by name and number ("error/100"), module
+// tag in brackets, file, line, function, the text. `text` is already formatted and is written as it stands (a
+// final line feed isn't doubled). `lib` names the log handle (nullptr for the application's own log). The
+// file is that of the environment variable OV_LOG_FILE, or "/tmp/product/gpon.log"; each line is one write,
+// so lines of several processes don't mix. A file that can't be opened drops the line.
 void ov_log_util(const char* lib, int level, const char* module, const char* file, int line, const char* func,
                  const char* text);
 

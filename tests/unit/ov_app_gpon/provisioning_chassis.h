@@ -200,9 +200,9 @@ inline bool logged(const AppChassis& chassis, const std::string& line) {
 // The same with level and tag, as the log file has it.
 inline bool logged_as(const AppChassis& chassis, int level, const std::string& tag, const std::string& line) {
     std::istringstream file(chassis.hal.log.file_text());
-    const std::string head = std::to_string(level) + " [" + tag + "]";
+    const std::string head = "/" + std::to_string(level) + " [" + tag + "] ";
     for (std::string got; std::getline(file, got);)
-        if (got.starts_with(head) && got.ends_with(" " + line))
+        if (got.find(head) != got.npos && got.ends_with(" " + line))
             return true;
     return false;
 }

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "../support/log_text.h"
 #include "../support/temp_dir.h"
 
 namespace {
@@ -14,7 +15,7 @@ namespace {
 class ProductLog : public ::testing::Test {
 protected:
     ~ProductLog() override { ov_product_log_set_tap(nullptr); }
-    std::string log() const { return dir_.read("log"); }
+    std::string log() const { return without_times(dir_.read("log")); }
     std::vector<std::string> lines() const {
         std::istringstream in(log());
         std::vector<std::string> all;
@@ -29,13 +30,13 @@ protected:
 
 TEST_F(ProductLog, FormatsTheText) {
     ov_product_app_log("a.cpp", 5, "f", 1, 12, OV_LOG_LVL_ERROR, "MMG", "row %d of %s", 3, "sOnuTable");
-    EXPECT_EQ(log(), "100 [MMG] a.cpp:12 f: row 3 of sOnuTable\n");
+    EXPECT_EQ(log(), "error/100 [MMG] a.cpp:12 f: row 3 of sOnuTable\n");
 }
 
 TEST_F(ProductLog, MacroFillsInWhereItStands) {
     int line = __LINE__ + 1;
     OV_LOG_WARN("QOS", "set to which not support");
-    EXPECT_EQ(log(), "80 [QOS] product_log_test.cpp:" + std::to_string(line) +
+    EXPECT_EQ(log(), "warning/80 [QOS] product_log_test.cpp:" + std::to_string(line) +
                          " TestBody: set to which not support\n");
 }
 
@@ -53,13 +54,13 @@ TEST_F(ProductLog, LogsToNamedHandlesAndTakesUnknownOnesAsItsOwn) {
         ov_product_library_log(1, lib, "a.cpp", 5, "f", 1, 1, OV_LOG_LVL_DEBUG, "HAL", "n %d", 1);
     ASSERT_EQ(lines().size(), 10u);
     for (const std::string& line : lines())
-        EXPECT_EQ(line, "20 [HAL] a.cpp:1 f: n 1");
+        EXPECT_EQ(line, "debug/20 [HAL] a.cpp:1 f: n 1");
 }
 
 TEST_F(ProductLog, NamesTheHandleOfALineWithoutATag) {
     ov_product_library_log(1, "ipcmsg", "a.cpp", 5, "f", 1, 1, OV_LOG_LVL_DEBUG, nullptr, "x");
     ov_product_library_log(1, "nosuch", "a.cpp", 5, "f", 1, 1, OV_LOG_LVL_DEBUG, nullptr, "x");
-    EXPECT_EQ(log(), "20 [ipcmsg] a.cpp:1 f: x\n20 [-] a.cpp:1 f: x\n");
+    EXPECT_EQ(log(), "debug/20 [ipcmsg] a.cpp:1 f: x\ndebug/20 [-] a.cpp:1 f: x\n");
 }
 
 TEST_F(ProductLog, DropsALibraryLineWithTheFlagOff) {
@@ -75,11 +76,11 @@ TEST_F(ProductLog, HasALogForEachKindOfCommandAndEvent) {
     ov_product_snmp_cfg_log("cfg %d", 3);
     ov_product_sys_log("sys %d", 4);
     ov_product_reboot_log("boot %d", 5);
-    EXPECT_EQ(log(), "40 [CMD] -:0 -: app 1\n"
-                     "40 [CMD] -:0 -: usr 2\n"
-                     "40 [SNMP] -:0 -: cfg 3\n"
-                     "60 [SYS] -:0 -: sys 4\n"
-                     "60 [REBOOT] -:0 -: boot 5\n");
+    EXPECT_EQ(log(), "info/40 [CMD] -:0 -: app 1\n"
+                     "info/40 [CMD] -:0 -: usr 2\n"
+                     "info/40 [SNMP] -:0 -: cfg 3\n"
+                     "notice/60 [SYS] -:0 -: sys 4\n"
+                     "notice/60 [REBOOT] -:0 -: boot 5\n");
 }
 
 std::vector<std::string> g_tapped;

@@ -15,6 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "../support/log_text.h"
 #include "../support/temp_dir.h"
 
 namespace {
@@ -177,7 +178,7 @@ TEST(OvraThread, RunsWithoutPriorityAndWarnsWhenItIsNotPermitted) {
     int status = -1;
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0) << WEXITSTATUS(status);
-    EXPECT_TRUE(dir.read("log").starts_with("80 [LIB] ")) << dir.read("log");
+    EXPECT_TRUE(without_times(dir.read("log")).starts_with("warning/80 [LIB] ")) << dir.read("log");
     EXPECT_TRUE(dir.read("log").ends_with(": thread actionTask: priority 45 not permitted, runs without\n"))
         << dir.read("log");
 }
