@@ -158,8 +158,23 @@ void Card::follow_onu(const CardRequest& request) {
         return;
     }
     onus_.told(index);
-    if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_ONU_ATTR_INDEX_adminStatus))
-        onus_.set_enabled(index, get_be32(request.record, offsetof(ov_gpon_onu_attr_t, adminStatus)) != 0);
+    if (request.action == card_action::SET)
+        switch_onu(index, request);
+}
+
+// A new ONU is on, whatever its record says. It is switched off by either of the two attributes.
+void Card::switch_onu(uint32_t index, const CardRequest& request) {
+    bool is_told = false;
+    bool on = true;
+    for (const auto& [attribute, offset] :
+         {std::pair{OV_GPON_ONU_ATTR_INDEX_adminStatus, offsetof(ov_gpon_onu_attr_t, adminStatus)},
+          std::pair{OV_GPON_ONU_ATTR_INDEX_active, offsetof(ov_gpon_onu_attr_t, active)}})
+        if (has_bit(request.mask, attribute)) {
+            is_told = true;
+            on = on && get_be32(request.record, offset) != 0;
+        }
+    if (is_told)
+        onus_.set_enabled(index, on);
 }
 
 void Card::keep_driver_text(const CardRequest& request) {

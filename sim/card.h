@@ -84,6 +84,7 @@ private:
     void change(const CardRequest& request);
     void follow(const CardRequest& request);
     void follow_onu(const CardRequest& request);
+    void switch_onu(uint32_t index, const CardRequest& request);
     void keep_driver_text(const CardRequest& request);
     void replay();
     void report(uint16_t number, uint32_t action, std::span<const uint8_t> record);

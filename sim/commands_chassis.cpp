@@ -2,6 +2,8 @@
 
 #include "command.h"
 
+#include "product_facts.h"
+
 namespace {
 
 Answer put_env(Chassis& chassis, const std::string& name, const std::string& value) {
@@ -42,6 +44,16 @@ Action parse_env_unset(Chassis& chassis, Arguments& args) {
     const std::string name = name_word(args);
     return immediate([&chassis, name] {
         return chassis.env.remove(name) ? Answer() : Answer::failure(name + " is not set");
+    });
+}
+
+Action parse_product_facts(Chassis& chassis, Arguments&) {
+    return immediate([&chassis] {
+        std::string error;
+        for (const ProductFact& fact : product_facts())
+            if (!chassis.env.get(fact.name) && !chassis.env.put(fact.name, fact.value, error))
+                return Answer::failure(error);
+        return Answer();
     });
 }
 
@@ -112,6 +124,9 @@ constexpr Command COMMANDS[] = {
     {"status", "", "the state of the chassis, one key=value per line; connection 0 is none", parse_status},
     {"env", "[NAME [VALUE]]", "sets or prints a value of the environment store, or prints all", parse_env},
     {"env-unset", "NAME", "takes a value out of the environment store", parse_env_unset},
+    {"product-facts", "",
+     "sets what a platform tells of the product, but for the values that are set already",
+     parse_product_facts},
     {"mono-ready", "0|1", "sets mono_ready, for which the daemon waits; 1 needs a listening controller",
      parse_mono_ready},
     {"monitor", "on|off", "the heartbeat monitor's socket", parse_monitor},

@@ -135,9 +135,9 @@ void _ov_app_gpon_profile_onutype_add_default(const DefaultType& type) {
                    column::sOnuTypeProfileTableEthNum, column::sOnuTypeProfileTablePotsNum,
                    column::sOnuTypeProfileTableVideoNum);
     // The line marks the start on which the types are made; on later starts they exist and nothing is said.
-    // The field tells a first start by it.
+    // The field tells a first start by it. It reads like an error and is none.
     if (ov_app_gpon_onutype_add(&row, &columns) == OV_GPON_RET_OK)
-        OV_LOG_ERROR("MMG", "mib add error for default onutype table");
+        OV_LOG_NOTICE("MMG", "mib add error for default onutype table");
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // Functions of application modules that aren't there yet, with the signatures they will have. Each moves
-// to its module's own header when that is written; until then it answers as it would when the access it
-// needs is refused.
+// to its module's own header when that is written; until then it does nothing and says that all is well, or
+// that what is looked for isn't there.
 #pragma once
 
 #include "mmg_access.h"
@@ -9,7 +9,7 @@
 #include "sGemTable.h"
 #include "uplinkPmActTable.h"
 
-// ---- performance records of uplink ports: as above ------------------------------------------------
+// ---- performance records of uplink ports ------------------------------------------------
 
 int ov_app_uplink_pm_action_add(ov_uplinkPmActTable_attr_t* attr, MIB_Flags_t* flag);
 int ov_app_uplink_pm_action_del(ov_uplinkPmActTable_attr_t* attr);

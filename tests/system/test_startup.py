@@ -6,7 +6,7 @@ import time
 
 import pytest
 
-from chassis import PID_FILE, QUIET_SCENARIO, STRACE_FILE, VTY_SOCKET, program
+from chassis import PID_FILE, QUIET_SCENARIO, REPO, STRACE_FILE, VTY_SOCKET, program
 
 CONTROLLER_NOT_READY = "mono-ready 0\n"
 
@@ -181,3 +181,28 @@ def test_files_are_made_with_the_daemons_mask(chassis):
     chassis.start(QUIET_SCENARIO)
     chassis.start_daemon()
     assert int(status_field(chassis, "Umask"), 8) == 0o027
+
+
+LOG_LINE = r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} (debug/20|info/40|notice/60|warning/80|error/100|fatal/120) \[\S+\] \S+ \S+: "
+
+
+@pytest.mark.parametrize("scenario, cards", [("single-board", 1), ("demo", 2)])
+def test_a_clean_start_leaves_no_line_of_a_warning_or_an_error(chassis, scenario, cards):
+    chassis.start_snmpd()
+    chassis.start(REPO / "sim" / "scenarios" / f"{scenario}.scn")
+    chassis.start_daemon()
+    # the last stage of the replay of every card
+    chassis.wait_record(timeout=90, kind="request", type="cfg-app-notify-recover-result", cfg_prio=480, count=cards)
+    chassis.wait_agent()
+    lines = chassis.log_lines()
+    assert len(lines) > 100
+    assert [line for line in lines if not re.match(LOG_LINE, line)] == []
+    assert [line for line in lines if re.match(r"\S+ \S+ (warning|error|fatal)/", line)] == []
+
+
+def test_what_the_platform_does_not_tell_is_a_warning_each(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_daemon()
+    chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
+    assert chassis.log_lines(r"warning/80 \[LIB\] .*: Failed to get env PDT_INFO_CARD_MAC$")
+    assert chassis.log_lines(r" (error|fatal)/") == []

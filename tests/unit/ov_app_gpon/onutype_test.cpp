@@ -195,10 +195,12 @@ TEST(OnuType, ThreeDefaultTypesForTheBrandThatHasThem) {
     });
 }
 
-// The wording is the wrong way round, and the field knows it so.
-TEST(OnuType, TheFirstStartLogsTheErrorTextAndARestartNone) {
+// The wording is the wrong way round, and the field knows it so; nothing is wrong, and it is no error line.
+TEST(OnuType, TheFirstStartLogsTheErrorTextAsANoticeAndARestartNone) {
     app_chassis::run([](AppChassis& chassis) {
         EXPECT_EQ(ov_app_gpon_profile_onutype_add_default(), 0);
+        EXPECT_THAT(chassis.hal.log.file_text(), testing::HasSubstr("notice/60 [MMG]"));
+        EXPECT_THAT(chassis.hal.log.file_text(), testing::Not(testing::HasSubstr("error/100")));
         EXPECT_THAT(log_of(chassis), Contains("mib add error for default onutype table"));
         EXPECT_EQ(ov_app_gpon_profile_onutype_add_default(), 0);
         EXPECT_THAT(log_of(chassis), Not(Contains("mib add error for default onutype table")));
