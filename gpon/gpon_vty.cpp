@@ -4,7 +4,9 @@
 #include "gpon_config_writer.h"
 #include "mib_inspect_vty.h"
 #include "mib_vty.h"
+#include "ov_gpon.h"
 #include "resource_vty.h"
+#include "slot_vty.h"
 
 namespace {
 
@@ -39,6 +41,7 @@ void gpon_vty_init() {
                                   &onu_srv_profile_node, &gpon_onu_node})
         gpon_vty_install_node(*node);
     cmd_write_current_head = gpon_config_current_head;
+    slot_vty_set_replay_query(ov_startup_gpon_config_sync_end_check);
 
     init_qos_vtysh();
     gpon_vty_cli_init();

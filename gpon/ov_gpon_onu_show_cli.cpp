@@ -1,9 +1,9 @@
 // What is shown of ONUs: those that are configured, those that aren't, their past and their readings.
 #include <algorithm>
 #include <cctype>
-#include <ctime>
 #include <string>
 
+#include "gpon_cli_scope.h"
 #include "gpon_stepped_show.h"
 #include "kavo_cmd_rows.h"
 #include "kavo_if.h"
@@ -19,41 +19,7 @@ using Onu = ov_sOnuTable_attr_t;
 using UnknownOnu = ov_sOnuInitTable_attr_t;
 using History = ov_sOnuHistoryTable_attr_t;
 using Readings = ov_sOnuExtendInfoTable_attr_t;
-
-// ---- which ONUs -----------------------------------------------------------------------------------------
-
-constexpr mib_long ANY = 0;
-
-struct Scope {
-    mib_long slot = ANY;
-    mib_long port = ANY;
-    mib_long onu = ANY;
-
-    void narrow_to(ov_ifindex_t port_index) {
-        slot = static_cast<mib_long>(ov_ifindex_get_slot_id(port_index));
-        port = static_cast<mib_long>(ov_ifindex_get_port_id(port_index));
-    }
-};
-
-// On a PON port its own ONUs, elsewhere all.
-Scope scope_of(const struct vty* vty) {
-    Scope scope;
-    ov_ifindex_t ifindex = 0;
-    if (vty->node == IF_GPON_NODE && ov_get_ifindex_from_vtysh(vty, &ifindex) == 0)
-        scope.narrow_to(ifindex);
-    return scope;
-}
-
-// Narrows to the port that a command names; false, behind a line, for a name that is none of a PON port.
-bool narrow_to_port(struct vty* vty, const char* name, Scope& scope) {
-    const ov_ifindex_t ifindex = uif_get_ifindex_by_name(name);
-    if (ifindex == OV_IFINDEX_INVALID || ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GPON) {
-        vty_out(vty, "%% %s is not a PON port%s", name, kavo_newline(vty));
-        return false;
-    }
-    scope.narrow_to(ifindex);
-    return true;
-}
+using Scope = gpon_cli_scope_t;
 
 // Shows the rows of the ports in scope in steps: `print` gives whether one counts. Behind them their number.
 // Costs by the rows of the port when there is just one.
@@ -63,7 +29,7 @@ int show_rows_of_ports(struct vty* vty, const Scope& scope, Print print) {
     key.shelfID = GPON_CLI_SHELF;
     key.slotID = scope.slot;
     key.portID = scope.port;
-    return gpon_show_rows(vty, key, scope.port == ANY ? 1 : INDEX_TO_PORT, print,
+    return gpon_show_rows(vty, key, scope.port == Scope::ANY ? 1 : INDEX_TO_PORT, print,
                           [vty](int count) { vty_out(vty, "total %d%s", count, kavo_newline(vty)); });
 }
 
@@ -128,10 +94,10 @@ template <typename Wanted>
 int show_states(struct vty* vty, Scope scope, const char* port_name, Wanted wanted) {
     const char* nl = kavo_newline(vty);
     print_state_head(vty, nl);
-    if (port_name != nullptr && !narrow_to_port(vty, port_name, scope))
+    if (port_name != nullptr && !gpon_cli_narrow_to_port(vty, port_name, scope))
         return KAVO_CLI_BAD_INPUT;
     return show_rows_of_ports<Onu>(vty, scope, [=](const Onu& row) {
-        const bool is_shown = (scope.onu == ANY || row.onuId == scope.onu) && wanted(row);
+        const bool is_shown = (scope.onu == Scope::ANY || row.onuId == scope.onu) && wanted(row);
         if (is_shown)
             print_state(vty, row, nl);
         return is_shown;
@@ -145,7 +111,7 @@ bool all_of_them(const Onu& /*row*/) {
 // [<1-128>]
 int ov_gpon_olt_show_onu_state_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
                                    const char** argv) {
-    Scope scope = scope_of(vty);
+    Scope scope = gpon_cli_scope_of(vty);
     if (argc > 0)
         scope.onu = gpon_cli_number(argv[0]);
     return show_states(vty, scope, nullptr, all_of_them);
@@ -185,7 +151,7 @@ const char* filtered_text(const Onu& row, const char* keyword) {
 // (sn|pwd|loid|name) STR
 int ov_gpon_olt_show_onu_filter_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                                     const char** argv) {
-    return show_states(vty, scope_of(vty), nullptr,
+    return show_states(vty, gpon_cli_scope_of(vty), nullptr,
                        [keyword = std::string(argv[0]), part = std::string(argv[1])](const Onu& row) {
                            return contains(filtered_text(row, keyword.c_str()), part);
                        });
@@ -202,10 +168,10 @@ void ov_gpon_cli_dump_uncfg_onu_head(struct vty* vty, const char* nl) {
 
 // [IFNAME]
 int ov_gpon_show_uncfg_onu_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
-    Scope scope = scope_of(vty);
+    Scope scope = gpon_cli_scope_of(vty);
     const char* nl = kavo_newline(vty);
     ov_gpon_cli_dump_uncfg_onu_head(vty, nl);
-    if (argc > 0 && !narrow_to_port(vty, argv[0], scope))
+    if (argc > 0 && !gpon_cli_narrow_to_port(vty, argv[0], scope))
         return KAVO_CLI_BAD_INPUT;
     return show_rows_of_ports<UnknownOnu>(vty, scope, [vty, nl](const UnknownOnu& row) {
         Labelled details;
@@ -222,16 +188,7 @@ int ov_gpon_show_uncfg_onu_cli(struct cmd_element* /*self*/, struct vty* vty, in
 // ---- history --------------------------------------------------------------------------------------------
 
 constexpr size_t PLACE_WIDTH = 10;
-constexpr size_t TIME_WIDTH = sizeof("2036-02-07 06:28:15") - 1;
-
-std::string time_text(mib_ulong seconds) {
-    char text[TIME_WIDTH + 1] = "-";
-    const auto time = static_cast<time_t>(seconds);
-    struct tm local = {};
-    if (seconds != 0 && localtime_r(&time, &local) != nullptr)
-        strftime(text, sizeof(text), "%F %T", &local);
-    return text;
-}
+constexpr size_t TIME_WIDTH = GPON_CLI_TIME_WIDTH;
 
 // Without the blanks at its end.
 void print_trimmed(struct vty* vty, const std::string& line, const char* nl) {
@@ -258,7 +215,7 @@ void print_history(struct vty* vty, const History& row, const char* nl) {
                                  row.sOnuHistoryOffTime2, row.sOnuHistoryAuthTime3, row.sOnuHistoryOffTime3,
                                  row.sOnuHistoryAuthTime4, row.sOnuHistoryOffTime4, row.sOnuHistoryAuthTime5,
                                  row.sOnuHistoryOffTime5}) {
-        std::string text = time_text(time);
+        std::string text = gpon_cli_time(time);
         text.resize(TIME_WIDTH, ' ');
         line += " " + text;
     }
@@ -269,7 +226,7 @@ int ov_gpon_olt_show_onu_history_cli(struct cmd_element* /*self*/, struct vty* v
                                      const char** /*argv*/) {
     const char* nl = kavo_newline(vty);
     print_history_head(vty, nl);
-    return show_rows_of_ports<History>(vty, scope_of(vty), [vty, nl](const History& row) {
+    return show_rows_of_ports<History>(vty, gpon_cli_scope_of(vty), [vty, nl](const History& row) {
         print_history(vty, row, nl);
         return true;
     });
@@ -301,7 +258,7 @@ void print_reading(struct vty* vty, const Readings& row, const char* heading, co
 // IFNAME <1-128>
 int ov_distance_onu_show_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
     Scope scope;
-    if (!narrow_to_port(vty, argv[0], scope))
+    if (!gpon_cli_narrow_to_port(vty, argv[0], scope))
         return KAVO_CLI_BAD_INPUT;
     scope.onu = gpon_cli_number(argv[1]);
     Readings row;
@@ -316,7 +273,7 @@ int ov_distance_onu_show_cli(struct cmd_element* /*self*/, struct vty* vty, int 
 // <1-128>
 int ov_show_gpon_olt_module_rxpower_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                                         const char** argv) {
-    Scope scope = scope_of(vty);
+    Scope scope = gpon_cli_scope_of(vty);
     scope.onu = gpon_cli_number(argv[0]);
     Readings row;
     if (const int refusal = fetch(vty, scope, sOnuExtendInfoTable_column::sOnuExtendInfoOltRxPower, row);

@@ -1,5 +1,8 @@
 #include "slot_vty.h"
 
+#include <ctime>
+#include <string>
+
 #include "kavo_cmd_rows.h"
 #include "ov_product.h"
 #include "ov_slot.h"
@@ -10,8 +13,33 @@ bool has(slot_bitmap_t bitmap, uint32_t slot) {
     return (bitmap & (1u << slot)) != 0;
 }
 
+int (*g_is_replayed)(int slot) = nullptr;
+
+// The mark of a replay that began stays when it has ended; the application knows that.
+bool is_being_set_up(uint32_t slot) {
+    return has(g_shelf_slot_info.slotBitsSynching, slot) && g_is_replayed != nullptr &&
+           g_is_replayed(static_cast<int>(slot)) == 0;
+}
+
 const char* yes_or_dash(bool yes) {
     return yes ? "yes" : "-";
+}
+
+// How the slot's card is, in words: whether it is in service can't be seen in one of the marks alone. A card
+// that was pulled keeps its record, and the mark of a configuration that it has no more.
+std::string state_text(uint32_t slot, const ov_slot_info_t* card) {
+    const ov_shelf_info_t& shelf = g_shelf_slot_info;
+    if (!has(shelf.slotBitsSmartCard, slot) || (card == nullptr && !has(shelf.slotBitsConnected, slot)))
+        return "-";
+    if (has(shelf.slotBitsConnected, slot))
+        return is_being_set_up(slot) ? "being set up" : "in service";
+    if (card->connect_status.change_time == 0)
+        return "not yet up";
+    char since[sizeof("2036-02-07 06:28:15")] = "";
+    struct tm local = {};
+    if (localtime_r(&card->connect_status.change_time, &local) != nullptr)
+        strftime(since, sizeof(since), "%F %T", &local);
+    return std::string("away since ") + since;
 }
 
 void dump_shelf(struct vty* vty, const char* nl) {
@@ -29,11 +57,12 @@ void dump_slot(struct vty* vty, const char* nl, uint32_t slot) {
     char type[16] = "-";
     if (card != nullptr)
         snprintf(type, sizeof(type), "%u", card->slotType);
-    vty_out(vty, "   %4u    %-9s    %9s    %7s    %9s    %8s    %7s    %5s%s", slot, ov_slot_role_text(slot),
-            type, yes_or_dash(has(shelf.slotBitsPresent | g_slot_bitmap_inserted, slot)),
+    vty_out(vty, "   %4u    %-9s    %9s    %7s    %9s    %8s    %7s    %5s    %s%s", slot,
+            ov_slot_role_text(slot), type,
+            yes_or_dash(has(shelf.slotBitsPresent | g_slot_bitmap_inserted, slot)),
             yes_or_dash(has(shelf.slotBitsConnected, slot)), yes_or_dash(has(shelf.slotBitsSynching, slot)),
             yes_or_dash(has(shelf.slotBitsSynched, slot)), has(shelf.slotBitsPwrOff, slot) ? "off" : "on",
-            nl);
+            state_text(slot, card).c_str(), nl);
 }
 
 int show_slot_info(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
@@ -47,13 +76,18 @@ const kavo_cmd_t slot_cmds[] = {
 
 } // namespace
 
+void slot_vty_set_replay_query(int (*is_replayed)(int slot)) {
+    g_is_replayed = is_replayed;
+}
+
 void slot_vty_dump_all(struct vty* vty) {
     static const char rule[] =
-        "   ---------------------------------------------------------------------------------------------";
+        "   ------------------------------------------------------------------------------------------------"
+        "----------------------------";
     const char* nl = kavo_newline(vty);
     dump_shelf(vty, nl);
-    vty_out(vty, "   %4s    %-9s    %9s    %7s    %9s    %8s    %7s    %5s%s", "slot", "role", "card type",
-            "present", "connected", "synching", "synched", "power", nl);
+    vty_out(vty, "   %4s    %-9s    %9s    %7s    %9s    %8s    %7s    %5s    %s%s", "slot", "role",
+            "card type", "present", "connected", "synching", "synched", "power", "state", nl);
     vty_out(vty, "%s%s", rule, nl);
     for (uint32_t slot = ov_slot_get_min_slot_num(); slot <= ov_slot_get_max_slot_num(); slot++)
         dump_slot(vty, nl, slot);

@@ -6,6 +6,7 @@
 #include "app_text.h"
 #include "ov_app_gpon_config_restore.h"
 #include "ov_app_gpon_onu_history.h"
+#include "ov_app_gpon_onu_note.h"
 #include "ov_app_gpon_onuinit.h"
 #include "ov_gpon.h"
 #include "ov_ifindex.h"
@@ -27,6 +28,8 @@ void take_onus_out_of_service(int32_t slot) {
     using namespace sOnuTable_column;
     for_each_row_of_any_shelf<OnuRow>(std::array{slot}, [](const OnuRow& stored) {
         OnuRow onu = stored;
+        ov_app_gpon_onu_note_history(onu);
+        ov_app_gpon_onu_note_state(onu, SONUTABLEONUSTATE_ADDED, OnuReason::CARD_AWAY);
         onu.sOnuTableOnuState = SONUTABLEONUSTATE_ADDED;
         set_text(onu.sOnuTableOnuActVersion, "");
         write_onu(onu, columns_of(sOnuTableOnuState, sOnuTableOnuActVersion));
@@ -67,6 +70,7 @@ void ov_app_gpon_pon_shutdown_deactive_onu(ov_ifindex_t ifIndex) {
     const auto port = static_cast<int32_t>(ov_ifindex_get_port_id(ifIndex));
     for_each_row_of_any_shelf<OnuRow>(std::array{slot, port}, [](const OnuRow& stored) {
         OnuRow onu = stored;
+        ov_app_gpon_onu_note_state(onu, SONUTABLEONUSTATE_ADDED, OnuReason::PORT_DOWN);
         onu.sOnuTableOnuState = SONUTABLEONUSTATE_ADDED;
         write_onu(onu, columns_of(sOnuTable_column::sOnuTableOnuState));
     });

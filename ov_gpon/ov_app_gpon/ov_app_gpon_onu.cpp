@@ -10,6 +10,7 @@
 #include "app_set_callback.h"
 #include "app_text.h"
 #include "ov_app_gpon_if.h"
+#include "ov_app_gpon_onu_note.h"
 #include "ov_app_gpon_onusrv_batch_config.h"
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_pon_port_cfg.h"
@@ -189,6 +190,7 @@ void follow_create(Onu& onu) {
     onu.sOnuTableAdminState = SONUTABLEADMINSTATE_ENABLED;
     onu.sOnuTableActiviate = SONUTABLEACTIVIATE_ACTIVIATED;
     onu.sOnuTableOnuState = SONUTABLEONUSTATE_ADDED;
+    ov_app_gpon_onu_note_forget(onu);
     ov_app_gpon_new_if(onu.sOnuTableIfIndex, onu.sOnuTableSn);
     if (is_template_onu(onu))
         ov_app_gpon_onu_gem_pm_is_enable(&onu, 1);
@@ -199,7 +201,15 @@ void follow_delete(Onu& onu) {
         ov_app_gpon_onu_srvprofile_bindCount(onu.sOnuTableSrvProfileId, 0);
         ov_app_gpon_onu_gem_pm_is_enable(&onu, 0);
     }
+    ov_app_gpon_onu_note_forget(onu);
     ov_app_gpon_del_if(onu.sOnuTableIfIndex);
+}
+
+void follow_set(OnuChange& change) {
+    if (change.has(column::sOnuTableAuthMode))
+        clear_unused_credentials(change.row);
+    if (change.has(column::sOnuTableActiviate) || change.has(column::sOnuTableAdminState))
+        ov_app_gpon_onu_note_switch(change.row);
 }
 
 int onu_done(OnuChange& change) {
@@ -207,8 +217,8 @@ int onu_done(OnuChange& change) {
         follow_create(change.row);
     else if (change.deletes())
         follow_delete(change.row);
-    else if (change.has(column::sOnuTableAuthMode))
-        clear_unused_credentials(change.row);
+    else
+        follow_set(change);
     if (!change.sets() && leads_group(change.row))
         return SET_ACCEPTED; // the pair has had its own
     return ov_app_gpon_follow_on_pair(SYNC_SONU, change);

@@ -4,6 +4,7 @@
 #include "app_text.h"
 #include "ov_app_gpon_if.h"
 #include "ov_app_gpon_onu.h"
+#include "ov_app_gpon_onu_note.h"
 #include "ov_gpon.h"
 #include "ov_product_log.h"
 
@@ -42,6 +43,7 @@ void ov_app_gpon_onu_state_update(ov_gpon_trap_onu_state_attr_t* state) {
     Onu onu = *stored;
     const bool was_operational = onu.sOnuTableOnuState == SONUTABLEONUSTATE_OPERATIONAL;
     MIB_Flags_t columns = columns_of(column::sOnuTableOnuState, column::sOnuTableOnuActVersion);
+    ov_app_gpon_onu_note_state(onu, state->states);
     onu.sOnuTableOnuState = state->states;
     if (state->states == SONUTABLEONUSTATE_OPERATIONAL) {
         set_text(onu.sOnuTableOnuActVersion, text_in(state->onuVersion));

@@ -4,6 +4,7 @@
 #include "app_text.h"
 #include "mmg_access.h"
 #include "ov_app_gpon_alarm_task.h"
+#include "ov_app_gpon_onu_note.h"
 #include "ov_local_time.h"
 
 int gpon_wn_trap_appid = 0;
@@ -31,6 +32,7 @@ int ov_app_gpon_wn_trap_set_by_lowlayer(const ov_gpon_wanning_trap_t* attr) {
         return 0;
     sActiveAlarmTable_entry row{};
     ov_wn_trap_hal_data_convert_to_mib(&row, attr);
+    ov_app_gpon_onu_note_alarm(row);
     ov_app_gpon_alarm_eventhandle(&row);
     return 0;
 }

@@ -273,7 +273,8 @@ TEST_F(GponZebraState, AdminDownTakesTheOnusOutOfServiceAndWritesTheAdminState) 
     EXPECT_EQ(run(gpon_admin_if, event(PORT_TYPE_GPON, UIF_FLAG_RUNNING)), 0);
     EXPECT_EQ(states(), std::pair(0, 2));
     EXPECT_EQ(onu.sOnuTableOnuState, SONUTABLEONUSTATE_ADDED);
-    EXPECT_THAT(log.lines(), ElementsAre("gpon-olt2/3 admin down"));
+    EXPECT_THAT(log.lines(), ElementsAre("gpon-olt2/3 admin down",
+                                         "gpon-onu2/3:9 goes from operational to added: port down"));
 }
 
 TEST_F(GponZebraState, RunningWritesTheOperationalState1) {

@@ -35,14 +35,14 @@ protected:
 
 TEST_F(SteppedShow, PrintsWhatItWouldAtOnce) {
     FrrShell shell;
-    for (const char* line : {"show onu status", "show onu history", "show onu unconfig",
+    for (const char* line : {"show onu status", "show onu reason", "show onu history", "show onu unconfig",
                              "show onu filter name HOUSE", "show onu status | include 1/1:1"})
         EXPECT_EQ(shell.ask(line), (std::vector<std::string>{"0:" + at_once(line)})) << line;
     EXPECT_TRUE(at_once("show onu status").ends_with("\ntotal 1280\n"));
 }
 
 TEST_F(SteppedShow, AnotherOperatorIsAnsweredBetweenTheSteps) {
-    for (const char* line : {"show onu status", "show onu history", "show onu unconfig",
+    for (const char* line : {"show onu status", "show onu reason", "show onu history", "show onu unconfig",
                              "show onu filter name nobody | include total"}) {
         FrrShell shell, other;
         shell.send_lines({line});

@@ -124,7 +124,7 @@ TEST(GponTrap, OnuStateIsNamedInTheLog) {
         ov_gpon_trap_onu_state_attr_t attr{};
         attr.states = state;
         Body(3, bytes_of_record(attr)).send(927);
-        EXPECT_THAT(log.lines(), ElementsAre(HasSubstr(names[state])));
+        EXPECT_THAT(event_lines(log), ElementsAre(HasSubstr(names[state])));
     }
 }
 

@@ -1,0 +1,49 @@
+#include "gpon_cli_scope.h"
+
+#include "kavo_cmd.h"
+#include "kavo_if.h"
+#include "kavo_vty_object.h"
+
+void gpon_cli_scope_t::narrow_to_port(ov_ifindex_t port_index) {
+    slot = static_cast<mib_long>(ov_ifindex_get_slot_id(port_index));
+    port = static_cast<mib_long>(ov_ifindex_get_port_id(port_index));
+}
+
+void gpon_cli_scope_t::narrow_to_onu(ov_ifindex_t onu_index) {
+    narrow_to_port(onu_index);
+    onu = static_cast<mib_long>(ov_ifindex_get_subport_id(onu_index));
+}
+
+gpon_cli_scope_t gpon_cli_scope_of(const struct vty* vty) {
+    gpon_cli_scope_t scope;
+    ov_ifindex_t ifindex = 0;
+    if (vty->node == IF_GPON_NODE && ov_get_ifindex_from_vtysh(vty, &ifindex) == 0)
+        scope.narrow_to_port(ifindex);
+    return scope;
+}
+
+gpon_cli_scope_t gpon_cli_object_scope_of(const struct vty* vty) {
+    gpon_cli_scope_t scope = gpon_cli_scope_of(vty);
+    ov_ifindex_t ifindex = 0;
+    if (vty->node == GPON_ONU_NODE && ov_get_ifindex_from_vtysh(vty, &ifindex) == 0)
+        scope.narrow_to_onu(ifindex);
+    return scope;
+}
+
+bool gpon_cli_narrow_to_port(struct vty* vty, const char* name, gpon_cli_scope_t& scope) {
+    const ov_ifindex_t ifindex = uif_get_ifindex_by_name(name);
+    if (ifindex == OV_IFINDEX_INVALID || ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GPON) {
+        vty_out(vty, "%% %s is not a PON port%s", name, kavo_newline(vty));
+        return false;
+    }
+    scope.narrow_to_port(ifindex);
+    return true;
+}
+
+bool gpon_cli_narrow_to_object(struct vty* vty, const char* name, gpon_cli_scope_t& scope) {
+    const ov_ifindex_t ifindex = uif_get_ifindex_by_name(name);
+    if (ifindex == OV_IFINDEX_INVALID || ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GONU)
+        return gpon_cli_narrow_to_port(vty, name, scope);
+    scope.narrow_to_onu(ifindex);
+    return true;
+}

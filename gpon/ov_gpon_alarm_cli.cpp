@@ -1,0 +1,124 @@
+// The alarms that stand: "show alarm".
+#include <algorithm>
+#include <span>
+#include <string>
+
+#include "gpon_cli_scope.h"
+#include "gpon_stepped_show.h"
+#include "kavo_cmd_rows.h"
+#include "ov_gpon_onu_cli.h"
+#include "ov_local_time.h"
+#include "sActiveAlarmTable.h"
+
+namespace {
+
+using Alarm = ov_sActiveAlarmTable_attr_t;
+using Scope = gpon_cli_scope_t;
+
+constexpr char FORMAT[] = "%-20s %-13s %-4s %-30s %-19s %13s%s";
+constexpr size_t WIDTH = 105;
+
+void print_head(struct vty* vty, const char* nl) {
+    vty_out(vty, "%s", nl);
+    vty_out(vty, FORMAT, "source", "severity", "code", "text", "since", "age", nl);
+    vty_out(vty, "%s%s", std::string(WIDTH, '-').c_str(), nl);
+}
+
+// The name of a number of an enumeration; `otherwise` for one without.
+std::string name_of(std::span<const ColName> names, mib_long value, const std::string& otherwise) {
+    const auto found = std::find_if(names.begin(), names.end(),
+                                    [value](const ColName& known) { return known.value == value; });
+    return found != names.end() ? found->name : otherwise;
+}
+
+// Ports and ONUs by name. The kinds of index without names, such as a slot's own number, as they stand.
+std::string source_name(const Alarm& alarm) {
+    const ov_ifindex_t source = alarm.sActiveAlarmTableAlarmSource;
+    const mib_long type = alarm.sActiveAlarmTableAlarmSourceType;
+    char name[64] = "";
+    if (type == SACTIVEALARMTABLEALARMSOURCETYPE_NE || type == SACTIVEALARMTABLEALARMSOURCETYPE_SLOT ||
+        ov_ifindex_get_port_type(source) == 0 ||
+        ov_gen_ifname_by_ifindex(source, name, sizeof name) == nullptr)
+        return name_of(table_desc_sActiveAlarmTable
+                           .column(sActiveAlarmTable_column::sActiveAlarmTableAlarmSourceType)
+                           ->names,
+                       type, "source") +
+               " " + std::to_string(source);
+    return name;
+}
+
+// What the card says, else the code's own name.
+std::string text_of(const Alarm& alarm) {
+    if (alarm.sActiveAlarmTableAlarmProbableCause[0] != '\0')
+        return gpon_cli_shown(alarm.sActiveAlarmTableAlarmProbableCause);
+    return name_of(table_desc_sActiveAlarmTable.index[1].names, alarm.sActiveAlarmTableAlarmCode, "-");
+}
+
+std::string severity_of(const Alarm& alarm) {
+    const mib_long severity = alarm.sActiveAlarmTableAlarmSeverity;
+    return name_of(
+        table_desc_sActiveAlarmTable.column(sActiveAlarmTable_column::sActiveAlarmTableAlarmSeverity)->names,
+        severity, std::to_string(severity));
+}
+
+// "3d 02:00:59"; nothing for an alarm of the future, which a changed clock makes.
+std::string age_text(mib_ulong since, mib_ulong now) {
+    if (since == 0 || since > now)
+        return "-";
+    const mib_ulong age = now - since;
+    char text[40];
+    snprintf(text, sizeof text, "%ud %02u:%02u:%02u", age / 86400, age / 3600 % 24, age / 60 % 60, age % 60);
+    return text;
+}
+
+// Whether the alarm is of the port or ONU that is asked for, or of something on it.
+bool is_in(const Scope& scope, const Alarm& alarm) {
+    if (scope.port == Scope::ANY)
+        return true;
+    const ov_ifindex_t source = alarm.sActiveAlarmTableAlarmSource;
+    const uint16_t kind = ov_ifindex_get_port_type(source);
+    const bool is_on_pon = kind >= PORT_TYPE_GPON && kind <= PORT_TYPE_GPON_ONU_UNI;
+    if (!is_on_pon || static_cast<mib_long>(ov_ifindex_get_slot_id(source)) != scope.slot ||
+        static_cast<mib_long>(ov_ifindex_get_port_id(source)) != scope.port)
+        return false;
+    return scope.onu == Scope::ANY ||
+           (kind != PORT_TYPE_GPON && static_cast<mib_long>(ov_ifindex_get_subport_id(source)) == scope.onu);
+}
+
+void print_alarm(struct vty* vty, const Alarm& alarm, mib_ulong now, const char* nl) {
+    const mib_ulong since = alarm.sActiveAlarmTableAlarmDTS;
+    vty_out(vty, FORMAT, source_name(alarm).c_str(), severity_of(alarm).c_str(),
+            std::to_string(alarm.sActiveAlarmTableAlarmCode).c_str(), text_of(alarm).c_str(),
+            gpon_cli_time(since).c_str(), age_text(since, now).c_str(), nl);
+}
+
+// [IFNAME]
+int gpon_show_alarm_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
+    const char* nl = kavo_newline(vty);
+    Scope scope = gpon_cli_object_scope_of(vty);
+    print_head(vty, nl);
+    if (argc > 0) {
+        scope = {};
+        if (!gpon_cli_narrow_to_object(vty, argv[0], scope))
+            return KAVO_CLI_BAD_INPUT;
+    }
+    return gpon_show_rows(
+        vty, Alarm{}, 0,
+        [vty, nl, scope, now = get_local_time()](const Alarm& alarm) {
+            const bool is_asked_for = is_in(scope, alarm);
+            if (is_asked_for)
+                print_alarm(vty, alarm, now, nl);
+            return is_asked_for;
+        },
+        [vty, nl](int count) { vty_out(vty, "total %d%s", count, nl); });
+}
+
+const kavo_cmd_t alarm_cmds[] = {
+#include "commands/alarm.def"
+};
+
+} // namespace
+
+void gpon_alarm_cli_init() {
+    kavo_cmd_install(alarm_cmds);
+}
