@@ -5,6 +5,7 @@
 #include "mib_inspect_vty.h"
 #include "mib_vty.h"
 #include "ov_gpon.h"
+#include "names_vty.h"
 #include "resource_vty.h"
 #include "slot_vty.h"
 
@@ -52,4 +53,5 @@ void gpon_vty_init() {
     mib_table_vty_init();
     mib_inspect_vty_init();
     resource_vty_init();
+    names_vty_init();
 }

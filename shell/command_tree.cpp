@@ -150,7 +150,10 @@ std::optional<understood_t> command_tree::understand(enum node_type node, const 
         return done ? std::optional(understood_t{node, done->words}) : std::nullopt;
     }
 
-    const strvec_t words(cmd_make_strvec(line.c_str()));
+    // A NUL would end the line for the library, and what is left may mean something else, or nothing at all.
+    const strvec_t words(line.find('\0') == line.npos ? cmd_make_strvec(line.c_str()) : nullptr);
+    if (!words)
+        return std::nullopt;
     for (std::vector<std::string> full;; node = shell_parent_node(node)) {
         const auto result = match(node, words.get(), full);
         if (result == MATCHER_OK)

@@ -6,15 +6,22 @@
 #include <fstream>
 #include <getopt.h>
 #include <iostream>
+#include <memory>
+#include <optional>
+#include <poll.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
 #include "command_tree.h"
+#include "config_image.h"
 #include "line_editor.h"
+#include "line_tail.h"
+#include "name_source.h"
 #include "operator_session.h"
 #include "pager.h"
 #include "script_runner.h"
+#include "shown_answer.h"
 #include "signal_watch.h"
 #include "vty_client.h"
 
@@ -22,7 +29,7 @@ namespace {
 
 enum exit_t { EXIT_OK = 0, EXIT_REFUSED = 1, EXIT_USAGE = 2, EXIT_LOST = 3, EXIT_INTERRUPTED = 130 };
 
-constexpr char usage[] = R"(Usage: gponsh [-s PATH] [-c LINE]... [-f FILE]
+constexpr char usage[] = R"(Usage: gponsh [-s PATH] [-c LINE]... [-f FILE [--apply|--check]]
 
 Type commands to the gpon daemon. Without -c and -f, lines are read from
 standard input; on a terminal with editing, history, completion (Tab), help (?)
@@ -35,17 +42,24 @@ input, ends it.
   -f, --file FILE     run the lines of a file, such as a saved configuration
                       ("-" for standard input): a line that is refused ends its
                       block, and the next block is gone on with
+      --apply         with -f: leave out the lines that the system has already
+      --check         with -f: run nothing, tell what would change
   -h, --help          print this
 
-Exit status: 0, 1 if the daemon refused a line, 2 for wrong usage or a file that
-can't be read, 3 if the daemon can't be reached or goes away, 130 if Ctrl-C
-ended a file.
+Behind a command that shows something may stand "| include TEXT", "| exclude
+TEXT", "| count", "| json", and "repeat SECONDS [TIMES]".
+
+Exit status: 0, 1 if the daemon refused a line, or --check found what would
+change, 2 for wrong usage or a file that can't be read, 3 if the daemon can't be
+reached or goes away, 130 if Ctrl-C ended a file.
 )";
 
 struct options_t {
     std::string socket = "/var/run/gpon.vty";
     std::vector<std::string> lines;
     std::string file;
+    bool apply = false;
+    bool check = false;
 };
 
 /// Says what is wrong, unless getopt_long did, and ends the program.
@@ -61,6 +75,8 @@ options_t parse_options(int argc, char** argv) {
     static const struct option known[] = {{"socket", required_argument, nullptr, 's'},
                                           {"command", required_argument, nullptr, 'c'},
                                           {"file", required_argument, nullptr, 'f'},
+                                          {"apply", no_argument, nullptr, 'A'},
+                                          {"check", no_argument, nullptr, 'C'},
                                           {"help", no_argument, nullptr, 'h'},
                                           {}};
     options_t options;
@@ -77,6 +93,12 @@ options_t parse_options(int argc, char** argv) {
                 refuse_usage("-f takes one file");
             options.file = optarg;
             break;
+        case 'A':
+            options.apply = true;
+            break;
+        case 'C':
+            options.check = true;
+            break;
         case 'h':
             fputs(usage, stdout);
             exit(EXIT_OK);
@@ -88,6 +110,10 @@ options_t parse_options(int argc, char** argv) {
         refuse_usage(std::string("what is \"") + argv[optind] + "\"? A line is given with -c");
     if (!options.file.empty() && !options.lines.empty())
         refuse_usage("-c and -f don't go together");
+    if ((options.apply || options.check) && options.file.empty())
+        refuse_usage("--apply and --check go with -f");
+    if (options.apply && options.check)
+        refuse_usage("--apply and --check don't go together");
     return options;
 }
 
@@ -97,8 +123,7 @@ void print(const std::string& text) {
 
 // --- lines given, or from a pipe -------------------------------------------------------------
 
-/// Run one line and print what it printed. True if it succeeded.
-bool run_line(vty_client& daemon, const std::string& line) {
+vty_reply_t answer_to(vty_client& daemon, const std::string& line) {
     daemon.send(line);
     auto reply = daemon.receive(1000);
     if (!reply) {
@@ -106,9 +131,33 @@ bool run_line(vty_client& daemon, const std::string& line) {
             fputs("(no answer from the daemon yet; Ctrl-C ends)\n", stderr);
         reply = daemon.receive();
     }
-    print(reply->text);
-    fflush(stdout);
-    return reply->result == 0;
+    return *reply;
+}
+
+/// Does the daemon know the line as it stands, in a mode where commands show something?
+bool is_command(const std::string& line) {
+    if (line.find("repeat") == line.npos)
+        return true; // only then is it asked for
+    static const command_tree& tree = *new command_tree;
+    return tree.understand(ENABLE_NODE, line) || tree.understand(CONFIG_NODE, line);
+}
+
+/// Run one line, as often as it says, and print what it printed. True if it succeeded.
+bool run_line(vty_client& daemon, const std::string& line) {
+    const auto taken = take_tail(line, is_command(line));
+    if (const auto* const wrong = std::get_if<std::string>(&taken)) {
+        print(*wrong);
+        return false;
+    }
+    const auto& tail = std::get<line_tail_t>(taken);
+    for (unsigned turn = 1;; turn++) {
+        const auto reply = shown_answer(tail, answer_to(daemon, line_for_daemon(tail)));
+        print(reply.text);
+        fflush(stdout);
+        if (reply.result != 0 || tail.seconds == 0 || turn == tail.times)
+            return reply.result == 0;
+        poll(nullptr, 0, static_cast<int>(tail.seconds * 1000));
+    }
 }
 
 /// "exit" and "quit", or short for them: the daemon may hang up on these.
@@ -166,16 +215,50 @@ void tell_refusal(const std::string& file, const script_refusal_t& refusal) {
 
 void tell_summary(const std::string& file, const script_summary_t& summary) {
     fflush(stdout);
-    fprintf(stderr, "%s: %zu lines run, %zu refused; %zu blocks refused, %zu lines skipped\n", file.c_str(),
+    fprintf(stderr, "%s: %zu lines run, %zu refused; %zu blocks refused, %zu lines skipped", file.c_str(),
             summary.run, summary.refused, summary.blocks, summary.skipped);
+    if (summary.same != 0)
+        fprintf(stderr, "; %zu lines stood already", summary.same);
+    fputc('\n', stderr);
+}
+
+/// The lines of the running configuration are left out, up to the first line that takes something away: what
+/// stood may be gone behind it.
+void leave_out_what_stands(script_runner& runner, const config_image& image) {
+    const auto sure = std::make_shared<bool>(true);
+    runner.leave_out([&image, sure](const script_line_t& line) { return *sure && image.holds(line); });
+    runner.watch([sure](const script_line_t& line, bool /*known*/) {
+        *sure = *sure && !line.line.starts_with("no ");
+    });
+}
+
+/// Tell what a file would change: each line below the mode that it stands in.
+exit_t tell_changes(const std::string& file, const config_image::changes_t& changes) {
+    std::string place;
+    size_t unknown = 0;
+    for (const auto& change : changes.lines) {
+        if (change.line.place != place)
+            print((place = change.line.place) + "\n");
+        print((change.known ? "    " : "  ? ") + change.line.line + "\n");
+        unknown += change.known ? 0 : 1;
+    }
+    fflush(stdout);
+    fprintf(stderr, "%s: %zu lines would run, %zu stand already", file.c_str(), changes.lines.size(),
+            changes.same);
+    if (unknown != 0)
+        fprintf(stderr, "; %zu (\"?\") are no commands there", unknown);
+    fputc('\n', stderr);
+    return changes.lines.empty() ? EXIT_OK : EXIT_REFUSED;
 }
 
 exit_t run_stream(const options_t& options, std::istream& lines) {
     const std::string file = options.file == "-" ? "standard input" : options.file;
     signal_watch interrupt{SIGINT};
     const command_tree tree;
-    shell_mode mode(
-        [&](enum node_type node, const std::string& line) { return tree.understand(node, line); });
+    const understand_t understand = [&](enum node_type node, const std::string& line) {
+        return tree.understand(node, line);
+    };
+    shell_mode mode(understand);
     vty_client daemon(options.socket);
     const auto receive = [&] {
         auto reply = wait_for_answer(daemon, interrupt, [] {
@@ -193,6 +276,15 @@ exit_t run_stream(const options_t& options, std::istream& lines) {
     try {
         send("enable");
         mode.answered("enable", receive().result);
+        std::optional<config_image> image;
+        if (options.apply || options.check) {
+            send("write file");
+            image.emplace(receive().text, understand);
+        }
+        if (options.check)
+            return tell_changes(file, image->changes_by(lines, understand));
+        if (options.apply)
+            leave_out_what_stands(runner, *image);
         runner.run(lines);
     } catch (const interrupted_t&) {
         tell_summary(file, runner.summary());
@@ -238,7 +330,13 @@ public:
                   puts(text.c_str());
                   fflush(stdout);
               }),
-          editor(tree, output, interrupt, [this] { return session.mode().node(); }) {}
+          names(socket),
+          editor(
+              tree, output, interrupt, [this] { return session.mode().node(); },
+              [this](const std::string& text) {
+                  const auto& mode = session.mode();
+                  return names.complete(tree, mode.node(), text, mode.object());
+              }) {}
 
     exit_t run() {
         session.open();
@@ -252,29 +350,63 @@ public:
             }
             editor.remember(*line);
             if (!shell_words(*line).empty())
-                run_one(*line);
+                run_line(*line);
         }
         return EXIT_OK;
     }
 
 private:
-    void run_one(const std::string& line) {
+    /// Run a line, as often as it says.
+    void run_line(const std::string& line) {
+        const auto taken = take_tail(line, tree.understand(session.mode().node(), line).has_value());
+        if (const auto* const wrong = std::get_if<std::string>(&taken)) {
+            show_error(*wrong);
+            return;
+        }
+        const auto& tail = std::get<line_tail_t>(taken);
+        if (tail.seconds == 0) {
+            run_one(tail);
+            return;
+        }
+        for (unsigned turn = 1;; turn++) {
+            print((colours ? "\033[H\033[2J" : "") + repeat_heading(tail));
+            if (!run_one(tail) || turn == tail.times || interrupted_within(tail.seconds))
+                return;
+        }
+    }
+
+    bool interrupted_within(unsigned seconds) {
+        struct pollfd key = {interrupt.descriptor(), POLLIN, 0};
+        poll(&key, 1, static_cast<int>(seconds * 1000));
+        return interrupt.take();
+    }
+
+    /// False if it makes no sense to run the line once more.
+    bool run_one(const line_tail_t& tail) {
+        const auto line = line_for_daemon(tail);
         if (!session.connected() && session.mode().depth() == 1 && may_end_session(line))
             exit(EXIT_LOST);
         const auto prompt = session.mode().prompt();
         const auto before = session.mode();
         try {
-            const auto reply = session.run(line);
-            if (!reply)
-                return;
-            if (reply->result == 0) {
-                follow_length(before, line);
-                output.show(reply->text);
-            } else {
-                show_refusal(before, line, *reply);
+            const auto answer = session.run(line);
+            if (!answer)
+                return false;
+            const auto reply = shown_answer(tail, *answer);
+            if (reply.result != 0) {
+                show_refusal(before, line, reply);
+                return false;
             }
+            follow_length(before, line);
+            if (tail.seconds == 0)
+                output.show(reply.text);
+            else
+                print(reply.text);
+            fflush(stdout);
+            return true;
         } catch (const vty_client_error& error) {
             show_error(std::string("% ") + error.what() + "\n");
+            return false;
         }
     }
 
@@ -317,6 +449,7 @@ private:
     pager output;
     bool colours;
     operator_session session;
+    name_source names;
     line_editor editor;
 };
 

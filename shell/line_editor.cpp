@@ -14,12 +14,15 @@
 #include <readline/history.h>
 #include <readline/readline.h>
 
+#include "line_tail.h"
+
 namespace {
 
 // The library calls back without saying for whom.
 const command_tree* commands = nullptr;
 const pager* output = nullptr;
 std::function<enum node_type()> current_node;
+std::function<std::vector<std::string>(const std::string& text)> existing_names;
 
 bool line_is_finished = false;
 std::optional<std::string> finished_line;
@@ -36,19 +39,51 @@ std::string text_up_to(int point) {
     return {rl_line_buffer, static_cast<size_t>(point)};
 }
 
+/// What can stand where text ends: keywords and names, or what goes behind a "|".
+std::vector<std::string> words_for(const std::string& text) {
+    std::vector<std::string> words;
+    if (const auto tail = tail_help(text)) {
+        for (const auto& [word, help] : *tail)
+            words.push_back(word);
+        return words;
+    }
+    words = commands->complete(current_node(), text);
+    const auto names = existing_names(text);
+    words.insert(words.end(), names.begin(), names.end());
+    return words;
+}
+
 char** complete(const char* /*text*/, int /*start*/, int end) {
     rl_attempted_completion_over = 1; // no file names
-    static std::vector<std::string> keywords;
-    keywords = commands->complete(current_node(), text_up_to(end));
+    static std::vector<std::string> words;
+    words = words_for(text_up_to(end));
     const auto next = [](const char* /*text*/, int state) -> char* {
         const auto i = static_cast<size_t>(state);
-        return i < keywords.size() ? strdup(keywords[i].c_str()) : nullptr;
+        return i < words.size() ? strdup(words[i].c_str()) : nullptr;
     };
     return rl_completion_matches("", next);
 }
 
+/// The help for a text: the daemon's commands, and what the shell itself does with their output.
+std::vector<command_help_t> help_for(const std::string& text) {
+    std::vector<command_help_t> lines;
+    if (const auto tail = tail_help(text)) {
+        for (const auto& [word, help] : *tail)
+            lines.push_back({word, help, true});
+        return lines;
+    }
+    lines = commands->describe(current_node(), text);
+    const bool complete = std::any_of(lines.begin(), lines.end(),
+                                      [](const command_help_t& line) { return line.word == "<cr>"; });
+    if (complete && takes_tail(text)) {
+        lines.push_back({"|", "What to do with the lines: include TEXT, exclude TEXT, count, json", true});
+        lines.push_back({"repeat", "Again every so many seconds: repeat SECONDS [TIMES]", true});
+    }
+    return lines;
+}
+
 int show_help(int /*count*/, int /*key*/) {
-    const auto lines = commands->describe(current_node(), text_up_to(rl_point));
+    const auto lines = help_for(text_up_to(rl_point));
     fputs("?\n", stdout);
     output->show(lines.empty() ? "% There is no matched command.\n" : line_editor::help_text(lines));
     rl_on_new_line();
@@ -109,11 +144,13 @@ std::string line_editor::help_text(const std::vector<command_help_t>& lines) {
 }
 
 line_editor::line_editor(const command_tree& tree, const pager& pager_given, signal_watch& interrupt_given,
-                         std::function<enum node_type()> node)
+                         std::function<enum node_type()> node,
+                         std::function<std::vector<std::string>(const std::string& text)> names)
     : interrupt(interrupt_given), resumed(SIGCONT), history_file(history_path()) {
     commands = &tree;
     output = &pager_given;
     current_node = std::move(node);
+    existing_names = std::move(names);
     set_up_library();
     using_history();
     stifle_history(history_size);

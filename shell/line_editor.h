@@ -16,9 +16,11 @@ public:
     /// Lines that the history keeps.
     static constexpr int history_size = 1000;
 
-    /// @param node  the node that lines are typed in
+    /// @param node   the node that lines are typed in
+    /// @param names  what exists and could stand for the last word of a text
     line_editor(const command_tree& tree, const pager& output, signal_watch& interrupt_given,
-                std::function<enum node_type()> node);
+                std::function<enum node_type()> node,
+                std::function<std::vector<std::string>(const std::string& text)> names);
     ~line_editor();
     line_editor(const line_editor&) = delete;
     line_editor& operator=(const line_editor&) = delete;

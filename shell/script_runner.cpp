@@ -80,7 +80,25 @@ void script_runner::run_plain(size_t number, const std::string& line) {
         leave_blocks();
         lead_to(line);
     }
-    put(number, line, mode.may_move(line));
+    if (!changes_nothing(line))
+        put(number, line, mode.may_move(line));
+}
+
+/// A line that stands already isn't run.
+bool script_runner::changes_nothing(const std::string& line) {
+    if (!stands && !watched)
+        return false;
+    std::string words;
+    for (const auto& word : mode.read(line).words)
+        words += (words.empty() ? "" : " ") + word;
+    const script_line_t there = {mode.prompt(), words};
+    if (stands && stands(there)) {
+        counts.same++;
+        return true;
+    }
+    if (watched)
+        watched(there, mode.knows(line));
+    return false;
 }
 
 /// Go where the line is known, if it isn't known where the session stands.

@@ -36,8 +36,16 @@ struct script_refusal_t {
     std::string block;  // that line
 };
 
+/// A line of a configuration, as the mode that it stands in and its words in full tell it apart from others.
+struct script_line_t {
+    std::string place; // the prompt of the mode
+    std::string line;
+    auto operator<=>(const script_line_t&) const = default;
+};
+
 struct script_summary_t {
     size_t run = 0;     // lines sent, those of the file
+    size_t same = 0;    // lines not sent, because they stand already
     size_t refused = 0; // of these
     size_t blocks = 0;  // blocks that a refused line ended
     size_t skipped = 0; // lines not sent, because of that or behind the end of the session
@@ -51,6 +59,15 @@ public:
     script_runner(line_port_t port_given, shell_mode& mode_given,
                   std::function<void(const std::string& text)> printed_given,
                   std::function<void(const script_refusal_t&)> refused_given);
+
+    /// Leave out lines for which this holds: they would change nothing. Lines that enter or leave a mode run always.
+    void leave_out(std::function<bool(const script_line_t& line)> stands_given) {
+        stands = std::move(stands_given);
+    }
+    /// Told of each line that is sent and neither enters nor leaves a mode, and whether a command is known for it.
+    void watch(std::function<void(const script_line_t& line, bool known)> watch_given) {
+        watched = std::move(watch_given);
+    }
 
     /// Run all lines of a file. Throws what the port throws; summary() holds up to there.
     void run(std::istream& lines);
@@ -81,6 +98,7 @@ private:
     void run_plain(size_t number, const std::string& line);
     void lead_to(const std::string& line);
     void leave_blocks();
+    bool changes_nothing(const std::string& line);
     void put(size_t number, const std::string& line, bool moves, bool helping = false);
     void help(const std::string& line);
     void take_answer();
@@ -90,6 +108,8 @@ private:
     shell_mode& mode;
     std::function<void(const std::string&)> printed;
     std::function<void(const script_refusal_t&)> refused;
+    std::function<bool(const script_line_t& line)> stands;
+    std::function<void(const script_line_t& line, bool known)> watched;
 
     std::deque<flight_t> in_flight;
     size_t bytes_in_flight = 0;

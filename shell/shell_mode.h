@@ -37,6 +37,9 @@ public:
     /// "gpon> ", "gpon# ", "gpon(config)# ", "gpon(gpon-onu1/1:1)# ", ...
     std::string prompt() const;
 
+    /// What the prompt calls the place: "gpon-onu1/1:1", "config"; empty in view and enable mode.
+    const std::string& object() const { return places.back().label; }
+
     /// How the line would be read here; as typed if no command is known that it means.
     understood_t read(const std::string& line) const;
     /// Does a command that is known here, or above, mean it?

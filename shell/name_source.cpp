@@ -1,0 +1,122 @@
+#include "name_source.h"
+
+#include <algorithm>
+#include <iterator>
+#include <sstream>
+
+namespace {
+
+// With "profile" the variable tells which: T-CONTs have bandwidth profiles, ONUs service profiles.
+constexpr name_place_t places[] = {
+    {"interface", "IFNAME", "interface", ""},
+    {"distance", "IFNAME", "interface", ""},
+    {"type", "TYPE", "onutype", ""},
+    {"onu-type", "ONUTYPENAME", "onutype", ""},
+    {"onutype", "NAME", "onutype", ""},
+    {"profile", "PROFILE", "bandwidth", ""},
+    {"bandwidth", "NAME", "bandwidth", ""},
+    {"traffic", "NAME", "traffic", ""},
+    {"gem-car", "PROFILE", "traffic", ""},
+    {"gem-car-ds", "PROFILE", "traffic", ""},
+    {"profile", "NAME", "onu-srvprofile", ""},
+    {"srv-profile", "NAME", "onu-srvprofile", ""},
+    {"def-srv-profile", "NAME", "onu-srvprofile", ""},
+    {"profile-id", "(1-128)", "onu-srvprofile-id", ""},
+    {"onu-srvprofile", "(1-128)", "onu-srvprofile-id", ""},
+    {"table", "TABLE", "table", ""},
+    {"onu", "(1-128)", "interface", "onu"},
+    {"modify", "(1-128)", "interface", "onu"},
+    {"onuid", "(1-128)", "interface", "onu"},
+};
+
+bool is_blank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+/// The word that a text ends in; empty behind a blank.
+std::string last_word(const std::string& text) {
+    const auto blank = text.find_last_of(" \t");
+    return blank == text.npos ? text : text.substr(blank + 1);
+}
+
+/// The text up to the end of the word before its last one.
+std::string without_last_word(const std::string& text) {
+    auto end = text.size() - last_word(text).size();
+    while (end > 0 && is_blank(text[end - 1]))
+        end--;
+    return text.substr(0, end);
+}
+
+/// The keyword that a text ends in, in full; empty if it isn't one, or might be several.
+std::string keyword_at_end(const command_tree& tree, enum node_type node, const std::string& text) {
+    const auto keywords = tree.complete(node, text);
+    const auto word = last_word(text);
+    if (std::find(keywords.begin(), keywords.end(), word) != keywords.end())
+        return word;
+    return keywords.size() == 1 ? keywords[0] : "";
+}
+
+} // namespace
+
+const name_place_t* name_place(std::string_view keyword, std::string_view variable) {
+    const auto* const found = std::find_if(std::begin(places), std::end(places), [=](const auto& place) {
+        return place.keyword == keyword && place.variable == variable;
+    });
+    return found != std::end(places) ? found : nullptr;
+}
+
+std::vector<std::string> name_source::names(std::string_view kind, const std::string& beginning) {
+    std::vector<std::string> found;
+    try {
+        if (!client) {
+            client = std::make_unique<vty_client>(path);
+            client->send("enable");
+            client->receive(patience_ms);
+        }
+        client->send("show names " + std::string(kind) + (beginning.empty() ? "" : " " + beginning));
+        const auto reply = client->receive(patience_ms);
+        if (!reply) {
+            client.reset(); // its answer would be taken for the next one
+            return found;
+        }
+        std::istringstream lines(reply->result == 0 ? reply->text : "");
+        for (std::string line; std::getline(lines, line);)
+            found.push_back(line);
+    } catch (const vty_client_error&) {
+        client.reset();
+    }
+    return found;
+}
+
+std::vector<std::string> name_source::of_place(const name_place_t& place, const std::string& beginning,
+                                               const std::string& port) {
+    if (place.relative.empty())
+        return names(place.kind, beginning);
+    constexpr std::string_view olt = "gpon-olt";
+    if (!port.starts_with(olt))
+        return {};
+    const auto of_port = "gpon-onu" + port.substr(olt.size()) + ":";
+    auto found = names(place.kind, of_port + beginning);
+    for (auto& name : found)
+        name.erase(0, of_port.size());
+    return found;
+}
+
+std::vector<std::string> name_source::complete(const command_tree& tree, enum node_type node,
+                                               const std::string& text, const std::string& port) {
+    std::vector<std::string> found;
+    const auto before = without_last_word(text);
+    const auto keyword = before.empty() ? "" : keyword_at_end(tree, node, before);
+    if (keyword.empty())
+        return found;
+    for (const auto& line : tree.describe(node, text)) {
+        const auto* const place = line.keyword ? nullptr : name_place(keyword, line.word);
+        if (place) {
+            const auto more = of_place(*place, last_word(text), port);
+            found.insert(found.end(), more.begin(), more.end());
+        }
+    }
+    std::sort(found.begin(), found.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
+    return found;
+}

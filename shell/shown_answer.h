@@ -1,0 +1,17 @@
+#pragma once
+
+// Between the operator's line and the daemon: what is asked for a line with a tail, and what is made of the answer.
+
+#include <string>
+
+#include "line_tail.h"
+#include "vty_client.h"
+
+/// The line for the daemon.
+std::string line_for_daemon(const line_tail_t& tail);
+
+/// The answer as the operator wants it. One without a table, where JSON was wanted, becomes a refusal.
+vty_reply_t shown_answer(const line_tail_t& tail, const vty_reply_t& reply);
+
+/// What stands above each turn of a repeated command: when, what, and how it ends.
+std::string repeat_heading(const line_tail_t& tail);
