@@ -2,6 +2,7 @@
 
 #include "cli_themes.h"
 #include "gpon_config_writer.h"
+#include "kavo_table.h"
 #include "mib_inspect_vty.h"
 #include "mib_vty.h"
 #include "ov_gpon.h"
@@ -54,4 +55,5 @@ void gpon_vty_init() {
     mib_inspect_vty_init();
     resource_vty_init();
     names_vty_init();
+    kavo_table_vty_init();
 }

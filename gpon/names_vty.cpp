@@ -26,8 +26,8 @@ public:
 
     // What a line or a word of a command can't hold is no name to offer.
     void add(std::string_view name) {
-        if (name.empty() || !name.starts_with(beginning_) || gpon_cli_shown(std::string(name).c_str()) != name ||
-            name.find_first_of(" \t") != name.npos)
+        if (name.empty() || !name.starts_with(beginning_) ||
+            gpon_cli_shown(std::string(name).c_str()) != name || name.find_first_of(" \t") != name.npos)
             return;
         names_.emplace(name);
         if (names_.size() > GPON_NAMES_MAX)

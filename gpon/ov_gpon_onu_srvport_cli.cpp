@@ -2,6 +2,7 @@
 #include "ov_app_gpon_service_port.h"
 
 #include "kavo_cmd_rows.h"
+#include "kavo_table.h"
 #include "ov_gpon_onu_cli.h"
 #include "sGemTable.h"
 
@@ -197,19 +198,17 @@ std::string queue_text(const ServicePort& row) {
     return "map " + std::to_string(row.servicePortCosQueueMappingProfileId);
 }
 
-void print_head(struct vty* vty, const char* nl) {
-    vty_out(vty, "%s%-4s %4s %9s %-14s %5s %-8s %5s %-8s %-6s %9s %-8s%s", nl, "port", "gem", "user-vlan",
-            "action", "vlan", "priority", "svlan", "priority", "queue", "mac-limit", "mac-move", nl);
-}
+constexpr kavo_column_t COLUMNS[] = {
+    {"port", -4},  {"gem", 4},       {"user-vlan", 9}, {"action", -14},
+    {"vlan", 5},   {"priority", -8}, {"svlan", 5},     {"priority", -8, "svlan_priority"},
+    {"queue", -6}, {"mac-limit", 9}, {"mac-move", -8}};
 
-void print_port(struct vty* vty, const ServicePort& row, const char* nl) {
-    vty_out(
-        vty, "%-4d %4d %9d %-14s %5d %-8s %5d %-8s %-6s %9d %-8s%s", row.servicePortId, row.servicePortGemId,
-        row.servicePortUserVlan, value_name(servicePortVlanAction, row.servicePortVlanAction).c_str(),
-        row.servicePortVlan, priority_text(row.servicePortVlanPrioAction, row.servicePortVlanPrio).c_str(),
-        row.servicePortSvlan, priority_text(row.servicePortSvlanPrioAction, row.servicePortSvlanPrio).c_str(),
-        queue_text(row).c_str(), row.servicePortMacLimit,
-        value_name(servicePortMacmove, row.servicePortMacmove).c_str(), nl);
+void print_port(const kavo_table_t& table, const ServicePort& row) {
+    table.row({row.servicePortId, row.servicePortGemId, row.servicePortUserVlan,
+               value_name(servicePortVlanAction, row.servicePortVlanAction), row.servicePortVlan,
+               priority_text(row.servicePortVlanPrioAction, row.servicePortVlanPrio), row.servicePortSvlan,
+               priority_text(row.servicePortSvlanPrioAction, row.servicePortSvlanPrio), queue_text(row),
+               row.servicePortMacLimit, value_name(servicePortMacmove, row.servicePortMacmove)});
 }
 
 int ov_gpon_show_srvport_gemport_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
@@ -217,14 +216,15 @@ int ov_gpon_show_srvport_gemport_cli(struct cmd_element* /*self*/, struct vty* v
     const ov_ifindex_t onu = gpon_cli_onu_by_name(vty, argv[0]);
     if (onu == OV_IFINDEX_INVALID)
         return KAVO_CLI_BAD_INPUT;
-    const char* nl = kavo_newline(vty);
+    const kavo_table_t table(vty, COLUMNS);
     int count = 0;
-    print_head(vty, nl);
+    table.line("%s", "");
+    table.heading();
     for (const ServicePort& row : rows_under(onu_key_of_ifindex<ServicePort>(onu), INDEX_TO_ONU)) {
-        print_port(vty, row, nl);
+        print_port(table, row);
         count++;
     }
-    vty_out(vty, "total %d%s", count, nl);
+    table.line("total %d", count);
     return 0;
 }
 

@@ -6,6 +6,7 @@
 #include "gpon_cli.h"
 #include "gpon_config_parts.h"
 #include "kavo_cmd_rows.h"
+#include "kavo_table.h"
 #include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_rm_traffic.h"
@@ -13,6 +14,21 @@
 #include "ov_product_log.h"
 
 namespace {
+
+// All rows of a table, and how many they are.
+template <typename Row, typename Show>
+int show_profiles(struct vty* vty, std::span<const kavo_column_t> columns, Show show) {
+    const kavo_table_t table(vty, columns);
+    int count = 0;
+    table.line("%s", "");
+    table.heading();
+    for (const Row& row : all_rows<Row>()) {
+        show(table, row);
+        count++;
+    }
+    table.line("total %d", count);
+    return 0;
+}
 
 constexpr char DEFAULT_PROFILE[] = "default"; // of bandwidth and traffic, there from the start
 
@@ -54,19 +70,16 @@ int ov_traffic_profile_del_cli(struct cmd_element* /*self*/, struct vty* vty, in
     return KAVO_CLI_FAILED;
 }
 
+constexpr kavo_column_t TRAFFIC_COLUMNS[] = {
+    {"traffic profile", -33}, {"cir", 10}, {"cbs", 10}, {"pir", 10}, {"pbs", 10}};
+
 int ov_show_onu_traffic_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                                     const char** /*argv*/) {
-    const char* nl = kavo_newline(vty);
-    int count = 0;
-    vty_out(vty, "%s%-33s %10s %10s %10s %10s%s", nl, "traffic profile", "cir", "cbs", "pir", "pbs", nl);
-    for (const auto& row : all_rows<ov_sRmTrafficProfileTable_attr_t>()) {
-        vty_out(vty, "%-33s %10u %10u %10u %10u%s", gpon_cli_shown(row.sRmTrafficProfileName).c_str(),
-                row.sRmTrafficProfileCIR, row.sRmTrafficProfileCBS, row.sRmTrafficProfilePIR,
-                row.sRmTrafficProfilePBS, nl);
-        count++;
-    }
-    vty_out(vty, "total %d%s", count, nl);
-    return 0;
+    return show_profiles<ov_sRmTrafficProfileTable_attr_t>(
+        vty, TRAFFIC_COLUMNS, [](const kavo_table_t& table, const auto& row) {
+            table.row({gpon_cli_shown(row.sRmTrafficProfileName), row.sRmTrafficProfileCIR,
+                       row.sRmTrafficProfileCBS, row.sRmTrafficProfilePIR, row.sRmTrafficProfilePBS});
+        });
 }
 
 // ---- bandwidth ---------------------------------------------------------------------------------------
@@ -123,20 +136,16 @@ int ov_bw_profile_del_cli(struct cmd_element* /*self*/, struct vty* vty, int /*a
     return KAVO_CLI_FAILED;
 }
 
+constexpr kavo_column_t BANDWIDTH_COLUMNS[] = {
+    {"bandwidth profile", -64}, {"type", 4}, {"fixed", 10}, {"assured", 10}, {"maximum", 10}};
+
 int ov_show_onu_bandwidth_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                                       const char** /*argv*/) {
-    const char* nl = kavo_newline(vty);
-    int count = 0;
-    vty_out(vty, "%s%-64s %4s %10s %10s %10s%s", nl, "bandwidth profile", "type", "fixed", "assured",
-            "maximum", nl);
-    for (const auto& row : all_rows<ov_sBWProfileTable_attr_t>()) {
-        vty_out(vty, "%-64s %4d %10d %10d %10d%s", gpon_cli_shown(row.sBWProfileTableBwProfileName).c_str(),
-                row.sBWProfileTableType, row.sBWProfileTableFixBw, row.sBWProfileTableAssBw,
-                row.sBWProfileTableMaxBw, nl);
-        count++;
-    }
-    vty_out(vty, "total %d%s", count, nl);
-    return 0;
+    return show_profiles<ov_sBWProfileTable_attr_t>(
+        vty, BANDWIDTH_COLUMNS, [](const kavo_table_t& table, const auto& row) {
+            table.row({gpon_cli_shown(row.sBWProfileTableBwProfileName), row.sBWProfileTableType,
+                       row.sBWProfileTableFixBw, row.sBWProfileTableAssBw, row.sBWProfileTableMaxBw});
+        });
 }
 
 // ---- ONU types ---------------------------------------------------------------------------------------
@@ -196,21 +205,19 @@ int ov_onutype_profile_del_cli(struct cmd_element* /*self*/, struct vty* vty, in
     return KAVO_CLI_FAILED;
 }
 
+constexpr kavo_column_t ONU_TYPE_COLUMNS[] = {{"onu type", -33}, {"eth", 5},   {"pots", 5},
+                                              {"card", 5},       {"video", 5}, {"down-queue", 10},
+                                              {"up-queue", 8}};
+
 int ov_show_onu_type_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                                  const char** /*argv*/) {
-    const char* nl = kavo_newline(vty);
-    int count = 0;
-    vty_out(vty, "%s%-33s %5s %5s %5s %5s %10s %8s%s", nl, "onu type", "eth", "pots", "card", "video",
-            "down-queue", "up-queue", nl);
-    for (const auto& row : all_rows<ov_sOnuTypeProfileTable_attr_t>()) {
-        vty_out(vty, "%-33s %5d %5d %5d %5d %10d %8d%s", gpon_cli_shown(row.onuTypeProfileName).c_str(),
-                row.sOnuTypeProfileTableEthNum, row.sOnuTypeProfileTablePotsNum,
-                row.sOnuTypeProfileTableCardNum, row.sOnuTypeProfileTableVideoNum,
-                row.sOnuTypeProfileTableDwnQueueNum, row.sOnuTypeProfileTableUpQueueNum, nl);
-        count++;
-    }
-    vty_out(vty, "total %d%s", count, nl);
-    return 0;
+    return show_profiles<ov_sOnuTypeProfileTable_attr_t>(
+        vty, ONU_TYPE_COLUMNS, [](const kavo_table_t& table, const auto& row) {
+            table.row({gpon_cli_shown(row.onuTypeProfileName), row.sOnuTypeProfileTableEthNum,
+                       row.sOnuTypeProfileTablePotsNum, row.sOnuTypeProfileTableCardNum,
+                       row.sOnuTypeProfileTableVideoNum, row.sOnuTypeProfileTableDwnQueueNum,
+                       row.sOnuTypeProfileTableUpQueueNum});
+        });
 }
 
 const kavo_cmd_t profile_cmds[] = {

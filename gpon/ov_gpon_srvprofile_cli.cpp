@@ -6,6 +6,7 @@
 #include "app_rows.h"
 #include "gpon_cli.h"
 #include "kavo_cmd_rows.h"
+#include "kavo_table.h"
 #include "kavo_vty_object.h"
 #include "ov_app_gpon_onusrv_batch_config.h"
 #include "ov_app_gpon_onutype.h"
@@ -74,13 +75,18 @@ int ov_no_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int
     return 0;
 }
 
-void print_head(struct vty* vty, const char* nl) {
-    vty_out(vty, "%s%-4s %-64s %-33s %6s%s", nl, "id", "onu-srvprofile", "onu type", "onus", nl);
+constexpr kavo_column_t COLUMNS[] = {{"id", -4}, {"onu-srvprofile", -64}, {"onu type", -33}, {"onus", 6}};
+
+kavo_table_t begin_table(struct vty* vty) {
+    const kavo_table_t table(vty, COLUMNS);
+    table.line("%s", "");
+    table.heading();
+    return table;
 }
 
-void print_profile(struct vty* vty, const ov_sOnuSrvProfileTable_attr_t& row, const char* nl) {
-    vty_out(vty, "%-4u %-64s %-33s %6d%s", row.onuSrvProfileId, gpon_cli_shown(row.onuSrvProfileName).c_str(),
-            gpon_cli_shown(row.sOnuTypeProfileName).c_str(), row.sOnuSrvProfileBindCount, nl);
+void print_profile(const kavo_table_t& table, const ov_sOnuSrvProfileTable_attr_t& row) {
+    table.row({row.onuSrvProfileId, gpon_cli_shown(row.onuSrvProfileName),
+               gpon_cli_shown(row.sOnuTypeProfileName), row.sOnuSrvProfileBindCount});
 }
 
 int ov_show_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
@@ -88,22 +94,19 @@ int ov_show_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, i
     const auto* row = find_profile(static_cast<mib_ulong>(gpon_cli_number(argv[0])));
     if (row == nullptr)
         return gpon_cli_fail(vty, "%% onu-srvprofile not exist%s", KAVO_CLI_BAD_INPUT);
-    const char* nl = kavo_newline(vty);
-    print_head(vty, nl);
-    print_profile(vty, *row, nl);
+    print_profile(begin_table(vty), *row);
     return 0;
 }
 
 int ov_show_onu_srv_profile_all_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                                     const char** /*argv*/) {
-    const char* nl = kavo_newline(vty);
+    const kavo_table_t table = begin_table(vty);
     int count = 0;
-    print_head(vty, nl);
     for (const auto& row : all_rows<ov_sOnuSrvProfileTable_attr_t>()) {
-        print_profile(vty, row, nl);
+        print_profile(table, row);
         count++;
     }
-    vty_out(vty, "total %d%s", count, nl);
+    table.line("total %d", count);
     return 0;
 }
 

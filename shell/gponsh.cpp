@@ -330,13 +330,12 @@ public:
                   puts(text.c_str());
                   fflush(stdout);
               }),
-          names(socket),
-          editor(
-              tree, output, interrupt, [this] { return session.mode().node(); },
-              [this](const std::string& text) {
-                  const auto& mode = session.mode();
-                  return names.complete(tree, mode.node(), text, mode.object());
-              }) {}
+          names(socket), editor(
+                             tree, output, interrupt, [this] { return session.mode().node(); },
+                             [this](const std::string& text) {
+                                 const auto& mode = session.mode();
+                                 return names.complete(tree, mode.node(), text, mode.object());
+                             }) {}
 
     exit_t run() {
         session.open();

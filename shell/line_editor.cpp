@@ -101,6 +101,7 @@ void set_up_library() {
     rl_completer_word_break_characters = " \t";
     rl_completer_quote_characters = "";
     rl_attempted_completion_function = complete;
+    rl_sort_completion_matches = 0; // port 2 comes before port 10
     rl_bind_key('?', show_help);
 }
 

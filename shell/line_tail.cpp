@@ -101,7 +101,8 @@ bool holds(std::string_view line, const std::string& text) {
 }
 
 /// Calls take for each line, with its end.
-template <typename Take> void each_line(std::string_view text, Take take) {
+template <typename Take>
+void each_line(std::string_view text, Take take) {
     while (!text.empty()) {
         const auto end = text.find('\n');
         const auto size = end == text.npos ? text.size() : end + 1;

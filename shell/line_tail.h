@@ -4,13 +4,13 @@
 //
 //   show onu status | include gpon-onu1/1     lines with a text
 //   show onu status | exclude operational     lines without it
-//   show onu status | include added | count   how many lines there are
+//   show onu status | include added | count   how many lines there are; "| count" alone counts a table's rows
 //   show onu status | json                    the table as JSON, one object a row
 //   show onu status repeat 5                  again every 5 seconds, until Ctrl-C
 //   show onu status repeat 5 3                three times
 //
-// The daemon sees the command alone, or asks for its rows as JSON. A "|" counts only as a word of its own in a line
-// that begins with "show", "write", "list" or "find"; everywhere else it is part of a text.
+// The daemon sees the command alone, or asks for its rows as JSON. A "|" counts only as a word of its own in
+// a line that begins with "show", "write", "list" or "find"; everywhere else it is part of a text.
 
 #include <optional>
 #include <string>
@@ -32,6 +32,7 @@ struct line_tail_t {
     unsigned seconds = 0; // between two runs; 0: the command runs once
     unsigned times = 0;   // of these; 0: until Ctrl-C
 
+    /// Is the table wanted as JSON?
     bool json() const;
 };
 

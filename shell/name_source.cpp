@@ -1,6 +1,7 @@
 #include "name_source.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <sstream>
 
@@ -116,7 +117,9 @@ std::vector<std::string> name_source::complete(const command_tree& tree, enum no
             found.insert(found.end(), more.begin(), more.end());
         }
     }
-    std::sort(found.begin(), found.end());
+    std::sort(found.begin(), found.end(), [](const std::string& a, const std::string& b) {
+        return strverscmp(a.c_str(), b.c_str()) < 0; // port 2 comes before port 10
+    });
     found.erase(std::unique(found.begin(), found.end()), found.end());
     return found;
 }

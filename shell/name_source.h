@@ -1,7 +1,7 @@
 #pragma once
 
-// Names of what exists on the system, for completion: asked of the daemon over a connection of their own, so that the
-// operator's session isn't touched.
+// Names of what exists on the system, for completion: asked of the daemon over a connection of their own, so
+// that the operator's session isn't touched.
 
 #include <memory>
 #include <string>

@@ -60,11 +60,13 @@ public:
                   std::function<void(const std::string& text)> printed_given,
                   std::function<void(const script_refusal_t&)> refused_given);
 
-    /// Leave out lines for which this holds: they would change nothing. Lines that enter or leave a mode run always.
+    /// Leave out lines for which this holds: they would change nothing. Lines that enter or leave a mode run
+    /// always.
     void leave_out(std::function<bool(const script_line_t& line)> stands_given) {
         stands = std::move(stands_given);
     }
-    /// Told of each line that is sent and neither enters nor leaves a mode, and whether a command is known for it.
+    /// Told of each line that is sent and neither enters nor leaves a mode, and whether a command is known
+    /// for it.
     void watch(std::function<void(const script_line_t& line, bool known)> watch_given) {
         watched = std::move(watch_given);
     }

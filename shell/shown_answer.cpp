@@ -2,9 +2,33 @@
 
 #include <array>
 #include <ctime>
+#include <optional>
+#include <sstream>
+
+namespace {
+
+/// Counting needs rows, not headings: they are asked for as JSON, and what has none is counted by lines.
+bool wants_rows(const line_tail_t& tail) {
+    const bool counts = tail.filters.size() == 1 && tail.filters[0].kind == line_filter_t::COUNT;
+    return tail.json() || (counts && tail.command.find("sh") != tail.command.npos);
+}
+
+/// An array of the objects that stand a line each; nothing if there is anything else.
+std::optional<std::string> json_array(const std::string& text) {
+    std::istringstream lines(text);
+    std::string array = "[";
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.starts_with('{'))
+            return std::nullopt;
+        array += (array.size() > 1 ? ",\n " : "\n ") + line;
+    }
+    return array + "\n]\n";
+}
+
+} // namespace
 
 std::string line_for_daemon(const line_tail_t& tail) {
-    if (!tail.json())
+    if (!wants_rows(tail))
         return tail.command;
     const auto words = tail.command.find_first_not_of(" \t");
     const bool done_above = tail.command.compare(words, 3, "do ") == 0;
@@ -14,9 +38,11 @@ std::string line_for_daemon(const line_tail_t& tail) {
 vty_reply_t shown_answer(const line_tail_t& tail, const vty_reply_t& reply) {
     if (reply.result != 0)
         return reply;
-    if (tail.json() && !reply.text.starts_with('['))
-        return {"% \"" + tail.command + "\" shows no table that could be JSON.\n", 1};
-    return {filtered(reply.text, tail.filters), 0};
+    if (!tail.json())
+        return {filtered(reply.text, tail.filters), 0};
+    if (auto array = json_array(reply.text))
+        return {*array, 0};
+    return {"% \"" + tail.command + "\" shows no table that could be JSON.\n", 1};
 }
 
 std::string repeat_heading(const line_tail_t& tail) {

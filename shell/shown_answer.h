@@ -1,6 +1,7 @@
 #pragma once
 
-// Between the operator's line and the daemon: what is asked for a line with a tail, and what is made of the answer.
+// Between the operator's line and the daemon: what is asked for a line with a tail, and what is made of the
+// answer.
 
 #include <string>
 

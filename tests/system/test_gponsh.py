@@ -1,6 +1,7 @@
 """The operator shell against the real daemon: on a terminal, with lines given, and with files."""
 
 import fcntl
+import json
 import os
 import pty
 import re
@@ -579,3 +580,116 @@ def test_a_daemon_that_goes_away_under_a_file_is_told_with_the_line(running, tmp
     _, errors = shell.communicate(timeout=30)
     assert shell.returncode == LOST
     assert re.search(r"the daemon answered up to line \d+", errors)
+
+
+# ---- what is already there ---------------------------------------------------------------------------------------
+
+
+PROFILES = "gpon\n profile bandwidth home assured 20000 maximum 100000\n profile bandwidth work maximum 500000\n!\n"
+
+
+def test_a_file_of_nuls_is_refused_with_its_line(gponsh, tmp_path):
+    file = tmp_path / "lost"
+    file.write_bytes(b"gpon\n" + b"\0" * 4096 + b"\n!\n" + b"\0\n")
+    done = gponsh("-f", file)
+    assert done.returncode == REFUSED
+    assert f"{file}:2: refused: " in done.stderr
+    assert f"{file}:4: refused: " in done.stderr
+    assert "NUL" in done.stderr
+
+
+def test_a_file_applied_again_changes_nothing(gponsh, tmp_path):
+    file = write(tmp_path / "file", PROFILES)
+    assert gponsh("-f", file).returncode == OK
+    assert gponsh("-f", file).returncode == REFUSED  # they are there
+    again = gponsh("-f", file, "--apply")
+    assert again.returncode == OK, again.stderr
+    assert again.stderr.endswith("1 lines run, 0 refused; 0 blocks refused, 0 lines skipped; 2 lines stood already\n")
+
+
+def test_what_is_missing_is_applied(gponsh, tmp_path):
+    assert gponsh("-f", write(tmp_path / "part", PROFILES.replace("work", "other"))).returncode == OK
+    assert gponsh("-f", write(tmp_path / "whole", PROFILES), "--apply").returncode == OK
+    assert "profile bandwidth work maximum 500000" in gponsh("-c", "write file").stdout
+
+
+def test_behind_a_line_that_takes_away_nothing_is_left_out(gponsh, tmp_path):
+    assert gponsh("-f", write(tmp_path / "file", PROFILES)).returncode == OK
+    anew = write(tmp_path / "anew", "gpon\n no profile bandwidth home\n" + PROFILES.split("\n", 1)[1])
+    done = gponsh("-f", anew, "--apply")
+    assert f"{anew}:4: refused: profile bandwidth work maximum 500000" in done.stderr
+    assert "profile bandwidth home assured" in gponsh("-c", "write file").stdout
+
+
+def test_a_check_tells_what_would_change_and_runs_nothing(gponsh, tmp_path):
+    file = write(tmp_path / "file", PROFILES + "interface gpon-olt1/1\n nonsense\n!\n")
+    before = gponsh("-c", "write file").stdout
+    done = gponsh("-f", file, "--check")
+    assert done.returncode == REFUSED
+    assert done.stdout == (
+        "gpon(gpon)# \n"
+        "    profile bandwidth home assured 20000 maximum 100000\n"
+        "    profile bandwidth work maximum 500000\n"
+        "gpon(gpon-olt1/1)# \n"
+        "  ? nonsense\n"
+    )
+    assert done.stderr.endswith('3 lines would run, 0 stand already; 1 ("?") are no commands there\n')
+    assert gponsh("-c", "write file").stdout == before
+    assert gponsh("-f", "-", "--check", input=before).returncode == OK
+
+
+# ---- what is done with output --------------------------------------------------------------------------------------
+
+
+def test_output_is_filtered_and_counted(gponsh):
+    lines = gponsh("-c", "show slot info").stdout.splitlines()
+    assert gponsh("-c", "show slot info | include YES").stdout.splitlines() == [l for l in lines if "yes" in l]
+    assert gponsh("-c", "show slot info | exclude yes").stdout.splitlines() == [l for l in lines if "yes" not in l]
+    counted = gponsh("-c", "show slot info | include yes | count")
+    assert counted.stdout == f"{sum('yes' in line for line in lines)}\n"
+    wrong = gponsh("-c", "show slot info | sort")
+    assert (wrong.returncode, wrong.stdout[:2]) == (REFUSED, "% ")
+
+
+def test_tables_come_as_json(gponsh, tmp_path):
+    assert gponsh("-f", write(tmp_path / "file", PROFILES)).returncode == OK
+    done = gponsh("-c", "configure terminal", "-c", "show profile bandwidth | json")
+    rows = {row["bandwidth_profile"]: row for row in json.loads(done.stdout)}
+    assert rows["home"] == {"bandwidth_profile": "home", "type": 3, "fixed": 0, "assured": 20000, "maximum": 100000}
+    assert gponsh("-c", "configure terminal", "-c", "show profile bandwidth | count").stdout == f"{len(rows)}\n"
+    for command in ("show slot info", "show onu status", "show onu unconfig", "show onu history", "show gpon resources"):
+        assert isinstance(json.loads(gponsh("-c", f"{command} | json").stdout), list), command
+    assert gponsh("-c", "show mib table | json").returncode == REFUSED
+
+
+def test_a_show_is_repeated(gponsh):
+    once = gponsh("-c", "show slot info").stdout
+    assert gponsh("-c", "show slot info repeat 1 2").stdout == once * 2
+    assert gponsh("-c", "show slot info repeat 0").returncode == REFUSED
+
+
+def test_ctrl_c_ends_the_repeats(terminal):
+    terminal.type("show slot info repeat 1\r")
+    terminal.expect("every 1 s; Ctrl-C ends")
+    terminal.expect("every 1 s; Ctrl-C ends")
+    terminal.type(CTRL_C)
+    terminal.expect("gpon# $")
+    assert "this board" in terminal.run("show slot info")
+
+
+def test_tab_offers_what_exists(terminal, gponsh, tmp_path):
+    assert gponsh("-f", write(tmp_path / "file", PROFILES)).returncode == OK
+    terminal.run("configure terminal")
+    terminal.type("interface gpon-olt1/" + TAB)
+    terminal.expect(r"(?s)gpon-olt1/1 .*gpon-olt1/9 .*gpon-olt1/10 ")
+    terminal.type("\x15gpon\r")
+    terminal.expect(r"gpon\(gpon\)# $")
+    terminal.type("no profile bandwidth wo" + TAB)
+    terminal.expect("no profile bandwidth work ")
+    terminal.type("\x15no prof band ho" + TAB)
+    terminal.expect("no prof band home ")
+
+
+def test_tab_behind_a_bar_offers_filters(terminal):
+    terminal.type("show slot info | ex" + TAB)
+    terminal.expect("exclude ")

@@ -162,4 +162,10 @@ TEST(CommandTree, EveryCommandOfTheDaemonStandsOnNodesThatTheShellHas) {
     }
 }
 
+TEST(CommandTree, ALineWithANulIsNotUnderstood) {
+    EXPECT_FALSE(test_understand(CONFIG_NODE, std::string(1, '\0')));
+    EXPECT_FALSE(test_understand(CONFIG_NODE, std::string("gpon\0", 5)));
+    EXPECT_TRUE(test_understand(CONFIG_NODE, "gpon"));
+}
+
 } // namespace

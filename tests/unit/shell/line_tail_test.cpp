@@ -62,7 +62,8 @@ TEST(LineTail, RepeatTakesSecondsAndPerhapsHowOften) {
 }
 
 TEST(LineTail, RepeatOutOfRangeIsRefused) {
-    for (const char* end : {"repeat", "repeat 0", "repeat 86401", "repeat x", "repeat 1 0", "repeat -1", "repeat 1x"})
+    for (const char* end :
+         {"repeat", "repeat 0", "repeat 86401", "repeat x", "repeat 1 0", "repeat -1", "repeat 1x"})
         EXPECT_TRUE(refused(std::string("show onu status ") + end)) << end;
 }
 

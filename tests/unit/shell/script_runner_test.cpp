@@ -207,6 +207,33 @@ TEST(ScriptRunner, LineThatTheShellDoesNotKnowIsSentAllTheSame) {
                                           "fec downstream enable"));
 }
 
+TEST(ScriptRunner, LinesThatStandAreLeftOut) {
+    FakeDaemon daemon({});
+    shell_mode mode(test_understand);
+    mode.answered("enable", 0);
+    script_runner runner(
+        daemon.port(), mode, [](const std::string&) {}, [](const script_refusal_t&) {});
+    runner.leave_out([](const script_line_t& line) {
+        return line == script_line_t{"gpon(gpon-onu1/1:1)# ", "tcont 1 profile p"};
+    });
+    std::istringstream lines("interface gpon-onu1/1:1\n tcont 1 prof p\n name a\n!\n"
+                             "interface gpon-onu1/1:2\n tcont 1 profile p\n");
+    runner.run(lines);
+    EXPECT_THAT(daemon.sent, ElementsAre("configure terminal", "interface gpon-onu1/1:1", "name a",
+                                         "interface gpon-onu1/1:2", "tcont 1 profile p"));
+    EXPECT_EQ(runner.summary().same, 1u);
+    EXPECT_EQ(runner.summary().run, 4u);
+}
+
+TEST(ScriptRunner, ALineOfNulsIsALineLikeAnyOther) {
+    const std::string nuls(3, '\0');
+    const auto outcome =
+        run("configure terminal\n" + nuls + "\ninterface gpon-onu1/1:1\n" + nuls + "\n", {nuls});
+    EXPECT_EQ(outcome.summary.refused, 2u);
+    EXPECT_EQ(outcome.refusals.at(0).number, 2u);
+    EXPECT_EQ(outcome.refusals.at(1).block_start, 3u);
+}
+
 TEST(ScriptRunner, NothingIsSentBehindTheEndOfTheSession) {
     const auto outcome = run("show onu status\nexit\nshow onu status\n");
     EXPECT_THAT(outcome.sent, ElementsAre("show onu status", "exit"));

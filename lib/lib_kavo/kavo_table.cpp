@@ -1,0 +1,132 @@
+#include "kavo_table.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include "kavo_cmd_rows.h"
+#include "ov_types.h"
+
+namespace {
+
+// The session whose command is run as "json COMMAND" at present.
+const struct vty* g_json_session = nullptr;
+
+std::string json_text(std::string_view text) {
+    std::string quoted = "\"";
+    for (const char c : text) {
+        std::array<char, 8> escape{};
+        if (c == '"' || c == '\\')
+            quoted += std::string{'\\', c};
+        else if (static_cast<unsigned char>(c) >= 0x20 && static_cast<unsigned char>(c) < 0x7f)
+            quoted += c;
+        else // tables hold bytes of no particular character set
+            quoted.append(escape.data(),
+                          static_cast<size_t>(snprintf(escape.data(), escape.size(), "\\u%04x",
+                                                       unsigned{static_cast<unsigned char>(c)})));
+    }
+    return quoted + '"';
+}
+
+std::string json_name(const kavo_column_t& column) {
+    std::string name(column.json != nullptr ? column.json : column.name);
+    std::replace(name.begin(), name.end(), ' ', '_');
+    return json_text(name);
+}
+
+std::string json_value(const kavo_cell_t& cell) {
+    if (cell.is_number())
+        return cell.text();
+    return cell.text().empty() || cell.text() == "-" ? "null" : json_text(cell.text());
+}
+
+bool is_short_for(std::string_view word, std::string_view keyword, size_t least) {
+    return word.size() >= least && keyword.starts_with(word);
+}
+
+// .COMMAND
+int show_as_json(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
+    std::string line;
+    for (int i = 0; i < argc; i++)
+        line += (i > 0 ? " " : "") + std::string(argv[i]);
+    if (!is_short_for(argv[0], "show", 2)) {
+        vty_out(vty, "%% json takes a command that begins with show%s", kavo_newline(vty));
+        return KAVO_CLI_BAD_INPUT;
+    }
+    g_json_session = vty;
+    const int result = cmd_execute(vty, line.c_str(), nullptr, 0);
+    g_json_session = nullptr;
+    if (result == CMD_ERR_NO_MATCH || result == CMD_ERR_AMBIGUOUS || result == CMD_ERR_INCOMPLETE)
+        vty_out(vty, "%% Unknown command: %s%s", line.c_str(), kavo_newline(vty));
+    return result;
+}
+
+const kavo_cmd_t table_cmds[] = {
+#include "kavo_table_vty.def"
+};
+
+} // namespace
+
+kavo_table_t::kavo_table_t(struct vty* vty, std::span<const kavo_column_t> columns, kavo_table_style_t style)
+    : vty_(vty), columns_(columns), style_(style), json_(vty != nullptr && vty == g_json_session) {}
+
+void kavo_table_t::heading() const {
+    if (json_)
+        return;
+    std::vector<kavo_cell_t> names;
+    for (const kavo_column_t& column : columns_)
+        names.emplace_back(column.name);
+    text_row(names);
+}
+
+void kavo_table_t::row(std::initializer_list<kavo_cell_t> cells) const {
+    row(std::span(cells.begin(), cells.size()));
+}
+
+void kavo_table_t::row(std::span<const kavo_cell_t> cells) const {
+    if (json_)
+        json_row(cells);
+    else
+        text_row(cells);
+}
+
+void kavo_table_t::text_row(std::span<const kavo_cell_t> cells) const {
+    std::string text = style_.margin;
+    for (size_t i = 0; i < cells.size() && i < columns_.size(); i++) {
+        const std::string& cell = cells[i].text();
+        const int width = columns_[i].width;
+        const std::string padding(
+            static_cast<size_t>(std::max(0, std::abs(width) - static_cast<int>(cell.size()))), ' ');
+        text += (i > 0 ? style_.gap : "") + (width < 0 ? cell + padding : padding + cell);
+    }
+    if (style_.trimmed)
+        text.erase(text.find_last_not_of(' ') + 1);
+    vty_out(vty_, "%s%s", text.c_str(), kavo_newline(vty_));
+}
+
+void kavo_table_t::json_row(std::span<const kavo_cell_t> cells) const {
+    std::string text = "{";
+    for (size_t i = 0; i < cells.size() && i < columns_.size(); i++)
+        text += (i > 0 ? "," : "") + json_name(columns_[i]) + ":" + json_value(cells[i]);
+    vty_out(vty_, "%s}%s", text.c_str(), kavo_newline(vty_));
+}
+
+void kavo_table_t::line(const char* format, ...) const {
+    if (json_)
+        return;
+    std::array<char, 512> text{};
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(text.data(), text.size(), format, arguments);
+    va_end(arguments);
+    vty_out(vty_, "%s%s", text.data(), kavo_newline(vty_));
+}
+
+void kavo_table_vty_init() {
+    kavo_cmd_install(table_cmds);
+}
