@@ -5,8 +5,8 @@
 #include "kavo_table.h"
 #include "mib_inspect_vty.h"
 #include "mib_vty.h"
-#include "ov_gpon.h"
 #include "names_vty.h"
+#include "ov_gpon.h"
 #include "resource_vty.h"
 #include "slot_vty.h"
 

@@ -6,6 +6,7 @@
 #include "gpon_cli_scope.h"
 #include "gpon_stepped_show.h"
 #include "kavo_cmd_rows.h"
+#include "kavo_table.h"
 #include "ov_gpon_onu_cli.h"
 #include "ov_local_time.h"
 #include "sActiveAlarmTable.h"
@@ -15,13 +16,13 @@ namespace {
 using Alarm = ov_sActiveAlarmTable_attr_t;
 using Scope = gpon_cli_scope_t;
 
-constexpr char FORMAT[] = "%-20s %-13s %-4s %-30s %-19s %13s%s";
-constexpr size_t WIDTH = 105;
+constexpr kavo_column_t COLUMNS[] = {{"source", -20}, {"severity", -13}, {"code", -4},
+                                     {"text", -30},   {"since", -19},    {"age", 13}};
 
-void print_head(struct vty* vty, const char* nl) {
-    vty_out(vty, "%s", nl);
-    vty_out(vty, FORMAT, "source", "severity", "code", "text", "since", "age", nl);
-    vty_out(vty, "%s%s", std::string(WIDTH, '-').c_str(), nl);
+void print_head(const kavo_table_t& table) {
+    table.line("%s", "");
+    table.heading();
+    table.rule();
 }
 
 // The name of a number of an enumeration; `otherwise` for one without.
@@ -85,18 +86,17 @@ bool is_in(const Scope& scope, const Alarm& alarm) {
            (kind != PORT_TYPE_GPON && static_cast<mib_long>(ov_ifindex_get_subport_id(source)) == scope.onu);
 }
 
-void print_alarm(struct vty* vty, const Alarm& alarm, mib_ulong now, const char* nl) {
+void print_alarm(const kavo_table_t& table, const Alarm& alarm, mib_ulong now) {
     const mib_ulong since = alarm.sActiveAlarmTableAlarmDTS;
-    vty_out(vty, FORMAT, source_name(alarm).c_str(), severity_of(alarm).c_str(),
-            std::to_string(alarm.sActiveAlarmTableAlarmCode).c_str(), text_of(alarm).c_str(),
-            gpon_cli_time(since).c_str(), age_text(since, now).c_str(), nl);
+    table.row({source_name(alarm), severity_of(alarm), alarm.sActiveAlarmTableAlarmCode, text_of(alarm),
+               gpon_cli_time(since), age_text(since, now)});
 }
 
 // [IFNAME]
 int gpon_show_alarm_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
-    const char* nl = kavo_newline(vty);
+    const kavo_table_t table(vty, COLUMNS);
     Scope scope = gpon_cli_object_scope_of(vty);
-    print_head(vty, nl);
+    print_head(table);
     if (argc > 0) {
         scope = {};
         if (!gpon_cli_narrow_to_object(vty, argv[0], scope))
@@ -104,13 +104,13 @@ int gpon_show_alarm_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
     }
     return gpon_show_rows(
         vty, Alarm{}, 0,
-        [vty, nl, scope, now = get_local_time()](const Alarm& alarm) {
+        [table, scope, now = get_local_time()](const Alarm& alarm) {
             const bool is_asked_for = is_in(scope, alarm);
             if (is_asked_for)
-                print_alarm(vty, alarm, now, nl);
+                print_alarm(table, alarm, now);
             return is_asked_for;
         },
-        [vty, nl](int count) { vty_out(vty, "total %d%s", count, nl); });
+        [table](int count) { table.line("total %d", count); });
 }
 
 const kavo_cmd_t alarm_cmds[] = {

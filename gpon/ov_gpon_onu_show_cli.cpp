@@ -7,6 +7,7 @@
 #include "gpon_stepped_show.h"
 #include "kavo_cmd_rows.h"
 #include "kavo_if.h"
+#include "kavo_table.h"
 #include "onu_auth_forms.h"
 #include "ov_gpon_onu_cli.h"
 #include "sOnuExtendInfoTable.h"
@@ -24,13 +25,13 @@ using Scope = gpon_cli_scope_t;
 // Shows the rows of the ports in scope in steps: `print` gives whether one counts. Behind them their number.
 // Costs by the rows of the port when there is just one.
 template <typename Row, typename Print>
-int show_rows_of_ports(struct vty* vty, const Scope& scope, Print print) {
+int show_rows_of_ports(struct vty* vty, const kavo_table_t& table, const Scope& scope, Print print) {
     Row key = {};
     key.shelfID = GPON_CLI_SHELF;
     key.slotID = scope.slot;
     key.portID = scope.port;
     return gpon_show_rows(vty, key, scope.port == Scope::ANY ? 1 : INDEX_TO_PORT, print,
-                          [vty](int count) { vty_out(vty, "total %d%s", count, kavo_newline(vty)); });
+                          [table](int count) { table.line("total %d", count); });
 }
 
 // ---- words and texts ------------------------------------------------------------------------------------
@@ -64,16 +65,18 @@ private:
 
 // ---- states ---------------------------------------------------------------------------------------------
 
-constexpr char STATE_FORMAT[] = "%-10s %-12s %-18s %-10s %-45s %-15s %-12s%s";
+constexpr kavo_column_t STATE_COLUMNS[] = {{"onu", -10},  {"state", -12},    {"onu type", -18},
+                                           {"auth", -10}, {"known by", -45}, {"version", -15},
+                                           {"name", -12}};
 constexpr size_t STATE_WIDTH = 127;
 
-void print_state_head(struct vty* vty, const char* nl) {
-    vty_out(vty, "%s", nl);
-    vty_out(vty, STATE_FORMAT, "onu", "state", "onu type", "auth", "known by", "version", "name", nl);
-    vty_out(vty, "%s%s", std::string(STATE_WIDTH, '-').c_str(), nl);
+void print_state_head(const kavo_table_t& table) {
+    table.line("%s", "");
+    table.heading();
+    table.line("%s", std::string(STATE_WIDTH, '-').c_str());
 }
 
-void print_state(struct vty* vty, const Onu& row, const char* nl) {
+void print_state(const kavo_table_t& table, const Onu& row) {
     using namespace sOnuTable_column;
     Labelled known_by;
     if (const OnuAuthForm* form = onu_auth_form_of(row.sOnuTableAuthMode); form != nullptr) {
@@ -81,25 +84,24 @@ void print_state(struct vty* vty, const Onu& row, const char* nl) {
         if (form->second.column != 0)
             known_by.add("pw", row.*form->second.text);
     }
-    vty_out(
-        vty, STATE_FORMAT, place(row).c_str(), value_name(sOnuTableOnuState, row.sOnuTableOnuState).c_str(),
-        gpon_cli_shown(row.sOnuTableOnuTypeProfileName).c_str(),
-        value_name(sOnuTableAuthMode, row.sOnuTableAuthMode).c_str(), known_by.text(),
-        gpon_cli_shown(row.sOnuTableOnuActVersion).c_str(), gpon_cli_shown(row.sOnuTableOnuName).c_str(), nl);
+    table.row({place(row), value_name(sOnuTableOnuState, row.sOnuTableOnuState),
+               gpon_cli_shown(row.sOnuTableOnuTypeProfileName),
+               value_name(sOnuTableAuthMode, row.sOnuTableAuthMode), known_by.text(),
+               gpon_cli_shown(row.sOnuTableOnuActVersion), gpon_cli_shown(row.sOnuTableOnuName)});
 }
 
 // Prints the ONUs in scope for which `wanted` holds, those of a port when there is a name. As in every list
 // the heading comes first, whatever becomes of the name.
 template <typename Wanted>
 int show_states(struct vty* vty, Scope scope, const char* port_name, Wanted wanted) {
-    const char* nl = kavo_newline(vty);
-    print_state_head(vty, nl);
+    const kavo_table_t table(vty, STATE_COLUMNS);
+    print_state_head(table);
     if (port_name != nullptr && !gpon_cli_narrow_to_port(vty, port_name, scope))
         return KAVO_CLI_BAD_INPUT;
-    return show_rows_of_ports<Onu>(vty, scope, [=](const Onu& row) {
+    return show_rows_of_ports<Onu>(vty, table, scope, [=](const Onu& row) {
         const bool is_shown = (scope.onu == Scope::ANY || row.onuId == scope.onu) && wanted(row);
         if (is_shown)
-            print_state(vty, row, nl);
+            print_state(table, row);
         return is_shown;
     });
 }
@@ -159,75 +161,55 @@ int ov_gpon_olt_show_onu_filter_cli(struct cmd_element* /*self*/, struct vty* vt
 
 // ---- ONUs that aren't configured ------------------------------------------------------------------------
 
-constexpr char UNKNOWN_FORMAT[] = "%10s %10s  %-20s  %s%s";
+constexpr kavo_column_t UNKNOWN_COLUMNS[] = {
+    {"slot", 10}, {"port", 10}, {"serial number", -20, nullptr, 1}, {"registered as", 0, nullptr, 1}};
 
-void ov_gpon_cli_dump_uncfg_onu_head(struct vty* vty, const char* nl) {
-    vty_out(vty, "%s", nl);
-    vty_out(vty, UNKNOWN_FORMAT, "slot", "port", "serial number", "registered as", nl);
+void ov_gpon_cli_dump_uncfg_onu_head(const kavo_table_t& table) {
+    table.line("%s", "");
+    table.heading();
 }
 
 // [IFNAME]
 int ov_gpon_show_uncfg_onu_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
     Scope scope = gpon_cli_scope_of(vty);
-    const char* nl = kavo_newline(vty);
-    ov_gpon_cli_dump_uncfg_onu_head(vty, nl);
+    const kavo_table_t table(vty, UNKNOWN_COLUMNS);
+    ov_gpon_cli_dump_uncfg_onu_head(table);
     if (argc > 0 && !gpon_cli_narrow_to_port(vty, argv[0], scope))
         return KAVO_CLI_BAD_INPUT;
-    return show_rows_of_ports<UnknownOnu>(vty, scope, [vty, nl](const UnknownOnu& row) {
+    return show_rows_of_ports<UnknownOnu>(vty, table, scope, [table](const UnknownOnu& row) {
         Labelled details;
         details.add("pw", row.sOnuInitTablePw)
             .add("loid", row.sOnuInitTableLoid)
             .add("loid-pw", row.sOnuInitTableLoidPw)
             .add("model", row.sOnuInitTableEqptId);
-        vty_out(vty, UNKNOWN_FORMAT, std::to_string(row.slotID).c_str(), std::to_string(row.portID).c_str(),
-                gpon_cli_shown(row.sOnuInitTableSn).c_str(), details.text(), nl);
+        table.row({row.slotID, row.portID, gpon_cli_shown(row.sOnuInitTableSn), details.text()});
         return true;
     });
 }
 
 // ---- history --------------------------------------------------------------------------------------------
 
-constexpr size_t PLACE_WIDTH = 10;
-constexpr size_t TIME_WIDTH = GPON_CLI_TIME_WIDTH;
+constexpr int TIME_WIDTH = -static_cast<int>(GPON_CLI_TIME_WIDTH);
+constexpr kavo_column_t HISTORY_COLUMNS[] = {
+    {"onu", -10},          {"on 1", TIME_WIDTH}, {"off 1", TIME_WIDTH}, {"on 2", TIME_WIDTH},
+    {"off 2", TIME_WIDTH}, {"on 3", TIME_WIDTH}, {"off 3", TIME_WIDTH}, {"on 4", TIME_WIDTH},
+    {"off 4", TIME_WIDTH}, {"on 5", TIME_WIDTH}, {"off 5", TIME_WIDTH}};
 
-// Without the blanks at its end.
-void print_trimmed(struct vty* vty, const std::string& line, const char* nl) {
-    vty_out(vty, "%s%s", line.substr(0, line.find_last_not_of(' ') + 1).c_str(), nl);
-}
-
-void print_history_head(struct vty* vty, const char* nl) {
-    std::string line = "onu";
-    line.resize(PLACE_WIDTH, ' ');
-    for (const char* period : {"1", "2", "3", "4", "5"})
-        for (const char* what : {"on ", "off "}) {
-            std::string heading = std::string(what) + period;
-            heading.resize(TIME_WIDTH, ' ');
-            line += " " + heading;
-        }
-    vty_out(vty, "%s", nl);
-    print_trimmed(vty, line, nl);
-}
-
-void print_history(struct vty* vty, const History& row, const char* nl) {
-    std::string line = place(row);
-    line.resize(std::max(line.size(), PLACE_WIDTH), ' ');
-    for (const mib_ulong time : {row.sOnuHistoryAuthTime1, row.sOnuHistoryOffTime1, row.sOnuHistoryAuthTime2,
-                                 row.sOnuHistoryOffTime2, row.sOnuHistoryAuthTime3, row.sOnuHistoryOffTime3,
-                                 row.sOnuHistoryAuthTime4, row.sOnuHistoryOffTime4, row.sOnuHistoryAuthTime5,
-                                 row.sOnuHistoryOffTime5}) {
-        std::string text = gpon_cli_time(time);
-        text.resize(TIME_WIDTH, ' ');
-        line += " " + text;
-    }
-    print_trimmed(vty, line, nl);
+void print_history(const kavo_table_t& table, const History& row) {
+    table.row({place(row), gpon_cli_time(row.sOnuHistoryAuthTime1), gpon_cli_time(row.sOnuHistoryOffTime1),
+               gpon_cli_time(row.sOnuHistoryAuthTime2), gpon_cli_time(row.sOnuHistoryOffTime2),
+               gpon_cli_time(row.sOnuHistoryAuthTime3), gpon_cli_time(row.sOnuHistoryOffTime3),
+               gpon_cli_time(row.sOnuHistoryAuthTime4), gpon_cli_time(row.sOnuHistoryOffTime4),
+               gpon_cli_time(row.sOnuHistoryAuthTime5), gpon_cli_time(row.sOnuHistoryOffTime5)});
 }
 
 int ov_gpon_olt_show_onu_history_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                                      const char** /*argv*/) {
-    const char* nl = kavo_newline(vty);
-    print_history_head(vty, nl);
-    return show_rows_of_ports<History>(vty, gpon_cli_scope_of(vty), [vty, nl](const History& row) {
-        print_history(vty, row, nl);
+    const kavo_table_t table(vty, HISTORY_COLUMNS, {.trimmed = true});
+    table.line("%s", "");
+    table.heading();
+    return show_rows_of_ports<History>(vty, table, gpon_cli_scope_of(vty), [table](const History& row) {
+        print_history(table, row);
         return true;
     });
 }
@@ -250,9 +232,12 @@ int fetch(struct vty* vty, const Scope& scope, unsigned column, Readings& row) {
     return 0;
 }
 
-void print_reading(struct vty* vty, const Readings& row, const char* heading, const std::string& value) {
-    const char* nl = kavo_newline(vty);
-    vty_out(vty, "%s%-10s %10s%s%-10s %10s%s", nl, "onu", heading, nl, place(row).c_str(), value.c_str(), nl);
+void print_reading(struct vty* vty, const Readings& row, const char* heading, const kavo_cell_t& value) {
+    const kavo_column_t columns[] = {{"onu", -10}, {heading, 10}};
+    const kavo_table_t table(vty, columns);
+    table.line("%s", "");
+    table.heading();
+    table.row({place(row), value});
 }
 
 // IFNAME <1-128>
@@ -266,7 +251,7 @@ int ov_distance_onu_show_cli(struct cmd_element* /*self*/, struct vty* vty, int 
             fetch(vty, scope, sOnuExtendInfoTable_column::sOnuExtendInfoPhysicalDistance, row);
         refusal != 0)
         return refusal;
-    print_reading(vty, row, "distance", std::to_string(row.sOnuExtendInfoPhysicalDistance));
+    print_reading(vty, row, "distance", row.sOnuExtendInfoPhysicalDistance);
     return 0;
 }
 
@@ -279,7 +264,7 @@ int ov_show_gpon_olt_module_rxpower_cli(struct cmd_element* /*self*/, struct vty
     if (const int refusal = fetch(vty, scope, sOnuExtendInfoTable_column::sOnuExtendInfoOltRxPower, row);
         refusal != 0)
         return refusal;
-    print_reading(vty, row, "rx power", std::to_string(row.sOnuExtendInfoOltRxPower));
+    print_reading(vty, row, "rx power", row.sOnuExtendInfoOltRxPower);
     return 0;
 }
 

@@ -84,6 +84,14 @@ void kavo_table_t::heading() const {
     text_row(names);
 }
 
+void kavo_table_t::rule() const {
+    size_t width = 0;
+    for (const kavo_column_t& column : columns_)
+        width += std::max(std::string_view(column.name).size(), static_cast<size_t>(std::abs(column.width))) +
+                 (width > 0 ? std::string_view(style_.gap).size() : 0);
+    line("%s%s", style_.margin, std::string(width, '-').c_str());
+}
+
 void kavo_table_t::row(std::initializer_list<kavo_cell_t> cells) const {
     row(std::span(cells.begin(), cells.size()));
 }
@@ -102,7 +110,8 @@ void kavo_table_t::text_row(std::span<const kavo_cell_t> cells) const {
         const int width = columns_[i].width;
         const std::string padding(
             static_cast<size_t>(std::max(0, std::abs(width) - static_cast<int>(cell.size()))), ' ');
-        text += (i > 0 ? style_.gap : "") + (width < 0 ? cell + padding : padding + cell);
+        text += (i > 0 ? style_.gap : "") + std::string(static_cast<size_t>(columns_[i].indent), ' ') +
+                (width < 0 ? cell + padding : padding + cell);
     }
     if (style_.trimmed)
         text.erase(text.find_last_not_of(' ') + 1);

@@ -22,6 +22,7 @@ struct kavo_column_t {
     const char* name;           // stands in the heading; in JSON with "_" for blanks
     int width;                  // as in printf: negative for columns that begin at the left
     const char* json = nullptr; // name in JSON, where it isn't that of the heading
+    int indent = 0;             // blanks in front of it, beside the gap
 };
 
 // What stands in front of each line and between two columns.
@@ -52,6 +53,8 @@ public:
     kavo_table_t(struct vty* vty, std::span<const kavo_column_t> columns, kavo_table_style_t style = {});
 
     void heading() const;
+    // A line of dashes as wide as the heading.
+    void rule() const;
     // As many cells as columns; columns without one at the end of a row stay empty.
     void row(std::initializer_list<kavo_cell_t> cells) const;
     void row(std::span<const kavo_cell_t> cells) const;

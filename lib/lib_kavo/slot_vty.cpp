@@ -4,6 +4,7 @@
 #include <string>
 
 #include "kavo_cmd_rows.h"
+#include "kavo_table.h"
 #include "ov_product.h"
 #include "ov_slot.h"
 
@@ -42,27 +43,29 @@ std::string state_text(uint32_t slot, const ov_slot_info_t* card) {
     return std::string("away since ") + since;
 }
 
-void dump_shelf(struct vty* vty, const char* nl) {
+constexpr kavo_column_t COLUMNS[] = {{"slot", 4},    {"role", -9},     {"card type", 9},
+                                     {"present", 7}, {"connected", 9}, {"synching", 8},
+                                     {"synched", 7}, {"power", 5},     {"state", 0}};
+constexpr kavo_table_style_t STYLE = {.margin = "   ", .gap = "    "};
+
+void dump_shelf(const kavo_table_t& table) {
     const ov_shelf_info_t& shelf = g_shelf_slot_info;
-    vty_out(vty, "  shelf %u, type %u, this board in slot %u%s", shelf.shelfId, shelf.shelfConfig.shelf_type,
-            ov_product_slot_id_get(), nl);
+    table.line("  shelf %u, type %u, this board in slot %u", shelf.shelfId, shelf.shelfConfig.shelf_type,
+               ov_product_slot_id_get());
     if (shelf.standbyScSupport != 0)
-        vty_out(vty, "  control card: active slot %u, standby slot %u%s%s", shelf.activeScSlot,
-                shelf.standbyScSlot, shelf.standbyScAlive != 0 ? ", alive" : "", nl);
+        table.line("  control card: active slot %u, standby slot %u%s", shelf.activeScSlot,
+                   shelf.standbyScSlot, shelf.standbyScAlive != 0 ? ", alive" : "");
 }
 
-void dump_slot(struct vty* vty, const char* nl, uint32_t slot) {
+void dump_slot(const kavo_table_t& table, uint32_t slot) {
     const ov_shelf_info_t& shelf = g_shelf_slot_info;
     const ov_slot_info_t* card = ov_slot_lookup_by_slotid(slot);
-    char type[16] = "-";
-    if (card != nullptr)
-        snprintf(type, sizeof(type), "%u", card->slotType);
-    vty_out(vty, "   %4u    %-9s    %9s    %7s    %9s    %8s    %7s    %5s    %s%s", slot,
-            ov_slot_role_text(slot), type,
-            yes_or_dash(has(shelf.slotBitsPresent | g_slot_bitmap_inserted, slot)),
-            yes_or_dash(has(shelf.slotBitsConnected, slot)), yes_or_dash(has(shelf.slotBitsSynching, slot)),
-            yes_or_dash(has(shelf.slotBitsSynched, slot)), has(shelf.slotBitsPwrOff, slot) ? "off" : "on",
-            state_text(slot, card).c_str(), nl);
+    table.row({slot, ov_slot_role_text(slot),
+               card != nullptr ? kavo_cell_t(card->slotType) : kavo_cell_t("-"),
+               yes_or_dash(has(shelf.slotBitsPresent | g_slot_bitmap_inserted, slot)),
+               yes_or_dash(has(shelf.slotBitsConnected, slot)),
+               yes_or_dash(has(shelf.slotBitsSynching, slot)), yes_or_dash(has(shelf.slotBitsSynched, slot)),
+               has(shelf.slotBitsPwrOff, slot) ? "off" : "on", state_text(slot, card)});
 }
 
 int show_slot_info(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
@@ -84,14 +87,13 @@ void slot_vty_dump_all(struct vty* vty) {
     static const char rule[] =
         "   ------------------------------------------------------------------------------------------------"
         "----------------------------";
-    const char* nl = kavo_newline(vty);
-    dump_shelf(vty, nl);
-    vty_out(vty, "   %4s    %-9s    %9s    %7s    %9s    %8s    %7s    %5s    %s%s", "slot", "role",
-            "card type", "present", "connected", "synching", "synched", "power", "state", nl);
-    vty_out(vty, "%s%s", rule, nl);
+    const kavo_table_t table(vty, COLUMNS, STYLE);
+    dump_shelf(table);
+    table.heading();
+    table.line("%s", rule);
     for (uint32_t slot = ov_slot_get_min_slot_num(); slot <= ov_slot_get_max_slot_num(); slot++)
-        dump_slot(vty, nl, slot);
-    vty_out(vty, "%s%s", rule, nl);
+        dump_slot(table, slot);
+    table.line("%s", rule);
 }
 
 void slot_vty_init() {
