@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string_view>
 
+#include <strings.h>
+
 #include "ov_gpon.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_product.h"
@@ -60,15 +62,11 @@ int ov_gpon_onu_sn_string_to_bytes(const char* s, unsigned char* sn) {
     return OV_GPON_RET_OK;
 }
 
+// Asked for each ONU of a port whenever one is added.
 bool ov_gpon_onu_sn_is_same(const char* a, const char* b) {
-    if (a == nullptr || b == nullptr || std::strncmp(a, b, VENDOR_CODE) != 0)
+    if (a == nullptr || b == nullptr || strcasecmp(a, b) != 0)
         return false;
-    std::array<unsigned char, OV_GPON_SN_BYTES> bytes_a{};
-    std::array<unsigned char, OV_GPON_SN_BYTES> bytes_b{};
-    if (ov_gpon_onu_sn_string_to_bytes(a, bytes_a.data()) == OV_GPON_RET_OK &&
-        ov_gpon_onu_sn_string_to_bytes(b, bytes_b.data()) == OV_GPON_RET_OK)
-        return bytes_a == bytes_b;
-    return std::strcmp(a, b) == 0;
+    return std::strcmp(a, b) == 0 || (std::strncmp(a, b, VENDOR_CODE) == 0 && ov_gpon_onu_sn_is_legal(a));
 }
 
 int ov_gpon_onu_sn_bytes_to_string(const unsigned char* sn, char* string) {
