@@ -48,7 +48,8 @@ const Row* find_stored_row(const Row& key) {
 // The same, null for a row that waits.
 template <typename Row>
 const Row* find_row(const Row& key) {
-    const Row* row = find_stored_row(key);
+    OvraMutexGuard lock(getMutex(did_of<Row>()));
+    const auto* row = static_cast<const Row*>(table_of<Row>::module().find_row(&key));
     return row != nullptr && is_in_service(*row) ? row : nullptr;
 }
 
