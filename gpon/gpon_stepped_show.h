@@ -21,8 +21,9 @@ using gpon_show_step_t = std::function<bool()>;
 // long as the show. Returns 0, the handler's result.
 int gpon_show_in_steps(struct vty* vty, gpon_show_step_t step);
 
-// A walk over the rows of a table that agree with a key on its leading index columns, in pieces. Between
-// these rows may come and go; it holds the table's mutex during a piece only.
+// A walk over the rows of a table that agree with a key on its leading index columns, in pieces, without
+// those that wait (app_rows.h). Between these rows may come and go; it holds the table's mutex during a piece
+// only.
 template <typename Row>
 class gpon_row_steps {
 public:
@@ -39,7 +40,8 @@ public:
         const void* row = table.row_at_or_above(next_.data(), TableModule::kMaxIndexColumns);
         int rows = 0;
         for (; is_asked_for(row) && rows < kRows; rows++) {
-            visit(*static_cast<const Row*>(row));
+            if (const auto& shown = *static_cast<const Row*>(row); is_in_service(shown))
+                visit(shown);
             row = table.next_row_under(row, leading_);
         }
         if (!is_asked_for(row))
