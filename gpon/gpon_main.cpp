@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 
 #include "agentx.h"
 #include "app_loop.h"
@@ -226,6 +227,39 @@ void log_start_up_time(std::chrono::steady_clock::time_point began) {
                 static_cast<double>(ov_product_env_cost_get().usec));
 }
 
+// The events of an asynchronous connection of the controller.
+struct Link {
+    uclient_s* client = nullptr;
+    int fd = -1;
+    struct thread* read = nullptr;
+    struct thread* half_message = nullptr; // armed while half a message has come
+};
+std::map<int, Link> links; // by descriptor
+
+void close_link(Link& link) {
+    const int fd = link.fd;
+    thread_cancel(&link.read);
+    links.erase(fd);
+    uclient_close_async(fd);
+    OV_LOG_ERROR("LIB", "Connection closed, exiting..."); // only the connection goes; the wording is old
+}
+
+// Takes at most one message of the connection and arms what is to come.
+int read_link(uclient_s* client, int fd) {
+    Link& link = links[fd];
+    link.client = client;
+    link.fd = fd;
+    thread_cancel(&link.half_message);
+    if (uclient_handle_async(client, fd) < 0) {
+        close_link(link);
+        return -1;
+    }
+    kavo_add_read(master, gpon_read, client, fd, &link.read);
+    if (const long left = uclient_async_left_msec(fd); left >= 0)
+        kavo_add_timer_msec(master, gpon_half_message, &link, left, &link.half_message);
+    return 0;
+}
+
 } // namespace
 
 std::array<quagga_signal_t, 4> gpon_signals = {{
@@ -255,15 +289,12 @@ int gpon_main(int argc, char** argv) {
 }
 
 int gpon_read(struct thread* thread) {
-    const int fd = THREAD_FD(thread);
-    auto* client = static_cast<uclient_s*>(THREAD_ARG(thread));
-    if (uclient_handle_async(client, fd) < 0) {
-        close(fd);
-        OV_LOG_ERROR("LIB", "Connection closed, exiting..."); // only the connection goes; the wording is old
-        return -1;
-    }
-    kavo_add_read(master, gpon_read, client, fd, nullptr);
-    return 0;
+    return read_link(static_cast<uclient_s*>(THREAD_ARG(thread)), THREAD_FD(thread));
+}
+
+int gpon_half_message(struct thread* thread) {
+    const auto* link = static_cast<const Link*>(THREAD_ARG(thread));
+    return read_link(link->client, link->fd);
 }
 
 int gpon_serv(struct thread* thread) {

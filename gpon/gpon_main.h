@@ -32,9 +32,12 @@ extern std::array<quagga_signal_t, 4> gpon_signals;
 // loop ends; a failing step of the start ends the process with status 1.
 int gpon_main(int argc, char** argv);
 
-// An asynchronous connection of the controller has something to read: one message is read and dispatched.
-// A connection that fails is closed and not armed again, and the daemon goes on without it.
+// An asynchronous connection of the controller has something to read: one message at most is taken and
+// dispatched, and half of one waits for its rest, not the loop. A connection that fails is closed and not
+// armed again, and the daemon goes on without it.
 int gpon_read(struct thread* thread);
+// The time of half a message is over.
+int gpon_half_message(struct thread* thread);
 // The controller opens a further asynchronous connection.
 int gpon_serv(struct thread* thread);
 // Every 15 seconds: the sign of life to the process monitor.

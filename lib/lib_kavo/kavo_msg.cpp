@@ -114,20 +114,7 @@ bool read_header(int fd, apimsghdr* hdr) {
         OV_LOG_ERROR("LIB", "msg_read: Connection closed by peer fd [%d] ", fd);
         return false;
     }
-    switch (msg_header_parse({bytes.data(), static_cast<size_t>(n)}, hdr)) {
-    case msg_header_error::none:
-        return true;
-    case msg_header_error::too_short:
-        OV_LOG_ERROR("LIB", "msg_read: Cannot read message header!");
-        return false;
-    case msg_header_error::version:
-        OV_LOG_ERROR("LIB", "msg_read: API protocol version mismatch");
-        return false;
-    case msg_header_error::too_long:
-        OV_LOG_ERROR("LIB", "msg_read: length is too long");
-        return false;
-    }
-    return false;
+    return msg_header_ok({bytes.data(), static_cast<size_t>(n)}, hdr);
 }
 
 } // namespace
@@ -173,6 +160,23 @@ msg_header_error msg_header_parse(std::span<const uint8_t> bytes, apimsghdr* hdr
     if (ntohs(hdr->msglen) > UMSG_MAX_BODY)
         return msg_header_error::too_long;
     return msg_header_error::none;
+}
+
+bool msg_header_ok(std::span<const uint8_t> bytes, apimsghdr* hdr) {
+    switch (msg_header_parse(bytes, hdr)) {
+    case msg_header_error::none:
+        return true;
+    case msg_header_error::too_short:
+        OV_LOG_ERROR("LIB", "msg_read: Cannot read message header!");
+        return false;
+    case msg_header_error::version:
+        OV_LOG_ERROR("LIB", "msg_read: API protocol version mismatch");
+        return false;
+    case msg_header_error::too_long:
+        OV_LOG_ERROR("LIB", "msg_read: length is too long");
+        return false;
+    }
+    return false;
 }
 
 std::optional<uint32_t> umsg_switch_slot_parse(std::span<const uint8_t> body) {

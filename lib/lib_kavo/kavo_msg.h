@@ -69,6 +69,8 @@ int msg_write(int fd, const msg*);
 enum class msg_header_error { none, too_short, version, too_long };
 // Copies the header out of `bytes` and tests it; *hdr is valid only with `none`.
 msg_header_error msg_header_parse(std::span<const uint8_t> bytes, apimsghdr* hdr);
+// The same, with a line in the log about what is wrong.
+bool msg_header_ok(std::span<const uint8_t> bytes, apimsghdr* hdr);
 
 // Cut texts at their field's end, so that a record from outside can be read as C strings.
 inline void umsg_terminate_texts(umsg_if_t& r) {

@@ -4,7 +4,10 @@
 #include <arpa/inet.h>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <fcntl.h>
+#include <map>
 #include <memory>
 #include <netinet/in.h>
 #include <poll.h>
@@ -14,6 +17,7 @@
 #include <utility>
 
 #include "libovra.h"
+#include "msg_gather.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
 
@@ -164,6 +168,9 @@ uclient_s* uclient_connect(const char* pgname, unsigned int /*ip*/, unsigned sho
     if (with_sync && with_events && !(async = accept_async(server.get())).ok())
         return nullptr;
 
+    if (with_events) // whoever connects later may have gone again by the time of accept()
+        fcntl(server.get(), F_SETFL, fcntl(server.get(), F_GETFL) | O_NONBLOCK);
+
     auto client = std::make_unique<uclient_s>(); // all slots empty
     client->fd_sync = sync.release();
     client->fd_async = async.release();
@@ -258,13 +265,37 @@ void uclient_debug_flag_set(int flag) {
     debug_flag = flag;
 }
 
+namespace {
+
+// Messages in the making, by their connection's descriptor; only connections that have sent half of one are
+// here.
+std::map<int, msg_gather> half_messages;
+
+} // namespace
+
 int uclient_handle_async(uclient_s* client, int fd) {
-    const MsgPtr event(msg_read(fd));
-    if (!event)
+    const auto kept = half_messages.try_emplace(fd).first;
+    bool failed = false;
+    const MsgPtr event(msg_gather_read(&kept->second, fd, std::chrono::steady_clock::now(), &failed));
+    if (kept->second.have == 0 || failed)
+        half_messages.erase(kept);
+    if (event) {
+        debug_print("event", event.get());
+        uclient_msghandle(client, event.get(), fd);
+    }
+    return failed ? -1 : 0;
+}
+
+long uclient_async_left_msec(int fd) {
+    const auto kept = half_messages.find(fd);
+    if (kept == half_messages.end())
         return -1;
-    debug_print("event", event.get());
-    uclient_msghandle(client, event.get(), fd);
-    return 0;
+    return static_cast<long>(msg_gather_left(&kept->second, std::chrono::steady_clock::now()).count());
+}
+
+void uclient_close_async(int fd) {
+    half_messages.erase(fd);
+    close(fd);
 }
 
 // ---- interface list ------------------------------------------------------------------------------

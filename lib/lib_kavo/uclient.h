@@ -107,9 +107,17 @@ void uclient_debug_flag_set(int flag);
 
 // ---- events --------------------------------------------------------------------------------------
 
-// Reads one message from the descriptor, blocking until it is whole, and dispatches it. 0, or -1 when
-// nothing could be read: the connection is then to be closed.
+// Takes what waits on the descriptor, up to the end of one message, and dispatches the message if that makes
+// it whole; the beginning of one is kept with the descriptor until its rest comes. Never blocks, and never
+// takes a second message, however many wait: a peer that floods has its turn with the others. 0, or -1 when
+// nothing more can be read, or a message isn't whole MSG_FRAME_TIME after its first byte: the connection is
+// then to be closed.
 int uclient_handle_async(uclient_s*, int fd);
+// Milliseconds that the message in the making on this descriptor has left until uclient_handle_async gives it
+// up; -1 when there is none.
+long uclient_async_left_msec(int fd);
+// Closes the descriptor of an asynchronous connection and forgets what has come on it.
+void uclient_close_async(int fd);
 // Dispatches a message that came on `fd`; the message stays the caller's. No reply is ever sent. An
 // unknown type or a body shorter than its record is logged and dropped. Gives 0.
 int uclient_msghandle(uclient_s*, const msg*, int fd);

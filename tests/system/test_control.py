@@ -127,6 +127,49 @@ def test_a_bad_frame_costs_its_connection_and_no_more(running, name):
     running.wait_log(r"process slot 1 add\.$")
 
 
+SLOT_ADD = "012d0008" + "00000000"  # version, type 45, length 8, sequence 0
+HALF_FRAMES = {
+    "half a header": (SLOT_ADD[:10], r"msg_read: Cannot read message header!$"),
+    "a header alone": (SLOT_ADD, r"msg_read: Cannot read message body!$"),
+    "half a body": (SLOT_ADD + "01000000", r"msg_read: Cannot read message body!$"),
+}
+
+
+@pytest.mark.parametrize("name", HALF_FRAMES)
+def test_half_a_frame_holds_nobody_and_costs_its_connection_after_five_seconds(running, name):
+    begun, text = HALF_FRAMES[name]
+    half = running.simctl("connect-async")[0].split("=")[1]
+    running.simctl("raw", begun, f"conn={half}")
+    running.event("slot-add", slot_id=1, card_type=5)  # on the other connection
+    running.wait_log(r"process slot 1 add\.$")
+    still_serves(running)
+    assert not running.log_lines(text)
+    running.wait_log(text)
+    running.wait_log(r"Connection closed, exiting\.\.\.$")
+    running.event("slot-active", slot_id=1, card_type=5)
+    running.wait_log(r"Process slot 1 operation up\.$")
+
+
+def test_frames_in_pieces_on_two_connections_are_each_put_together(running):
+    frames = {1: SLOT_ADD + "01000000" + "05000000", 2: SLOT_ADD + "02000000" + "05000000"}
+    links = {slot: running.simctl("connect-async")[0].split("=")[1] for slot in frames}
+    for at in range(0, len(SLOT_ADD) + 16, 2):
+        for slot, link in links.items():
+            running.simctl("raw", frames[slot][at : at + 2], f"conn={link}")
+    for slot in frames:
+        running.wait_log(rf"process slot {slot} add\.$")
+    assert not running.log_lines("Connection closed")
+
+
+def test_a_peer_that_floods_leaves_the_operator_served(running):
+    flood = SLOT_ADD.replace("2d", "ff") + "00" * 8  # of a type that nobody knows
+    for _ in range(20):
+        running.simctl("raw", flood * 200)
+        still_serves(running)
+    running.event("slot-add", slot_id=1, card_type=5)
+    running.wait_log(r"process slot 1 add\.$")
+
+
 def test_an_unknown_type_is_logged_and_the_connection_goes_on(running):
     for number in (81, 82, 255, 16):
         running.simctl("frame", f"type={number}")

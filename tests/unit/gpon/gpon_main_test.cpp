@@ -61,19 +61,78 @@ int note_host(umsg_host_t* host) {
     return 0;
 }
 
+Bytes host_frame(const char* name) {
+    umsg_host_t host = {};
+    snprintf(host.name, sizeof host.name, "%s", name);
+    return frame(UMSG_HOST, 0, bytes_of(host));
+}
+
 TEST_F(GponMain, ReadDispatchesOneMessageAndArmsItselfAgain) {
     hosts.clear();
     client_.host = note_host;
     kavo_add_read(master, gpon_read, &client_, ours(), nullptr);
-    for (const char* name : {"olt1", "olt2"}) {
-        umsg_host_t host = {};
-        snprintf(host.name, sizeof host.name, "%s", name);
-        write_all(controllers(), frame(UMSG_HOST, 0, bytes_of(host)));
-    }
+    for (const char* name : {"olt1", "olt2"})
+        write_all(controllers(), host_frame(name));
     run_one();
     EXPECT_EQ(hosts, std::vector<std::string>{"olt1"});
     run_one();
     EXPECT_EQ(hosts, (std::vector<std::string>{"olt1", "olt2"}));
+}
+
+TEST_F(GponMain, HalfAMessageWaitsForItsRestWhileTheLoopGoesOn) {
+    hosts.clear();
+    client_.host = note_host;
+    int other[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, other), 0);
+    for (const int fd : {ours(), other[0]})
+        kavo_add_read(master, gpon_read, &client_, fd, nullptr);
+    const Bytes slow = host_frame("slow");
+    write_all(controllers(), {slow.begin(), slow.begin() + 5});
+    write_all(other[1], host_frame("quick"));
+    ASSERT_TRUE(frr_run_until([] { return hosts.size() == 1; }));
+    EXPECT_EQ(hosts, std::vector<std::string>{"quick"});
+    for (auto byte = slow.begin() + 5; byte != slow.end(); ++byte) {
+        write_all(controllers(), {byte, byte + 1});
+        run_one();
+    }
+    EXPECT_EQ(hosts, (std::vector<std::string>{"quick", "slow"}));
+    write_all(other[1], host_frame("again"));
+    ASSERT_TRUE(frr_run_until([] { return hosts.size() == 3; }));
+    close(other[1]);
+    ASSERT_TRUE(frr_run_until([&] { return fcntl(other[0], F_GETFD) == -1; }));
+}
+
+TEST_F(GponMain, AMessageThatIsNeverWholeEndsItsConnection) {
+    const Bytes slow = host_frame("slow");
+    write_all(controllers(), {slow.begin(), slow.begin() + 20});
+    kavo_add_read(master, gpon_read, &client_, ours(), nullptr);
+    run_one();
+    FrrSession session(ENABLE_NODE);
+    session.run("show thread timers");
+    const std::string text = session.output();
+    EXPECT_THAT(text, ContainsRegex("gpon_half_message.*(00:00:0[45]|[45]\\.)")) << text;
+    struct thread event; // the timer's end, and bytes that trickle on
+    while (fcntl(ours(), F_GETFD) != -1 && thread_fetch(frr_master(), &event) != nullptr)
+        thread_call(&event);
+    EXPECT_THAT(log_.lines(), Contains("msg_read: Cannot read message body!"));
+    EXPECT_THAT(log_.lines(), Contains("Connection closed, exiting..."));
+    pair_[0] = -1;
+}
+
+TEST_F(GponMain, APeerThatFloodsHasItsTurnWithTheOthers) {
+    hosts.clear();
+    client_.host = note_host;
+    int other[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, other), 0);
+    for (int n = 0; n < 100; n++)
+        write_all(controllers(), host_frame("flood"));
+    write_all(other[1], host_frame("quick"));
+    for (const int fd : {ours(), other[0]})
+        kavo_add_read(master, gpon_read, &client_, fd, nullptr);
+    ASSERT_TRUE(frr_run_until([] { return !hosts.empty() && hosts.back() == "quick"; }));
+    EXPECT_LE(hosts.size(), 3u);
+    close(other[1]);
+    ASSERT_TRUE(frr_run_until([&] { return fcntl(other[0], F_GETFD) == -1; }));
 }
 
 TEST_F(GponMain, ReadOfAClosedConnectionClosesOursAndIsNotArmedAgain) {
