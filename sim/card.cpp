@@ -64,6 +64,8 @@ void Card::handle(std::span<const uint8_t> frame) {
         record_fault(request, *fault);
         if (use_fault_instead(*fault))
             return;
+        if (fault->what->kind == FaultKind::stop)
+            stop_for(fault->value);
     }
     if (!refusal && request.message)
         refusal = check_card_rules(request, slot_, objects_);
@@ -275,6 +277,14 @@ bool Card::use_fault_instead(const Fault& fault) {
             shelf_.records.add("card", {{"slot", std::to_string(slot_)}, {"error", error}});
     });
     return true;
+}
+
+void Card::stop_for(uint32_t ms) {
+    stop();
+    shelf_.loop.after(std::chrono::milliseconds(ms), [this, alive = std::weak_ptr(alive_)] {
+        if (alive.lock())
+            go_on();
+    });
 }
 
 void Card::reply(const CardRequest& request, Outcome outcome, const std::optional<Fault>& fault) {

@@ -45,6 +45,10 @@ public:
     bool open(std::string& error);
     void close() { receiver_.close(); }
     bool is_open() const { return receiver_.is_open(); }
+    // The agent hangs: it reads nothing until it goes on, or its socket is opened anew.
+    void stop() { receiver_.stop(); }
+    void go_on() { receiver_.go_on(); }
+    bool is_stopped() const { return receiver_.is_stopped(); }
     // Starts afresh: forgets what it was told; its ONUs are ranged again.
     void restart();
 
@@ -91,6 +95,7 @@ private:
     bool keep_alarm(std::span<const uint8_t> record);
 
     bool use_fault_instead(const Fault& fault);
+    void stop_for(uint32_t ms);
     void reply(const CardRequest& request, Outcome outcome, const std::optional<Fault>& fault);
     void send_reply(const CardRequest& request, const std::vector<uint8_t>& frame,
                     const std::optional<Fault>& fault);

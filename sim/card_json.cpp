@@ -85,6 +85,7 @@ std::vector<std::string> card_json(const Card& card, const CardMessage* only) {
     std::vector<std::string> lines;
     lines.push_back(
         "{" + number_json("slot", card.slot()) + "\"up\": " + (card.is_open() ? "true" : "false") + ", " +
+        "\"stopped\": " + (card.is_stopped() ? "true" : "false") + ", " +
         number_json("received", counters.received) + number_json("refused", counters.refused) +
         number_json("replies", counters.replies) + number_json("events", counters.events) +
         number_json("unrecorded", counters.unrecorded) + number_json("object_count", card.objects().size()) +

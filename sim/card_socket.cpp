@@ -71,7 +71,22 @@ bool IpcReceiver::open(const IpcName& name, Handler handler, std::string& error)
     return true;
 }
 
+void IpcReceiver::stop() {
+    if (!fd_)
+        return;
+    stopped_ = true;
+    loop_.set_events(fd_.get(), 0);
+}
+
+void IpcReceiver::go_on() {
+    if (!fd_)
+        return;
+    stopped_ = false;
+    loop_.set_events(fd_.get(), POLLIN);
+}
+
 void IpcReceiver::close() {
+    stopped_ = false;
     if (!fd_)
         return;
     loop_.unwatch(fd_.get());
@@ -80,7 +95,7 @@ void IpcReceiver::close() {
 
 void IpcReceiver::receive() {
     Buffers& shared = buffers();
-    for (size_t turn = 0; turn < BATCHES && fd_; ++turn) {
+    for (size_t turn = 0; turn < BATCHES && fd_ && !stopped_; ++turn) {
         const int got = recvmmsg(fd_.get(), shared.messages.data(), BATCH, MSG_DONTWAIT, nullptr);
         for (int i = 0; i < got && fd_; ++i) {
             const auto at = static_cast<size_t>(i);

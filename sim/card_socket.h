@@ -40,6 +40,12 @@ public:
     // What nobody read is lost.
     void close();
     bool is_open() const { return static_cast<bool>(fd_); }
+    // Stops reading: what comes then waits at the socket, until that is full and senders are told so. A name
+    // that is opened anew is read.
+    void stop();
+    // Reads again.
+    void go_on();
+    bool is_stopped() const { return stopped_; }
 
 private:
     void receive();
@@ -47,6 +53,7 @@ private:
     EventLoop& loop_;
     Fd fd_;
     Handler handler_;
+    bool stopped_ = false;
 };
 
 // The sending end: one socket for each name that was sent to. What a full receiver can't take waits here and

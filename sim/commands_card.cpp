@@ -1,5 +1,8 @@
 // Commands for the line cards themselves: coming and going, what they hold, what they do wrong.
 
+#include <algorithm>
+#include <string_view>
+
 #include "card_json.h"
 #include "fault_arguments.h"
 
@@ -57,6 +60,10 @@ Answer act_on_card(Chassis& chassis, uint32_t slot, const std::string& what, uin
         card->close();
     else if (what == "on")
         return open_card(*card);
+    else if (what == "stop")
+        card->stop();
+    else if (what == "continue")
+        card->go_on();
     else
         return restart_card(chassis, *card, ms);
     return {};
@@ -64,9 +71,11 @@ Answer act_on_card(Chassis& chassis, uint32_t slot, const std::string& what, uin
 
 Action parse_card(Chassis& chassis, Arguments& args) {
     const uint32_t slot = slot_argument(args);
-    const std::string what = args.word("add, remove, off, on or restart");
-    if (what != "add" && what != "remove" && what != "off" && what != "on" && what != "restart")
-        args.mistake("must be add, remove, off, on or restart, not \"" + what + "\"");
+    constexpr std::string_view KNOWN[] = {"add", "remove", "off", "on", "stop", "continue", "restart"};
+    const char* const choice = "add, remove, off, on, stop, continue or restart";
+    const std::string what = args.word(choice);
+    if (std::find(std::begin(KNOWN), std::end(KNOWN), what) == std::end(KNOWN))
+        args.mistake(format("must be %s, not \"%s\"", choice, what.c_str()));
     const uint32_t ms = what == "restart" ? args.number_option_or("ms", 0) : 0;
     return immediate([&chassis, slot, what, ms] {
         Answer answer = act_on_card(chassis, slot, what, ms);
@@ -167,9 +176,10 @@ Action parse_card_fault_names(Chassis&, Arguments&) {
 }
 
 constexpr Command COMMANDS[] = {
-    {"card", "SLOT add|remove|off|on|restart [ms=N]",
+    {"card", "SLOT add|remove|off|on|stop|continue|restart [ms=N]",
      "plugs a line card in or out; off closes its socket and on opens it again, with all that it\n"
-     "was told; restart forgets everything and is gone for N milliseconds (0)",
+     "was told; stop leaves what comes unread and continue reads on, as if the agent had hung;\n"
+     "restart forgets everything and is gone for N milliseconds (0)",
      parse_card},
     {"show", "cards | card SLOT [--json] [type=TYPE]",
      "the cards, or one card and its objects; --json is one document, perhaps of one message only",

@@ -409,6 +409,7 @@ void Controller::answer_with_fault(Connection& conn, const Frame& request, Reply
     case FaultKind::lose: // these are the line cards' own
     case FaultKind::duplicate:
     case FaultKind::wrong_message:
+    case FaultKind::stop:
     case FaultKind::bad_nlmsg_len:
         break;
     }

@@ -38,6 +38,8 @@ constexpr FaultName CARD_NAMES[] = {
      1000},
     {"close", "ms", "the card closes its socket in place of an answer, for ms milliseconds", FaultKind::close,
      1000},
+    {"stop", "ms", "the message is carried out and answered, and for ms milliseconds none is read",
+     FaultKind::stop, 1000},
 };
 
 bool is_connect_back(const Fault& fault) {

@@ -21,6 +21,7 @@ enum class FaultKind {
     bad_version,       // value: the reply's version
     truncated,         // value: bytes of the reply's frame that go out before the connection is closed
     close,             // the connection is closed in place of a reply
+    stop,              // value: milliseconds in which the card reads nothing, behind its answer
     no_connect_back,   // the daemon's connection isn't answered with one
     late_connect_back, // value: milliseconds
     duplicate,         // the reply goes out twice

@@ -667,6 +667,24 @@ def test_the_socket_can_go_away_in_place_of_an_answer(chassis, daemon):
     daemon.do(ONU, CREATE, onu_record())
 
 
+def test_a_card_that_stops_reads_on_where_it_was(chassis, daemon):
+    before = chassis.card(1)["received"]
+    chassis.simctl("card", 1, "stop")
+    for number in range(1, 6):
+        daemon.post(daemon.frame(ONU, CREATE, onu_record(onu=number)))
+    assert chassis.card(1)["stopped"] and chassis.card(1)["received"] == before
+    chassis.simctl("card", 1, "continue")
+    chassis.wait_for(lambda: chassis.card(1)["received"] == before + 5, 5)
+    assert chassis.card(1)["object_count"] == 5 and not chassis.card(1)["stopped"]
+
+
+def test_a_card_can_stop_behind_an_answer_and_goes_on_by_itself(chassis, daemon):
+    chassis.card_fault(1, "stop", ms=200)
+    daemon.do(ONU, CREATE, onu_record())
+    chassis.wait_record(kind="fault", fault="stop")
+    daemon.do(ONU, GET, onu_record())
+
+
 # ---- cards that come and go ----------------------------------------------------------------------------------
 
 
