@@ -1,5 +1,6 @@
 #include "hal_slot.h"
 
+#include "hal_outbox.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
 
@@ -44,4 +45,5 @@ void ov_slot_active_flag_clear(unsigned short slot_id) {
         return;
     *flag = 0;
     OV_LOG_NOTICE("LIB", "slot %d changes to deactive", slot_id);
+    hal_outbox_clear(slot_id);
 }

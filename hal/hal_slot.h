@@ -15,5 +15,5 @@ void hal_slot_active_flag_clear(const char* func_name, int line, unsigned short 
 // 1 when the channel is active; slot 0 and numbers above 31 read 0.
 unsigned int hal_slot_active_flag_check(unsigned short slot_id);
 
-// Clears the flag and logs the transition, if there is one.
+// Clears the flag and logs the transition, if there is one. What waits for the slot is dropped.
 void ov_slot_active_flag_clear(unsigned short slot_id);

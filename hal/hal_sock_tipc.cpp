@@ -5,10 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include <sched.h>
-#include <unistd.h>
-
 #include "hal_debug.h"
+#include "hal_outbox.h"
 #include "hal_recv_tipc.h"
 #include "hal_slot.h"
 #include "ov_product.h"
@@ -21,15 +19,7 @@ IPC_APP_CB_T* g_agent_msg_rx_cb = nullptr;
 
 namespace {
 
-// How long a one-way message waits for room at a card that doesn't keep up.
-constexpr std::chrono::milliseconds SEND_PATIENCE{500};
-constexpr int SEND_YIELDS = 64;            // tries that only give way to others ...
-constexpr useconds_t SEND_PAUSE_USEC = 50; // ... before each further one sleeps
-
 int g_debug_flag = 0;
-// Slots (slot N at bit N) whose card used up that patience: it isn't waited for again before a message gets
-// through, so that a card that hangs holds the event loop up once and not once a message.
-slot_bitmap_t g_congested_slots = 0;
 
 // A message's way to an agent, for log lines.
 struct Leg {
@@ -112,24 +102,33 @@ int accept_reply(hal_nlmsghdr* message, unsigned msg_size, hal_frame_t& reply, s
     return reply.hdr.retcode;
 }
 
-// Sends a frame, giving a card that doesn't keep up some time to do so.
-int send_async_patiently(const hal_frame_t& frame, int frame_len, int sub_id, slot_bitmap_t slot_bit) {
-    int rc = ipc_send_async_msg(g_agent_msg_tx_cb, static_cast<uint32_t>(sub_id), &frame, frame_len);
-    if (rc == IPC_RC_SND_BUFF_FULL && !(g_congested_slots & slot_bit)) {
-        const auto until = std::chrono::steady_clock::now() + SEND_PATIENCE;
-        for (int tries = 0; rc == IPC_RC_SND_BUFF_FULL && std::chrono::steady_clock::now() < until; ++tries) {
-            if (tries < SEND_YIELDS)
-                sched_yield();
-            else
-                usleep(SEND_PAUSE_USEC);
-            rc = ipc_send_async_msg(g_agent_msg_tx_cb, static_cast<uint32_t>(sub_id), &frame, frame_len);
-        }
+// What waits for a card goes first. A request that doesn't come to be sent for it counts as one that failed.
+int drain(unsigned slot, std::chrono::steady_clock::time_point deadline) {
+    const int rc = hal_outbox_drain(slot, deadline);
+    if (rc != IPC_RC_SUCCESS) {
+        ++g_agent_msg_tx_cb->num_sync_send;
+        ++g_agent_msg_tx_cb->num_sync_send_fail;
     }
-    if (rc == IPC_RC_SND_BUFF_FULL)
-        g_congested_slots |= slot_bit;
-    else
-        g_congested_slots &= ~slot_bit;
     return rc;
+}
+
+// A request behind whatever waits for its card, and its reply; all of it within the block's timeout. The
+// reply's length or a negative ipc_rc. A request that came back because its card has no room is sent again.
+int exchange(const Leg& leg, unsigned slot, const hal_frame_t& request, int request_len, hal_frame_t* reply) {
+    IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
+    const auto deadline = ipc_sync_deadline(cb);
+    hal_patience patience;
+    int rc;
+    do {
+        rc = drain(slot, deadline);
+        if (rc == IPC_RC_SUCCESS)
+            rc = ipc_send_sync_msg_until(cb, static_cast<uint32_t>(leg.sub_id), &request, request_len, reply,
+                                         IPC_MAX_MSG_SIZE, deadline);
+        hal_outbox_collect();
+        if (rc != IPC_RC_SND_BUFF_FULL && (rc != IPC_RC_MSG_RTRNED || !ipcReturnedForRoom(cb->ipcHandle)))
+            return rc;
+    } while (hal_outbox_wait_room(slot, patience, deadline));
+    return IPC_RC_TIMEOUT;
 }
 
 bool slot_number_ok(const hal_nlmsghdr& message, uint32_t slot) {
@@ -215,19 +214,20 @@ void hal_init_tipc(unsigned module, struct thread_master* master, hal_recv_handl
         OV_LOG_ERROR("LIB", "IPC cpm_hal_init_tipc_recv 2 failed, exiting!");
         exit(1);
     }
+    hal_outbox_init(master);
     if (recv)
         hal_tipc_start_recv_timer(master, recv);
 }
 
 int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size) {
     IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
-    const Leg leg = leg_to(*message, msg_size, message->nlmsg_pid);
+    const unsigned slot = message->nlmsg_pid;
+    const Leg leg = leg_to(*message, msg_size, slot);
     hal_frame_t request;
     hal_frame_t reply;
     reply.nlhdr = {}; // a reply may end before it
     const int request_len = fill_frame(request, *message, msg_size, HAL_FRAME_SYNC);
-    const int rc = ipc_send_sync_msg(cb, static_cast<uint32_t>(leg.sub_id), &request, request_len, &reply,
-                                     IPC_MAX_MSG_SIZE);
+    const int rc = exchange(leg, slot, request, request_len, &reply);
     if (rc == IPC_RC_RTRNED_MSG_WAITING)
         return take_returned(leg);
     if (rc < 0) {
@@ -243,21 +243,9 @@ int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size) {
 }
 
 int _hal_tipc_send_asyncmsg(const hal_nlmsghdr* message, unsigned msg_size, unsigned slot) {
-    IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
-    const Leg leg = leg_to(*message, msg_size, slot);
     hal_frame_t frame;
     const int frame_len = fill_frame(frame, *message, msg_size, HAL_FRAME_ASYNC);
-    const int rc = send_async_patiently(frame, frame_len, leg.sub_id, slot_bitmap_t{1} << (slot & 31));
-    if (rc == IPC_RC_RTRNED_MSG_WAITING) // the IPC has taken the returned message already
-        OV_LOG_INFO("LIB", "Send async message Num[%d] nhtype[%d] length[%d] to [%d] return %s",
-                    cb->num_async_send, leg.type, leg.length, leg.sub_id, ipcGetErrorCodeStr(rc));
-    else if (rc < 0)
-        OV_LOG_ERROR("LIB",
-                     "Send async message Num[%d] nhtype[%d] length [%d] to [%d] fail. TIPC return code: "
-                     "%d:%s. Total failed count %d",
-                     cb->num_async_send, leg.type, leg.length, leg.sub_id, rc, ipcGetErrorCodeStr(rc),
-                     cb->num_async_send_fail);
-    return rc;
+    return hal_outbox_send(slot, frame, frame_len);
 }
 
 unsigned hal_send_sync_tipc(hal_nlmsghdr* nlhdr) {
@@ -289,11 +277,14 @@ unsigned hal_send_async_tipc(const hal_nlmsghdr* nlhdr) {
     return KAVO_OK;
 }
 
-int _hal_tipc_non_reply_callback(void* msg_ptr, int /*msg_size*/, int rtrned_msg) {
-    if (!g_debug_flag)
-        return 0;
+int _hal_tipc_non_reply_callback(void* msg_ptr, int msg_size, int rtrned_msg) {
     ipc_header header;
     std::memcpy(static_cast<void*>(&header), msg_ptr, sizeof header);
+    if (rtrned_msg)
+        hal_outbox_notice(header, static_cast<const uint8_t*>(msg_ptr) + sizeof header,
+                          static_cast<size_t>(msg_size));
+    if (!g_debug_flag)
+        return 0;
     OV_LOG_DEBUG("LIB", "!Oh, got a non reply, %s message, here it its header:\n",
                  rtrned_msg ? "returned" : ipcGetMsgTypeStr(header.msg_type));
     ipcShowIpcHeader(&header);

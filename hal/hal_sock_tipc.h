@@ -34,10 +34,12 @@ unsigned hal_send_async_tipc(const hal_nlmsghdr* nlhdr);
 // One exchange with the agent of the slot in nlmsg_pid; `msg_size` is the message's length. Returns the
 // agent's return code, KAVO_ERR for a reply that can't be used, or a negative ipc_rc.
 int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size);
-// One message to the agent of a slot; 0 or a negative ipc_rc, which has been logged.
+// One message to the agent of a slot, at once or by the slot's outbox (hal_outbox.h); 0, or a negative
+// ipc_rc, which has been logged.
 int _hal_tipc_send_asyncmsg(const hal_nlmsghdr* message, unsigned msg_size, unsigned slot);
 
-// Shown what arrives instead of an awaited reply: drops it and lets the wait go on (0).
+// Shown what arrives instead of an awaited reply: gives a one-way message that has come back to its outbox,
+// drops anything else, and lets the wait go on (0).
 int _hal_tipc_non_reply_callback(void* msg_ptr, int msg_size, int rtrned_msg);
 
 void hal_sock_tipc_debug_flag_set(int debug_flag);

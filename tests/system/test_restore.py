@@ -215,6 +215,43 @@ def test_a_card_that_leaves_in_the_middle_of_a_stage_costs_what_it_was_not_told(
     assert world.chassis.records(since=since, kind="refused") == []
 
 
+def test_a_card_that_stops_reading_during_its_replay_holds_nobody_and_gets_all_in_order(world):
+    for slot in SLOTS[:2]:
+        provision(world, slot)
+    before = held(world, SLOTS[0])
+    restart_card(world, SLOTS[0])
+    refused = world.card(SLOTS[0])["refused"]
+    world.chassis.simctl("card", SLOTS[0], "stop")
+    made = Replay(world, SLOTS[0])
+    for stage in ("1", "3", "6"):
+        world.chassis.wait_log(rf"slot {SLOTS[0]} stage {stage}: ", timeout=60)
+        assert world.chassis.vty("show slot info", timeout=5).result == 0
+        assert add_onu(world, SLOTS[1], 1, 60 + int(stage)) == "noError"  # another card answers
+    assert world.card(SLOTS[0])["object_count"] == 0
+    world.chassis.simctl("card", SLOTS[0], "continue")
+    made.wait()
+    assert results(world, made.since, SLOTS[0]) == ALL_DONE
+    assert world.card(SLOTS[0])["refused"] == refused  # a child before its parent would be
+    after = held(world, SLOTS[0])
+    for name, rows in before.items():  # beside the profiles of every replay
+        assert without_states(after[name]) == without_states(rows)
+    assert not world.chassis.log_lines(r"Send async message .* fail")
+
+
+def test_what_waits_for_a_card_is_dropped_when_its_slot_goes_inactive(world):
+    provision(world, SLOTS[0])
+    restart_card(world, SLOTS[0])
+    world.chassis.simctl("card", SLOTS[0], "stop")
+    world.chassis.event("cfg-slot-sync-start", slotid=SLOTS[0], cfg_prio=300)
+    world.chassis.wait_log(rf"slot {SLOTS[0]} stage 15: ", timeout=60)
+    world.chassis.event("slot-deactive", slot_id=SLOTS[0], card_type=27)
+    world.chassis.wait_log(rf"slot {SLOTS[0]}: \d+ messages that waited for the card are dropped$")
+    world.chassis.simctl("card", SLOTS[0], "continue")
+    world.chassis.event("slot-active", slot_id=SLOTS[0], card_type=27)
+    replay(world, SLOTS[0])
+    assert world.card(SLOTS[0])["object_count"] > 20
+
+
 def test_two_cards_at_once_get_each_its_own(world):
     for slot in SLOTS:
         provision(world, slot, ports=(1,))

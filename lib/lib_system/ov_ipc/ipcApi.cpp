@@ -41,6 +41,22 @@ int ipcReply(int ipc_handle, const ipc_header* request, void* msg, int size) {
     return ipcReply_impl(ipc_handle, request, msg, size);
 }
 
+uint32_t ipcLastMsgNum(int ipc_handle) {
+    return ipcLastMsgNum_impl(ipc_handle);
+}
+
+bool ipcReturnedForRoom(int ipc_handle) {
+    return ipcReturnedForRoom_impl(ipc_handle);
+}
+
+int ipcWatchRoom(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_sub_id) {
+    return ipcWatchRoom_impl(ipc_handle, dest_serv_id, dest_sub_id);
+}
+
+int ipcGetReturnFd(int ipc_handle) {
+    return ipcGetReturnFd_impl(ipc_handle);
+}
+
 int ipcSyncSend(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_sub_id, void* msg, int size, void* reply,
                 int reply_size, int timeout, ipc_non_reply_callback_t callback) {
     return ipcSyncSend_impl(ipc_handle, dest_serv_id, dest_sub_id, msg, size, reply, reply_size, timeout,

@@ -10,9 +10,9 @@
 // buffer too: the header is written there, so that a message leaves without a copy. No alignment is needed.
 // Sending and receiving allocate no memory.
 //
-// Results are those of enum ipc_rc; those that receive give the message's length, which can be more than the
-// buffer holds: the rest is lost then. Every function with a handle gives IPC_RC_INVALID_IDENT for one that
-// isn't registered.
+// Results are those of enum ipc_rc; those that receive give the message's length, which is one more than the
+// buffer holds for a message that was cut: the rest is lost then. Every function with a handle gives
+// IPC_RC_INVALID_IDENT for one that isn't registered.
 //
 // Threads: registration is guarded by one lock. The functions here don't lock a handle; two threads that
 // share one use the _sem forms of ipcImpl.h (the control blocks of ipc_app_cb.h do), which hold the handle's
@@ -28,7 +28,7 @@ struct ipc_ns_event_st;
 
 // Binds the name (serv_id, sub_id) and gives a handle of 0 to 109. `flags` is kept for the connection-style
 // sockets, which this system leaves out: 0. IPC_RC_FAILED when 110 names are registered, when the carrier
-// refuses (name bound already, no TIPC) or for a null output; IPC_RC_SEM_INIT_FAIL.
+// refuses (no TIPC; on the unix carrier, name bound already) or for a null output; IPC_RC_SEM_INIT_FAIL.
 int ipcRegisterService(uint32_t serv_id, uint32_t sub_id, uint32_t flags, int* ipc_handle);
 // Closes the sockets and frees the handle; the name is free at once. No thread may be in a call on it.
 int ipcUnregisterService(int ipc_handle);
@@ -40,11 +40,12 @@ int ipcGetHandleFromServSubId(uint32_t serv_id, uint32_t sub_id, int* ipc_handle
 
 // ---- sending ---------------------------------------------------------------------------------------
 
-// One-way message of type IPC_ASYNC. `msg_id` (may be null) gets the id it was sent with.
-// IPC_RC_SUCCESS; IPC_RC_MSG_RTRNED when it came back at once (nobody has the name; it has been taken);
-// IPC_RC_RTRNED_MSG_WAITING when it was sent but an older one waits at the send side (take it with
-// ipcReceive); IPC_RC_SND_BUFF_FULL; IPC_RC_MSG_TOO_LONG above 66000 bytes with the header;
-// IPC_RC_UNEXPECTED when the send side can't be looked at; IPC_RC_FAILED for anything else.
+// One-way message of type IPC_ASYNC. `msg_id` (may be null) gets the id it was sent with. Never waits.
+// IPC_RC_SUCCESS; IPC_RC_MSG_RTRNED when it came back at once (nobody has the name, or its receiver has no
+// room: ipcReturnedForRoom tells; it has been taken); IPC_RC_RTRNED_MSG_WAITING when it was sent but an older
+// one waits at the send side (take it with ipcReceive); IPC_RC_SND_BUFF_FULL; IPC_RC_MSG_TOO_LONG above 66000
+// bytes with the header; IPC_RC_UNEXPECTED when the send side can't be looked at; IPC_RC_FAILED for anything
+// else.
 int ipcSend(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_sub_id, void* msg, int size,
             uint32_t* msg_id);
 // The same with the type IPC_REQUEST, for a reply that is collected elsewhere.
@@ -55,6 +56,19 @@ int ipcSendMcast(int ipc_handle, uint32_t dest_serv_id, uint32_t low_sub_id, uin
                  int size, uint32_t* msg_id);
 // Answers a request: IPC_REPLY with the request's id to its sender's name.
 int ipcReply(int ipc_handle, const ipc_header* request, void* msg, int size);
+
+// The msg_num in the header of the last message that was sent on the handle. It names a message among all
+// that this process sends, and a later one has the greater (counted round).
+uint32_t ipcLastMsgNum(int ipc_handle);
+// Whether the message that the last call on the handle found to have come back did so because its receiver is
+// there but has no room, and is thus worth sending again. False for one that nobody was there for.
+bool ipcReturnedForRoom(int ipc_handle);
+// A descriptor that polls writable once whoever has the name has room, or has gone; the caller closes it.
+// IPC_RC_FAILED where only another try can tell (TIPC) or there is nobody.
+int ipcWatchRoom(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_sub_id);
+// The descriptor that is readable when messages have come back by themselves, for event loops; they are taken
+// with ipcReceive or ipc_take_returned. IPC_RC_INVALID_IDENT.
+int ipcGetReturnFd(int ipc_handle);
 
 // Sends an IPC_REQUEST and waits for the IPC_REPLY with its id, `timeout` seconds in all, 5 for 0.
 // `reply` holds `reply_size` bytes for the message and, like a send buffer, IPC_HDR_SIZE bytes in front of

@@ -20,7 +20,9 @@ struct IPC_service_reg_st {
     uint32_t sub_id = 0;
     std::atomic<int> ipc_handle = -1;
     wi_ipc_register_result_st sockets;
-    sem_t sem; // held by the _sem functions
+    std::atomic<uint32_t> last_msg_num = 0;                // of what was sent last
+    std::atomic<wi_ipc_why> last_return_why = WI_IPC_GONE; // of the message last found to have come back
+    sem_t sem;                                             // held by the _sem functions
 };
 
 extern std::array<IPC_service_reg_st, IPC_MAX_SERVICE_REGS> IPC_service_reg_data; // by handle
@@ -55,6 +57,10 @@ int ipcSyncSend_impl(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_sub_id
                      void* reply, int reply_size, int timeout, ipc_non_reply_callback_t callback);
 int ipcReceive_impl(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned, int timeout);
 int ipcReceiveNonB_impl(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned);
+uint32_t ipcLastMsgNum_impl(int ipc_handle);
+bool ipcReturnedForRoom_impl(int ipc_handle);
+int ipcWatchRoom_impl(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_sub_id);
+int ipcGetReturnFd_impl(int ipc_handle);
 int ipcGetReadFd_impl(int ipc_handle);
 int ipcGetQueueDepth_impl(int ipc_handle, uint32_t* depth);
 int ipcTopologyNotificationRegister_impl(uint32_t serv_id, uint32_t low_sub_id, uint32_t high_sub_id,
@@ -69,6 +75,28 @@ void ipcShowIpcHeader_impl(const ipc_header* hdr);
 void ipcShowIpcMessage_impl(const ipc_header* hdr, const void* msg, int size);
 const char* ipcTimestamp_impl();
 
+// ---- forms of their own for the control blocks -------------------------------------------------------
+
+// Whom a request goes to, and where it and its reply stand: both behind IPC_HDR_SIZE bytes of their buffers.
+struct ipc_peer {
+    uint32_t serv_id;
+    uint32_t sub_id;
+};
+struct ipc_exchange {
+    void* msg;
+    int size;
+    std::span<uint8_t> reply;
+    std::chrono::steady_clock::time_point deadline;
+    ipc_non_reply_callback_t callback;
+};
+// ipcSyncSend with a point in time, which bounds the whole wait whatever arrives meanwhile.
+int ipc_sync_send_until(int ipc_handle, const ipc_peer& to, const ipc_exchange& exchange);
+
+// Takes an own one-way message that has come back: its length, with *msg cut to the bytes of it that came.
+// IPC_RC_NO_MESSAGE when none has, IPC_RC_RTRNED_MSG_WAITING when a request stands in front (it is left for
+// the next send to report), IPC_RC_FAILED.
+int ipc_take_returned(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg);
+
 // ---- the same with the handle's semaphore held, so that threads can share a handle ---------------------
 // Besides the plain functions' results: IPC_RC_SEM_WAIT_FAIL (nothing was done), IPC_RC_SEM_POST_FAIL.
 
@@ -82,6 +110,8 @@ int ipcReply_impl_sem(int ipc_handle, const ipc_header* request, void* msg, int 
 // Held until the reply is there: it blocks the other senders on the handle.
 int ipcSyncSend_impl_sem(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_sub_id, void* msg, int size,
                          void* reply, int reply_size, int timeout, ipc_non_reply_callback_t callback);
+int ipc_sync_send_until_sem(int ipc_handle, const ipc_peer& to, const ipc_exchange& exchange);
+int ipc_take_returned_sem(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg);
 int ipcReceive_impl_sem(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned, int timeout);
 int ipcReceiveNonB_impl_sem(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned);
 

@@ -38,9 +38,28 @@ int ipc_take_message(IPC_service_reg_st& reg, ipc_header* hdr, std::span<uint8_t
     const wi_ipc_frame_buffer buffer = {{reinterpret_cast<uint8_t*>(hdr), sizeof(*hdr)}, msg};
     wi_ipc_received received = wi_ipc_take_returned(reg.sockets, buffer, false);
     *returned = received.error == 0 ? 1 : 0;
+    if (received.error == 0)
+        reg.last_return_why = received.why;
     if (received.error == EAGAIN)
         received = wi_ipc_receive(reg.sockets, buffer);
     return accept(received, *hdr, msg);
+}
+
+int ipc_take_returned(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg) {
+    IPC_service_reg_st* reg = ipc_registration(ipc_handle);
+    if (reg == nullptr)
+        return IPC_RC_INVALID_IDENT;
+    const wi_ipc_frame_buffer buffer = {{reinterpret_cast<uint8_t*>(hdr), sizeof(*hdr)}, *msg};
+    const wi_ipc_received seen = wi_ipc_take_returned(reg->sockets, buffer, true);
+    if (seen.error != 0)
+        return accept(seen, *hdr, *msg);
+    if (seen.length >= sizeof(*hdr) && hdr->msg_type == IPC_REQUEST)
+        return IPC_RC_RTRNED_MSG_WAITING;
+    const wi_ipc_received taken = wi_ipc_take_returned(reg->sockets, buffer, false);
+    reg->last_return_why = taken.why;
+    const int length = accept(taken, *hdr, *msg);
+    *msg = msg->first(std::min(msg->size(), size_t(std::max(length, 0))));
+    return length;
 }
 
 int ipc_receive_soon(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg) {

@@ -58,6 +58,14 @@ int ipcSyncSend_impl_sem(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_su
                     timeout, callback);
 }
 
+int ipc_sync_send_until_sem(int ipc_handle, const ipc_peer& to, const ipc_exchange& exchange) {
+    return with_sem<const ipc_peer&, const ipc_exchange&>(ipc_sync_send_until, ipc_handle, to, exchange);
+}
+
+int ipc_take_returned_sem(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg) {
+    return with_sem(ipc_take_returned, ipc_handle, hdr, msg);
+}
+
 int ipcReceive_impl_sem(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned, int timeout) {
     return with_sem(ipcReceive_impl, ipc_handle, hdr, msg, size, returned, timeout);
 }

@@ -41,6 +41,7 @@ int ipc_send(IPC_service_reg_st& reg, const ipc_destination& to, ipc_header& hdr
     uint8_t* front = static_cast<uint8_t*>(msg) - IPC_HDR_SIZE;
     std::memcpy(front, &hdr, sizeof(hdr));
     const std::span<const uint8_t> frame(front, size_t(IPC_HDR_SIZE) + size_t(size));
+    reg.last_msg_num = hdr.msg_num;
     const int error = to.mcast
                           ? wi_ipc_send_mcast(reg.sockets, to.serv_id, to.low_sub_id, to.high_sub_id, frame)
                           : wi_ipc_send(reg.sockets, to.serv_id, to.low_sub_id, frame);
@@ -65,7 +66,31 @@ int ipc_returned_msg_peak(IPC_service_reg_st& reg, uint32_t msg_id) {
     if (seen.length < sizeof(hdr) || hdr.msg_id != msg_id)
         return IPC_RC_RTRNED_MSG_WAITING;
     wi_ipc_take_returned(reg.sockets, {header_bytes, start}, false);
+    reg.last_return_why = seen.why;
     return IPC_RC_MSG_RTRNED;
+}
+
+uint32_t ipcLastMsgNum_impl(int ipc_handle) {
+    const IPC_service_reg_st* reg = ipc_registration(ipc_handle);
+    return reg != nullptr ? reg->last_msg_num.load() : 0;
+}
+
+bool ipcReturnedForRoom_impl(int ipc_handle) {
+    const IPC_service_reg_st* reg = ipc_registration(ipc_handle);
+    return reg != nullptr && reg->last_return_why == WI_IPC_NO_ROOM;
+}
+
+int ipcWatchRoom_impl(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_sub_id) {
+    const IPC_service_reg_st* reg = ipc_registration(ipc_handle);
+    if (reg == nullptr)
+        return IPC_RC_INVALID_IDENT;
+    const int fd = reg->sockets.carrier->watch_room({dest_serv_id + WI_IPC_TYPE_BASE, dest_sub_id});
+    return fd >= 0 ? fd : int(IPC_RC_FAILED);
+}
+
+int ipcGetReturnFd_impl(int ipc_handle) {
+    const IPC_service_reg_st* reg = ipc_registration(ipc_handle);
+    return reg != nullptr ? reg->sockets.snd_sock : int(IPC_RC_INVALID_IDENT);
 }
 
 int ipc_prep_hdr_and_send(int ipc_handle, const ipc_destination& to, ipc_msg_type type, void* msg, int size,

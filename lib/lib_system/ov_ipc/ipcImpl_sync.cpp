@@ -70,15 +70,23 @@ int await_reply(int ipc_handle, uint32_t msg_id, std::span<uint8_t> reply,
 
 } // namespace
 
+int ipc_sync_send_until(int ipc_handle, const ipc_peer& to, const ipc_exchange& exchange) {
+    uint32_t msg_id = 0;
+    const int rc = ipcSendReq_impl(ipc_handle, to.serv_id, to.sub_id, exchange.msg, exchange.size, &msg_id);
+    if (rc != IPC_RC_SUCCESS)
+        return rc;
+    return await_reply(ipc_handle, msg_id, exchange.reply, exchange.deadline, exchange.callback);
+}
+
 int ipcSyncSend_impl(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_sub_id, void* msg, int size,
                      void* reply, int reply_size, int timeout, ipc_non_reply_callback_t callback) {
     if (reply == nullptr || reply_size < 0 || timeout < 0)
         return ipc_registration(ipc_handle) == nullptr ? IPC_RC_INVALID_IDENT : IPC_RC_FAILED;
-    uint32_t msg_id = 0;
-    const int rc = ipcSendReq_impl(ipc_handle, dest_serv_id, dest_sub_id, msg, size, &msg_id);
-    if (rc != IPC_RC_SUCCESS)
-        return rc;
     const std::chrono::seconds wait(timeout == 0 ? IPC_DEFAULT_SYNC_TIMEOUT : timeout);
-    return await_reply(ipc_handle, msg_id, {static_cast<uint8_t*>(reply), size_t(reply_size)},
-                       std::chrono::steady_clock::now() + wait, callback);
+    return ipc_sync_send_until(ipc_handle, {dest_serv_id, dest_sub_id},
+                               {.msg = msg,
+                                .size = size,
+                                .reply = {static_cast<uint8_t*>(reply), size_t(reply_size)},
+                                .deadline = std::chrono::steady_clock::now() + wait,
+                                .callback = callback});
 }

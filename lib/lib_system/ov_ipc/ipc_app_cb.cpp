@@ -75,16 +75,32 @@ void ipc_app_cb_destroy(IPC_APP_CB_T* cb) {
         ipcUnregisterService(owned->ipcHandle);
 }
 
+std::chrono::steady_clock::time_point ipc_sync_deadline(const IPC_APP_CB_T* cb) {
+    return std::chrono::steady_clock::now() +
+           std::chrono::seconds(cb->timeout == 0 ? IPC_DEFAULT_SYNC_TIMEOUT : cb->timeout);
+}
+
 int ipc_send_sync_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size, void* reply,
                       int reply_size) {
+    if (cb == nullptr)
+        return IPC_RC_FAILED;
+    return ipc_send_sync_msg_until(cb, sub, msg, size, reply, reply_size, ipc_sync_deadline(cb));
+}
+
+int ipc_send_sync_msg_until(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size, void* reply,
+                            int reply_size, std::chrono::steady_clock::time_point deadline) {
     if (!sendable(cb, msg, size) || reply == nullptr || reply_size < 0)
         return IPC_RC_FAILED;
     Frame request;
     Frame answer;
     request.fill(msg, size);
     count(cb->num_sync_send);
-    const int rc = ipcSyncSend_impl_sem(cb->ipcHandle, cb->serv_id, sub, request.msg(), size, answer.msg(),
-                                        IPC_MAX_MSG_SIZE, cb->timeout, cb->non_reply_callback);
+    const int rc = ipc_sync_send_until_sem(cb->ipcHandle, {cb->serv_id, sub},
+                                           {.msg = request.msg(),
+                                            .size = size,
+                                            .reply = {answer.msg(), size_t(IPC_MAX_MSG_SIZE)},
+                                            .deadline = deadline,
+                                            .callback = cb->non_reply_callback});
     if (rc < 0) {
         count(rc == IPC_RC_RTRNED_MSG_WAITING ? cb->num_sync_send_return : cb->num_sync_send_fail);
         return rc;
@@ -106,7 +122,7 @@ int ipc_send_async_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size
     };
     int rc = send();
     if (rc == IPC_RC_MSG_RTRNED) {
-        usleep(RETRY_PAUSE); // the receiver may be about to bind its name again
+        usleep(RETRY_PAUSE); // the receiver may be about to bind its name again, or to have room
         rc = send();
     }
     if (rc == IPC_RC_UNEXPECTED) // no way on with a broken socket
@@ -117,6 +133,24 @@ int ipc_send_async_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size
     } else if (rc < 0) {
         count(cb->num_async_send_fail);
     }
+    return rc;
+}
+
+int ipc_post_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size) {
+    if (!sendable(cb, msg, size))
+        return IPC_RC_FAILED;
+    Frame frame;
+    frame.fill(msg, size);
+    const int rc = ipcSend_impl_sem(cb->ipcHandle, cb->serv_id, sub, frame.msg(), size, nullptr);
+    if (rc == IPC_RC_UNEXPECTED)
+        exit_app("ipcSend", rc);
+    return rc;
+}
+
+int ipc_take_returned_msg(IPC_APP_CB_T* cb, ipc_header* header, std::span<uint8_t>* msg) {
+    const int rc = ipc_take_returned_sem(cb->ipcHandle, header, msg);
+    if (rc < 0 && rc != IPC_RC_NO_MESSAGE && rc != IPC_RC_RTRNED_MSG_WAITING)
+        exit_app("ipcReceive", rc);
     return rc;
 }
 

@@ -3,6 +3,10 @@
 // waits holds the others up).
 #pragma once
 
+#include <chrono>
+#include <cstdint>
+#include <span>
+
 #include "ipcApi.h"
 
 typedef struct ipc_app_cb {
@@ -36,6 +40,22 @@ void ipc_app_cb_destroy(IPC_APP_CB_T* cb);
 // older message has come back (the request was sent, its reply isn't awaited; take the returned message with
 // ipc_receive_nonblock), else as ipcSyncSend.
 int ipc_send_sync_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size, void* reply, int reply_size);
+
+// The same with a point in time in place of the block's timeout.
+int ipc_send_sync_msg_until(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size, void* reply,
+                            int reply_size, std::chrono::steady_clock::time_point deadline);
+// When a request that goes out now has had the block's timeout.
+std::chrono::steady_clock::time_point ipc_sync_deadline(const IPC_APP_CB_T* cb);
+
+// Sends a one-way message to (cb->serv_id, sub) and never waits. IPC_RC_MSG_RTRNED when it came back, for one
+// of the two reasons that ipcReturnedForRoom tells apart. IPC_RC_RTRNED_MSG_WAITING means sent, and that an
+// older message has come back and waits to be taken. IPC_RC_FAILED above 2048 bytes. Ends the process with
+// status 1 on IPC_RC_UNEXPECTED.
+int ipc_post_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size);
+// Takes a one-way message of this block that has come back, without waiting: its length, with *msg cut to the
+// bytes of it that came (TIPC brings 1024 with the header). IPC_RC_NO_MESSAGE; IPC_RC_RTRNED_MSG_WAITING when
+// a request stands in front, which the next send reports. Ends the process on any other result.
+int ipc_take_returned_msg(IPC_APP_CB_T* cb, ipc_header* header, std::span<uint8_t>* msg);
 
 // Sends a one-way message to (cb->serv_id, sub). A message that comes back is tried once more after a
 // millisecond. IPC_RC_RTRNED_MSG_WAITING means sent, and that an older message had come back: it has been

@@ -84,8 +84,6 @@ int wi_ipc_register(uint32_t serv_id, uint32_t sub_id, wi_ipc_register_result_st
 void wi_ipc_unregister(wi_ipc_register_result_st& reg) {
     for (int* sock : {&reg.rcv_sock, &reg.snd_sock, &reg.returned_rd, &reg.returned_wr})
         close_socket(*sock);
-    for (auto& receiver : reg.stalled)
-        receiver = 0;
     reg.given_back = 0;
     reg.carrier = nullptr;
 }
@@ -124,26 +122,47 @@ unsigned wi_ipc_wait(const wi_ipc_register_result_st& reg,
     }
 }
 
-wi_ipc_received wi_ipc_receive_from(int sock, const wi_ipc_frame_buffer& buffer, int flags) {
-    iovec parts[] = {{buffer.header.data(), buffer.header.size()},
-                     {buffer.message.data(), buffer.message.size()}};
-    const size_t room = buffer.header.size() + buffer.message.size();
-    const bool in_one = buffer.header.data() + buffer.header.size() == buffer.message.data();
-    if (in_one)
-        parts[0].iov_len = room;
+namespace {
+
+wi_ipc_received receive_parts(int sock, std::span<iovec> parts, int flags) {
     msghdr msg = {};
-    msg.msg_iov = parts;
-    msg.msg_iovlen = in_one ? 1 : std::size(parts);
+    msg.msg_iov = parts.data();
+    msg.msg_iovlen = parts.size();
     ssize_t length;
     do
-        length = recvmsg(sock, &msg, flags | MSG_TRUNC);
+        length = recvmsg(sock, &msg, flags);
     while (length < 0 && errno == EINTR && (flags & MSG_DONTWAIT) != 0);
     if (length < 0)
         return {errno == EINTR ? EAGAIN : errno, 0};
-    // TIPC doesn't tell by how much a message was too long.
-    if ((msg.msg_flags & MSG_TRUNC) != 0 && size_t(length) <= room)
-        return {0, room + 1};
-    return {0, size_t(length)};
+    // TIPC doesn't tell by how much a message was too long, so nobody is told.
+    return {0, size_t(length) + ((msg.msg_flags & MSG_TRUNC) != 0 ? 1 : 0)};
+}
+
+iovec part_of(std::span<uint8_t> bytes) {
+    return {bytes.data(), bytes.size()};
+}
+
+// A frame that was given back stands behind one byte, which says why.
+wi_ipc_received take_given_back(const wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer,
+                                bool peek) {
+    uint8_t why = WI_IPC_GONE;
+    iovec parts[] = {{&why, 1}, part_of(buffer.header), part_of(buffer.message)};
+    wi_ipc_received got = receive_parts(reg.returned_rd, parts, MSG_DONTWAIT | (peek ? MSG_PEEK : 0));
+    if (got.error == 0) {
+        got.length--;
+        got.why = wi_ipc_why(why);
+    }
+    return got;
+}
+
+} // namespace
+
+wi_ipc_received wi_ipc_receive_from(int sock, const wi_ipc_frame_buffer& buffer, int flags) {
+    iovec parts[] = {part_of(buffer.header), part_of(buffer.message)};
+    const bool in_one = buffer.header.data() + buffer.header.size() == buffer.message.data();
+    if (in_one)
+        parts[0].iov_len += parts[1].iov_len;
+    return receive_parts(sock, std::span(parts).first(in_one ? 1 : 2), flags);
 }
 
 wi_ipc_received wi_ipc_receive(const wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer) {
@@ -161,16 +180,19 @@ wi_ipc_received wi_ipc_take_returned(wi_ipc_register_result_st& reg, const wi_ip
         return from_kernel;
     if (reg.given_back == 0)
         return from_kernel;
-    const wi_ipc_received given_back =
-        wi_ipc_receive_from(reg.returned_rd, buffer, MSG_DONTWAIT | (peek ? MSG_PEEK : 0));
+    const wi_ipc_received given_back = take_given_back(reg, buffer, peek);
     if (given_back.error == 0 && !peek)
         reg.given_back--;
     return given_back;
 }
 
-void wi_ipc_give_back(wi_ipc_register_result_st& reg, std::span<const uint8_t> frame) {
+void wi_ipc_give_back(wi_ipc_register_result_st& reg, std::span<const uint8_t> frame, wi_ipc_why why) {
     reg.given_back++; // first, so that who finds the frame finds it counted
-    if (send(reg.returned_wr, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0)
+    iovec parts[] = {{&why, 1}, {const_cast<uint8_t*>(frame.data()), frame.size()}};
+    msghdr msg = {};
+    msg.msg_iov = parts;
+    msg.msg_iovlen = std::size(parts);
+    if (sendmsg(reg.returned_wr, &msg, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0)
         return;
     reg.given_back--;
     OV_LOG_WARN("IPC", "A returned message is dropped: %s", strerror(errno));

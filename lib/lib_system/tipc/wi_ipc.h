@@ -5,6 +5,17 @@
 // The environment variable OV_IPC_CARRIER chooses; unset means tipc, or unix with one notice in the log when
 // the kernel has no TIPC. One frame is one datagram and the same bytes on both.
 //
+// What goes wrong goes wrong alike on both, as the kernel's TIPC has it, as far as Unix datagrams allow:
+//
+//                                          tipc                        unix
+//   nobody has the name                    back at once                back at once
+//   its receiver has no room               back, at once or later      back at once
+//   its receiver dies with it unread       back, later                 lost
+//   longer than the reader's buffer        cut                         cut
+//   a name that is bound                   can be bound again          EADDRINUSE
+//
+// A send never waits.
+//
 // Nothing here allocates memory. A registration's send and receive sides may be used by different threads.
 #pragma once
 
@@ -39,10 +50,6 @@ struct wi_ipc_register_result_st {
     int returned_rd = -1;
     int returned_wr = -1;
     std::atomic<uint32_t> given_back = 0; // frames in there; saves a system call for each send
-
-    // Receivers that let a send wait in vain, by the low bits of their instance: sends to them don't wait
-    // again until one gets through. 0 for none. The unix carrier's.
-    std::array<std::atomic<uint64_t>, 32> stalled = {};
 };
 
 // Where a frame goes that is received: the header apart from the message. A message that stands right behind
@@ -52,10 +59,17 @@ struct wi_ipc_frame_buffer {
     std::span<uint8_t> message;
 };
 
+// Why a frame came back.
+enum wi_ipc_why : uint8_t {
+    WI_IPC_GONE,    // nobody has the name, or who had it died with the frame unread
+    WI_IPC_NO_ROOM, // its receiver is there, but has no room: it is worth trying again
+};
+
 // What became of a receive call.
 struct wi_ipc_received {
-    int error;     // 0 or an errno; EAGAIN for nothing there
-    size_t length; // bytes of the frame, which may be more than the buffers hold
+    int error;                    // 0 or an errno; EAGAIN for nothing there
+    size_t length;                // bytes of the frame; one more than the buffers hold for one that was cut
+    wi_ipc_why why = WI_IPC_GONE; // of a frame that came back
 };
 
 // What differs between the carriers. All functions give 0 or an errno.
@@ -67,7 +81,8 @@ public:
     virtual int open_sockets(const wi_ipc_name& own, wi_ipc_register_result_st& reg) const = 0;
     // Importance, buffer sizes, and that undeliverable messages come back.
     virtual int set_options(const wi_ipc_register_result_st& reg) const = 0;
-    // One datagram to a name. A name that nobody has is success, and the frame is at the send side.
+    // One datagram to a name, without waiting. A name that nobody has, or whose receiver has no room, is
+    // success, and the frame is at the send side, then or later.
     virtual int send(wi_ipc_register_result_st& reg, const wi_ipc_name& to,
                      std::span<const uint8_t> frame) const = 0;
     // One datagram to each instance from low to high that is bound.
@@ -76,6 +91,9 @@ public:
     // A returned frame that the kernel brought to the send socket. peek leaves it there.
     virtual wi_ipc_received take_returned(const wi_ipc_register_result_st& reg,
                                           const wi_ipc_frame_buffer& buffer, bool peek) const = 0;
+    // A descriptor that polls writable once whoever has the name has room, or has gone; the caller closes it.
+    // -1 where only another try can tell, or there is none.
+    virtual int watch_room(const wi_ipc_name& to) const = 0;
     // Frames that wait at rcv_sock.
     virtual int queue_depth(const wi_ipc_register_result_st& reg, uint32_t& depth) const = 0;
 };
@@ -87,8 +105,9 @@ bool wi_ipc_have_tipc();
 // The carrier by OV_IPC_CARRIER; null with a line in the log for a value that is neither.
 const WiIpcCarrier* wi_ipc_choose_carrier();
 
-// Opens the sockets of a name into an empty registration. 0 or an errno (EADDRINUSE: the name is bound;
-// EAFNOSUPPORT: no TIPC; EINVAL: no such carrier); on failure nothing stays open.
+// Opens the sockets of a name into an empty registration. 0 or an errno (EADDRINUSE: the name is bound, which
+// only the unix carrier refuses; EAFNOSUPPORT: no TIPC; EINVAL: no such carrier); on failure nothing stays
+// open.
 int wi_ipc_register(uint32_t serv_id, uint32_t sub_id, wi_ipc_register_result_st& reg);
 // Closes what is open.
 void wi_ipc_unregister(wi_ipc_register_result_st& reg);
@@ -118,7 +137,8 @@ wi_ipc_received wi_ipc_take_returned(wi_ipc_register_result_st& reg, const wi_ip
 
 // Puts a frame at the send side as returned. When too many wait there already it is dropped with a line in
 // the log.
-void wi_ipc_give_back(wi_ipc_register_result_st& reg, std::span<const uint8_t> frame);
+void wi_ipc_give_back(wi_ipc_register_result_st& reg, std::span<const uint8_t> frame,
+                      wi_ipc_why why = WI_IPC_GONE);
 
 // Receives one datagram of a socket; flags as for recvmsg, MSG_DONTWAIT or the socket's own limit bounds the
 // wait.

@@ -64,17 +64,27 @@ int send_to(wi_ipc_register_result_st& reg, const sockaddr_tipc& to, std::span<c
     // A name that no node has is refused on the spot instead of coming back.
     if (errno != EHOSTUNREACH)
         return errno;
-    wi_ipc_give_back(reg, frame);
+    wi_ipc_give_back(reg, frame, WI_IPC_GONE);
     return 0;
 }
 
-// Copies a frame to where a received one goes.
-wi_ipc_received deliver(std::span<const uint8_t> frame, const wi_ipc_frame_buffer& buffer) {
+// Copies a frame that came back to where a received one goes.
+wi_ipc_received deliver(const wi_ipc_tipc_return& returned, const wi_ipc_frame_buffer& buffer) {
+    const std::span<const uint8_t> frame = returned.frame;
     const size_t head = std::min(frame.size(), buffer.header.size());
     std::copy_n(frame.begin(), head, buffer.header.begin());
     const auto rest = frame.subspan(head);
     std::copy_n(rest.begin(), std::min(rest.size(), buffer.message.size()), buffer.message.begin());
-    return {0, frame.size()};
+    const size_t room = buffer.header.size() + buffer.message.size();
+    return {0, std::min(frame.size(), room + 1), returned.why};
+}
+
+// The error stands in front of the length of what came back.
+wi_ipc_why why_of(std::span<const uint8_t> error_info) {
+    uint32_t error = TIPC_OK;
+    if (error_info.size() >= sizeof(error))
+        std::memcpy(&error, error_info.data(), sizeof(error));
+    return error == TIPC_ERR_OVERLOAD ? WI_IPC_NO_ROOM : WI_IPC_GONE;
 }
 
 class TipcCarrier final : public WiIpcCarrier {
@@ -130,14 +140,17 @@ public:
         while (length < 0 && errno == EINTR);
         if (length < 0)
             return {errno, 0};
-        const auto frame = wi_ipc_tipc_returned(msg, std::span(body.data(), size_t(length)));
-        if (frame)
-            return deliver(*frame, buffer);
+        const auto returned = wi_ipc_tipc_returned(msg, std::span(body.data(), size_t(length)));
+        if (returned)
+            return deliver(*returned, buffer);
         // The send socket has no name, so this is no message of a peer. Away with it.
         if (peek)
             recvmsg(reg.snd_sock, &msg, MSG_DONTWAIT);
         return {EAGAIN, 0};
     }
+
+    // The receiver's room is on another node, perhaps; only a message that doesn't come back tells.
+    int watch_room(const wi_ipc_name& /*to*/) const override { return -1; }
 
     int queue_depth(const wi_ipc_register_result_st& reg, uint32_t& depth) const override {
         socklen_t size = sizeof(depth);
@@ -147,10 +160,10 @@ public:
 
 } // namespace
 
-std::optional<std::span<const uint8_t>> wi_ipc_tipc_returned(const msghdr& received,
-                                                             std::span<const uint8_t> body) {
+std::optional<wi_ipc_tipc_return> wi_ipc_tipc_returned(const msghdr& received,
+                                                       std::span<const uint8_t> body) {
     bool returned = false;
-    std::span<const uint8_t> data = body;
+    wi_ipc_tipc_return found = {body, WI_IPC_GONE};
     msghdr msg = received; // CMSG_NXTHDR wants it writable
     for (cmsghdr* item = CMSG_FIRSTHDR(&msg); item != nullptr; item = CMSG_NXTHDR(&msg, item)) {
         const auto* end = static_cast<const uint8_t*>(msg.msg_control) + msg.msg_controllen;
@@ -159,14 +172,17 @@ std::optional<std::span<const uint8_t>> wi_ipc_tipc_returned(const msghdr& recei
             break;
         if (item->cmsg_level != SOL_TIPC)
             continue;
-        if (item->cmsg_type == TIPC_ERRINFO)
+        const std::span data(value, item->cmsg_len - CMSG_LEN(0));
+        if (item->cmsg_type == TIPC_ERRINFO) {
             returned = true;
-        else if (item->cmsg_type == TIPC_RETDATA)
-            data = {value, item->cmsg_len - CMSG_LEN(0)};
+            found.why = why_of(data);
+        } else if (item->cmsg_type == TIPC_RETDATA) {
+            found.frame = data;
+        }
     }
     if (!returned)
         return std::nullopt;
-    return data;
+    return found;
 }
 
 bool wi_ipc_have_tipc() {

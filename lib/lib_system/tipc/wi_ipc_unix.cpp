@@ -3,10 +3,10 @@
 // A receive socket is bound to the abstract name "ov_ipc/<type>/<instance>", in decimal and without a
 // terminator; the send socket is unbound.
 //
-// Flow control: the kernel lets only a few datagrams wait at a Unix socket (net.unix.max_dgram_qlen, 10 by
-// default), where TIPC queues hundreds of kilobytes. So a send to a full receiver waits for it, up to
-// SEND_WAIT, before it reports EAGAIN. A receiver that let it wait in vain isn't waited for again until a
-// send gets through: a dead agent costs one wait, not one for each message.
+// The kernel lets only a few datagrams wait at a Unix socket (net.unix.max_dgram_qlen, 10 by default), where
+// TIPC queues hundreds of kilobytes. A send to a full receiver comes back at once, as TIPC brings a message
+// of an overloaded receiver back; when there is room again is told by a socket that is connected to the name
+// (watch_room). What a receiver that dies leaves unread is lost: the kernel drops it without a word.
 #include "wi_ipc.h"
 
 #include <algorithm>
@@ -16,14 +16,14 @@
 
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <sys/un.h>
+
+#include <unistd.h>
 
 #include <linux/sockios.h>
 
 namespace {
 
-constexpr timeval SEND_WAIT = {1, 0};
 // A multicast asks name by name; a wider range is refused.
 constexpr uint32_t MCAST_MAX_RANGE = 4096;
 
@@ -49,27 +49,14 @@ bool nobody_there(int error) {
     return error == ECONNREFUSED || error == ENOENT;
 }
 
-int send_once(int sock, const Address& to, std::span<const uint8_t> frame, int flags) {
-    ssize_t sent;
-    do
-        sent = sendto(sock, frame.data(), frame.size(), flags | MSG_NOSIGNAL, to.get(), to.length);
-    while (sent < 0 && errno == EINTR);
-    return sent < 0 ? errno : 0;
-}
-
-int send_with_flow_control(wi_ipc_register_result_st& reg, const wi_ipc_name& to,
-                           std::span<const uint8_t> frame) {
+int send_once(int sock, const Address& to, std::span<const uint8_t> frame) {
     if (frame.size() > WI_IPC_MAX_FRAME)
         return EMSGSIZE;
-    std::atomic<uint64_t>& stalled = reg.stalled[to.instance % reg.stalled.size()];
-    const uint64_t key = uint64_t(to.type) << 32 | to.instance;
-    const bool was_stalled = stalled.load(std::memory_order_relaxed) == key;
-    const int error = send_once(reg.snd_sock, Address(to), frame, was_stalled ? MSG_DONTWAIT : 0);
-    if (error == EAGAIN)
-        stalled.store(key, std::memory_order_relaxed);
-    else if (was_stalled)
-        stalled.store(0, std::memory_order_relaxed);
-    return error;
+    ssize_t sent;
+    do
+        sent = sendto(sock, frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL, to.get(), to.length);
+    while (sent < 0 && errno == EINTR);
+    return sent < 0 ? errno : 0;
 }
 
 class UnixCarrier final : public WiIpcCarrier {
@@ -86,18 +73,16 @@ public:
     }
 
     int set_options(const wi_ipc_register_result_st& reg) const override {
-        if (setsockopt(reg.snd_sock, SOL_SOCKET, SO_SNDTIMEO, &SEND_WAIT, sizeof(SEND_WAIT)) != 0)
-            return errno;
         const int error = wi_ipc_set_buffers(reg.rcv_sock);
         return error != 0 ? error : wi_ipc_set_buffers(reg.snd_sock);
     }
 
     int send(wi_ipc_register_result_st& reg, const wi_ipc_name& to,
              std::span<const uint8_t> frame) const override {
-        const int error = send_with_flow_control(reg, to, frame);
-        if (!nobody_there(error))
+        const int error = send_once(reg.snd_sock, Address(to), frame);
+        if (error != EAGAIN && !nobody_there(error))
             return error;
-        wi_ipc_give_back(reg, frame);
+        wi_ipc_give_back(reg, frame, error == EAGAIN ? WI_IPC_NO_ROOM : WI_IPC_GONE);
         return 0;
     }
 
@@ -107,17 +92,29 @@ public:
         if (high < low || high - low >= MCAST_MAX_RANGE)
             return EINVAL;
         bool delivered = false;
+        wi_ipc_why why = WI_IPC_GONE;
         int failed = 0;
         for (uint64_t instance = low; instance <= high; instance++) {
-            const int error = send_with_flow_control(reg, {type, uint32_t(instance)}, frame);
+            const int error = send_once(reg.snd_sock, Address({type, uint32_t(instance)}), frame);
             if (error == 0)
                 delivered = true;
+            else if (error == EAGAIN)
+                why = WI_IPC_NO_ROOM;
             else if (!nobody_there(error))
                 failed = error;
         }
         if (!delivered && failed == 0)
-            wi_ipc_give_back(reg, frame);
+            wi_ipc_give_back(reg, frame, why);
         return failed;
+    }
+
+    int watch_room(const wi_ipc_name& to) const override {
+        const int sock = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        const Address address(to);
+        if (sock < 0 || connect(sock, address.get(), address.length) == 0)
+            return sock;
+        close(sock);
+        return -1;
     }
 
     // Nothing can arrive at an unbound socket.

@@ -20,6 +20,7 @@
 #include <thread>
 #include <vector>
 
+#include "hal_outbox.h"
 #include "hal_slot.h"
 #include "hal_sock.h"
 #include "ov_hal_gpon_msg.h"
@@ -60,6 +61,13 @@ void set_slot(unsigned slot, bool up) {
     std::cout << "ok" << std::endl;
 }
 
+// This program has no loop that would send what a card has no room for yet.
+void send_what_waits() {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    for (unsigned slot = 1; slot <= OV_SLOT_MAX; slot++)
+        hal_outbox_drain(slot, deadline);
+}
+
 void send_one(std::istringstream& words) {
     int type = 0;
     int action = 0;
@@ -70,6 +78,7 @@ void send_one(std::istringstream& words) {
     Bytes record = from_hex(hex, record_size(type));
     const int result =
         ov_hal_gpon_msg_send(type, static_cast<ov_hal_gpon_msg_action_t>(action), record.data(), mask, reply);
+    send_what_waits();
     std::cout << result << ' ' << to_hex(record.data(), record.size()) << std::endl;
 }
 
@@ -88,6 +97,7 @@ void send_many(std::istringstream& words) {
         failures += ov_hal_gpon_msg_send(type, static_cast<ov_hal_gpon_msg_action_t>(action), record.data(),
                                          mask, 0) != 0;
     }
+    send_what_waits();
     std::cout << failures << std::endl;
 }
 

@@ -7,10 +7,10 @@
 #include <cstring>
 
 #include "../support/hal_chassis.h"
+#include "hal_outbox.h"
 #include "ipcImpl.h"
 #include "ov_types.h"
 
-using testing::AllOf;
 using testing::Contains;
 using testing::ContainsRegex;
 using testing::Each;
@@ -19,7 +19,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
-using testing::StartsWith;
 using wire::Bytes;
 
 namespace {
@@ -449,8 +448,11 @@ TEST(HalSend, OneWayMessageThatCannotBeSentIsLoggedOnly) {
         HalChassis::activate(3);
         hal_msg_t msg = test_message(TYPE, 3, 84);
         EXPECT_EQ(hal_send_async(&msg.hdr), 0u);
-        EXPECT_THAT(chassis.log.lines(), Contains(AllOf(StartsWith("Send async message Num["),
-                                                        HasSubstr("-4:IPC_RC_MSG_RTRNED"))));
+        ASSERT_TRUE(loop_until([] { return hal_outbox_messages(3) == 0; })); // it is tried once more
+        EXPECT_THAT(
+            chassis.log.lines(),
+            Contains("Send async message Num[1] nhtype[908] length [100] to [10103] fail. TIPC return "
+                     "code: -4:IPC_RC_MSG_RTRNED. Total failed count 1"));
     });
 }
 
@@ -527,27 +529,10 @@ TEST(HalSend, BurstToACardThatReadsSlowlyLosesNothing) {
             msg.buf[1] = uint8_t(n);
             ASSERT_EQ(hal_send_async(&msg.hdr), 0u);
         }
-        const std::vector<Bytes> seen = card.wait_for(count);
-        ASSERT_THAT(seen, SizeIs(count));
+        ASSERT_TRUE(loop_until([&card] { return card.count() == count; }));
+        const std::vector<Bytes> seen = card.seen();
         for (uint32_t n = 0; n < count; n++)
             ASSERT_EQ(wire::get16(seen[n], wire::PAYLOAD), n);
-    });
-}
-
-TEST(HalSend, CardThatHangsHoldsABurstUpOnce) {
-    hal_chassis::run([](HalChassis& chassis) {
-        const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0); // bound and never read
-        const wire::Address name(101, 10103);
-        ASSERT_EQ(bind(fd, name.get(), name.len), 0);
-        HalChassis::activate(3);
-        const auto began = std::chrono::steady_clock::now();
-        hal_msg_t msg = test_message(TYPE, 3, 1000);
-        for (int n = 0; n < 2000; n++)
-            ASSERT_EQ(hal_send_async(&msg.hdr), 0u);
-        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
-        EXPECT_LT(took.count(), 60); // each would wait
-        EXPECT_THAT(chassis.log.lines(), Contains(HasSubstr("-3:IPC_RC_SND_BUFF_FULL")));
-        close(fd);
     });
 }
 

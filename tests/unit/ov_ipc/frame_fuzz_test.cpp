@@ -58,8 +58,8 @@ TEST(IpcFuzz, TheReceiverSortsOrDropsAnyFrame) {
             peer.send(111, 11101, bytes);
             const int rc = _ov_ipc_recv_message(&state, &msg);
             const bool is_message = bytes.size() >= size_t(IPC_HDR_SIZE) && word(bytes, 0) == 0xface01bc;
-            ASSERT_EQ(rc, is_message ? int(bytes.size()) - IPC_HDR_SIZE : int(IPC_RC_NO_MESSAGE))
-                << "round " << round;
+            const int length = std::min(int(bytes.size()) - IPC_HDR_SIZE, IPC_MAX_MSG_SIZE + 1);
+            ASSERT_EQ(rc, is_message ? length : int(IPC_RC_NO_MESSAGE)) << "round " << round;
             for (const ov_msg_queue_t queue : queues)
                 ASSERT_TRUE(drained(queue, taken)) << "round " << round;
             LogCapture::clear();
@@ -102,5 +102,44 @@ TEST(IpcFuzz, AReplyIsFoundBehindAnyFrames) {
             ASSERT_EQ(std::string(reply.data() + IPC_HDR_SIZE, 5), "right");
         }
         card.join();
+    });
+}
+
+// Messages that come back may be cut, and their heads say what they like.
+TEST(IpcFuzz, WhatComesBackIsTakenWithinItsBytesAndARequestIsLeft) {
+    in_private_network([] {
+        const LogCapture log;
+        IPC_APP_CB_T* cb = ipc_app_cb_init(101, 11101, 0, nullptr);
+        ASSERT_NE(cb, nullptr);
+        IPC_service_reg_st& reg = IPC_service_reg_data.at(size_t(cb->ipcHandle));
+        Dice dice(8);
+        int taken = 0;
+        int left = 0;
+        for (int round = 0; round < 5000; round++) {
+            const Bytes bytes = any_frame(dice);
+            const bool for_room = dice.one_in(2);
+            wi_ipc_give_back(reg.sockets, bytes, for_room ? WI_IPC_NO_ROOM : WI_IPC_GONE);
+            Bytes room(dice.below(400));
+            std::span<uint8_t> msg(room);
+            ipc_header header;
+            const int rc = ipc_take_returned_msg(cb, &header, &msg);
+            if (rc == IPC_RC_RTRNED_MSG_WAITING) {
+                left++;
+                ASSERT_EQ(word(bytes, 8), uint32_t(IPC_REQUEST));
+                const Message got = receive_on(cb->ipcHandle);
+                ASSERT_TRUE(got.returned == 1 || got.rc == IPC_RC_NO_MESSAGE);
+            } else if (rc >= 0) {
+                taken++;
+                ASSERT_EQ(ipcReturnedForRoom(cb->ipcHandle), for_room);
+                const size_t came = bytes.size() - IPC_HDR_SIZE;
+                ASSERT_EQ(msg.size(), std::min(came, room.size())) << "round " << round;
+                ASSERT_TRUE(std::equal(msg.begin(), msg.end(), bytes.begin() + IPC_HDR_SIZE));
+            }
+            ASSERT_EQ(reg.sockets.given_back, 0u) << "round " << round;
+            LogCapture::clear();
+        }
+        EXPECT_GT(taken, 500);
+        EXPECT_GT(left, 100);
+        ipc_app_cb_destroy(cb);
     });
 }

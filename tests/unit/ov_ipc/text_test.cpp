@@ -105,18 +105,33 @@ TEST(TipcReturned, IsTheDataBesideTheError) {
     Control control;
     control.add(SOL_TIPC, TIPC_ERRINFO, Bytes(8));
     control.add(SOL_TIPC, TIPC_RETDATA, bytes_of("the message"));
-    const auto frame = wi_ipc_tipc_returned(control.msg(), {});
-    ASSERT_TRUE(frame);
-    EXPECT_EQ(Bytes(frame->begin(), frame->end()), bytes_of("the message"));
+    const auto returned = wi_ipc_tipc_returned(control.msg(), {});
+    ASSERT_TRUE(returned);
+    EXPECT_EQ(Bytes(returned->frame.begin(), returned->frame.end()), bytes_of("the message"));
+}
+
+TEST(TipcReturned, OnlyAnOverloadedReceiverIsWorthAnotherTry) {
+    for (const uint32_t error : {TIPC_ERR_NO_NAME, TIPC_ERR_NO_PORT, TIPC_ERR_NO_NODE, TIPC_ERR_OVERLOAD}) {
+        const uint32_t info[] = {error, 11}; // in the host's byte order
+        const auto* bytes = reinterpret_cast<const uint8_t*>(info);
+        Control control;
+        control.add(SOL_TIPC, TIPC_ERRINFO, Bytes(bytes, bytes + sizeof(info)));
+        const auto returned = wi_ipc_tipc_returned(control.msg(), {});
+        ASSERT_TRUE(returned);
+        EXPECT_EQ(returned->why, error == TIPC_ERR_OVERLOAD ? WI_IPC_NO_ROOM : WI_IPC_GONE) << error;
+    }
+    Control shorter;
+    shorter.add(SOL_TIPC, TIPC_ERRINFO, Bytes(3));
+    EXPECT_EQ(wi_ipc_tipc_returned(shorter.msg(), {})->why, WI_IPC_GONE);
 }
 
 TEST(TipcReturned, WithoutReturnedDataIsTheBody) {
     Control control;
     control.add(SOL_TIPC, TIPC_ERRINFO, Bytes(8));
     const Bytes body = bytes_of("body");
-    const auto frame = wi_ipc_tipc_returned(control.msg(), body);
-    ASSERT_TRUE(frame);
-    EXPECT_EQ(Bytes(frame->begin(), frame->end()), body);
+    const auto returned = wi_ipc_tipc_returned(control.msg(), body);
+    ASSERT_TRUE(returned);
+    EXPECT_EQ(Bytes(returned->frame.begin(), returned->frame.end()), body);
 }
 
 TEST(TipcReturned, OrdinaryAndCutOffAncillaryDataAreNone) {

@@ -122,9 +122,15 @@ public:
         const std::lock_guard lock(mutex_);
         return seen_;
     }
+    size_t count() const {
+        const std::lock_guard lock(mutex_);
+        return seen_.size();
+    }
+    // Leaves what comes unread, or reads on.
+    void stop_reading(bool stop) { stopped_ = stop; }
     // Waits for so many messages in all, twenty seconds at most.
     std::vector<Bytes> wait_for(size_t count) const {
-        for (int n = 0; n < 20000 && seen().size() < count; n++)
+        for (int n = 0; n < 20000 && this->count() < count; n++)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return seen();
     }
@@ -150,8 +156,8 @@ public:
 private:
     void serve() {
         while (!stop_) {
-            pollfd p = {.fd = fd_, .events = POLLIN, .revents = 0};
-            if (poll(&p, 1, 10) <= 0)
+            pollfd p = {.fd = fd_, .events = short(stopped_ ? 0 : POLLIN), .revents = 0};
+            if (poll(&p, 1, stopped_ ? 1 : 10) <= 0)
                 continue;
             Bytes request(4096);
             const ssize_t got = recv(fd_, request.data(), request.size(), 0);
@@ -175,5 +181,6 @@ private:
     std::vector<Bytes> seen_;
     int fd_ = -1;
     std::atomic<bool> stop_ = false;
+    std::atomic<bool> stopped_ = false;
     std::thread thread_;
 };

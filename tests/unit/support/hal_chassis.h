@@ -86,6 +86,23 @@ inline void run(const std::function<void(HalChassis&)>& body) {
 
 } // namespace hal_chassis
 
+// frr_run_until for what happens outside the loop: looks every few milliseconds, whether or not there are
+// events.
+template <typename Done>
+bool loop_until(Done done) {
+    struct Tick {
+        static void again(struct thread* thread) {
+            auto** tick = static_cast<struct thread**>(THREAD_ARG(thread));
+            thread_add_timer_msec(frr_master(), again, tick, 2, tick);
+        }
+    };
+    struct thread* tick = nullptr;
+    thread_add_timer_msec(frr_master(), Tick::again, &tick, 2, &tick);
+    const bool in_time = frr_run_until(done);
+    thread_cancel(&tick);
+    return in_time;
+}
+
 // A message to a slot whose payload counts up from `first`.
 inline hal_msg_t test_message(uint16_t type, uint32_t slot, uint32_t payload, uint8_t first = 0) {
     hal_msg_t msg = {};

@@ -38,6 +38,9 @@ struct Socket {
 std::recursive_mutex g_guard;
 bool g_active = false;
 std::array<std::optional<Socket>, 1024> g_sockets; // by descriptor
+bool g_hold_returns = false;
+std::vector<Message> g_held; // messages on their way back
+size_t g_turn = 0;           // of those who have the same name
 int g_send_error = 0;
 int g_topology_error = 0;
 std::vector<int> g_topology;
@@ -51,6 +54,11 @@ Socket* find(int fd) {
     return g_active && fd >= 0 && size_t(fd) < g_sockets.size() && g_sockets[size_t(fd)]
                ? &*g_sockets[size_t(fd)]
                : nullptr;
+}
+
+bool is_ours(int fd) {
+    const std::lock_guard lock(g_guard);
+    return find(fd) != nullptr;
 }
 
 int fail(int error) {
@@ -74,9 +82,12 @@ void give_back(const Message& message, uint32_t error) {
     Socket* sender = find(message.sender);
     if (sender == nullptr || message.error != TIPC_OK || sender->told.dest_droppable != 0)
         return;
-    Bytes start = message.bytes;
-    start.resize(std::min(start.size(), RETURNED_MAX));
-    enqueue(*sender, {.bytes = std::move(start), .error = error});
+    Message back = {.bytes = message.bytes, .error = error, .sender = message.sender};
+    back.bytes.resize(std::min(back.bytes.size(), RETURNED_MAX));
+    if (g_hold_returns)
+        g_held.push_back(std::move(back));
+    else
+        enqueue(*sender, std::move(back));
 }
 
 void deliver(Socket& to, const Message& message) {
@@ -151,9 +162,29 @@ int open_socket(int type) {
 
 namespace fake_tipc {
 
+void enter() {
+    g_active = true;
+}
+
+void hold_returns() {
+    const std::lock_guard lock(g_guard);
+    g_hold_returns = true;
+}
+
+void release_returns(bool backwards) {
+    const std::lock_guard lock(g_guard);
+    g_hold_returns = false;
+    std::vector<Message> held = std::exchange(g_held, {});
+    if (backwards)
+        std::reverse(held.begin(), held.end());
+    for (Message& message : held)
+        if (Socket* sender = find(message.sender))
+            enqueue(*sender, std::move(message));
+}
+
 void run(const std::function<void()>& body) {
     private_net::run([&] {
-        g_active = true;
+        enter();
         const ScopedEnv carrier("OV_IPC_CARRIER", "tipc");
         body();
     });
@@ -298,9 +329,9 @@ int getsockopt(int fd, int level, int option, void* value, socklen_t* length) no
 ssize_t sendto(int fd, const void* data, size_t size, int flags, const sockaddr* address, socklen_t length) {
     static auto* const next =
         real<ssize_t(int, const void*, size_t, int, const sockaddr*, socklen_t)>("sendto");
-    const std::lock_guard lock(g_guard);
-    if (find(fd) == nullptr || address == nullptr)
+    if (!is_ours(fd) || address == nullptr) // which may wait: without the lock
         return next(fd, data, size, flags, address, length);
+    const std::lock_guard lock(g_guard);
     if (g_send_error != 0)
         return fail(std::exchange(g_send_error, 0));
     const sockaddr_tipc* to = address_of(address, length);
@@ -316,7 +347,7 @@ ssize_t sendto(int fd, const void* data, size_t size, int flags, const sockaddr*
     if (receivers.empty())
         return fail(EHOSTUNREACH);
     if (to->addrtype == TIPC_SERVICE_ADDR)
-        receivers.resize(1);
+        receivers = {receivers[g_turn++ % receivers.size()]};
     const auto* bytes = static_cast<const uint8_t*>(data);
     for (Socket* receiver : receivers)
         deliver(*receiver, {Bytes(bytes, bytes + size), TIPC_OK, fd});
@@ -325,11 +356,11 @@ ssize_t sendto(int fd, const void* data, size_t size, int flags, const sockaddr*
 
 ssize_t recvmsg(int fd, msghdr* msg, int flags) {
     static auto* const next = real<ssize_t(int, msghdr*, int)>("recvmsg");
+    if (!is_ours(fd))
+        return next(fd, msg, flags);
     {
         const std::lock_guard lock(g_guard);
         const Socket* socket = find(fd);
-        if (socket == nullptr)
-            return next(fd, msg, flags);
         if (socket->broken != 0)
             return fail(socket->broken);
     }

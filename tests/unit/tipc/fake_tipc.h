@@ -2,9 +2,10 @@
 // kernel does and leave every other family to the C library. One node, one process.
 //
 // Each socket's descriptor is real and readable when a message waits, so poll and receive time limits work.
-// What is played: names bound and looked up, one message to a name or a range, no route to a name that nobody
-// has, the limit of a message's length, the queue depth, returned messages (their error and their first 1024
-// bytes as ancillary data, no body) when a receiver's queue is full or it closes with messages unread, and
+// What is played: names bound, by several who then take turns, and looked up, one message to a name or a
+// range, no route to a name that nobody has, the limit of a message's length, the queue depth, returned
+// messages (their error and their first 1024 bytes as ancillary data, no body) when a receiver's queue is
+// full or it closes with messages unread, at once or a while later, messages cut to the reader's buffer, and
 // the topology service's connections.
 #pragma once
 
@@ -21,6 +22,8 @@ using Bytes = std::vector<uint8_t>;
 
 // Runs the body in a process of its own on such a kernel, with the carrier "tipc" chosen.
 void run(const std::function<void()>& body);
+// Makes this process one on such a kernel; for a body that has one of its own already.
+void enter();
 
 // Messages that a receiver's queue takes before it is overloaded.
 inline constexpr size_t QUEUE_LIMIT = 100;
@@ -38,6 +41,11 @@ Told told(int sock);
 
 // Messages that wait for whoever has a name; 0 for nobody.
 uint32_t waiting(uint32_t type, uint32_t instance);
+
+// From now on messages come back only when the test says so, as from another node, and in its order: those
+// that came back first go first, or last.
+void hold_returns();
+void release_returns(bool backwards = false);
 
 // The next send on any socket fails with this errno.
 void fail_next_send(int error);

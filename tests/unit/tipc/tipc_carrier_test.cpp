@@ -6,6 +6,7 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <poll.h>
 
 namespace {
 
@@ -255,11 +256,75 @@ TEST(TipcReturn, AnOverloadedReceiverGivesTheMessageBackAtOnce) {
     fake_tipc::run([] {
         const int own = registered(101, OWN);
         const TipcPeer peer(101, CARD);
+        EXPECT_EQ(ipcWatchRoom(own, 101, CARD), IPC_RC_FAILED); // only another try tells
         for (size_t n = 0; n < fake_tipc::QUEUE_LIMIT; n++)
             ASSERT_EQ(send_text(own, "x"), IPC_RC_SUCCESS);
         EXPECT_EQ(send_text(own, "x"), IPC_RC_MSG_RTRNED);
+        EXPECT_TRUE(ipcReturnedForRoom(own));
         peer.receive();
         EXPECT_EQ(send_text(own, "x"), IPC_RC_SUCCESS);
+    });
+}
+
+TEST(TipcReturn, AMessageThatComesBackLaterIsTakenWithItsReason) {
+    fake_tipc::run([] {
+        const LogCapture log;
+        IPC_APP_CB_T* cb = ipc_app_cb_init(101, OWN, 0, nullptr);
+        ASSERT_NE(cb, nullptr);
+        const TipcPeer peer(101, CARD);
+        fake_tipc::hold_returns();
+        for (size_t n = 0; n <= fake_tipc::QUEUE_LIMIT; n++)
+            ASSERT_EQ(ipc_post_msg(cb, CARD, "abc", 3), IPC_RC_SUCCESS);
+        const uint32_t last = ipcLastMsgNum(cb->ipcHandle);
+        ipc_header header;
+        Bytes room(100);
+        std::span<uint8_t> msg(room);
+        EXPECT_EQ(ipc_take_returned_msg(cb, &header, &msg), IPC_RC_NO_MESSAGE);
+        fake_tipc::release_returns();
+        pollfd back = {.fd = ipcGetReturnFd(cb->ipcHandle), .events = POLLIN, .revents = 0};
+        EXPECT_EQ(poll(&back, 1, 0), 1);
+        ASSERT_EQ(ipc_take_returned_msg(cb, &header, &msg), 3);
+        EXPECT_EQ(Bytes(msg.begin(), msg.end()), bytes_of("abc"));
+        EXPECT_EQ(header.msg_num, last);
+        EXPECT_TRUE(ipcReturnedForRoom(cb->ipcHandle));
+        EXPECT_EQ(poll(&back, 1, 0), 0);
+        ipc_app_cb_destroy(cb);
+    });
+}
+
+TEST(TipcReturn, ARequestThatCameBackIsLeftForTheNextSendToReport) {
+    fake_tipc::run([] {
+        const LogCapture log;
+        IPC_APP_CB_T* cb = ipc_app_cb_init(101, OWN, 0, nullptr);
+        ASSERT_NE(cb, nullptr);
+        TipcPeer gone(101, CARD);
+        SendBuffer buf("question");
+        ASSERT_EQ(ipcSendReq(cb->ipcHandle, 101, CARD, buf.msg(), buf.size(), nullptr), IPC_RC_SUCCESS);
+        gone.leave();
+        const TipcPeer back(101, CARD);
+        ipc_header header;
+        Bytes room(100);
+        std::span<uint8_t> msg(room);
+        EXPECT_EQ(ipc_take_returned_msg(cb, &header, &msg), IPC_RC_RTRNED_MSG_WAITING);
+        EXPECT_EQ(ipc_post_msg(cb, CARD, "x", 1), IPC_RC_RTRNED_MSG_WAITING);
+        EXPECT_EQ(receive_on(cb->ipcHandle).bytes, bytes_of("question"));
+        EXPECT_FALSE(ipcReturnedForRoom(cb->ipcHandle));
+        ipc_app_cb_destroy(cb);
+    });
+}
+
+TEST(TipcCarrier, ANameMayBeHeldTwiceAndItsHoldersTakeTurns) {
+    fake_tipc::run([] {
+        const int own = registered(101, OWN);
+        const int first = registered(101, CARD);
+        const int second = registered(101, CARD);
+        for (int n = 0; n < 4; n++)
+            EXPECT_EQ(send_text(own, "x"), IPC_RC_SUCCESS);
+        for (const int holder : {first, first, second, second})
+            EXPECT_EQ(receive_on(holder).rc, 1);
+        EXPECT_EQ(ipcUnregisterService(first), IPC_RC_SUCCESS);
+        EXPECT_EQ(send_text(own, "x"), IPC_RC_SUCCESS);
+        EXPECT_EQ(receive_on(second).rc, 1);
     });
 }
 

@@ -44,11 +44,12 @@ TEST(TipcFuzz, ReturnedBytesLieInWhatWasReceived) {
         msghdr msg = {};
         msg.msg_control = control.data();
         msg.msg_controllen = control.size();
-        const auto frame = wi_ipc_tipc_returned(msg, body);
-        if (!frame)
+        const auto got = wi_ipc_tipc_returned(msg, body);
+        if (!got)
             continue;
         returned++;
-        ASSERT_TRUE(lies_in(*frame, control) || lies_in(*frame, body)) << "round " << round;
+        ASSERT_TRUE(lies_in(got->frame, control) || lies_in(got->frame, body)) << "round " << round;
+        ASSERT_TRUE(got->why == WI_IPC_GONE || got->why == WI_IPC_NO_ROOM) << "round " << round;
     }
     EXPECT_GT(returned, ROUNDS / 20);
 }
