@@ -11,6 +11,7 @@
 
 #include "libovra.h"
 #include "ov_error_ring.h"
+#include "ov_refusal.h"
 
 namespace {
 
@@ -43,8 +44,10 @@ void write_text(const char* lib, const Origin& origin, int level, const char* mo
                 Tap tap) {
     if (tap != nullptr)
         tap(level, module, text);
-    if (level >= OV_LOG_LVL_ERROR)
+    if (level >= OV_LOG_LVL_ERROR) {
         ov_error_ring_add(level, module, text);
+        ov_refusal_note_error(text);
+    }
     ov_log_util(lib, level, module, origin.file, origin.line, origin.func, text);
 }
 

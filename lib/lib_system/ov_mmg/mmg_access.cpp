@@ -6,6 +6,7 @@
 #include <initializer_list>
 
 #include "mmg_access_internal.h"
+#include "mmg_refusal.h"
 
 namespace {
 
@@ -75,6 +76,10 @@ char run_chains(const Operation& operation, int index, MIBDID did, void* row, MI
     return result;
 }
 
+bool is_write(int type) {
+    return type >= 0 && type < kOperations && kOperationTable[static_cast<size_t>(type)].is_write;
+}
+
 char run_operation(int type, int index, MIBDID did, void* row, MIB_Flags_t flags) {
     if (type < 0 || type >= kOperations)
         return MIB_FAIL;
@@ -114,7 +119,8 @@ char MibAccessHandle(int type, int /*appid*/, MIBDID did, void* row, MIB_Flags_t
     if (table_cntl[index].dataOper == nullptr)
         return MIB_FAIL;
     TableLock lock(table_cntl[index].pmutex, access);
-    return run_operation(type, index, did, row, flags);
+    MibRefusalWatch watch(index, row, is_write(type));
+    return watch.end(run_operation(type, index, did, row, flags));
 }
 
 int mib_row_mode(int index, void* row) {

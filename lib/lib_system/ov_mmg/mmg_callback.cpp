@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "mmg_access_internal.h"
+#include "mmg_refusal.h"
 
 namespace {
 
@@ -113,10 +114,13 @@ bool walk_chain(int index, MIBDID did, int type, void* row, MIB_Flags_t flags) {
     for (MIB_callback* node = *chain_head(table_cntl[index], type); node != nullptr; node = node->next) {
         if (node->callback == nullptr || MibFlagsCheck(flags, node->app.appFlags) == 0)
             continue;
+        const OvRefusalMark before = ov_refusal_mark();
         if (node->callback(mib_fresh_did(index, did), row, flags) != 1) {
+            mib_refused_at(index, row);
             log_refusal(node, index, type);
             return false;
         }
+        ov_refusal_forget(before);
     }
     return true;
 }
