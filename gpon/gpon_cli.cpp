@@ -6,6 +6,7 @@
 #include <string>
 
 #include "kavo_cmd.h"
+#include "ov_refusal.h"
 
 mib_long gpon_cli_number(const char* word) {
     return static_cast<mib_long>(strtol(word, nullptr, 10));
@@ -34,6 +35,17 @@ std::string gpon_cli_time(mib_ulong seconds) {
     return text;
 }
 
+namespace {
+
+// A line without its percent sign and line end.
+std::string gpon_cli_plain(const std::string& line) {
+    const size_t first = line.find_first_not_of("% ");
+    const size_t last = line.find_last_not_of("\r\n ");
+    return first <= last && last != line.npos ? line.substr(first, last - first + 1) : "";
+}
+
+} // namespace
+
 int gpon_cli_fail(struct vty* vty, const char* text, int result) {
     std::string line;
     for (std::string_view rest = text; !rest.empty();) {
@@ -46,5 +58,11 @@ int gpon_cli_fail(struct vty* vty, const char* text, int result) {
         rest.remove_prefix(special ? 2 : 1);
     }
     vty_out(vty, "%s", line.c_str());
+    ov_refusal_note_error(gpon_cli_plain(line).c_str());
     return result;
+}
+
+int gpon_cli_fail_name(struct vty* vty, const char* text, size_t longest) {
+    ov_refusal_because("a name has at most %zu characters", longest);
+    return gpon_cli_fail(vty, text);
 }

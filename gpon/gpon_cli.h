@@ -47,5 +47,8 @@ std::string gpon_cli_time(mib_ulong seconds);
 inline constexpr size_t GPON_CLI_TIME_WIDTH = sizeof("2036-02-07 06:28:15") - 1;
 
 // Prints a text as vty_out would, "%%" as a percent sign and "%s" as the session's line end: for texts that
-// stand in tables. Gives the result handed in, so that a handler can end with it.
+// stand in tables. Gives the result handed in, so that a handler can end with it. The text stands for the
+// reason of the refusal when nothing else was stated or logged.
 int gpon_cli_fail(struct vty* vty, const char* text, int result = KAVO_CLI_FAILED);
+// The same for a name that is longer than `longest`, which the reason tells.
+int gpon_cli_fail_name(struct vty* vty, const char* text, size_t longest);

@@ -3,6 +3,7 @@
 #include "kavo_cmd.h"
 #include "kavo_if.h"
 #include "kavo_vty_object.h"
+#include "ov_refusal.h"
 
 void gpon_cli_scope_t::narrow_to_port(ov_ifindex_t port_index) {
     slot = static_cast<mib_long>(ov_ifindex_get_slot_id(port_index));
@@ -33,6 +34,7 @@ gpon_cli_scope_t gpon_cli_object_scope_of(const struct vty* vty) {
 bool gpon_cli_narrow_to_port(struct vty* vty, const char* name, gpon_cli_scope_t& scope) {
     const ov_ifindex_t ifindex = uif_get_ifindex_by_name(name);
     if (ifindex == OV_IFINDEX_INVALID || ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GPON) {
+        ov_refusal_because("%s isn't a PON port", name);
         vty_out(vty, "%% %s is not a PON port%s", name, kavo_newline(vty));
         return false;
     }

@@ -34,6 +34,7 @@
 #include "ov_gpon.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "ov_slot.h"
 #include "sTableInit.h"
 #include "slot_vty.h"
@@ -281,6 +282,7 @@ int gpon_main(int argc, char** argv) {
     pid = pid_output(pid_file);
     start_connected();
     log_start_up_time(began);
+    ov_refusal_set_thread_door("timer");
 
     struct thread thread;
     while (thread_fetch(master, &thread) != nullptr)

@@ -3,6 +3,7 @@
 #include "cli_themes.h"
 #include "gpon_config_writer.h"
 #include "kavo_table.h"
+#include "kavo_refusal.h"
 #include "mib_inspect_vty.h"
 #include "mib_vty.h"
 #include "names_vty.h"
@@ -56,4 +57,5 @@ void gpon_vty_init() {
     resource_vty_init();
     names_vty_init();
     kavo_table_vty_init();
+    kavo_refusal_vty_init();
 }

@@ -11,6 +11,7 @@
 #include "kavo_cmd_rows.h"
 #include "mmg_definition.h"
 #include "mmg_internal.h"
+#include "ov_refusal.h"
 #include "ov_types.h"
 #include "table_module.h"
 
@@ -40,6 +41,7 @@ TableModule* find_or_tell(struct vty* vty, const char* name, int& result) {
         vty_out(vty, "  %s, index %d, has no rows here%s", name, listed->index, kavo_newline(vty));
         return nullptr;
     }
+    ov_refusal_because("no table \"%s\"", name);
     vty_out(vty, "%% no table %s%s", name, kavo_newline(vty));
     result = KAVO_CLI_BAD_INPUT;
     return nullptr;
@@ -112,11 +114,13 @@ int show_mib_row(struct cmd_element* /*self*/, struct vty* vty, int argc, const 
     for (int i = 1; i < argc; i++) {
         if (read_index(argv[i], index[static_cast<size_t>(i) - 1]))
             continue;
+        ov_refusal_because("\"%s\" isn't a number", argv[i]);
         vty_out(vty, "%% %s isn't a number%s", argv[i], kavo_newline(vty));
         return KAVO_CLI_BAD_INPUT;
     }
     const std::string text = module->row_text(index);
     if (text.empty()) {
+        ov_refusal_because("%s has no such row", module->name());
         vty_out(vty, "%% no such row%s", kavo_newline(vty));
         return KAVO_CLI_FAILED;
     }

@@ -17,6 +17,7 @@
 #include "ov_hal_gpon_records.h"
 #include "ov_ifindex.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 
 namespace {
 
@@ -26,8 +27,10 @@ bool ctc_enabled = false;
 
 int ov_vlan_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
     uvlan_entry_t* vlan = uvlan_create(static_cast<uint32_t>(strtoul(argv[0], nullptr, 10)));
-    if (vlan == nullptr)
+    if (vlan == nullptr) {
+        ov_refusal_because("VLAN %s couldn't be made", argv[0]);
         return KAVO_CLI_FAILED;
+    }
     vty->node = VLAN_NODE;
     vty->info = vlan;
     return 0;

@@ -10,6 +10,7 @@
 #include "kavo_cmd_rows.h"
 #include "kavo_if.h"
 #include "ov_gpon_onu_config.h"
+#include "ov_refusal.h"
 
 namespace {
 
@@ -49,7 +50,7 @@ std::string default_name(const Onu& onu) {
 int ov_gpon_onu_name_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
     Onu row = gpon_cli_onu_key<Onu>(vty);
     if (!gpon_cli_copy_word(row.sOnuTableOnuName, argv[0], GPON_CLI_SHORT_NAME_MAX))
-        return gpon_cli_fail(vty, "%%Bad name length%s");
+        return gpon_cli_fail_name(vty, "%%Bad name length%s", GPON_CLI_SHORT_NAME_MAX);
     return edit_onu(vty, row, column::sOnuTableOnuName, "%%Failed to set onu name%s");
 }
 
@@ -63,7 +64,7 @@ int ov_gpon_no_onu_name_cli(struct cmd_element* /*self*/, struct vty* vty, int /
 int ov_gpon_onu_splitter_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
     Onu row = gpon_cli_onu_key<Onu>(vty);
     if (!gpon_cli_copy_word(row.sOnuTableSplitterNumber, argv[0], GPON_CLI_SHORT_NAME_MAX))
-        return gpon_cli_fail(vty, "%%Bad SplitterNumber length%s");
+        return gpon_cli_fail_name(vty, "%%Bad SplitterNumber length%s", GPON_CLI_SHORT_NAME_MAX);
     return edit_onu(vty, row, column::sOnuTableSplitterNumber, "%%Failed to set onu SplitterNumber%s");
 }
 
@@ -98,8 +99,10 @@ int gpon_cli_fail_of(struct vty* vty, const char* text, mib_long number, int res
 ov_ifindex_t gpon_cli_onu_by_name(struct vty* vty, const char* name) {
     const ov_ifindex_t ifindex = uif_get_ifindex_by_name(name);
     if (ifindex == OV_IFINDEX_INVALID) {
+        ov_refusal_because("no interface \"%s\"", name);
         vty_out(vty, "%%Invalid IFNAME: %s%s", name, kavo_newline(vty));
     } else if (ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GONU) {
+        ov_refusal_because("%s isn't an ONU", name);
         vty_out(vty, "%%Interface %s is not onu%s", name, kavo_newline(vty));
         return OV_IFINDEX_INVALID;
     }

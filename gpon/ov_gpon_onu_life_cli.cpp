@@ -3,6 +3,7 @@
 #include "onu_auth_forms.h"
 #include "ov_app_gpon_onusrv_batch_config.h"
 #include "ov_gpon_onu_cli.h"
+#include "ov_refusal.h"
 
 namespace {
 
@@ -24,9 +25,10 @@ int failed(struct vty* vty, const Onu& row, int rtn) {
 
 // ---- what an ONU is known by ----------------------------------------------------------------------------
 
-bool take_credential(const OnuCredential& credential, const char* word, Onu& row, MIB_Flags_t& flags) {
+bool take_credential(const OnuCredential& credential, const char* keyword, const char* word, Onu& row,
+                     MIB_Flags_t& flags) {
     if (!gpon_cli_copy_word(row.*credential.text, word, credential.longest))
-        return false;
+        return ov_refusal_because("%s takes at most %zu characters", keyword, credential.longest);
     mib_flag_set(flags, credential.column);
     return true;
 }
@@ -40,10 +42,10 @@ bool take_auth(int argc, const char** argv, Onu& row, MIB_Flags_t& flags) {
             continue;
         row.sOnuTableAuthMode = form.mode;
         mib_flag_set(flags, sOnuTableAuthMode);
-        return take_credential(form.first, argv[1], row, flags) &&
-               (words == 2 || take_credential(form.second, argv[2], row, flags));
+        return take_credential(form.first, form.keyword, argv[1], row, flags) &&
+               (words == 2 || take_credential(form.second, "pw", argv[2], row, flags));
     }
-    return false;
+    return ov_refusal_because("an ONU is known by sn, pw, loid, sn with pw, or loid with pw");
 }
 
 // <1-128> TYPE and the authentication; the record tells whether TYPE is one, or the name of a service profile
@@ -55,7 +57,7 @@ int parser_ov_gpon_onu_add_cmd_param(struct vty* vty, int argc, const char** arg
         mib_flag_set(flags, sOnuTableConfigMode);
     } else {
         if (!gpon_cli_copy_word(row.sOnuTableOnuTypeProfileName, argv[1], GPON_CLI_SHORT_NAME_MAX))
-            return gpon_cli_fail(vty, "%%Profile name length is too long%s");
+            return gpon_cli_fail_name(vty, "%%Profile name length is too long%s", GPON_CLI_SHORT_NAME_MAX);
         mib_flag_set(flags, sOnuTableOnuTypeProfileName);
     }
     return take_auth(argc - 2, argv + 2, row, flags) ? 0 : gpon_cli_fail(vty, "%%Bad parameters%s");
@@ -99,11 +101,13 @@ int ov_gpon_add_onu_with_srv_cli(struct cmd_element* /*self*/, struct vty* vty, 
     if (!on_port(vty))
         return KAVO_CLI_FAILED;
     if (strlen(argv[1]) > GPON_CLI_PROFILE_NAME_MAX)
-        return gpon_cli_fail(vty, "%%Bad profile name length%s");
+        return gpon_cli_fail_name(vty, "%%Bad profile name length%s", GPON_CLI_PROFILE_NAME_MAX);
     Onu row = onu_of_port(vty, argv[0]);
     row.sOnuTableConfigMode = SONUTABLECONFIGMODE_TEMPLET;
-    if (ov_app_gpon_onusrvprofile_getId(argv[1], &row.sOnuTableSrvProfileId) == 0)
+    if (ov_app_gpon_onusrvprofile_getId(argv[1], &row.sOnuTableSrvProfileId) == 0) {
+        ov_refusal_because("no service profile \"%s\"", argv[1]);
         return gpon_cli_fail(vty, "%%Onu srv profile not exist%s", KAVO_CLI_BAD_INPUT);
+    }
     return add_onu(vty, row, argc, argv);
 }
 

@@ -10,6 +10,7 @@
 #include "kavo_table.h"
 #include "onu_auth_forms.h"
 #include "ov_gpon_onu_cli.h"
+#include "ov_refusal.h"
 #include "sOnuExtendInfoTable.h"
 #include "sOnuHistoryTable.h"
 #include "sOnuInitTable.h"
@@ -224,6 +225,7 @@ int fetch(struct vty* vty, const Scope& scope, unsigned column, Readings& row) {
     row.portID = scope.port;
     row.onuId = scope.onu;
     if (find_row(onu_key<Onu>(row)) == nullptr) {
+        ov_refusal_because("no ONU %d", scope.onu);
         vty_out(vty, "%%Onu %d not exist%s", scope.onu, kavo_newline(vty));
         return KAVO_CLI_BAD_INPUT;
     }

@@ -5,6 +5,7 @@
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_rm_traffic.h"
 #include "ov_gpon_onu_cli.h"
+#include "ov_refusal.h"
 
 namespace {
 
@@ -25,10 +26,10 @@ int ov_gpon_add_tcont_cli(struct cmd_element* /*self*/, struct vty* vty, int arg
     Tcont row = tcont_of(vty, argv[0]);
     MIB_Flags_t flags = gpon_cli_columns({sTcontTableBwProfileName});
     if (!gpon_cli_copy_word(row.sTcontTableBwProfileName, argv[1], GPON_CLI_PROFILE_NAME_MAX))
-        return gpon_cli_fail(vty, "%%Bad profile name length%s");
+        return gpon_cli_fail_name(vty, "%%Bad profile name length%s", GPON_CLI_PROFILE_NAME_MAX);
     if (argc > 2) {
         if (!gpon_cli_copy_word(row.sTcontTableTcontName, argv[2], GPON_CLI_SHORT_NAME_MAX))
-            return gpon_cli_fail(vty, "%%Bad name length%s");
+            return gpon_cli_fail_name(vty, "%%Bad name length%s", GPON_CLI_SHORT_NAME_MAX);
         mib_flag_set(flags, sTcontTableTcontName);
     }
     if (ov_app_gpon_tcont_add(&row, &flags, 1) == OV_GPON_RET_OK)
@@ -67,9 +68,11 @@ int take_traffic_profile(struct vty* vty, const char* name, char (&field)[Size],
     if (name == nullptr)
         return 0;
     if (!gpon_cli_copy_word(field, name, GPON_CLI_SHORT_NAME_MAX))
-        return gpon_cli_fail(vty, "%%Too long length of profile name%s");
-    if (ov_app_gpon_rm_traffic_getId(name, &id) == 0)
+        return gpon_cli_fail_name(vty, "%%Too long length of profile name%s", GPON_CLI_SHORT_NAME_MAX);
+    if (ov_app_gpon_rm_traffic_getId(name, &id) == 0) {
+        ov_refusal_because("no traffic profile \"%s\"", name);
         return gpon_cli_fail(vty, "%%No profile name %s", KAVO_CLI_BAD_INPUT);
+    }
     mib_flag_set(flags, column);
     return 0;
 }
@@ -78,7 +81,7 @@ int take_words(struct vty* vty, const GemWords& words, Gem& row, MIB_Flags_t& fl
     using namespace sGemTable_column;
     if (words.name != nullptr) {
         if (!gpon_cli_copy_word(row.sGemTableGemName, words.name, GPON_CLI_SHORT_NAME_MAX))
-            return gpon_cli_fail(vty, "%%Bad GEM name length%s");
+            return gpon_cli_fail_name(vty, "%%Bad GEM name length%s", GPON_CLI_SHORT_NAME_MAX);
         mib_flag_set(flags, sGemTableGemName);
     }
     if (words.queue != nullptr) {

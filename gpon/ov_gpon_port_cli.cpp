@@ -13,6 +13,7 @@
 #include "ov_app_gpon_port.h"
 #include "ov_gpon_olt_cli.h"
 #include "ov_ifindex.h"
+#include "ov_refusal.h"
 #include "table_record.h"
 
 namespace {
@@ -75,6 +76,7 @@ constexpr char AUTO_FLOW_DEL_FAILED[] = "%%Failed to del onu auto flow profile%s
 mib_long profile_id_or_tell(struct vty* vty, const char* name) {
     mib_ulong id = 0;
     if (ov_app_gpon_onusrvprofile_getId(name, &id) == 0) {
+        ov_refusal_because("no service profile \"%s\"", name);
         gpon_cli_fail(vty, "%%Onu srv profile not exist%s");
         return 0;
     }
@@ -249,8 +251,10 @@ int ov_no_onu_auto_flow_config_cli(struct cmd_element* /*self*/, struct vty* vty
     if (argc == 1)
         return set_profile_of_kind(vty, argv[0], 0, AUTO_FLOW_DEL_FAILED);
     const ov_sPonTable_attr_t* stored = port_row(vty);
-    if (stored == nullptr)
+    if (stored == nullptr) {
+        ov_refusal_because("the port has no row");
         return gpon_cli_fail(vty, AUTO_FLOW_DEL_FAILED);
+    }
     const AutoFlowSlots& slots = slots_of(argv[0]);
     ov_sPonTable_attr_t row = *stored;
     put_slot(slots, row, static_cast<size_t>(gpon_cli_number(argv[1])) - 1, "", 0);

@@ -12,6 +12,7 @@
 #include "ov_app_gpon_rm_traffic.h"
 #include "ov_gpon_onu_config.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 
 namespace {
 
@@ -32,8 +33,8 @@ int show_profiles(struct vty* vty, std::span<const kavo_column_t> columns, Show 
 
 constexpr char DEFAULT_PROFILE[] = "default"; // of bandwidth and traffic, there from the start
 
-int bad_name_length(struct vty* vty) {
-    return gpon_cli_fail(vty, "%%Bad profile name length%s");
+int bad_name_length(struct vty* vty, size_t longest) {
+    return gpon_cli_fail_name(vty, "%%Bad profile name length%s", longest);
 }
 
 // ---- traffic -----------------------------------------------------------------------------------------
@@ -44,13 +45,15 @@ int ov_traffice_profile_add_cli(struct cmd_element* /*self*/, struct vty* vty, i
     using namespace sRmTrafficProfileTable_column;
     ov_sRmTrafficProfileTable_attr_t row = {};
     if (!gpon_cli_copy_word(row.sRmTrafficProfileName, argv[0], GPON_CLI_SHORT_NAME_MAX))
-        return bad_name_length(vty);
+        return bad_name_length(vty, GPON_CLI_SHORT_NAME_MAX);
     row.sRmTrafficProfileCIR = static_cast<mib_ulong>(gpon_cli_number(argv[1]));
     row.sRmTrafficProfileCBS = static_cast<mib_ulong>(gpon_cli_number(argv[2]));
     row.sRmTrafficProfilePIR = static_cast<mib_ulong>(gpon_cli_number(argv[3]));
     row.sRmTrafficProfilePBS = static_cast<mib_ulong>(gpon_cli_number(argv[4]));
-    if (row.sRmTrafficProfilePIR < row.sRmTrafficProfileCIR)
+    if (row.sRmTrafficProfilePIR < row.sRmTrafficProfileCIR) {
+        ov_refusal_because("pir %s is less than cir %s", argv[3], argv[1]);
         return gpon_cli_fail(vty, "%%Wrong parameter(pir >= cir)%s", KAVO_CLI_BAD_INPUT);
+    }
     MIB_Flags_t flags = gpon_cli_columns({sRmTrafficProfileName, sRmTrafficProfileCIR, sRmTrafficProfileCBS,
                                           sRmTrafficProfilePIR, sRmTrafficProfilePBS});
     if (ov_app_gpon_rm_traffic_add(&row, &flags) == OV_GPON_RET_OK)
@@ -63,7 +66,7 @@ int ov_traffic_profile_del_cli(struct cmd_element* /*self*/, struct vty* vty, in
                                const char** argv) {
     ov_sRmTrafficProfileTable_attr_t row = {};
     if (!gpon_cli_copy_word(row.sRmTrafficProfileName, argv[0], GPON_CLI_SHORT_NAME_MAX))
-        return bad_name_length(vty);
+        return bad_name_length(vty, GPON_CLI_SHORT_NAME_MAX);
     if (ov_app_gpon_rm_traffic_del(&row) == OV_GPON_RET_OK)
         return 0;
     vty_out(vty, "%%Failed to delete traffic profile %s%s", argv[0], kavo_newline(vty));
@@ -114,7 +117,7 @@ int ov_bw_profile_add_cli(struct cmd_element* /*self*/, struct vty* vty, int arg
     using namespace sBWProfileTable_column;
     ov_sBWProfileTable_attr_t row = {};
     if (!gpon_cli_copy_word(row.sBWProfileTableBwProfileName, argv[0], GPON_CLI_PROFILE_NAME_MAX))
-        return bad_name_length(vty);
+        return bad_name_length(vty, GPON_CLI_PROFILE_NAME_MAX);
     fill_bandwidth(row, argc, argv);
     if (row.sBWProfileTableType == 0)
         return gpon_cli_fail(vty, "%%Bad parameter%s", KAVO_CLI_BAD_INPUT);
@@ -129,7 +132,7 @@ int ov_bw_profile_add_cli(struct cmd_element* /*self*/, struct vty* vty, int arg
 int ov_bw_profile_del_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
     ov_sBWProfileTable_attr_t row = {};
     if (!gpon_cli_copy_word(row.sBWProfileTableBwProfileName, argv[0], GPON_CLI_PROFILE_NAME_MAX))
-        return bad_name_length(vty);
+        return bad_name_length(vty, GPON_CLI_PROFILE_NAME_MAX);
     if (ov_app_gpon_bwtype_del(&row) == OV_GPON_RET_OK)
         return 0;
     vty_out(vty, "%%Failed to delete bandwidth profile %s%s", argv[0], kavo_newline(vty));
@@ -181,7 +184,7 @@ int ov_onutype_profile_add_cli(struct cmd_element* /*self*/, struct vty* vty, in
     using namespace sOnuTypeProfileTable_column;
     ov_sOnuTypeProfileTable_attr_t row = {};
     if (!gpon_cli_copy_word(row.onuTypeProfileName, argv[0], GPON_CLI_SHORT_NAME_MAX))
-        return bad_name_length(vty);
+        return bad_name_length(vty, GPON_CLI_SHORT_NAME_MAX);
     fill_onutype(row, argc, argv);
     MIB_Flags_t flags = gpon_cli_columns(
         {onuTypeProfileName, sOnuTypeProfileTableIsDefaultProfile, sOnuTypeProfileTableCardNum,
@@ -198,7 +201,7 @@ int ov_onutype_profile_del_cli(struct cmd_element* /*self*/, struct vty* vty, in
                                const char** argv) {
     ov_sOnuTypeProfileTable_attr_t row = {};
     if (!gpon_cli_copy_word(row.onuTypeProfileName, argv[0], GPON_CLI_SHORT_NAME_MAX))
-        return bad_name_length(vty);
+        return bad_name_length(vty, GPON_CLI_SHORT_NAME_MAX);
     if (ov_app_gpon_onutype_del(&row) == OV_GPON_RET_OK)
         return 0;
     vty_out(vty, "%%Failed to delete onutype profile %s%s", argv[0], kavo_newline(vty));

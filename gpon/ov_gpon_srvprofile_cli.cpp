@@ -12,6 +12,7 @@
 #include "ov_app_gpon_onutype.h"
 #include "ov_gpon_profile_cli.h"
 #include "ov_ifindex.h"
+#include "ov_refusal.h"
 
 namespace {
 
@@ -34,16 +35,21 @@ int ov_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*
     ov_sOnuSrvProfileTable_attr_t row = {};
     row.onuSrvProfileId = static_cast<mib_ulong>(gpon_cli_number(argv[0]));
     if (!gpon_cli_copy_word(row.sOnuTypeProfileName, argv[1], GPON_CLI_SHORT_NAME_MAX))
-        return gpon_cli_fail(vty, "%%Bad profile name length%s");
+        return gpon_cli_fail_name(vty, "%%Bad profile name length%s", GPON_CLI_SHORT_NAME_MAX);
     int exists = 0;
-    if (ov_gpon_onu_srv_profile_exist_check(&row, &exists) != OV_GPON_RET_OK)
+    if (ov_gpon_onu_srv_profile_exist_check(&row, &exists) != OV_GPON_RET_OK) {
+        ov_refusal_because("service profile %u is there with another ONU type",
+                           static_cast<unsigned>(row.onuSrvProfileId));
         return gpon_cli_fail(vty, "Onu srvprofile id exist%s", KAVO_CLI_BAD_INPUT);
+    }
     if (exists != 0)
         return enter_profile(vty, row.onuSrvProfileId);
 
     mib_ulong type_id = 0;
-    if (ov_app_gpon_onutype_getId(argv[1], &type_id) == 0)
+    if (ov_app_gpon_onutype_getId(argv[1], &type_id) == 0) {
+        ov_refusal_because("no ONU type \"%s\"", argv[1]);
         return gpon_cli_fail(vty, "Onu type profile name not exist%s", KAVO_CLI_BAD_INPUT);
+    }
     MIB_Flags_t flags = gpon_cli_columns({sOnuSrvProfileTable_column::sOnuTypeProfileName});
     if (ov_app_gpon_onu_srvprofile_add(&row, &flags) != OV_GPON_RET_OK)
         return gpon_cli_fail(vty, "mib add onu srv-profile failed%s", KAVO_CLI_BAD_INPUT);
@@ -56,10 +62,12 @@ int ov_onu_srv_profile_name_cli(struct cmd_element* /*self*/, struct vty* vty, i
     ov_get_ifindex_from_vtysh(vty, &ifindex);
     const mib_ulong profile_id = ov_ifindex_get_subport_id(ifindex);
     if (strlen(argv[0]) > GPON_CLI_PROFILE_NAME_MAX)
-        return gpon_cli_fail(vty, "%%Bad profile name length%s");
+        return gpon_cli_fail_name(vty, "%%Bad profile name length%s", GPON_CLI_PROFILE_NAME_MAX);
     mib_ulong owner = 0;
-    if (ov_app_gpon_onusrvprofile_getId(argv[0], &owner) != 0 && owner != profile_id)
-        return gpon_cli_fail(vty, "%%Profile name not valid%s", KAVO_CLI_BAD_INPUT); // another one's
+    if (ov_app_gpon_onusrvprofile_getId(argv[0], &owner) != 0 && owner != profile_id) {
+        ov_refusal_because("service profile %u has the name \"%s\"", static_cast<unsigned>(owner), argv[0]);
+        return gpon_cli_fail(vty, "%%Profile name not valid%s", KAVO_CLI_BAD_INPUT);
+    }
     if (ov_app_gpon_onusrvprofile_setname(profile_id, argv[0]) != OV_GPON_RET_OK)
         return gpon_cli_fail(vty, "%%Profile name not valid%s");
     return 0;
@@ -68,8 +76,10 @@ int ov_onu_srv_profile_name_cli(struct cmd_element* /*self*/, struct vty* vty, i
 int ov_no_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
                               const char** argv) {
     const auto profile_id = static_cast<mib_ulong>(gpon_cli_number(argv[0]));
-    if (ov_app_gpon_onu_srvprofile_check(profile_id, nullptr) == 0)
+    if (ov_app_gpon_onu_srvprofile_check(profile_id, nullptr) == 0) {
+        ov_refusal_because("no service profile %s", argv[0]);
         return gpon_cli_fail(vty, "%% onu-srvprofile not exist%s", KAVO_CLI_BAD_INPUT);
+    }
     if (ov_gpon_onu_service_profile_del(profile_id) != OV_GPON_RET_OK)
         return gpon_cli_fail(vty, "%%Failed to delete multi srvprofile%s");
     return 0;

@@ -11,6 +11,7 @@
 #include "hal_slot.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "ov_slot.h"
 #include "ov_types.h"
 
@@ -82,12 +83,14 @@ int take_returned(const Leg& leg) {
 int accept_reply(hal_nlmsghdr* message, unsigned msg_size, hal_frame_t& reply, size_t received) {
     const size_t request_len = sizeof(PKTMSG_HDR_T) + msg_size;
     if (received < sizeof(PKTMSG_HDR_T)) {
+        ov_refusal_because("the card's answer is too short");
         OV_LOG_ERROR("LIB", "Reply message of %zu bytes is too short", received);
         return KAVO_ERR;
     }
     if (g_debug_flag)
         hal_debug_frame("reply", reply);
     if (reply.hdr.msg_len > request_len) {
+        ov_refusal_because("the card's answer is longer than the request");
         OV_LOG_ERROR("LIB", "Reply message len %d is greater than request message len %d",
                      static_cast<int>(reply.hdr.msg_len.value()), static_cast<int>(request_len));
         return KAVO_ERR;
@@ -134,6 +137,7 @@ int exchange(const Leg& leg, unsigned slot, const hal_frame_t& request, int requ
 bool slot_number_ok(const hal_nlmsghdr& message, uint32_t slot) {
     if (slot <= ov_slot_get_max_slot_num())
         return true;
+    ov_refusal_because("the chassis has no slot %u", slot);
     OV_LOG_ERROR("LIB", "message nhtype[%d] have bad slot_id %d", message.nlmsg_type.value(), slot);
     return false;
 }
@@ -157,6 +161,7 @@ unsigned send_sync_to_slot(hal_nlmsghdr* nlhdr, uint32_t slot) {
     const int result = _hal_tipc_send_syncmsg(nlhdr, nlhdr->nlmsg_len);
     if (!is_refusal(result))
         return static_cast<unsigned>(result);
+    ov_refusal_because("the card in slot %u refused with code %d", slot, result);
     OV_LOG_ERROR("LIB", "sync message nhtype[%d] to slot %d return %d", type, slot, result);
     return KAVO_ERR;
 }
@@ -177,6 +182,7 @@ unsigned broadcast_sync(hal_nlmsghdr* nlhdr) {
         if (!is_refusal(result))
             continue;
         ++failed;
+        ov_refusal_because("the card in slot %u refused with code %d", slot, result);
         OV_LOG_ERROR("LIB", "sync broadcast message nhtype[%d] to slot %d return %d", type, slot, result);
     }
     if (failed == 0)
@@ -231,6 +237,8 @@ int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size) {
     if (rc == IPC_RC_RTRNED_MSG_WAITING)
         return take_returned(leg);
     if (rc < 0) {
+        ov_refusal_because("the card in slot %u doesn't answer (%s)", message->nlmsg_pid.value(),
+                           ipcGetErrorCodeStr(rc));
         OV_LOG_ERROR(
             "LIB",
             "Send sync message Num[%d] nhtype[%d] length [%d] to [%d] fail. TIPC return code: %d:%s. "

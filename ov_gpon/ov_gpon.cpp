@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "ov_slot.h"
 
 ov_gpon_const_value_t g_gponConstVal = {};
@@ -41,6 +42,22 @@ Resource resource_of(ov_gpon_attr_index_t type, int slot_idx, int port_idx) {
         return {card.usedFixBandwidth[port_idx], g_gponConstVal.usMaxFixBw};
     default:
         return {card.usedMaxBandwidth[port_idx], g_gponConstVal.usMaxBw};
+    }
+}
+
+// The counter as an operator knows it.
+const char* resource_text(ov_gpon_attr_index_t type) {
+    switch (type) {
+    case TCONT_LIMIT_INDEX:
+        return "T-CONTs of the PON port";
+    case GEM_LIMIT_INDEX:
+        return "GEM ports of the PON port";
+    case SRVPORT_LIMIT_INDEX:
+        return "service ports of the card";
+    case BW_LIMIT_INDEX:
+        return "kbit/s of fixed bandwidth of the PON port";
+    default:
+        return "kbit/s of fixed and assured bandwidth of the PON port";
     }
 }
 
@@ -97,6 +114,7 @@ bool on_chassis(int slot_idx, int port_idx) {
     if (g_gponCntLimit && port_idx >= 0 && port_idx < static_cast<int>(OV_GPON_PORTS_PER_CARD) &&
         slot_idx >= 0 && slot_idx < card_count())
         return true;
+    ov_refusal_because("the chassis has no port %d/%d", slot_idx + 1, port_idx + 1);
     OV_LOG_ERROR("LIB", "wrong parameter slot %d port %d", slot_idx, port_idx);
     return false;
 }
@@ -134,6 +152,8 @@ int ov_gpon_resource_reserve(ov_gpon_attr_index_t type, int slot, int port, int 
     const Resource resource = resource_of(type, slot_idx, port_idx);
     const int64_t sum = int64_t{resource.used} + count;
     if (sum > resource.limit) {
+        ov_refusal_because("%d of %d %s are taken, %d more aren't left", resource.used, resource.limit,
+                           resource_text(type), count);
         log_over_limit(type, static_cast<int>(sum), resource.limit);
         return KAVO_ERR;
     }
@@ -148,6 +168,8 @@ int ov_gpon_resource_release(ov_gpon_attr_index_t type, int slot, int port, int 
         return error;
     const Resource resource = resource_of(type, slot_idx, port_idx);
     if (resource.used < count) {
+        ov_refusal_because("only %d %s are counted as taken, not %d", resource.used, resource_text(type),
+                           count);
         log_released_too_much(type, count, slot_idx, port_idx, resource.used);
         return KAVO_ERR;
     }

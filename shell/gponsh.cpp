@@ -11,6 +11,7 @@
 #include <poll.h>
 #include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "command_tree.h"
@@ -20,6 +21,7 @@
 #include "name_source.h"
 #include "operator_session.h"
 #include "pager.h"
+#include "refusal_text.h"
 #include "script_runner.h"
 #include "shown_answer.h"
 #include "signal_watch.h"
@@ -123,6 +125,38 @@ void print(const std::string& text) {
 
 // --- lines given, or from a pipe -------------------------------------------------------------
 
+/// Where lines that are given run, for the reading of one that the daemon didn't understand. The command tree
+/// is made, and the lines are followed, when that is asked for first.
+class given_lines {
+public:
+    void answered(const std::string& line, int result) { unread.emplace_back(line, result); }
+
+    /// For a line that wasn't entered yet.
+    std::string second_line(const std::string& line, const vty_reply_t& reply) {
+        follow();
+        return refusal_second_line(*tree, mode.node(), line, reply);
+    }
+
+    /// Does the daemon know the line as it stands?
+    bool knows(const std::string& line) {
+        follow();
+        return mode.knows(line);
+    }
+
+private:
+    void follow() {
+        if (!tree)
+            tree.emplace();
+        for (const auto& [earlier, result] : std::exchange(unread, {}))
+            mode.answered(earlier, result);
+    }
+
+    std::optional<command_tree> tree;
+    shell_mode mode{
+        [this](enum node_type node, const std::string& text) { return tree->understand(node, text); }};
+    std::vector<std::pair<std::string, int>> unread;
+};
+
 vty_reply_t answer_to(vty_client& daemon, const std::string& line) {
     daemon.send(line);
     auto reply = daemon.receive(1000);
@@ -134,17 +168,10 @@ vty_reply_t answer_to(vty_client& daemon, const std::string& line) {
     return *reply;
 }
 
-/// Does the daemon know the line as it stands, in a mode where commands show something?
-bool is_command(const std::string& line) {
-    if (line.find("repeat") == line.npos)
-        return true; // only then is it asked for
-    static const command_tree& tree = *new command_tree;
-    return tree.understand(ENABLE_NODE, line) || tree.understand(CONFIG_NODE, line);
-}
-
 /// Run one line, as often as it says, and print what it printed. True if it succeeded.
-bool run_line(vty_client& daemon, const std::string& line) {
-    const auto taken = take_tail(line, is_command(line));
+bool run_line(vty_client& daemon, given_lines& given, const std::string& line) {
+    // Only a line with "repeat" in it has to be told from a command.
+    const auto taken = take_tail(line, line.find("repeat") == line.npos || given.knows(line));
     if (const auto* const wrong = std::get_if<std::string>(&taken)) {
         print(*wrong);
         return false;
@@ -153,7 +180,10 @@ bool run_line(vty_client& daemon, const std::string& line) {
     for (unsigned turn = 1;; turn++) {
         const auto reply = shown_answer(tail, answer_to(daemon, line_for_daemon(tail)));
         print(reply.text);
+        if (reply.result != 0)
+            print(given.second_line(line, reply));
         fflush(stdout);
+        given.answered(tail.command, reply.result);
         if (reply.result != 0 || tail.seconds == 0 || turn == tail.times)
             return reply.result == 0;
         poll(nullptr, 0, static_cast<int>(tail.seconds * 1000));
@@ -172,9 +202,9 @@ bool session_ended(vty_client& daemon, const std::string& line) {
     return may_end_session(line) && daemon.closed(200);
 }
 
-exit_t run_given(vty_client& daemon, const std::vector<std::string>& lines) {
+exit_t run_given(vty_client& daemon, given_lines& given, const std::vector<std::string>& lines) {
     for (const auto& line : lines) {
-        if (!run_line(daemon, line))
+        if (!run_line(daemon, given, line))
             return EXIT_REFUSED;
         if (session_ended(daemon, line))
             break;
@@ -182,10 +212,10 @@ exit_t run_given(vty_client& daemon, const std::vector<std::string>& lines) {
     return EXIT_OK;
 }
 
-exit_t run_input(vty_client& daemon) {
+exit_t run_input(vty_client& daemon, given_lines& given) {
     exit_t status = EXIT_OK;
     for (std::string line; std::getline(std::cin, line);) {
-        if (!run_line(daemon, line))
+        if (!run_line(daemon, given, line))
             status = EXIT_REFUSED;
         if (session_ended(daemon, line))
             break;
@@ -195,20 +225,25 @@ exit_t run_input(vty_client& daemon) {
 
 exit_t run_lines(const options_t& options) {
     vty_client daemon(options.socket);
-    if (!run_line(daemon, "enable"))
+    daemon.ask_reasons();
+    given_lines given;
+    if (!run_line(daemon, given, "enable"))
         return EXIT_REFUSED;
-    return options.lines.empty() ? run_input(daemon) : run_given(daemon, options.lines);
+    return options.lines.empty() ? run_input(daemon, given) : run_given(daemon, given, options.lines);
 }
 
 // --- a file ----------------------------------------------------------------------------------
 
 struct interrupted_t {};
 
-void tell_refusal(const std::string& file, const script_refusal_t& refusal) {
+void tell_refusal(const std::string& file, const script_refusal_t& refusal, const command_tree& tree) {
     fflush(stdout);
     fprintf(stderr, "%s:%zu: refused: %s\n", file.c_str(), refusal.number, refusal.line.c_str());
     if (!refusal.text.empty())
         fprintf(stderr, "    %s%s", refusal.text.c_str(), refusal.text.ends_with('\n') ? "" : "\n");
+    if (const auto second = refusal_second_line(tree, refusal.node, refusal.line, refusal.reply);
+        !second.empty())
+        fprintf(stderr, "    %s", second.c_str() + second.find_first_not_of(" \n"));
     if (refusal.block_start != 0)
         fprintf(stderr, "    (ends the block of line %zu: %s)\n", refusal.block_start, refusal.block.c_str());
 }
@@ -260,6 +295,7 @@ exit_t run_stream(const options_t& options, std::istream& lines) {
     };
     shell_mode mode(understand);
     vty_client daemon(options.socket);
+    daemon.ask_reasons();
     const auto receive = [&] {
         auto reply = wait_for_answer(daemon, interrupt, [] {
             if (isatty(STDERR_FILENO))
@@ -272,7 +308,7 @@ exit_t run_stream(const options_t& options, std::istream& lines) {
     const auto send = [&](const std::string& line) { daemon.send(line); };
 
     script_runner runner({send, receive}, mode, print,
-                         [&](const script_refusal_t& refusal) { tell_refusal(file, refusal); });
+                         [&](const script_refusal_t& refusal) { tell_refusal(file, refusal, tree); });
     try {
         send("enable");
         mode.answered("enable", receive().result);
@@ -421,6 +457,8 @@ private:
         if (trouble)
             print(std::string(before.prompt().size() + trouble->offset, ' ') + "^\n");
         show_error(reply.text);
+        print(refusal_second_line(tree, before.node(), line, reply));
+        fflush(stdout);
         if (!trouble || trouble->candidates.empty())
             return;
         std::string text = "  could be:";

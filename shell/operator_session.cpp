@@ -38,6 +38,7 @@ void operator_session::lose() {
 
 void operator_session::open() {
     client = std::make_unique<vty_client>(path);
+    client->ask_reasons();
     client->send("enable");
     const auto reply = wait();
     if (!reply)
@@ -51,6 +52,7 @@ void operator_session::open() {
 bool operator_session::reconnect() {
     const auto way = place.way_here();
     client = std::make_unique<vty_client>(path);
+    client->ask_reasons();
     place.restart();
     for (const auto& line : way) {
         client->send(line);

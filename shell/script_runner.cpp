@@ -174,5 +174,5 @@ void script_runner::take_answer() {
                 block.depth = mode.depth() + 1;
         }
     }
-    refused({flight.number, flight.line, reply.text, flight.block, flight.block_line});
+    refused({flight.number, flight.line, reply.text, flight.block, flight.block_line, reply, mode.node()});
 }

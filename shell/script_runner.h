@@ -29,11 +29,13 @@ struct line_port_t {
 
 /// What became of a line.
 struct script_refusal_t {
-    size_t number;      // of the line in the file, from 1
-    std::string line;   // as it stands there, without surrounding blanks
-    std::string text;   // the daemon's
-    size_t block_start; // number of the line that began the block that ends with this; 0 for none
-    std::string block;  // that line
+    size_t number;       // of the line in the file, from 1
+    std::string line;    // as it stands there, without surrounding blanks
+    std::string text;    // the daemon's
+    size_t block_start;  // number of the line that began the block that ends with this; 0 for none
+    std::string block;   // that line
+    vty_reply_t reply;   // the answer whole
+    enum node_type node; // where the line was run
 };
 
 /// A line of a configuration, as the mode that it stands in and its words in full tell it apart from others.

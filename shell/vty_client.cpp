@@ -3,17 +3,25 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <poll.h>
+#include <sstream>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 #include <utility>
 
+#include "kavo_refusal.h"
+
 namespace {
 
 /// Three NULs and the result.
 constexpr size_t trailer_size = 4;
+
+constexpr char question[] = "show refusal";
+/// Eight digits and a blank stand in front of a reason.
+constexpr size_t reason_offset = 9;
 
 [[noreturn]] void fail(const std::string& what) {
     throw vty_client_error(what + ": " + strerror(errno));
@@ -71,14 +79,47 @@ bool vty_client::take_reply() {
         return false;
     if (received[end + 1] != '\0' || received[end + 2] != '\0')
         throw vty_client_error("the daemon's answer makes no sense");
-    if (waiting == 0)
+    if (sent.empty())
         throw vty_client_error("the daemon answered what nobody asked");
 
-    ready.push_back({received.substr(0, end), static_cast<unsigned char>(received[end + 3])});
+    const sent_t asked = sent.front();
+    sent.pop_front();
+    vty_reply_t reply{received.substr(0, end), static_cast<unsigned char>(received[end + 3])};
     received.erase(0, end + trailer_size);
     searched = 0;
-    waiting--;
+    if (asked.question) {
+        take_reasons(reply.result == 0 ? reply.text : "");
+        return true;
+    }
+    const bool refused = asks_reasons && reply.result == CMD_WARNING;
+    ready.push_back({std::move(reply), asked.number, refused});
+    if (refused)
+        ask_reason();
     return true;
+}
+
+/// Ask why lines were refused, unless the question is on its way: any that is comes behind the line that was
+/// answered just now.
+void vty_client::ask_reason() {
+    if (std::any_of(sent.begin(), sent.end(), [](const sent_t& each) { return each.question; }))
+        return;
+    send_all(std::string_view(question, sizeof(question))); // with its NUL
+    sent.push_back({0, true});
+}
+
+/// The answer to the question: "NUMBER REASON" for each refusal since the one before, in order.
+void vty_client::take_reasons(const std::string& text) {
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        const auto number = static_cast<uint32_t>(strtoul(line.c_str(), nullptr, 16));
+        const auto of = std::find_if(ready.begin(), ready.end(), [=](const ready_t& each) {
+            return each.lacks_reason && each.reply.reason.empty() && each.number == number;
+        });
+        if (of != ready.end() && line.size() > reason_offset)
+            of->reply.reason = line.substr(reason_offset);
+    }
+    for (auto& each : ready)
+        each.lacks_reason = false;
 }
 
 /// Read what is there, waiting for something, and put complete answers into ready.
@@ -97,12 +138,12 @@ void vty_client::read_some() {
 
 /// Wait for the answers to all that was sent.
 void vty_client::gather() {
-    while (waiting > 0)
+    while (!sent.empty())
         read_some();
 }
 
 vty_reply_t vty_client::next_ready() {
-    auto reply = std::move(ready.front());
+    auto reply = std::move(ready.front().reply);
     ready.pop_front();
     return reply;
 }
@@ -110,17 +151,17 @@ vty_reply_t vty_client::next_ready() {
 void vty_client::send(std::string_view line) {
     if (const char* const refusal = refusal_of(line)) {
         gather(); // its place among the answers
-        ready.push_back({refusal, 1});
+        ready.push_back({{refusal, CMD_WARNING}, 0, false});
         return;
     }
     send_all(std::string(line) + '\0');
-    waiting++;
+    sent.push_back({kavo_refusal_line_number(line), false});
 }
 
 std::optional<vty_reply_t> vty_client::receive(int wait_ms, int wake_fd) {
     using namespace std::chrono;
     const auto deadline = steady_clock::now() + milliseconds(wait_ms);
-    while (ready.empty()) {
+    while (!is_ready()) {
         const auto left = duration_cast<milliseconds>(deadline - steady_clock::now()).count();
         struct pollfd fds[] = {{fd, POLLIN, 0}, {wake_fd, POLLIN, 0}};
         const int count = poll(fds, 2, wait_ms < 0 ? -1 : static_cast<int>(std::max<long long>(left, 0)));
@@ -134,9 +175,15 @@ std::optional<vty_reply_t> vty_client::receive(int wait_ms, int wake_fd) {
 
 vty_reply_t vty_client::run(std::string_view line) {
     send(line);
-    while (ready.empty())
+    while (!is_ready())
         read_some();
     return next_ready();
+}
+
+size_t vty_client::unanswered() const {
+    const auto lines =
+        std::count_if(sent.begin(), sent.end(), [](const sent_t& each) { return !each.question; });
+    return static_cast<size_t>(lines) + ready.size();
 }
 
 bool vty_client::closed(int wait_ms) {

@@ -4,6 +4,7 @@
 // out; back come the text that the command printed, three NULs, and the result as one byte.
 // Lines may go out before earlier ones are answered; answers come in the order of the lines.
 
+#include <cstdint>
 #include <deque>
 #include <optional>
 #include <stdexcept>
@@ -20,6 +21,8 @@ struct vty_reply_t {
     std::string text;
     /// 0 for success; the library's result code otherwise.
     int result;
+    /// Why the daemon refused the line, if it says so and reasons are asked for.
+    std::string reason = {};
 };
 
 class vty_client {
@@ -29,6 +32,9 @@ public:
     ~vty_client();
     vty_client(const vty_client&) = delete;
     vty_client& operator=(const vty_client&) = delete;
+
+    /// From now on ask the daemon for the reason of each refusal, before its answer is handed out.
+    void ask_reasons() { asks_reasons = true; }
 
     /// Have the daemon run one line and wait for its answer, as long as it takes; no other may be
     /// unanswered. A line that is too long for the daemon or has a NUL in it isn't sent and fails
@@ -45,7 +51,7 @@ public:
     std::optional<vty_reply_t> receive(int wait_ms = -1, int wake_fd = -1);
 
     /// Number of lines whose answer wasn't handed out yet.
-    size_t unanswered() const { return waiting + ready.size(); }
+    size_t unanswered() const;
 
     /// Did the daemon close the connection? Waits up to so many milliseconds for it to happen.
     bool closed(int wait_ms);
@@ -62,10 +68,25 @@ private:
     void read_some();
     void gather();
     vty_reply_t next_ready();
+    bool is_ready() const { return !ready.empty() && !ready.front().lacks_reason; }
+    void ask_reason();
+    void take_reasons(const std::string& text);
+
+    /// A line sent and not answered: its number in the daemon's list of reasons, or the question for them.
+    struct sent_t {
+        uint32_t number;
+        bool question;
+    };
+    struct ready_t {
+        vty_reply_t reply;
+        uint32_t number;
+        bool lacks_reason; // the question for it is on its way
+    };
 
     int fd;
-    size_t waiting = 0;   // lines sent and not answered
+    bool asks_reasons = false;
+    std::deque<sent_t> sent;
     std::string received; // a part of an answer
     size_t searched = 0;  // of received, bytes known to be no end of an answer
-    std::deque<vty_reply_t> ready;
+    std::deque<ready_t> ready;
 };

@@ -7,6 +7,9 @@
 #include <set>
 #include <string_view>
 
+#include "kavo_refusal.h"
+#include "ov_refusal.h"
+
 namespace {
 
 using Words = std::vector<kavo_cmd_word_t>;
@@ -209,7 +212,10 @@ int run_command(const struct cmd_element* self, struct vty* vty, int argc, struc
     const int count = static_cast<int>(arguments.size());
     arguments.push_back(nullptr);
 
+    OvRefusal request("vty");
     last_result = command->handler(command, vty, count, arguments.data());
+    if (last_result != 0)
+        kavo_refusal_keep(vty, request.refuse(kavo_refusal_object(vty).c_str(), nullptr));
     return last_result == 0 ? CMD_SUCCESS : CMD_WARNING;
 }
 
@@ -265,6 +271,7 @@ Installed* make_command(const kavo_cmd_t& row) {
     command.doc = command.help_text.c_str();
     command.name = row.syntax;
     command.func = run_command;
+    command.attr = row.hidden ? CMD_ATTR_HIDDEN : 0;
     return &command;
 }
 

@@ -26,7 +26,8 @@
 
 /// A command's handler. self is the command, with its syntax and help text in the library's
 /// form; argv lives until the handler returns. Returns 0 for success; any other value is a
-/// failure: the operator's shell sees just that it failed, kavo_cmd_last_result() the value.
+/// failure: the operator's shell sees just that it failed, kavo_cmd_last_result() the value, and one
+/// line in the log tells why, which the session can ask for too (kavo_refusal.h).
 using kavo_cmd_handler_t = int(struct cmd_element* self, struct vty* vty, int argc, const char** argv);
 
 /// Nodes that one command can stand on.
@@ -42,6 +43,8 @@ struct kavo_cmd_t {
     /// all its alternatives or one for each of them.
     const char* help;
     kavo_cmd_handler_t* handler;
+    /// Neither "?" nor "list" shows it.
+    bool hidden = false;
 };
 
 /// Install a table's commands, in its order. A command that is wrong in itself (bad syntax, no

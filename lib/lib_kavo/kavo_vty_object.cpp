@@ -8,10 +8,12 @@
 #include "kavo_trunk.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 
 namespace {
 
 int not_exist(struct vty* vty, const char* name) {
+    ov_refusal_because("no interface \"%s\"", name);
     vty_out(vty, "%% Interface[%s] not exist%s", name, kavo_newline(vty));
     // Nobody reads the answers while a saved configuration is typed in.
     if (!ov_product_sys_oper_status_get())

@@ -6,6 +6,7 @@
 
 #include "ov_product.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "ov_slot.h"
 
 namespace {
@@ -121,6 +122,7 @@ void uclient_set_upcalls(const uclient_upcalls* table) {
 }
 
 int uclient_msghandle(uclient_s* client, const msg* msg, int /*fd*/) {
+    const OvRefusal door("controller", OvRefusal::Kind::EVENT);
     for (const Dispatch& row : DISPATCH) {
         if (row.type != msg->hdr.msgtype)
             continue;

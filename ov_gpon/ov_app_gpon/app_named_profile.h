@@ -16,6 +16,7 @@
 #include "app_name_index.h"
 #include "mmg_text.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "ov_types.h"
 
 // The id of a name.
@@ -97,6 +98,7 @@ public:
             if (const int code = table_.before_add(*attr))
                 return code;
         if (const Row* existing = find(table_.name(*attr))) {
+            ov_refusal_because("a profile \"%s\" exists already", table_.name(*attr));
             table_.exists(static_cast<int>(existing->*table_.id), table_.name(*attr));
             return OV_GPON_RET_BAD_PARAM;
         }
@@ -113,6 +115,7 @@ public:
         if (!attr)
             return refuse("null pointer");
         if (!get_id(table_.name(*attr), &(attr->*table_.id))) {
+            ov_refusal_because("no profile \"%s\"", table_.name(*attr));
             table_.unknown(static_cast<int>(attr->*table_.id), table_.name(*attr));
             return OV_GPON_RET_BAD_PARAM;
         }

@@ -24,6 +24,7 @@
 #include "mmg_access.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "ov_types.h"
 
 // What a set callback answers. Anything but 1 ends the chain and refuses the row.
@@ -132,6 +133,9 @@ int run_set_steps(const SetCallback<Row, Record>& callback, MIBDID did, Row& row
         OV_LOG_WARN("MMG", "set to which not support");
         return callback.not_supported ? callback.not_supported(change) : SET_ACCEPTED;
     }
+    if (result == OV_GPON_RET_NOT_SUPPORT)
+        ov_refusal_because("the card doesn't support it");
+    ov_refusal_because("the card wasn't told: message %d ended with code %d", callback.message, result);
     if (callback.undo)
         callback.undo(change);
     OV_LOG_ERROR("MMG", "%s", callback.failure);

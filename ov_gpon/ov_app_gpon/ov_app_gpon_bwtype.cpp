@@ -24,6 +24,9 @@ constexpr char DEFAULT_NAME[] = "default";
 constexpr int DEFAULT_MAX_BW = 100000;
 
 int log_same_name(int id, const char* name) {
+    ov_refusal_because_of(column::sBWProfileTableBwProfileName,
+                          "bandwidth profile %u has the name \"%s\" already", static_cast<unsigned>(id),
+                          name);
     OV_LOG_ERROR("MMG", "same bwprofile name exist before %d:%s", id, name);
     return OV_GPON_RET_EXISTED;
 }
@@ -61,22 +64,30 @@ int room_for(const Row& row) {
     made.bwProfileId = profile_id_of(row.sBWProfileTableBwProfileName);
     if (const Row* other = profiles().other_of_same_name(made))
         return log_same_name(static_cast<int>(other->bwProfileId), row.sBWProfileTableBwProfileName);
-    return profiles().number() >= MAX_PROFILES ? OV_GPON_RET_NO_RESOURCE : OV_GPON_RET_OK;
+    if (profiles().number() < MAX_PROFILES)
+        return OV_GPON_RET_OK;
+    ov_refusal_because("there are %d bandwidth profiles already, the most there can be", MAX_PROFILES);
+    return OV_GPON_RET_NO_RESOURCE;
 }
 
 bool may_go(const Row& row) {
     if (std::string_view(row.sBWProfileTableBwProfileName) == DEFAULT_NAME) {
+        ov_refusal_because("the default profile stays");
         OV_LOG_ERROR("MMG", "bwprofile name is default");
         return false;
     }
     for (const ov_sTcontTable_attr_t& tcont : all_rows<ov_sTcontTable_attr_t>())
         if (static_cast<mib_ulong>(tcont.sTcontTableBwProfileId) == row.bwProfileId) {
+            ov_refusal_because("T-CONT %u of gpon-onu%d/%d:%d has this profile",
+                               static_cast<unsigned>(tcont.tcontId), tcont.slotID, tcont.portID, tcont.onuId);
             OV_LOG_ERROR("MMG", "this bwfile is using in tcont table! bwfileid:%d",
                          static_cast<int>(row.bwProfileId));
             return false;
         }
     for (const ov_sOnuTable_attr_t& onu : all_rows<ov_sOnuTable_attr_t>())
         if (onu.sOnuTableOmccBwProfileId == row.bwProfileId) {
+            ov_refusal_because("gpon-onu%d/%d:%d has this profile for its OMCC", onu.slotID, onu.portID,
+                               onu.onuId);
             OV_LOG_ERROR("MMG", "this bwfile is using in onu table! bwfileid:%d",
                          static_cast<int>(row.bwProfileId));
             return false;
@@ -90,10 +101,14 @@ bool amounts_fit(const Row& row) {
     const int64_t assured = row.sBWProfileTableAssBw;
     if (row.sBWProfileTableType == SBWPROFILETABLETYPE_TYPE5 &&
         row.sBWProfileTableFixBw + assured > row.sBWProfileTableMaxBw) {
+        ov_refusal_because_of(column::sBWProfileTableMaxBw,
+                              "maximum %d is less than fixed and assured together", row.sBWProfileTableMaxBw);
         OV_LOG_ERROR("MMG", "type5 bwprofile params error");
         return false;
     }
     if (row.sBWProfileTableType == SBWPROFILETABLETYPE_TYPE3 && assured > row.sBWProfileTableMaxBw) {
+        ov_refusal_because_of(column::sBWProfileTableMaxBw, "maximum %d is less than assured",
+                              row.sBWProfileTableMaxBw);
         OV_LOG_ERROR("MMG", "type3 bwprofile params error");
         return false;
     }
@@ -102,6 +117,7 @@ bool amounts_fit(const Row& row) {
 
 bool may_come(const Row& row) {
     if (row.sBWProfileTableBwProfileName[0] == '\0') {
+        ov_refusal_because_of(column::sBWProfileTableBwProfileName, "the name is empty");
         OV_LOG_ERROR("MMG", "bwprofile name is empty");
         return false;
     }
@@ -111,7 +127,8 @@ bool may_come(const Row& row) {
         log_same_name(static_cast<int>(other->bwProfileId), row.sBWProfileTableBwProfileName);
         return false;
     }
-    return profiles().others_of(row) < MAX_PROFILES;
+    return profiles().others_of(row) < MAX_PROFILES ||
+           ov_refusal_because("there are %d bandwidth profiles already, the most there can be", MAX_PROFILES);
 }
 
 } // namespace

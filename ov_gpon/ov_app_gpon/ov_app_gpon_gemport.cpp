@@ -30,12 +30,15 @@ namespace column = sGemTable_column;
 bool has_tcont(const Gem& row) {
     auto key = onu_key<ov_sTcontTable_attr_t>(row);
     key.tcontId = row.sGemTableTcontID;
-    return find_row(key) != nullptr;
+    return find_row(key) != nullptr || ov_refusal_because_of(column::sGemTableTcontID, "no T-CONT %u",
+                                                             static_cast<unsigned>(row.sGemTableTcontID));
 }
 
 bool has_whole_index(const Gem& row) {
     if (has_owner_index(row) && fits(row.gemID, GPON_GEMPORT_MAX))
         return true;
+    ov_refusal_because("index %d.%d.%d.%d.%u is no place of a GEM port", row.shelfID, row.slotID, row.portID,
+                       row.onuId, static_cast<unsigned>(row.gemID));
     OV_LOG_ERROR("MMG", "illega gem index:%d.%d.%d.%d.%d:", row.shelfID, row.slotID, row.portID, row.onuId,
                  static_cast<int>(row.gemID));
     return false;
@@ -49,14 +52,19 @@ bool onu_has_queue(const Gem& row) {
     ov_sOnuTypeProfileTable_attr_t key = {};
     key.onuTypeProfileId = onu->sOnuTableOnuTypeProfileId;
     const auto* type = find_row(key);
-    return type != nullptr &&
-           int64_t{type->sOnuTypeProfileTableUpQueueNum} >= int64_t{row.sGemTableUpQueueMapID};
+    if (type == nullptr)
+        return ov_refusal_because("the ONU's type isn't there");
+    return int64_t{type->sOnuTypeProfileTableUpQueueNum} >= int64_t{row.sGemTableUpQueueMapID} ||
+           ov_refusal_because_of(column::sGemTableUpQueueMapID,
+                                 "the ONU's type \"%s\" has %d upstream queues", type->onuTypeProfileName,
+                                 type->sOnuTypeProfileTableUpQueueNum);
 }
 
 bool is_free_of_services(const Gem& row) {
     for (const auto& port : rows_under(onu_key<ov_servicePortTable_attr_t>(row), INDEX_TO_ONU)) {
         if (static_cast<mib_ulong>(port.servicePortGemId) != row.gemID)
             continue;
+        ov_refusal_because("service port %d uses the GEM port", port.servicePortId);
         OV_LOG_ERROR("MMG", "this gemid:%lu is using in service table! serviceportid:%lu",
                      static_cast<unsigned long>(row.gemID),
                      static_cast<unsigned long>(static_cast<mib_ulong>(port.servicePortId)));
@@ -65,6 +73,8 @@ bool is_free_of_services(const Gem& row) {
     for (const auto& service : rows_under(onu_key<ov_sRmServiceTable_attr_t>(row), INDEX_TO_ONU)) {
         if (service.sRmServiceTableGemId != row.gemID)
             continue;
+        ov_refusal_because("remote service %lu uses the GEM port",
+                           static_cast<unsigned long>(service.rmServiceID));
         OV_LOG_ERROR("MMG", "this gemid:%lu is using in rm service table! rm serviceid:%lu",
                      static_cast<unsigned long>(row.gemID), static_cast<unsigned long>(service.rmServiceID));
         return false;
@@ -176,13 +186,22 @@ char ov_app_gpon_gemport_check(ov_sGemTable_attr_t* attr, int action, MIB_Flags_
 char ov_app_gpon_gemport_multi_onu_srv_check(ov_sGemTable_attr_t* attr, int action) {
     const Gem& row = *attr;
     if (action != OV_HAL_GPON_MSG_ACTION_DELETE)
-        return ov_app_gpon_srvprofile_of(row.onuId) != nullptr && has_tcont(row) ? 1 : 0;
+        return (ov_app_gpon_srvprofile_of(row.onuId) != nullptr ||
+                ov_refusal_because("no service profile %d", row.onuId)) &&
+                       has_tcont(row)
+                   ? 1
+                   : 0;
     // By the number of the service, not by its GEM port: in a profile they are made in pairs.
     auto port = onu_key<ov_servicePortTable_attr_t>(row);
     port.servicePortId = static_cast<mib_long>(row.gemID);
     auto service = onu_key<ov_sRmServiceTable_attr_t>(row);
     service.rmServiceID = row.gemID;
-    return find_row(port) == nullptr && find_row(service) == nullptr ? 1 : 0;
+    if (find_row(port) != nullptr)
+        return ov_refusal_because("service port %d goes with the GEM port", port.servicePortId);
+    return find_row(service) == nullptr || ov_refusal_because("remote service %d goes with the GEM port",
+                                                              static_cast<int>(service.rmServiceID))
+               ? 1
+               : 0;
 }
 
 // ---- to the card ------------------------------------------------------------------------------------------
@@ -239,6 +258,7 @@ int ov_gemport_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /
     const auto& gem = *static_cast<const Gem*>(row);
     if (ov_app_gpon_port_is_protect_pon_port(gem.slotID, gem.portID) == 0)
         return SET_ACCEPTED;
+    ov_refusal_because("the port protects another one and follows it");
     OV_LOG_ERROR("MMG", "ov_gemport_table_set_check_callback failed");
     return SET_REFUSED;
 }

@@ -17,6 +17,7 @@
 #include "ov_gpon.h"
 #include "ov_hal_gpon_attr_dump.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 
 int gpon_onu_appid = 0;
 
@@ -151,7 +152,9 @@ bool onu_admits(OnuChange& change) {
 // While a port learns ONUs by their serial numbers, none of them can change to another authentication.
 bool auth_may_change(Onu& onu) {
     int autolearn = 0;
-    return ov_app_gpon_port_autolearn_get(&onu, &autolearn) == OV_GPON_RET_OK && autolearn != 1;
+    return ov_app_gpon_port_autolearn_get(&onu, &autolearn) == OV_GPON_RET_OK &&
+           (autolearn != 1 || ov_refusal_because_of(column::sOnuTableAuthMode,
+                                                    "the port learns ONUs by itself; switch that off first"));
 }
 
 // Columns that the card doesn't take by themselves: new credentials wait for the next change of the
@@ -251,16 +254,20 @@ void complete_new_onu(Onu& onu, MIB_Flags_t& columns) {
 // May the authentication of this ONU be changed so? 0 or the code of the refusal, logged.
 int check_new_auth(Onu& onu, const MIB_Flags_t& columns) {
     if (mib_flag_is_set(columns, column::sOnuTableSn) && !ov_gpon_onu_sn_is_legal(onu.sOnuTableSn)) {
+        ov_refusal_because("serial number \"%s\" isn't 4 letters and 8 hex digits", onu.sOnuTableSn);
         OV_LOG_ERROR("MMG", "illegal data: %s", onu.sOnuTableSn);
         return OV_ONU_AUTH_ILLEGAL;
     }
     if (find_row(onu) == nullptr) {
+        ov_refusal_because("no ONU %d on the port", onu.onuId);
         OV_LOG_ERROR("MMG", "onu %d not exist", onu.onuId);
         return OV_GPON_RET_NOT_FOUND;
     }
     int autolearn = 0;
     ov_app_gpon_port_autolearn_get(&onu, &autolearn);
     if (autolearn == 1) {
+        ov_refusal_because(
+            "the port learns ONUs by itself; switch that off first (onu auto-authentication disable)");
         OV_LOG_ERROR("MMG", "pon autolearn must disable");
         return OV_GPON_RET_BUSY;
     }
@@ -334,6 +341,7 @@ int ov_onu_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*col
     const auto& onu = *static_cast<const ov_sOnuTable_attr_t*>(row);
     if (ov_app_gpon_port_is_protect_pon_port(onu.slotID, onu.portID) == 0)
         return SET_ACCEPTED;
+    ov_refusal_because("the port protects another one and follows it");
     OV_LOG_ERROR("MMG", "ov_onu_table_set_check_callback failed");
     return SET_REFUSED;
 }
@@ -353,16 +361,22 @@ void ov_app_gpon_onu_init() {
 int ov_app_gpon_onu_add(ov_sOnuTable_attr_t* attr, MIB_Flags_t* flag, int is_need_check) {
     if (!attr || !flag)
         return bad_param("null pointer");
-    if (attr->onuId > OV_GPON_ONU_ID_MAX)
+    if (attr->onuId > OV_GPON_ONU_ID_MAX) {
+        ov_refusal_because("ONU numbers are 1 to %d", OV_GPON_ONU_ID_MAX);
         return bad_param("wrong onuId or wrong onuTypeName");
+    }
     if (is_template_onu(*attr)) {
         if (ov_app_gpon_onu_srvprofile_check(attr->sOnuTableSrvProfileId,
-                                             attr->sOnuTableOnuTypeProfileName) != 1)
+                                             attr->sOnuTableOnuTypeProfileName) != 1) {
+            ov_refusal_because("no service profile %d", static_cast<int>(attr->sOnuTableSrvProfileId));
             return bad_param("the onu srv profile did not exist");
+        }
         mib_flag_set(*flag, column::sOnuTableOnuTypeProfileName);
     }
-    if (ov_app_gpon_onutype_getId(attr->sOnuTableOnuTypeProfileName, &attr->sOnuTableOnuTypeProfileId) != 1)
+    if (ov_app_gpon_onutype_getId(attr->sOnuTableOnuTypeProfileName, &attr->sOnuTableOnuTypeProfileId) != 1) {
+        ov_refusal_because("no ONU type \"%s\"", attr->sOnuTableOnuTypeProfileName);
         return bad_param("the onutype profile did not exist");
+    }
     complete_new_onu(*attr, *flag);
     if (!mib_access(is_need_check == 1 ? MIB_SET : MIB_SET_N, *attr, *flag, gpon_onu_appid))
         return bad_param("mib add error for onu table");

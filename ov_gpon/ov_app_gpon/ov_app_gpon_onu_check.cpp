@@ -12,6 +12,7 @@
 #include "ov_gpon.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "sPonTable.h"
 
 namespace {
@@ -36,6 +37,8 @@ char refuse(const char* text) {
 bool sn_is_well_formed(const Onu& onu) {
     if (onu.sOnuTableSn[0] == '\0' || ov_gpon_onu_sn_is_legal(onu.sOnuTableSn))
         return true;
+    ov_refusal_because_of(column::sOnuTableSn, "serial number \"%s\" isn't 4 letters and 8 hex digits",
+                          onu.sOnuTableSn);
     OV_LOG_ERROR("MMG", "illegal data: %s", onu.sOnuTableSn);
     return false;
 }
@@ -44,7 +47,9 @@ bool sn_is_well_formed(const Onu& onu) {
 bool sn_is_free_on_port(const Onu& onu) {
     for (const Onu& other : rows_under(onu, INDEX_TO_PORT))
         if (other.onuId != onu.onuId && ov_gpon_onu_sn_is_same(other.sOnuTableSn, onu.sOnuTableSn))
-            return false;
+            return ov_refusal_because_of(column::sOnuTableSn,
+                                         "serial number %s is that of ONU %d of the port", onu.sOnuTableSn,
+                                         other.onuId);
     return true;
 }
 
@@ -57,8 +62,11 @@ char check_new_sn(const Onu& onu) {
 }
 
 char check_type(Onu& onu) {
-    if (ov_app_gpon_onutype_getId(onu.sOnuTableOnuTypeProfileName, &onu.sOnuTableOnuTypeProfileId) != 1)
+    if (ov_app_gpon_onutype_getId(onu.sOnuTableOnuTypeProfileName, &onu.sOnuTableOnuTypeProfileId) != 1) {
+        ov_refusal_because_of(column::sOnuTableOnuTypeProfileName, "no ONU type \"%s\"",
+                              onu.sOnuTableOnuTypeProfileName);
         return refuse("the onutype profile was not exist");
+    }
     return PASSED;
 }
 
@@ -83,8 +91,11 @@ char check_templet(Onu& onu, int action) {
 
 char check_change(Onu& onu, const MIB_Flags_t& columns) {
     if (mib_flag_is_set(columns, column::sOnuTableOmccBwProfileName) &&
-        ov_app_gpon_bwtype_getId(onu.sOnuTableOmccBwProfileName, &onu.sOnuTableOmccBwProfileId) != 1)
+        ov_app_gpon_bwtype_getId(onu.sOnuTableOmccBwProfileName, &onu.sOnuTableOmccBwProfileId) != 1) {
+        ov_refusal_because_of(column::sOnuTableOmccBwProfileName, "no bandwidth profile \"%s\"",
+                              onu.sOnuTableOmccBwProfileName);
         return refuse("the bwtype profile was not exist");
+    }
     if (mib_flag_is_set(columns, column::sOnuTableSn) && !sn_is_well_formed(onu))
         return REFUSED;
     return mib_flag_is_set(columns, column::sOnuTableOnuTypeProfileName) ? check_type(onu) : PASSED;
@@ -97,14 +108,19 @@ bool names_srvprofile(const Onu& onu) {
 
 char check_create(Onu& onu, const MIB_Flags_t& columns) {
     if (!has_onu_index(onu)) {
+        ov_refusal_because("index %d.%d.%d.%d is no place of an ONU", onu.shelfID, onu.slotID, onu.portID,
+                           onu.onuId);
         OV_LOG_ERROR("MMG", "illega onu index:%d.%d.%d.%d:", onu.shelfID, onu.slotID, onu.portID, onu.onuId);
         return REFUSED;
     }
     if (mib_flag_is_set(columns, column::sOnuTableSn) && check_new_sn(onu) != PASSED)
         return REFUSED;
     if (mib_flag_is_set(columns, column::sOnuTableSrvProfileId) && names_srvprofile(onu) &&
-        ov_app_gpon_onu_srvprofile_check(onu.sOnuTableSrvProfileId, nullptr) != 1)
+        ov_app_gpon_onu_srvprofile_check(onu.sOnuTableSrvProfileId, nullptr) != 1) {
+        ov_refusal_because_of(column::sOnuTableSrvProfileId, "no service profile %d",
+                              static_cast<int>(onu.sOnuTableSrvProfileId));
         return refuse("the onu srv profile did not exist");
+    }
     if (check_type(onu) != PASSED)
         return REFUSED;
     return check_templet(onu, OV_HAL_GPON_MSG_ACTION_CREATE);
@@ -133,6 +149,8 @@ char ov_app_gpon_onu_marevo_check(const ov_sOnuTable_attr_t* attr, int action) {
     for (const std::string_view admitted : marevo_vendor_control)
         if (code == admitted)
             return PASSED;
+    ov_refusal_because_of(column::sOnuTableSn, "this product admits no ONU of vendor \"%.4s\"",
+                          attr->sOnuTableSn);
     if (mmg_get_debug_info_flag() != 0)
         OV_LOG_ERROR("MMG", "illegal onu sn: %s, marevo check failed", attr->sOnuTableSn);
     return REFUSED;
@@ -148,6 +166,7 @@ int ov_app_gpon_port_autolearn_get(ov_sOnuTable_attr_t* onuAttr, int* autolearn)
         port = find_row(key);
     }
     if (!port || !autolearn) {
+        ov_refusal_because("its PON port isn't there");
         OV_LOG_ERROR("MMG", "mib get error for port table");
         return OV_GPON_RET_BAD_PARAM;
     }

@@ -56,6 +56,8 @@ std::optional<Amounts> tcont_amounts(mib_ulong profile_id) {
         if (!sum)
             return;
         if (ov_app_gpon_bwtype_assAndFix_get(tcont.sTcontTableBwProfileName, &assAndFix, &fixed) != 1) {
+            ov_refusal_because("no bandwidth profile \"%s\", which T-CONT %u of the service profile has",
+                               tcont.sTcontTableBwProfileName, static_cast<unsigned>(tcont.tcontId));
             sum.reset();
             return;
         }
@@ -171,6 +173,8 @@ char check(const Step& step, const Onu& onu, int action) {
     if (!is_template_onu(onu))
         return 1;
     if (onu.sOnuTableSrvProfileId == 0) {
+        ov_refusal_because_of(sOnuTable_column::sOnuTableSrvProfileId,
+                              "an ONU in template mode needs a service profile");
         OV_LOG_ERROR("MMG", " slot %d port %d onu %d config mode %d ,profile id", onu.slotID, onu.portID,
                      onu.onuId, onu.sOnuTableConfigMode);
         return 0;

@@ -63,8 +63,10 @@ int ov_app_gpon_onu_srvprofile_add(ov_sOnuSrvProfileTable_attr_t* attr, MIB_Flag
 }
 
 int ov_gpon_onu_service_profile_del(mib_ulong profileId) {
-    if (ov_gpon_onu_service_profile_inuse(profileId) != 0)
+    if (ov_gpon_onu_service_profile_inuse(profileId) != 0) {
+        ov_refusal_because("a PON port or an ONU has the service profile");
         return OV_GPON_RET_BUSY;
+    }
     Row row = profile_key(profileId);
     if (mib_access(MIB_DEL_N, row))
         return OV_GPON_RET_OK;
@@ -132,8 +134,10 @@ char ov_app_gpon_onusrvprofile_getId(const char* name, mib_ulong* id) {
 
 int ov_app_gpon_onusrvprofile_setname(mib_ulong id, const char* name) {
     const std::string_view text = name ? name : "";
-    if (!name || text.size() > limit::onuSrvProfileName)
+    if (!name || text.size() > limit::onuSrvProfileName) {
+        ov_refusal_because("a name has at most %zu characters", size_t{limit::onuSrvProfileName});
         return OV_GPON_RET_BAD_PARAM;
+    }
     Row row = profile_key(id);
     text.copy(row.onuSrvProfileName, limit::onuSrvProfileName);
     return mib_access(MIB_SET, row, columns_of(column::onuSrvProfileName)) ? OV_GPON_RET_OK
@@ -148,7 +152,7 @@ int ov_gpon_onu_srvpofile_set_callback(MIBDID did, void* row, MIB_Flags_t /*colu
     if (MibRowStatusGet(did, row) != MODE_DEL)
         return SET_ACCEPTED;
     if (ov_gpon_onu_service_profile_inuse(profile.onuSrvProfileId) != 0)
-        return SET_REFUSED;
+        return ov_refusal_because("a PON port or an ONU has the service profile");
     send_removal(profile.onuSrvProfileId);
     return SET_ACCEPTED;
 }

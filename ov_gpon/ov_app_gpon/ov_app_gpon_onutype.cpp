@@ -34,6 +34,7 @@ void log_unknown(int id, const char* name) {
 int free_of_service_profiles(const Row& row) {
     if (ov_app_gpon_onusrv_bind_onutype_check(row.onuTypeProfileName) == 0)
         return OV_GPON_RET_OK;
+    ov_refusal_because("a service profile is of ONU type \"%s\"", row.onuTypeProfileName);
     OV_LOG_ERROR("MMG", "onu srvprofile bind the onu type");
     return OV_GPON_RET_EXISTED;
 }
@@ -57,14 +58,16 @@ NamedProfileTable<Row>& profiles() {
 
 bool may_go(const Row& row) {
     if (row.sOnuTypeProfileTableIsDefaultProfile == 1)
-        return false;
+        return ov_refusal_because("\"%s\" is one of the default types", row.onuTypeProfileName);
     for (const ov_sOnuTable_attr_t& onu : all_rows<ov_sOnuTable_attr_t>())
         if (onu.sOnuTableOnuTypeProfileId == row.onuTypeProfileId) {
+            ov_refusal_because("gpon-onu%d/%d:%d is of this type", onu.slotID, onu.portID, onu.onuId);
             OV_LOG_ERROR("MMG", "this onutype is using in onu table! onutype profile id:%d",
                          static_cast<int>(row.onuTypeProfileId));
             return false;
         }
     if (ov_app_gpon_onusrv_bind_onutype_check(row.onuTypeProfileName) != 0) {
+        ov_refusal_because("a service profile is of ONU type \"%s\"", row.onuTypeProfileName);
         OV_LOG_ERROR("MMG", "this onutype is using in srv-profile table! profile name:%s",
                      row.onuTypeProfileName);
         return false;
@@ -74,20 +77,25 @@ bool may_go(const Row& row) {
 
 bool may_come(const Row& row) {
     if (row.onuTypeProfileName[0] == '\0') {
+        ov_refusal_because_of(column::onuTypeProfileName, "the name is empty");
         OV_LOG_ERROR("MMG", "onutype name is empty");
         return false;
     }
     if (const Row* other = profiles().other_of_same_name(row)) {
+        ov_refusal_because_of(column::onuTypeProfileName, "ONU type %u has the name \"%s\" already",
+                              static_cast<unsigned>(other->onuTypeProfileId), row.onuTypeProfileName);
         log_same_name(static_cast<int>(other->onuTypeProfileId), row.onuTypeProfileName);
         return false;
     }
     // One port more than there are, so an ONU gets one fewer than the line says.
     const int64_t ports = int64_t{row.sOnuTypeProfileTableEthNum} + row.sOnuTypeProfileTablePotsNum + 1;
     if (ports > MAX_PORTS_PER_ONU) {
+        ov_refusal_because("eth and pots together are at most %d", MAX_PORTS_PER_ONU - 1);
         OV_LOG_ERROR("MMG", "the max port number for one onu is %d", MAX_PORTS_PER_ONU);
         return false;
     }
     if (profiles().others_of(row) >= MAX_PROFILES) {
+        ov_refusal_because("there are %d ONU types already, the most there can be", MAX_PROFILES);
         OV_LOG_ERROR("MMG", "the max onu type profile number is %d", MAX_PROFILES);
         return false;
     }
@@ -181,6 +189,7 @@ char ov_app_gpon_onutype_check(ov_sOnuTypeProfileTable_attr_t* attr, int action,
     case OV_HAL_GPON_MSG_ACTION_DELETE:
         return may_go(*attr) ? 1 : 0;
     case OV_HAL_GPON_MSG_ACTION_SET:
+        ov_refusal_because("an ONU type can't be changed, only deleted and made again");
         OV_LOG_ERROR("MMG", "onutype do not support edit");
         return 0;
     default:

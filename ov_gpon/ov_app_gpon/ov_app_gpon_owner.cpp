@@ -1,16 +1,20 @@
 #include "ov_app_gpon_owner.h"
 
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 
 namespace {
 
 bool profile_admits(mib_long profile_id) {
     const auto* profile = ov_app_gpon_srvprofile_of(profile_id);
     if (profile == nullptr) {
+        ov_refusal_because("no service profile %d", profile_id);
         OV_LOG_ERROR("MMG", "multi-srvprofile id %d is not exist", profile_id);
         return false;
     }
     if (profile->sOnuSrvProfileBindCount > 0) {
+        ov_refusal_because("%d ONUs have service profile %d, which can't change under them",
+                           profile->sOnuSrvProfileBindCount, profile_id);
         OV_LOG_ERROR("MMG", "multi-srvprofile id %dbind %d times", profile_id,
                      profile->sOnuSrvProfileBindCount);
         return false;
@@ -21,10 +25,13 @@ bool profile_admits(mib_long profile_id) {
 bool onu_admits(const ov_sOnuTable_attr_t& owner) {
     const ov_sOnuTable_attr_t* onu = find_row(owner);
     if (onu == nullptr) {
+        ov_refusal_because("no ONU gpon-onu%d/%d:%d", owner.slotID, owner.portID, owner.onuId);
         OV_LOG_ERROR("MMG", "onu id %d is not exist", owner.onuId);
         return false;
     }
     if (onu->sOnuTableConfigMode == SONUTABLECONFIGMODE_TEMPLET) {
+        ov_refusal_because("gpon-onu%d/%d:%d takes its settings from service profile %d", owner.slotID,
+                           owner.portID, owner.onuId, static_cast<int>(onu->sOnuTableSrvProfileId));
         OV_LOG_ERROR("MMG", "onu id %d is configured by templet", owner.onuId);
         return false;
     }

@@ -104,7 +104,8 @@ constexpr size_t MODEL_NAME_BYTES = sPonTable_limit::sPonTableModelSrvProfileNam
 constexpr size_t VENDOR_CODE_BYTES = sPonTable_limit::sPonTableVendorSrvProfileName / AUTOFLOW_SLOTS;
 
 bool srvprofile_exists_or_none(uint32_t profile_id) {
-    return profile_id == 0 || ov_app_gpon_onu_srvprofile_check(profile_id, nullptr) == 1;
+    return profile_id == 0 || ov_app_gpon_onu_srvprofile_check(profile_id, nullptr) == 1 ||
+           ov_refusal_because("no service profile %u", profile_id);
 }
 
 // Slots without a name aren't in use, whatever profile they hold.
@@ -229,12 +230,15 @@ char ov_app_gpon_port_check(ov_sPonTable_attr_t* attr, int /*action*/, MIB_Flags
         }
         mib_ulong profile_id = 0;
         if (ov_app_gpon_qosprofile_getId(attr->sPonTableQosProfileName, &profile_id) != 1) {
+            ov_refusal_because_of(sPonTableQosProfileName, "no QoS profile \"%s\"",
+                                  attr->sPonTableQosProfileName);
             OV_LOG_ERROR("LIB", "the qos profile was not exist");
             return 0;
         }
         attr->sPonTableQosPorfileID = profile_id;
     }
     if (mib_flag_is_set(flag, sPonTableScbMaxBW) && !has_hierarchical_scheduler(attr->sPonTableIfIndex)) {
+        ov_refusal_because_of(sPonTableScbMaxBW, "the port has no hierarchical scheduler");
         OV_LOG_ERROR("LIB", "ov_app_qos_port_model_get_by_ifindex failed or port model isn't hierarchy");
         return 0;
     }
@@ -299,7 +303,10 @@ int ov_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
 // The row of a protecting port follows its working port's: nobody else may write it.
 int ov_port_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
     const auto* port = static_cast<const PortRow*>(row);
-    return ov_app_gpon_port_is_protect_pon_port(port->slotID, port->portID) == 0 ? SET_ACCEPTED : SET_REFUSED;
+    return ov_app_gpon_port_is_protect_pon_port(port->slotID, port->portID) == 0 ||
+                   ov_refusal_because("the port protects another one and follows it")
+               ? SET_ACCEPTED
+               : SET_REFUSED;
 }
 
 int ov_port_table_get_callback(MIBDID /*did*/, void* row, MIB_Flags_t column_flag) {

@@ -38,6 +38,7 @@ NamedProfileTable<Row>& profiles() {
 bool is_free_of_ports(const Row& row) {
     for (const ov_sPonTable_attr_t& port : all_rows<ov_sPonTable_attr_t>())
         if (port.sPonTableQosPorfileID == row.qosProfileID) {
+            ov_refusal_because("gpon-olt%d/%d has this profile", port.slotID, port.portID);
             OV_LOG_ERROR("MMG", "this qosprofile is using in pon table! qosProfileID:%d",
                          static_cast<int>(row.qosProfileID));
             return false;
@@ -47,10 +48,13 @@ bool is_free_of_ports(const Row& row) {
 
 bool may_come(const Row& row) {
     if (row.sQosProfileTableQueueName[0] == '\0') {
+        ov_refusal_because_of(column::sQosProfileTableQueueName, "the name is empty");
         OV_LOG_ERROR("MMG", "qosprofile name is empty");
         return false;
     }
     if (const Row* other = profiles().other_of_same_name(row)) {
+        ov_refusal_because_of(column::sQosProfileTableQueueName, "QoS profile %u has the name \"%s\" already",
+                              static_cast<unsigned>(other->qosProfileID), row.sQosProfileTableQueueName);
         OV_LOG_ERROR("MMG", "same qosprofile name exist before %d:%s", static_cast<int>(other->qosProfileID),
                      row.sQosProfileTableQueueName);
         return false;

@@ -44,11 +44,14 @@ NamedProfileTable<Row>& profiles() {
 bool may_go(const Row& row) {
     const std::string_view name = row.sRmTrafficProfileName;
     if (name == DEFAULT_NAME) {
+        ov_refusal_because("the default profile stays");
         OV_LOG_ERROR("MMG", "trfprofile name is default");
         return false;
     }
     for (const ov_sGemTable_attr_t& gem : all_rows<ov_sGemTable_attr_t>())
         if (name == gem.sGemTableUpTrafficName || name == gem.sGemTableDownTrafficName) {
+            ov_refusal_because("GEM port %u of gpon-onu%d/%d:%d has this profile",
+                               static_cast<unsigned>(gem.gemID), gem.slotID, gem.portID, gem.onuId);
             OV_LOG_ERROR("MMG", "this traffic profile is using in onu table! tarffic profileid:%d",
                          static_cast<int>(row.sRmTrafficProfileId));
             return false;
@@ -58,15 +61,19 @@ bool may_go(const Row& row) {
 
 bool may_come(const Row& row) {
     if (row.sRmTrafficProfileName[0] == '\0') {
+        ov_refusal_because_of(column::sRmTrafficProfileName, "the name is empty");
         OV_LOG_ERROR("MMG", "traffic profile name is empty");
         return false;
     }
     if (const Row* other = profiles().other_of_same_name(row)) {
+        ov_refusal_because_of(column::sRmTrafficProfileName, "traffic profile %u has the name \"%s\" already",
+                              static_cast<unsigned>(other->sRmTrafficProfileId), row.sRmTrafficProfileName);
         OV_LOG_ERROR("MMG", "same traffic profile name exist before %d:%s",
                      static_cast<int>(other->sRmTrafficProfileId), row.sRmTrafficProfileName);
         return false;
     }
-    return profiles().others_of(row) < MAX_PROFILES;
+    return profiles().others_of(row) < MAX_PROFILES ||
+           ov_refusal_because("there are %d traffic profiles already, the most there can be", MAX_PROFILES);
 }
 
 } // namespace

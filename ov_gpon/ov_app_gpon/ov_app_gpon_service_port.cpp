@@ -28,6 +28,7 @@ constexpr MIB_Flags_t DELETED = columns_of(column::servicePortRowStatus);
 // ---- values -----------------------------------------------------------------------------------------------
 
 struct Range {
+    unsigned column;
     mib_long ServicePort::*value;
     mib_long min, max;
     const char* refusal;
@@ -35,31 +36,47 @@ struct Range {
     bool admits(const ServicePort& row) const {
         if (row.*value >= min && row.*value <= max)
             return true;
+        ov_refusal_because_of(column, "%s is %d to %d, not %d",
+                              table_desc_servicePortTable.column(static_cast<int>(column))->name, min, max,
+                              row.*value);
         OV_LOG_ERROR("MMG", "%s", refusal);
         return false;
     }
 };
 
 constexpr std::array RANGES = {
-    Range{&ServicePort::servicePortGemId, 1, 128, "check [servicePortGemId] fail"},
-    Range{&ServicePort::servicePortVlan, 0, 4095, "check [servicePortVlan] fail"},
-    Range{&ServicePort::servicePortSvlan, 0, 4095, "check [servicePortSvlan] fail"},
-    Range{&ServicePort::servicePortUserVlan, 0, 4095, "check [servicePortUserVlan] fail"},
-    Range{&ServicePort::servicePortInnerVlan, 0, 4095, "check [servicePortInnerVlan] fail"},
-    Range{&ServicePort::servicePortVlanAction, 1, 8, "check [servicePortVlanAction] fail"},
-    Range{&ServicePort::servicePortVlanPrio, 0, 7, "check [servicePortVlanPrio] fail"},
-    Range{&ServicePort::servicePortSvlanPrio, 0, 7, "check [servicePortSvlanPrio] fail"},
-    Range{&ServicePort::servicePortMacLimit, 0, 4095, "check [servicePortMacLimit] fail"},
-    Range{&ServicePort::servicePortVlanPrioAction, 1, 3, "check [servicePortVlanPrioAction] fail"},
-    Range{&ServicePort::servicePortSvlanPrioAction, 1, 3, "check [servicePortSvlanPrioAction] fail"},
-    Range{&ServicePort::servicePortQueueSelectMode, 1, 2, "check [servicePortQueueSelectMode] fail"},
+    Range{column::servicePortGemId, &ServicePort::servicePortGemId, 1, 128, "check [servicePortGemId] fail"},
+    Range{column::servicePortVlan, &ServicePort::servicePortVlan, 0, 4095, "check [servicePortVlan] fail"},
+    Range{column::servicePortSvlan, &ServicePort::servicePortSvlan, 0, 4095, "check [servicePortSvlan] fail"},
+    Range{column::servicePortUserVlan, &ServicePort::servicePortUserVlan, 0, 4095,
+          "check [servicePortUserVlan] fail"},
+    Range{column::servicePortInnerVlan, &ServicePort::servicePortInnerVlan, 0, 4095,
+          "check [servicePortInnerVlan] fail"},
+    Range{column::servicePortVlanAction, &ServicePort::servicePortVlanAction, 1, 8,
+          "check [servicePortVlanAction] fail"},
+    Range{column::servicePortVlanPrio, &ServicePort::servicePortVlanPrio, 0, 7,
+          "check [servicePortVlanPrio] fail"},
+    Range{column::servicePortSvlanPrio, &ServicePort::servicePortSvlanPrio, 0, 7,
+          "check [servicePortSvlanPrio] fail"},
+    Range{column::servicePortMacLimit, &ServicePort::servicePortMacLimit, 0, 4095,
+          "check [servicePortMacLimit] fail"},
+    Range{column::servicePortVlanPrioAction, &ServicePort::servicePortVlanPrioAction, 1, 3,
+          "check [servicePortVlanPrioAction] fail"},
+    Range{column::servicePortSvlanPrioAction, &ServicePort::servicePortSvlanPrioAction, 1, 3,
+          "check [servicePortSvlanPrioAction] fail"},
+    Range{column::servicePortQueueSelectMode, &ServicePort::servicePortQueueSelectMode, 1, 2,
+          "check [servicePortQueueSelectMode] fail"},
 };
-constexpr Range QUEUE_RANGE = {&ServicePort::servicePortQueue, 0, 7, "check [servicePortQueue] fail"};
-constexpr Range MAPPING_RANGE = {&ServicePort::servicePortCosQueueMappingProfileId, 0, 8,
+constexpr Range QUEUE_RANGE = {column::servicePortQueue, &ServicePort::servicePortQueue, 0, 7,
+                               "check [servicePortQueue] fail"};
+constexpr Range MAPPING_RANGE = {column::servicePortCosQueueMappingProfileId,
+                                 &ServicePort::servicePortCosQueueMappingProfileId, 0, 8,
                                  "check [servicePortCosQueueMappingProfileId] fail"};
 
 bool has_whole_index(const ServicePort& row) {
-    return has_owner_index(row) && fits(row.servicePortId, GPON_SERVICE_PORT_MAX);
+    return (has_owner_index(row) && fits(row.servicePortId, GPON_SERVICE_PORT_MAX)) ||
+           ov_refusal_because("index %d.%d.%d.%d.%d is no place of a service port", row.shelfID, row.slotID,
+                              row.portID, row.onuId, row.servicePortId);
 }
 
 bool has_mapping_profile(const ServicePort& row) {
@@ -68,6 +85,8 @@ bool has_mapping_profile(const ServicePort& row) {
     key.cosQueueMappingProfileId = row.servicePortCosQueueMappingProfileId;
     if (key.cosQueueMappingProfileId == 0 || find_row(key) != nullptr)
         return true;
+    ov_refusal_because_of(column::servicePortCosQueueMappingProfileId, "no COS-to-queue profile %d",
+                          row.servicePortCosQueueMappingProfileId);
     OV_LOG_ERROR("MMG", "check [cosQueueMappingProfileId] fail");
     return false;
 }
@@ -83,6 +102,7 @@ bool has_gemport(const ServicePort& row) {
     key.gemID = static_cast<mib_ulong>(row.servicePortGemId);
     if (find_row(key) != nullptr)
         return true;
+    ov_refusal_because_of(column::servicePortGemId, "no GEM port %d", row.servicePortGemId);
     OV_LOG_ERROR("MMG", "Config service port[%d], gemport[%d] not exist", row.servicePortId,
                  row.servicePortGemId);
     return false;
@@ -93,6 +113,8 @@ bool keeps_mac_move_on_group(const ServicePort& row) {
     if (row.servicePortMacmove != SERVICEPORTMACMOVE_DISABLE ||
         ov_app_gpon_port_is_group_work_pon_port(row.slotID, row.portID) == 0)
         return true;
+    ov_refusal_because_of(column::servicePortMacmove,
+                          "addresses must be free to move on a port of a protection group");
     OV_LOG_ERROR("MMG", "pon port is grop work pon port");
     return false;
 }
@@ -174,6 +196,11 @@ int follow(RowChange<ServicePort>& change) {
     return ov_app_gpon_follow_on_pair(SYNC_SSERVICEPORT, change);
 }
 
+int refused(const char* why) {
+    ov_refusal_because("%s", why);
+    return OV_GPON_RET_BAD_PARAM;
+}
+
 } // namespace
 
 void ov_app_gpon_service_port_init() {
@@ -191,8 +218,10 @@ void ov_app_gpon_service_port_init() {
 // ---- add, edit, delete ------------------------------------------------------------------------------------
 
 int ov_app_gpon_service_port_add(ov_servicePortTable_attr_t* row, MIB_Flags_t column_flag) {
-    if (!row || ov_app_gpon_srvport_exist_check(row) == 1)
+    if (!row)
         return OV_GPON_RET_BAD_PARAM;
+    if (ov_app_gpon_srvport_exist_check(row) == 1)
+        return refused("exists already");
     row->servicePortRowStatus = OVRA_CREATEANDGO;
     mib_flag_set(column_flag, column::servicePortRowStatus);
     return mib_access(MIB_SET, *row, column_flag, gpon_service_port_appid) ? OV_GPON_RET_OK
@@ -204,12 +233,12 @@ int ov_app_gpon_service_port_edit(ov_servicePortTable_attr_t* row, MIB_Flags_t c
         return OV_GPON_RET_BAD_PARAM;
     const mib_long mode = row->servicePortQueueSelectMode;
     if (mib_flag_is_set(column_flag, column::servicePortQueue) && mode != SERVICEPORTQUEUESELECTMODE_DIRECTLY)
-        return OV_GPON_RET_BAD_PARAM;
+        return refused("doesn't choose its queue directly");
     if (mib_flag_is_set(column_flag, column::servicePortCosQueueMappingProfileId) &&
         mode != SERVICEPORTQUEUESELECTMODE_COSQMAPPINGPROFILE)
-        return OV_GPON_RET_BAD_PARAM;
+        return refused("doesn't choose its queue by a COS-to-queue profile");
     if (ov_app_gpon_srvport_exist_check(row) != 1)
-        return OV_GPON_RET_BAD_PARAM;
+        return refused("doesn't exist");
     return mib_access(MIB_SET, *row, column_flag, gpon_service_port_appid) ? OV_GPON_RET_OK
                                                                            : OV_GPON_RET_BAD_PARAM;
 }
@@ -343,6 +372,7 @@ int ov_service_port_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flag
     const auto& port = *static_cast<const ServicePort*>(row);
     if (ov_app_gpon_port_is_protect_pon_port(port.slotID, port.portID) == 0)
         return SET_ACCEPTED;
+    ov_refusal_because("the port protects another one and follows it");
     OV_LOG_ERROR("MMG", "failed");
     return SET_REFUSED;
 }

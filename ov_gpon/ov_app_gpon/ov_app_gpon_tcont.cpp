@@ -33,7 +33,8 @@ struct Bandwidth {
 };
 
 bool bandwidth_of(const char* profile, Bandwidth& bandwidth) {
-    return ov_app_gpon_bwtype_assAndFix_get(profile, &bandwidth.assured_and_fixed, &bandwidth.fixed) == 1;
+    return ov_app_gpon_bwtype_assAndFix_get(profile, &bandwidth.assured_and_fixed, &bandwidth.fixed) == 1 ||
+           ov_refusal_because_of(column::sTcontTableBwProfileName, "no bandwidth profile \"%s\"", profile);
 }
 
 // What the T-CONTs of a service profile ask for together.
@@ -52,6 +53,10 @@ struct BandwidthSum {
         fixed += bw.fixed;
         if (assured_and_fixed <= PROFILE_MAX_BW && fixed <= PROFILE_MAX_FIX_BW)
             return true;
+        ov_refusal_because("the profile's T-CONTs together would ask for more than a PON port gives "
+                           "(fixed %lld of %lld, fixed and assured %lld of %lld)",
+                           static_cast<long long>(fixed), static_cast<long long>(PROFILE_MAX_FIX_BW),
+                           static_cast<long long>(assured_and_fixed), static_cast<long long>(PROFILE_MAX_BW));
         OV_LOG_ERROR("MMG", "config bw is over max bw");
         return false;
     }
@@ -101,6 +106,8 @@ bool release(const Tcont& row, const Bandwidth& bw) {
 bool has_whole_index(const Tcont& row) {
     if (has_owner_index(row) && row.tcontId != 0)
         return true;
+    ov_refusal_because("index %d.%d.%d.%d.%u is no place of a T-CONT", row.shelfID, row.slotID, row.portID,
+                       row.onuId, static_cast<unsigned>(row.tcontId));
     OV_LOG_ERROR("MMG", "illega tcont index:%d.%d.%d.%d.%d:", row.shelfID, row.slotID, row.portID, row.onuId,
                  static_cast<int>(row.tcontId));
     return false;
@@ -110,6 +117,7 @@ bool is_free_of_gemports(const Tcont& row) {
     for (const ov_sGemTable_attr_t& gem : rows_under(onu_key<ov_sGemTable_attr_t>(row), INDEX_TO_ONU)) {
         if (gem.sGemTableTcontID != row.tcontId)
             continue;
+        ov_refusal_because("GEM port %lu uses the T-CONT", static_cast<unsigned long>(gem.gemID));
         OV_LOG_ERROR("MMG", "this tcontid:%lu is using in gem table! gemid:%lu",
                      static_cast<unsigned long>(row.tcontId), static_cast<unsigned long>(gem.gemID));
         return false;
@@ -139,6 +147,8 @@ std::optional<int> settle_without_card(RowChange<Tcont>& change) {
     Tcont& row = change.row;
     mib_ulong profile_id = 0;
     if (ov_app_gpon_bwtype_getId(row.sTcontTableBwProfileName, &profile_id) != 1) {
+        ov_refusal_because_of(column::sTcontTableBwProfileName, "no bandwidth profile \"%s\"",
+                              row.sTcontTableBwProfileName);
         OV_LOG_ERROR("MMG", "cannot find bw profile:%s", row.sTcontTableBwProfileName);
         return SET_REFUSED;
     }
@@ -171,6 +181,7 @@ void take_back(RowChange<Tcont>& change) {
 bool name_profile_id(Tcont& row, MIB_Flags_t& flag) {
     mib_ulong profile_id = 0;
     if (ov_app_gpon_bwtype_getId(row.sTcontTableBwProfileName, &profile_id) != 1) {
+        ov_refusal_because("no bandwidth profile \"%s\"", row.sTcontTableBwProfileName);
         OV_LOG_ERROR("MMG", "do not found bw profile:%s", row.sTcontTableBwProfileName);
         return false;
     }
@@ -253,6 +264,7 @@ char ov_app_gpon_tcont_check(ov_sTcontTable_attr_t* attr, int action, MIB_Flags_
 char ov_tcont_multi_srvprofile_exist_check(ov_sTcontTable_attr_t* attr) {
     if (ov_app_gpon_srvprofile_of(attr->onuId) != nullptr)
         return 1;
+    ov_refusal_because("no service profile %d", attr->onuId);
     OV_LOG_ERROR("MMG", "srvprofile id %d is not exist", attr->onuId);
     return 0;
 }

@@ -17,6 +17,7 @@
 #include "ov_hal_gpon_msg.h"
 #include "ov_ifindex.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 
 namespace {
 
@@ -81,8 +82,10 @@ unsigned ov_hal_gpon_msg_recv(unsigned type, void* buf, unsigned len) {
         ov_hal_gpon_msg_dump(type, buf);
     const auto* found =
         std::find_if(HANDLERS.begin(), HANDLERS.end(), [type](const Handler& h) { return h.type == type; });
-    if (found != HANDLERS.end())
-        found->handle(buf, len);
+    if (found == HANDLERS.end())
+        return 0;
+    const OvRefusal door("card", OvRefusal::Kind::EVENT);
+    found->handle(buf, len);
     return 0;
 }
 

@@ -12,6 +12,7 @@
 #include "ov_ifindex.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "ov_types.h"
 
 int g_gpon_ipc_msg_debug_flag = 0;
@@ -165,6 +166,7 @@ int ov_hal_gpon_msg_send(int msgtype, ov_hal_gpon_msg_action_t action, void* att
     if (g_gpon_ipc_msg_debug_flag)
         OV_LOG_DEBUG("LIB", "=====> HAL GPON MSG send, type = %s:%u   slotId = %u", name, type, *slot);
     if (action == OV_HAL_GPON_MSG_ACTION_GET && card_is_absent(*slot)) {
+        ov_refusal_because("the card in slot %u is away", *slot);
         OV_LOG_INFO("LIB", "=====> HAL GPON MSG card not exist, type = %s:%u   slotId = %u", name, type,
                     *slot);
         return OV_GPON_RET_FAIL;

@@ -13,6 +13,7 @@
 //   present        MIB_SET with 4 or 5                  refused
 #include <cstring>
 
+#include "ov_refusal.h"
 #include "table_module.h"
 #include "table_record.h"
 
@@ -100,10 +101,10 @@ char TableModule::start_on_stored(int type, void* row, void* stored, const MIB_F
         return 1;
     case MIB_SET:
         if (mib_flag_is_set(flags, desc_.row_status->number) && is_create(row_status_of(desc_, row)))
-            return 0; // the row exists
+            return ov_refusal_because("exists already");
         return merge(row, stored, flags);
     default:
-        return 0; // a create of a row that exists
+        return ov_refusal_because("exists already"); // a create
     }
 }
 
@@ -115,15 +116,17 @@ char TableModule::start_on_absent(int type, void* row, const MIB_Flags_t& flags)
         return start_blank_row(row, OVRA_CREATEANDWAIT);
     case MIB_SET:
         return start_filled_row(row, flags);
+    case MIB_DEL:
+        return ov_refusal_because("doesn't exist");
     default:
-        return 0;
+        return 0; // a read, whose caller knows what that means
     }
 }
 
 char TableModule::start_blank_row(void* row, int32_t status) {
     void* stored = create_entry(row);
     if (stored == nullptr)
-        return 0;
+        return ov_refusal_because("no memory for another row");
     set_row_status(desc_, stored, status);
     copy_row(row, stored);
     return 1;
@@ -133,10 +136,10 @@ char TableModule::start_filled_row(void* row, const MIB_Flags_t& flags) {
     unsigned status_column = desc_.row_status->number;
     int32_t status = row_status_of(desc_, row);
     if (!mib_flag_is_set(flags, status_column) || !is_create(status))
-        return 0;
+        return ov_refusal_because("doesn't exist");
     void* stored = create_entry(row);
     if (stored == nullptr)
-        return 0;
+        return ov_refusal_because("no memory for another row");
     set_row_status(desc_, stored, status);
     MIB_Flags_t columns = flags;
     mib_flag_clear(columns, status_column);
@@ -163,7 +166,7 @@ char TableModule::merge(void* row, const void* stored, const MIB_Flags_t& flags)
             copy_old_and_new(column, to, from);
         }
     }
-    return MibFlagsCheck(flags, missing_columns_) == 0 ? 1 : 0;
+    return MibFlagsCheck(flags, missing_columns_) == 0 || ov_refusal_because("has no such column") ? 1 : 0;
 }
 
 // ---- finish --------------------------------------------------------------------------------------

@@ -7,9 +7,11 @@
 
 #include <arpa/inet.h>
 
+#include "mmg_refusal.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
 #include "table_record.h"
+#include "table_row_name.h"
 #include "table_snmp.h"
 
 namespace {
@@ -143,6 +145,7 @@ void TableModule::register_with_store() {
         class_ = class_new();
     if (class_ == nullptr)
         return;
+    MibSetRowNamer(table_row_name);
     ovraMib_RegisterSnmpHanlder(did(), registration_, &class_->handler, desc_.key_size, desc_.entry_size);
 }
 

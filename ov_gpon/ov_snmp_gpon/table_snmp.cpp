@@ -6,6 +6,7 @@
 #include "ov_product_log.h"
 #include "table_record.h"
 #include "table_snmp_open.h"
+#include "table_snmp_refusal.h"
 #include "table_snmp_request.h"
 
 namespace {
@@ -100,7 +101,7 @@ int table_snmp_in_handler(TableModule& module, netsnmp_agent_request_info* reqin
     if (reqinfo->mode == MODE_GET)
         snmp_serve_get(module, reqinfo, requests);
     else if (module.desc().writable)
-        snmp_serve_set(module, reqinfo, requests);
+        snmp_serve_set_telling(module, reqinfo, requests);
     return SNMP_ERR_NOERROR;
 }
 

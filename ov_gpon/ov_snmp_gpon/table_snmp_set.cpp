@@ -16,6 +16,7 @@
 #include "table_record.h"
 #include "table_snmp.h"
 #include "table_snmp_open.h"
+#include "table_snmp_refusal.h"
 #include "table_snmp_request.h"
 
 namespace {
@@ -44,6 +45,8 @@ bool each_variable(const TableModule& module, netsnmp_request_info* requests, Vi
             info->colnum < MIB_FLAGS_COLUMNS ? module.desc().column(static_cast<int>(info->colnum)) : nullptr;
         if (column != nullptr && column->access < ColAccess::READ_WRITE)
             column = nullptr;
+        if (snmp_destroys_nothing(request, column))
+            continue;
         if (!visit(Variable{request, info, column, request->requestvb}))
             return false;
     }
@@ -65,11 +68,6 @@ bool is_create(const Variable& variable) {
     return is_row_status(variable) && netsnmp_check_vb_int(variable.value) == SNMP_ERR_NOERROR &&
            (*variable.value->val.integer == OVRA_CREATEANDGO ||
             *variable.value->val.integer == OVRA_CREATEANDWAIT);
-}
-
-void refuse_all(netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests, int error) {
-    for (netsnmp_request_info* request = requests; request != nullptr; request = request->next)
-        netsnmp_set_request_error(reqinfo, request, error);
 }
 
 // ---- RESERVE1 ------------------------------------------------------------------------------------
@@ -309,7 +307,7 @@ void action(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_re
     const bool accepted = target.run(CALLBACK_CHECK) && run_set_chain(target);
     note_state(module, requests, accepted ? SnmpSetState::ACCEPTED : SnmpSetState::REFUSED, target.flags);
     if (!accepted) {
-        refuse_all(reqinfo, requests, SNMP_ERR_BADVALUE);
+        snmp_refuse_row(module, reqinfo, requests, SNMP_ERR_BADVALUE);
         return;
     }
     if (void* row = target.find())

@@ -87,5 +87,6 @@ void ov_refusal_forget(const OvRefusalMark& mark);
 void ov_refusal_set_thread_door(const char* door);
 const char* ov_refusal_thread_door();
 
-// The log's: a line of error level has been written.
+// A line of error level has been written to the log, or whoever asked has been given a text in answer: the
+// first of these is the reason when nobody states any.
 void ov_refusal_note_error(const char* text);

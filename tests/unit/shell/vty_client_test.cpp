@@ -1,5 +1,6 @@
 #include "vty_client.h"
 
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/socket.h>
@@ -7,6 +8,8 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
+
+#include "kavo_refusal.h"
 
 namespace {
 
@@ -226,6 +229,69 @@ TEST(VtyClient, AnswerThatNobodyAskedForIsAnError) {
     Daemon daemon({{"x\0\0\0\0y\0\0\0\0"s}});
     vty_client client(daemon.path);
     EXPECT_THROW(client.run("x"), vty_client_error);
+}
+
+/// The line of the daemon's list of reasons for a line that was sent.
+std::string reason_line(const std::string& line, const std::string& reason) {
+    char number[16];
+    snprintf(number, sizeof(number), "%08x ", kavo_refusal_line_number(line));
+    return number + reason + "\n";
+}
+
+TEST(VtyClient, ReasonOfARefusalIsAskedFor) {
+    Daemon daemon({{"no\n\0\0\0\1"s}, {reason_line("bad", "because") + "\0\0\0\0"s}, {"yes\n\0\0\0\0"s}});
+    {
+        vty_client client(daemon.path);
+        client.ask_reasons();
+        const auto reply = client.run("bad");
+        EXPECT_EQ(reply.text, "no\n");
+        EXPECT_EQ(reply.reason, "because");
+        EXPECT_EQ(client.run("good").reason, "");
+        EXPECT_EQ(client.unanswered(), 0u);
+    }
+    EXPECT_EQ(daemon.finish(), (std::vector<std::string>{"bad", "show refusal", "good"}));
+}
+
+TEST(VtyClient, NobodyAsksForReasonsUnlessTold) {
+    Daemon daemon({{"no\n\0\0\0\1"s}});
+    {
+        vty_client client(daemon.path);
+        EXPECT_EQ(client.run("bad").reason, "");
+    }
+    EXPECT_EQ(daemon.finish(), std::vector<std::string>{"bad"});
+}
+
+TEST(VtyClient, LineThatIsNotUnderstoodHasNoReason) {
+    Daemon daemon({{"% Unknown\n\0\0\0\2"s}});
+    vty_client client(daemon.path);
+    client.ask_reasons();
+    EXPECT_EQ(client.run("bad").result, 2);
+    EXPECT_EQ(daemon.finish(), std::vector<std::string>{"bad"});
+}
+
+TEST(VtyClient, DaemonThatKnowsNoReasonsGivesNone) {
+    Daemon daemon({{"no\n\0\0\0\1"s}, {"% Unknown command\n\0\0\0\2"s}});
+    vty_client client(daemon.path);
+    client.ask_reasons();
+    EXPECT_EQ(client.run("bad").reason, "");
+}
+
+TEST(VtyClient, LinesSentAheadHaveEachTheirOwnReason) {
+    // The question goes out behind the lines that were sent before the first refusal was read.
+    Daemon daemon({{"1\n\0\0\0\1"s},
+                   {"2\n\0\0\0\0"s},
+                   {"3\n\0\0\0\1"s},
+                   {"4\n\0\0\0\1"s},
+                   {reason_line("a", "of the first") + reason_line("c", "of the third") +
+                    reason_line("a", "of the fourth") + "\0\0\0\0"s}});
+    vty_client client(daemon.path);
+    client.ask_reasons();
+    for (const char* line : {"a", "b", "c", "a"})
+        client.send(line);
+    EXPECT_EQ(client.unanswered(), 4u);
+    for (const char* reason : {"of the first", "", "of the third", "of the fourth"})
+        EXPECT_EQ(client.receive()->reason, reason);
+    EXPECT_EQ(daemon.finish().back(), "show refusal");
 }
 
 } // namespace

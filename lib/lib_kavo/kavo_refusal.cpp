@@ -1,0 +1,92 @@
+#include "kavo_refusal.h"
+
+#include <deque>
+#include <string_view>
+#include <sys/stat.h>
+
+#include "kavo_cmd.h"
+#include "kavo_vty_object.h"
+#include "ov_ifindex.h"
+
+namespace {
+
+// A shell that sends lines ahead asks at the first refusal that it reads.
+constexpr size_t KEPT_MAX = 512;
+
+// A connection, told from a later one that gets the same descriptor.
+struct Session {
+    int fd;
+    ino_t inode;
+    bool operator==(const Session&) const = default;
+};
+
+struct Kept {
+    Session session;
+    uint32_t line;
+    std::string reason;
+};
+
+std::deque<Kept>& kept() {
+    static std::deque<Kept> refusals;
+    return refusals;
+}
+
+Session session_of(const struct vty* vty) {
+    struct stat status = {};
+    if (vty->fd < 0 || fstat(vty->fd, &status) != 0)
+        return {-1, 0};
+    return {vty->fd, status.st_ino};
+}
+
+int show_refusal(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
+    const Session session = session_of(vty);
+    for (const Kept& refusal : kept())
+        if (refusal.session == session)
+            vty_out(vty, "%08x %s%s", refusal.line, refusal.reason.c_str(), kavo_newline(vty));
+    std::erase_if(kept(), [&](const Kept& refusal) { return refusal.session == session; });
+    return 0;
+}
+
+const kavo_cmd_t refusal_cmds[] = {
+    {{VIEW_NODE, CONFIG_NODE},
+     "show refusal",
+     "Show running system information\nWhy this session's last commands were refused\n",
+     show_refusal,
+     true},
+};
+
+} // namespace
+
+void kavo_refusal_keep(const struct vty* vty, const char* reason) {
+    const Session session = session_of(vty);
+    if (session.fd < 0)
+        return;
+    if (kept().size() == KEPT_MAX)
+        kept().pop_front();
+    kept().push_back({session, kavo_refusal_line_number(vty->buf != nullptr ? vty->buf : ""), reason});
+}
+
+std::string kavo_refusal_object(const struct vty* vty) {
+    if (vty->node == GPON_NODE)
+        return "gpon";
+    const bool has_index =
+        vty->node == IF_GPON_NODE || vty->node == GPON_ONU_NODE || vty->node == ONU_SRV_PROFILE_NODE;
+    ov_ifindex_t ifindex = 0;
+    if ((!has_index && vty->node != IF_NODE) || ov_get_ifindex_from_vtysh(vty, &ifindex) != 0)
+        return "";
+    if (vty->node == ONU_SRV_PROFILE_NODE)
+        return "onu-srvprofile " + std::to_string(ov_ifindex_get_subport_id(ifindex));
+    const char* name = ov_get_ifname_by_ifindex(ifindex);
+    return name != nullptr ? name : "";
+}
+
+uint32_t kavo_refusal_line_number(std::string_view line) {
+    uint32_t number = 2166136261u;
+    for (const char c : line)
+        number = (number ^ static_cast<unsigned char>(c)) * 16777619u;
+    return number;
+}
+
+void kavo_refusal_vty_init() {
+    kavo_cmd_install(refusal_cmds);
+}

@@ -1,0 +1,92 @@
+#include "refusal_text.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "kavo_frr.h"
+#include "shell_mode.h"
+
+namespace {
+
+/// "(1-8)".
+bool is_range(const std::string& word) {
+    return word.size() > 4 && word.front() == '(' && word.back() == ')' && word.find('-', 2) != word.npos;
+}
+
+/// "(1-8)" as "1 to 8", "<cr>" as the end of the line, others as they are.
+std::string expected_text(const std::string& word) {
+    if (word == "<cr>")
+        return "the end of the line";
+    if (!is_range(word))
+        return word;
+    const auto dash = word.find('-', 2);
+    return word.substr(1, dash - 1) + " to " + word.substr(dash + 1, word.size() - dash - 2);
+}
+
+bool is_number(const std::string& word) {
+    return !word.empty() &&
+           std::all_of(word.begin(), word.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+/// "a", "a or b", "a, b or c".
+std::string listed(const std::vector<std::string>& words) {
+    std::string text;
+    for (size_t i = 0; i < words.size(); i++)
+        text += (i == 0 ? "" : i + 1 == words.size() ? " or " : ", ") + words[i];
+    return text;
+}
+
+/// The end of a text from its last keyword on: numbers and names say nothing without it.
+std::string from_last_keyword(const std::string& text) {
+    const auto words = shell_words(text);
+    size_t first = words.size();
+    while (first > 0) {
+        const std::string& word = words[--first];
+        if (std::all_of(word.begin(), word.end(), [](char c) { return islower(c) || c == '-' || c == '_'; }))
+            break;
+    }
+    std::string label;
+    for (size_t i = first; i < words.size(); i++)
+        label += (label.empty() ? "" : " ") + words[i];
+    return label;
+}
+
+/// What may stand behind a text that is understood so far, where something else does. A number that doesn't
+/// fit is told the numbers that do.
+std::string hint_behind(const command_tree& tree, enum node_type node, const std::string& text,
+                        const std::string& typed) {
+    auto lines = tree.describe(node, text);
+    const auto takes_no_number = [](const command_help_t& line) { return !is_range(line.word); };
+    if (is_number(typed) && !std::all_of(lines.begin(), lines.end(), takes_no_number))
+        std::erase_if(lines, takes_no_number);
+    std::vector<std::string> expected;
+    for (const auto& line : lines) {
+        const auto word = expected_text(line.word);
+        if (std::find(expected.begin(), expected.end(), word) == expected.end())
+            expected.push_back(word);
+    }
+    const auto label = from_last_keyword(text);
+    return expected.empty() || label.empty() ? "" : label + ": " + listed(expected);
+}
+
+} // namespace
+
+std::string refusal_hint(const command_tree& tree, enum node_type node, const std::string& line, int result) {
+    if (result == CMD_ERR_INCOMPLETE)
+        return hint_behind(tree, node, line + " ", "");
+    if (result != CMD_ERR_NO_MATCH)
+        return "";
+    const auto trouble = tree.find_trouble(node, line);
+    if (!trouble || !trouble->candidates.empty())
+        return "";
+    const auto typed = shell_words(line.substr(trouble->offset));
+    return hint_behind(tree, node, line.substr(0, trouble->offset), typed.empty() ? "" : typed.front());
+}
+
+std::string refusal_second_line(const command_tree& tree, enum node_type node, const std::string& line,
+                                const vty_reply_t& reply) {
+    const auto text = reply.reason.empty() ? refusal_hint(tree, node, line, reply.result) : reply.reason;
+    if (text.empty())
+        return "";
+    return (reply.text.empty() || reply.text.ends_with('\n') ? "  " : "\n  ") + text + "\n";
+}

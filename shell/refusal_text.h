@@ -1,0 +1,18 @@
+#pragma once
+
+// The second line under a refusal: why, in the daemon's words, or what the line should have had where the
+// daemon didn't understand it.
+
+#include <string>
+
+#include "command_tree.h"
+#include "vty_client.h"
+
+/// What the first word that isn't understood could have been, given the words before it: "tcont: 1 to 8",
+/// "modify 3: loid, pw or sn". Empty for a line that is understood, or whose first word already isn't.
+std::string refusal_hint(const command_tree& tree, enum node_type node, const std::string& line, int result);
+
+/// The line that stands under the daemon's text, with its end; empty for none.
+/// @param node  where the line was typed
+std::string refusal_second_line(const command_tree& tree, enum node_type node, const std::string& line,
+                                const vty_reply_t& reply);
