@@ -62,7 +62,7 @@ protected:
     }
     static ov_sActiveAlarmTable_attr_t& add_alarm(ov_ifindex_t source, int code, int severity,
                                                   mib_ulong since, const char* text = "") {
-        auto* row = sActiveAlarmTable_createEntry(source, code);
+        auto* row = active(sActiveAlarmTable_createEntry(source, code));
         row->sActiveAlarmTableAlarmSourceType = SACTIVEALARMTABLEALARMSOURCETYPE_ONU;
         row->sActiveAlarmTableAlarmSeverity = severity;
         row->sActiveAlarmTableAlarmDTS = since;
@@ -77,7 +77,7 @@ protected:
 TEST_F(OnuReasonCli, OneLineForAnOnuWithWordsAndTimes) {
     auto& up = add_enabled(1, 2, 1);
     up.sOnuTableOnuState = SONUTABLEONUSTATE_OPERATIONAL;
-    auto& history = *sOnuHistoryTable_createEntry(1, 1, 2, 1);
+    auto& history = *active(sOnuHistoryTable_createEntry(1, 1, 2, 1));
     history.sOnuHistoryAuthTime1 = 1000000000;
     add_enabled(1, 2, 128);
     add_alarm(index_of("gpon-olt1/2"), SACTIVEALARMTABLEALARMCODE_OLT_PON_LOS, 4, 5);

@@ -13,8 +13,8 @@ protected:
         for (int port = 1; port <= kPorts; port++)
             for (int onu = 1; onu <= 128; onu++) {
                 set(add_onu(1, port, onu).sOnuTableOnuName, "house");
-                sOnuHistoryTable_createEntry(1, 1, port, onu);
-                sOnuInitTable_createEntry(1, 1, port, onu);
+                active(sOnuHistoryTable_createEntry(1, 1, port, onu));
+                active(sOnuInitTable_createEntry(1, 1, port, onu));
             }
     }
 
@@ -32,6 +32,18 @@ protected:
         }
     }
 };
+
+TEST_F(SteppedShow, PassesOverOnusThatWait) {
+    for (int onu = 1; onu <= 128; onu++) {
+        ov_sOnuTable_attr_t key = {};
+        table_of<ov_sOnuTable_attr_t>::module().set_index_at(&key, 1, 1, 1, onu);
+        const_cast<ov_sOnuTable_attr_t*>(find_stored_row(key))->sOnuTableRowStatus = OVRA_NOTINSERVICE;
+    }
+    const std::string shown = at_once("show onu status");
+    EXPECT_EQ(shown.find("1/1:"), std::string::npos);
+    EXPECT_NE(shown.find("1/2:1 "), std::string::npos);
+    EXPECT_NE(shown.find("total " + std::to_string((kPorts - 1) * 128)), std::string::npos);
+}
 
 TEST_F(SteppedShow, PrintsWhatItWouldAtOnce) {
     FrrShell shell;
