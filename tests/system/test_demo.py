@@ -2,6 +2,7 @@
 
 import os
 import re
+import shutil
 import subprocess
 import sys
 
@@ -16,14 +17,21 @@ DEMO = REPO / "tools" / "demo.sh"
 GUIDE = REPO / "docs" / "operators-guide.md"
 
 
-def demo(*args, lines="", binds=(), timeout=90):
-    """What ./run does once these programs are built: the exit status, and everything that was printed."""
+def with_shell(shell):
+    """What stands before a command that is to find this program as /bin/sh, in a sandbox."""
+    mounting = 'mount --bind "$0" /bin/sh && [ /bin/sh -ef "$0" ] && exec "$@"'
+    return ["bash", "-c", mounting, shutil.which(shell)] if shell else []
+
+
+def demo(*args, lines="", binds=(), timeout=90, shell=None):
+    """What ./run does once these programs are built: the exit status, and everything that was printed. shell: a program
+    to have as /bin/sh."""
     command = [program("gpon-sandbox")]
     for path in (*program_places(), *binds):
         command += ["--bind", str(path)]
     env = {**os.environ, "PATH": f"{BIN}:{os.environ['PATH']}"}
     done = subprocess.run(
-        [*command, "--", str(DEMO), *map(str, args)],
+        [*command, "--", *with_shell(shell), str(DEMO), *map(str, args)],
         input=lines, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, env=env, timeout=timeout,
     )  # fmt: skip
     return done.returncode, done.stdout
@@ -112,10 +120,11 @@ def test_what_the_guide_suggests_behind_the_tour_works(tmp_path):
     assert status == 0, output
 
 
-def test_a_daemon_that_ends_is_started_again_with_the_tables_that_were_saved(tmp_path):
+@pytest.mark.parametrize("shell", ["dash", "bash"])
+def test_a_daemon_that_ends_is_started_again_with_the_tables_that_were_saved(tmp_path, shell):
     other = tmp_path / "other.txt"
     other.write_text(DAEMON_ENDS)
-    status, output = demo("--demo", other, binds=[tmp_path])
+    status, output = demo("--demo", other, binds=[tmp_path], shell=shell)
     assert status == 0, output
 
 

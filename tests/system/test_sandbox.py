@@ -5,6 +5,7 @@ import pathlib
 import shutil
 import signal
 import subprocess
+import tempfile
 import time
 
 import pytest
@@ -38,6 +39,17 @@ def wait_gone(*pids):
     wait_for(lambda: not any(alive(pid) for pid in pids), what=f"processes {pids} to end")
 
 
+@pytest.fixture(params=["dash", "bash"])
+def each_shell(request, monkeypatch):
+    """Has each of the usual shells as sh: they differ in what they fork for and what they say."""
+    with tempfile.TemporaryDirectory(dir="/var/tmp") as place:  # seen inside, too
+        os.chmod(place, 0o755)
+        (pathlib.Path(place) / "sh").symlink_to(shutil.which(request.param))
+        monkeypatch.setenv("PATH", f"{place}:{os.environ['PATH']}")
+        assert run("sh", "-c", "readlink /proc/$$/exe; true").stdout.strip().endswith(request.param)
+        yield
+
+
 @pytest.fixture
 def sandbox(tmp_path):
     made = Sandbox()
@@ -48,6 +60,7 @@ def sandbox(tmp_path):
 # ---- isolation -------------------------------------------------------------------------------------------
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_the_daemons_places_are_fresh_and_empty(tmp_path):
     existed = {path: os.path.exists(path) for path in FRESH}
     name = f"left-by-{tmp_path.name}-{os.getpid()}"
@@ -59,6 +72,7 @@ def test_the_daemons_places_are_fresh_and_empty(tmp_path):
     assert not [path for path in FRESH if os.path.exists(f"{path}/{name}")]
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_files_of_the_machine_are_visible_outside_those_places():
     assert run("sh", "-c", "test -e /etc/passwd && ls /usr/bin | wc -l").stdout.strip() != "0"
 
@@ -121,6 +135,7 @@ sys.stdout.flush(); sys.stdin.read()
         assert box.returncode == 0
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_processes_outside_are_out_of_sight():
     made = run("sh", "-c", "cat /proc/1/comm; ls -d /proc/[0-9]* | wc -l; id -u")
     name, count, uid = made.stdout.split()
@@ -138,11 +153,13 @@ def test_mounts_of_a_sandbox_are_not_seen_outside(sandbox):
 # ---- the command ------------------------------------------------------------------------------------------
 
 
+@pytest.mark.usefixtures("each_shell")
 @pytest.mark.parametrize("status", [0, 1, 7, 255])
 def test_exit_status_is_the_commands(status):
     assert run("sh", "-c", f"exit {status}").returncode == status
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_a_command_ended_by_a_signal_ends_the_launcher_by_it():
     assert run("sh", "-c", "kill -SEGV $$").returncode == -signal.SIGSEGV
 
@@ -174,6 +191,7 @@ def test_help_names_every_option():
         assert word in made.stdout
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_signals_are_passed_to_the_command():
     script = 'trap "echo got; exit 5" USR1; echo up; while :; do sleep 0.02; done'
     box = subprocess.Popen([program("gpon-sandbox"), "sh", "-c", script], stdout=subprocess.PIPE, text=True)
@@ -184,6 +202,7 @@ def test_signals_are_passed_to_the_command():
     box.stdout.close()
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_orphans_are_reaped(sandbox):
     sandbox.run("sh", "-c", "sh -c 'true &' ; true")
     assert sandbox.run("sh", "-c", "grep -l '^State:.Z' /proc/[0-9]*/status").stdout == ""
@@ -208,6 +227,7 @@ def test_a_pid_file_that_cannot_be_written_is_said_before_the_command_runs():
 # ---- the end ------------------------------------------------------------------------------------------------
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_background_processes_end_with_the_command():
     made = run("sh", "-c", f"setsid sleep {LONG} >/dev/null 2>&1 & echo up")
     assert made.returncode == 0
@@ -221,6 +241,7 @@ def command_line(pid):
         return ""
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_nothing_is_left_after_sigkill_of_the_launcher():
     mounts = pathlib.Path("/proc/self/mountinfo").read_text()
     box = Sandbox()
@@ -236,6 +257,7 @@ def test_nothing_is_left_after_sigkill_of_the_launcher():
     assert pathlib.Path("/proc/self/mountinfo").read_text() == mounts
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_sigkill_of_a_launcher_with_a_command_ends_the_command():
     box = subprocess.Popen([program("gpon-sandbox"), "sh", "-c", f"echo up; exec sleep {LONG}"], stdout=subprocess.PIPE)
     try:
@@ -277,6 +299,7 @@ def test_a_sandbox_is_made_within_200_ms():
 # ---- enter --------------------------------------------------------------------------------------------------
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_enter_shares_files_network_and_processes(sandbox):
     assert sandbox.run("sh", "-c", "echo hello > /app/note").returncode == 0
     made = sandbox.run("sh", "-c", "cat /app/note; cat /proc/1/comm; id -u")
@@ -284,6 +307,7 @@ def test_enter_shares_files_network_and_processes(sandbox):
     assert sandbox.path("/app/note").read_text() == "hello\n"
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_enter_gives_the_commands_exit_status(sandbox):
     assert sandbox.run("sh", "-c", "exit 9").returncode == 9
     assert sandbox.run("sh", "-c", "kill -KILL $$").returncode == -signal.SIGKILL
@@ -302,6 +326,7 @@ def test_enter_of_a_process_that_is_gone_is_refused():
     assert run("--enter", child.pid, "true").returncode == 125
 
 
+@pytest.mark.usefixtures("each_shell")
 def test_an_entered_command_ends_with_its_launcher(sandbox):
     entered = subprocess.Popen(sandbox.command("sh", "-c", f"echo up; exec sleep {LONG}"), stdout=subprocess.PIPE)
     assert entered.stdout.readline() == b"up\n"
