@@ -86,6 +86,12 @@ void make_archive_directory() {
         OV_LOG_WARN("LIB", "\"%s\" failed with status %d", command, status);
 }
 
+void tell_of_last_crash() {
+    char report[CRASH_PATH_SIZE];
+    if (crash_take_note(report))
+        OV_LOG_ERROR("LIB", "The last run ended by a crash: see %s", report);
+}
+
 // ---- in the handler ----------------------------------------------------------------------------
 
 void on_report_hangs(int /*signo*/) {
@@ -174,6 +180,7 @@ void crashInitCommon(crash_signal_action_t signalAction, bool /*performDevJumper
     crash_read_root();
     crash_prepare_sections();
     make_archive_directory();
+    tell_of_last_crash();
     install_handlers(signalAction);
     ignore_sigpipe();
     install_signal_stack();
@@ -225,6 +232,7 @@ void crashDisplayCommon(int signo, siginfo_t* sigInfo, void* ptr) {
 
     char saved[CRASH_PATH_SIZE];
     crashArchiveCrashFile(self, saved);
+    crash_leave_note(saved);
     crash_printf(STDOUT_FILENO, "Crash output saved to: %s", saved);
 }
 

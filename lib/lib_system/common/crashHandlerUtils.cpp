@@ -58,6 +58,12 @@ bool copy_to(const char* report, const char* path, int flags) {
     return close(destination) == 0 && copied;
 }
 
+// The note is a link that points to the report: made in one call, and never followed.
+void form_note_path(char* path) {
+    snprintf(path, CRASH_PATH_SIZE, "%s%slast.%s", crash_root(), CRASH_ARCHIVE_DIR,
+             program_invocation_short_name);
+}
+
 void append_to_crash_log(const char* report) {
     char log[CRASH_PATH_SIZE];
     char old_log[CRASH_PATH_SIZE];
@@ -153,4 +159,21 @@ void crashArchiveCrashFile(const crash_thread_t& self, char* saved) {
     if (copy_to(self.file, archive, O_TRUNC))
         snprintf(saved, CRASH_PATH_SIZE, "%s", archive);
     append_to_crash_log(self.file);
+}
+
+void crash_leave_note(const char* saved) {
+    char note[CRASH_PATH_SIZE];
+    form_note_path(note);
+    unlink(note);
+    // Without it the next start says nothing of the crash; the report is there all the same.
+    [[maybe_unused]] const int result = symlink(saved, note);
+}
+
+bool crash_take_note(char* saved) {
+    char note[CRASH_PATH_SIZE];
+    form_note_path(note);
+    const ssize_t length = readlink(note, saved, CRASH_PATH_SIZE - 1);
+    saved[length > 0 ? length : 0] = '\0';
+    unlink(note);
+    return length > 0;
 }

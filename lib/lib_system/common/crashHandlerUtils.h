@@ -57,3 +57,9 @@ void crashOpenCrashFile(crash_thread_t& self);
 // Copies the report to the archive and adds it to CRASH.LOG; `saved` gets the path of the copy, or of the
 // report itself when it couldn't be archived. CRASH_PATH_SIZE bytes.
 void crashArchiveCrashFile(const crash_thread_t& self, char* saved);
+
+// Leaves the report's path where the next start of this program finds it.
+void crash_leave_note(const char* saved);
+// Takes the note of the last run away: CRASH_PATH_SIZE bytes of path. False when there is none. Start-up
+// only.
+bool crash_take_note(char* saved);

@@ -122,10 +122,12 @@ int crash_walk_frames(const ucontext_t* context, void** addresses, int limit) {
     return 2 + walk_chain(greg(context, REG_RBP), sizeof(uintptr_t), false, addresses + 2, limit - 2);
 }
 
-void crash_print_registers(int fd, const ucontext_t* context) {
+void crash_print_registers(int fd, const ucontext_t* context, bool exception) {
     if (context == nullptr)
         return crash_printf(fd, "not known\n");
     print_named(fd, REGISTERS, [&](int index) { return greg(context, index); });
+    if (!exception)
+        return crash_printf(fd, "exception: none\n");
     print_exception(fd, greg(context, REG_TRAPNO), EXCEPTIONS);
     print_bits(fd, "error code", greg(context, REG_ERR), PAGE_FAULT_BITS);
 }
@@ -219,16 +221,18 @@ int crash_walk_frames(const ucontext_t* context, void** addresses, int limit) {
     return 2 + walk_chain(crash_register_sp(context), SAVED_LINK, true, addresses + 2, limit - 2);
 }
 
-void crash_print_registers(int fd, const ucontext_t* context) {
+void crash_print_registers(int fd, const ucontext_t* context, bool exception) {
     if (context == nullptr)
         return crash_printf(fd, "not known\n");
     for (int i = 0; i < 32; ++i)
         crash_printf(fd, "r%-6d %0*lx%s", i, int(2 * sizeof(long)), greg(context, i),
                      i % 4 == 3 ? "\n" : "  ");
     print_named(fd, REGISTERS, [&](int index) { return greg(context, index); });
+    print_bits(fd, "msr", greg(context, PPC_MSR), MSR_BITS);
+    if (!exception)
+        return crash_printf(fd, "exception: none\n");
     const unsigned long vector = greg(context, PPC_TRAP) & ~0xful; // the low bits are the kernel's
     print_exception(fd, vector, EXCEPTIONS);
-    print_bits(fd, "msr", greg(context, PPC_MSR), MSR_BITS);
     if (vector == 0x200)
         print_bits(fd, "machine check reason", greg(context, PPC_MSR), MACHINE_CHECK_BITS);
     if (vector == 0x700)
@@ -249,7 +253,7 @@ int crash_walk_frames(const ucontext_t* /*context*/, void** /*addresses*/, int /
     return 0;
 }
 
-void crash_print_registers(int fd, const ucontext_t* /*context*/) {
+void crash_print_registers(int fd, const ucontext_t* /*context*/, bool /*exception*/) {
     crash_printf(fd, "not known on this processor\n");
 }
 

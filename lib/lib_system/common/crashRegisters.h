@@ -15,5 +15,6 @@ uintptr_t crash_register_sp(const ucontext_t* context);
 // isn't there. Returns how many there are.
 int crash_walk_frames(const ucontext_t* context, void** addresses, int limit);
 
-// Writes all registers, and what the processor says of the exception.
-void crash_print_registers(int fd, const ucontext_t* context);
+// Writes all registers, and what the processor says of the exception if the signal comes from one: behind any
+// other signal the context holds the number of an older exception or of none, which is that of another.
+void crash_print_registers(int fd, const ucontext_t* context, bool exception);

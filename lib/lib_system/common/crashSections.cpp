@@ -108,7 +108,7 @@ constexpr Reason REASONS[] = {
 
 bool is_fault(const crash_context_t& crash) {
     const int signo = crash.signo;
-    return crash.info->si_code > 0 &&
+    return crash.info != nullptr && crash.info->si_code > 0 &&
            (signo == SIGSEGV || signo == SIGBUS || signo == SIGILL || signo == SIGFPE);
 }
 
@@ -140,7 +140,8 @@ void print_libraries(int fd, const crash_context_t& /*crash*/) {
 }
 
 void print_registers(int fd, const crash_context_t& crash) {
-    crash_print_registers(fd, crash.context);
+    const bool trap = crash.signo == SIGTRAP && crash.info != nullptr && crash.info->si_code > 0;
+    crash_print_registers(fd, crash.context, trap || is_fault(crash));
 }
 
 void print_process(int fd, const crash_context_t& /*crash*/) {

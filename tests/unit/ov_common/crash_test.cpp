@@ -289,6 +289,31 @@ TEST(Crash, AbortIsReported) {
     });
 }
 
+TEST(Crash, OnlyASignalOfTheProcessorIsReportedWithAnException) {
+    private_root::run([] {
+        expect_killed(crash_child(crash_test_abort));
+        EXPECT_THAT(section(read_file(ARCHIVE), "registers"), HasSubstr("\nexception: none\n"));
+        EXPECT_THAT(read_file(ARCHIVE), Not(HasSubstr("divide error")));
+        expect_killed(crash_child(crash_test_null_write));
+        EXPECT_THAT(section(read_file(ARCHIVE), "registers"), Not(HasSubstr("exception: none")));
+    });
+}
+
+TEST(Crash, TheNextStartTellsOfACrashOnce) {
+    const auto start = [] { return crash_child([] { exit(0); }); };
+    private_root::run([&] {
+        setenv("OV_LOG_FILE", "/tmp/log", 1);
+        start();
+        EXPECT_THAT(read_file("/tmp/log"), Not(HasSubstr("ended by a crash")));
+        crash_child(crash_test_abort);
+        start();
+        const std::string told = read_file("/tmp/log");
+        EXPECT_THAT(told, HasSubstr("The last run ended by a crash: see /app/crash/crash00.log"));
+        start();
+        EXPECT_EQ(read_file("/tmp/log"), told);
+    });
+}
+
 TEST(Crash, AnUncaughtExceptionIsReported) {
     private_root::run([] {
         // NOLINTNEXTLINE(bugprone-exception-escape)
