@@ -18,6 +18,7 @@ constexpr uint16_t ONU = 903;
 constexpr uint16_t RMONU_INFO = 914;
 constexpr uint16_t WN_TRAP = 923;
 constexpr uint16_t TRAP_SYNC = 949;
+constexpr uint16_t CONF_SYNC_END = 950;
 constexpr uint16_t PORT_STAT_CLEAR = 96;
 constexpr size_t DRIVER_TEXTS = 100;
 
@@ -44,6 +45,7 @@ bool Card::open(std::string& error) {
 void Card::restart() {
     objects_.clear();
     alarms_.clear();
+    replayed_.clear();
     driver_texts_.clear();
     values_.restart();
     onus_.card_restarted();
@@ -94,9 +96,8 @@ Card::Outcome Card::perform(const CardRequest& request) {
     ++counters_.by_type[{request.message->number, request.action}];
     if (request.action == card_action::GET || request.action == card_action::GET_CURRENT)
         return read(request);
-    if (request.message->use != CardUse::LIVE)
-        change(request);
-    follow(request);
+    const bool held_before = request.message->use != CardUse::LIVE && change(request);
+    follow(request, held_before);
     Outcome outcome;
     if (request.wants_reply())
         outcome.record.assign(request.record.begin(), request.record.end());
@@ -115,26 +116,26 @@ Card::Outcome Card::read(const CardRequest& request) {
     return outcome;
 }
 
-void Card::change(const CardRequest& request) {
+bool Card::change(const CardRequest& request) {
+    const bool held_before = objects_.find(*request.message, request.record) != nullptr;
     if (request.action == card_action::CREATE)
         objects_.put(*request.message, request.record);
     else if (request.action == card_action::SET)
         objects_.set(*request.message, request.mask, request.record);
     else
         objects_.remove(*request.message, request.record);
+    return held_before;
 }
 
 // What a change does to the ONUs, and what the commands do.
-void Card::follow(const CardRequest& request) {
+void Card::follow(const CardRequest& request, bool held_before) {
     const uint32_t index = request.record.size() >= 4 ? get_be32(request.record, 0) : 0;
     switch (request.message->number) {
     case ONU:
-        follow_onu(request);
+        follow_onu(request, held_before);
         break;
     case PORT:
-        if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_PORT_ATTR_INDEX_adminStatus))
-            onus_.set_enabled(index,
-                              get_be32(request.record, offsetof(ov_gpon_port_attr_t, adminStatus)) != 0);
+        follow_port(request);
         break;
     case RMONU_INFO:
         if (has_bit(request.mask, OV_GPON_RMONU_INFO_ATTR_INDEX_reboot) &&
@@ -147,19 +148,33 @@ void Card::follow(const CardRequest& request) {
     case TRAP_SYNC:
         replay();
         break;
+    case CONF_SYNC_END:
+        forget_what_replay_left_out();
+        break;
     default:
         break;
     }
 }
 
-void Card::follow_onu(const CardRequest& request) {
+void Card::follow_port(const CardRequest& request) {
+    const uint32_t index = get_be32(request.record, 0);
+    if (request.action == card_action::CREATE)
+        replayed_[index].clear();
+    if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_PORT_ATTR_INDEX_adminStatus))
+        onus_.set_enabled(index, get_be32(request.record, offsetof(ov_gpon_port_attr_t, adminStatus)) != 0);
+}
+
+void Card::follow_onu(const CardRequest& request, bool held_before) {
     const uint32_t index = get_be32(request.record, 0);
     if (request.action == card_action::DELETE) {
-        std::erase_if(alarms_, [index](const auto& alarm) { return alarm.first.first == index; });
-        onus_.forgotten(index);
+        forget_onu(index);
         return;
     }
-    onus_.told(index);
+    if (const auto port = replayed_.find(pon_of(index)); port != replayed_.end())
+        port->second.insert(index);
+    const bool news = onus_.told(index);
+    if (request.action == card_action::CREATE && held_before && !news)
+        onus_.report_again(index); // who creates it again doesn't know how it is
     if (request.action == card_action::SET)
         switch_onu(index, request);
 }
@@ -177,6 +192,28 @@ void Card::switch_onu(uint32_t index, const CardRequest& request) {
         }
     if (is_told)
         onus_.set_enabled(index, on);
+}
+
+void Card::forget_onu(uint32_t index) {
+    std::erase_if(alarms_, [index](const auto& alarm) { return alarm.first.first == index; });
+    onus_.forgotten(index);
+}
+
+// A replay tells of each ONU that the daemon knows: any other is one of a daemon's before it, whose
+// configuration is lost.
+void Card::forget_what_replay_left_out() {
+    std::vector<CardObjects::Bytes> left_out;
+    for (const auto& [key, object] : objects_.table(ONU)) {
+        const uint32_t index = get_be32(object, 0);
+        const auto port = replayed_.find(pon_of(index));
+        if (port != replayed_.end() && !port->second.contains(index))
+            left_out.push_back(object);
+    }
+    replayed_.clear();
+    for (const auto& object : left_out) {
+        objects_.remove(*find_card_message(ONU), object);
+        forget_onu(get_be32(object, 0));
+    }
 }
 
 void Card::keep_driver_text(const CardRequest& request) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "card_frame.h"
@@ -85,10 +86,14 @@ private:
 
     Outcome perform(const CardRequest& request);
     Outcome read(const CardRequest& request);
-    void change(const CardRequest& request);
-    void follow(const CardRequest& request);
-    void follow_onu(const CardRequest& request);
+    // True if the card held the object before.
+    bool change(const CardRequest& request);
+    void follow(const CardRequest& request, bool held_before);
+    void follow_port(const CardRequest& request);
+    void follow_onu(const CardRequest& request, bool held_before);
     void switch_onu(uint32_t index, const CardRequest& request);
+    void forget_onu(uint32_t index);
+    void forget_what_replay_left_out();
     void keep_driver_text(const CardRequest& request);
     void replay();
     void report(uint16_t number, uint32_t action, std::span<const uint8_t> record);
@@ -116,6 +121,8 @@ private:
     CardCounters counters_;
     std::deque<std::string> driver_texts_;
     std::map<std::pair<uint32_t, uint32_t>, CardObjects::Bytes> alarms_;
+    // PON ports that were created anew, each with the ONUs that the card was told of since: a replay's.
+    std::map<uint32_t, std::set<uint32_t>> replayed_;
     uint32_t msg_num_ = 0;
     Onus::Clock::time_point second_{}; // in which records are counted
     uint32_t recorded_ = 0;

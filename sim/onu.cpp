@@ -248,20 +248,39 @@ void Onus::go_down(Onu& onu, OnuState state, uint32_t alarm) {
 
 // ---- what the card is told -------------------------------------------------------------------------------
 
-void Onus::told(uint32_t index) {
+bool Onus::told(uint32_t index) {
+    bool news = false;
     const auto [first, last] = on_port(pon_of(index));
     for (auto it = first; it != last; ++it) {
         Onu& onu = it->second;
         if (onu.index == index && is_up(onu) && !is_for(onu, index)) {
             go_down(onu, OnuState::LOST, ALARM_ONU_OFF); // its credentials have changed
             start_ranging(onu);
+            news = true;
         }
         const bool waits = onu.state == OnuState::UNCONFIGURED || onu.state == OnuState::LEARNING;
         if (waits && is_for(onu, index)) {
             leave_unconfigured(onu);
             authenticated(onu, index);
+            news = true;
         }
     }
+    return news;
+}
+
+void Onus::report_again(uint32_t index) const {
+    if (const Onu* onu = at_index(index)) {
+        report_state(*onu, onu->state == OnuState::OPERATIONAL ? STATE_OPERATIONAL : STATE_AUTHPASS);
+        return;
+    }
+    const auto* object = objects_.find(ONU, index);
+    if (!object)
+        return;
+    Onu absent;
+    absent.index = index;
+    const auto record = read_record<ov_gpon_onu_attr_t>(*object);
+    std::memcpy(absent.serial.data(), record.authAttr.sn, absent.serial.size());
+    report_state(absent, STATE_ADDED);
 }
 
 void Onus::forgotten(uint32_t index) {
@@ -311,18 +330,8 @@ void Onus::card_restarted() {
 }
 
 void Onus::replay() const {
-    for (const auto& [key, object] : objects_.table(ONU)) {
-        const auto record = read_record<ov_gpon_onu_attr_t>(object);
-        const Onu* onu = at_index(record.ifindex);
-        if (onu) {
-            report_state(*onu, onu->state == OnuState::OPERATIONAL ? STATE_OPERATIONAL : STATE_AUTHPASS);
-            continue;
-        }
-        Onu absent;
-        absent.index = record.ifindex;
-        std::memcpy(absent.serial.data(), record.authAttr.sn, absent.serial.size());
-        report_state(absent, STATE_ADDED);
-    }
+    for (const auto& [key, object] : objects_.table(ONU))
+        report_again(get_be32(object, 0));
     for (const auto& [key, onu] : onus_) {
         if (onu.state == OnuState::UNCONFIGURED)
             report_unconfigured(onu, card_action::CREATE);

@@ -86,8 +86,11 @@ public:
     void lose(Onu& onu);
     void recover(Onu& onu);
 
-    // The card was told of the ONU with this index, or told something new.
-    void told(uint32_t index);
+    // The card was told of the ONU with this index, or told something new. False when that changed nothing
+    // for any ONU on the port.
+    bool told(uint32_t index);
+    // Reports the state of the ONU that the card was told of under this index, or that there is none.
+    void report_again(uint32_t index) const;
     void forgotten(uint32_t index);
     // The ONU's, or the PON port's, administrative state.
     void set_enabled(uint32_t index, bool enabled);

@@ -16,9 +16,9 @@ CREATE, DELETE, SET, GET, GET_CURRENT = 1, 2, 3, 4, 5
 
 PORT, ONU, RSSI, BW_TYPE, TCONT, GEMPORT, SERVPORT = 901, 903, 904, 907, 908, 909, 910
 RMONU_INFO, RM_UNI, UNCFG_ONU, WN_TRAP, PM_PON, PM_ONU, PM_GEM, ONU_STATE = 914, 915, 922, 923, 924, 925, 926, 927
-ANI_OPTICS, DRV_LED, DRV_CMD, AUTO_LEARN, TRAP_SYNC, PROTECT_STATUS = 929, 935, 936, 938, 949, 953
+ANI_OPTICS, DRV_LED, DRV_CMD, AUTO_LEARN, TRAP_SYNC, SYNC_END, PROTECT_STATUS = 929, 935, 936, 938, 949, 950, 953
 SIZES = {901: 124, 903: 316, 904: 84, 907: 92, 908: 144, 909: 168, 910: 52, 914: 152, 915: 80, 922: 88, 923: 88,
-         924: 248, 925: 168, 926: 40, 927: 44, 929: 24, 935: 2, 938: 72, 949: 4, 953: 8}  # fmt: skip
+         924: 248, 925: 168, 926: 40, 927: 44, 929: 24, 935: 2, 938: 72, 949: 4, 950: 96, 953: 8}  # fmt: skip
 
 # One card, and a daemon's board in slot 1.
 ONE_CARD = "card-board 1\ncard 1 add\n"
@@ -552,6 +552,44 @@ def test_the_card_repeats_its_state_when_asked(chassis, daemon):
     assert [event.type for event in again] == [WN_TRAP, ONU_STATE, ONU_STATE, UNCFG_ONU]
     assert again[0].word(4) == 101
     assert [(event.word(0), event.record[4]) for event in again[1:3]] == [(onu_index(), 3), (onu_index(13), 1)]
+
+
+def test_an_onu_that_is_created_again_reports_how_it_is(chassis, daemon):
+    daemon.do(ONU, CREATE, onu_record())
+    daemon.do(ONU, CREATE, onu_record(onu=13, serial=b"ABCD\0\0\0\2"))
+    chassis.simctl("onu", "add", "ABCD00000001", "port=gpon-olt1/3")
+    assert [daemon.state()[1], daemon.state()[1]] == [2, 3]
+    for onu, serial, state in ((12, b"ABCD\0\0\0\1", 3), (13, b"ABCD\0\0\0\2", 1)):
+        daemon.do(ONU, CREATE, onu_record(onu=onu, serial=serial))
+        assert daemon.state() == (onu_index(onu), state)
+    daemon.do(ONU, SET, onu_record(), mask=1 << 2)  # who sets something knows the state
+    daemon.do(ONU, CREATE, onu_record(serial=b"ABCD\0\0\0\3"))
+    assert daemon.state() == (onu_index(), 1)  # once: the ONU that was meant before goes down
+    assert daemon.event().type == UNCFG_ONU
+
+
+def test_what_a_replay_leaves_out_is_unconfigured_again(chassis, daemon):
+    for serial in ("ABCD00000001", "ABCD00000002", "EFGH00000001"):
+        chassis.simctl("onu", "add", serial, "port=gpon-olt1/4" if serial[0] == "E" else "port=gpon-olt1/3")
+    daemon.make_service()
+    daemon.do(ONU, CREATE, onu_record(onu=13, serial=b"ABCD\0\0\0\2"))
+    daemon.do(ONU, CREATE, onu_record(onu=1, serial=b"EFGH\0\0\0\1", port=4))
+    chassis.wait_for(lambda: {onu["state"] for onu in chassis.card(1)["onus"]} == {"operational"}, what="the ONUs to be up")
+    end = record(SYNC_END, (0, 1))
+
+    daemon.do(SYNC_END, SET, end)  # nothing was replayed: nothing was left out
+    assert len(rows(chassis, "ONU")) == 3
+    daemon.do(PORT, CREATE, record(PORT, (0, pon())))
+    daemon.do(ONU, CREATE, onu_record(onu=13, serial=b"ABCD\0\0\0\2"))
+    daemon.do(SYNC_END, SET, end)
+    assert [row["ifindex"] for row in rows(chassis, "ONU")] == [onu_index(13), onu_index(1, port=4)]
+    assert rows(chassis, "TCONT") == rows(chassis, "SERVPORT") == []
+    chassis.wait_record(kind="card-event", type="*UNCFG_ONU", action="create", sn="ABCD00000001")
+    assert {onu["serial"]: onu["state"] for onu in chassis.card(1)["onus"]} == {
+        "ABCD00000001": "unconfigured", "ABCD00000002": "operational", "EFGH00000001": "operational",
+    }  # fmt: skip
+    daemon.do(SYNC_END, SET, end)  # the replay is over
+    assert len(rows(chassis, "ONU")) == 2
 
 
 # ---- events by command ---------------------------------------------------------------------------------------

@@ -305,6 +305,20 @@ def test_alarms_and_states_are_asked_for_after_a_switch_over(world):
     world.chassis.wait_log("set trap sync success")
 
 
+def test_a_replay_to_a_card_that_went_on_ends_with_its_onus_as_they_are(world):
+    for onu in (1, 2):
+        assert add_onu(world, 1, 1, onu) == "noError"
+    world.chassis.simctl("onu", "add", serial(1, 1, 1), "port=gpon-olt1/1")
+    world.chassis.wait_for(lambda: world.onu.get((1, 1, 1, 1), 11) == "3", what="an ONU to be up")
+    world.chassis.event("slot-deactive", slot_id=1, card_type=27)
+    world.chassis.wait_for(lambda: world.onu.get((1, 1, 1, 1), 11) == "1", what="the ONU to be out of service")
+    world.chassis.event("slot-active", slot_id=1, card_type=27)
+    replay(world, 1)
+    world.chassis.wait_for(lambda: world.onu.get((1, 1, 1, 1), 11) == "3", what="the ONU to be known to be up")
+    assert world.onu.get((1, 1, 1, 2), 11) == "1"
+    assert len(world.objects(1, "ONU")) == 2
+
+
 # ---- cards that leave --------------------------------------------------------------------------------------------
 
 

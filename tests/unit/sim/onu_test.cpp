@@ -26,13 +26,13 @@ protected:
         EXPECT_TRUE(onus.add(onu));
         return *onus.find(PON, onu.serial);
     }
-    void tell(uint32_t index, const OnuSerial& serial) {
+    bool tell(uint32_t index, const OnuSerial& serial) {
         std::vector<uint8_t> record(316);
         put_be32(record, 0, index);
         put_be32(record, 72, 1);
         std::copy(serial.begin(), serial.end(), record.begin() + 76);
         objects.put(*find_card_message(903u), record);
-        onus.told(index);
+        return onus.told(index);
     }
     void forget(uint32_t index) {
         std::vector<uint8_t> record(316);
@@ -93,6 +93,33 @@ TEST_F(OnuLife, AnUnknownOneWaitsToBeTold) {
     EXPECT_EQ(events[1].number, 922);
     EXPECT_EQ(events[1].action, card_action::DELETE);
     EXPECT_EQ(onu.state, OnuState::AUTHPASS);
+}
+
+TEST_F(OnuLife, OneThatIsToldAgainAsItIsChangesNothing) {
+    Onu& onu = plug(1);
+    onus.power_on(onu);
+    run();
+    EXPECT_TRUE(tell(ONU_1, onu.serial));
+    run();
+    events.clear();
+    EXPECT_FALSE(tell(ONU_1, onu.serial));
+    EXPECT_TRUE(events.empty());
+    EXPECT_TRUE(tell(ONU_1, next_onu_serial(onu.serial, 1)));
+    EXPECT_EQ(states(), (std::vector<int>{1}));
+}
+
+TEST_F(OnuLife, TheStateIsReportedAgainWhetherItIsThereOrNot) {
+    Onu& onu = plug(1);
+    tell(ONU_1, onu.serial);
+    onus.report_again(ONU_1);
+    EXPECT_EQ(states(), (std::vector<int>{1}));
+    onus.power_on(onu);
+    run();
+    events.clear();
+    onus.report_again(ONU_1);
+    EXPECT_EQ(states(), (std::vector<int>{3}));
+    onus.report_again(ONU_1 + 128);
+    EXPECT_EQ(events.size(), 1u);
 }
 
 TEST_F(OnuLife, AForgottenOneIsRangedAgain) {
