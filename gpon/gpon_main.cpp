@@ -22,6 +22,7 @@
 #include "hal_backup.h"
 #include "hal_slot.h"
 #include "hal_sock.h"
+#include "kavo_cmd_library.h"
 #include "kavo_ctrl.h"
 #include "kavo_if.h"
 #include "kavo_vlan.h"
@@ -183,6 +184,7 @@ void init_platform_lists() {
 }
 
 void init_vty() {
+    kavo_cmd_defer_trees();
     cmd_init(1);
     vty_init(master, GPON_NAME);
     kavo_ctrl_init(GPON_NAME);

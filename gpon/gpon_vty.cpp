@@ -2,8 +2,10 @@
 
 #include "cli_themes.h"
 #include "gpon_config_writer.h"
-#include "kavo_table.h"
+#include "host_vty.h"
+#include "kavo_cmd_library.h"
 #include "kavo_refusal.h"
+#include "kavo_table.h"
 #include "mib_inspect_vty.h"
 #include "mib_vty.h"
 #include "names_vty.h"
@@ -58,4 +60,6 @@ void gpon_vty_init() {
     names_vty_init();
     kavo_table_vty_init();
     kavo_refusal_vty_init();
+    host_vty_init();
+    kavo_cmd_keep_listed();
 }

@@ -7,6 +7,8 @@
 #include <memory>
 #include <utility>
 
+#include "kavo_cmd_library.h"
+
 namespace {
 
 struct strvec_free {
@@ -132,11 +134,12 @@ bool decides(const std::vector<command_help_t>& fitting, const std::string& word
 } // namespace
 
 command_tree::command_tree(std::span<const kavo_cmd_t> commands) {
-    cmd_defer_tree(true);
+    kavo_cmd_defer_trees();
     cmd_init(1);
     vty_init(thread_master_create("gponsh"), false);
     install_nodes();
     kavo_cmd_install(commands);
+    kavo_cmd_keep_listed();
 }
 
 std::optional<understood_t> command_tree::understand(enum node_type node, const std::string& line) const {

@@ -332,6 +332,10 @@ int kavo_cmd_install(std::span<const kavo_cmd_t> table) {
     return static_cast<int>(std::count_if(table.begin(), table.end(), install));
 }
 
+bool kavo_cmd_is_own(const struct cmd_element* command) {
+    return command->func == run_command;
+}
+
 int kavo_cmd_last_result() {
     return last_result;
 }

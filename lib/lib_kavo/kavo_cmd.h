@@ -52,6 +52,9 @@ struct kavo_cmd_t {
 /// Returns the number of commands installed. The library must be initialised (cmd_init).
 int kavo_cmd_install(std::span<const kavo_cmd_t> table);
 
+/// Is a command that the library knows one of a table?
+bool kavo_cmd_is_own(const struct cmd_element* command);
+
 /// What the handler that ran last returned, or 0 if none ran yet. The library itself is told
 /// only CMD_SUCCESS or CMD_WARNING: it would try the command again on the parent nodes after any
 /// value that it doesn't know.

@@ -12,6 +12,7 @@
 inline struct thread_master* frr_master() {
     static struct thread_master* const master = [] {
         struct thread_master* made = thread_master_create("unit");
+        cmd_defer_tree(true);
         cmd_init(1);
         vty_init(made, "unit");
         return made;
