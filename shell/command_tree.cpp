@@ -139,6 +139,7 @@ command_tree::command_tree(std::span<const kavo_cmd_t> commands) {
     vty_init(thread_master_create("gponsh"), false);
     install_nodes();
     kavo_cmd_install(commands);
+    kavo_cmd_install(shell_commands());
     kavo_cmd_keep_listed();
 }
 

@@ -23,10 +23,13 @@ struct command_help_t {
 /// The daemon's commands, without handlers that do anything (command_table.cpp).
 std::span<const kavo_cmd_t> daemon_commands();
 
+/// What the shell does by itself, beside them.
+std::span<const kavo_cmd_t> shell_commands();
+
 class command_tree {
 public:
-    /// Install the nodes of the daemon, the library's commands and these. The library has one tree
-    /// in a process: there may be one object only.
+    /// Install the nodes of the daemon, the library's commands, the shell's own and these. The library has
+    /// one tree in a process: there may be one object only.
     explicit command_tree(std::span<const kavo_cmd_t> commands = daemon_commands());
     command_tree(const command_tree&) = delete;
     command_tree& operator=(const command_tree&) = delete;

@@ -16,6 +16,7 @@
 
 #include "command_tree.h"
 #include "config_image.h"
+#include "config_save.h"
 #include "line_editor.h"
 #include "line_tail.h"
 #include "name_source.h"
@@ -170,6 +171,13 @@ vty_reply_t answer_to(vty_client& daemon, const std::string& line) {
 
 /// Run one line, as often as it says, and print what it printed. True if it succeeded.
 bool run_line(vty_client& daemon, given_lines& given, const std::string& line) {
+    if (asks_to_save(line)) {
+        const auto reply = save_configuration(
+            [&](const std::string& asked) { return std::optional(answer_to(daemon, asked)); });
+        print(reply->text);
+        fflush(stdout);
+        return reply->result == 0;
+    }
     // Only a line with "repeat" in it has to be told from a command.
     const auto taken = take_tail(line, line.find("repeat") == line.npos || given.knows(line));
     if (const auto* const wrong = std::get_if<std::string>(&taken)) {
@@ -307,7 +315,14 @@ exit_t run_stream(const options_t& options, std::istream& lines) {
     };
     const auto send = [&](const std::string& line) { daemon.send(line); };
 
-    script_runner runner({send, receive}, mode, print,
+    const auto save = [&] {
+        return *save_configuration([&](const std::string& line) {
+            send(line);
+            return std::optional(receive());
+        });
+    };
+
+    script_runner runner({send, receive, save}, mode, print,
                          [&](const script_refusal_t& refusal) { tell_refusal(file, refusal, tree); });
     try {
         send("enable");
@@ -424,7 +439,8 @@ private:
         const auto prompt = session.mode().prompt();
         const auto before = session.mode();
         try {
-            const auto answer = session.run(line);
+            const auto ask = [this](const std::string& asked) { return session.run(asked); };
+            const auto answer = asks_to_save(line) ? save_configuration(ask) : ask(line);
             if (!answer)
                 return false;
             const auto reply = shown_answer(tail, *answer);

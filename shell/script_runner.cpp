@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "config_save.h"
+
 namespace {
 
 /// Lines that may be unanswered, and their bytes: the daemon reads on only while its answers are
@@ -45,8 +47,24 @@ void script_runner::step(size_t number, const std::string& line) {
         begin_block(number, line);
     } else if (mode.leaves(line) || mode.ends(line)) {
         leave(number, line);
+    } else if (asks_to_save(line)) {
+        run_save(number, line);
     } else {
         run_plain(number, line);
+    }
+}
+
+/// Stands for itself wherever it is, and ends no block: what isn't in the daemon can't be saved, what is can.
+void script_runner::run_save(size_t number, const std::string& line) {
+    settle();
+    const auto reply = port.save();
+    counts.run++;
+    answered_line = number;
+    if (reply.result == 0) {
+        printed(reply.text);
+    } else {
+        counts.refused++;
+        refused({number, line, reply.text, 0, ""});
     }
 }
 

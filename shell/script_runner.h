@@ -25,6 +25,8 @@ struct line_port_t {
     std::function<void(const std::string& line)> send;
     /// Wait for the answer to the earliest unanswered line.
     std::function<vty_reply_t()> receive;
+    /// Save the configuration, for a line that asks for it. Called when no line is unanswered.
+    std::function<vty_reply_t()> save;
 };
 
 /// What became of a line.
@@ -100,6 +102,7 @@ private:
     void begin_block(size_t number, const std::string& line);
     void leave(size_t number, const std::string& line);
     void run_plain(size_t number, const std::string& line);
+    void run_save(size_t number, const std::string& line);
     void lead_to(const std::string& line);
     void leave_blocks();
     bool changes_nothing(const std::string& line);

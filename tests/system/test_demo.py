@@ -69,44 +69,29 @@ def test_a_step_that_does_not_hold_ends_the_demo(tmp_path, steps, failure):
     assert "show nothing" not in output
 
 
-DAEMON_ENDS = """## The daemon ends
-Its tables were saved.
-gpon# show onu unconfig
+ONE_ONU = """gpon# show onu unconfig
 => 10s DEMO00000001
 gpon# configure terminal
 gpon(config)# interface gpon-olt1/1
 gpon(gpon-olt1/1)# onu 1 type KLM-618 sn DEMO00000001
 gpon(gpon-olt1/1)# show onu status
 => 10s ^1/1:1 +operational
-$ save-tables
-$ pkill -x gpon
-$ gponsh -c "show onu status"
-=> 10s ^1/1:1 +operational
-$ gponsh -c "show onu unconfig"
-=> 10s DEMO00000002
-=! DEMO00000001
+gpon(gpon-olt1/1)# interface gpon-onu1/1:1
+gpon(gpon-onu1/1:1)# name first
 """
 
-
-GOING_ON = """## What the guide suggests behind the tour
+GOING_ON = f"""## What the guide suggests behind the tour
 An ONU that loses its power, many more ONUs, a card that errs.
-gpon# show onu unconfig
-=> 10s DEMO00000001
-gpon# configure terminal
-gpon(config)# interface gpon-olt1/1
-gpon(gpon-olt1/1)# onu 1 type KLM-618 sn DEMO00000001
-gpon(gpon-olt1/1)# show onu status
-=> 10s ^1/1:1 +operational
-$ simctl onu gasp DEMO00000001
-gpon(gpon-olt1/1)# show onu status
+{ONE_ONU}$ simctl onu gasp DEMO00000001
+gpon(gpon-onu1/1:1)# end
+gpon# show onu status
 => 10s ^1/1:1 +added
 $ snmpwalk -v2c -c public -On 127.0.0.1 .1.3.6.1.4.1.47281.1.1.1.3.1
 => 10s 209
 $ simctl onu on DEMO00000001
-gpon(gpon-olt1/1)# show onu status
+gpon# show onu status
 => 10s ^1/1:1 +operational
 $ simctl onu add ABCD00000001 port=gpon-olt2/16 count=100
-gpon(gpon-olt1/1)# end
 gpon# show interface gpon-olt2/16 onu unconfig
 => 10s total 100
 $ simctl card-fault 1 no-reply type=tcont
@@ -120,11 +105,91 @@ def test_what_the_guide_suggests_behind_the_tour_works(tmp_path):
     assert status == 0, output
 
 
-@pytest.mark.parametrize("shell", ["dash", "bash"])
-def test_a_daemon_that_ends_is_started_again_with_the_tables_that_were_saved(tmp_path, shell):
+END_DAEMON = "$ pid=$(cat /var/run/gpon.pid); kill $pid; tail --pid=$pid -f /dev/null\n"
+FORGET_TABLES = "$ rm -r /var/run/product/mibdata\n"
+KEEP = """$ gponsh -c "write terminal" >/tmp/before
+"""
+SAME = """$ gponsh -c "write terminal" | diff /tmp/before - && echo as before
+=> 20s ^as before
+$ gponsh -c "show onu status"
+=> 10s ^1/1:1 +operational
+"""
+SAVE = """$ gponsh -c "write memory"
+=> ^The configuration is saved: /flash/gpon.conf, [0-9]+ lines
+=> ^[0-9]+ tables are saved
+"""
+
+
+@pytest.mark.parametrize(
+    "title, steps",
+    [
+        ("What was changed behind the save is gone", [SAVE, KEEP, "gpon(gpon-onu1/1:1)# name second\n", END_DAEMON]),
+        ("Without tables the configuration is typed", [SAVE, KEEP, FORGET_TABLES, END_DAEMON]),
+        ("The save before is kept", [
+            SAVE, KEEP, "gpon(gpon-onu1/1:1)# name second\n", SAVE,
+            "$ mv /flash/gpon.conf.bak /flash/gpon.conf\n", FORGET_TABLES, END_DAEMON,
+        ]),
+    ],
+)  # fmt: skip
+def test_a_daemon_that_ends_is_given_what_was_saved(tmp_path, title, steps):
     other = tmp_path / "other.txt"
-    other.write_text(DAEMON_ENDS)
+    other.write_text(f"## {title}\nText.\n" + ONE_ONU + "".join(steps) + SAME)
+    status, output = demo("--demo", other, binds=[tmp_path])
+    assert status == 0, output
+
+
+@pytest.mark.parametrize("shell", ["dash", "bash"])
+def test_what_was_saved_comes_back_whatever_program_is_sh(tmp_path, shell):
+    other = tmp_path / "other.txt"
+    other.write_text(f"## What is saved comes back\nText.\n{ONE_ONU}{SAVE}{KEEP}{END_DAEMON}{SAME}")
     status, output = demo("--demo", other, binds=[tmp_path], shell=shell)
+    assert status == 0, output
+
+
+def test_the_onus_of_a_configuration_that_was_not_saved_are_unconfigured_again(tmp_path):
+    other = tmp_path / "other.txt"
+    other.write_text(f"""## Nothing was saved
+Text.
+{ONE_ONU}{END_DAEMON}$ gponsh -c "show onu unconfig"
+=> 60s DEMO00000001
+$ gponsh -c "show onu status"
+=! ^1/1:1
+""")
+    status, output = demo("--demo", other, binds=[tmp_path], timeout=150)
+    assert status == 0, output
+
+
+@pytest.mark.parametrize(
+    "prepare, said",
+    [
+        ("ov_env_put OV_ENV_CONFIG_FILE /nowhere/gpon.conf", "^% The configuration isn't saved: /nowhere/gpon.conf: No such file"),
+        ("simctl close async", "^% The tables aren't saved: "),
+    ],
+)
+def test_a_save_that_fails_says_what_was_not_saved(tmp_path, prepare, said):
+    other = tmp_path / "other.txt"
+    other.write_text(f"""## Saving fails
+Text.
+$ {prepare}; gponsh -c "write memory"; echo status $?
+=> {said}
+=> ^status 1
+""")
+    status, output = demo("--demo", other, binds=[tmp_path], timeout=150)
+    assert status == 0, output
+
+
+def test_a_place_for_the_configuration_can_be_set(tmp_path):
+    other = tmp_path / "other.txt"
+    other.write_text("""## Elsewhere
+Text.
+$ ov_env_put OV_ENV_CONFIG_FILE /tmp/mine.conf && gponsh -c "copy running-config startup-config"
+=> ^The configuration is saved: /tmp/mine.conf,
+$ grep -c . /tmp/mine.conf
+=> ^[1-9]
+$ printf 'configure terminal\\nwrite memory\\n' | gponsh -f -
+=> ^The configuration is saved: /tmp/mine.conf,
+""")
+    status, output = demo("--demo", other, binds=[tmp_path])
     assert status == 0, output
 
 

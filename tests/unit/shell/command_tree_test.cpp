@@ -59,6 +59,32 @@ TEST(CommandTree, CommandsOfTheLibraryAreKnown) {
     EXPECT_TRUE(test_understand(IF_GPON_NODE, "end"));
 }
 
+TEST(CommandTree, CommandsOfTheLibraryThatMeanNothingHereAreNotKnown) {
+    for (const auto* line : {"show startup-config", "show logging", "who", "logmsg errors x",
+                             "terminal monitor", "debug vrf", "copy startup-config running-config"})
+        EXPECT_FALSE(test_understand(ENABLE_NODE, line)) << line;
+    for (const auto* line : {"hostname x", "enable password x", "banner motd default", "log stdout",
+                             "line vty", "service terminal-length 5"})
+        EXPECT_FALSE(test_understand(CONFIG_NODE, line)) << line;
+    EXPECT_FALSE(test_understand(VIEW_NODE, "show history"));
+}
+
+TEST(CommandTree, SavingIsTheShellsOwnInEveryMode) {
+    for (const auto node : {ENABLE_NODE, CONFIG_NODE, VLAN_NODE, GPON_NODE, ONU_SRV_PROFILE_NODE,
+                            IF_TRUNK_NODE, IF_NODE, IF_GPON_NODE, QINQ_NODE, GPON_ONU_NODE}) {
+        EXPECT_TRUE(test_understand(node, "wr mem"));
+        EXPECT_THAT(test_tree().complete(node, "write "), Contains("memory"));
+    }
+    EXPECT_TRUE(test_understand(ENABLE_NODE, "copy run start"));
+    EXPECT_FALSE(test_understand(VIEW_NODE, "write memory"));
+}
+
+TEST(CommandTree, EveryFormOfWriteThatPrintsIsKnown) {
+    for (const auto* line :
+         {"write", "write file", "write terminal", "write terminal current", "wr t i gp1/1"})
+        EXPECT_TRUE(test_understand(IF_GPON_NODE, line)) << line;
+}
+
 TEST(CommandTree, EveryNodeCanBeLeft) {
     for (const auto node : {VLAN_NODE, GPON_NODE, ONU_SRV_PROFILE_NODE, IF_TRUNK_NODE, IF_NODE, IF_GPON_NODE,
                             QINQ_NODE, GPON_ONU_NODE}) {

@@ -26,11 +26,18 @@ public:
                     const bool refused = std::find(refuses.begin(), refuses.end(), line) != refuses.end();
                     return refused ? vty_reply_t{"% no: " + line + "\n", 1}
                                    : vty_reply_t{"did " + line + "\n", 0};
+                },
+                [this] {
+                    saved_behind.push_back(sent.size());
+                    EXPECT_EQ(answered, sent.size());
+                    const bool refused = std::find(refuses.begin(), refuses.end(), "(save)") != refuses.end();
+                    return refused ? vty_reply_t{"% no space\n", 1} : vty_reply_t{"saved\n", 0};
                 }};
     }
 
     lines_t sent;
-    std::vector<size_t> ahead; // for each line: unanswered lines with it
+    std::vector<size_t> ahead;        // for each line: unanswered lines with it
+    std::vector<size_t> saved_behind; // lines that were sent before each save
 
 private:
     lines_t refuses;
@@ -39,7 +46,7 @@ private:
 
 struct Outcome {
     lines_t sent;
-    std::vector<size_t> ahead;
+    std::vector<size_t> ahead, saved_behind;
     std::string printed;
     std::vector<script_refusal_t> refusals;
     script_summary_t summary;
@@ -60,6 +67,7 @@ Outcome run(const std::string& file, const lines_t& refused = {}, const lines_t&
     runner.run(lines);
     outcome.sent = daemon.sent;
     outcome.ahead = daemon.ahead;
+    outcome.saved_behind = daemon.saved_behind;
     outcome.summary = runner.summary();
     outcome.prompt = mode.prompt();
     return outcome;
@@ -74,6 +82,23 @@ TEST(ScriptRunner, LinesRunInTheirOrderAndWhatTheyPrintIsKept) {
     EXPECT_EQ(outcome.summary.run, 4u);
     EXPECT_EQ(outcome.summary.refused, 0u);
     EXPECT_EQ(outcome.prompt, "gpon(config)# ");
+}
+
+TEST(ScriptRunner, SavingWaitsForTheLinesBeforeItAndEndsNoBlock) {
+    const char* const file = "interface gpon-olt1/1\nfec downstream enable\nwr mem\nfec downstream disable\n";
+    const auto saved = run(file);
+    EXPECT_THAT(saved.saved_behind, ElementsAre(3)); // "configure terminal" leads there
+    EXPECT_EQ(saved.sent.back(), "fec downstream disable");
+    EXPECT_EQ(saved.summary.run, 4u);
+    EXPECT_EQ(saved.summary.refused, 0u);
+
+    const auto refused = run(file, {"(save)"});
+    EXPECT_EQ(refused.sent.back(), "fec downstream disable");
+    ASSERT_EQ(refused.refusals.size(), 1u);
+    EXPECT_EQ(refused.refusals[0].number, 3u);
+    EXPECT_EQ(refused.refusals[0].text, "% no space\n");
+    EXPECT_EQ(refused.refusals[0].block_start, 0u);
+    EXPECT_EQ(refused.summary.blocks, 0u);
 }
 
 TEST(ScriptRunner, CommentsAndEmptyLinesAreNotSent) {
