@@ -1,7 +1,7 @@
 #include "refusal_text.h"
 
 #include <algorithm>
-#include <cctype>
+#include <span>
 
 #include "kavo_frr.h"
 #include "shell_mode.h"
@@ -36,19 +36,21 @@ std::string listed(const std::vector<std::string>& words) {
     return text;
 }
 
+std::string joined(std::span<const std::string> words) {
+    std::string text;
+    for (const auto& word : words)
+        text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
 /// The end of a text from its last keyword on: numbers and names say nothing without it.
-std::string from_last_keyword(const std::string& text) {
+std::string from_last_keyword(const command_tree& tree, enum node_type node, const std::string& text) {
     const auto words = shell_words(text);
-    size_t first = words.size();
-    while (first > 0) {
-        const std::string& word = words[--first];
-        if (std::all_of(word.begin(), word.end(), [](char c) { return islower(c) || c == '-' || c == '_'; }))
-            break;
-    }
-    std::string label;
-    for (size_t i = first; i < words.size(); i++)
-        label += (label.empty() ? "" : " ") + words[i];
-    return label;
+    const std::span all(words);
+    for (size_t count = words.size(); count > 0; count--)
+        if (!tree.complete(node, joined(all.first(count))).empty())
+            return joined(all.subspan(count - 1));
+    return joined(all);
 }
 
 /// What may stand behind a text that is understood so far, where something else does. A number that doesn't
@@ -65,7 +67,7 @@ std::string hint_behind(const command_tree& tree, enum node_type node, const std
         if (std::find(expected.begin(), expected.end(), word) == expected.end())
             expected.push_back(word);
     }
-    const auto label = from_last_keyword(text);
+    const auto label = from_last_keyword(tree, node, text);
     return expected.empty() || label.empty() ? "" : label + ": " + listed(expected);
 }
 

@@ -34,6 +34,17 @@ void send_removal(mib_ulong id) {
     ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_ONU_SRV_PROFILE, REMOVAL, &record, 0, 0);
 }
 
+// Whether a port or an ONU has the profile; states which one.
+bool refuse_while_used(mib_ulong id) {
+    if (ov_gpon_onu_service_profile_inuse(id) == 0)
+        return false;
+    for (const ov_sOnuTable_attr_t& onu : all_rows<ov_sOnuTable_attr_t>())
+        if (onu.sOnuTableSrvProfileId == id)
+            ov_refusal_because("gpon-onu%d/%d:%d has the service profile", onu.slotID, onu.portID, onu.onuId);
+    ov_refusal_because("a PON port gives the service profile to ONUs that it learns");
+    return true;
+}
+
 } // namespace
 
 void ov_app_gpon_service_pofile_init() {
@@ -63,10 +74,8 @@ int ov_app_gpon_onu_srvprofile_add(ov_sOnuSrvProfileTable_attr_t* attr, MIB_Flag
 }
 
 int ov_gpon_onu_service_profile_del(mib_ulong profileId) {
-    if (ov_gpon_onu_service_profile_inuse(profileId) != 0) {
-        ov_refusal_because("a PON port or an ONU has the service profile");
+    if (refuse_while_used(profileId))
         return OV_GPON_RET_BUSY;
-    }
     Row row = profile_key(profileId);
     if (mib_access(MIB_DEL_N, row))
         return OV_GPON_RET_OK;
@@ -151,8 +160,8 @@ int ov_gpon_onu_srvpofile_set_callback(MIBDID did, void* row, MIB_Flags_t /*colu
                  static_cast<int>(profile.onuSrvProfileId));
     if (MibRowStatusGet(did, row) != MODE_DEL)
         return SET_ACCEPTED;
-    if (ov_gpon_onu_service_profile_inuse(profile.onuSrvProfileId) != 0)
-        return ov_refusal_because("a PON port or an ONU has the service profile");
+    if (refuse_while_used(profile.onuSrvProfileId))
+        return SET_REFUSED;
     send_removal(profile.onuSrvProfileId);
     return SET_ACCEPTED;
 }

@@ -41,9 +41,22 @@ std::string range_text(const ColumnDesc& column) {
 // ---- why a variable is refused
 // ------------------------------------------------------------------------------
 
-bool row_is_there(const TableModule& module, const netsnmp_request_info* request) {
-    const void* row = netsnmp_extract_iterator_context(const_cast<netsnmp_request_info*>(request));
-    return row != nullptr && row_status_of(module.desc(), row) != OVRA_NONEXISTENT;
+// A RowStatus that the row's present one doesn't allow.
+const char* status_reason(const netsnmp_request_info* request) {
+    const netsnmp_variable_list* value = request->requestvb;
+    if (netsnmp_check_vb_int(value) != SNMP_ERR_NOERROR)
+        return "";
+    switch (*value->val.integer) {
+    case OVRA_CREATEANDGO:
+    case OVRA_CREATEANDWAIT:
+        return "exists already";
+    case OVRA_NOTINSERVICE:
+        if (netsnmp_extract_iterator_context(const_cast<netsnmp_request_info*>(request)) != nullptr)
+            return "is active and can't be taken out of service, only destroyed";
+        return "doesn't exist";
+    default:
+        return "doesn't exist";
+    }
 }
 
 std::string value_reason(const ColumnDesc& column) {
@@ -67,7 +80,7 @@ std::string reason_of(const TableModule& module, const netsnmp_request_info* req
     case SNMP_ERR_WRONGVALUE:
         return column != nullptr ? value_reason(*column) : "";
     case SNMP_ERR_INCONSISTENTVALUE:
-        return row_is_there(module, request) ? "exists already" : "doesn't exist";
+        return status_reason(request);
     case SNMP_ERR_RESOURCEUNAVAILABLE:
         return "doesn't exist"; // or, with a create, there is no room for it
     default:

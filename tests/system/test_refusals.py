@@ -101,7 +101,7 @@ COMMANDS = [
     (GPON, "no profile traffic default", "%Failed to delete traffic profile default\n", "sRmTrafficProfileTable default", "the default profile stays"),
     (GPON, "no profile onutype small", "%Failed to delete onutype profile small\n", "sOnuTypeProfileTable small", "gpon-onu1/1:1 is of this type"),
     (GPON, "no profile onutype spare", "%Failed to delete onutype profile spare\n", "gpon", 'a service profile is of ONU type "spare"'),
-    (GPON, "no onu-srvprofile profile-id 1", "%Failed to delete multi srvprofile\n", "gpon", "a PON port or an ONU has the service profile"),
+    (GPON, "no onu-srvprofile profile-id 1", "%Failed to delete multi srvprofile\n", "gpon", "gpon-onu1/1:2 has the service profile"),
     (ONU, "no tcont 1", "%Failed to delete tcont:1\n", "sTcontTable gpon-onu1/1:1 T-CONT 1", "GEM port 1 uses the T-CONT"),
     (ONU, "no gemport 1", "%Faild to delete GEM: 1\n", "sGemTable gpon-onu1/1:1 GEM port 1", "service port 1 uses the GEM port"),
     (PROFILE, "tcont 2 profile gold", "%Failed to create tcont:2\n", "sTcontTable onu-srvprofile 1 T-CONT 2",

@@ -98,6 +98,18 @@ char run_operation(int type, int index, MIBDID did, void* row, MIB_Flags_t flags
     return result;
 }
 
+char run_watched(int type, int index, MIBDID did, void* row, MIB_Flags_t flags) {
+    MibRefusalWatch watch(index, row, is_write(type));
+    return watch.end(run_operation(type, index, did, row, flags));
+}
+
+// By itself, since a door needs room on the stack and threads may have little.
+__attribute__((noinline)) char run_behind_thread_door(int type, int index, MIBDID did, void* row,
+                                                      MIB_Flags_t flags) {
+    const OvRefusal door(ov_refusal_thread_door(), OvRefusal::Kind::EVENT);
+    return run_watched(type, index, did, row, flags);
+}
+
 } // namespace
 
 char MibAccessHandle(int type, int /*appid*/, MIBDID did, void* row, MIB_Flags_t flags, int /*slot*/) {
@@ -119,8 +131,9 @@ char MibAccessHandle(int type, int /*appid*/, MIBDID did, void* row, MIB_Flags_t
     if (table_cntl[index].dataOper == nullptr)
         return MIB_FAIL;
     TableLock lock(table_cntl[index].pmutex, access);
-    MibRefusalWatch watch(index, row, is_write(type));
-    return watch.end(run_operation(type, index, did, row, flags));
+    if (is_write(type) && OvRefusal::current() == nullptr && ov_refusal_thread_door() != nullptr)
+        return run_behind_thread_door(type, index, did, row, flags);
+    return run_watched(type, index, did, row, flags);
 }
 
 int mib_row_mode(int index, void* row) {

@@ -29,10 +29,7 @@ void mib_refused_at(int index, const void* row) {
 }
 
 MibRefusalWatch::MibRefusalWatch(int index, const void* row, bool is_write)
-    : index_(index), row_(row), is_write_(is_write) {
-    if (is_write && OvRefusal::current() == nullptr && ov_refusal_thread_door() != nullptr)
-        own_door_.emplace(ov_refusal_thread_door(), OvRefusal::Kind::EVENT);
-    before_ = ov_refusal_mark();
+    : index_(index), row_(row), is_write_(is_write), before_(ov_refusal_mark()) {
     ++t_depth;
 }
 

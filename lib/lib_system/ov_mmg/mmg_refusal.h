@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 
 #include "mmg_access.h"
 #include "ov_refusal.h"
@@ -16,8 +15,8 @@ void MibSetRowNamer(mib_row_namer namer);
 void mib_refused_at(int index, const void* row);
 
 // For the access core alone: one access of MibAccessHandle, from its start to its result. What was stated
-// within one that succeeds is forgotten. The outermost write that is refused behind the door of an event, or
-// behind no door but the thread's own, is reported at once.
+// within one that succeeds is forgotten. The outermost write that is refused behind the door of an event is
+// reported at once.
 class MibRefusalWatch {
 public:
     MibRefusalWatch(int index, const void* row, bool is_write);
@@ -31,6 +30,5 @@ private:
     int index_;
     const void* row_;
     bool is_write_;
-    std::optional<OvRefusal> own_door_;
     OvRefusalMark before_;
 };

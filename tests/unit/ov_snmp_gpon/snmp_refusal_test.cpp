@@ -135,7 +135,8 @@ TEST_F(SnmpRefusal, DestroyOfAMissingRowSucceeds) {
 // ---- accesses of other doors -----------------------------------------------------------------------------
 
 TEST_F(SnmpRefusal, WriteThatIsRefusedBehindAnEventsDoorIsReportedAtOnce) {
-    sTcontTable_entry key{.shelfID = 1, .slotID = 2, .portID = 3, .onuId = 4, .tcontId = 5};
+    sTcontTable_entry key{};
+    sTcontTable_SetIndex(&key, 1, 2, 3, 4, 5);
     const OvRefusal door("card", OvRefusal::Kind::EVENT);
     EXPECT_EQ(MibAccessHandle(MIB_DEL, 0, module.did(), &key, mibDefFlags, 0), MIB_FAIL);
     EXPECT_EQ(MibAccessHandle(MIB_GET_S, 0, module.did(), &key, mibDefFlags, 0), MIB_FAIL); // no write
@@ -144,7 +145,8 @@ TEST_F(SnmpRefusal, WriteThatIsRefusedBehindAnEventsDoorIsReportedAtOnce) {
 }
 
 TEST_F(SnmpRefusal, ThreadsDoorStandsForAllThatHasNone) {
-    sTcontTable_entry key{.shelfID = 1, .slotID = 2, .portID = 3, .onuId = 4, .tcontId = 5};
+    sTcontTable_entry key{};
+    sTcontTable_SetIndex(&key, 1, 2, 3, 4, 5);
     EXPECT_EQ(MibAccessHandle(MIB_DEL, 0, module.did(), &key, mibDefFlags, 0), MIB_FAIL);
     EXPECT_EQ(told(), std::vector<std::string>{});
     ov_refusal_set_thread_door("timer");
