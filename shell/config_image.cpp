@@ -9,12 +9,10 @@ script_summary_t walk(std::istream& file, const understand_t& understand,
                       const std::function<void(script_runner&)>& prepare) {
     shell_mode mode(understand);
     mode.answered("enable", 0);
+    const auto taken = [] { return vty_reply_t{"", 0}; };
     script_runner runner(
-        {[](const std::string&) {},
-         [] {
-             return vty_reply_t{"", 0};
-         }},
-        mode, [](const std::string&) {}, [](const script_refusal_t&) {});
+        {[](const std::string&) {}, taken, taken}, mode, [](const std::string&) {},
+        [](const script_refusal_t&) {});
     prepare(runner);
     runner.run(file);
     return runner.summary();

@@ -64,7 +64,7 @@ void script_runner::run_save(size_t number, const std::string& line) {
         printed(reply.text);
     } else {
         counts.refused++;
-        refused({number, line, reply.text, 0, ""});
+        refused({number, line, reply.text, 0, "", reply, mode.node()});
     }
 }
 
