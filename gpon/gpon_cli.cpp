@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <ctime>
 #include <string>
 
 #include "kavo_cmd.h"
@@ -24,15 +23,6 @@ std::string gpon_cli_shown(const char* text) {
     std::replace_if(
         copy.begin(), copy.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
     return copy;
-}
-
-std::string gpon_cli_time(mib_ulong seconds) {
-    char text[GPON_CLI_TIME_WIDTH + 1] = "-";
-    const auto time = static_cast<time_t>(seconds);
-    struct tm local = {};
-    if (seconds != 0 && localtime_r(&time, &local) != nullptr)
-        strftime(text, sizeof(text), "%F %T", &local);
-    return text;
 }
 
 namespace {

@@ -42,10 +42,6 @@ bool gpon_cli_copy_word(char (&column)[Size], const char* word, size_t longest =
 // A table's text for a terminal, '?' for what isn't printable: managers may have put in what would upset one.
 std::string gpon_cli_shown(const char* text);
 
-// A time of the tables as "2036-02-07 06:28:15", local time; "-" for 0, which is none.
-std::string gpon_cli_time(mib_ulong seconds);
-inline constexpr size_t GPON_CLI_TIME_WIDTH = sizeof("2036-02-07 06:28:15") - 1;
-
 // Prints a text as vty_out would, "%%" as a percent sign and "%s" as the session's line end: for texts that
 // stand in tables. Gives the result handed in, so that a handler can end with it. The text stands for the
 // reason of the refusal when nothing else was stated or logged.

@@ -1,6 +1,4 @@
 // The alarms that stand: "show alarm".
-#include <algorithm>
-#include <span>
 #include <string>
 
 #include "gpon_cli_scope.h"
@@ -10,6 +8,7 @@
 #include "ov_gpon_onu_cli.h"
 #include "ov_local_time.h"
 #include "sActiveAlarmTable.h"
+#include "table_value_name.h"
 
 namespace {
 
@@ -25,41 +24,44 @@ void print_head(const kavo_table_t& table) {
     table.rule();
 }
 
-// The name of a number of an enumeration; `otherwise` for one without.
-std::string name_of(std::span<const ColName> names, mib_long value, const std::string& otherwise) {
-    const auto found = std::find_if(names.begin(), names.end(),
-                                    [value](const ColName& known) { return known.value == value; });
-    return found != names.end() ? found->name : otherwise;
+const ColumnDesc& column_of(unsigned number) {
+    return *table_desc_sActiveAlarmTable.column(static_cast<int>(number));
 }
 
-// Ports and ONUs by name. The kinds of index without names, such as a slot's own number, as they stand.
+bool has_name(const Alarm& alarm) {
+    switch (alarm.sActiveAlarmTableAlarmSourceType) {
+    case SACTIVEALARMTABLEALARMSOURCETYPE_NE:
+    case SACTIVEALARMTABLEALARMSOURCETYPE_SLOT:
+        return false;
+    default:
+        return ov_ifindex_get_port_type(alarm.sActiveAlarmTableAlarmSource) != 0;
+    }
+}
+
+// Ports and ONUs by name; what has none, such as a slot, by its kind and number.
 std::string source_name(const Alarm& alarm) {
     const ov_ifindex_t source = alarm.sActiveAlarmTableAlarmSource;
-    const mib_long type = alarm.sActiveAlarmTableAlarmSourceType;
     char name[64] = "";
-    if (type == SACTIVEALARMTABLEALARMSOURCETYPE_NE || type == SACTIVEALARMTABLEALARMSOURCETYPE_SLOT ||
-        ov_ifindex_get_port_type(source) == 0 ||
-        ov_gen_ifname_by_ifindex(source, name, sizeof name) == nullptr)
-        return name_of(table_desc_sActiveAlarmTable
-                           .column(sActiveAlarmTable_column::sActiveAlarmTableAlarmSourceType)
-                           ->names,
-                       type, "source") +
-               " " + std::to_string(source);
-    return name;
+    if (has_name(alarm) && ov_gen_ifname_by_ifindex(source, name, sizeof name) != nullptr)
+        return name;
+    const char* kind =
+        table_value_name(column_of(sActiveAlarmTable_column::sActiveAlarmTableAlarmSourceType).names,
+                         alarm.sActiveAlarmTableAlarmSourceType);
+    return std::string(kind != nullptr ? kind : "source") + " " + std::to_string(source);
 }
 
 // What the card says, else the code's own name.
 std::string text_of(const Alarm& alarm) {
     if (alarm.sActiveAlarmTableAlarmProbableCause[0] != '\0')
         return gpon_cli_shown(alarm.sActiveAlarmTableAlarmProbableCause);
-    return name_of(table_desc_sActiveAlarmTable.index[1].names, alarm.sActiveAlarmTableAlarmCode, "-");
+    const char* name =
+        table_value_name(table_desc_sActiveAlarmTable.index[1].names, alarm.sActiveAlarmTableAlarmCode);
+    return name != nullptr ? name : "-";
 }
 
 std::string severity_of(const Alarm& alarm) {
-    const mib_long severity = alarm.sActiveAlarmTableAlarmSeverity;
-    return name_of(
-        table_desc_sActiveAlarmTable.column(sActiveAlarmTable_column::sActiveAlarmTableAlarmSeverity)->names,
-        severity, std::to_string(severity));
+    return table_value_text(column_of(sActiveAlarmTable_column::sActiveAlarmTableAlarmSeverity).names,
+                            alarm.sActiveAlarmTableAlarmSeverity);
 }
 
 // "3d 02:00:59"; nothing for an alarm of the future, which a changed clock makes.
@@ -89,7 +91,7 @@ bool is_in(const Scope& scope, const Alarm& alarm) {
 void print_alarm(const kavo_table_t& table, const Alarm& alarm, mib_ulong now) {
     const mib_ulong since = alarm.sActiveAlarmTableAlarmDTS;
     table.row({source_name(alarm), severity_of(alarm), alarm.sActiveAlarmTableAlarmCode, text_of(alarm),
-               gpon_cli_time(since), age_text(since, now)});
+               ov_local_time_text(since), age_text(since, now)});
 }
 
 // [IFNAME]

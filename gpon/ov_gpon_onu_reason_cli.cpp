@@ -7,6 +7,7 @@
 #include "kavo_table.h"
 #include "ov_app_gpon_onu_why.h"
 #include "ov_gpon_onu_cli.h"
+#include "ov_local_time.h"
 
 namespace {
 
@@ -28,8 +29,8 @@ void print_onu(const kavo_table_t& table, const Onu& onu) {
     const gpon_onu_why_t why = ov_app_gpon_onu_why(onu);
     const std::string place =
         std::to_string(onu.slotID) + "/" + std::to_string(onu.portID) + ":" + std::to_string(onu.onuId);
-    table.row({place, ov_app_gpon_onu_now_text(why.now), gpon_cli_time(why.since),
-               ov_app_gpon_onu_reason_text(why.last), gpon_cli_time(why.last_at),
+    table.row({place, ov_app_gpon_onu_now_text(why.now), ov_local_time_text(why.since),
+               ov_app_gpon_onu_reason_text(why.last), ov_local_time_text(why.last_at),
                gpon_cli_shown(why.detail.c_str())});
 }
 

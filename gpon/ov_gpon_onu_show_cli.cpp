@@ -10,10 +10,12 @@
 #include "kavo_table.h"
 #include "onu_auth_forms.h"
 #include "ov_gpon_onu_cli.h"
+#include "ov_local_time.h"
 #include "ov_refusal.h"
 #include "sOnuExtendInfoTable.h"
 #include "sOnuHistoryTable.h"
 #include "sOnuInitTable.h"
+#include "table_value_name.h"
 
 namespace {
 
@@ -39,10 +41,7 @@ int show_rows_of_ports(struct vty* vty, const kavo_table_t& table, const Scope& 
 
 // The name of a number of an enumeration, the number itself for any other.
 std::string value_name(unsigned column, mib_long value) {
-    for (const ColName& named : table_desc_sOnuTable.column(static_cast<int>(column))->names)
-        if (named.value == value)
-            return named.name;
-    return std::to_string(value);
+    return table_value_text(table_desc_sOnuTable.column(static_cast<int>(column))->names, value);
 }
 
 template <typename Row>
@@ -190,18 +189,18 @@ int ov_gpon_show_uncfg_onu_cli(struct cmd_element* /*self*/, struct vty* vty, in
 
 // ---- history --------------------------------------------------------------------------------------------
 
-constexpr int TIME_WIDTH = -static_cast<int>(GPON_CLI_TIME_WIDTH);
+constexpr int TIME_WIDTH = -static_cast<int>(sizeof("2036-02-07 06:28:15") - 1);
 constexpr kavo_column_t HISTORY_COLUMNS[] = {
     {"onu", -10},          {"on 1", TIME_WIDTH}, {"off 1", TIME_WIDTH}, {"on 2", TIME_WIDTH},
     {"off 2", TIME_WIDTH}, {"on 3", TIME_WIDTH}, {"off 3", TIME_WIDTH}, {"on 4", TIME_WIDTH},
     {"off 4", TIME_WIDTH}, {"on 5", TIME_WIDTH}, {"off 5", TIME_WIDTH}};
 
 void print_history(const kavo_table_t& table, const History& row) {
-    table.row({place(row), gpon_cli_time(row.sOnuHistoryAuthTime1), gpon_cli_time(row.sOnuHistoryOffTime1),
-               gpon_cli_time(row.sOnuHistoryAuthTime2), gpon_cli_time(row.sOnuHistoryOffTime2),
-               gpon_cli_time(row.sOnuHistoryAuthTime3), gpon_cli_time(row.sOnuHistoryOffTime3),
-               gpon_cli_time(row.sOnuHistoryAuthTime4), gpon_cli_time(row.sOnuHistoryOffTime4),
-               gpon_cli_time(row.sOnuHistoryAuthTime5), gpon_cli_time(row.sOnuHistoryOffTime5)});
+    table.row({place(row), ov_local_time_text(row.sOnuHistoryAuthTime1), ov_local_time_text(row.sOnuHistoryOffTime1),
+               ov_local_time_text(row.sOnuHistoryAuthTime2), ov_local_time_text(row.sOnuHistoryOffTime2),
+               ov_local_time_text(row.sOnuHistoryAuthTime3), ov_local_time_text(row.sOnuHistoryOffTime3),
+               ov_local_time_text(row.sOnuHistoryAuthTime4), ov_local_time_text(row.sOnuHistoryOffTime4),
+               ov_local_time_text(row.sOnuHistoryAuthTime5), ov_local_time_text(row.sOnuHistoryOffTime5)});
 }
 
 int ov_gpon_olt_show_onu_history_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,

@@ -5,6 +5,7 @@
 #include "kavo_table.h"
 #include "ov_gpon_onu_cli.h"
 #include "sGemTable.h"
+#include "table_value_name.h"
 
 namespace {
 
@@ -179,10 +180,7 @@ int ov_gpon_no_srvport_gemport_cli(struct cmd_element* /*self*/, struct vty* vty
 
 // The name of a number of an enumeration, the number itself for any other.
 std::string value_name(unsigned column, mib_long value) {
-    for (const ColName& named : table_desc_servicePortTable.column(static_cast<int>(column))->names)
-        if (named.value == value)
-            return named.name;
-    return std::to_string(value);
+    return table_value_text(table_desc_servicePortTable.column(static_cast<int>(column))->names, value);
 }
 
 // A priority that is set; any other is taken from the traffic.

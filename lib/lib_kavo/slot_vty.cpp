@@ -1,10 +1,10 @@
 #include "slot_vty.h"
 
-#include <ctime>
 #include <string>
 
 #include "kavo_cmd_rows.h"
 #include "kavo_table.h"
+#include "ov_local_time.h"
 #include "ov_product.h"
 #include "ov_slot.h"
 
@@ -36,11 +36,7 @@ std::string state_text(uint32_t slot, const ov_slot_info_t* card) {
         return is_being_set_up(slot) ? "being set up" : "in service";
     if (card->connect_status.change_time == 0)
         return "not yet up";
-    char since[sizeof("2036-02-07 06:28:15")] = "";
-    struct tm local = {};
-    if (localtime_r(&card->connect_status.change_time, &local) != nullptr)
-        strftime(since, sizeof(since), "%F %T", &local);
-    return std::string("away since ") + since;
+    return "away since " + ov_local_time_text(card->connect_status.change_time);
 }
 
 constexpr kavo_column_t COLUMNS[] = {{"slot", 4},    {"role", -9},     {"card type", 9},

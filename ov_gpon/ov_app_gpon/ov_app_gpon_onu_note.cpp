@@ -11,6 +11,7 @@
 #include "ov_app_gpon_onu_history.h"
 #include "ov_local_time.h"
 #include "ov_product_log.h"
+#include "table_value_name.h"
 
 namespace {
 
@@ -91,10 +92,7 @@ OnuReason reason_of_row(const Onu& onu) {
 // ---- the log's line --------------------------------------------------------------------------------------
 
 std::string state_name(mib_long state) {
-    for (const ColName& named : table_desc_sOnuTable.column(sOnuTable_column::sOnuTableOnuState)->names)
-        if (named.value == state)
-            return named.name;
-    return std::to_string(state);
+    return table_value_text(table_desc_sOnuTable.column(sOnuTable_column::sOnuTableOnuState)->names, state);
 }
 
 // " (first-home)", nothing for a name that says no more than the place; '?' for what would upset a terminal.

@@ -28,14 +28,11 @@ std::string port_name(mib_long slot, mib_long port) {
     return "gpon-olt" + std::to_string(slot) + "/" + std::to_string(port);
 }
 
-bool has_alarm(ov_ifindex_t source, int32_t code, mib_ulong* since = nullptr) {
+bool has_alarm(ov_ifindex_t source, int32_t code) {
     sActiveAlarmTable_entry key = {};
     key.sActiveAlarmTableAlarmSource = source;
     key.sActiveAlarmTableAlarmCode = code;
-    const auto* alarm = find_row(key);
-    if (alarm != nullptr && since != nullptr)
-        *since = alarm->sActiveAlarmTableAlarmDTS;
-    return alarm != nullptr;
+    return find_row(key) != nullptr;
 }
 
 // ---- the past --------------------------------------------------------------------------------------------
@@ -47,15 +44,17 @@ struct Past {
     bool has_been_up() const { return up_since != 0 || last.reason != OnuReason::NONE; }
 };
 
-// What an alarm that stands tells; it outlives a restart of the daemon, which notes don't.
+// What an alarm that stands tells; it outlives a restart of the daemon, which notes don't. Of several the one
+// with the highest code: an ONU that gasps goes dark, too.
 gpon_onu_note_t note_of_alarms(const Onu& onu) {
     gpon_onu_note_t note = {};
-    const ov_ifindex_t source = onu_ifindex_of(onu);
-    for (const int32_t code : {SACTIVEALARMTABLEALARMCODE_ONU_OFF, SACTIVEALARMTABLEALARMCODE_ONU_DYING_GASP,
-                               SACTIVEALARMTABLEALARMCODE_ONU_POWER, SACTIVEALARMTABLEALARMCODE_ONU_FAIL,
-                               SACTIVEALARMTABLEALARMCODE_ONU_MENUAL_POWEROFF})
-        if (mib_ulong since = 0; has_alarm(source, code, &since))
-            note = {ov_app_gpon_onu_reason_of_alarm(code), true, since};
+    sActiveAlarmTable_entry key = {};
+    key.sActiveAlarmTableAlarmSource = onu_ifindex_of(onu);
+    for (const sActiveAlarmTable_entry& alarm : rows_under(key, 1)) {
+        const OnuReason reason = ov_app_gpon_onu_reason_of_alarm(alarm.sActiveAlarmTableAlarmCode);
+        if (reason != OnuReason::NONE)
+            note = {reason, true, alarm.sActiveAlarmTableAlarmDTS};
+    }
     return note;
 }
 

@@ -1,5 +1,7 @@
 #include "ov_app_gpon_onuinit.h"
 
+#include <cstring>
+
 #include "app_modules.h"
 #include "app_rows.h"
 #include "app_text.h"
@@ -62,6 +64,15 @@ void delete_rows_under(const ov_sOnuInitTable_attr_t& key, size_t leading) {
 
 void ov_app_gpon_unconfig_onu_init() {
     gpon_onuinit_appid = AssignAppId();
+}
+
+bool ov_app_gpon_unconfig_onu_is_listed(const ov_gpon_uncfg_onu_attr_t* attr) {
+    const UnknownOnu reported = sonu_hal_data_convert_to_mib(*attr);
+    const UnknownOnu* listed = find_row(reported);
+    const auto same = [&](const auto& text) { return strcmp(listed->*text, reported.*text) == 0; };
+    return listed != nullptr && same(&UnknownOnu::sOnuInitTableSn) && same(&UnknownOnu::sOnuInitTablePw) &&
+           same(&UnknownOnu::sOnuInitTableLoid) && same(&UnknownOnu::sOnuInitTableLoidPw) &&
+           same(&UnknownOnu::sOnuInitTableEqptId);
 }
 
 int ov_app_gpon_unconfig_onu_add_by_lowlayer(ov_gpon_uncfg_onu_attr_t* attr) {

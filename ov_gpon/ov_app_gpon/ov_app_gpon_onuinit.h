@@ -12,6 +12,9 @@ int ov_app_gpon_unconfig_onu_add_by_lowlayer(ov_gpon_uncfg_onu_attr_t* attr);
 int ov_app_gpon_unconfig_onu_edit_by_lowlayer(ov_gpon_uncfg_onu_attr_t* attr); // nothing calls it
 int ov_app_gpon_unconfig_onu_del_by_lowlayer(ov_gpon_uncfg_onu_attr_t* attr);
 
+// Whether the row of such a report is there and says the same.
+bool ov_app_gpon_unconfig_onu_is_listed(const ov_gpon_uncfg_onu_attr_t* attr);
+
 // Deletes the rows of a slot, or of one PON port of it, each through its callbacks. Main loop.
 void ov_onu_uncfg_table_iterate_del(int32_t slot);
 void ov_onu_uncfg_table_iterate_del(int32_t slot, int32_t port);

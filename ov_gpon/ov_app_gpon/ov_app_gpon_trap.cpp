@@ -99,7 +99,9 @@ void ov_hal_gpon_uncfg_onu_msg(const void* buf, unsigned len) {
     if (event->action == OV_HAL_GPON_MSG_ACTION_CREATE) {
         OV_LOG_DEBUG("LIB", "!!!!!!!!New unconfig ONU: ifindex = %u, tmpOnuId=%u, sn=%s\n",
                      onu.ponIfindex.value(), onu.index.value(), serial.c_str());
-        ov_app_gpon_unconfig_onu_add_by_lowlayer(&onu);
+        // A card that is asked for all that it has says it again.
+        if (!ov_app_gpon_unconfig_onu_is_listed(&onu))
+            ov_app_gpon_unconfig_onu_add_by_lowlayer(&onu);
     } else {
         OV_LOG_DEBUG("LIB", "!!!!!!!!Del unconfig ONU: ifindex = %u, tmpOnuId=%u, sn=%s\n",
                      onu.ponIfindex.value(), onu.index.value(), serial.c_str());

@@ -132,11 +132,18 @@ def test_a_pulled_card_tells_its_onus_and_its_slot(world):
     assert slot_state(world, 3) == "-"
     world.chassis.simctl("card", 1, "on")
     world.chassis.event("slot-active", slot_id=1, card_type=27)
-    world.chassis.event("cfg-slot-sync-start", appid=30047, slotid=1, cfg_prio=300, appName="gpon")
+    sync_start(world, 300)
     world.wait_now("1/1:1", "card being set up", "card away")
     assert slot_state(world, 1) == "being set up"
+    for done, prio in ((300, 410), (410, 480)):  # the first takes sixteen steps of a second
+        world.chassis.wait_record(timeout=60, kind="request", type="cfg-app-notify-recover-result", cfg_prio=done)
+        sync_start(world, prio)
     world.chassis.wait_for(lambda: slot_state(world, 1) == "in service", 60, "the end of the set-up")
     assert world.line("1/1:1")[0] != "card being set up"
+
+
+def sync_start(world, prio):
+    world.chassis.event("cfg-slot-sync-start", appid=30047, slotid=1, cfg_prio=prio, appName="gpon")
 
 
 def slot_state(world, slot):

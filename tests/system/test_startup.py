@@ -62,7 +62,7 @@ def test_says_that_it_starts_and_then_serves(chassis):
     chassis.start(QUIET_SCENARIO)
     chassis.start_daemon()
     (line,) = chassis.wait_log(r"Gpon 6\.1 starting")
-    assert line.startswith("60 [LIB] ")
+    assert " notice/60 [LIB] " in line
     assert chassis.read(PID_FILE).strip().isdigit()
 
 
@@ -193,6 +193,8 @@ def test_a_clean_start_leaves_no_line_of_a_warning_or_an_error(chassis, scenario
     chassis.start_daemon()
     # the last stage of the replay of every card
     chassis.wait_record(timeout=90, kind="request", type="cfg-app-notify-recover-result", cfg_prio=480, count=cards)
+    # behind what the cards repeat when they are asked for all that they have
+    chassis.wait_record(kind="event", type="cfg-slot-sync-end", count=cards)
     chassis.wait_agent()
     lines = chassis.log_lines()
     assert len(lines) > 100

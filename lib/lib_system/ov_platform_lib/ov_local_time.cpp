@@ -1,10 +1,16 @@
 #include "ov_local_time.h"
 
-#include <ctime>
-
 uint32_t get_local_time() {
     const time_t now = time(nullptr);
     tm local{};
     localtime_r(&now, &local);
     return static_cast<uint32_t>(mktime(&local));
+}
+
+std::string ov_local_time_text(time_t time) {
+    char text[sizeof("2036-02-07 06:28:15")] = "-";
+    tm local{};
+    if (time != 0 && localtime_r(&time, &local) != nullptr)
+        strftime(text, sizeof text, "%F %T", &local);
+    return text;
 }

@@ -81,6 +81,19 @@ TEST(UnconfiguredOnu, EditChangesTheRow) {
     });
 }
 
+TEST(UnconfiguredOnu, AReportThatIsRepeatedIsNoFailureAndAnotherOfItsNameIs) {
+    app_chassis::run([](AppChassis& chassis) {
+        receive(OV_HAL_GPON_MSG_ACTION_CREATE, report_of());
+        receive(OV_HAL_GPON_MSG_ACTION_CREATE, report_of());
+        EXPECT_THAT(chassis.hal.log.file_text(), testing::Not(testing::HasSubstr("error/100")));
+        auto other = report_of();
+        other.pw[0] = 'P';
+        receive(OV_HAL_GPON_MSG_ACTION_CREATE, other);
+        EXPECT_THAT(chassis.hal.log.lines(), testing::Contains("add unconfig onu failure!: 1:3:4:7"));
+        EXPECT_STREQ(stored(CARDS_NUMBER)->sOnuInitTablePw, "password-11");
+    });
+}
+
 TEST(UnconfiguredOnu, WhatTheTableRefusesIsLogged) {
     app_chassis::run([](AppChassis& chassis) {
         auto report = report_of();
