@@ -2,13 +2,16 @@
 //
 // Reading keeps to what files in the field rely on: a line with too few fields leaves the other columns as
 // the line before had them, what is too long is cut, and what can't be a number changes nothing.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
 #include "mmg_mib_save_task.h"
 #include "ov_product_log.h"
 #include "table_field.h"
+#include "table_file_copy.h"
 #include "table_file_io.h"
 #include "table_module.h"
 
@@ -77,14 +80,24 @@ bool TableModule::find_path() {
 
 void TableModule::load() {
     mmg_make_mib_data_dir();
+    OvraMutexGuard lock(getMutex(did()));
     if (!find_path())
         return;
-    TableFile file(path(), TableFile::OPEN_OR_CREATE);
+    find_cut_off_save();
+    if (copy_is_needed_) {
+        const TableFile copy(table_copy_path(path()).c_str(), TableFile::EXISTING);
+        add_rows(copy, table_copy_content(copy).value_or(0));
+    } else {
+        add_rows(TableFile(path(), TableFile::OPEN_OR_CREATE), std::numeric_limits<uint64_t>::max());
+    }
+}
+
+void TableModule::add_rows(const TableFile& file, uint64_t size) {
     if (!file.is_open())
         return;
     const MIBDID table = did();
     std::vector<std::byte> row(desc_.entry_size);
-    TableFileReader reader(file);
+    TableFileReader reader(file, size);
     for (std::string_view line; reader.next_line(line);) {
         if (line.empty())
             continue;
@@ -98,29 +111,88 @@ void TableModule::load() {
         OV_LOG_ERROR(kLogTag, "reading %s failed: %s", path(), std::strerror(reader.error()));
 }
 
+// ---- saving --------------------------------------------------------------------------------------
+
 void TableModule::save_file() {
     if (path_.front() == '\0')
         return;
     // The store's walk is no business of two threads at once, and rows must not go away under it.
     OvraMutexGuard lock(getMutex(did()));
-    TableFile file(path(), TableFile::TRUNCATE);
-    if (!file.is_open()) {
-        OV_LOG_ERROR(kLogTag, "opening %s for saving failed: %s", path(), std::strerror(errno));
+    if (!finish_cut_off_save())
+        return;
+    const std::string copy_path = table_copy_path(path());
+    const TableFile copy(copy_path.c_str(), TableFile::TRUNCATE);
+    if (!copy.is_open()) {
+        OV_LOG_ERROR(kLogTag, "opening %s for saving failed: %s", copy_path.c_str(), std::strerror(errno));
         return;
     }
+    TableFileWriter writer(copy);
+    const uint64_t size = write_rows(writer);
+    if (writer.finish()) {
+        write_file_from(copy, size);
+        return;
+    }
+    OV_LOG_ERROR(kLogTag, "saving %s failed: %s", path(), std::strerror(writer.error()));
+    table_file_calls.unlink(copy_path.c_str());
+}
+
+// Looks for what a save that was cut off has left beside the file, and takes it if it is whole.
+void TableModule::find_cut_off_save() {
+    const std::string copy_path = table_copy_path(path());
+    const TableFile copy(copy_path.c_str(), TableFile::EXISTING);
+    copy_is_needed_ = copy.is_open() && table_copy_content(copy);
+    if (copy_is_needed_) {
+        OV_LOG_WARN(kLogTag, "the last save of %s was cut off, its content is taken from %s", path(),
+                    copy_path.c_str());
+        finish_cut_off_save();
+    } else if (copy.is_open()) {
+        OV_LOG_WARN(kLogTag, "the last save of %s was cut off before the file was touched", path());
+        table_file_calls.unlink(copy_path.c_str());
+    }
+}
+
+// Writes the file from a copy that is better than the file. False if that can't be done: the copy must not be
+// written over then.
+bool TableModule::finish_cut_off_save() {
+    if (!copy_is_needed_)
+        return true;
+    const TableFile copy(table_copy_path(path()).c_str(), TableFile::EXISTING);
+    const auto size = copy.is_open() ? table_copy_content(copy) : std::nullopt;
+    copy_is_needed_ = size.has_value(); // unless somebody has taken it away
+    return !size || write_file_from(copy, *size);
+}
+
+// Writes the table and the last line of a copy; the size of what stands before that line.
+uint64_t TableModule::write_rows(TableFileWriter& writer) const {
     const MIBDID table = did();
     const size_t room = longest_line(desc_);
-    TableFileWriter writer(file);
+    uint64_t lines = 0; // more than rows if there are line feeds in texts
+    uint64_t size = 0;
     for (void* row = get_table_head(table); row != nullptr && writer.error() == 0;
          row = row_getNext(table, row)) {
         char* begin = writer.reserve(room);
         char* end = write_columns(begin, desc_.index, row);
         end = write_columns(end, desc_.columns, row);
         *end++ = '\n';
+        lines += static_cast<uint64_t>(std::count(begin, end, '\n'));
+        size += static_cast<uint64_t>(end - begin);
         writer.advance(static_cast<size_t>(end - begin));
     }
-    if (!writer.finish())
-        OV_LOG_ERROR(kLogTag, "saving %s failed: %s", path(), std::strerror(writer.error()));
+    const std::string last = table_copy_end(lines);
+    writer.advance(last.copy(writer.reserve(last.size()), last.size()));
+    return size;
+}
+
+// Writes the file from a copy with this size, which then goes, unless it is better than the file is now.
+// False, with a line in the log, if the file couldn't be written.
+bool TableModule::write_file_from(const TableFile& copy, uint64_t size) {
+    const CopyResult result = table_copy_write(copy, size, path());
+    if (result != CopyResult::DONE)
+        OV_LOG_ERROR(kLogTag, "saving %s failed: %s", path(), std::strerror(errno));
+    copy_is_needed_ = result == CopyResult::BROKEN || (result == CopyResult::UNTOUCHED && copy_is_needed_);
+    if (!copy_is_needed_)
+        table_file_calls.unlink(table_copy_path(path()).c_str());
+    return result == CopyResult::DONE;
 }
 
 void TableModule::save_if_changed() {

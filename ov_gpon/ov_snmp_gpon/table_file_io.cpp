@@ -15,28 +15,52 @@ constexpr mode_t kFileMode = 0666; // as fopen makes files
 int open_file(const char* path, int flags) {
     int fd;
     do {
-        fd = open(path, flags | O_RDWR | O_CLOEXEC, kFileMode);
+        fd = table_file_calls.open(path, flags | O_RDWR | O_CLOEXEC, kFileMode);
     } while (fd < 0 && errno == EINTR);
     return fd;
 }
 
+int open_call(const char* path, int flags, mode_t mode) {
+    return open(path, flags, mode);
+}
+
 } // namespace
 
+table_file_calls_t table_file_calls = {open_call, fallocate, write, ftruncate, unlink};
+
+int table_file_write(int fd, const char* data, size_t size) {
+    while (size > 0) {
+        const ssize_t written = table_file_calls.write(fd, data, size);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return written < 0 ? errno : EIO;
+        data += written;
+        size -= static_cast<size_t>(written);
+    }
+    return 0;
+}
+
 TableFile::TableFile(const char* path, Mode mode) : fd_(-1) {
-    if (mode == OPEN_OR_CREATE)
+    if (mode == IN_PLACE)
+        fd_ = open_file(path, O_CREAT);
+    else if (mode != TRUNCATE)
         fd_ = open_file(path, 0);
-    if (fd_ < 0)
+    if (mode == TRUNCATE || (mode == OPEN_OR_CREATE && fd_ < 0))
         fd_ = open_file(path, O_CREAT | O_TRUNC);
 }
 
 TableFile::~TableFile() {
+    const int reason = errno; // of what failed before
     if (fd_ >= 0)
         close(fd_);
+    errno = reason;
 }
 
 // ---- reading -------------------------------------------------------------------------------------
 
-TableFileReader::TableFileReader(const TableFile& file) : fd_(file.fd()), buffer_(kBufferSize) {}
+TableFileReader::TableFileReader(const TableFile& file, uint64_t limit)
+    : fd_(file.fd()), left_(limit), buffer_(kBufferSize) {}
 
 bool TableFileReader::next_line(std::string_view& line) {
     if (skipping_)
@@ -78,9 +102,10 @@ bool TableFileReader::fill() {
     std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
     end_ -= begin_;
     begin_ = 0;
+    const auto wanted = static_cast<size_t>(std::min<uint64_t>(buffer_.size() - end_, left_));
     ssize_t got;
     do {
-        got = read(fd_, buffer_.data() + end_, buffer_.size() - end_);
+        got = read(fd_, buffer_.data() + end_, wanted);
     } while (got < 0 && errno == EINTR);
     if (got < 0)
         error_ = errno;
@@ -89,6 +114,7 @@ bool TableFileReader::fill() {
         return false;
     }
     end_ += static_cast<size_t>(got);
+    left_ -= static_cast<uint64_t>(got);
     return true;
 }
 
@@ -122,17 +148,7 @@ bool TableFileWriter::finish() {
 }
 
 void TableFileWriter::flush() {
-    const char* at = buffer_.data();
-    while (used_ > 0 && error_ == 0) {
-        ssize_t written = write(fd_, at, used_);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0) {
-            error_ = written < 0 ? errno : EIO;
-            break;
-        }
-        at += written;
-        used_ -= static_cast<size_t>(written);
-    }
+    if (error_ == 0)
+        error_ = table_file_write(fd_, buffer_.data(), used_);
     used_ = 0;
 }

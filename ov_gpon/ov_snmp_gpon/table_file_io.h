@@ -2,8 +2,25 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <string_view>
 #include <vector>
+
+#include <sys/types.h>
+
+// The system calls that change files. Tests put others in their place, which fail or end the process.
+struct table_file_calls_t {
+    int (*open)(const char* path, int flags, mode_t mode);
+    int (*fallocate)(int fd, int mode, off_t offset, off_t length);
+    ssize_t (*write)(int fd, const void* data, size_t size);
+    int (*ftruncate)(int fd, off_t length);
+    int (*unlink)(const char* path);
+};
+extern table_file_calls_t table_file_calls;
+
+// Writes all of it at the file's position; 0 or an errno.
+int table_file_write(int fd, const char* data, size_t size);
 
 // An open file, closed with the object.
 class TableFile {
@@ -11,6 +28,8 @@ public:
     enum Mode {
         OPEN_OR_CREATE, // "r+", and "w+" if that fails
         TRUNCATE,       // "w+"
+        EXISTING,       // "r+"
+        IN_PLACE,       // "r+" that makes a missing file
     };
     TableFile(const char* path, Mode mode);
     ~TableFile();
@@ -29,7 +48,8 @@ class TableFileReader {
 public:
     static constexpr size_t kLineSize = 16384; // longest line, with its line feed or a terminator
 
-    explicit TableFileReader(const TableFile& file);
+    // Reads up to `limit` bytes from the file's position.
+    explicit TableFileReader(const TableFile& file, uint64_t limit = std::numeric_limits<uint64_t>::max());
 
     // The next line without its line feed, valid until the next call; false at the end of the file or after
     // an error. A line ends for good at a NUL and at kLineSize - 1 characters: the rest is passed over.
@@ -42,6 +62,7 @@ private:
     void skip_rest();
 
     int fd_;
+    uint64_t left_; // bytes that may still be read
     int error_ = 0;
     bool at_end_ = false;
     bool skipping_ = false; // the last line was handed out before its line feed was seen

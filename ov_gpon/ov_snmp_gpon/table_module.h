@@ -27,6 +27,8 @@
 #include "table_desc.h"
 #include "table_snmp_types.h"
 
+class TableFile;
+class TableFileWriter;
 class TableModule;
 
 // The module of a record type: table_of<ov_sTcontTable_attr_t>::module().
@@ -169,9 +171,12 @@ public:
     // ---- file (table_file.cpp) --------------------------------------------------------------------
 
     // mib_load_<table>: finds the file's path, makes the directory, and adds the file's rows. Rows that are
-    // there already stay as they are, with a line on standard output each. Runs no callback.
+    // there already stay as they are, with a line on standard output each. Runs no callback. If the last save
+    // was cut off when its content was whole (table_file_copy.h), the file is first written anew from it.
+    // Takes the table's mutex; start-up.
     void load();
-    // mib_save_<table>_internal: rewrites the file in place. Does nothing before the first load. Takes the
+    // mib_save_<table>_internal: rewrites the file in place, behind a copy of the new content. Does nothing
+    // before the first load. Failures are logged; one of a full disk leaves the file as it was. Takes the
     // table's mutex; any thread.
     void save_file();
     // mib_save_<table>: notes that the table has changed. No file is written.
@@ -220,6 +225,11 @@ private:
     void visit_matches(const void* row, int index_flag, Visit visit) const;
 
     bool find_path();
+    void add_rows(const TableFile& file, uint64_t size);
+    void find_cut_off_save();
+    bool finish_cut_off_save();
+    uint64_t write_rows(TableFileWriter& writer) const;
+    bool write_file_from(const TableFile& copy, uint64_t size);
 
     const TableDesc& desc_;
     TableFunctions functions_;
@@ -230,6 +240,7 @@ private:
     std::vector<std::byte> default_row_; // a blank record: defaults in columns and shadows
     MIB_Flags_t missing_columns_{};
     std::array<char, 256> path_{};
+    bool copy_is_needed_ = false; // beside the file stands a copy that is better
     std::atomic<bool> changed_ = false;
     uint64_t generation_ = 0; // main thread
 };
