@@ -29,9 +29,8 @@ Bytes bytes_of(const Record& record) {
 inline Bytes raw_frame(uint8_t version, uint8_t type, uint16_t claimed_len, uint32_t seq, const Bytes& body) {
     const apimsghdr hdr = {
         .version = version, .msgtype = type, .msglen = htons(claimed_len), .msgseq = htonl(seq)};
-    Bytes frame(sizeof(hdr) + body.size());
-    std::memcpy(frame.data(), &hdr, sizeof(hdr));
-    std::copy(body.begin(), body.end(), frame.begin() + sizeof(hdr));
+    Bytes frame = bytes_of(hdr);
+    frame.insert(frame.end(), body.begin(), body.end());
     return frame;
 }
 
