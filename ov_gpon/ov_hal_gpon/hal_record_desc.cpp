@@ -18,13 +18,10 @@ constexpr const HalRecordDesc* sub_record = nullptr;
 template <class Type>
 constexpr HalFieldDesc field_desc(const char* name, const char* type, size_t offset) {
     using Element = typename Type::element;
-    return {name,
-            type,
-            Type::kind,
-            uint16_t(offset),
-            uint16_t(sizeof(Element)),
-            uint16_t(Type::count),
-            sub_record<Element>};
+    return {name, type, Type::kind, uint16_t(offset), uint16_t(sizeof(Element)), uint16_t(Type::count),
+            sub_record<Element>, requires {Type::is_secret;
+}
+}; // namespace
 }
 
 // A record holds its fields, gaps included, one behind the other and nothing else.

@@ -18,6 +18,7 @@ struct HalFieldDesc {
     uint16_t element_size;    // bytes of one element; texts and octet strings are one element
     uint16_t count;           // elements of a list, else 1
     const HalRecordDesc* sub; // of the elements' record, else null
+    bool secret;              // a password or a key
 
     constexpr uint16_t size() const { return uint16_t(element_size * count); }
 };

@@ -70,7 +70,8 @@ void dump_fields(const HalRecordDesc& desc, const void* record, const std::strin
             if (field.kind == HalFieldKind::RECORD) {
                 dump_fields(*field.sub, element_of(field, record, i), path + ".", sink);
             } else {
-                sink.line(sink.context, path + ": " + hal_field_text(field, record, i));
+                sink.line(sink.context,
+                          path + ": " + (field.secret ? "***" : hal_field_text(field, record, i)));
             }
         }
     }

@@ -20,7 +20,8 @@ struct HalDumpSink {
 //
 // Numbers are decimal. Addresses, MAC addresses and serial numbers have their usual forms (10.0.0.1,
 // 00:1b:ac:00:00:01, ABCD01020304 with lower-case digits). Texts end at their NUL or with the field; what
-// doesn't print in them is written as \xNN, so that no card can forge a line of the log.
+// doesn't print in them is written as \xNN, so that no card can forge a line of the log. Passwords and keys
+// (fields of type SECRET) are "***".
 void hal_record_dump(const HalRecordDesc& desc, const void* record, const HalDumpSink& sink);
 
 // Writes the same lines to the debug log, "ov_gpon_tcont_attr_t: tcontId: 3".

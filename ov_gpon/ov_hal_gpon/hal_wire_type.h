@@ -71,6 +71,11 @@ using SERIAL = Octets<char, HalFieldKind::SERIAL, 9>;
 // NUL-terminated text of at most Size - 1 bytes; a card may fill the field to the last byte.
 template <unsigned Size>
 using TEXT = Octets<char, HalFieldKind::TEXT, Size>;
+// The same for a password or a key, which no dump shows.
+template <unsigned Size>
+struct SECRET : TEXT<Size> {
+    static constexpr bool is_secret = true;
+};
 template <unsigned Size>
 using BYTES = Octets<uint8_t, HalFieldKind::BYTES, Size>;
 template <unsigned Size>

@@ -76,6 +76,26 @@ TEST(RecordsDump, FieldsOfInnerRecordsBearTheirPath) {
     EXPECT_EQ("mib_gem: 0000000000000000", lines.back());
 }
 
+TEST(RecordsDump, PasswordsAndKeysAreNotShown) {
+    ov_gpon_onu_attr_t onu{};
+    memcpy(onu.authAttr.pw, "hunter2", 7);
+    memcpy(onu.authAttr.loid, "customer", 8);
+    const Lines lines = dump(onu);
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "authAttr.pw: ***"), lines.end());
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "authAttr.loidPw: ***"), lines.end());
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "authAttr.loid: customer"), lines.end());
+    // A field that is named like one is marked.
+    for (const HalRecordDesc* record : hal_record_descs())
+        for (const HalFieldDesc& field : record->fields) {
+            const std::string name = field.name == nullptr ? "" : field.name;
+            const bool is_one =
+                field.kind == HalFieldKind::TEXT &&
+                (name == "pw" || name.find("Pw") != name.npos || name.find("Pwd") != name.npos ||
+                 name.find("passw") != name.npos || name.find("Key") != name.npos);
+            EXPECT_EQ(field.secret, is_one) << record->name << "." << name;
+        }
+}
+
 TEST(RecordsDump, ElementsOfListsBearTheirNumber) {
     ov_gpon_rmuni_vlan_attr_t vlan{};
     vlan.vlanList.vlanGrp[11].endVlan = 4094;
