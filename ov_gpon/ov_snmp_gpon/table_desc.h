@@ -23,6 +23,14 @@ enum class ColType : uint8_t {
 // column.
 enum class ColAccess : uint8_t { NOT_ACCESSIBLE, READ_ONLY, READ_WRITE, READ_CREATE };
 
+// What a table's rows are to the system. Managers may write to a table with an application module as soon as
+// that is there.
+enum class RowUse : uint8_t {
+    STORED,   // the table holds them, and that is all
+    ACTED_ON, // an application module acts on them
+    ON_CARDS, // an application module brings them to the line cards
+};
+
 // One named number of an enumeration (RFC 2578, 7.1.1).
 struct ColName {
     int32_t value;
@@ -43,15 +51,17 @@ struct ColumnDesc {
     std::span<const ColName> names; // of an enumeration, in order of value; empty otherwise
     int64_t dflt;                   // of a number or address (host order)
     const char* dflt_text;          // of a text; "" when there is none, never null
+    bool secret = false;            // a password or a key: no log and no dump shows it
 };
 
 struct TableDesc {
     const char* name;              // "sTcontTable": the module, its file, its SNMP registration
     int registry_index;            // STCONT
     std::span<const uint32_t> oid; // arcs of the table below the enterprise number
-    bool writable;                 // managers may write; false registers the table read-only
-    uint16_t key_size;             // bytes of the index columns
-    uint16_t entry_size;           // bytes of the whole record
+    RowUse rows;
+    bool writable;       // managers may write; false registers the table read-only
+    uint16_t key_size;   // bytes of the index columns
+    uint16_t entry_size; // bytes of the whole record
     std::span<const ColumnDesc> index;
     std::span<const ColumnDesc> columns; // ascending numbers
     const ColumnDesc* row_status;

@@ -47,7 +47,7 @@ struct ColumnDefault {
 
 // The lines of a description, as table_descriptor.inc turns them into data.
 struct TableLine {
-    enum Kind : uint8_t { INDEX, NAMES_OF, COLUMN, NAME };
+    enum Kind : uint8_t { INDEX, NAMES_OF, COLUMN, SECRET, NAME };
 
     ColumnDesc column{}; // of INDEX and COLUMN; for NAMES_OF its name only
     ColName name{};      // of NAME
@@ -139,6 +139,10 @@ consteval TableLine names_of_line(const char* name) {
     return line;
 }
 
+consteval TableLine secret_line() {
+    return {{}, {}, TableLine::SECRET};
+}
+
 consteval TableLine name_line(const char* name, int32_t value) {
     return {{}, {value, name}, TableLine::NAME};
 }
@@ -181,6 +185,9 @@ consteval std::array<ColumnDesc, COUNT> collect_columns(const TableLine (&lines)
                 if (same_name(columns[i].name, line.column.name))
                     current = &columns[i];
             bounds = false;
+        } else if (line.kind == TableLine::SECRET) {
+            if (current != nullptr)
+                current->secret = true;
         } else if (line.kind != TableLine::NAME) {
             current = nullptr;
         } else if (const size_t at = name_at++; current != nullptr) {
@@ -293,6 +300,14 @@ consteval bool defaults_fit(const TableDesc& table) {
             return false;
     }
     return true;
+}
+
+// Secrets are texts, and none is part of an index.
+consteval bool secrets_are_texts(const TableDesc& table) {
+    auto fits = [](const ColumnDesc& column) { return !column.secret || column.type == ColType::TEXT; };
+    return std::none_of(table.index.begin(), table.index.end(),
+                        [](const ColumnDesc& column) { return column.secret; }) &&
+           std::all_of(table.columns.begin(), table.columns.end(), fits);
 }
 
 // Names of a column ascend in value.

@@ -111,6 +111,12 @@ TableModule::TableModule(const TableDesc& desc, const TableFunctions& functions)
     enter_module(this);
 }
 
+bool TableModule::awaits_module() const {
+    const table_control_t& table = table_cntl[did()->index];
+    return desc_.rows != RowUse::STORED && table.callback_get == nullptr && table.callback_set == nullptr &&
+           table.callback_check == nullptr;
+}
+
 void TableModule::init() {
     init_oid();
     initialize_table();

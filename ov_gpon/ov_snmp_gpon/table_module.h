@@ -84,6 +84,9 @@ public:
     MIBDID did() const { return mmg_table_did_getbyindex(desc_.registry_index); }
     // <table>_oid.
     std::span<const oid> table_oid() const { return oid_; }
+    // Whether managers can't write to the table yet: an application module is to act on its rows, and none
+    // has registered callbacks on it.
+    bool awaits_module() const;
     // Whether the table has been registered.
     bool registered() const { return class_ != nullptr; }
 
@@ -121,6 +124,8 @@ public:
     std::string dump_text(const void* row) const;
     // The value of a column, index columns included: numbers in decimal, addresses dotted, binaries in hex.
     static std::string column_text(const ColumnDesc& column, const void* row);
+    // The same for logs and dumps: a secret is "***", whatever it is.
+    static std::string log_text(const ColumnDesc& column, const void* row);
 
     // ---- hooks (table_hooks.cpp) ------------------------------------------------------------------
 

@@ -81,9 +81,31 @@ int check_unsigned(const ColumnDesc& column, const netsnmp_variable_list* value)
     return number < column.min || number > column.max ? SNMP_ERR_WRONGVALUE : SNMP_ERR_NOERROR;
 }
 
-int check(const TableDesc& desc, const Variable& variable) {
+// Many managers can't write a Counter64, which is a type for reading (RFC 2578, 7.1.10).
+int check_counter64(const netsnmp_variable_list* value) {
+    return value->type == ASN_UNSIGNED
+               ? netsnmp_check_vb_type_and_size(value, ASN_UNSIGNED, sizeof(long))
+               : netsnmp_check_vb_type_and_size(value, ASN_COUNTER64, sizeof(counter64));
+}
+
+// A row that is on a line card stays in service until it is deleted. Parked, it would be made a second time
+// by its next activation, and its delete would leave its object on the card.
+bool parks_object_of_card(const TableDesc& desc, const void* row, const netsnmp_variable_list* status) {
+    return desc.rows == RowUse::ON_CARDS && *status->val.integer == OVRA_NOTINSERVICE && row != nullptr &&
+           row_status_of(desc, row) == OVRA_ACTIVE;
+}
+
+int check_row_status(const TableDesc& desc, const Variable& variable) {
+    const int error =
+        netsnmp_check_vb_rowstatus(variable.value, exists(desc, variable.row()) ? RS_ACTIVE : RS_NONEXISTENT);
+    if (error == SNMP_ERR_NOERROR && parks_object_of_card(desc, variable.row(), variable.value))
+        return SNMP_ERR_INCONSISTENTVALUE;
+    return error;
+}
+
+int check(const TableModule& module, const Variable& variable) {
     const netsnmp_variable_list* value = variable.value;
-    if (variable.column == nullptr)
+    if (variable.column == nullptr || module.awaits_module())
         return SNMP_ERR_NOTWRITABLE;
     const ColumnDesc& column = *variable.column;
     switch (column.type) {
@@ -92,21 +114,21 @@ int check(const TableDesc& desc, const Variable& variable) {
     case ColType::UINT:
         return check_unsigned(column, value);
     case ColType::COUNTER64:
-        return netsnmp_check_vb_type_and_size(value, ASN_COUNTER64, sizeof(counter64));
+        return check_counter64(value);
     case ColType::IPADDR:
         return netsnmp_check_vb_type_and_size(value, ASN_IPADDRESS, column.size);
     case ColType::TEXT:
     case ColType::BIN:
         return netsnmp_check_vb_type_and_max_size(value, ASN_OCTET_STR, column.limit);
     case ColType::ROWSTATUS:
-        return netsnmp_check_vb_rowstatus(value, exists(desc, variable.row()) ? RS_ACTIVE : RS_NONEXISTENT);
+        return check_row_status(module.desc(), variable);
     }
     return SNMP_ERR_NOTWRITABLE;
 }
 
 void reserve1(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
     each_variable(module, requests, [&](const Variable& variable) {
-        const int error = check(module.desc(), variable);
+        const int error = check(module, variable);
         if (error != SNMP_ERR_NOERROR)
             netsnmp_set_request_error(reqinfo, variable.request, error);
         return error == SNMP_ERR_NOERROR;
@@ -160,6 +182,13 @@ void put_bytes(const Variable& variable, void* row) {
         clear_behind_text(column, row);
 }
 
+uint64_t counter64_of(const netsnmp_variable_list* value) {
+    if (value->type == ASN_UNSIGNED)
+        return static_cast<uint32_t>(*value->val.integer);
+    const counter64& counter = *value->val.counter64;
+    return uint64_t{counter.high} << 32 | (counter.low & 0xFFFFFFFFu);
+}
+
 void put_value(const Variable& variable, void* row) {
     const ColumnDesc& column = *variable.column;
     switch (column.type) {
@@ -168,11 +197,9 @@ void put_value(const Variable& variable, void* row) {
     case ColType::ROWSTATUS:
         record_put(row, column.offset, static_cast<uint32_t>(*variable.value->val.integer));
         break;
-    case ColType::COUNTER64: {
-        const counter64& counter = *variable.value->val.counter64;
-        record_put(row, column.offset, uint64_t{counter.high} << 32 | (counter.low & 0xFFFFFFFFu));
+    case ColType::COUNTER64:
+        record_put(row, column.offset, counter64_of(variable.value));
         break;
-    }
     case ColType::IPADDR:
         std::memcpy(record_bytes(row) + column.offset, variable.value->val.string, column.size);
         break;
@@ -186,34 +213,8 @@ void put_value(const Variable& variable, void* row) {
 void log_value(const TableModule& module, const ColumnDesc& column, const void* row) {
     char index[TableModule::kMaxIndexText];
     module.index_string(row, index, sizeof(index));
-    const std::string text = TableModule::column_text(column, row);
+    const std::string text = TableModule::log_text(column, row);
     OV_LOG_INFO("SNMP", "Set %s %s:%s ", index, column.name, text.c_str());
-}
-
-// A request may hold one column of a row twice. The shadow then has the first of the new values, and what was
-// there before the request is kept with the later variable, for an undo.
-constexpr char kOriginal[] = "original";
-
-const netsnmp_request_info* earlier_of_column(const Variable& variable) {
-    for (const netsnmp_request_info* request = variable.request->prev; request != nullptr;
-         request = request->prev) {
-        auto* earlier = const_cast<netsnmp_request_info*>(request);
-        if (netsnmp_extract_iterator_context(earlier) == variable.row() &&
-            netsnmp_extract_table_info(earlier)->colnum == variable.info->colnum)
-            return request;
-    }
-    return nullptr;
-}
-
-void keep_original(const Variable& variable) {
-    const netsnmp_request_info* earlier = earlier_of_column(variable);
-    if (earlier == nullptr || netsnmp_get_list_node(variable.request->parent_data, kOriginal) != nullptr)
-        return;
-    const void* original = netsnmp_get_list_data(earlier->parent_data, kOriginal);
-    if (original == nullptr)
-        original = record_bytes(variable.row()) + variable.column->old_offset;
-    if (void* copy = netsnmp_memdup(original, variable.column->size))
-        netsnmp_request_add_list_data(variable.request, netsnmp_create_data_list(kOriginal, copy, free));
 }
 
 void write_value(const TableModule& module, const Variable& variable) {
@@ -227,23 +228,10 @@ void write_value(const TableModule& module, const Variable& variable) {
         set_old_row_status(module.desc(), row, OVRA_NONEXISTENT);
 }
 
-// A row has gone since RESERVE2. Nothing is written, and the undo that comes next finds in the shadows what
-// the columns hold.
-void shadow_all(const TableModule& module, netsnmp_request_info* requests) {
-    each_variable(module, requests, [](const Variable& variable) {
-        char* row = record_bytes(variable.row());
-        if (row != nullptr && variable.column != nullptr)
-            std::memcpy(row + variable.column->old_offset, row + variable.column->offset,
-                        variable.column->size);
-        return true;
-    });
-}
-
 // The row that stands for a request in ACTION. It is looked up at each use: callbacks may remove it.
 struct ActionRow {
     const TableModule& module;
     const netsnmp_table_request_info* info = nullptr; // of the last variable
-    const ColumnDesc* column = nullptr;
     MIB_Flags_t flags{};
 
     void* find() const { return snmp_find_row(module, *info); }
@@ -261,16 +249,24 @@ bool run_set_chain(const ActionRow& target) {
     return result;
 }
 
-// A row that came into service is a present one for the writes to come.
+// A row that came into service is a present one for the writes to come. Its row status may stand anywhere
+// among the variables: they are all as if at once (RFC 3416, 4.2.5).
 void note_activation(const ActionRow& target) {
     const TableDesc& desc = target.module.desc();
     void* row = target.find();
-    if (row != nullptr && target.column != nullptr && target.column->type == ColType::ROWSTATUS &&
+    if (row != nullptr && mib_flag_is_set(target.flags, desc.row_status->number) &&
         row_status_of(desc, row) == OVRA_ACTIVE && old_row_status_of(desc, row) == OVRA_NOTINSERVICE)
         set_old_row_status(desc, row, OVRA_ACTIVE);
 }
 
-// For the case that the master goes away before the next phase.
+// What the row holds is kept for an undo.
+void keep_row(TableModule& module, const Variable& variable) {
+    SnmpRowKey key;
+    if (snmp_row_key(module.desc(), *variable.info, key))
+        snmp_open_keep(module, key, variable.row());
+}
+
+// For an undo, and for the case that the master goes away before the next phase.
 void note_state(TableModule& module, netsnmp_request_info* requests, SnmpSetState state,
                 const MIB_Flags_t& columns) {
     each_variable(module, requests, [&](const Variable& variable) {
@@ -287,17 +283,13 @@ void action(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_re
             netsnmp_set_request_error(reqinfo, variable.request, SNMP_ERR_RESOURCEUNAVAILABLE);
         return variable.row() != nullptr;
     });
-    if (!complete) {
-        shadow_all(module, requests);
-        return;
-    }
+    if (!complete)
+        return; // a row has gone since RESERVE2; nothing is written
     ActionRow target{module};
     each_variable(module, requests, [&](const Variable& variable) {
-        if (variable.column != nullptr && mib_flag_is_set(target.flags, variable.info->colnum))
-            keep_original(variable);
+        keep_row(module, variable);
         mib_flag_set(target.flags, variable.info->colnum);
         target.info = variable.info;
-        target.column = variable.column;
         if (variable.column != nullptr)
             write_value(module, variable);
         return true;
@@ -370,18 +362,14 @@ void free_rows(TableModule& module, netsnmp_request_info* requests) {
 
 void undo(TableModule& module, netsnmp_request_info* requests) {
     each_variable(module, requests, [&](const Variable& variable) {
-        char* row = record_bytes(variable.row());
+        void* row = variable.row();
+        SnmpRowKey key;
         if (row == nullptr || variable.column == nullptr)
             return true;
-        if (is_create(variable)) {
+        if (is_create(variable))
             remove_row(module, requests, row);
-            return true;
-        }
-        const ColumnDesc& column = *variable.column;
-        const void* original = netsnmp_get_list_data(variable.request->parent_data, kOriginal);
-        std::memcpy(row + column.offset, original != nullptr ? original : row + column.old_offset,
-                    column.size);
-        std::memset(row + column.old_offset, 0, column.size);
+        else if (snmp_row_key(module.desc(), *variable.info, key))
+            snmp_open_take_back(module, key, row);
         return true;
     });
 }
@@ -409,8 +397,8 @@ void snmp_serve_set(TableModule& module, netsnmp_agent_request_info* reqinfo,
         free_rows(module, requests);
         break;
     case MODE_SET_UNDO:
-        snmp_open_forget(module);
         undo(module, requests);
+        snmp_open_forget(module);
         break;
     default:
         break;

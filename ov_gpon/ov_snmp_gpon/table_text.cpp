@@ -40,7 +40,7 @@ void append_line(std::string& text, const ColumnDesc& column, const void* row) {
     constexpr size_t label_width = 30;
     std::string label = column.name;
     label.resize(std::max(label.size(), label_width), ' ');
-    text += label + ":" + TableModule::column_text(column, row) + "\n";
+    text += label + ":" + TableModule::log_text(column, row) + "\n";
 }
 
 } // namespace
@@ -63,6 +63,10 @@ std::string TableModule::column_text(const ColumnDesc& column, const void* row) 
         return row_status_text(record_get<int32_t>(row, column.offset));
     }
     return {};
+}
+
+std::string TableModule::log_text(const ColumnDesc& column, const void* row) {
+    return column.secret ? "***" : column_text(column, row);
 }
 
 char* TableModule::index_string(const void* entry, char* index_info, int length) const {

@@ -4,7 +4,7 @@ import re
 
 import pytest
 
-from chassis import REPO
+from chassis import QUIET_SCENARIO, REPO
 from test_provision import Chassis as Provisioned
 
 GUIDE = REPO / "docs" / "managers-guide.md"
@@ -59,6 +59,12 @@ def test_a_step_without_those_before_it_is_refused_as_the_guide_says(world):
     assert held(world) == [0, 0, 0, 0]
 
 
+def assured(world):
+    """The assured bandwidth that the card has for the guide's profile."""
+    rows = world.card(1)["objects"]["OV_HAL_MSG_GPON_BW_TYPE"]["rows"]
+    return [row["assBw"] for row in rows if row["name"] == "gold"]
+
+
 def test_the_guides_commands_provision_an_onu_and_delete_it(world):
     (_, settings, _), *rest = steps()
     assert len(rest) >= 10
@@ -70,4 +76,46 @@ def test_the_guides_commands_provision_an_onu_and_delete_it(world):
         before = heading
         done = run(world, settings, commands)
         assert (done.stdout + done.stderr, done.returncode) == (printed, 0), f"{heading}:\n{commands}"
+        if heading == "Change the bandwidth" and "snmpset" in commands:
+            assert assured(world) == [int(commands.split()[-1])]
     assert held(world) == [0, 0, 0, 0]
+
+
+# ---- what is there yet ---------------------------------------------------------------------------------------------
+
+
+def areas_of(page):
+    """The first column of a page's table of what isn't there yet, with the names in the others."""
+    chapter = re.search(r"^## What is there yet\n(.*?)^## ", (REPO / page).read_text(), re.S | re.M)[1]
+    lines = re.findall(r"^\| ([^|]+?) \|(.*)$", chapter, re.M)[1:]
+    return {area: re.findall(r"`(\w+)`", rest) for area, rest in lines if not area.startswith("--")}
+
+
+def writable_objects():
+    """Table, and the name of a variable that managers may write as far as its description goes."""
+    tables = REPO / "ov_gpon" / "ov_snmp_gpon"
+    for table in re.findall(r"init_(\w+)\)", (tables / "table_init_list.def").read_text()):
+        text = (tables / "tables" / f"{table}.def").read_text()
+        arcs = ".".join(re.search(r"^TABLE_OID\((.*)\)", text, re.M)[1].split(", "))
+        index = re.search(r"^INDEX\((.*?)\)$", text, re.M | re.S)[1].count("(")
+        columns = re.findall(r"^COLUMN\((\d+), \w+, [^,]+, READ_(?:WRITE|CREATE),", text, re.M)
+        if re.search(r"^TABLE\(\w+, \w+, READ_CREATE\)", text, re.M):
+            columns += re.findall(r"^ROW_STATUS\((\d+)", text, re.M)
+        if columns:
+            yield table, f".1.3.6.1.4.1.47281.{arcs}.1.{columns[0]}" + ".1" * index
+
+
+def test_the_pages_tell_what_is_not_there_yet(chassis):
+    chassis.start(QUIET_SCENARIO)
+    chassis.start_snmpd()
+    chassis.start_daemon()
+    chassis.wait_agent(15)
+    closed = set()
+    for table, name in writable_objects():
+        answer = chassis.snmp("snmpset", name, "o", ".1.3").stderr  # of no column's type: nothing can be written
+        assert "notWritable" in answer or "wrongType" in answer, f"{table}: {answer}"
+        if "notWritable" in answer:
+            closed.add(table)
+    told = areas_of("docs/managers-guide.md")
+    assert sorted(closed) == sorted(name for names in told.values() for name in names)
+    assert list(areas_of("README.md")) == list(told)

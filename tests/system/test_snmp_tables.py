@@ -16,8 +16,9 @@ ENTERPRISE = ".1.3.6.1.4.1.47281"
 TABLES = f"{ENTERPRISE}.1.1.1.1.1"
 TCONT = f"{TABLES}.6.1"
 GEM = f"{TABLES}.5.1"
-WAN = f"{TABLES}.46.1.1"
-ALARM_ENABLE = f"{TABLES}.17.1"
+FLOW = f"{TABLES}.12.1"
+TRAPS = f"{TABLES}.17.1"
+WIFI = f"{TABLES}.47.1.1"
 ROW = "1.2.3.4.5"
 
 ACTIVE, NOT_IN_SERVICE, NOT_READY, CREATE_AND_GO, CREATE_AND_WAIT, DESTROY = 1, 2, 3, 4, 5, 6
@@ -88,10 +89,10 @@ def test_walk_gives_every_row_of_a_table_in_order(chassis):
 
 def test_walk_of_the_whole_tree_ends(chassis):
     start(chassis, {"sTcontTable": tconts(3)})
-    create(chassis, WAN, 20, "1.1.1.1.1")
+    create(chassis, FLOW, 8, "1.1.1.1.1.1.1.1")
     names = list(chassis.bulkwalk(ENTERPRISE))
     assert len([name for name in names if name.startswith(TCONT + ".")]) == 15
-    assert len([name for name in names if name.startswith(WAN + ".")]) >= 19
+    assert len([name for name in names if name.startswith(FLOW + ".")]) == 7
 
 
 @pytest.mark.parametrize(
@@ -127,8 +128,8 @@ def test_get_of_wrong_names(chassis):
 
 # Tables without rules of their own: status column, an index, and a text or number to write.
 PLAIN = {
-    "wan": (WAN, 20, "1.1.1.1.1"),
-    "wifi": (f"{TABLES}.47.1.1", 24, "1.1.1.1.1"),
+    "traps": (TRAPS, 4, "7"),
+    "flow": (FLOW, 8, "1.1.1.1.1.1.1.1"),
     "threshold profile of a GEM port": (f"{TABLES}.33.4.3.1", 8, "4294967295"),
 }
 
@@ -162,7 +163,7 @@ def test_create_and_wait_then_activate(chassis, table):
 
 def test_odd_row_status_transitions(chassis):
     start(chassis)
-    base, status, index = PLAIN["wan"]
+    base, status, index = PLAIN["traps"]
     name = f"{base}.{status}.{index}"
     assert error_of(chassis, name, "i", ACTIVE) == "inconsistentValue"
     assert error_of(chassis, name, "i", NOT_IN_SERVICE) == "inconsistentValue"
@@ -176,14 +177,38 @@ def test_odd_row_status_transitions(chassis):
 
 def test_row_is_saved_with_what_a_manager_wrote(chassis):
     start(chassis)
-    base, status, index = PLAIN["wan"]
-    create(chassis, base, status, index, f"{base}.11.{index}", "s", "operator")
-    chassis.event("snmp-mib-table-save", sequence=1, tablename="sRmWanTable")
-    chassis.wait_log(r"Process mibsave request 1 for sRmWanTable\.$")
-    fields = chassis.read(f"{DIR}/sRmWanTable.mib").split(US)
-    assert fields[:5] == ["1"] * 5
-    assert fields[5 + 11 - 2] == "operator"
-    assert fields[5 + status - 2] == str(ACTIVE)
+    base, status, index = PLAIN["traps"]
+    create(chassis, base, status, index, f"{base}.2.{index}", "s", "operator")
+    chassis.event("snmp-mib-table-save", sequence=1, tablename="sGponTrapEnableTable")
+    chassis.wait_log(r"Process mibsave request 1 for sGponTrapEnableTable\.$")
+    fields = chassis.read(f"{DIR}/sGponTrapEnableTable.mib").split(US)
+    assert fields[:4] == [index, "operator", "1", str(ACTIVE)]
+
+
+def test_an_object_of_a_line_card_is_not_taken_out_of_service(chassis):
+    start(chassis, {"sTcontTable": tconts(1)})
+    before = chassis.snmpwalk(TCONT)
+    assert error_of(chassis, f"{TCONT}.6.1.1.1.1.1", "i", NOT_IN_SERVICE) == "inconsistentValue"
+    assert chassis.snmpwalk(TCONT) == before
+
+
+def test_thresholds_of_counters_are_set_with_a_type_that_managers_have(chassis):
+    start(chassis)
+    for table, threshold, status in (f"{TABLES}.33.4.1.1", 4, 34), (f"{TABLES}.33.4.2.1", 4, 19), (f"{TABLES}.33.4.3.1", 4, 8):
+        name = f"{table}.{threshold}.9"
+        chassis.snmpset(f"{table}.{status}.9", "i", CREATE_AND_GO)
+        chassis.snmpset(name, "u", 4294967295)
+        assert chassis.snmpget(name) == {name: "Counter64: 4294967295"}
+
+
+def test_passwords_are_not_in_the_log(chassis):
+    start(chassis)
+    onu = f"{TABLES}.2.1"
+    made = chassis.snmp("snmpset", f"{onu}.6.1.1.1.7", "s", "hunter2", f"{onu}.17.1.1.1.7", "i", str(CREATE_AND_WAIT))
+    assert made.returncode == 0, made.stderr
+    chassis.wait_log(r"Set entry \[.*\] sOnuTablePw:\*\*\* $")
+    assert "hunter2" not in chassis.read("/tmp/product/gpon.log")
+    assert "hunter2" not in chassis.vty("show mib table sOnuTable row 1 1 1 7")
 
 
 # ---- wrong requests ------------------------------------------------------------------------------
@@ -245,12 +270,13 @@ def test_two_rows_in_one_request(chassis):
 
 def test_rows_of_two_tables_in_one_request_come_together_or_not_at_all(chassis):
     start(chassis)
-    wan, wan_status, index = PLAIN["wan"]
-    wifi, wifi_status, _ = PLAIN["wifi"]
-    assert error_of(chassis, f"{wan}.{wan_status}.{index}", "i", CREATE_AND_GO, f"{wifi}.{wifi_status}.{index}", "i", ACTIVE) == "inconsistentValue"
-    assert "No Such Instance" in chassis.snmp("snmpget", f"{wan}.{wan_status}.{index}").stdout
-    chassis.snmpset(f"{wan}.{wan_status}.{index}", "i", CREATE_AND_GO, f"{wifi}.{wifi_status}.{index}", "i", CREATE_AND_GO)
-    assert chassis.snmpget(f"{wifi}.{wifi_status}.{index}")[f"{wifi}.{wifi_status}.{index}"] == "INTEGER: 1"
+    traps, traps_status, traps_index = PLAIN["traps"]
+    flow, flow_status, flow_index = PLAIN["flow"]
+    first, second = f"{traps}.{traps_status}.{traps_index}", f"{flow}.{flow_status}.{flow_index}"
+    assert error_of(chassis, first, "i", CREATE_AND_GO, second, "i", ACTIVE) == "inconsistentValue"
+    assert "No Such Instance" in chassis.snmp("snmpget", first).stdout
+    chassis.snmpset(first, "i", CREATE_AND_GO, second, "i", CREATE_AND_GO)
+    assert chassis.snmpget(second)[second] == "INTEGER: 1"
 
 
 def test_values_of_odd_types_are_refused_and_the_agent_stays(chassis):
@@ -339,10 +365,10 @@ class Master:
             self.answer(packet)  # a ping
 
 
-def wan_status(chassis):
-    """The row status of the WAN row as the daemon holds it, or None."""
-    text = chassis.vty("show mib table sRmWanTable row 1 1 1 1 1")
-    found = re.search(r"sRmWanRowStatus *: *(\w+)", text)
+def row_status(chassis):
+    """The row status of the row in PLAIN as the daemon holds it, or None."""
+    text = chassis.vty("show mib table sGponTrapEnableTable row 7")
+    found = re.search(r"sGponTrapEnableTableRowStatus *: *(\w+)", text)
     return found and found[1]
 
 
@@ -363,7 +389,7 @@ def test_master_that_leaves_in_the_middle_of_a_set(chassis, phases, now, afterwa
     chassis.start_daemon()
     master.accept()
     chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
-    base, status, index = PLAIN["wan"]
+    base, status, index = PLAIN["traps"]
     for phase in phases:
         if phase == Master.TEST_SET:
             assert master.request(phase, f"{base}.{status}.{index}", CREATE_AND_GO) == 0
@@ -371,9 +397,9 @@ def test_master_that_leaves_in_the_middle_of_a_set(chassis, phases, now, afterwa
             master.send(phase, 7, 55, 999, b"")  # isn't answered
         else:
             assert master.request(phase) == 0
-    chassis.wait_for(lambda: wan_status(chassis) == now, what=f"status {now}")
+    chassis.wait_for(lambda: row_status(chassis) == now, what=f"status {now}")
     master.leave()
-    chassis.wait_for(lambda: wan_status(chassis) == afterwards, what=f"status {afterwards}")
+    chassis.wait_for(lambda: row_status(chassis) == afterwards, what=f"status {afterwards}")
 
 
 class Nonsense:
@@ -460,12 +486,12 @@ def test_a_master_that_sends_nonsense_leaves_the_agent_working(chassis):
         assert chassis.daemon.poll() is None
         assert chassis.vty("show slot info").result == 0
         master.accept()
-    base, status, index = PLAIN["wan"]
-    chassis.wait_for(lambda: wan_status(chassis) is None, what="no row")
+    base, status, index = PLAIN["traps"]
+    chassis.wait_for(lambda: row_status(chassis) is None, what="no row")
     assert master.request(Master.TEST_SET, f"{base}.{status}.{index}", CREATE_AND_GO) == 0
     assert master.request(Master.COMMIT_SET) == 0
     master.send(Master.CLEANUP_SET, 7, 55, 999, b"")
-    chassis.wait_for(lambda: wan_status(chassis) == "ACTIVE", what="the row")
+    chassis.wait_for(lambda: row_status(chassis) == "ACTIVE", what="the row")
 
 
 def read_to_the_end(connection):

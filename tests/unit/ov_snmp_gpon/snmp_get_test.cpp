@@ -38,6 +38,7 @@ class SnmpGet : public SnmpTest {
 protected:
     SnmpGet() : module(table_module_sTcontTable()) {
         initialize_table_sTcontTable();
+        play_module(module);
         g_gets = 0;
         g_answer = 1;
         g_remove = false;

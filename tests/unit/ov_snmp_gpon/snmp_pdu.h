@@ -123,6 +123,14 @@ inline void set_row_active(const TableModule& module, void* row) {
     memcpy(static_cast<char*>(row) + module.desc().row_status->offset, &active, sizeof(active));
 }
 
+// Plays the application module of a table, without which managers may not write: it takes whatever comes.
+inline void play_module(const TableModule& module) {
+    if (module.awaits_module())
+        MibRegisterCallback(
+            module.did(), CALLBACK_CHECK, "played", 0, [](MIBDID, void*, MIB_Flags_t) { return 1; },
+            mibDefFlags);
+}
+
 // The tables that the daemon starts, in that order.
 inline std::vector<std::string> tables_of_start() {
     return {

@@ -1,6 +1,7 @@
 // SET by managers: the phases, their errors, and what stays in the row.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -9,8 +10,10 @@
 #include "gemPmThrTable.h"
 #include "rmServiceMacFilterStaticTable.h"
 #include "sOnuExtendInfoTable.h"
+#include "sOnuTable.h"
 #include "sPonTable.h"
 #include "sRmUniStatusTable.h"
+#include "sRmWifiTable.h"
 #include "sTcontTable.h"
 #include "snmp_pdu.h"
 
@@ -128,11 +131,13 @@ TEST_F(SnmpSet, ActivationOfAWaitingRowIsACreate) {
     EXPECT_EQ(modes("set"), (std::vector<int>{MODE_CRE, MODE_CHG}));
 }
 
-TEST_F(SnmpSet, ActivationNotInTheLastVariableKeepsTheShadow) {
+TEST_F(SnmpSet, ActivationAnywhereInTheRequestIsACreateOnce) {
     ASSERT_EQ(set_status(OVRA_CREATEANDWAIT), 0);
     ASSERT_EQ(Pdu(module).integer(STATUS, ROW, OVRA_ACTIVE).integer(PROFILE, ROW, 3).set(), 0);
     EXPECT_EQ(row()->sTcontTableRowStatus, OVRA_ACTIVE);
-    EXPECT_EQ(row()->old_sTcontTableRowStatus, OVRA_NOTINSERVICE);
+    EXPECT_EQ(row()->old_sTcontTableRowStatus, OVRA_ACTIVE);
+    ASSERT_EQ(Pdu(module).integer(PROFILE, ROW, 4).set(), 0);
+    EXPECT_EQ(modes("set"), (std::vector<int>{MODE_CRE, MODE_CHG}));
 }
 
 TEST_F(SnmpSet, DestroyOfAnActiveRowRemovesItWithModeDelete) {
@@ -158,12 +163,28 @@ TEST_F(SnmpSet, PlainColumnOfAnActiveRowIsAChange) {
     EXPECT_EQ(modes("set"), std::vector<int>{MODE_CHG});
 }
 
-TEST_F(SnmpSet, NotInServiceTakesTheRowOutOfService) {
+TEST_F(SnmpSet, AnObjectOfALineCardIsNotTakenOutOfService) {
     make();
-    ASSERT_EQ(set_status(OVRA_NOTINSERVICE), 0);
-    EXPECT_EQ(row()->sTcontTableRowStatus, OVRA_NOTINSERVICE);
-    EXPECT_EQ(row()->old_sTcontTableRowStatus, OVRA_ACTIVE);
-    EXPECT_TRUE(modes("set").empty());
+    const sTcontTable_entry before = *row();
+    EXPECT_EQ(set_status(OVRA_NOTINSERVICE), SNMP_ERR_INCONSISTENTVALUE);
+    Pdu pdu(module);
+    pdu.integer(PROFILE, ROW, 8).integer(STATUS, ROW, OVRA_NOTINSERVICE);
+    EXPECT_EQ(pdu.set(), SNMP_ERR_INCONSISTENTVALUE);
+    EXPECT_EQ(std::memcmp(&before, row(), sizeof(before)), 0);
+    EXPECT_TRUE(g_calls.empty());
+    make(OVRA_NOTINSERVICE, OTHER);
+    EXPECT_EQ(set_status(OVRA_NOTINSERVICE, OTHER), 0); // it waits already
+}
+
+TEST_F(SnmpSet, ARowThatReachesNoCardIsTakenOutOfService) {
+    initialize_table_gemPmThrTable();
+    TableModule& threshold = table_module_gemPmThrTable();
+    gemPmThrTable_entry* profile = gemPmThrTable_createEntry(1);
+    set_row_active(threshold, profile);
+    const oid status = gemPmThrTable_column::gpmThrRowStatus;
+    EXPECT_EQ(Pdu(threshold).integer(status, {1}, OVRA_NOTINSERVICE).set(), 0);
+    EXPECT_EQ(profile->gpmThrRowStatus, OVRA_NOTINSERVICE);
+    EXPECT_EQ(profile->old_gpmThrRowStatus, OVRA_ACTIVE);
 }
 
 // ---- errors --------------------------------------------------------------------------------------
@@ -415,6 +436,109 @@ TEST_F(SnmpSet, FailedSetOfTwoVariablesOfOneColumnLeavesTheRowAsBefore) {
     EXPECT_STREQ(row()->sTcontTableTcontName, "before");
 }
 
+// ---- undo ----------------------------------------------------------------------------------------
+
+// As profiles by name: the callback fills in one column for another, and clears a third.
+int fill_in(MIBDID, void* row, MIB_Flags_t) {
+    auto& tcont = *static_cast<sTcontTable_entry*>(row);
+    tcont.sTcontTableAllocID = 77;
+    tcont.old_sTcontTableAllocID = 76;
+    strcpy(tcont.sTcontTableBwProfileName, "");
+    return g_set;
+}
+
+class SnmpUndo : public SnmpSet {
+protected:
+    SnmpUndo() {
+        MibUnRegisterCallback(module.did(), CALLBACK_SET, on_set);
+        MibRegisterCallback(module.did(), CALLBACK_SET, "fill in", 0, fill_in, mibDefFlags);
+        make();
+        row()->sTcontTableAllocID = 5;
+        row()->old_sTcontTableAllocID = 4;
+        strcpy(row()->sTcontTableBwProfileName, "gold");
+        pdu.integer(PROFILE, ROW, 8).run(MODE_SET_RESERVE1).run(MODE_SET_RESERVE2);
+    }
+    void expect_as_before() {
+        ASSERT_NE(row(), nullptr);
+        EXPECT_EQ(row()->sTcontTableBwProfileId, 7);
+        EXPECT_EQ(row()->sTcontTableAllocID, 5);
+        EXPECT_EQ(row()->old_sTcontTableAllocID, 4);
+        EXPECT_STREQ(row()->sTcontTableBwProfileName, "gold");
+        EXPECT_STREQ(row()->sTcontTableTcontName, "before");
+    }
+    Pdu pdu{module};
+};
+
+TEST_F(SnmpUndo, GivesBackWhatACallbackFilledInOrClearedBesideTheNamedColumns) {
+    for (const int answer : {0, 1}) { // refused here; accepted, and refused by another table of the request
+        g_set = answer;
+        pdu.run(MODE_SET_ACTION);
+        EXPECT_EQ(row()->sTcontTableAllocID, 77);
+        EXPECT_EQ(row()->sTcontTableBwProfileId, 8);
+        pdu.run(MODE_SET_UNDO);
+        expect_as_before();
+    }
+}
+
+TEST_F(SnmpUndo, ALostMasterUndoesARefusedSetAlike) {
+    g_set = 0;
+    pdu.run(MODE_SET_ACTION);
+    snmp_call_callbacks(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_STOP, nullptr);
+    expect_as_before();
+}
+
+TEST_F(SnmpUndo, LeavesWhatOthersHaveChangedSince) {
+    g_set = 0;
+    pdu.run(MODE_SET_ACTION);
+    row()->sTcontTableAllocID = 99; // as a report of the card
+    pdu.run(MODE_SET_UNDO);
+    EXPECT_EQ(row()->sTcontTableAllocID, 99);
+    EXPECT_EQ(row()->sTcontTableBwProfileId, 7);
+    EXPECT_STREQ(row()->sTcontTableBwProfileName, "gold");
+}
+
+TEST_F(SnmpUndo, ARepeatedActionDoesNotHideWhatWasThereFirst) {
+    pdu.run(MODE_SET_ACTION).run(MODE_SET_ACTION).run(MODE_SET_UNDO);
+    expect_as_before();
+}
+
+TEST_F(SnmpUndo, OfOneSetIsNotThatOfTheNext) {
+    g_set = 1;
+    pdu.run(MODE_SET_ACTION).run(MODE_SET_COMMIT);
+    g_set = 0;
+    ASSERT_EQ(Pdu(module).integer(PROFILE, ROW, 9).set(), SNMP_ERR_BADVALUE);
+    EXPECT_EQ(row()->sTcontTableBwProfileId, 8);
+    EXPECT_EQ(row()->sTcontTableAllocID, 77);
+}
+
+// ---- log -----------------------------------------------------------------------------------------
+
+TEST_F(SnmpSet, PasswordsAndKeysAreNotInTheLog) {
+    initialize_table_sOnuTable();
+    TableModule& onus = table_module_sOnuTable();
+    play_module(onus);
+    const Oid index = {1, 1, 1, 7};
+    ASSERT_EQ(Pdu(onus)
+                  .text(sOnuTable_column::sOnuTablePw, index, "hunter2")
+                  .text(sOnuTable_column::sOnuTableLoidPw, index, "")
+                  .text(sOnuTable_column::sOnuTableLoid, index, "customer")
+                  .integer(sOnuTable_column::sOnuTableRowStatus, index, OVRA_CREATEANDWAIT)
+                  .set(),
+              0);
+    std::string all;
+    for (const std::string& text : log.texts())
+        all += text + "\n";
+    EXPECT_EQ(all.find("hunter2"), all.npos) << all;
+    EXPECT_NE(all.find(" sOnuTablePw:*** \n"), all.npos) << all;
+    EXPECT_NE(all.find(" sOnuTableLoidPw:*** \n"), all.npos) << "nor whether there is one";
+    EXPECT_NE(all.find(" sOnuTableLoid:customer \n"), all.npos) << all;
+    const void* row = onus.find_row(std::array<uint32_t, 4>{1, 1, 1, 7}.data());
+    ASSERT_NE(row, nullptr);
+    EXPECT_STREQ(static_cast<const sOnuTable_entry*>(row)->sOnuTablePw, "hunter2");
+    EXPECT_EQ(onus.dump_text(row).find("hunter2"), std::string::npos);
+    initialize_table_sOnuTable_data();
+}
+
 TEST_F(SnmpSet, LogsSayWhatSnmpDid) {
     ASSERT_EQ(Pdu(module)
                   .integer(STATUS, ROW, OVRA_CREATEANDGO)
@@ -509,11 +633,31 @@ TEST_F(SnmpSet, MasterLostBehindAFinishedSetChangesNothing) {
     EXPECT_EQ(std::memcmp(&before, row(), sizeof(before)), 0);
 }
 
+// ---- tables without their module -----------------------------------------------------------------
+
+TEST_F(SnmpSet, ATableCanBeWrittenOnlyOnceItsModuleIsThere) {
+    initialize_table_sRmWifiTable();
+    TableModule& wifi = table_module_sRmWifiTable();
+    const Oid index = {1, 1, 1, 1, 1};
+    const oid status = wifi.desc().row_status->number;
+    EXPECT_EQ(Pdu(wifi).integer(status, index, OVRA_CREATEANDGO).set(), SNMP_ERR_NOTWRITABLE);
+    EXPECT_EQ(wifi.row_count(), 0);
+    sRmWifiTable_entry* row = sRmWifiTable_createEntry(1, 1, 1, 1, 1);
+    set_row_active(wifi, row);
+    EXPECT_EQ(Pdu(wifi).text(sRmWifiTable_column::sRmWifiName, index, "home").set(), SNMP_ERR_NOTWRITABLE);
+    EXPECT_EQ(Pdu(wifi).get(sRmWifiTable_column::sRmWifiName, index).run(MODE_GET).error(), 0);
+    play_module(wifi);
+    EXPECT_EQ(Pdu(wifi).text(sRmWifiTable_column::sRmWifiName, index, "home").set(), 0);
+    EXPECT_STREQ(row->sRmWifiName, "home");
+    initialize_table_sRmWifiTable_data();
+}
+
 // ---- other tables --------------------------------------------------------------------------------
 
 TEST_F(SnmpSet, RangesHoldForSignedAndUnsignedColumns) {
     initialize_table_sPonTable();
     TableModule& pon = table_module_sPonTable();
+    play_module(pon);
     sPonTable_entry* row = sPonTable_createEntry(1, 1, 1);
     row->sPonTableRowStatus = OVRA_ACTIVE;
     constexpr oid SCB_PORT = sPonTable_column::sPonTableScbPort; // 0 .. 4095
@@ -536,6 +680,7 @@ TEST_F(SnmpSet, RangesHoldForSignedAndUnsignedColumns) {
 TEST_F(SnmpSet, RowStatusOfARowThatManagersOnlyChangeIsNotWritable) {
     initialize_table_sRmUniStatusTable();
     TableModule& uni = table_module_sRmUniStatusTable();
+    play_module(uni);
     const Oid index = {1, 1, 1, 1, 1, 1, 1};
     EXPECT_EQ(Pdu(uni).integer(uni.desc().row_status->number, index, OVRA_CREATEANDGO).set(),
               SNMP_ERR_NOTWRITABLE);
@@ -569,6 +714,7 @@ TEST_F(SnmpSet, CountersAddressesAndBinariesAreWritten) {
     EXPECT_EQ(pdu.set(), 0);
     EXPECT_EQ(gem->gpmThrRxPackets, 0x123456789ABCDEF0u);
     EXPECT_EQ(Pdu(threshold).integer(packets, {1}, 1).set(), SNMP_ERR_WRONGTYPE);
+    EXPECT_EQ(gem->gpmThrRxPackets, 0x123456789ABCDEF0u);
 
     initialize_table_aclExtendRuleTable();
     TableModule& acl = table_module_aclExtendRuleTable();
@@ -580,6 +726,21 @@ TEST_F(SnmpSet, CountersAddressesAndBinariesAreWritten) {
     EXPECT_EQ(Pdu(acl).text(source, {1, 2}, "\x0A\x01\x02", ASN_IPADDRESS).set(), SNMP_ERR_WRONGLENGTH);
 }
 
+TEST_F(SnmpSet, ACounter64IsWrittenAsAnUnsigned32Too) {
+    initialize_table_gemPmThrTable();
+    TableModule& threshold = table_module_gemPmThrTable();
+    gemPmThrTable_entry* gem = gemPmThrTable_createEntry(1);
+    set_row_active(threshold, gem);
+    gem->gpmThrRxPackets = 0x123456789ABCDEF0u;
+    const oid packets = gemPmThrTable_column::gpmThrRxPackets;
+    EXPECT_EQ(Pdu(threshold).integer(packets, {1}, 0xFFFFFFFF, ASN_UNSIGNED).set(), 0);
+    EXPECT_EQ(gem->gpmThrRxPackets, 0xFFFFFFFFu);
+    EXPECT_EQ(Pdu(threshold).integer(packets, {1}, 0, ASN_UNSIGNED).set(), 0);
+    EXPECT_EQ(gem->gpmThrRxPackets, 0u);
+    for (const int type : {ASN_INTEGER, ASN_COUNTER, ASN_TIMETICKS})
+        EXPECT_EQ(Pdu(threshold).integer(packets, {1}, 1, type).set(), SNMP_ERR_WRONGTYPE) << type;
+}
+
 TEST_F(SnmpSet, ShortBinaryIsFilledWithZeros) {
     for (TableModule* module : table_module_list()) {
         for (const ColumnDesc& column : module->desc().columns) {
@@ -587,6 +748,7 @@ TEST_F(SnmpSet, ShortBinaryIsFilledWithZeros) {
                 module->did() == nullptr)
                 continue;
             module->initialize_table();
+            play_module(*module);
             if (table_cntl[module->desc().registry_index].reg == nullptr)
                 continue;
             std::vector<uint32_t> key(module->desc().index.size(), 1);

@@ -443,6 +443,7 @@ TEST_P(SnmpTables, GetOfWhatIsntThereSaysSo) {
 
 TEST_P(SnmpTables, SetOfWhatManagersMayNotWriteIsNotWritable) {
     const Oid index = make_rows().front();
+    play_module(module);
     for (unsigned number = GetParam().first; number <= GetParam().last; ++number) {
         const ColumnDesc* column = module.desc().column(static_cast<int>(number));
         const bool writable =
