@@ -19,9 +19,10 @@ namespace {
 std::atomic<int> agentx_enabled = 0; // 1 when notifications may be sent
 struct thread_master* agentx_tm = nullptr;
 struct thread* timeout_thr = nullptr;
+struct thread* link_write_thr = nullptr; // the connection to the master can be written to
+struct thread* link_watch_thr = nullptr; // a look whether the master is still there
 std::array<struct thread*, AGENTX_FD_MAX> agentx_snmp_read_threads{}; // by descriptor
 int agentx_snmp_max_fd = 0;                                           // highest seen; only grows
-unsigned agentx_reads_when_armed = 0; // of the connection to the master, when its read event was armed
 int debug_snmp_agentx = 0;
 
 // Guards the event array and agentx_snmp_max_fd; never held while the library works.
@@ -89,21 +90,30 @@ void read_ready(DescriptorSet& fds) {
     netsnmp_check_outstanding_agent_requests();
 }
 
-// Whether nothing but the event that was armed for it can have read the connection to the master.
-bool is_fresh(int fd) {
-    return agentx_link_is(fd) && agentx_link_reads() == agentx_reads_when_armed;
+// What has come from the master is for the library to read on a descriptor of its own.
+void receive_from_master(DescriptorSet& fds) {
+    agentx_link_receive();
+    if (agentx_link_fd() >= 0 && agentx_link_has_input())
+        fds.add(agentx_link_fd());
 }
 
 // Reads the descriptor of an event. It may be closed meanwhile, or empty: something has read it since the
 // event became ready. False then.
-bool read_descriptor(int fd, bool is_known_ready) {
+bool read_descriptor(int fd) {
     static auto& fds = *new DescriptorSet;
+    fds.clear();
+    if (fd >= 0 && fd == agentx_link_socket()) {
+        receive_from_master(fds);
+        if (agentx_link_fd() < 0 || !fds.has(agentx_link_fd()))
+            return false;
+        read_ready(fds);
+        return true;
+    }
     wanted().ask();
     if (fd < 0 || fd >= AGENTX_FD_MAX || !wanted().fds.has(fd))
         return false;
-    fds.clear();
     fds.add(fd);
-    if (!is_known_ready && !leave_ready(fds, fd + 1))
+    if (!leave_ready(fds, fd + 1))
         return false;
     read_ready(fds);
     return true;
@@ -115,12 +125,18 @@ bool read_descriptor(int fd, bool is_known_ready) {
 void drain() {
     constexpr int MAX_STEPS = 16;
     for (int step = 0; step < MAX_STEPS; ++step) {
-        wanted().ask();
-        if (!leave_ready(wanted().fds, wanted().count)) {
+        Wanted& now = wanted();
+        now.ask();
+        const int master = agentx_link_wants_to_read() ? agentx_link_socket() : -1;
+        if (master >= 0)
+            now.fds.add(master);
+        if (!leave_ready(now.fds, std::max(now.count, master + 1))) {
             agentx_link_idle();
             return;
         }
-        read_ready(wanted().fds);
+        if (master >= 0 && now.fds.has(master))
+            receive_from_master(now.fds);
+        read_ready(now.fds);
     }
 }
 
@@ -144,8 +160,6 @@ void refuse_high_descriptor(int fd) {
 void update_read_event(int fd, bool is_wanted) {
     struct thread*& event = agentx_snmp_read_threads[static_cast<size_t>(fd)];
     if (is_wanted && event == nullptr) {
-        if (agentx_link_is(fd))
-            agentx_reads_when_armed = agentx_link_reads();
         kavo_add_read(agentx_tm, agentx_snmp_read, nullptr, fd, &event);
         if (debug_snmp_agentx != 0)
             OV_LOG_DEBUG("SNMP", "add new agentx_read, fd %d, thread %p", fd, static_cast<void*>(event));
@@ -154,6 +168,30 @@ void update_read_event(int fd, bool is_wanted) {
             OV_LOG_DEBUG("SNMP", "remove agentx_read, fd %d, thread %p", fd, static_cast<void*>(event));
         thread_cancel(&event);
     }
+}
+
+int write_to_master(struct thread* /*thread*/) {
+    agentx_link_flush();
+    agentx_snmp_update();
+    return 0;
+}
+
+int watch_master(struct thread* /*thread*/) {
+    agentx_link_check_silence();
+    agentx_snmp_update();
+    return 0;
+}
+
+// The events of the connection to the master beside its read event.
+void update_link_events() {
+    constexpr int WATCH_MS = AGENTX_SILENCE_MS / 4;
+    const int sock = agentx_link_socket();
+    if (link_write_thr != nullptr && (!agentx_link_wants_to_write() || THREAD_FD(link_write_thr) != sock))
+        thread_cancel(&link_write_thr);
+    if (agentx_link_wants_to_write())
+        thread_add_write(agentx_tm, kavo_handle<write_to_master>, nullptr, sock, &link_write_thr);
+    if (agentx_link_is_owed())
+        kavo_add_timer_msec(agentx_tm, watch_master, nullptr, WATCH_MS, &link_watch_thr);
 }
 
 int update_event(struct thread* /*thread*/) {
@@ -177,11 +215,13 @@ void agentx_snmp_update() {
     now.ask();
     if (now.count > AGENTX_FD_MAX)
         refuse_high_descriptor(now.count - 1);
-    agentx_snmp_max_fd = std::clamp(now.count - 1, agentx_snmp_max_fd, AGENTX_FD_MAX - 1);
+    const int master = agentx_link_wants_to_read() ? agentx_link_socket() : -1;
+    agentx_snmp_max_fd = std::clamp(std::max(now.count - 1, master), agentx_snmp_max_fd, AGENTX_FD_MAX - 1);
     if (now.has_timeout)
         thread_add_timer_tv(agentx_tm, kavo_handle<agentx_snmp_timeout>, nullptr, &now.timeout, &timeout_thr);
     for (int fd = 0; fd <= agentx_snmp_max_fd; ++fd)
-        update_read_event(fd, now.fds.has(fd));
+        update_read_event(fd, now.fds.has(fd) || fd == master);
+    update_link_events();
 }
 
 int agentx_snmp_read_ready() {
@@ -193,8 +233,7 @@ int agentx_snmp_read_ready() {
 }
 
 int agentx_snmp_read(struct thread* thread) {
-    agentx_link_new_pass();
-    if (read_descriptor(THREAD_FD(thread), is_fresh(THREAD_FD(thread))))
+    if (read_descriptor(THREAD_FD(thread)))
         drain();
     agentx_snmp_update();
     return 0;
@@ -202,7 +241,6 @@ int agentx_snmp_read(struct thread* thread) {
 
 int agentx_snmp_timeout(struct thread* /*t*/) {
     timeout_thr = nullptr;
-    agentx_link_new_pass();
     // Requests go before timers: a timeout handled first would drop the packet that waits to be read.
     if (agentx_snmp_read_ready() != 0) {
         if (debug_snmp_agentx != 0)
@@ -222,7 +260,6 @@ void agentx_set_debug(int on) {
 
 void smux_init(struct thread_master* tm) {
     agentx_tm = tm;
-    agentx_link_new_pass();
     agentx_setup_library();
     agentx_snmp_read_threads.fill(nullptr);
     agentx_snmp_update();
@@ -230,7 +267,6 @@ void smux_init(struct thread_master* tm) {
 }
 
 void snmp_agent_start() {
-    agentx_link_new_pass();
     agentx_start_library();
     agentx_enabled = 1;
 }
@@ -280,7 +316,7 @@ void cancel_events() {
 } // namespace
 
 int agentx_read(struct thread* t) {
-    read_descriptor(THREAD_FD(t), false);
+    read_descriptor(THREAD_FD(t));
     agentx_events_update();
     return 0;
 }

@@ -1,9 +1,7 @@
 #include "agentx_link.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,44 +10,22 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
-#include <span>
+#include <deque>
 #include <string>
 
-#include "agentx_pdu.h"
 #include "ov_product_log.h"
 #include "snmp_agent_library.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
-
 constexpr char DOMAIN_NAME[] = "gponagentx";            // in the library's list of transports
 const oid local_oid[] = {1, 3, 6, 1, 2, 1, 100, 1, 13}; // transportDomainLocal (RFC 3419)
 const oid list_oid[] = {0, 0, 1};                       // in that list; the library's transport has the other
 
-// How long the master has kept us waiting.
-struct Patience {
-    std::optional<Clock::time_point> asked; // when the request that waits for an answer was sent
-    Clock::duration spent{};                // waited for answers in this pass
-    bool lost = false;                      // the connection is given up
-    bool said = false;                      // in the log, since the master last answered
-
-    void answered() {
-        if (asked)
-            spent += Clock::now() - *asked;
-        asked.reset();
-    }
-    bool is_exhausted() const { return spent >= milliseconds(AGENTX_PASS_BUDGET_MS); }
-};
-Patience patience;
-AgentxGate gate; // of the connection that stands
-
 // The PDU that the library has been given and isn't done with. It takes a request through inner connections
 // of its own, in some steps, and keeps pointers meanwhile: to the connection, which it would use after its
 // end, and to the SET, which a phase that comes before the last one is done would free under it. Of a master
-// that goes away, or that a stall of ours has made repeat itself, all of that waits in the socket at once.
+// that goes away, or that a stall of ours has made repeat itself, all of that waits at once.
 class InFlight {
 public:
     void took(AgentxPduType pdu) {
@@ -75,98 +51,97 @@ private:
     bool pending_ = false;
     int held_ = 0; // times in a row
 };
+
+// What the library reads on: a descriptor that can be read whenever there is something for it.
+class Signal {
+public:
+    bool open() {
+        fd_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        is_on_ = false;
+        if (fd_ >= AGENTX_FD_MAX)
+            close();
+        return fd_ >= 0;
+    }
+    void close() {
+        if (fd_ >= 0)
+            ::close(fd_);
+        fd_ = -1;
+    }
+    void set(bool on) {
+        if (fd_ < 0 || on == is_on_)
+            return;
+        eventfd_t value = 1;
+        is_on_ = (on ? eventfd_write(fd_, value) : eventfd_read(fd_, &value)) == 0 ? on : is_on_;
+    }
+    int fd() const { return fd_; }
+
+private:
+    int fd_ = -1;
+    bool is_on_ = false;
+};
+
+AgentxMaster& master() {
+    static AgentxMaster the_one;
+    return the_one;
+}
+
 InFlight in_flight;
-int current_sock = -1;            // of the connection that stands
-bool is_up = false;               // as far as we know
+Signal input;                     // of the library's transport
+std::deque<AgentxPdu> answers;    // of ours to the library's requests
+AgentxPdu handed_over;            // of which the library has had a part
+size_t handed_bytes = 0;          // of it
+bool is_up = false;               // a session stands, as far as we know
+bool is_to_be_said = false;       // that it stands with all that was registered
 std::atomic<unsigned> losses = 0; // of connections
-unsigned reads = 0;
 
-// The connection that stands has come to an end; more than one may notice.
+// The connection that stood has come to an end; more than one may notice.
 void note_loss() {
-    if (is_up)
-        ++losses;
-    is_up = false;
-}
-
-void give_up(int sock, const char* why) {
-    if (patience.lost)
+    if (!is_up || master().socket() >= 0)
         return;
-    note_loss();
-    patience.lost = true;
-    if (!patience.said)
-        OV_LOG_WARN("SNMP", "AgentX master agent %s, connection given up", why);
-    patience.said = true;
-    shutdown(sock, SHUT_RDWR); // the library notices the end of the connection at its next read
+    ++losses;
+    is_up = false;
+    input.set(true); // the library is to see the end
 }
 
-// Whether the master may be asked something more. The library asks again when it has stopped waiting; answers
-// of ours may go out while it waits.
-bool is_patient(int sock) {
-    const bool was_unanswered =
-        patience.asked && Clock::now() - *patience.asked >= milliseconds(AGENTX_REPLY_MS * 9 / 10);
-    patience.answered();
-    if (was_unanswered)
-        give_up(sock, "doesn't answer");
-    else if (patience.is_exhausted())
-        give_up(sock, "is too slow");
-    return !patience.lost;
+void say_connected() {
+    if (!is_to_be_said || !master().is_quiet() || master().socket() < 0)
+        return;
+    OV_LOG_NOTICE("SNMP", "AgentX master agent connected");
+    is_to_be_said = false;
 }
 
-std::span<const uint8_t> bytes_of(const void* pdu, int size) {
-    return {static_cast<const uint8_t*>(pdu), static_cast<size_t>(size)};
+// ---- the library's side ------------------------------------------------------------------------------
+
+bool is_something_left() {
+    return handed_bytes < handed_over.size() || agentx_link_has_input();
 }
 
-bool send_all(int sock, const char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t sent = send(sock, data, size, MSG_NOSIGNAL);
-        if (sent < 0 && errno == EINTR)
-            continue;
-        if (sent <= 0)
-            return false;
-        data += sent;
-        size -= static_cast<size_t>(sent);
+// As much as the library has room for.
+int hand_over(char* buffer, size_t room) {
+    const size_t take = std::min(room, handed_over.size() - handed_bytes);
+    std::memcpy(buffer, handed_over.data() + handed_bytes, take);
+    handed_bytes += take;
+    return static_cast<int>(take);
+}
+
+void begin_to_hand_over(AgentxPdu pdu) {
+    handed_over = std::move(pdu);
+    handed_bytes = 0;
+}
+
+// Chooses what the library gets next: an answer that it waits for comes before all else. False for nothing.
+bool choose_next() {
+    if (!answers.empty()) {
+        begin_to_hand_over(std::move(answers.front()));
+        answers.pop_front();
+        return true;
     }
-    return true;
-}
-
-int link_send(netsnmp_transport* transport, const void* data, int size, void** /*opaque*/, int* /*length*/) {
-    if (transport->sock < 0 || size < 0 || patience.lost)
-        return -1;
-    const auto type = agentx_pdu_type(bytes_of(data, size));
-    const bool waits = type && agentx_link_waits_for_answer(static_cast<uint8_t>(*type));
-    if (waits && !is_patient(transport->sock))
-        return -1;
-    if (!send_all(transport->sock, static_cast<const char*>(data), static_cast<size_t>(size))) {
-        give_up(transport->sock, "takes no more requests");
-        return -1;
+    if (auto pdu = master().next()) {
+        in_flight.took(agentx_header(*pdu)->type);
+        begin_to_hand_over(std::move(*pdu));
+        return true;
     }
-    if (type == AgentxPduType::RESPONSE)
-        in_flight.done();
-    if (waits)
-        patience.asked = Clock::now();
-    return size;
-}
-
-// Reads no further than to the end of a PDU: what the next one needs may still be under way in the library.
-// The length, 0 at the end of the connection, -1 for an error or what isn't AgentX.
-int receive_pdu(int sock, char* buffer, size_t room) {
-    size_t length = 0;
-    for (int flags = 0; length < room; flags = MSG_DONTWAIT) { // header, then payload
-        const size_t wanted = std::min(gate.missing(), room - length);
-        const ssize_t got = recv(sock, buffer + length, wanted, flags);
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got <= 0)
-            return length > 0 ? static_cast<int>(length) : static_cast<int>(got); // the rest comes later
-        if (!gate.pass(bytes_of(buffer + length, static_cast<int>(got)))) {
-            give_up(sock, "sends what isn't AgentX");
-            return -1;
-        }
-        length += static_cast<size_t>(got);
-        if (gate.is_between())
-            break;
-    }
-    return static_cast<int>(length);
+    return false;
 }
 
 // What link_recv gives when there is nothing for the library yet, without ending the connection. The library
@@ -176,93 +151,92 @@ int nothing_yet(netsnmp_transport* transport) {
     return 0;
 }
 
-int link_recv(netsnmp_transport* transport, void* buffer, int size, void** opaque, int* length) {
+int receive(netsnmp_transport* transport, char* buffer, size_t room) {
     constexpr int END = -1;
+    if (handed_bytes < handed_over.size())
+        return hand_over(buffer, room);
+    if (answers.empty() && in_flight.holds_next())
+        return nothing_yet(transport);
+    if (!agentx_link_has_input())
+        agentx_link_receive();
+    if (choose_next())
+        return hand_over(buffer, room);
+    return master().socket() < 0 ? END : nothing_yet(transport);
+}
+
+int link_recv(netsnmp_transport* transport, void* buffer, int size, void** opaque, int* length) {
     *opaque = nullptr;
     *length = 0;
     if (transport->sock < 0 || size <= 0)
-        return END;
-    ++reads;
-    if (in_flight.holds_next())
-        return nothing_yet(transport);
-    const int got = receive_pdu(transport->sock, static_cast<char*>(buffer), static_cast<size_t>(size));
-    patience.answered();
-    if (got <= 0)
-        return END;
-    patience.said = false;
-    if (gate.is_between())
-        in_flight.took(*gate.ended());
+        return -1;
+    const int got = receive(transport, static_cast<char*>(buffer), static_cast<size_t>(size));
+    input.set(is_something_left());
     return got;
+}
+
+// The library waits for an answer: it gets ours.
+void answer(AgentxHeader request) {
+    if (request.type == AgentxPduType::OPEN)
+        request.session = *master().session();
+    answers.push_back(agentx_make_response(request));
+    input.set(true);
+}
+
+// Of its own requests all but the first go out: the session is open.
+bool pass_on(const AgentxHeader& header, std::span<const uint8_t> pdu) {
+    const bool is_sent = header.type == AgentxPduType::OPEN || master().send(pdu);
+    note_loss();
+    return is_sent;
+}
+
+int link_send(netsnmp_transport* transport, const void* data, int size, void** /*opaque*/, int* /*length*/) {
+    if (transport->sock < 0 || size < 0 || !master().session())
+        return -1;
+    const std::span pdu(static_cast<const uint8_t*>(data), static_cast<size_t>(size));
+    const auto header = agentx_header(pdu);
+    if (!header || !pass_on(*header, pdu))
+        return -1;
+    if (header->type == AgentxPduType::RESPONSE)
+        in_flight.done();
+    if (agentx_link_waits_for_answer(static_cast<uint8_t>(header->type)))
+        answer(*header);
+    return size;
 }
 
 int link_close(netsnmp_transport* transport) {
     if (transport->sock < 0)
         return -1;
-    if (patience.asked) { // the library has waited in vain
-        patience.answered();
-        give_up(transport->sock, "doesn't answer");
-    }
-    if (current_sock == transport->sock) {
-        note_loss();
-        current_sock = -1;
-    }
-    close(transport->sock);
     transport->sock = -1;
+    input.close();
+    answers.clear();
+    begin_to_hand_over({});
+    in_flight.done();
+    master().close();
+    note_loss();
     return 0;
 }
 
 char* link_name(netsnmp_transport* /*transport*/, const void* /*data*/, int /*size*/) {
-    return strdup("Local Unix socket"); // the library frees it
+    return strdup("AgentX master agent"); // the library frees it
 }
 
-// The library's own settings for these don't reach a subagent's session.
+// For the answers to notifications, the only ones that the library waits for; it doesn't repeat them.
 int set_session_limits(netsnmp_transport* /*transport*/, netsnmp_session* session) {
-    session->timeout = AGENTX_REPLY_MS * 1000L; // microseconds
+    session->timeout = AGENTX_SILENCE_MS * 1000L; // microseconds
     session->retries = 0;
     return SNMPERR_SUCCESS;
 }
 
-timeval reply_time() {
-    return {.tv_sec = AGENTX_REPLY_MS / 1000, .tv_usec = AGENTX_REPLY_MS % 1000 * 1000L};
-}
-
-// A connected socket, or -1 with errno. Never waits.
-int connect_to_master(const std::string& path) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) {
-        errno = ENAMETOOLONG;
-        return -1;
-    }
-    path.copy(address.sun_path, path.size());
-    const int sock = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (sock < 0)
-        return -1;
-    const timeval limit = reply_time();
-    if (sock >= AGENTX_FD_MAX) {
-        OV_LOG_ERROR("SNMP", "descriptor %d is too high for AgentX", sock);
-        errno = EMFILE;
-    } else if (connect(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-               fcntl(sock, F_SETFL, 0) == 0 && // the library reads what it knows to be there
-               setsockopt(sock, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) == 0) {
-        return sock;
-    }
-    const int error = errno;
-    close(sock);
-    errno = error;
-    return -1;
-}
-
-netsnmp_transport* new_transport(int sock, const std::string& path) {
+netsnmp_transport* new_transport(const char* target) {
     auto* transport =
         static_cast<netsnmp_transport*>(calloc(1, sizeof(netsnmp_transport))); // freed by free()
     if (transport == nullptr)
         return nullptr;
     transport->domain = local_oid;
     transport->domain_length = std::size(local_oid);
-    transport->remote = strdup(path.c_str());
-    transport->remote_length = transport->remote == nullptr ? 0 : static_cast<int>(path.size());
-    transport->sock = sock;
+    transport->remote = strdup(target);
+    transport->remote_length = transport->remote == nullptr ? 0 : static_cast<int>(strlen(target));
+    transport->sock = input.fd();
     transport->flags = NETSNMP_TRANSPORT_FLAG_STREAM;
     transport->msgMaxSize = SNMP_MAX_PACKET_LEN;
     transport->f_recv = link_recv;
@@ -273,25 +247,60 @@ netsnmp_transport* new_transport(int sock, const std::string& path) {
     return transport;
 }
 
+// ---- attempts to connect -----------------------------------------------------------------------------
+
+// Waits for the master's answer to our Open.
+void wait_for_session() {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::milliseconds(AGENTX_PASS_MS);
+    while (master().socket() >= 0 && !master().session()) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
+        const bool wants_to_write = master().wants_to_write();
+        pollfd sock = {.fd = master().socket(),
+                       .events = static_cast<short>(POLLIN | (wants_to_write ? POLLOUT : 0)),
+                       .revents = 0};
+        if (left <= 0 || (poll(&sock, 1, static_cast<int>(left)) <= 0 && errno != EINTR))
+            return;
+        master().flush();
+        master().receive();
+    }
+}
+
+std::optional<AgentxAddress> address_of(const char* target) {
+    static std::string refused;
+    const std::string text = target == nullptr || *target == '\0' ? AGENTX_MASTER_SOCKET : target;
+    auto address = agentx_address(text);
+    if (!address && text != refused) {
+        OV_LOG_ERROR("SNMP", "AgentX master agent: \"%s\" is no address of one", text.c_str());
+        refused = text;
+    }
+    return address;
+}
+
+// Begins an attempt. A master that had nothing to say to the last one isn't waited for.
+void begin_attempt(const char* target) {
+    const auto address = address_of(target);
+    const bool was_mute = master().was_mute();
+    if (address && master().begin(*address) && !was_mute)
+        wait_for_session();
+}
+
 netsnmp_transport* open_link(const char* target) {
-    const std::string path = target == nullptr || *target == '\0' ? AGENTX_MASTER_SOCKET : target;
-    if (patience.lost && patience.spent > Clock::duration::zero())
-        return nullptr; // it has just failed us: not twice in one pass
-    const int sock = connect_to_master(path);
-    if (sock < 0)
+    if (input.fd() >= 0)
+        return nullptr; // there is one
+    if (master().socket() < 0)
+        begin_attempt(target);
+    else
+        master().receive();
+    if (master().socket() < 0 || !master().session() || !input.open())
         return nullptr;
-    netsnmp_transport* transport = new_transport(sock, path);
+    netsnmp_transport* transport = new_transport(target == nullptr ? AGENTX_MASTER_SOCKET : target);
     if (transport == nullptr) {
-        close(sock);
+        input.close();
         return nullptr;
     }
-    patience.asked.reset();
-    patience.lost = false;
-    gate = {};
-    in_flight = {};
-    current_sock = sock;
     is_up = true;
-    ++reads; // of an earlier connection with this number nothing holds any more
+    is_to_be_said = true;
     return transport;
 }
 
@@ -301,6 +310,17 @@ netsnmp_transport* create_from_tspec(netsnmp_tdomain_spec* domain) {
     return open_link(domain->target);
 }
 
+// Brings the master's address to our transport, with whatever transport it is written. In front of the
+// library's first attempt, behind its configuration.
+int claim_address(int /*major*/, int /*minor*/, void* /*argument*/, void* /*own*/) {
+    const char* address = netsnmp_ds_get_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET);
+    const std::string prefix = std::string(DOMAIN_NAME) + ":";
+    if (address != nullptr && strncmp(address, prefix.c_str(), prefix.size()) != 0)
+        netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET,
+                              (prefix + address).c_str());
+    return 0;
+}
+
 } // namespace
 
 bool agentx_link_waits_for_answer(uint8_t pdu_type) {
@@ -308,35 +328,68 @@ bool agentx_link_waits_for_answer(uint8_t pdu_type) {
     return AgentxPduType(pdu_type) != NOTIFY && AgentxPduType(pdu_type) != RESPONSE;
 }
 
-bool agentx_link_has_room() {
-    if (current_sock < 0 || patience.lost)
-        return true;
-    // A stream socket can be written to while less than a quarter of its buffer is taken.
-    pollfd master = {.fd = current_sock, .events = POLLOUT, .revents = 0};
-    const bool has_room = poll(&master, 1, 0) != 0;
-    if ((master.revents & (POLLHUP | POLLERR)) != 0)
-        note_loss(); // the library notices at its next read
-    return has_room;
+int agentx_link_socket() {
+    return master().socket();
 }
 
-unsigned agentx_link_reads() {
-    return reads;
+bool agentx_link_wants_to_read() {
+    return master().wants_to_read();
 }
 
-bool agentx_link_is(int fd) {
-    return fd == current_sock;
+bool agentx_link_wants_to_write() {
+    return master().wants_to_write();
 }
 
-unsigned agentx_link_losses() {
-    return losses;
+bool agentx_link_is_owed() {
+    return master().socket() >= 0 && (!master().is_quiet() || master().wants_to_write());
 }
 
-void agentx_link_new_pass() {
-    patience.spent = {};
+void agentx_link_receive() {
+    master().receive();
+    note_loss();
+    say_connected();
+}
+
+void agentx_link_flush() {
+    master().flush();
+    note_loss();
+}
+
+void agentx_link_check_silence() {
+    master().check_silence();
+    note_loss();
+}
+
+int agentx_link_fd() {
+    return input.fd();
+}
+
+bool agentx_link_has_input() {
+    return !answers.empty() || master().has_next() || master().socket() < 0;
 }
 
 void agentx_link_idle() {
     in_flight.done();
+}
+
+bool agentx_link_has_room() {
+    const int sock = master().socket();
+    if (sock < 0 || !is_up)
+        return true;
+    master().flush();
+    if (master().wants_to_write())
+        return false;
+    // A stream socket can be written to while less than a quarter of its buffer is taken.
+    pollfd queue = {.fd = sock, .events = POLLOUT, .revents = 0};
+    const bool has_room = poll(&queue, 1, 0) != 0;
+    if ((queue.revents & (POLLHUP | POLLERR)) != 0)
+        master().hang_up();
+    note_loss();
+    return has_room;
+}
+
+unsigned agentx_link_losses() {
+    return losses;
 }
 
 void agentx_link_init() {
@@ -350,4 +403,6 @@ void agentx_link_init() {
     domain.f_create_from_tspec = create_from_tspec;
     netsnmp_tdomain_register(&domain);
     netsnmp_register_default_domain("agentx", DOMAIN_NAME);
+    netsnmp_register_callback(SNMP_CALLBACK_LIBRARY, SNMP_CALLBACK_POST_READ_CONFIG, claim_address, nullptr,
+                              NETSNMP_CALLBACK_HIGHEST_PRIORITY);
 }

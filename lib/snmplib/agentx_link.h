@@ -1,16 +1,16 @@
-// The connection to the master agent: a Unix stream socket on which nothing can hold the event loop for long.
+// What the SNMP library has for a connection to the master agent: a transport on which it never waits.
 //
-// The SNMP library opens, pings, closes and registers with the master synchronously, and its own Unix
-// transport waits in connect() for as long as the master's queue of connections is full. A master that is
-// stopped or slow would hold the whole daemon. This transport takes the library's place:
+// The library opens, registers, pings and closes synchronously, and its own transports wait in connect(). A
+// master that is stopped or slow would hold the whole daemon. This transport takes their place, however the
+// master's address is written (agentx_address.h), and stands between the library and the connection
+// (agentx_master.h):
 //
-//   - connect() never waits; a master that doesn't take connections counts as absent;
-//   - a request that the master left unanswered for AGENTX_REPLY_MS ends the connection: whatever the
-//     library still wants to say on it fails at once (65 tables would wait one after the other);
-//   - so does waiting longer than AGENTX_PASS_BUDGET_MS in sum during one pass of the event loop;
-//   - so does a PDU that isn't one (agentx_pdu.h): the library would trust it.
-//
-// The library then connects again after AGENTX_PING_SECONDS.
+//   - the session with the master is opened before the library gets the transport: until then there is no
+//     master for it, and it asks again after AGENTX_PING_SECONDS. One pass of the event loop spends
+//     AGENTX_PASS_MS on that at most; the attempt goes on behind it, and the next finds how far it has come;
+//   - what the library asks of the master goes out, and is answered here and at once. The master's own answer
+//     comes when it comes; a refusal is logged;
+//   - what the master sends is looked at first (agentx_pdu.h): the library would trust it.
 //
 // PDUs are handed over one at a time: the next, or the end of the connection, not before the library is done
 // with what it has, since it would use memory that it has freed. Event loop's thread.
@@ -18,41 +18,48 @@
 
 #include <cstdint>
 
-// Where the master listens unless the library's configuration ("agentxsocket PATH") says otherwise.
+#include "agentx_master.h"
+
+// Where the master listens unless the library's configuration ("agentXSocket ADDRESS") says otherwise.
 inline constexpr char AGENTX_MASTER_SOCKET[] = "/var/agentx/master";
 
-// Wait for the answer to one request, and for room in the socket. Milliseconds.
-inline constexpr int AGENTX_REPLY_MS = 500;
-// Wait for all answers during one pass of the event loop. Milliseconds.
-inline constexpr int AGENTX_PASS_BUDGET_MS = 1200;
+// Wait for a new session, in one pass of the event loop. Milliseconds.
+inline constexpr int AGENTX_PASS_MS = 200;
 // Time between two signs of life to the master, and between two attempts to connect. Seconds.
 inline constexpr int AGENTX_PING_SECONDS = 3;
-// Descriptors from this number on have no place in the event array.
-inline constexpr int AGENTX_FD_MAX = 1024;
 
 // Makes this transport the one that the library uses for AgentX. Between init_agent() and init_snmp().
 void agentx_link_init();
 
-// Starts a new pass of the event loop: the budget for waiting is full again.
-void agentx_link_new_pass();
+// ---- for the event loop -----------------------------------------------------------------------------------
 
+// The socket of the connection, -1 without one; what it is to be watched for; whether the master owes us an
+// answer, or the taking of what was sent.
+int agentx_link_socket();
+bool agentx_link_wants_to_read();
+bool agentx_link_wants_to_write();
+bool agentx_link_is_owed();
+// The socket can be read, can be written to; the time for a look whether the master is still there.
+void agentx_link_receive();
+void agentx_link_flush();
+void agentx_link_check_silence();
+// The library's descriptor, -1 while it has no transport; and whether there is something for it. It can be
+// read then, too, unless receiving has just brought it.
+int agentx_link_fd();
+bool agentx_link_has_input();
 // The library has nothing left to read, its inner connections included: what it was given is done with.
 void agentx_link_idle();
 
-// Whether something more can be sent that nobody waits for, without waiting for the master: its queue isn't
-// nearly full. Also true without a connection, when nothing is sent at all.
+// ---- for notifications
+// -------------------------------------------------------------------------------------
+
+// Whether something more can be sent that nobody waits for: the master has taken what there was, and its
+// queue isn't nearly full. Also true without a connection, when nothing is sent at all.
 bool agentx_link_has_room();
 
 // How many connections have come to an end: what was meant for the connection of an earlier number is lost.
 // Any thread.
 unsigned agentx_link_losses();
 
-// How often the connection to the master has been read or made anew: nobody has read it while this stays. It
-// may wrap around.
-unsigned agentx_link_reads();
-
-// Whether this descriptor is that of the connection that stands.
-bool agentx_link_is(int fd);
-
-// Whether a request of this AgentX type (RFC 2741, 6.1: h.type) waits for the master's answer.
+// Whether a request of this AgentX type (RFC 2741, 6.1: h.type) has an answer.
 bool agentx_link_waits_for_answer(uint8_t pdu_type);

@@ -1,6 +1,7 @@
 #include "agentx_pdu.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -11,7 +12,9 @@ constexpr uint8_t VERSION = 1;
 constexpr uint8_t FLAG_CONTEXT = 0x08;
 constexpr uint8_t FLAG_NETWORK_ORDER = 0x10;
 constexpr size_t MAX_ARCS = 128;
-constexpr size_t PREFIX_ARCS = 5; // 1.3.6.1 and the arc that the prefix names
+constexpr size_t PREFIX_ARCS = 5;   // 1.3.6.1 and the arc that the prefix names
+constexpr size_t SYS_UP_TIME = 4;   // of a Response, in front of its error
+constexpr size_t RESPONSE_HEAD = 8; // sysUpTime, error, index
 
 enum ValueType : uint16_t {
     INTEGER = 2,
@@ -123,7 +126,6 @@ private:
 
 bool payload_is_sound(uint8_t type, Parts payload) {
     using enum AgentxPduType;
-    constexpr size_t RESPONSE_HEAD = 8; // sysUpTime, error, index
     switch (AgentxPduType(type)) {
     case CLOSE:
         return payload.skip(4) && payload.is_at_end();
@@ -153,10 +155,52 @@ size_t size_told(Bytes header) {
     return can_be ? HEADER + payload : 0;
 }
 
+void put_word32(AgentxPdu& to, uint32_t value) {
+    for (const int shift : {24, 16, 8, 0})
+        to.push_back(static_cast<uint8_t>(value >> shift));
+}
+
+AgentxPdu make_pdu(const AgentxHeader& header, Bytes payload) {
+    AgentxPdu pdu = {VERSION, static_cast<uint8_t>(header.type), FLAG_NETWORK_ORDER, 0};
+    for (const uint32_t word :
+         {header.session, header.transaction, header.packet, static_cast<uint32_t>(payload.size())})
+        put_word32(pdu, word);
+    pdu.insert(pdu.end(), payload.begin(), payload.end());
+    return pdu;
+}
+
 } // namespace
 
-std::optional<AgentxPduType> agentx_pdu_type(Bytes pdu) {
-    return pdu.size() < HEADER ? std::nullopt : std::optional(AgentxPduType(pdu[1]));
+std::optional<AgentxHeader> agentx_header(Bytes pdu) {
+    if (pdu.size() < HEADER)
+        return std::nullopt;
+    AgentxHeader header = {.type = AgentxPduType(pdu[1]), .session = 0, .transaction = 0, .packet = 0};
+    Parts words(pdu.subspan(4), is_network_order(pdu));
+    for (uint32_t* word : {&header.session, &header.transaction, &header.packet})
+        words.word32(*word);
+    return header;
+}
+
+unsigned agentx_response_error(Bytes response) {
+    uint16_t error = 0;
+    Parts payload(response.subspan(std::min(response.size(), HEADER + SYS_UP_TIME)),
+                  !response.empty() && is_network_order(response));
+    payload.word16(error);
+    return error;
+}
+
+AgentxPdu agentx_make_open(uint32_t packet, std::string_view description) {
+    AgentxPdu payload(8); // o.timeout, o.id
+    put_word32(payload, static_cast<uint32_t>(description.size()));
+    payload.insert(payload.end(), description.begin(), description.end());
+    payload.resize((payload.size() + 3) / 4 * 4);
+    return make_pdu({.type = AgentxPduType::OPEN, .session = 0, .transaction = 0, .packet = packet}, payload);
+}
+
+AgentxPdu agentx_make_response(const AgentxHeader& request) {
+    AgentxHeader header = request;
+    header.type = AgentxPduType::RESPONSE;
+    return make_pdu(header, AgentxPdu(RESPONSE_HEAD));
 }
 
 bool agentx_pdu_is_sound(Bytes pdu) {
@@ -185,8 +229,15 @@ bool AgentxGate::pass(Bytes piece) {
             continue;
         if (!agentx_pdu_is_sound(begun_))
             return false;
-        ended_ = agentx_pdu_type(begun_);
-        begun_.clear();
+        ended_.push_back(std::exchange(begun_, {}));
     }
     return true;
+}
+
+std::optional<AgentxPdu> AgentxGate::next() {
+    if (ended_.empty())
+        return std::nullopt;
+    AgentxPdu pdu = std::move(ended_.front());
+    ended_.pop_front();
+    return pdu;
 }

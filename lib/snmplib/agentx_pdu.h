@@ -7,12 +7,18 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
+using AgentxPdu = std::vector<uint8_t>;
+
 enum class AgentxPduType : uint8_t {
+    OPEN = 1,
     CLOSE = 2,
+    REGISTER = 3,
     GET = 5,
     GET_NEXT = 6,
     GET_BULK = 7,
@@ -21,32 +27,46 @@ enum class AgentxPduType : uint8_t {
     UNDO_SET = 10,
     CLEANUP_SET = 11,
     NOTIFY = 12,
+    PING = 13,
     RESPONSE = 18,
 };
 
 // What the header of a PDU says; nothing for fewer bytes than it has.
-std::optional<AgentxPduType> agentx_pdu_type(std::span<const uint8_t> pdu);
+struct AgentxHeader {
+    AgentxPduType type;
+    uint32_t session;
+    uint32_t transaction;
+    uint32_t packet;
+};
+std::optional<AgentxHeader> agentx_header(std::span<const uint8_t> pdu);
+
+// The error of a sound Response (RFC 2741, 6.2.16: res.error), 0 for none.
+unsigned agentx_response_error(std::span<const uint8_t> response);
+
+// An Open without a limit of its own for answers, of a subagent with this description.
+AgentxPdu agentx_make_open(uint32_t packet, std::string_view description);
+// The Response to a request that says that all is well.
+AgentxPdu agentx_make_response(const AgentxHeader& request);
 
 // Whether these bytes are one PDU that a master may send to a subagent: a Close, a request or a Response, all
 // of whose parts end where it does. Object identifiers have 128 arcs at most (RFC 2741, 5.1).
 bool agentx_pdu_is_sound(std::span<const uint8_t> pdu);
 
-// Looks at a stream in the pieces in which it arrives. One for each connection.
+// Takes a stream in the pieces in which it arrives. One for each connection.
 class AgentxGate {
 public:
     // A longer PDU is refused by its header.
     static constexpr size_t kMaxPdu = size_t{1} << 20;
 
-    // Whether every PDU that ends in this piece is sound. After a refusal the stream is of no use.
+    // Whether every PDU that ends in this piece is sound. After a refusal the stream is of no use; the PDUs
+    // before stay.
     bool pass(std::span<const uint8_t> piece);
-    // Bytes up to the end of the present PDU, or of its header as long as that isn't complete.
-    size_t missing() const;
-    // Whether the last piece ended a PDU.
-    bool is_between() const { return ended_ && begun_.empty(); }
-    // The type of the last PDU that has ended.
-    std::optional<AgentxPduType> ended() const { return ended_; }
+    // The next PDU that has ended.
+    std::optional<AgentxPdu> next();
 
 private:
-    std::vector<uint8_t> begun_; // of the PDU that hasn't ended yet
-    std::optional<AgentxPduType> ended_;
+    size_t missing() const;
+
+    AgentxPdu begun_; // of the PDU that hasn't ended yet
+    std::deque<AgentxPdu> ended_;
 };

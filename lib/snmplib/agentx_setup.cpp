@@ -48,11 +48,6 @@ int log_library_line(int /*major*/, int /*minor*/, void* message, void* /*arg*/)
     return 0;
 }
 
-int log_connected(int /*major*/, int /*minor*/, void* /*session*/, void* /*arg*/) {
-    OV_LOG_NOTICE("SNMP", "AgentX master agent connected");
-    return 0;
-}
-
 void set_library_flag(int which) {
     netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, which, 1);
 }
@@ -106,7 +101,6 @@ void agentx_setup_library() {
     init_agent(APPLICATION);
     agentx_link_init();
     set_contact();
-    snmp_register_callback(SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_INDEX_START, log_connected, nullptr);
     agentx_start_library();
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "agentx.h"
+#include "agentx_link.h"
 
 namespace {
 
@@ -16,9 +17,21 @@ struct FreeVarbinds {
 using Varbinds = std::unique_ptr<netsnmp_variable_list, FreeVarbinds>;
 using Name = std::vector<oid>;
 
-int send_handed_over(struct thread* thread) {
-    const Varbinds list(static_cast<netsnmp_variable_list*>(THREAD_ARG(thread)));
+int update_events(struct thread* /*thread*/) {
+    agentx_snmp_update();
+    return 0;
+}
+
+// What the master doesn't take at once goes when it does. Notifications are sent from within the library's
+// work, too: its events are left alone until that is over.
+void send(const Varbinds& list) {
     send_v2trap(list.get());
+    if (agentx_link_wants_to_write() && agentx_loop() != nullptr)
+        kavo_add_event(agentx_loop(), update_events, nullptr, 0, nullptr);
+}
+
+int send_handed_over(struct thread* thread) {
+    send(Varbinds(static_cast<netsnmp_variable_list*>(THREAD_ARG(thread))));
     return 0;
 }
 
@@ -80,7 +93,7 @@ int smux_trap(struct variable* vp, size_t vp_len, const oid* ename, size_t ename
 void agentx_send_notification(netsnmp_variable_list* variables) {
     Varbinds list(variables);
     if (agentx_is_on_loop())
-        send_v2trap(list.get());
+        send(list);
     else
         kavo_add_event(agentx_loop(), send_handed_over, list.release(), 0, nullptr);
 }

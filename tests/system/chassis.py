@@ -441,12 +441,10 @@ class Chassis:
     def wait_agent(self, timeout=15.0, connections=1):
         """Waits until the master knows all tables, the given number of connections since the log's beginning.
 
-        The line stands in the log before the tables are registered; both happen in one go of the daemon's loop, so
-        the answer to a command tells that it is over."""
+        The line stands in the log when the master has answered for all of them."""
         self.wait_for(
             lambda: len(self.log_lines("AgentX master agent connected")) >= connections, timeout, "the master's connection"
         )
-        self.vty("show slot info")
 
     def stdout(self):
         """What the daemon printed, standard error included."""

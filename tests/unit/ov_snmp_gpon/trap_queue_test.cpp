@@ -5,11 +5,9 @@
 
 #include <thread>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-
 #include "../kavo/frr_fixture.h"
 #include "../ov_common/private_root.h"
+#include "../snmplib/played_master.h"
 #include "../support/log_capture.h"
 #include "agentx_link.h"
 #include "table_list.h"
@@ -33,27 +31,16 @@ TrapRow trap(oid number) {
 // A master that has a connection and reads when it is told to.
 class SlowMaster {
 public:
-    SlowMaster() {
-        const char path[] = "/tmp/master";
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        std::copy_n(path, sizeof path, address.sun_path);
-        listener_ = socket(AF_UNIX, SOCK_STREAM, 0);
-        EXPECT_EQ(bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-        EXPECT_EQ(listen(listener_, 1), 0);
-        connect();
-    }
+    SlowMaster() : master_(5, "/tmp/master") { connect(); }
     void connect() {
-        link_ = netsnmp_transport_open_client("agentx", "gponagentx:/tmp/master");
+        EXPECT_EQ(open_link(), nullptr); // its session isn't open yet
+        master_.open_session();
+        link_ = open_link();
         EXPECT_NE(link_, nullptr);
-        sock_ = accept(listener_, nullptr, nullptr);
         filled_ = 0;
     }
-    void end() { // as by SIGKILL
-        EXPECT_EQ(close(sock_), 0);
-        sock_ = -1;
-    }
-    void close_link() { // the daemon's end
+    void end() { master_.leave(); } // as by SIGKILL
+    void close_link() {             // the daemon's end
         EXPECT_EQ(link_->f_close(link_), 0);
         netsnmp_transport_free(link_);
         link_ = nullptr;
@@ -68,16 +55,18 @@ public:
     }
     void read_all() {
         std::string heard(filled_, '\0');
-        EXPECT_EQ(recv(sock_, heard.data(), heard.size(), MSG_WAITALL), ssize_t(heard.size()));
+        EXPECT_EQ(recv(master_.fd(), heard.data(), heard.size(), MSG_WAITALL), ssize_t(heard.size()));
         filled_ = 0;
     }
 
 private:
     static constexpr size_t MANY = 10'000'000;
+    static netsnmp_transport* open_link() {
+        return netsnmp_transport_open_client("agentx", "gponagentx:/tmp/master");
+    }
 
+    played::Master master_;
     netsnmp_transport* link_ = nullptr;
-    int listener_ = -1;
-    int sock_ = -1;
     size_t filled_ = 0;
 };
 

@@ -1,125 +1,267 @@
-// The connection to a master agent that doesn't do its part: how long it holds the daemon.
+// The connection to a master agent, also to one that doesn't do its part: nothing of it holds the daemon.
 #include "agentx_link.h"
 
 #include <gmock/gmock.h>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "../kavo/frr_fixture.h"
 #include "../ov_common/private_root.h"
 #include "../support/log_capture.h"
 #include "agentx.h"
+#include "played_master.h"
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
-sockaddr_un master_address() {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    snprintf(address.sun_path, sizeof address.sun_path, "%s", AGENTX_MASTER_SOCKET);
-    return address;
-}
+using Clock = std::chrono::steady_clock;
 
-// Takes `queue` + 1 connections and never answers.
-int start_mute_master(int queue) {
-    std::filesystem::create_directories("/var/agentx");
-    const sockaddr_un address = master_address();
-    const int sock = socket(AF_UNIX, SOCK_STREAM, 0);
-    EXPECT_EQ(bind(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(listen(sock, queue), 0);
-    return sock;
+int milliseconds_of(const std::function<void()>& work) {
+    const auto began = Clock::now();
+    work();
+    return static_cast<int>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - began).count());
 }
 
 bool connects() {
-    const sockaddr_un address = master_address();
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    snprintf(address.sun_path, sizeof address.sun_path, "%s", AGENTX_MASTER_SOCKET);
     const int sock = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
     return connect(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
 }
 
-int milliseconds_of(const std::function<void()>& work) {
-    const auto began = std::chrono::steady_clock::now();
-    work();
-    const auto took = std::chrono::steady_clock::now() - began;
-    return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(took).count());
+// ---- a master that isn't there, or says nothing ------------------------------------------------------
+
+// What a whole agent on the event loop may be held for by a master, with room for a busy machine. It would
+// be for ever, or for each of many answers in vain.
+constexpr int HELD_MS = 5 * AGENTX_PASS_MS;
+
+// Runs the loop until done, or for ten seconds; the longest time for which other events waited, in ms.
+int longest_hold(const std::function<bool()>& done) {
+    static constexpr int EVERY_MS = 5;
+    struct Tick {
+        static void run(struct thread* event) {
+            auto& self = *static_cast<Tick*>(THREAD_ARG(event));
+            const auto now = Clock::now();
+            self.worst = std::max(self.worst, now - self.last);
+            self.last = now;
+            thread_add_timer_msec(frr_master(), run, &self, EVERY_MS, &self.event);
+        }
+        Clock::time_point last = Clock::now();
+        Clock::duration worst{};
+        struct thread* event = nullptr;
+    };
+    Tick tick;
+    thread_add_timer_msec(frr_master(), Tick::run, &tick, EVERY_MS, &tick.event);
+    const auto end = Clock::now() + std::chrono::seconds(10);
+    struct thread event;
+    while (!done() && Clock::now() < end && thread_fetch(frr_master(), &event))
+        thread_call(&event);
+    thread_cancel(&tick.event);
+    EXPECT_TRUE(done());
+    return static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(tick.worst).count());
+}
+
+bool has_line(const LogCapture& log, const char* part) {
+    const auto lines = log.lines();
+    return std::any_of(lines.begin(), lines.end(),
+                       [part](const std::string& line) { return line.find(part) != line.npos; });
 }
 
 TEST(AgentxLink, AMasterWhoseQueueOfConnectionsIsFullCountsAsAbsent) {
     private_root::run([] {
         const LogCapture log;
-        start_mute_master(0);
+        const played::Master master(0);
         while (connects())
             ;
         EXPECT_LT(milliseconds_of([] { smux_init(frr_master()); }), 20000); // it would wait for ever
     });
 }
 
-TEST(AgentxLink, AMuteMasterHoldsTheStartForOneAnswerOnly) {
+TEST(AgentxLink, AMuteMasterDoesNotHoldTheDaemon) {
     private_root::run([] {
         const LogCapture log;
-        start_mute_master(5);
-        const int took = milliseconds_of([] { smux_init(frr_master()); });
-        EXPECT_GE(took, AGENTX_REPLY_MS / 2);  // it was asked
-        EXPECT_LT(took, 10 * AGENTX_REPLY_MS); // of the many that it has to ask for
+        played::Master master;
+        const int start = milliseconds_of([] { smux_init(frr_master()); });
+        EXPECT_GE(start, AGENTX_PASS_MS / 2); // it was asked
+        EXPECT_LT(start, HELD_MS);
+        EXPECT_LT(longest_hold([&] { return has_line(log, "doesn't answer, connection given up"); }),
+                  HELD_MS);
+        master.accept();
+        EXPECT_EQ(master.hear().type, played::OPEN);
     });
 }
 
-TEST(AgentxLink, HasRoomUntilTheMastersQueueFillsUp) {
+// Every way in which the library's configuration can say where the master is.
+TEST(AgentxLink, AMuteMasterDoesNotHoldTheDaemonHoweverItsAddressIsWritten) {
+    for (const char* form : {"/run/other/agentx", "unix:/run/other/agentx", "tcp:127.0.0.1:PORT",
+                             "127.0.0.1:PORT", "localhost:PORT", "PORT"})
+        private_root::run([form] {
+            const LogCapture log;
+            sockaddr_in any = {};
+            any.sin_family = AF_INET;
+            any.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+            std::string address = form;
+            const bool is_tcp = address.find("PORT") != address.npos;
+            const auto master = is_tcp ? std::make_unique<played::Master>(any)
+                                       : std::make_unique<played::Master>(5, "/run/other/agentx");
+            if (is_tcp)
+                address.replace(address.find("PORT"), 4, std::to_string(master->port()));
+            netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, address.c_str());
+            EXPECT_LT(milliseconds_of([] { smux_init(frr_master()); }), HELD_MS) << address;
+            master->accept();
+            EXPECT_EQ(master->hear().type, played::OPEN) << address;
+        });
+}
+
+TEST(AgentxLink, AnAddressThatIsNoneIsSaidOnce) {
     private_root::run([] {
         const LogCapture log;
-        agentx_link_init();
-        EXPECT_TRUE(agentx_link_has_room()); // nobody is there
-        const int listener = start_mute_master(1);
-        netsnmp_transport* link = netsnmp_transport_open_client("agentx", "gponagentx:/var/agentx/master");
-        ASSERT_NE(link, nullptr);
-        const int master = accept(listener, nullptr, nullptr);
-        EXPECT_TRUE(agentx_link_has_room());
-
-        std::string notify(400, '\0');
-        notify[0] = 1;
-        notify[1] = 12;
-        int sent = 0;
-        for (; sent < 100000 && agentx_link_has_room(); sent++)
-            ASSERT_EQ(link->f_send(link, notify.data(), int(notify.size()), nullptr, nullptr),
-                      int(notify.size())); // it fails when it has to wait for the master
-        EXPECT_GT(sent, 10);
-        EXPECT_LT(sent, 100000);
-
-        std::string heard(notify.size() * size_t(sent), '\0');
-        ASSERT_EQ(recv(master, heard.data(), heard.size(), MSG_WAITALL), ssize_t(heard.size()));
-        EXPECT_TRUE(agentx_link_has_room());
-        link->f_close(link);
-        netsnmp_transport_free(link);
-        EXPECT_TRUE(agentx_link_has_room());
+        netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, "udp:127.0.0.1:705");
+        smux_init(frr_master());
+        EXPECT_TRUE(has_line(log, "\"udp:127.0.0.1:705\" is no address of one"));
     });
 }
+
+// ---- a master that is slow, or stops -----------------------------------------------------------------
+
+// Opens a session and answers each request after some time, until the connection ends.
+class SlowMaster {
+public:
+    explicit SlowMaster(int milliseconds)
+        : thread_([this, milliseconds] {
+              master_.accept();
+              for (played::Heard heard = master_.hear(); heard.type != 0; heard = master_.hear()) {
+                  usleep(static_cast<unsigned>(milliseconds) * 1000);
+                  registered_ += heard.type == played::REGISTER;
+                  if (heard.type != played::RESPONSE && !master_.try_to_send(played::response(heard.packet)))
+                      return;
+              }
+          }) {}
+    ~SlowMaster() {
+        shutdown(master_.fd(), SHUT_RDWR);
+        thread_.join();
+    }
+    SlowMaster(const SlowMaster&) = delete;
+    SlowMaster& operator=(const SlowMaster&) = delete;
+    int registered() const { return registered_; }
+
+private:
+    played::Master master_;
+    std::atomic<int> registered_ = 0;
+    std::thread thread_;
+};
+
+void register_objects(int count) {
+    for (int i = 1; i <= count; i++) {
+        const oid name[] = {1, 3, 6, 1, 4, 1, 99999, static_cast<oid>(i)};
+        netsnmp_handler_registration* object = netsnmp_create_handler_registration(
+            "object", [](auto...) { return SNMP_ERR_NOERROR; }, name, std::size(name), HANDLER_CAN_RONLY);
+        EXPECT_EQ(netsnmp_register_handler(object), MIB_REGISTERED_OK);
+    }
+}
+
+TEST(AgentxLink, ASlowMasterIsReachedAndHoldsNobody) {
+    private_root::run([] {
+        constexpr int OBJECTS = 120; // 20 ms for each are more than two seconds
+        const LogCapture log;
+        const SlowMaster master(20);
+        EXPECT_LT(milliseconds_of([] {
+                      smux_init(frr_master());
+                      register_objects(OBJECTS);
+                      agentx_snmp_update();
+                  }),
+                  HELD_MS);
+        EXPECT_LT(longest_hold([&] { return has_line(log, "AgentX master agent connected"); }), HELD_MS);
+        EXPECT_GE(master.registered(), OBJECTS);
+        EXPECT_FALSE(has_line(log, "given up"));
+    });
+}
+
+TEST(AgentxLink, AnObjectThatTheMasterRefusesIsSaid) {
+    private_root::run([] {
+        const LogCapture log;
+        played::Master master;
+        std::thread played([&] {
+            master.open_session();
+            for (played::Heard heard = master.hear(); heard.type != 0; heard = master.hear())
+                master.try_to_send(played::response(heard.packet, heard.type == played::REGISTER ? 263 : 0));
+        });
+        smux_init(frr_master());
+        register_objects(1);
+        agentx_snmp_update();
+        longest_hold([&] { return has_line(log, "refuses to register an object, error 263"); });
+        shutdown(master.fd(), SHUT_RDWR);
+        played.join();
+    });
+}
+
+TEST(AgentxLink, HalfAPduWaitsForItsRestAndHoldsNobody) {
+    private_root::run([] {
+        const LogCapture log;
+        played::Master master;
+        std::atomic<int> state = 0;
+        std::string answered;
+        std::thread played([&] {
+            master.open_session();
+            const std::string get = played::pdu(played::GET, 99, std::string(8, '\0')); // a whole range
+            master.send(get.substr(0, 22)); // nothing else can be said now
+            state = 1;
+            while (state != 2)
+                usleep(1000);
+            master.send(get.substr(22));
+            for (played::Heard heard = master.hear(); heard.type != 0; heard = master.hear())
+                if (heard.type == played::RESPONSE) {
+                    answered = heard.bytes;
+                    state = 3;
+                }
+        });
+        smux_init(frr_master());
+        const auto began = Clock::now();
+        EXPECT_LT(longest_hold([&] {
+                      return state == 1 &&
+                             Clock::now() - began > std::chrono::milliseconds(AGENTX_SILENCE_MS / 4);
+                  }),
+                  HELD_MS);
+        state = 2;
+        EXPECT_LT(longest_hold([&] { return state == 3; }), HELD_MS);
+        shutdown(master.fd(), SHUT_RDWR);
+        played.join();
+        EXPECT_FALSE(answered.empty());
+    });
+}
+
+// ---- the transport by itself -------------------------------------------------------------------------
 
 // A connection with a master that is nothing but bytes.
 class BareLink {
 public:
-    BareLink() : listener_(start_mute_master(1)) {
+    BareLink() {
         agentx_link_init();
-        link_ = netsnmp_transport_open_client("agentx", "gponagentx:/var/agentx/master");
-        master_ = accept(listener_, nullptr, nullptr);
+        // The session isn't open yet; the next attempt goes on where this one ended.
+        EXPECT_EQ(open(), nullptr);
+        master_.open_session();
+        link_ = open();
+        EXPECT_NE(link_, nullptr);
     }
-    void master_sends(const std::vector<std::string>& pdus) const {
+    played::Master& master() { return master_; }
+    void master_sends(const std::vector<std::string>& pdus) {
         std::string all;
         for (const std::string& pdu : pdus)
             all += pdu;
-        EXPECT_EQ(send(master_, all.data(), all.size(), MSG_NOSIGNAL), ssize_t(all.size()));
+        master_.send(all);
     }
-    void master_leaves() const { close(master_); }
-    int fd() const { return link_->sock; }
-    int listener() const { return listener_; }
     // As the library reads: the bytes that it gets; "later" for nothing yet, "end" for the end.
-    std::string read() const {
-        std::string bytes(65536, '\0');
+    std::string read(size_t room = 65536) const {
+        std::string bytes(room, '\0');
         void* opaque = nullptr;
         int length = 0;
         const int got = link_->f_recv(link_, bytes.data(), int(bytes.size()), &opaque, &length);
@@ -130,37 +272,136 @@ public:
         bytes.resize(size_t(got));
         return bytes;
     }
-    void answer(uint32_t packet) const {
-        const std::string pdu = make_pdu(18, packet, std::string(8, '\0'));
-        EXPECT_EQ(link_->f_send(link_, pdu.data(), int(pdu.size()), nullptr, nullptr), int(pdu.size()));
+    bool send(const std::string& pdu) const {
+        return link_->f_send(link_, pdu.data(), int(pdu.size()), nullptr, nullptr) == int(pdu.size());
     }
+    void answer(uint32_t packet) const { EXPECT_TRUE(send(played::response(packet))); }
     void leave() {
         link_->f_close(link_);
         netsnmp_transport_free(link_);
     }
-    static std::string make_pdu(uint8_t type, uint32_t packet, const std::string& payload = "") {
-        std::string pdu = {1, char(type), 0x10, 0, 0, 0, 0, 7, 0, 0, 0, 55};
-        for (const uint32_t word : {packet, uint32_t(payload.size())})
-            for (const int shift : {24, 16, 8, 0})
-                pdu += char(word >> shift);
-        return pdu + payload;
-    }
 
 private:
-    int listener_;
-    int master_ = -1;
+    static netsnmp_transport* open() {
+        return netsnmp_transport_open_client("agentx", "gponagentx:/var/agentx/master");
+    }
+    played::Master master_;
     netsnmp_transport* link_ = nullptr;
 };
 
-constexpr uint8_t GET = 5, TEST_SET = 8, COMMIT_SET = 9, CLEANUP_SET = 11;
+using played::CLEANUP_SET;
+using played::COMMIT_SET;
+using played::GET;
+using played::NOTIFY;
+using played::TEST_SET;
+
+TEST(AgentxLink, WhatTheLibraryAsksIsAnsweredAtOnceAndGoesToTheMaster) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        EXPECT_EQ(link.read(), "later");
+        ASSERT_TRUE(link.send(played::pdu(played::REGISTER, 5, std::string(8, '\0'))));
+        ASSERT_TRUE(link.send(played::pdu(played::PING, 6)));
+        EXPECT_EQ(link.read(), played::response(5));
+        EXPECT_EQ(link.read(), played::response(6));
+        EXPECT_EQ(link.read(), "later");
+        EXPECT_EQ(link.master().hear().packet, 5u);
+        EXPECT_EQ(link.master().hear().packet, 6u);
+        link.master().send(played::response(5) + played::response(6));
+        EXPECT_EQ(link.read(), "later"); // it has had its answers
+        EXPECT_THAT(log.lines(), Contains(HasSubstr("AgentX master agent connected")));
+    });
+}
+
+TEST(AgentxLink, AnswersToNotificationsAreTheLibrarys) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        ASSERT_TRUE(link.send(played::pdu(NOTIFY, 5)));
+        EXPECT_EQ(link.read(), "later");
+        EXPECT_EQ(link.master().hear().type, NOTIFY);
+        link.master().send(played::response(5));
+        EXPECT_EQ(link.read(), played::response(5));
+    });
+}
+
+TEST(AgentxLink, APduComesInAsManyPartsAsTheLibraryHasRoomFor) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        const std::string get = played::pdu(GET, 1, std::string(1200, '\0'));
+        link.master_sends({get});
+        std::string got = link.read(500);
+        EXPECT_EQ(got.size(), 500u);
+        got += link.read(500);
+        got += link.read(500);
+        EXPECT_EQ(got, get);
+        EXPECT_EQ(link.read(), "later");
+    });
+}
+
+TEST(AgentxLink, HasRoomUntilTheMastersQueueFillsUp) {
+    private_root::run([] {
+        const LogCapture log;
+        agentx_link_init();
+        EXPECT_TRUE(agentx_link_has_room()); // nobody is there
+        BareLink link;
+        EXPECT_TRUE(agentx_link_has_room());
+
+        const std::string notify = played::pdu(NOTIFY, 1, std::string(400, '\0'));
+        int sent = 0;
+        for (; sent < 100000 && agentx_link_has_room(); sent++)
+            ASSERT_TRUE(link.send(notify));
+        EXPECT_GT(sent, 10);
+        EXPECT_LT(sent, 100000);
+
+        for (int heard = 0; heard < sent; heard++)
+            ASSERT_EQ(link.master().hear().type, NOTIFY);
+        EXPECT_TRUE(agentx_link_has_room());
+        link.leave();
+        EXPECT_TRUE(agentx_link_has_room());
+    });
+}
+
+TEST(AgentxLink, WhatAMasterDoesNotReadWaitsForItAndHoldsNobody) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        const std::string notify = played::pdu(NOTIFY, 1, std::string(4000, '\0'));
+        constexpr int MANY = 500; // 2 MB
+        EXPECT_LT(milliseconds_of([&] {
+                      for (int i = 0; i < MANY; i++)
+                          ASSERT_TRUE(link.send(notify));
+                  }),
+                  HELD_MS);
+        EXPECT_TRUE(agentx_link_wants_to_write());
+        EXPECT_FALSE(agentx_link_wants_to_read()); // nothing more is asked of us meanwhile
+        for (int heard = 0; heard < MANY; heard++) {
+            ASSERT_EQ(link.master().hear().bytes, notify) << heard;
+            agentx_link_flush();
+        }
+        EXPECT_FALSE(agentx_link_wants_to_write());
+        EXPECT_TRUE(agentx_link_wants_to_read());
+
+        // No memory is without end.
+        const unsigned losses = agentx_link_losses();
+        int more = 0;
+        while (more < 10000 && link.send(notify))
+            more++;
+        EXPECT_LT(more, 10000);
+        EXPECT_EQ(agentx_link_losses(), losses + 1);
+        EXPECT_EQ(link.read(), "end");
+        EXPECT_THAT(log.lines(), Contains(HasSubstr("takes no more requests, connection given up")));
+    });
+}
 
 TEST(AgentxLink, PhasesOfASetThatCameTogetherGoToTheLibraryOneByOne) {
     private_root::run([] {
         const LogCapture log;
-        const BareLink link;
-        const std::string test = BareLink::make_pdu(TEST_SET, 1);
-        const std::string commit = BareLink::make_pdu(COMMIT_SET, 2);
-        const std::string cleanup = BareLink::make_pdu(CLEANUP_SET, 3);
+        BareLink link;
+        const std::string test = played::pdu(TEST_SET, 1);
+        const std::string commit = played::pdu(COMMIT_SET, 2);
+        const std::string cleanup = played::pdu(CLEANUP_SET, 3);
         link.master_sends({test, commit, cleanup, test});
         EXPECT_EQ(link.read(), test);
         EXPECT_EQ(link.read(), "later");
@@ -175,15 +416,28 @@ TEST(AgentxLink, PhasesOfASetThatCameTogetherGoToTheLibraryOneByOne) {
     });
 }
 
+TEST(AgentxLink, AnAnswerOfOursComesBeforeARequestThatWaits) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        const std::string test = played::pdu(TEST_SET, 1);
+        link.master_sends({test, test});
+        EXPECT_EQ(link.read(), test);
+        ASSERT_TRUE(link.send(played::pdu(played::PING, 6)));
+        EXPECT_EQ(link.read(), played::response(6));
+        EXPECT_EQ(link.read(), "later");
+    });
+}
+
 TEST(AgentxLink, TheEndComesBehindTheAnswerThatIsDue) {
     private_root::run([] {
         const LogCapture log;
-        const BareLink link;
-        const std::string get = BareLink::make_pdu(GET, 1);
+        BareLink link;
+        const std::string get = played::pdu(GET, 1);
         link.master_sends({get, get});
         EXPECT_EQ(link.read(), get);
         link.answer(1);
-        link.master_leaves();
+        link.master().leave();
         EXPECT_EQ(link.read(), get);
         EXPECT_EQ(link.read(), "later");
         agentx_link_idle();
@@ -194,8 +448,8 @@ TEST(AgentxLink, TheEndComesBehindTheAnswerThatIsDue) {
 TEST(AgentxLink, ARequestThatTheLibraryDropsIsNotWaitedForForEver) {
     private_root::run([] {
         const LogCapture log;
-        const BareLink link;
-        const std::string test = BareLink::make_pdu(TEST_SET, 1);
+        BareLink link;
+        const std::string test = played::pdu(TEST_SET, 1);
         link.master_sends({test, test});
         EXPECT_EQ(link.read(), test);
         std::string got = "later";
@@ -208,45 +462,33 @@ TEST(AgentxLink, ARequestThatTheLibraryDropsIsNotWaitedForForEver) {
 TEST(AgentxLink, APduThatIsNoneEndsTheConnection) {
     private_root::run([] {
         const LogCapture log;
-        const BareLink link;
-        link.master_sends({BareLink::make_pdu(GET, 1), BareLink::make_pdu(GET, 2, "half")});
-        EXPECT_EQ(link.read(), BareLink::make_pdu(GET, 1));
-        link.answer(1);
+        BareLink link;
+        link.master_sends({played::pdu(GET, 1), played::pdu(GET, 2, "half")});
+        EXPECT_EQ(link.read(), played::pdu(GET, 1));
+        agentx_link_idle();
         EXPECT_EQ(link.read(), "end");
-        EXPECT_THAT(log.lines(), testing::Contains(testing::HasSubstr("sends what isn't AgentX")));
+        EXPECT_THAT(log.lines(), Contains(HasSubstr("sends what isn't AgentX")));
     });
 }
 
-TEST(AgentxLink, TellsWhetherTheConnectionWasReadOrMadeAnew) {
+TEST(AgentxLink, AMasterThatHasForgottenTheSessionIsLeft) {
     private_root::run([] {
         const LogCapture log;
-        const unsigned before = agentx_link_reads();
         BareLink link;
-        const int fd = link.fd();
-        EXPECT_TRUE(agentx_link_is(fd));
-        EXPECT_FALSE(agentx_link_is(link.listener()));
-        const unsigned made = agentx_link_reads();
-        EXPECT_NE(made, before); // an event of an earlier connection means nothing for this one
-
-        link.answer(2);
-        EXPECT_EQ(agentx_link_reads(), made);
-        const std::string get = BareLink::make_pdu(GET, 3);
-        link.master_sends({get});
-        EXPECT_EQ(agentx_link_reads(), made);
-        EXPECT_EQ(link.read(), get);
-        EXPECT_NE(agentx_link_reads(), made);
-
-        link.leave();
-        EXPECT_FALSE(agentx_link_is(fd));
+        ASSERT_TRUE(link.send(played::pdu(played::PING, 6)));
+        EXPECT_EQ(link.read(), played::response(6));
+        link.master().send(played::response(6, 257)); // notOpen
+        EXPECT_EQ(link.read(), "end");
+        EXPECT_THAT(log.lines(), Contains(HasSubstr("doesn't know the session")));
     });
 }
 
 TEST(AgentxLink, OnlyRequestsOfOursWaitForTheMaster) {
-    EXPECT_TRUE(agentx_link_waits_for_answer(1));   // open
-    EXPECT_TRUE(agentx_link_waits_for_answer(3));   // register
-    EXPECT_TRUE(agentx_link_waits_for_answer(13));  // ping
-    EXPECT_FALSE(agentx_link_waits_for_answer(12)); // notify
-    EXPECT_FALSE(agentx_link_waits_for_answer(18)); // response
+    EXPECT_TRUE(agentx_link_waits_for_answer(played::OPEN));
+    EXPECT_TRUE(agentx_link_waits_for_answer(played::REGISTER));
+    EXPECT_TRUE(agentx_link_waits_for_answer(played::PING));
+    EXPECT_FALSE(agentx_link_waits_for_answer(NOTIFY));
+    EXPECT_FALSE(agentx_link_waits_for_answer(played::RESPONSE));
 }
 
 } // namespace
