@@ -91,7 +91,7 @@ class Terminal:
 def running(chassis):
     chassis.start(SINGLE_BOARD)
     chassis.start_daemon()
-    wait_for(lambda: enters(chassis, "gpon-olt1/4"), what="the ports")
+    wait_for(lambda: enters(chassis, "gpon-olt1/16"), what="the ports")
     return chassis
 
 

@@ -310,7 +310,8 @@ def test_a_write_of_an_event_that_is_refused_leaves_one_line(world):
     chassis.wait_for(lambda: refusals(chassis, before), what="the controller's refusal")
     report = {"ponIfindex": "gpon-olt1/1", "index": 3, "sn": "ABCD0000beef"}
     chassis.card_event(1, "uncfg", **report)
-    chassis.card_event(1, "uncfg", **report)
+    chassis.card_event(1, "uncfg", **report)  # what it said already is no refusal
+    chassis.card_event(1, "uncfg", **{**report, "sn": "ABCD0000bee0"})
     chassis.wait_for(lambda: len(refusals(chassis, before)) == 2, what="the card's refusal")
     assert refusals(chassis, before) == [
         "controller: sPonTable gpon-olt1/1: exists already",
