@@ -21,10 +21,10 @@ using gpon_show_step_t = std::function<bool()>;
 // long as the show. Returns 0, the handler's result.
 int gpon_show_in_steps(struct vty* vty, gpon_show_step_t step);
 
-// A walk over the rows of a table that agree with a key on its leading index columns, in pieces, without
-// those that wait (app_rows.h). Between these rows may come and go; it holds the table's mutex during a piece
-// only.
-template <typename Row>
+// A walk over the rows of a table that agree with a key on its leading index columns, in pieces. Without
+// those that wait (app_rows.h), unless all stored ones are asked for. Between these rows may come and go; it
+// holds the table's mutex during a piece only.
+template <typename Row, WalkedRows walked = WalkedRows::IN_SERVICE>
 class gpon_row_steps {
 public:
     gpon_row_steps(const Row& key, size_t leading) : key_(key), leading_(leading) {
@@ -40,7 +40,8 @@ public:
         const void* row = table.row_at_or_above(next_.data(), TableModule::kMaxIndexColumns);
         int rows = 0;
         for (; is_asked_for(row) && rows < kRows; rows++) {
-            if (const auto& shown = *static_cast<const Row*>(row); is_in_service(shown))
+            const auto& shown = *static_cast<const Row*>(row);
+            if (walked == WalkedRows::STORED || is_in_service(shown))
                 visit(shown);
             row = table.next_row_under(row, leading_);
         }
@@ -67,13 +68,13 @@ private:
 //
 //     return gpon_show_rows(vty, key, INDEX_TO_PORT, [vty, nl](const Row& row) { ...; return true; },
 //                           [vty, nl](int count) { vty_out(vty, "total %d%s", count, nl); });
-template <typename Row, typename Print, typename End>
+template <WalkedRows walked = WalkedRows::IN_SERVICE, typename Row, typename Print, typename End>
 int gpon_show_rows(struct vty* vty, const Row& key, size_t leading, Print print, End end) {
-    return gpon_show_in_steps(vty,
-                              [steps = gpon_row_steps<Row>(key, leading), print, end, count = 0]() mutable {
-                                  if (steps.step([&](const Row& row) { count += print(row) ? 1 : 0; }))
-                                      return true;
-                                  end(count);
-                                  return false;
-                              });
+    return gpon_show_in_steps(
+        vty, [steps = gpon_row_steps<Row, walked>(key, leading), print, end, count = 0]() mutable {
+            if (steps.step([&](const Row& row) { count += print(row) ? 1 : 0; }))
+                return true;
+            end(count);
+            return false;
+        });
 }

@@ -44,7 +44,8 @@ int show(struct vty* vty, const kavo_table_t& table, const Scope& scope) {
     size_t leading = 1;
     if (scope.port != Scope::ANY)
         leading = scope.onu != Scope::ANY ? INDEX_TO_ONU : INDEX_TO_PORT;
-    return gpon_show_rows(
+    // With those that wait for a manager: that is a reason, too.
+    return gpon_show_rows<WalkedRows::STORED>(
         vty, key, leading,
         [table, id = scope.onu](const Onu& onu) {
             const bool is_asked_for = id == Scope::ANY || onu.onuId == id;

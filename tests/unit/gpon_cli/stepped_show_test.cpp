@@ -33,7 +33,7 @@ protected:
     }
 };
 
-TEST_F(SteppedShow, PassesOverOnusThatWait) {
+TEST_F(SteppedShow, PassesOverOnusThatWaitUnlessTheReasonIsAskedFor) {
     for (int onu = 1; onu <= 128; onu++) {
         ov_sOnuTable_attr_t key = {};
         table_of<ov_sOnuTable_attr_t>::module().set_index_at(&key, 1, 1, 1, onu);
@@ -43,6 +43,9 @@ TEST_F(SteppedShow, PassesOverOnusThatWait) {
     EXPECT_EQ(shown.find("1/1:"), std::string::npos);
     EXPECT_NE(shown.find("1/2:1 "), std::string::npos);
     EXPECT_NE(shown.find("total " + std::to_string((kPorts - 1) * 128)), std::string::npos);
+    const std::string reasons = at_once("show onu reason");
+    EXPECT_NE(reasons.find("1/1:1      row not active"), std::string::npos);
+    EXPECT_NE(reasons.find("total " + std::to_string(kPorts * 128)), std::string::npos);
 }
 
 TEST_F(SteppedShow, PrintsWhatItWouldAtOnce) {

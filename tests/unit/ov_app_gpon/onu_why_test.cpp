@@ -62,7 +62,7 @@ void put(const AppChassis& chassis, int id, int state = SONUTABLEONUSTATE_ADDED,
 }
 
 gpon_onu_why_t why(int id) {
-    return ov_app_gpon_onu_why(*stored_onu(id));
+    return ov_app_gpon_onu_why(*find_stored_row(onu_at(id)));
 }
 
 void report(int id, int state) {
