@@ -26,6 +26,12 @@ bool has_bit(uint32_t mask, int bit) {
     return mask >> bit & 1;
 }
 
+// Whether an ONU's record says so, whole.
+bool is_on(std::span<const uint8_t> onu) {
+    return get_be32(onu, offsetof(ov_gpon_onu_attr_t, adminStatus)) != 0 &&
+           get_be32(onu, offsetof(ov_gpon_onu_attr_t, active)) != 0;
+}
+
 } // namespace
 
 Card::Card(const CardShelf& shelf, uint32_t slot)
@@ -173,8 +179,13 @@ void Card::follow_onu(const CardRequest& request, bool held_before) {
     if (const auto port = replayed_.find(pon_of(index)); port != replayed_.end())
         port->second.insert(index);
     const bool news = onus_.told(index);
-    if (request.action == card_action::CREATE && held_before && !news)
-        onus_.report_again(index); // who creates it again doesn't know how it is
+    if (request.action == card_action::CREATE && held_before) {
+        // who creates it again doesn't know how it is
+        if (is_on(request.record))
+            onus_.set_enabled(index, true);
+        if (!news)
+            onus_.report_again(index);
+    }
     if (request.action == card_action::SET)
         switch_onu(index, request);
 }

@@ -568,6 +568,21 @@ def test_an_onu_that_is_created_again_reports_how_it_is(chassis, daemon):
     assert daemon.event().type == UNCFG_ONU
 
 
+def test_an_onu_that_is_created_again_is_on_if_its_record_says_so(chassis, daemon):
+    daemon.do(ONU, CREATE, onu_record())
+    chassis.simctl("onu", "add", "ABCD00000001", "port=gpon-olt1/3")
+    assert [daemon.state()[1], daemon.state()[1]] == [2, 3]
+    off = onu_record()[:136] + bytes(8) + onu_record()[144:]
+    on = off[:136] + b"\0\0\0\1" * 2 + off[144:]
+    daemon.do(ONU, SET, off, mask=1 << 4)
+    assert daemon.state()[1] == 1
+    daemon.do(ONU, CREATE, off)
+    assert daemon.state()[1] == 1
+    assert chassis.card(1)["onus"][0]["state"] == "lost"
+    daemon.do(ONU, CREATE, on)
+    assert [daemon.state()[1] for _ in range(3)] == [1, 2, 3]
+
+
 def test_what_a_replay_leaves_out_is_unconfigured_again(chassis, daemon):
     for serial in ("ABCD00000001", "ABCD00000002", "EFGH00000001"):
         chassis.simctl("onu", "add", serial, "port=gpon-olt1/4" if serial[0] == "E" else "port=gpon-olt1/3")

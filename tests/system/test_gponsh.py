@@ -157,7 +157,7 @@ def test_the_prompt_agrees_with_the_daemon_wherever_a_line_leads(terminal):
     assert "Unknown command" in terminal.run("vlan 100")
     terminal.run("configure terminal", r"gpon\(config\)# $")
     terminal.run("interface gpon-olt1/1", r"gpon\(gpon-olt1/1\)# $")
-    terminal.run("no hostname", r"gpon\(gpon-olt1/1\)# $")  # a command of the node above
+    terminal.run("no debug gpon qos", r"gpon\(gpon-olt1/1\)# $")  # a command of the node above
     assert "Unknown" not in terminal.run("fec downstream disable", r"gpon\(gpon-olt1/1\)# $")
 
 
