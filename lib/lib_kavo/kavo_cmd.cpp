@@ -212,10 +212,14 @@ int run_command(const struct cmd_element* self, struct vty* vty, int argc, struc
     const int count = static_cast<int>(arguments.size());
     arguments.push_back(nullptr);
 
-    OvRefusal request("vty");
-    last_result = command->handler(command, vty, count, arguments.data());
-    if (last_result != 0)
-        kavo_refusal_keep(vty, request.refuse(kavo_refusal_object(vty).c_str(), nullptr));
+    if (OvRefusal::current() != nullptr) { // run by another command, which tells of a refusal
+        last_result = command->handler(command, vty, count, arguments.data());
+    } else {
+        OvRefusal request("vty");
+        last_result = command->handler(command, vty, count, arguments.data());
+        if (last_result != 0)
+            kavo_refusal_keep(vty, request.refuse(kavo_refusal_object(vty).c_str(), nullptr));
+    }
     return last_result == 0 ? CMD_SUCCESS : CMD_WARNING;
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "kavo_cmd_rows.h"
+#include "ov_refusal.h"
 #include "ov_types.h"
 
 namespace {
@@ -55,14 +56,17 @@ int show_as_json(struct cmd_element* /*self*/, struct vty* vty, int argc, const 
     for (int i = 0; i < argc; i++)
         line += (i > 0 ? " " : "") + std::string(argv[i]);
     if (!is_short_for(argv[0], "show", 2)) {
+        ov_refusal_because("json takes a command that begins with show");
         vty_out(vty, "%% json takes a command that begins with show%s", kavo_newline(vty));
         return KAVO_CLI_BAD_INPUT;
     }
     g_json_session = vty;
     const int result = cmd_execute(vty, line.c_str(), nullptr, 0);
     g_json_session = nullptr;
-    if (result == CMD_ERR_NO_MATCH || result == CMD_ERR_AMBIGUOUS || result == CMD_ERR_INCOMPLETE)
+    if (result == CMD_ERR_NO_MATCH || result == CMD_ERR_AMBIGUOUS || result == CMD_ERR_INCOMPLETE) {
+        ov_refusal_because("no command \"%s\"", line.c_str());
         vty_out(vty, "%% Unknown command: %s%s", line.c_str(), kavo_newline(vty));
+    }
     return result;
 }
 

@@ -113,6 +113,9 @@ COMMANDS = [
      "502000 of 800000 kbit/s of fixed bandwidth of the PON port are taken, 500000 more aren't left"),
     # shows
     (ENABLE, "show mib table nope", "% no table nope\n", "-", 'no table "nope"'),
+    (ENABLE, "json show mib table nope", "% no table nope\n", "-", 'no table "nope"'),
+    (ENABLE, "json show the moon", "% Unknown command: show the moon\n", "-", 'no command "show the moon"'),
+    (ENABLE, "json list", "% json takes a command that begins with show\n", "-", "json takes a command that begins with show"),
     (ENABLE, "show mib table sTcontTable row 1 1 1 1 9", "% no such row\n", "-", "sTcontTable has no such row"),
 ]
 
