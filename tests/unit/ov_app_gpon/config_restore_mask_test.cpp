@@ -183,6 +183,7 @@ constexpr TableDesc ODD_DESC = {
     .name = "oddTable",
     .registry_index = ODD_TABLE,
     .oid = ODD_OID,
+    .rows = RowUse::ON_CARDS,
     .writable = true,
     .key_size = 4,
     .entry_size = sizeof(OddRow),
