@@ -3,17 +3,14 @@
 // A one-way message never waits. It goes to its card at once, or, when the card has no room or older messages
 // wait for it, into the card's outbox, and from there in order:
 //
-//   unix carrier   The send comes back at once. A descriptor connected to the card's name tells the event
-//   loop when
-//                  there is room (ipcWatchRoom).
-//   TIPC           The message comes back at once or a while later, when others behind it have left too. It
-//   goes to
-//                  the outbox's head, in the order in which it was once sent, and whatever follows goes
-//                  behind it. The event loop sees it come (ipcGetReturnFd), and so does the next send, of
-//                  which kind ever. What was read meanwhile was read before it; nothing can be done about
-//                  that. Only another try tells whether there is room: after 2 ms with one message, then
-//                  after twice the time while it comes back, up to 200 ms, and with twice as many while they
-//                  stay.
+// - unix carrier: the send comes back at once. A descriptor connected to the card's name tells the event loop
+//   when there is room (ipcWatchRoom).
+// - TIPC: the message comes back at once or a while later, when others behind it have left too. It goes to the
+//   outbox's head, in the order in which it was once sent, and whatever follows goes behind it. The event loop
+//   sees it come (ipcGetReturnFd), and so does the next send, of which kind ever. What was read meanwhile was
+//   read before it; nothing can be done about that. Only another try tells whether there is room: after 2 ms
+//   with one message, then after twice the time while it comes back, up to 200 ms, and with twice as many
+//   while they stay.
 //
 // The loop is held for at most HAL_OUTBOX_PASS messages of a card before others have their turn.
 //
@@ -40,7 +37,7 @@
 struct thread_master;
 
 // Bytes that wait for one card, HAL_OUTBOX_ENTRY for each message included: the replay of a full card, of
-// which nothing was read, fits (hal_outbox.cpp adds it up). And for all cards together.
+// which nothing was read, fits (hal_outbox_bound.cpp adds it up). And for all cards together.
 inline constexpr size_t HAL_OUTBOX_MAX = size_t{64} << 20;
 inline constexpr size_t HAL_OUTBOX_TOTAL = 4 * HAL_OUTBOX_MAX;
 inline constexpr size_t HAL_OUTBOX_ENTRY = 64;

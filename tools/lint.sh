@@ -11,3 +11,8 @@ fi
 clang-format --dry-run -Werror "${files[@]}"
 sources=$(printf '%s\n' "${files[@]}" | grep '\.cpp$' || true)
 [ -z "$sources" ] || printf '%s\n' "$sources" | xargs -P2 -n4 clang-tidy -p build/dev --quiet
+# The 32-bit target has no 64-bit atomics: they don't link there.
+if git grep -nE 'atomic(_ref)?<(std::)?(u?int64_t|u?intmax_t|double|(unsigned )?long long|std::chrono)' -- gpon hal lib mono ov_gpon platform; then
+    echo "64-bit atomics don't link on the product's processor" >&2
+    exit 1
+fi

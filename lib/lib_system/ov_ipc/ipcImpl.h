@@ -96,6 +96,8 @@ int ipc_sync_send_until(int ipc_handle, const ipc_peer& to, const ipc_exchange& 
 // IPC_RC_NO_MESSAGE when none has, IPC_RC_RTRNED_MSG_WAITING when a request stands in front (it is left for
 // the next send to report), IPC_RC_FAILED.
 int ipc_take_returned(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg);
+// Whether the message that came back and is next to be taken is a request.
+bool ipc_request_came_back(int ipc_handle);
 
 // ---- the same with the handle's semaphore held, so that threads can share a handle ---------------------
 // Besides the plain functions' results: IPC_RC_SEM_WAIT_FAIL (nothing was done), IPC_RC_SEM_POST_FAIL.

@@ -73,7 +73,11 @@ int await_reply(int ipc_handle, uint32_t msg_id, std::span<uint8_t> reply,
 int ipc_sync_send_until(int ipc_handle, const ipc_peer& to, const ipc_exchange& exchange) {
     uint32_t msg_id = 0;
     const int rc = ipcSendReq_impl(ipc_handle, to.serv_id, to.sub_id, exchange.msg, exchange.size, &msg_id);
-    if (rc != IPC_RC_SUCCESS)
+    // A one-way message that came back is the callback's, and no reason not to wait for the reply.
+    const bool goes_on =
+        rc == IPC_RC_SUCCESS || (rc == IPC_RC_RTRNED_MSG_WAITING && exchange.callback != nullptr &&
+                                 !ipc_request_came_back(ipc_handle));
+    if (!goes_on)
         return rc;
     return await_reply(ipc_handle, msg_id, exchange.reply, exchange.deadline, exchange.callback);
 }

@@ -37,8 +37,9 @@ void ipc_app_cb_destroy(IPC_APP_CB_T* cb);
 // Sends a request to (cb->serv_id, sub) and copies the reply into `reply` (at most `reply_size` bytes).
 // Returns the reply's length or a negative ipc_rc: IPC_RC_FAILED for a message above 2048 bytes (or a null or
 // negative argument), IPC_RC_MSG_TOO_LONG for a reply that doesn't fit, IPC_RC_RTRNED_MSG_WAITING when an
-// older message has come back (the request was sent, its reply isn't awaited; take the returned message with
-// ipc_receive_nonblock), else as ipcSyncSend.
+// older request has come back (this one was sent, its reply isn't awaited; take the returned one with
+// ipc_receive_nonblock; a one-way message that came back goes to the callback, if there is one), else as
+// ipcSyncSend.
 int ipc_send_sync_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size, void* reply, int reply_size);
 
 // The same with a point in time in place of the block's timeout.

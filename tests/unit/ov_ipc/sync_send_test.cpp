@@ -270,6 +270,24 @@ TEST(IpcSyncSend, AnOverLongReplyIsCutAndToldByOneByte) {
     });
 }
 
+TEST(IpcSyncSend, AOneWayMessageThatCameBackGoesToTheCallbackAndTheReplyIsAwaited) {
+    in_private_network([] {
+        static int shown = 0;
+        const int handle = registered(101, 11101);
+        const Peer peer(101, 10103);
+        give_back(handle, 5, IPC_ASYNC);
+        std::thread card([&peer] { peer.reply(peer.receive(), bytes_of("!")); });
+        SendBuffer buf("?");
+        Bytes reply(IPC_HDR_SIZE + 8);
+        const int rc = ipcSyncSend(handle, 101, 10103, buf.msg(), 1, reply.data() + IPC_HDR_SIZE, 8, 30,
+                                   [](void*, int, int returned) { return shown += returned, 0; });
+        card.join();
+        EXPECT_EQ(rc, 1);
+        const Message left = shown == 0 ? receive_on(handle) : Message{0, {}, {}, 1};
+        EXPECT_EQ(left.returned, 1); // shown, or still there when the reply came first
+    });
+}
+
 // ---- control blocks --------------------------------------------------------------------------------
 
 TEST(IpcAppCb, HoldsItsNameAndATimeoutOfOneSecond) {
