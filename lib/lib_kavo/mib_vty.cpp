@@ -26,9 +26,7 @@ void mib_table_vty_dump_all(struct vty* vty) {
     vty_out(vty, "   %5s    %-25s    %9s    %s%s", "index", "name", "auto-save", "auto-sync", nl);
     vty_out(vty, "%s%s", rule, nl);
     int total = 0;
-    for (const MIBDid_t& did : _sDid_Array) {
-        if (did.table_name == nullptr)
-            break;
+    for (MIBDid_t did = mmg_table_did_at(0); did.table_name != nullptr; did = mmg_table_did_at(total)) {
         vty_out(vty, "   %5d    %-25s    %9s    %s%s", did.index, did.table_name,
                 enabled(did.if_trigger_save), enabled(did.if_trigger_sync), nl);
         total++;

@@ -7,7 +7,8 @@
 
 #include "app_rows.h"
 
-// The look-up of one table by one text column. It is rebuilt when the table has changed. Main thread.
+// The look-up of one table by one text column. It is rebuilt when the table has changed. Any thread: it is
+// guarded by the table's mutex, as the rows are.
 template <typename Row>
 class NameIndex {
 public:
@@ -15,8 +16,10 @@ public:
     explicit NameIndex(const char* (*name)(const Row&)) : name_(name) {}
 
     // The first row in the table's order that has this name, null for none; valid until that row is deleted.
+    // A caller on another thread than the main one holds the table's mutex while it looks at the row.
     const Row* find(std::string_view name) {
         const TableModule& table = table_of<Row>::module();
+        const OvraMutexGuard lock(getMutex(table.did()));
         if (!built_ || generation_ != table.generation())
             rebuild(table.generation());
         const auto found = rows_.find(name);

@@ -8,8 +8,9 @@
 // nothing, nothing refers to it and nothing conflicts with it. Look-ups and walks pass over such rows, but
 // those that say "stored".
 //
-// Main thread. A walk holds its table's mutex. The row in hand may be read only, and rows of that table must
-// not be deleted while the walk lasts: collect first what is to be deleted (rows_copied).
+// A walk holds its table's mutex, on any thread. The row in hand may be read only, and rows of that table
+// must not be deleted while the walk lasts: collect first what is to be deleted (rows_copied). Rows that are
+// looked at by pointer without a walk (find_row) are for the main thread and for tables that only it changes.
 #pragma once
 
 #include <cstddef>

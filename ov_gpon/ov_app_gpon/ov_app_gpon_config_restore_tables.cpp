@@ -288,7 +288,7 @@ ov_bmp_t ov_mib_data_convert_to_hal(const void* pmib_a, void* shal_a, int msgTyp
         return 0;
     const auto* const* found =
         std::find_if(CONVERTERS.begin(), CONVERTERS.end(), [&](const RestoreTable* entry) {
-            return entry->message == msgType && entry->table == did->index;
+            return entry->message == msgType && entry->table == mmg_table_index(did);
         });
     if (found == CONVERTERS.end() || (*found)->encode == nullptr)
         return 0;
@@ -296,5 +296,5 @@ ov_bmp_t ov_mib_data_convert_to_hal(const void* pmib_a, void* shal_a, int msgTyp
 }
 
 int32_t ov_app_gpon_get_slot_from_mib_attr(MIBDID did, const void* pmib_attr, int msgType, int32_t dstSlot) {
-    return did != nullptr ? slot_of_row(slot_rule(did->index, msgType), pmib_attr, dstSlot) : 0;
+    return did != nullptr ? slot_of_row(slot_rule(mmg_table_index(did), msgType), pmib_attr, dstSlot) : 0;
 }

@@ -196,9 +196,8 @@ bool TableModule::write_file_from(const TableFile& copy, uint64_t size) {
 }
 
 void TableModule::save_if_changed() {
-    if (!changed_)
+    if (!changed_.exchange(false))
         return;
     save_file();
-    changed_ = false;
     OV_LOG_INFO(kLogTag, "saving changed table %s", name());
 }

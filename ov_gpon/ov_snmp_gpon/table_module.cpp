@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 #include <arpa/inet.h>
@@ -20,8 +21,14 @@ namespace {
 constexpr oid kPrivateArc[] = {1, 3, 6, 1, 4, 1, OV_DEFAULT_ENTERPRISE_ID};
 constexpr size_t kEnterpriseArc = std::size(kPrivateArc) - 1;
 
-std::vector<TableModule*>& modules() {
-    static std::vector<TableModule*> list;
+// The modules are made at their first use, on whatever thread that is.
+struct ModuleList {
+    std::mutex mutex;
+    std::vector<TableModule*> modules; // by registry index
+};
+
+ModuleList& module_list() {
+    static auto& list = *new ModuleList;
     return list;
 }
 
@@ -29,7 +36,17 @@ void enter_module(TableModule* module) {
     auto by_index = [](const TableModule* a, const TableModule* b) {
         return a->desc().registry_index < b->desc().registry_index;
     };
-    modules().insert(std::upper_bound(modules().begin(), modules().end(), module, by_index), module);
+    auto& [mutex, modules] = module_list();
+    const std::lock_guard lock(mutex);
+    modules.insert(std::upper_bound(modules.begin(), modules.end(), module, by_index), module);
+}
+
+template <typename Wanted>
+TableModule* find_module(Wanted wanted) {
+    auto& [mutex, modules] = module_list();
+    const std::lock_guard lock(mutex);
+    const auto found = std::find_if(modules.begin(), modules.end(), wanted);
+    return found == modules.end() ? nullptr : *found;
 }
 
 void put_default(const ColumnDesc& column, size_t offset, void* record) {
@@ -81,24 +98,20 @@ int activation_hook(MibHandler* handler, const void* row) {
 
 } // namespace
 
-std::span<TableModule* const> table_module_list() {
-    return modules();
+std::vector<TableModule*> table_module_list() {
+    auto& [mutex, modules] = module_list();
+    const std::lock_guard lock(mutex);
+    return modules;
 }
 
 TableModule* table_module_find(const char* name) {
-    for (TableModule* module : modules()) {
-        if (std::strcmp(module->name(), name) == 0)
-            return module;
-    }
-    return nullptr;
+    return find_module([name](const TableModule* module) { return std::strcmp(module->name(), name) == 0; });
 }
 
 TableModule* table_module_find(int registry_index) {
-    for (TableModule* module : modules()) {
-        if (module->desc().registry_index == registry_index)
-            return module;
-    }
-    return nullptr;
+    return find_module([registry_index](const TableModule* module) {
+        return module->desc().registry_index == registry_index;
+    });
 }
 
 // ---- life ----------------------------------------------------------------------------------------

@@ -171,6 +171,7 @@ public:
     // count and the rest is zeros; null at the end.
     const void* row_at_or_above(const void* key, size_t columns) const;
     // Raised by every change of the table: what is derived from its rows is good as long as this stands.
+    // 64 bits wide, so that it never comes round, and therefore under the table's mutex like the rows.
     uint64_t generation() const { return generation_; }
 
     // ---- file (table_file.cpp) --------------------------------------------------------------------
@@ -186,7 +187,7 @@ public:
     void save_file();
     // mib_save_<table>: notes that the table has changed. No file is written.
     void mark_changed() {
-        changed_ = true;
+        changed_.store(true, std::memory_order_relaxed);
         ++generation_;
     }
     // mib_save_<table>_changed: save_file() if the table has been marked; clears the mark.
@@ -247,11 +248,11 @@ private:
     std::array<char, 256> path_{};
     bool copy_is_needed_ = false; // beside the file stands a copy that is better
     std::atomic<bool> changed_ = false;
-    uint64_t generation_ = 0; // main thread
+    uint64_t generation_ = 0;
 };
 
-// All table modules of the program, in order of their registry index. Main thread.
-std::span<TableModule* const> table_module_list();
-// The module of a table, by name ("sTcontTable") or registry index; null for one that has none.
+// All table modules of the program that have been used, in order of their registry index. Any thread.
+std::vector<TableModule*> table_module_list();
+// The module of a table, by name ("sTcontTable") or registry index; null for one that has none. Any thread.
 TableModule* table_module_find(const char* name);
 TableModule* table_module_find(int registry_index);

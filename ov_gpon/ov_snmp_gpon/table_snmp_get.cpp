@@ -38,7 +38,7 @@ FreshRow collect(const TableDesc& desc, netsnmp_request_info* requests) {
 // Runs the get chain on a copy of the first row, and keeps what it filled in, whatever the chain's result:
 // live data replaces the stored. The row's key isn't the chain's to change.
 void refresh(TableModule& module, netsnmp_request_info* requests) {
-    if (table_cntl[module.did()->index].callback_get == nullptr)
+    if (table_cntl[module.desc().registry_index].callback_get == nullptr)
         return;
     FreshRow fresh = collect(module.desc(), requests);
     if (fresh.request == nullptr)

@@ -12,7 +12,7 @@ from snmp_manager import ENTERPRISE, Manager, Table
 from wire_card import ASYNC, CREATE, DELETE, REQUEST, SET, Agent, Message, check_heads, onu
 
 INT, UINT, TEXT, IP = "Integer32", "Gauge32", "OctetString", "IpAddress"
-PORT, ONU, ONU_TYPE, BW_TYPE, TCONT, GEM, SERVPORT, MCAST = 901, 903, 906, 907, 908, 909, 910, 919
+PORT, ONU, ONU_TYPE, BW_TYPE, TCONT, GEM, SERVPORT, MCAST, CTC = 901, 903, 906, 907, 908, 909, 910, 919, 941
 NOT_SUPPORTED, NO_RESOURCE = 1008, 1005
 
 SHELF = """
@@ -292,6 +292,16 @@ def test_a_multicast_vlan_goes_to_every_card(world):
     assert world.mcast.create((1, 9), {2: 300, 3: "abcdef", 4: "239.1.2.3", 5: 0x4C200000}) == "noError"
     fields = {0: u16(9), 2: u16(300), 4: b"abcdef", 12: u32(0x4C200000)}
     check(world.card.one(MCAST, since), MCAST, CREATE, bits(1, 2, 3, 4), record(16, fields))
+
+
+def test_controllable_multicast_goes_out_as_one_byte(world):
+    since = world.mark()
+    for words in ("ctc enable", "ctc disable"):
+        assert world.chassis.vty("configure terminal", "gpon", words).result == 0
+    world.chassis.wait_for(lambda: len(world.card.of(CTC, since=since)) == 2, what="both messages")
+    for message, byte in zip(world.card.of(CTC, since=since), (b"\1", b"\0")):
+        check_heads(message, CTC, 1, ASYNC, 2, board=8)
+        assert (message.action, message.mask & 0xFFFFFFFF, message.record[:1]) == (SET, 1, byte)
 
 
 def test_an_onu_goes_behind_all_that_hangs_off_it(world):

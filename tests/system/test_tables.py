@@ -1,6 +1,8 @@
 """Tables of the running daemon: files read at start, saved on the controller's request, looked at by vty."""
 
+import random
 import re
+import time
 
 import pytest
 
@@ -91,6 +93,59 @@ def test_a_restart_brings_the_rows_back(chassis):
     chassis.run("rm", "-f", "/var/run/gpon.vty")
     chassis.start_daemon()
     assert ", 3 rows of " in chassis.vty("show mib table sTcontTable")
+
+
+def many_tconts(count):
+    return [line(1, 2, 1 + n // 8192, 1 + n // 64 % 128, n % 64, n, f"tcont-{n}", 77, "default", 1) for n in range(count)]
+
+
+def test_a_save_that_is_killed_loses_no_row(chassis):
+    dice = random.Random(7)
+    lines = many_tconts(30000)
+    start(chassis, {"sTcontTable": lines})
+    saved = chassis.path(f"{DIR}/sTcontTable.mib")
+    copy = saved.with_name("sTcontTable.mib.new")
+    whole = cut_off = 0
+    for turn in range(6):
+        chassis.event("snmp-mib-table-save", sequence=turn, tablename="sTcontTable")
+        chassis.wait_for(copy.exists, what="the save to begin")
+        ends = time.monotonic() + dice.random() * 0.03
+        while time.monotonic() < ends:  # anywhere in the save, or just behind it
+            pass
+        chassis.kill_daemon()
+        if copy.exists():
+            cut_off += 1
+            whole += copy.read_bytes().endswith(b"\n#30000\n")
+        chassis.run("rm", "-f", "/var/run/gpon.vty")
+        chassis.start_daemon()
+        assert ", 30000 rows of " in chassis.vty("show mib table sTcontTable")
+        assert saved.read_text() == "".join(lines)
+        assert not copy.exists()
+    assert len(chassis.log_lines("was cut off")) == cut_off
+    assert len(chassis.log_lines("its content is taken from")) == whole
+
+
+def test_a_save_on_a_full_disk_keeps_the_file_and_the_daemon_goes_on(chassis):
+    chassis.start(OPERATIONAL + QUIET_SCENARIO)
+    assert chassis.run("mkdir", "-p", DIR).returncode == 0
+    assert chassis.run("mount", "-t", "tmpfs", "-o", "size=256k", "tmpfs", DIR).returncode == 0
+    before = "".join(many_tconts(1000))
+    chassis.write(f"{DIR}/sTcontTable.mib", before)
+    chassis.start_daemon()
+    chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
+    save(chassis, "sTcontTable")
+    assert chassis.read(f"{DIR}/sTcontTable.mib") == before
+    assert not chassis.log_lines("sTcontTable.mib failed")
+    # The rest of the disk goes to somebody else.
+    assert chassis.run("dd", "if=/dev/zero", f"of={DIR}/ballast", "bs=4k").returncode != 0
+    save(chassis, "sTcontTable", sequence=2)
+    assert len(chassis.log_lines(r"saving \S+/sTcontTable\.mib failed: No space left on device$")) == 1
+    assert chassis.read(f"{DIR}/sTcontTable.mib") == before
+    assert not chassis.exists(f"{DIR}/sTcontTable.mib.new")
+    assert ", 1000 rows of " in chassis.vty("show mib table sTcontTable")
+    chassis.run("rm", f"{DIR}/ballast")
+    save(chassis, "sTcontTable", sequence=3)
+    assert len(chassis.log_lines("sTcontTable.mib failed")) == 1
 
 
 def test_a_save_of_an_unknown_table_is_silent(chassis):

@@ -1,9 +1,11 @@
 #include "ov_product.h"
 
+#include <atomic>
 #include <chrono>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -32,7 +34,12 @@ struct ProductFacts {
     uint32_t product_type;
 };
 
-std::optional<ProductFacts> g_facts;
+// What is kept of answers is guarded by these: any thread may ask.
+std::mutex g_facts_mutex;
+std::mutex g_paths_mutex;
+std::mutex g_ha_recovery_mutex;
+
+std::atomic<const ProductFacts*> g_facts{nullptr}; // never changed once they are known
 
 ProductFacts read_facts() {
     ProductFacts facts{};
@@ -58,9 +65,12 @@ ProductFacts read_facts() {
 }
 
 const ProductFacts& facts() {
-    if (!g_facts)
-        g_facts = read_facts();
-    return *g_facts;
+    if (const ProductFacts* known = g_facts.load(std::memory_order_acquire))
+        return *known;
+    const std::lock_guard lock(g_facts_mutex);
+    if (g_facts.load(std::memory_order_relaxed) == nullptr)
+        g_facts.store(new ProductFacts(read_facts()), std::memory_order_release);
+    return *g_facts.load(std::memory_order_relaxed);
 }
 
 const ov_shelf_layout& layout() {
@@ -172,7 +182,7 @@ std::string g_internal_address;
 
 void ov_product_deinit() {
     ov_product_info_deinit();
-    g_facts.reset();
+    delete g_facts.exchange(nullptr);
     g_ha_recovery_flag_file = {};
     g_ha_recovery_flag = {};
     g_onu_version_path.clear();
@@ -190,6 +200,7 @@ bool ov_product_sys_oper_status_get() {
 }
 
 bool ov_product_ha_recoverying_flag_get() {
+    const std::lock_guard lock(g_ha_recovery_mutex);
     const char* path = g_ha_recovery_flag_file.name();
     return path != nullptr && g_ha_recovery_flag.first_character(path) == '1';
 }
@@ -277,6 +288,7 @@ bool ov_product_if_slot_contain_pon_port(uint32_t slotid) {
 const char* ov_product_get_sc_internal_ip_addr() {
     if (ov_product_is_slot_1u() || !ov_product_is_slot_sc(0))
         return LOOPBACK_ADDRESS;
+    const std::lock_guard lock(g_paths_mutex);
     if (g_internal_address.empty()) {
         char text[OV_PRODUCT_INFO_TEXT_SIZE];
         if (!ov_product_env_lookup_text("qcx9_self", text, sizeof text) || !is_ipv4_address(text))
@@ -295,6 +307,7 @@ const char* ov_product_pm_ini_file() {
 }
 
 const char* ov_product_onu_version_path_get() {
+    const std::lock_guard lock(g_paths_mutex);
     if (g_onu_version_path.empty()) {
         const char* path = getenv("OV_ENV_ONU_VERSION_DIR");
         if (path == nullptr || *path == '\0') {

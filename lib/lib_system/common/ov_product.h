@@ -1,6 +1,6 @@
 // Facts of the product and of this board, from the platform's environment store (the shell tool
-// "ov_env_get"). Event loop's thread only. A query that runs the tool takes milliseconds; those that are
-// asked often keep their answer.
+// "ov_env_get"). Any thread. A query that runs the tool takes milliseconds; those that are asked often keep
+// their answer.
 #pragma once
 
 #include <cstdint>

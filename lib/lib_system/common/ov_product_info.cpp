@@ -5,6 +5,7 @@
 #include <cctype>
 #include <chrono>
 #include <cstring>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -77,14 +78,17 @@ constexpr std::array KEYS = {
 };
 static_assert(KEYS.size() == OV_PRODUCT_INFO_KEY_NUM);
 
-ov_product_info_cb_s g_product_info;
-ov_product_env_cost g_env_cost;
+std::mutex g_record_mutex;
+ov_product_info_cb_s g_product_info; // guarded by it until it is filled
+std::mutex g_cost_mutex;
+ov_product_env_cost g_env_cost; // guarded by it
 
 } // namespace
 
 // ---- single look-ups -----------------------------------------------------------------------------------
 
 ov_product_env_cost ov_product_env_cost_get() {
+    const std::lock_guard lock(g_cost_mutex);
     return g_env_cost;
 }
 
@@ -92,6 +96,7 @@ namespace {
 
 void count_env_cost(uint32_t lookups, std::chrono::steady_clock::time_point start) {
     const auto spent = std::chrono::steady_clock::now() - start;
+    const std::lock_guard lock(g_cost_mutex);
     g_env_cost.lookups += lookups;
     g_env_cost.usec += uint64_t(std::chrono::duration_cast<std::chrono::microseconds>(spent).count());
 }
@@ -176,6 +181,7 @@ uint32_t ov_product_number_of_text(const char* text, uint32_t fallback) {
 // ---- the record ----------------------------------------------------------------------------------------
 
 void ov_product_info_init() {
+    const std::lock_guard lock(g_record_mutex);
     if (g_product_info.filled != 0)
         return;
     const std::string output = read_all_keys();

@@ -1,4 +1,4 @@
-// The record of product facts that the platform's environment store holds, read once.
+// The record of product facts that the platform's environment store holds, read once. Any thread.
 #pragma once
 
 #include <cstddef>

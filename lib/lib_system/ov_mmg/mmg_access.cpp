@@ -117,7 +117,7 @@ char MibAccessHandle(int type, int /*appid*/, MIBDID did, void* row, MIB_Flags_t
     auto access = static_cast<int>(g_access_count.fetch_add(1, std::memory_order_relaxed) + 1);
     MMG_INFO_LOG("MibAccessHandle[%d]!", access);
 
-    int index = mib_index_of(did);
+    int index = mmg_table_index(did);
     if (index < 0 || index > kLastIndex) {
         std::printf("\r\novra: wrong index %d for mib operation!\r\n", index);
         std::fflush(stdout);
@@ -145,14 +145,15 @@ int mib_row_mode(int index, void* row) {
 }
 
 int MibRowStatusGet(MIBDID did, void* row) {
-    return mib_row_mode(mib_index_of(did), row);
+    return mib_row_mode(mmg_table_index(did), row);
 }
 
 int MibCallSync(MIBDID did, void* row, MIB_Flags_t flags) {
-    table_control_t* control = mib_control_of(did);
-    if (control == nullptr || did->if_trigger_sync == 0 || control->syncPtr == nullptr)
+    const MIBDid_t table = mmg_table_did_read(did);
+    table_control_t* control = mib_control_at(table.index);
+    if (control == nullptr || table.if_trigger_sync == 0 || control->syncPtr == nullptr)
         return 1;
-    auto mode = static_cast<ROW_MODE>(MibRowStatusGet(did, row));
+    auto mode = static_cast<ROW_MODE>(mib_row_mode(table.index, row));
     return control->syncPtr(mode, did, row, flags) == 0 ? 1 : 0;
 }
 

@@ -6,6 +6,19 @@
 // a message to the hardware, and only then a changed row.
 //
 // A module of the application layer starts with AssignAppId and one MibRegisterCallback per table and kind.
+//
+// Threads. Registering tables and setting their roles is for the start, on the main thread. After it every
+// function here may be called from any thread, and so may all that it reaches below the application layer:
+// registry, rows, table modules, their files, the changed flags, the log, notifications.
+//
+// The application's callbacks run on the thread that makes the access. They hold the mutex of each table
+// whose access is under way and no other, while what they keep (counters of resources, look-ups, caches,
+// what was sent to a card) belongs to the main thread. So another thread than the main one
+//  - reads with the _S codes, or the codes of tables that have no get callback,
+//  - writes with _S_N, or with _S where the table has no check callback (the action table is such a one),
+//  - doesn't look at stored rows by pointer, but copies them, as MibAccessHandle does.
+// Mutexes of two tables are taken in the order of a cascade: a thread that holds one and works on another
+// table without being inside a callback may stop itself and the main thread for good.
 #pragma once
 
 #include "mmg_definition.h"
@@ -184,7 +197,7 @@ table_control_t* ovraMib_RegisterSnmpHanlder(MIBDID did, netsnmp_handler_registr
 // Sets role and sync hook; 1, or 0 after logging "wrong role try to register for mib:%d".
 char ovraMib_ParamSet(MIBDID did, app_role role, mib_sync_handler_ptr synPtr);
 
-// Row size, role, number of rows.
+// Row size, role, number of rows (which takes the table's mutex).
 int MibGetTableStructSize(MIBDID did);
 app_role MibGetTableOwnerRole(MIBDID did);
 int MibNumberGet(MIBDID did);
@@ -198,8 +211,8 @@ void clearOpOwnerSnmp(MIBDID did);
 
 // Runs one operation of MIB_OPERATION. `row` is the caller's buffer of a full entry record: in it go index
 // and new values, in it comes the result. `flags` names the columns that the call means. `appid` and `slot`
-// have no effect. Returns MIB_OK or MIB_FAIL. Any thread; holds the table's mutex throughout, so a callback
-// must not wait for another thread that may want the same table.
+// have no effect. Returns MIB_OK or MIB_FAIL. Any thread, within the bounds that stand above; holds the
+// table's mutex throughout, so a callback must not wait for another thread that may want the same table.
 char MibAccessHandle(int type, int appid, MIBDID did, void* row, MIB_Flags_t flags, int slot);
 
 // The ROW_MODE of a row, MODE_ILLEGAL for a table without module.
@@ -260,7 +273,7 @@ char MibChangedTableFlagGet(MIBDID did);
 char MibChangedGlobalFlagGet();
 
 // ---- application ids and table mutexes -----------------------------------------------------------
-// Both pools are for start-up on the main thread.
+// Any thread.
 
 // The lowest free id from 1 to 127, or 0 if none is left.
 int AssignAppId();

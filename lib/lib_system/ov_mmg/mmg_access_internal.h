@@ -8,18 +8,15 @@
 
 inline constexpr char MMG_LOG_TAG[] = "MMG";
 
-// Index of an identity, -1 for none. The entry that an identity points to may be rewritten by a look-up in
-// a callback (see mmg_definition.h): read the index once and go on with the number.
-inline int mib_index_of(MIBDID did) {
-    return did == nullptr ? -1 : did->index;
-}
+// The entry that an identity points to may be rewritten by a look-up in a callback (see mmg_definition.h):
+// read its index once, with mmg_table_index, and go on with the number.
 
 // Control record of a table, null for an index outside the arrays.
 inline table_control_t* mib_control_at(int index) {
     return index < 0 || index >= MIB_TABLE_SLOTS ? nullptr : &table_cntl[index];
 }
 inline table_control_t* mib_control_of(MIBDID did) {
-    return mib_control_at(mib_index_of(did));
+    return mib_control_at(mmg_table_index(did));
 }
 
 // The present identity of an index; `given` for one that the registry doesn't know.

@@ -127,15 +127,17 @@ bool walk_chain(int index, MIBDID did, int type, void* row, MIB_Flags_t flags) {
 
 // The table and chain that a registration names; both null if there are none.
 struct ChainPlace {
+    int index = -1;
     table_control_t* control = nullptr;
     MIB_callback** head = nullptr;
 };
 
 ChainPlace find_chain(MIBDID did, int type) {
-    table_control_t* control = mib_control_of(did);
+    const int index = mmg_table_index(did);
+    table_control_t* control = mib_control_at(index);
     if (control == nullptr || control->dataOper == nullptr)
         return {};
-    return {control, chain_head(*control, type)};
+    return {index, control, chain_head(*control, type)};
 }
 
 } // namespace
@@ -155,13 +157,13 @@ char mib_run_chain(int index, MIBDID did, int type, void* row, MIB_Flags_t flags
 
 char Run_MibCallbackFunc(int /*appid*/, MIBDID did, int type, void* row, MIB_Flags_t flags) {
     MmgFunctionTrace trace(__func__, __LINE__);
-    return mib_run_chain(mib_index_of(did), did, type, row, flags);
+    return mib_run_chain(mmg_table_index(did), did, type, row, flags);
 }
 
 char MibRegisterCallback(MIBDID did, int type, const char* name, int appid, MIB_callback_ptr fptr,
                          MIB_Flags_t flags) {
     MmgFunctionTrace trace(__func__, __LINE__);
-    auto [control, head] = find_chain(did, type);
+    const auto [index, control, head] = find_chain(did, type);
     if (head == nullptr || fptr == nullptr)
         return 0;
     OvraMutexGuard lock(control->pmutex);
@@ -185,13 +187,13 @@ char MibRegisterCallback(MIBDID did, int type, const char* name, int appid, MIB_
 
 void MibUnRegisterCallback(MIBDID did, int type, MIB_callback_ptr fptr) {
     MmgFunctionTrace trace(__func__, __LINE__);
-    auto [control, head] = find_chain(did, type);
+    const auto [index, control, head] = find_chain(did, type);
     if (head == nullptr || fptr == nullptr)
         return;
     OvraMutexGuard lock(control->pmutex);
     if (MIB_callback* node = find_callback(*head, fptr)) {
         unlink(head, node);
-        retire(did->index, node);
+        retire(index, node);
     }
 }
 
@@ -212,8 +214,9 @@ char MibFlagsCheck(const MIB_Flags_t flags_setpartial, const MIB_Flags_t flags_c
 
 char IfMibFlagsConflict(MIBDID did, const int appid, const int type, const MIB_Flags_t flags) {
     table_control_t* control = mib_control_of(did);
-    if (control == nullptr)
+    if (control == nullptr || control->dataOper == nullptr)
         return 0;
+    OvraMutexGuard lock(control->pmutex);
     auto same_app = [&](const acb& app) { return app.appId == appid; };
     auto overlaps = [&](const acb& app) { return MibFlagsCheck(flags, app.appFlags) != 0; };
     auto either = [&](const acb& app) { return same_app(app) || overlaps(app); };

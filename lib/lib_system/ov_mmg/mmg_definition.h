@@ -6,8 +6,11 @@
 // table takes the place of SPON, and SPON enters again behind it at its own next look-up. An MIBDID is
 // therefore fetched at each use and never kept.
 //
-// Nothing here locks. Every table in use is looked up once at start-up on the main thread; later look-ups
-// of known tables, from any thread, only read.
+// Any thread. A look-up of a known table takes no lock. What a thread has fetched stays what it was for that
+// thread when another one enters a table: an identity of SPON whose place is taken meanwhile still stands for
+// SPON in all functions of the store, until the thread fetches SPON anew. The fields of an entry are read
+// with mmg_table_did_read and mmg_table_index, which know of this; who reads them directly sees the place as
+// it is now.
 #pragma once
 
 // Table indexes by name. ARPCONFIGSCALARS (152) has a number and no row: looking it up gives null.
@@ -32,7 +35,7 @@ typedef struct MIBDid_t {
 
 typedef MIBDid_t* MIBDID;
 
-// The known tables. Filled from the start without gaps; read-only for all but the registry.
+// The known tables. Filled from the start without gaps; for the registry, which others read through.
 extern MIBDid_t _sDid_Array[MIB_TABLE_SLOTS];
 
 // Enters a table under an index; does nothing when the index is known. When all places are taken, writes
@@ -43,7 +46,12 @@ void mmg_table_register_tableIndex(int tableIndex);
 // The identity of a table, entered first if need be. Null for an index that is neither in the list nor
 // registered.
 MIBDID mmg_table_did_getbyindex(int tableIndex);
-// The same, giving the name, or "not register".
+// What an identity stands for, as this thread fetched it; index -1 for null.
+MIBDid_t mmg_table_did_read(const MIBDid_t* did);
+int mmg_table_index(const MIBDid_t* did);
+// The table that stands in a place of the registry now, counted from 0; without a name for none.
+MIBDid_t mmg_table_did_at(int place);
+// The name of a table, entered first if need be, or "not register".
 const char* mmg_table_name_getbyindex(int tableIndex);
 
 // Debug switches of the store, off at start: entry and exit of its functions, and details.

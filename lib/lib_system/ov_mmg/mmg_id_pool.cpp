@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <bitset>
 #include <iterator>
+#include <mutex>
 
 #include "mmg_access_internal.h"
 
@@ -9,6 +10,8 @@ namespace {
 
 constexpr size_t kAppIds = 128;
 constexpr size_t kMutexes = 128;
+
+std::mutex g_pool_mutex; // guards what follows
 
 std::bitset<kAppIds> app_flag{1}; // id 0 is never handed out
 
@@ -27,6 +30,7 @@ size_t first_free(const std::bitset<N>& used) {
 } // namespace
 
 int AssignAppId() {
+    const std::lock_guard lock(g_pool_mutex);
     size_t id = first_free(app_flag);
     if (id == kAppIds)
         return 0;
@@ -39,10 +43,12 @@ void ReleaseAppId(int appid) {
         OV_LOG_ERROR(MMG_LOG_TAG, "wrong appid %d, can't be released!", appid);
         return;
     }
+    const std::lock_guard lock(g_pool_mutex);
     app_flag.reset(static_cast<size_t>(appid));
 }
 
 ovra_mutex_t* AssignMutex() {
+    const std::lock_guard lock(g_pool_mutex);
     size_t place = first_free(mutex_flag);
     if (place == kMutexes)
         return nullptr;
@@ -54,6 +60,7 @@ ovra_mutex_t* AssignMutex() {
 }
 
 void ReleaseMutex(ovra_mutex_t* mutex) {
+    const std::lock_guard lock(g_pool_mutex);
     auto* place = std::find(std::begin(mutex_id), std::end(mutex_id), mutex);
     if (mutex != nullptr && place != std::end(mutex_id))
         mutex_flag.reset(static_cast<size_t>(place - mutex_id));

@@ -12,9 +12,10 @@ namespace {
 
 // The table's tree, or null when it has none.
 PTREE* tree_of(MIBDID did) {
-    if (did == nullptr || did->index < 0 || did->index >= MIB_TABLE_SLOTS)
+    const int index = mmg_table_index(did);
+    if (index < 0 || index >= MIB_TABLE_SLOTS)
         return nullptr;
-    PTREE* tree = &data_Tree[did->index];
+    PTREE* tree = &data_Tree[index];
     return tree->rows == nullptr ? nullptr : tree;
 }
 
@@ -44,8 +45,9 @@ AddedRow add_row(MIBDID did, void* row) {
 } // namespace
 
 char data_Init(MIBDID did, int key_size, int info_size) {
-    if (did != nullptr && did->index >= 0 && did->index < MIB_TABLE_SLOTS) {
-        PTREE* tree = &data_Tree[did->index];
+    const int index = mmg_table_index(did);
+    if (index >= 0 && index < MIB_TABLE_SLOTS) {
+        PTREE* tree = &data_Tree[index];
         PTreeDestroy(tree);
         P_PARAMS params;
         params.key_size = key_size;

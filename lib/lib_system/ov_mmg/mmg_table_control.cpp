@@ -24,7 +24,8 @@ void MibHandler_ctor(MibHandler* handler) {
 table_control_t* ovraMib_RegisterSnmpHanlder(MIBDID did, netsnmp_handler_registration* handlerReg,
                                              MibHandler* dataOper, int key_size, int struct_size) {
     MmgFunctionTrace trace(__func__, __LINE__);
-    table_control_t* control = mib_control_of(did);
+    const int index = mmg_table_index(did);
+    table_control_t* control = mib_control_at(index);
     if (control == nullptr)
         return nullptr;
     control->reg = handlerReg;
@@ -32,7 +33,7 @@ table_control_t* ovraMib_RegisterSnmpHanlder(MIBDID did, netsnmp_handler_registr
     control->struct_size = struct_size;
     if (control->pmutex == nullptr)
         control->pmutex = AssignMutex();
-    mib_clear_chains(did->index);
+    mib_clear_chains(index);
     data_Init(did, key_size, struct_size);
     control->table = get_table_head(did);
     return control;
@@ -43,7 +44,7 @@ char ovraMib_ParamSet(MIBDID did, app_role role, mib_sync_handler_ptr synPtr) {
     if (control == nullptr)
         return 0;
     if (role <= ROLE_UNDEFINED || role >= ROLE_MAX) {
-        OV_LOG_ERROR(MMG_LOG_TAG, "wrong role try to register for mib:%d", did->index);
+        OV_LOG_ERROR(MMG_LOG_TAG, "wrong role try to register for mib:%d", mmg_table_index(did));
         return 0;
     }
     control->role = role;
@@ -62,6 +63,10 @@ app_role MibGetTableOwnerRole(MIBDID did) {
 }
 
 int MibNumberGet(MIBDID did) {
+    const table_control_t* control = mib_control_of(did);
+    if (control == nullptr || control->pmutex == nullptr)
+        return get_row_num(did);
+    OvraMutexGuard lock(control->pmutex);
     return get_row_num(did);
 }
 

@@ -3,12 +3,16 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <memory>
 
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "hal_sock.h"
+#include "ov_hal_gpon_msg.h"
+#include "ov_hal_gpon_records.h"
 #include "uclient.h"
 
 #include "../kavo/frr_fixture.h"
@@ -162,10 +166,32 @@ TEST_F(GponMain, NetlinkReceiveReportsAnEmptyQueueAsFailure) {
     EXPECT_EQ(gpon_nl_receive(&event), -1);
 }
 
-TEST(GponNlMsg, EveryMessageIsTaken) {
-    char body[64] = {};
-    EXPECT_EQ(gpon_nl_msg(927, body, sizeof body), 0u);
-    EXPECT_EQ(gpon_nl_msg(0, nullptr, 0), 0u);
+// A body as a card sends it: the message's head and the record behind it.
+template <typename Record>
+std::string event_body(int32_t action, const Record& record) {
+    ov_hal_gpon_msg_head_t head = {};
+    head.action = action;
+    std::string body(sizeof head + sizeof record, '\0');
+    memcpy(body.data(), &head, sizeof head);
+    memcpy(body.data() + sizeof head, &record, sizeof record);
+    body.resize(body.size() + sizeof(hal_nlmsghdr)); // cards count the frame's header too
+    return body;
+}
+
+TEST(GponNlMsg, HandsAnEventOnWithItsTypeBodyAndLength) {
+    LogCapture log;
+    ov_gpon_trap_onu_state_attr_t event = {};
+    event.onuIfindex = 4711;
+    std::string body = event_body(OV_HAL_GPON_MSG_ACTION_SET, event);
+    const auto length = static_cast<unsigned>(body.size());
+    EXPECT_EQ(gpon_nl_msg(OV_HAL_MSG_GPON_ONUSTATES_TRAP, body.data(), length), 0u);
+    EXPECT_THAT(log.lines(), Contains(testing::HasSubstr("4711")));
+
+    LogCapture::clear();
+    EXPECT_EQ(gpon_nl_msg(OV_HAL_MSG_GPON_ONUSTATES_TRAP, body.data(), 20), 0u) << "too short for its record";
+    EXPECT_EQ(gpon_nl_msg(0, body.data(), length), 0u) << "no event";
+    EXPECT_EQ(gpon_nl_msg(OV_HAL_MSG_GPON_ONUSTATES_TRAP, nullptr, 0), 0u);
+    EXPECT_THAT(log.lines(), testing::Not(Contains(testing::HasSubstr("4711"))));
 }
 
 TEST(GponSignals, TableHoldsFourRowsThatStandReady) {
@@ -181,10 +207,38 @@ TEST(GponSignals, TableHoldsFourRowsThatStandReady) {
 }
 
 TEST(GponSignals, IntAndTermEndTheProcessWithStatusZeroAfterALogLine) {
+    for (const size_t row : {2u, 3u}) {
+        LogCapture log;
+        EXPECT_EXIT(
+            {
+                uclient = nullptr;
+                gpon_signals[row].handler();
+            },
+            testing::ExitedWithCode(0), "");
+        EXPECT_THAT(log.file_text(), testing::EndsWith("Terminating on signal\n"));
+    }
+}
+
+TEST(GponSignals, TheEndLetsGoOfTheController) {
     EXPECT_EXIT(
         {
-            uclient = nullptr;
-            gpon_signals[2].handler();
+            int sync[2];
+            int async[2];
+            if (pipe(sync) != 0 || pipe(async) != 0)
+                abort();
+            uclient_s client = {};
+            client.fd_sync = sync[0];
+            client.fd_async = async[0];
+            uclient = &client;
+            // What stands in the end of the process sees both closed.
+            static int left[2];
+            left[0] = sync[0];
+            left[1] = async[0];
+            atexit([] {
+                const bool open = fcntl(left[0], F_GETFD) != -1 || fcntl(left[1], F_GETFD) != -1;
+                _exit(open ? 3 : 0);
+            });
+            gpon_signals[3].handler();
         },
         testing::ExitedWithCode(0), "");
 }

@@ -7,6 +7,8 @@
 #include <cstring>
 
 #include "../support/hal_chassis.h"
+#include "../support/log_capture.h"
+#include "hal_debug.h"
 #include "hal_outbox.h"
 #include "ipcImpl.h"
 #include "ov_types.h"
@@ -15,6 +17,7 @@ using testing::Contains;
 using testing::ContainsRegex;
 using testing::Each;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -516,6 +519,26 @@ TEST(HalSend, EverySynchronousSendLeavesItsTimeInTheLibraryLog) {
             ContainsRegex("len: 100, type: 908, seq: 1, slot: 3, flags: 0, inter: [0-9]+\\.[0-9]{6} ms\n"));
         EXPECT_THAT(chassis.log.lines(), Each(Not(HasSubstr("inter:")))); // it was fast
     });
+}
+
+TEST(HalTiming, ASendOfMoreThanFiftyMillisecondsIsInTheApplicationsLogToo) {
+    LogCapture log;
+    hal_send_timing send = {.len = 100, .type = 908, .seq = 7, .slot = 3, .flags = 0x10, .usec = 50000};
+    hal_debug_log_timing(send);
+    EXPECT_THAT(log.lines(), IsEmpty()) << "fifty are fast";
+    send.usec = 50001;
+    hal_debug_log_timing(send);
+    EXPECT_THAT(log.lines(),
+                ElementsAre("len: 100, type: 908, seq: 7, slot: 3, flags: 0x10, inter: 50.001000 ms"));
+    send.usec = 12345678;
+    hal_debug_log_timing(send);
+    EXPECT_THAT(log.lines().back(), EndsWith("inter: 12345.678000 ms"));
+    // The library's log has all three, the application's the slow ones.
+    const std::string text = log.file_text();
+    size_t lines = 0;
+    for (size_t at = text.find("[TIMING]"); at != std::string::npos; at = text.find("[TIMING]", at + 1))
+        ++lines;
+    EXPECT_EQ(lines, 5u) << text;
 }
 
 TEST(HalSend, BurstToACardThatReadsSlowlyLosesNothing) {

@@ -1,6 +1,8 @@
 // What every table of profiles by name does alike. What sets a table apart stands in its own test.
 #include "profile_tables.h"
 
+#include <thread>
+
 using namespace profile_test;
 using testing::Contains;
 using testing::ElementsAre;
@@ -48,6 +50,25 @@ template <typename Table>
 class NamedProfile : public testing::Test {};
 using AllTables = testing::Types<BwProfiles, OnuTypeProfiles, QosProfiles, TrafficProfiles>;
 TYPED_TEST_SUITE(NamedProfile, AllTables, NameOfDescription);
+
+TYPED_TEST(NamedProfile, IsFoundByNameOnEachThreadWhileOthersAreMade) {
+    using T = TypeParam;
+    app_chassis::run([](AppChassis&) {
+        ASSERT_EQ(T::add(T::profile("gold")), OV_GPON_RET_OK);
+        std::thread other([] {
+            for (int round = 0; round < 300; ++round) {
+                mib_ulong id = 0;
+                EXPECT_EQ(T::GET_ID("gold", &id), 1);
+                EXPECT_EQ(id, hash_of("gold"));
+            }
+        });
+        for (int round = 0; round < 60; ++round) {
+            EXPECT_EQ(T::add(T::profile("silver")), OV_GPON_RET_OK);
+            EXPECT_EQ(T::del("silver"), OV_GPON_RET_OK);
+        }
+        other.join();
+    });
+}
 
 TYPED_TEST(NamedProfile, AddMakesARowUnderTheHashOfItsName) {
     using T = TypeParam;

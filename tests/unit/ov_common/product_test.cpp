@@ -320,6 +320,23 @@ TEST_F(Product, HaRecoveryWithoutAFileNameIsLoggedAndFalseAndNotAskedForEachMess
     EXPECT_LE(platform.runs_of("OV_APP_FLAG_FILE_HA_RECOVERY"), 2);
 }
 
+TEST_F(Product, AnswersAreKeptForAllThreads) {
+    platform.set("OV_APP_FLAG_FILE_HA_RECOVERY", platform.file("ha", "1"));
+    const auto ask = [] {
+        for (int message = 0; message < 1000; message++) {
+            EXPECT_TRUE(ov_product_ha_recoverying_flag_get());
+            EXPECT_EQ(ov_product_enterprise_id_get(), OV_DEFAULT_ENTERPRISE_ID);
+            EXPECT_STREQ(ov_product_sn_get(), "");
+            EXPECT_STREQ(ov_product_get_sc_internal_ip_addr(), "127.0.0.1");
+        }
+    };
+    std::thread other(ask);
+    ask();
+    other.join();
+    EXPECT_EQ(platform.runs_of("OV_APP_FLAG_FILE_HA_RECOVERY"), 1);
+    EXPECT_EQ(platform.runs_of("PDT_INFO_ENTERPRISE_ID"), 1);
+}
+
 TEST_F(Product, MateSlotIs0WhenTheCommandFails) {
     EXPECT_EQ(ov_product_get_mate_sc_slot_id(), 0u);
     platform.set("mate_slot", "9");

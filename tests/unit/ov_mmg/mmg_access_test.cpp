@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -386,6 +388,47 @@ TEST_F(Access, AnOperationOnSponGoesOnWhenItsIdentityIsGivenToANewTable) {
     EXPECT_EQ(seen, (std::vector<int>{SPON, SPON}));
     EXPECT_EQ(spon.stored(1, 1)->value, 11);
     EXPECT_EQ(MibChangedTableFlagGet(spon.did()), 1);
+}
+
+// Puts the registry back as it was.
+class KeptRegistry {
+public:
+    KeptRegistry() : saved_(std::begin(_sDid_Array), std::end(_sDid_Array)) {}
+    ~KeptRegistry() { std::copy(saved_.begin(), saved_.end(), std::begin(_sDid_Array)); }
+    KeptRegistry(const KeptRegistry&) = delete;
+    KeptRegistry& operator=(const KeptRegistry&) = delete;
+
+private:
+    std::vector<MIBDid_t> saved_;
+};
+
+TEST_F(Access, AnIdentityOfSponStandsForItWhenAnotherThreadGivesItsPlaceAway) {
+    const KeptRegistry kept;
+    FakeTable spon{SPON};
+    spon.put(1, 1, 10);
+    const MIBDID given = spon.did();
+    std::thread([] { mmg_table_did_register(201, "NEWCOMER", 0, 0); }).join();
+    EXPECT_EQ(given->index, 201) << "the place has been taken";
+    EXPECT_EQ(mmg_table_index(given), SPON);
+    EXPECT_STREQ(mmg_table_did_read(given).table_name, "SPON");
+
+    EXPECT_EQ(get_row_num(given), 1);
+    MibChangedFlagClear();
+    MibChangedFlagSet(given);
+    EXPECT_EQ(MibChangedTableFlagGet(given), 1);
+    EXPECT_EQ(MibChangedGlobalFlagGet(), 1);
+    FakeRow row{1, 1, 11, 0, 0, 0};
+    EXPECT_EQ(MibAccessHandle(MIB_SET, 0, given, &row, columns({FAKE_COLUMN_VALUE}), 0), MIB_OK);
+    EXPECT_EQ(spon.stored(1, 1)->value, 11);
+    EXPECT_NE(spon.did(), given) << "fetched anew it stands elsewhere";
+    EXPECT_EQ(mmg_table_index(given), 201);
+}
+
+TEST_F(Access, AnIdentityOfSponIsTheNewTablesWhenItsOwnThreadGaveThePlaceAway) {
+    const KeptRegistry kept;
+    const MIBDID given = mmg_table_did_getbyindex(SPON);
+    mmg_table_did_register(202, "OWN", 0, 0);
+    EXPECT_EQ(mmg_table_index(given), 202);
 }
 
 // ---- debug lines ----------------------------------------------------------------------------------

@@ -113,6 +113,20 @@ TEST(TrapQueue, WhatFindsNoRoomGoesInItsOrderWhenTheMasterHasRead) {
     });
 }
 
+// With room in the connection and nothing in the way: the loop is woken for it.
+TEST(TrapQueue, WhatAnotherThreadSendsIsSentByTheLoop) {
+    with_slow_master([](TrapQueue& queue, SlowMaster&, const LogCapture&) {
+        std::thread([&queue] {
+            queue.send(trap(1));
+            queue.send(trap(2));
+        }).join();
+        EXPECT_THAT(sent, IsEmpty()) << "not on that thread";
+        EXPECT_EQ(queue.waiting(), 2u);
+        EXPECT_TRUE(frr_run_until([&queue] { return queue.waiting() == 0; }));
+        EXPECT_THAT(sent, ElementsAre(1u, 2u));
+    });
+}
+
 TEST(TrapQueue, TheLoopTriesAgainByItself) {
     with_slow_master([](TrapQueue& queue, SlowMaster& master, const LogCapture&) {
         for (oid number = 1; number <= 2; number++) { // once more after it has been empty

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "../kavo/frr_fixture.h"
@@ -51,6 +52,34 @@ TEST(SmuxTrap, CarriesItsIdentityAndTheObjectsThatHaveAValue) {
                     ElementsAre(Name{1, 3, 6, 1, 2, 1, 1, 3, 0}, // sysUpTime.0, by the library
                                 Name{1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0},
                                 Name{1, 3, 6, 1, 4, 1, 9, 1, 7, 11, 12}, Name{1, 3, 6, 1, 4, 1, 9, 1, 7}));
+    });
+}
+
+// The library is the loop's: what another thread wants to send waits for it.
+TEST(AgentxNotification, OfAnotherThreadIsSentByTheLoop) {
+    private_root::run([] {
+        const LogCapture log;
+        static std::thread::id sender;
+        smux_init(frr_master());
+        snmp_register_callback(
+            SNMP_CALLBACK_APPLICATION, SNMPD_CALLBACK_SEND_TRAP2,
+            [](int, int, void* pdu, void*) {
+                sender = std::this_thread::get_id();
+                return note_notification(0, 0, pdu, nullptr);
+            },
+            nullptr);
+        std::thread([] {
+            const oid identity[] = {1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0};
+            const oid trap[] = {1, 3, 6, 1, 4, 1, 9, 0, 5};
+            netsnmp_variable_list* list = nullptr;
+            snmp_varlist_add_variable(&list, identity, 11, ASN_OBJECT_ID, trap, sizeof trap);
+            agentx_send_notification(list); // which takes the list
+        }).join();
+        EXPECT_THAT(names, testing::IsEmpty()) << "not on that thread";
+        EXPECT_TRUE(frr_run_until([] { return !names.empty(); }));
+        EXPECT_EQ(sender, std::this_thread::get_id());
+        EXPECT_THAT(names,
+                    ElementsAre(Name{1, 3, 6, 1, 2, 1, 1, 3, 0}, Name{1, 3, 6, 1, 6, 3, 1, 1, 4, 1, 0}));
     });
 }
 
