@@ -17,12 +17,12 @@ namespace {
 constexpr char REASON_HEAD[] =
     "\n"
     "onu        now               since                last reason     at                   remarks\n"
-    "------------------------------------------------------------------------------------\n";
+    "----------------------------------------------------------------------------------------------\n";
 constexpr char ALARM_HEAD[] = "\n"
                               "source               severity      code text                           since  "
                               "                       age\n"
                               "------------------------------------------------------------------------------"
-                              "---------------------------"
+                              "--------------------------"
                               "\n";
 
 std::vector<std::string> words_in_front(const std::string& text) {
@@ -83,7 +83,7 @@ TEST_F(OnuReasonCli, OneLineForAnOnuWithWordsAndTimes) {
     add_alarm(index_of("gpon-olt1/2"), SACTIVEALARMTABLEALARMCODE_OLT_PON_LOS, 4, 5);
     EXPECT_EQ(run(enable_, "show onu reason"),
               std::string(REASON_HEAD) +
-                  "1/2:1      operational       2001-09-09 01:46:40  -               -                  \n"
+                  "1/2:1      operational       2001-09-09 01:46:40  -               -\n"
                   "1/2:128    never seen        -                    -               -                    "
                   "no light on gpon-olt1/2\n"
                   "total 2\n");

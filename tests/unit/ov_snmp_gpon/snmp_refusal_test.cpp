@@ -37,6 +37,7 @@ protected:
     SnmpRefusal() : module(table_module_sTcontTable()) {
         initialize_table_sTcontTable();
         initialize_table_sPonTable();
+        play_module(module);
         g_column = 0;
         g_nested = false;
         LogTap::take();
