@@ -319,8 +319,7 @@ def test_half_a_request_of_the_master_waits_for_its_rest(chassis):
     get = struct.pack(master.order + "BBBBIIII", 1, 5, 0x10 if master.order == ">" else 0, 0, 7, 55, 999, len(search)) + search
     with VtyProbe(chassis) as probe:
         master.connection.sendall(get[:30])
-        for _ in range(50):
-            chassis.vty("show slot info")
+        chassis.wait_for(lambda: probe.count > 50, what="an operator to be served")
         master.connection.sendall(get[30:])
         while True:
             kind, packet, _ = master.receive()

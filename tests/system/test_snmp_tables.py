@@ -144,7 +144,7 @@ def test_create_and_go_and_destroy(chassis, table):
     assert error_of(chassis, f"{base}.{status}.{index}", "i", CREATE_AND_WAIT) == "inconsistentValue"
     chassis.snmpset(f"{base}.{status}.{index}", "i", DESTROY)
     assert "No Such Instance" in chassis.snmp("snmpget", f"{base}.{status}.{index}").stdout
-    assert error_of(chassis, f"{base}.{status}.{index}", "i", DESTROY) == "resourceUnavailable"
+    chassis.snmpset(f"{base}.{status}.{index}", "i", DESTROY)  # a second one finds what it wants
 
 
 @pytest.mark.parametrize("table", PLAIN)
