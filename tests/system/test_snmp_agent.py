@@ -23,7 +23,7 @@ PROFILE = f"{ENTERPRISE}.1.1.1.1.1.7.1"  # the entry of the bandwidth profile ta
 #: The daemon looks after its master every three seconds; each second, for tests of many losses.
 QUICK = "agentXPingInterval 1\n"
 
-LOOP_HELD = 1.0  # seconds: nothing waits for a master but 0.2 s of an attempt; with room for a busy machine
+LOOP_HELD = 3.0  # seconds: nothing waits for a master but 0.2 s of an attempt; with room for a very busy machine
 BACK_AGAIN = 5.0  # seconds: until the tables are registered after the master's return
 
 
