@@ -5,12 +5,12 @@
 //
 // - unix carrier: the send comes back at once. A descriptor connected to the card's name tells the event loop
 //   when there is room (ipcWatchRoom).
-// - TIPC: the message comes back at once or a while later, when others behind it have left too. It goes to the
-//   outbox's head, in the order in which it was once sent, and whatever follows goes behind it. The event loop
-//   sees it come (ipcGetReturnFd), and so does the next send, of which kind ever. What was read meanwhile was
-//   read before it; nothing can be done about that. Only another try tells whether there is room: after 2 ms
-//   with one message, then after twice the time while it comes back, up to 200 ms, and with twice as many
-//   while they stay.
+// - TIPC: the message comes back at once or a while later, when others behind it have left too. It goes to
+//   the outbox's head, in the order in which it was once sent, and whatever follows goes behind it. The event
+//   loop sees it come (ipcGetReturnFd), and so does the next send. What was read meanwhile was read before
+//   it; nothing can be done about that. Only another try tells whether there is room: after 2 ms with one
+//   message, then after twice the time while it comes back, up to 200 ms, and with twice as many while they
+//   stay.
 //
 // The loop is held for at most HAL_OUTBOX_PASS messages of a card before others have their turn.
 //

@@ -76,11 +76,11 @@ typedef unsigned (*hal_recv_handle)(unsigned type, void* buf, unsigned len);
 void hal_init(unsigned module, struct thread_master* master, hal_recv_handle recv);
 
 // Sends a message to the card of the slot in nlmsg_pid, or one after the other to every active card for slot
-// 0, and waits for the reply, up to 12 seconds a card; one-way messages that wait for the card go first, in the
-// same 12 seconds. `nlhdr` is the message, nlmsg_len bytes long; the reply overwrites it, never beyond that
-// length. A card that isn't active is passed over with success.
-// Returns 0; KAVO_PARAM for null or a length below 16; KAVO_MEMORY for a length above HAL_MSG_MAX;
-// OV_GPON_RET_NOT_SUPPORT when the one card said so; KAVO_ERR for any other refusal or failure.
+// 0, and waits for the reply, up to 12 seconds a card; one-way messages that wait for the card go first, in
+// the same 12 seconds. `nlhdr` is the message, nlmsg_len bytes long; the reply overwrites it, never beyond
+// that length. A card that isn't active is passed over with success. Returns 0; KAVO_PARAM for null or a
+// length below 16; KAVO_MEMORY for a length above HAL_MSG_MAX; OV_GPON_RET_NOT_SUPPORT when the one card said
+// so; KAVO_ERR for any other refusal or failure.
 unsigned hal_send(hal_nlmsghdr* nlhdr);
 
 // The same without waiting: what a card has no room for waits in its outbox, and a failed send is logged

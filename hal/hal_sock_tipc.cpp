@@ -121,14 +121,15 @@ int exchange(const Leg& leg, unsigned slot, const hal_frame_t& request, int requ
     IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
     const auto deadline = ipc_sync_deadline(cb);
     hal_patience patience;
-    int rc;
     do {
-        rc = drain(slot, deadline);
+        int rc = drain(slot, deadline);
         if (rc == IPC_RC_SUCCESS)
             rc = ipc_send_sync_msg_until(cb, static_cast<uint32_t>(leg.sub_id), &request, request_len, reply,
                                          IPC_MAX_MSG_SIZE, deadline);
-        hal_outbox_collect();
-        if (rc != IPC_RC_SND_BUFF_FULL && (rc != IPC_RC_MSG_RTRNED || !ipcReturnedForRoom(cb->ipcHandle)))
+        const bool no_room =
+            rc == IPC_RC_SND_BUFF_FULL || (rc == IPC_RC_MSG_RTRNED && ipcReturnedForRoom(cb->ipcHandle));
+        hal_outbox_collect(); // what came back meanwhile has reasons of its own
+        if (!no_room)
             return rc;
     } while (hal_outbox_wait_room(slot, patience, deadline));
     return IPC_RC_TIMEOUT;
