@@ -72,7 +72,7 @@ std::string reason_of(const TableModule& module, const netsnmp_request_info* req
     const std::string name = column != nullptr ? column->name : "column " + std::to_string(info.colnum);
     switch (request->status) {
     case SNMP_ERR_NOTWRITABLE:
-        return name + " can't be written";
+        return module.awaits_module() ? "nothing stands behind the table yet" : name + " can't be written";
     case SNMP_ERR_WRONGTYPE:
         return column != nullptr ? name + " is of type " + type_text(*column) : "";
     case SNMP_ERR_WRONGLENGTH:

@@ -489,4 +489,30 @@ TEST(Module, FunctionsTakeTheIndexColumnsInTheirTypes) {
                        int(void*, int, int, ovralist_t*, element_comparator, Mib_Index_Compare_Ptr)>);
 }
 
+// What is named like a password or a key is marked as one: no log shows it.
+TEST(Descriptions, PasswordsAndKeysAreSecrets) {
+    each_column([](const TableDesc&, const ColumnDesc& column, const std::string& name) {
+        const std::string own = column.name;
+        const auto ends_with = [&](const char* end) { return own.ends_with(end); };
+        const bool is_one =
+            column.type == ColType::TEXT && (ends_with("Pw") || ends_with("Pwd") || ends_with("Pass") ||
+                                             ends_with("Password") || own.find("Key") != own.npos);
+        EXPECT_EQ(column.secret, is_one) << name;
+    });
+    EXPECT_TRUE(table("sOnuTable").column(6)->secret);
+    EXPECT_FALSE(table("sOnuTable").column(7)->secret);
+}
+
+// Managers are let in to a table with a module as soon as that is there; the default is a table that is only
+// stored.
+TEST(Descriptions, RowsThatAreOnlyStoredAreThoseOfNoModule) {
+    std::set<std::string> stored;
+    for (const TableDesc* desc : table_desc_list())
+        if (desc->rows == RowUse::STORED && desc->writable && !std::string(desc->name).starts_with("acl"))
+            stored.insert(desc->name);
+    EXPECT_THAT(stored, ElementsAre("gemPmThrTable", "onuPmThrTable", "ponPmThrTable", "sActiveAlarmTable",
+                                    "sGponTrapEnableTable", "sOnuHistoryTable", "sPonOpticTable",
+                                    "sRmFlowTable", "sServiceTable"));
+}
+
 } // namespace
