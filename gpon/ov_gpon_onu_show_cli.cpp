@@ -196,11 +196,12 @@ constexpr kavo_column_t HISTORY_COLUMNS[] = {
     {"off 4", TIME_WIDTH}, {"on 5", TIME_WIDTH}, {"off 5", TIME_WIDTH}};
 
 void print_history(const kavo_table_t& table, const History& row) {
-    table.row({place(row), ov_local_time_text(row.sOnuHistoryAuthTime1), ov_local_time_text(row.sOnuHistoryOffTime1),
-               ov_local_time_text(row.sOnuHistoryAuthTime2), ov_local_time_text(row.sOnuHistoryOffTime2),
-               ov_local_time_text(row.sOnuHistoryAuthTime3), ov_local_time_text(row.sOnuHistoryOffTime3),
-               ov_local_time_text(row.sOnuHistoryAuthTime4), ov_local_time_text(row.sOnuHistoryOffTime4),
-               ov_local_time_text(row.sOnuHistoryAuthTime5), ov_local_time_text(row.sOnuHistoryOffTime5)});
+    table.row({place(row), ov_local_time_text(row.sOnuHistoryAuthTime1),
+               ov_local_time_text(row.sOnuHistoryOffTime1), ov_local_time_text(row.sOnuHistoryAuthTime2),
+               ov_local_time_text(row.sOnuHistoryOffTime2), ov_local_time_text(row.sOnuHistoryAuthTime3),
+               ov_local_time_text(row.sOnuHistoryOffTime3), ov_local_time_text(row.sOnuHistoryAuthTime4),
+               ov_local_time_text(row.sOnuHistoryOffTime4), ov_local_time_text(row.sOnuHistoryAuthTime5),
+               ov_local_time_text(row.sOnuHistoryOffTime5)});
 }
 
 int ov_gpon_olt_show_onu_history_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
