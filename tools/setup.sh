@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the packages that are missing and builds libfrr once. Silent when there is nothing to do.
+# Installs the packages that are missing and builds libfrr once: tools/setup.sh [FURTHER_PACKAGE...]. Silent when there is
+# nothing to do.
 # Works as root, or for a user with sudo; says plainly what is missing when neither is there. What it installs it notes for
 # tools/clean.sh.
 set -euo pipefail
@@ -8,7 +9,10 @@ cd "$(dirname "$0")/.."
 say() { printf '%s\n' "$*" >&2; }
 
 missing_packages() {
-    cat tools/packages.txt third_party/frr/packages.txt | sed 's/#.*//' | awk 'NF { print $1 }' | sort -u |
+    {
+        cat tools/packages.txt third_party/frr/packages.txt
+        printf '%s\n' "$@"
+    } | sed 's/#.*//' | awk 'NF { print $1 }' | sort -u |
         while read -r package; do
             state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
             [ "$state" = installed ] || printf '%s\n' "$package"
@@ -57,6 +61,6 @@ if ! command -v dpkg-query >/dev/null; then
     say "third_party/frr/packages.txt yourself, build libfrr with third_party/frr/build.sh, then use cmake."
     exit 1
 fi
-mapfile -t missing < <(missing_packages)
+mapfile -t missing < <(missing_packages "$@")
 [ "${#missing[@]}" -eq 0 ] || install_packages "${missing[@]}"
 third_party/frr/build.sh

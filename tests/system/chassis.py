@@ -31,6 +31,9 @@ BUILD = pathlib.Path(os.environ.get("GPON_BUILD_DIR", REPO / "build" / "dev")).r
 BIN = BUILD / "bin"
 SINGLE_BOARD = REPO / "sim" / "scenarios" / "single-board.scn"
 
+#: Programs of the coverage preset write their counts at this signal and kill themselves (tests/coverage).
+KILL = signal.SIGRTMAX if BUILD.name == "coverage" else signal.SIGKILL
+
 #: A controller that is ready and does nothing of its own accord.
 QUIET_SCENARIO = "mono-ready 1\n"
 
@@ -222,6 +225,8 @@ class Sandbox:
     def close(self):
         """Ends everything inside."""
         if self._launcher.poll() is None:
+            if KILL != signal.SIGKILL:
+                os.kill(self.init, KILL)  # and it passes it on
             self._launcher.stdin.close()
             try:
                 self._launcher.wait(10)
@@ -316,7 +321,7 @@ class Chassis:
     def kill_sim(self):
         """SIGKILL to the simulated chassis, and waits until it is gone."""
         for pid in self.sandbox.processes("chassis-sim"):
-            os.kill(pid, signal.SIGKILL)
+            os.kill(pid, KILL)
         self.wait_for(lambda: not self.sandbox.processes("chassis-sim"), what="the simulated chassis to end")
 
     # ---- the simulated chassis ---------------------------------------------------------------------------
@@ -415,7 +420,7 @@ class Chassis:
         if not pids:
             raise ChassisError("the daemon isn't running")
         for pid in pids:
-            os.kill(pid, signo)
+            os.kill(pid, KILL if signo == signal.SIGKILL else signo)
 
     def kill_daemon(self, timeout=10.0):
         """SIGKILL, and waits until it is gone."""

@@ -89,8 +89,9 @@ def test_a_changed_preset_is_followed(small_tree):
 def suite_tree(tmp_path):
     """./test with a build, unit tests and system tests that only note that they ran."""
     copy_of(tmp_path, "test")
-    script(tmp_path / "tools" / "setup.sh", "")
+    script(tmp_path / "tools" / "setup.sh", '[ $# -eq 0 ] || echo "got $*" >>notes')
     script(tmp_path / "tools" / "build.sh", "echo built $1 >>notes")
+    script(tmp_path / "tools" / "coverage.sh", "echo counts $* >>notes")
     script(tmp_path / "bin" / "ctest", "echo unit >>notes")
     note = "def test_it():\n    open('notes', 'a').write('system\\n')\n"
     (tmp_path / "tests" / "system").mkdir(parents=True)
@@ -101,19 +102,20 @@ def suite_tree(tmp_path):
 @pytest.mark.parametrize(
     "options, ran",
     [
-        ([], ["dev", "unit", "system"]),
-        (["--unit"], ["dev", "unit"]),
-        (["--system"], ["dev", "system"]),
-        (["--unit", "--system"], ["dev", "unit", "system"]),
-        (["--system", "--unit", "-k", "it"], ["dev", "unit", "system"]),
-        (["--asan", "--unit"], ["asan", "unit"]),
-        (["--tsan", "--system"], ["tsan", "system"]),
+        ([], ["built dev", "unit", "system"]),
+        (["--unit"], ["built dev", "unit"]),
+        (["--system"], ["built dev", "system"]),
+        (["--unit", "--system"], ["built dev", "unit", "system"]),
+        (["--system", "--unit", "-k", "it"], ["built dev", "unit", "system"]),
+        (["--asan", "--unit"], ["built asan", "unit"]),
+        (["--tsan", "--system"], ["built tsan", "system"]),
+        (["--coverage"], ["got gcovr", "built coverage", "counts --forget", "unit", "system", "counts"]),
     ],
 )
 def test_what_is_asked_for_is_run(suite_tree, options, ran):
     done = run("./test", *options, cwd=suite_tree, PATH=f"{suite_tree}/bin:{os.environ['PATH']}")
     assert done.returncode == 0, done.stdout + done.stderr
-    assert (suite_tree / "notes").read_text().split() == ["built", *ran]
+    assert (suite_tree / "notes").read_text().splitlines() == ran
 
 
 @pytest.mark.parametrize("options", [["--units"], ["--unit", "-k", "it"]])
@@ -225,6 +227,12 @@ def test_setup_notes_what_is_new_on_the_machine(package_tree, status):
     assert done.returncode == status, done.stderr
     assert noted(package_tree) == ["libfree", "libused", "snmpd", "strace"]
     assert in_tree(package_tree, "tools/setup.sh").stderr == ""
+
+
+def test_setup_installs_further_packages_for_what_needs_them(package_tree):
+    done = in_tree(package_tree, "tools/setup.sh", "gcovr")
+    assert done.returncode == 0, done.stderr
+    assert "gcovr" in noted(package_tree)
 
 
 # ---- tools/clean.sh ----------------------------------------------------------------------------------------
