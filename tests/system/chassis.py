@@ -15,6 +15,7 @@ Environment:
     GPON_CACHE_DIR   where libfrr was built, when not below ~/.cache
 """
 
+import ctypes
 import json
 import os
 import pathlib
@@ -421,6 +422,13 @@ class Chassis:
             raise ChassisError("the daemon isn't running")
         for pid in pids:
             os.kill(pid, KILL if signo == signal.SIGKILL else signo)
+
+    def signal_main_thread(self, signo):
+        """Sends a signal to the daemon's first thread and no other. A signal to the process goes to any thread
+        when the first one holds signals back, as it does while it starts a program."""
+        for pid in self.daemon_pids():
+            if ctypes.CDLL(None).tgkill(pid, pid, signo) != 0:
+                raise ChassisError("the daemon's first thread isn't there")
 
     def kill_daemon(self, timeout=10.0):
         """SIGKILL, and waits until it is gone."""

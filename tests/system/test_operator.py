@@ -102,7 +102,7 @@ def test_sigusr1_reads_the_running_file_again(running):
 
 
 def test_a_crash_leaves_a_report_and_ends_by_sigkill(running):
-    running.signal_daemon(signal.SIGSEGV)
+    running.signal_main_thread(signal.SIGSEGV)
     assert running.wait_daemon_exit(20) in (-signal.SIGKILL, 128 + signal.SIGKILL)
     out = running.stdout()
     assert "!!! CRASH !!!" in out
