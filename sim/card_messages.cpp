@@ -10,15 +10,6 @@
 
 namespace {
 
-// The bits of a record's mask, as field names; empty for a record without a mask.
-const char* attribute_names(std::string_view record) {
-#define CARD_ATTRIBUTES(name, fields)                                                                        \
-    if (record == #name)                                                                                     \
-        return fields;
-#include "card_messages.def"
-    return "";
-}
-
 std::vector<CardPart> parts_of(const HalRecordDesc* record, const char* paths) {
     Words words;
     std::string error;
@@ -29,10 +20,15 @@ std::vector<CardPart> parts_of(const HalRecordDesc* record, const char* paths) {
     return parts;
 }
 
-// QinQ masks say whether a rule is added or removed; the record counts as a whole.
-const char* mask_of(const HalMessageDesc& message) {
+// The parts that the bits of the message's mask stand for. QinQ masks say whether a rule is added or removed;
+// the record counts as a whole.
+std::vector<CardPart> masked_parts_of(const HalMessageDesc& message) {
     const bool whole = message.type == OV_HAL_MSG_GPON_PORT_QINQ || message.type == OV_HAL_MSG_GPON_ONU_QINQ;
-    return whole || !message.record ? "" : attribute_names(message.record->name);
+    std::vector<CardPart> parts;
+    if (!whole && message.record)
+        for (const HalAttributeDesc& attribute : hal_record_attributes(*message.record))
+            parts.push_back({attribute.field, attribute.offset, attribute.size});
+    return parts;
 }
 
 // How a card can tell that a message is for it: by what the sender sends it by.
@@ -76,7 +72,7 @@ CardMessage describe(int number, uint32_t kind, CardUse use, CardParent parent, 
     message.use = use;
     message.parent = parent;
     message.key = parts_of(carried.record, key);
-    message.attributes = parts_of(carried.record, mask_of(carried));
+    message.attributes = masked_parts_of(carried);
     return message;
 }
 

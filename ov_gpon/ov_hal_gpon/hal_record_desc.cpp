@@ -76,6 +76,41 @@ constexpr const HalRecordDesc* all_descs[] = {
 #include "records/all.def"
 };
 
+// ---- attributes --------------------------------------------------------------------------------------
+
+#define HAL_ATTRIBUTES(record)                                                                               \
+    namespace attributes_of_##record {                                                                       \
+        using Record = record;                                                                               \
+        constexpr HalAttributeDesc list[] = {
+#define HAL_ATTRIBUTE(bit, attribute, field)                                                                 \
+    {#attribute, #field, uint16_t(offsetof(Record, field)), uint16_t(sizeof(Record::field))},
+#define HAL_ATTRIBUTES_END(bit, attribute)                                                                   \
+    }                                                                                                        \
+    ;                                                                                                        \
+    static_assert(std::size(list) == (bit), "the bit of " #attribute " is behind the last attribute");       \
+    }
+#include "records/attributes.def"
+
+// One check for each attribute, so that the compiler names the one whose bit is wrong.
+#define HAL_ATTRIBUTES(record) namespace attributes_of_##record {
+#define HAL_ATTRIBUTE(bit, attribute, field)                                                                 \
+    static_assert(list[bit].offset == offsetof(Record, field) &&                                             \
+                      std::string_view(list[bit].name) == #attribute,                                        \
+                  #attribute);
+#define HAL_ATTRIBUTES_END(bit, attribute) }
+#include "records/attributes.def"
+
+struct AttributesOf {
+    const HalRecordDesc* record;
+    std::span<const HalAttributeDesc> attributes;
+};
+constexpr AttributesOf attributes[] = {
+#define HAL_ATTRIBUTES(record) {&hal_record_desc_##record, attributes_of_##record::list},
+#include "records/attributes.def"
+};
+
+// ---- messages ----------------------------------------------------------------------------------------
+
 // Bytes behind action and mask, as the sender has them.
 enum : uint16_t {
 #define OV_HAL_GPON_MSG(name, value, size, dest, offset, padding) SIZE_OF_##name = (size),
@@ -105,6 +140,11 @@ std::span<const HalRecordDesc* const> hal_record_descs() {
 const HalRecordDesc* hal_record_desc_by_name(std::string_view name) {
     const auto* found = std::ranges::find(all_descs, name, &HalRecordDesc::name);
     return found == std::end(all_descs) ? nullptr : *found;
+}
+
+std::span<const HalAttributeDesc> hal_record_attributes(const HalRecordDesc& record) {
+    const auto* found = std::ranges::find(attributes, &record, &AttributesOf::record);
+    return found == std::end(attributes) ? std::span<const HalAttributeDesc>{} : found->attributes;
 }
 
 std::span<const HalMessageDesc> hal_message_descs() {

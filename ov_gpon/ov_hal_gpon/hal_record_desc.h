@@ -46,6 +46,17 @@ std::span<const HalRecordDesc* const> hal_record_descs();
 // By the record's name, "ov_gpon_tcont_attr_t"; null for an unknown one.
 const HalRecordDesc* hal_record_desc_by_name(std::string_view name);
 
+// One attribute of a record: the field that a bit of its mask stands for.
+struct HalAttributeDesc {
+    const char* name; // of the constant, "OV_GPON_TCONT_ATTR_INDEX_name"
+    const char* field;
+    uint16_t offset; // of the field
+    uint16_t size;
+};
+
+// A record's attributes by their bits, from 0; empty for a record without a mask.
+std::span<const HalAttributeDesc> hal_record_attributes(const HalRecordDesc& record);
+
 // What a message carries.
 struct HalMessageDesc {
     uint16_t type;               // message number

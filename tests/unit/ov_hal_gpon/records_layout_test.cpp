@@ -311,6 +311,19 @@ TEST(RecordsValues, AttributeIndexesFitTheMask) {
     EXPECT_EQ(2, OV_GPON_QINQ_ATTR_INDEX_del);
 }
 
+TEST(RecordsValues, AttributesNameTheFieldsOfTheirBits) {
+    const auto tcont = hal_record_attributes(hal_record_desc_ov_gpon_tcont_attr_t);
+    ASSERT_EQ(size_t{OV_GPON_TCONT_ATTR_INDEX_MAX}, tcont.size());
+    EXPECT_STREQ("OV_GPON_TCONT_ATTR_INDEX_bwProfile", tcont[OV_GPON_TCONT_ATTR_INDEX_bwProfile].name);
+    EXPECT_STREQ("bwProfile", tcont[OV_GPON_TCONT_ATTR_INDEX_bwProfile].field);
+    // Attributes stand in the mask in another order than fields in the record.
+    const auto port = hal_record_attributes(hal_record_desc_ov_gpon_port_attr_t);
+    EXPECT_EQ(offsetof(ov_gpon_port_attr_t, txPwr), port[OV_GPON_PORT_ATTR_INDEX_txPwr].offset);
+    EXPECT_EQ(sizeof(ov_gpon_port_attr_t::sched), port[OV_GPON_PORT_ATTR_INDEX_sched].size);
+    // Rules of QinQ count as a whole.
+    EXPECT_TRUE(hal_record_attributes(hal_record_desc_ov_gpon_qinq_attr_t).empty());
+}
+
 TEST(RecordsValues, NoUniTypeTravelsAsMinusOne) {
     ov_gpon_rmuni_pos_t position{};
     position.uniType = OV_GPON_RMUNI_TYPE_NONE;
