@@ -17,8 +17,8 @@
 // All of it runs on the main loop, in the chain of an access; the send waits for the card.
 #pragma once
 
-#include <array>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 
 #include "mmg_access.h"
@@ -44,18 +44,6 @@ constexpr std::optional<ov_hal_gpon_msg_action_t> hal_action_of(int mode) {
     default:
         return std::nullopt;
     }
-}
-
-// The mask for the card: for each column in [first, last] that is in `columns`, the bit of its attribute.
-// Maps name attribute MAX for columns without one, which sets a marker bit that cards ignore.
-template <size_t N>
-constexpr ov_bmp_t hal_mask_of_columns(const MIB_Flags_t& columns, const std::array<uint8_t, N>& map,
-                                       unsigned first, unsigned last) {
-    uint32_t mask = 0;
-    for (unsigned column = first; column <= last && column < N; ++column)
-        if (mib_flag_is_set(columns, column))
-            mask |= 1u << (map[column] & 31u);
-    return static_cast<ov_bmp_t>(mask);
 }
 
 // One pending change of a row.
@@ -175,6 +163,14 @@ constexpr MIB_Flags_t columns_but(Column... column) {
     (mib_flag_clear(columns, column), ...);
     return columns;
 }
+// Those of `columns` that are in `wanted` too.
+constexpr MIB_Flags_t columns_in(const MIB_Flags_t& columns, const MIB_Flags_t& wanted) {
+    MIB_Flags_t common = {};
+    for (size_t word = 0; word < std::size(common.flags); ++word)
+        common.flags[word] = columns.flags[word] & wanted.flags[word];
+    return common;
+}
+
 // These columns.
 template <typename... Column>
 constexpr MIB_Flags_t columns_of(Column... column) {

@@ -1,5 +1,7 @@
 #include "ov_app_gpon_bwtype.h"
 
+#include "app_restore_line.h"
+
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -131,7 +133,22 @@ bool may_come(const Row& row) {
            ov_refusal_because("there are %d bandwidth profiles already, the most there can be", MAX_PROFILES);
 }
 
+using Record = ov_gpon_bwprofile_attr_t;
+constexpr MapLine BWTYPE_LINES[] = {
+    MAP(bwProfileId, id, OV_GPON_BWPROFILE_ATTR_INDEX_id),
+    MAP(sBWProfileTableBwProfileName, name, OV_GPON_BWPROFILE_ATTR_INDEX_name),
+    MAP(sBWProfileTableType, bwType, OV_GPON_BWPROFILE_ATTR_INDEX_bwType),
+    MAP(sBWProfileTableFixBw, fixbw, OV_GPON_BWPROFILE_ATTR_INDEX_fixbw),
+    MAP(sBWProfileTableAssBw, assBw, OV_GPON_BWPROFILE_ATTR_INDEX_assBw),
+    MAP(sBWProfileTableMaxBw, maxBw, OV_GPON_BWPROFILE_ATTR_INDEX_maxBw),
+};
+
 } // namespace
+
+constinit const MessageMap<ov_sBWProfileTable_attr_t, ov_gpon_bwprofile_attr_t>
+    bwtype_map(BWTYPE_LINES,
+               {.last = column::sBWProfileTableMaxBw, .no_attribute = OV_GPON_BWPROFILE_ATTR_INDEX_MAX});
+RESTORE(bw_type, SBWPROFILE, OV_HAL_MSG_GPON_BW_TYPE, bwtype_map, CREATED)
 
 void ov_app_gpon_bwtype_init() {
     gpon_bwtype_appid = AssignAppId();
@@ -191,20 +208,7 @@ char ov_app_gpon_bwtype_check(ov_sBWProfileTable_attr_t* attr, int action, MIB_F
 
 void sbwtype_mib_data_convert_to_hal(ov_sBWProfileTable_attr_t* mib, ov_gpon_bwprofile_attr_t* hal,
                                      const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
-    static constexpr std::array<uint8_t, 7> sbwtype_table_flag_map = {
-        OV_GPON_BWPROFILE_ATTR_INDEX_MAX,   OV_GPON_BWPROFILE_ATTR_INDEX_id,
-        OV_GPON_BWPROFILE_ATTR_INDEX_name,  OV_GPON_BWPROFILE_ATTR_INDEX_bwType,
-        OV_GPON_BWPROFILE_ATTR_INDEX_fixbw, OV_GPON_BWPROFILE_ATTR_INDEX_assBw,
-        OV_GPON_BWPROFILE_ATTR_INDEX_maxBw,
-    };
-    *hal = {};
-    hal->id = static_cast<int32_t>(mib->bwProfileId);
-    set_text(hal->name, mib->sBWProfileTableBwProfileName);
-    hal->bwType = mib->sBWProfileTableType;
-    hal->fixbw = static_cast<uint32_t>(mib->sBWProfileTableFixBw);
-    hal->assBw = static_cast<uint32_t>(mib->sBWProfileTableAssBw);
-    hal->maxBw = static_cast<uint32_t>(mib->sBWProfileTableMaxBw);
-    *hal_flag = hal_mask_of_columns(mib_mask, sbwtype_table_flag_map, 1, column::sBWProfileTableMaxBw);
+    bwtype_map.convert(*mib, *hal, mib_mask, *hal_flag);
 }
 
 int ov_bwtype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {

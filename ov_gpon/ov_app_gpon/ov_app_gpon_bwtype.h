@@ -2,6 +2,7 @@
 // the name's hash. T-CONTs and the management channel of ONUs name them.
 #pragma once
 
+#include "app_message_map.h"
 #include "mmg_access.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
@@ -28,6 +29,8 @@ int ov_app_gpon_bwtype_add_default();
 
 // May the row become so? `action` is an OV_HAL_GPON_MSG_ACTION_*. 1 passes.
 char ov_app_gpon_bwtype_check(ov_sBWProfileTable_attr_t* attr, int action, MIB_Flags_t flags);
+// How its columns reach the card.
+extern const MessageMap<ov_sBWProfileTable_attr_t, ov_gpon_bwprofile_attr_t> bwtype_map;
 void sbwtype_mib_data_convert_to_hal(ov_sBWProfileTable_attr_t* mib, ov_gpon_bwprofile_attr_t* hal,
                                      const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);
 int ov_bwtype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

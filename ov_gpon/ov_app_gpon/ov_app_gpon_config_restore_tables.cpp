@@ -2,116 +2,17 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include <boost/endian/conversion.hpp>
 
 #include "app_slot_rows.h"
-#include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_config_restore.h"
-#include "ov_app_gpon_gemport.h"
-#include "ov_app_gpon_onu.h"
-#include "ov_app_gpon_onutype.h"
-#include "ov_app_gpon_port.h"
-#include "ov_app_gpon_rm_traffic.h"
-#include "ov_app_gpon_service_port.h"
-#include "ov_app_gpon_tcont.h"
-#include "ov_app_gpon_vlan.h"
 #include "ov_ifindex.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
 #include "portProtectTable.h"
 #include "table_record.h"
-
-// ---- the tables --------------------------------------------------------------------------------------
-
-// RESTORE(function's last word, table, message, encoder, mask of a set). A table whose encoder is `later`
-// waits for its module: with its encoder and its mask rule in the line, its replay is on.
-#define RESTORE(word, table, message, encoder, mask)                                                         \
-    constexpr RestoreTable ov_app_gpon_config_restore_##word = {                                             \
-        "ov_app_gpon_config_restore_" #word, table, message, encoder, mask, RestoreRows::OF_SLOT};
-// The template rows of such a table.
-#define RESTORE_TEMPLATES(word, base)                                                                        \
-    constexpr RestoreTable ov_app_gpon_config_restore_onusrvprofile_##word =                                 \
-        templates_of(ov_app_gpon_config_restore_##base, "ov_app_gpon_config_restore_onusrvprofile_" #word);
-
-namespace {
-
-template <auto convert>
-constexpr RestoreEncode by = restore_encode<convert>;
-constexpr RestoreEncode later = nullptr;
-constexpr const MaskRule* no_set = nullptr;
-constexpr const MaskRule* mask_later = nullptr;
-
-constexpr RestoreTable templates_of(RestoreTable table, const char* name) {
-    table.name = name;
-    table.rows = RestoreRows::TEMPLATES;
-    return table;
-}
-
-} // namespace
-
-// clang-format off
-RESTORE(onu_type, SONUTYPEPROFILE, OV_HAL_MSG_GPON_ONU_TYPE, by<sonutype_mib_data_convert_to_hal>, no_set)
-RESTORE(bw_type, SBWPROFILE, OV_HAL_MSG_GPON_BW_TYPE, by<sbwtype_mib_data_convert_to_hal>, no_set)
-RESTORE(onu_rssi, SONURSSIPROFILE, OV_HAL_MSG_GPON_ONU_RSSI, later, no_set) // TODO: encoder of record 904
-RESTORE(rm_traffic, SRMTRAFFICPROFILE, OV_HAL_MSG_GPON_RMONU_TRAFFIC_PROFILE, by<srmtraffic_mib_data_convert_to_hal>, no_set)
-
-RESTORE(pon, SPON, OV_HAL_MSG_GPON_PORT, by<sport_mib_data_convert_to_hal>, &ov_pon_port_table_attr_mask_get)
-RESTORE(pon_protect, SPORTPROTECT, OV_HAL_MSG_GPON_PON_PROTECT, later, no_set) // TODO: encoder of record 952
-RESTORE(onu, SONU, OV_HAL_MSG_GPON_ONU, by<sonu_mib_data_convert_to_hal>, &ov_onu_table_attr_mask_get)
-RESTORE(onu_info, SRMINFO, OV_HAL_MSG_GPON_RMONU_INFO, later, no_set) // TODO: encoder of record 914
-RESTORE(tcont, STCONT, OV_HAL_MSG_GPON_TCONT, by<stcont_mib_data_convert_to_hal>, no_set)
-RESTORE(gemport, SGEM, OV_HAL_MSG_GPON_GEMPORT, by<sgemport_mib_data_convert_to_hal>, &ov_gemport_table_attr_mask_get)
-RESTORE(srvport, SSERVICEPORT, OV_HAL_MSG_GPON_SERVPORT, by<ov_service_port_table_mib_convert2_hal>, &ov_serviceport_table_attr_mask_get)
-RESTORE(mcast_vlan, SMCASTVLAN, OV_HAL_MSG_GPON_MCAST, by<smcastvlan_mib_data_convert_to_hal>, no_set)
-
-// TODO: encoders of the remote management of ONUs, and the mask rules
-// ov_rmuni_table_attr_mask_get, ov_rm_tr069_mgmt_table_attr_mask_get, ov_rmuni_vlan_table_attr_mask_get,
-// ov_rmuni_mcast_table_attr_mask_get, ov_rm_voip_config_data_table_attr_mask_get,
-// ov_rm_voip_sip_user_data_table_attr_mask_get, ov_rmservice_macfilter_mode_table_attr_mask_get,
-// ov_rmservice_macfilter_dynamic_table_attr_mask_get, ov_rmuni_poe_table_attr_mask_get,
-// ov_rmonu_poe_table_attr_mask_get: columns_against_defaults with the map of each module's columns.
-RESTORE(rm_uni_status, SRMUNISTATUS, OV_HAL_MSG_GPON_RM_UNI, later, mask_later)
-RESTORE(rm_iphost, SRMIPHOST, OV_HAL_MSG_GPON_RMONU_IPHOST, later, no_set)
-RESTORE(rm_tr069, SRMTR069MGMT, OV_HAL_MSG_GPON_RMONU_TR069_SRV, later, mask_later)
-RESTORE(rm_queue_schedule, SRMQUEUESCHEDULE, OV_HAL_MSG_GPON_RMONU_QUEUE_SCHEDULE, later, &ov_rm_queue_schedule_attr_mask_get)
-RESTORE(rm_service, SRMSERVICE, OV_HAL_MSG_GPON_RM_SERVICE, later, no_set)
-RESTORE(rm_uni_vlan, SRMUNIVLAN, OV_HAL_MSG_GPON_RM_UNI_VLAN, later, mask_later)
-RESTORE(rm_mcast, SRMMULTICAST, OV_HAL_MSG_GPON_RM_UNI_MCAST, later, mask_later)
-RESTORE(rm_wan, SRMWAN, OV_HAL_MSG_GPON_RM_WAN, later, no_set)
-RESTORE(rm_wifi, SRMWIFI, OV_HAL_MSG_GPON_RM_WIFI, later, no_set)
-RESTORE(rm_voip_cfg, SRMVOIPCONFIGDATA, OV_HAL_MSG_GPON_RMONU_VOIP_CONFIG_DATA, later, mask_later)
-RESTORE(rm_voip_sip_agent, SRMVOIPSIPAGENTCONFIG, OV_HAL_MSG_GPON_RMONU_VOIP_SIP_AGENT_CONFIG, later, no_set)
-RESTORE(rm_voip_sip_user, SRMVOIPSIPUSERDATA, OV_HAL_MSG_GPON_RMONU_VOIP_SIP_USER_DATA, later, mask_later)
-RESTORE(rm_macfilter_mode, SRMMACFMODE, OV_HAL_MSG_GPON_RM_MAC_FLT, later, mask_later)
-RESTORE(rm_macfilter_static, SRMMACFS, OV_HAL_MSG_GPON_RM_MAC_FLT, later, no_set)
-RESTORE(rm_macfilter_dynamic, SRMMACFD, OV_HAL_MSG_GPON_RM_MAC_FLT, later, mask_later)
-RESTORE(rm_uni_poe, SRMUNIPOE, OV_HAL_MSG_GPON_RM_UNI_POE, later, mask_later)
-RESTORE(rm_onu_poe, SRMONUPOE, OV_HAL_MSG_GPON_RM_ONU_POE, later, mask_later)
-
-// TODO: encoders and mask rules of the optical thresholds, ov_pon_ponthreshold_table_attr_mask_get and
-// ov_rmonu_opt_ponthreshold_table_attr_mask_get.
-RESTORE(pon_threshold, SPONTHRESHOLD, OV_HAL_MSG_GPON_PON_MODULE_THRESHOLD, later, mask_later)
-RESTORE(rm_onu_threshold, SRMONUTHRESHOLD, OV_HAL_MSG_GPON_RMONU_OPT_THRESHOLD, later, mask_later)
-
-RESTORE(onuqos, SONUQOS, OV_HAL_MSG_GPON_ONU_QOS, later, &ov_onu_qos_table_attr_mask_get) // TODO: encoder of record 921
-
-RESTORE_TEMPLATES(tcont, tcont)
-RESTORE_TEMPLATES(gemport, gemport)
-RESTORE_TEMPLATES(srvport, srvport)
-RESTORE_TEMPLATES(rmservice, rm_service)
-RESTORE_TEMPLATES(rmunivlan, rm_uni_vlan)
-RESTORE_TEMPLATES(iphost, rm_iphost)
-RESTORE_TEMPLATES(voip_cfg, rm_voip_cfg)
-RESTORE_TEMPLATES(voip_sip_agent, rm_voip_sip_agent)
-RESTORE_TEMPLATES(onuqos, onuqos)
-RESTORE_TEMPLATES(wan, rm_wan)
-RESTORE_TEMPLATES(wifi, rm_wifi)
-RESTORE_TEMPLATES(uni_poe, rm_uni_poe)
-RESTORE_TEMPLATES(onu_poe, rm_onu_poe)
-// clang-format on
-#undef RESTORE
-#undef RESTORE_TEMPLATES
 
 namespace {
 
@@ -225,9 +126,12 @@ void direct_to_slot(int message, void* record, int32_t slot) {
 }
 
 ov_bmp_t convert_row(const RestoreTable& table, const void* row, void* record, int action, int32_t slot) {
-    table.encode(row, record);
+    std::memset(record, 0, table.map->record().size);
+    table.map->encode(row, record);
     direct_to_slot(table.message, record, slot);
-    return action == OV_HAL_GPON_MSG_ACTION_SET && table.mask != nullptr ? (*table.mask)(row) : 0;
+    return action == OV_HAL_GPON_MSG_ACTION_SET && table.sets == RestoreSets::CREATED_AND_SET
+               ? table.map->replay_mask(row)
+               : 0;
 }
 
 // Creates always go out; a set of a row whose values are all default doesn't.
@@ -272,7 +176,7 @@ bool is_replayed(const TableModule& module, const void* row) {
 
 void RestoreTable::operator()(int32_t slot, ov_hal_gpon_msg_action_t action) const {
     TableModule* module = table_module_find(table);
-    if (encode == nullptr || module == nullptr || !module->registered())
+    if (map == nullptr || module == nullptr || !module->registered())
         return;
     unsigned sent = 0;
     visit_rows(*this, *module, slot, [&](const void* row) {
@@ -290,7 +194,7 @@ ov_bmp_t ov_mib_data_convert_to_hal(const void* pmib_a, void* shal_a, int msgTyp
         std::find_if(CONVERTERS.begin(), CONVERTERS.end(), [&](const RestoreTable* entry) {
             return entry->message == msgType && entry->table == mmg_table_index(did);
         });
-    if (found == CONVERTERS.end() || (*found)->encode == nullptr)
+    if (found == CONVERTERS.end() || (*found)->map == nullptr)
         return 0;
     return convert_row(**found, pmib_a, shal_a, action, dstSlot);
 }

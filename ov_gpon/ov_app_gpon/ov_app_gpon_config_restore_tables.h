@@ -1,55 +1,11 @@
-// The tables that a restore replays to a card: one line of data for each (the .cpp), and one engine for all.
-//
-// A row goes out as its table's own record, made by the encoder of the table's set callback, without waiting
-// for the card. Main loop.
+// The tables that a restore replays to a card. Each module hands in its own line (app_restore_line.h); those
+// of modules that aren't there yet are in ov_app_gpon_config_restore_pending.cpp. Main loop.
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 
+#include "app_restore_line.h"
 #include "mmg_access.h"
-#include "ov_app_gpon_config_restore_mask.h"
-#include "ov_hal_gpon_msg.h"
-
-inline constexpr size_t RESTORE_RECORD_MAX = 512; // bytes of the longest record that is replayed
-
-// Makes a row's record in a buffer of RESTORE_RECORD_MAX bytes.
-using RestoreEncode = void (*)(const void* row, void* record);
-
-// The table's encoder with its types taken off. It gets a copy of the row: encoders may complete theirs.
-template <typename Row, typename Record>
-void restore_encode_with(void (*convert)(Row*, Record*, const MIB_Flags_t&, ov_bmp_t*), const void* row,
-                         void* record) {
-    static_assert(sizeof(Record) <= RESTORE_RECORD_MAX);
-    Row copy = *static_cast<const Row*>(row);
-    Record made = {};
-    ov_bmp_t columns = 0;
-    convert(&copy, &made, mibDefFlags, &columns);
-    std::memcpy(record, &made, sizeof made);
-}
-template <auto convert>
-void restore_encode(const void* row, void* record) {
-    restore_encode_with(convert, row, record);
-}
-
-// Which rows a replay takes.
-enum class RestoreRows : uint8_t {
-    OF_SLOT,   // those that belong to the slot which is restored (ov_app_gpon_get_slot_from_mib_attr)
-    TEMPLATES, // those of service profiles, whichever slot is restored
-};
-
-struct RestoreTable {
-    const char* name;     // ov_app_gpon_config_restore_*
-    int table;            // registry index
-    int message;          // OV_HAL_MSG_GPON_*
-    RestoreEncode encode; // null: the table's module isn't there yet, nothing is replayed
-    const MaskRule* mask; // of a set; null for a table that is never set
-    RestoreRows rows = RestoreRows::OF_SLOT;
-
-    // Replays the table's active rows to the card in `slot`, in the table's order: each with a create, or
-    // with a set those whose mask isn't 0. Costs by the rows that go out.
-    void operator()(int32_t slot, ov_hal_gpon_msg_action_t action) const;
-};
 
 extern const RestoreTable ov_app_gpon_config_restore_onu_type;
 extern const RestoreTable ov_app_gpon_config_restore_bw_type;

@@ -1,5 +1,8 @@
 #include "ov_app_gpon_gemport.h"
 
+#include "app_restore_line.h"
+#include "ov_app_gpon_config_restore_mask.h"
+
 #include "app_index.h"
 #include "app_resource.h"
 #include "app_rows.h"
@@ -122,7 +125,30 @@ std::optional<int> settle_without_card(RowChange<Gem>& change) {
     return std::nullopt;
 }
 
+// ---- to the card ------------------------------------------------------------------------------------------
+
+using Row = Gem;
+using Record = ov_gpon_gemport_attr_t;
+constexpr MapLine GEM_LINES[] = {
+    MAP(sGemTableIfIndex, ifindex, OV_GPON_GEMPORT_ATTR_INDEX_ifindex).create_only(),
+    MAP(sGemTableGemName, name, OV_GPON_GEMPORT_ATTR_INDEX_name).create_only(),
+    MAP(sGemTableTcontID, tcontId, OV_GPON_GEMPORT_ATTR_INDEX_tcontId).create_only(),
+    MAP(sGemTableSrvPortNum, servportCount, OV_GPON_GEMPORT_ATTR_INDEX_servportCount).create_only(),
+    MAP(sGemTableDirection, direction, OV_GPON_GEMPORT_ATTR_INDEX_direction).create_only(),
+    MAP(sGemTableIfEnableEncryption, isEncyption, OV_GPON_GEMPORT_ATTR_INDEX_isEncyption),
+    UNMASKED(sGemTableUpQueueMapID, upQmapId),
+    MAP(sGemTableUpTrafficName, upTrfDescripName, OV_GPON_GEMPORT_ATTR_INDEX_upTrfDescrip).create_only(),
+    MAP(sGemTableDownTrafficName, downTrfDescripName, OV_GPON_GEMPORT_ATTR_INDEX_downTrfDescrip)
+        .create_only(),
+};
+
 } // namespace
+
+constinit const MessageMap<ov_sGemTable_attr_t, ov_gpon_gemport_attr_t>
+    gem_map(GEM_LINES,
+            {.last = column::sGemTableDownTrafficName, .no_attribute = OV_GPON_GEMPORT_ATTR_INDEX_MAX});
+RESTORE(gemport, SGEM, OV_HAL_MSG_GPON_GEMPORT, gem_map, CREATED_AND_SET)
+RESTORE_TEMPLATES(gemport, SGEM, OV_HAL_MSG_GPON_GEMPORT, gem_map, CREATED_AND_SET)
 
 void ov_app_gpon_gemport_init() {
     gpon_gemport_appid = AssignAppId();
@@ -208,35 +234,11 @@ char ov_app_gpon_gemport_multi_onu_srv_check(ov_sGemTable_attr_t* attr, int acti
 
 void sgemport_mib_data_convert_to_hal(ov_sGemTable_attr_t* mib, ov_gpon_gemport_attr_t* hal,
                                       const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
-    constexpr uint8_t NONE = OV_GPON_GEMPORT_ATTR_INDEX_MAX;
-    static constexpr std::array<uint8_t, 15> sgemport_table_flag_map = {
-        NONE,
-        NONE,
-        OV_GPON_GEMPORT_ATTR_INDEX_ifindex, // 2
-        NONE,
-        OV_GPON_GEMPORT_ATTR_INDEX_name, // 4
-        OV_GPON_GEMPORT_ATTR_INDEX_tcontId,
-        OV_GPON_GEMPORT_ATTR_INDEX_servportCount,
-        NONE,
-        OV_GPON_GEMPORT_ATTR_INDEX_direction, // 8
-        NONE,
-        OV_GPON_GEMPORT_ATTR_INDEX_isEncyption, // 10
-        NONE,
-        NONE,
-        OV_GPON_GEMPORT_ATTR_INDEX_upTrfDescrip, // 13
-        OV_GPON_GEMPORT_ATTR_INDEX_downTrfDescrip,
-    };
-    *hal = {};
-    hal->ifindex = mib->sGemTableIfIndex;
-    set_text(hal->name, mib->sGemTableGemName);
-    hal->tcontId = mib->sGemTableTcontID;
-    hal->upQmapId = mib->sGemTableUpQueueMapID;
-    hal->direction = static_cast<uint32_t>(mib->sGemTableDirection);
-    hal->servportCount = mib->sGemTableSrvPortNum;
-    hal->isEncyption = static_cast<uint8_t>(mib->sGemTableIfEnableEncryption);
-    set_text(hal->upTrfDescripName, mib->sGemTableUpTrafficName);
-    set_text(hal->downTrfDescripName, mib->sGemTableDownTrafficName);
-    *hal_flag = hal_mask_of_columns(mib_mask, sgemport_table_flag_map, 1, 14);
+    gem_map.convert(*mib, *hal, mib_mask, *hal_flag);
+}
+
+ov_bmp_t ov_gemport_table_attr_mask_get(const void* row) {
+    return gem_map.replay_mask(row);
 }
 
 int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {

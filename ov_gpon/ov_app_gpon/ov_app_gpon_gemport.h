@@ -1,6 +1,7 @@
 // GEM ports of ONUs (ITU-T G.984.3) and of service profiles: sGemTable.
 #pragma once
 
+#include "app_message_map.h"
 #include "mmg_access.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
@@ -28,6 +29,8 @@ char ov_app_gpon_gemport_multi_onu_srv_check(ov_sGemTable_attr_t* attr, int acti
 // Deletes all GEM ports of an ONU or a service profile, each through its callbacks.
 void ov_gemport_table_iterate_del(ov_sOnuTable_attr_t* onu);
 
+// How its columns reach the card.
+extern const MessageMap<ov_sGemTable_attr_t, ov_gpon_gemport_attr_t> gem_map;
 void sgemport_mib_data_convert_to_hal(ov_sGemTable_attr_t* mib, ov_gpon_gemport_attr_t* hal,
                                       const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);
 int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

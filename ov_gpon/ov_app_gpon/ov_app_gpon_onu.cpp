@@ -1,5 +1,8 @@
 #include "ov_app_gpon_onu.h"
 
+#include "app_restore_line.h"
+#include "ov_app_gpon_config_restore_mask.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -71,31 +74,6 @@ void clear_unused_credentials(Onu& onu) {
     if (!used->loid_pw)
         set_text(onu.sOnuTableLoidPw, "");
 }
-
-// ---- the card's mask -----------------------------------------------------------------------------------
-
-// The last two columns have their attributes here, but the mask ends before them: cards take both from every
-// record.
-constexpr unsigned FIRST_MASK_COLUMN = column::sOnuTableIfIndex;
-constexpr unsigned LAST_MASK_COLUMN = column::sOnuTableRssiProfileId;
-
-constexpr std::array<uint8_t, column::sOnuTableConfigMode + 1> make_onu_table_flag_map() {
-    std::array<uint8_t, column::sOnuTableConfigMode + 1> map{};
-    map.fill(OV_GPON_ONU_ATTR_INDEX_MAX);
-    map[column::sOnuTableOnuName] = OV_GPON_ONU_ATTR_INDEX_name;
-    map[column::sOnuTableAuthMode] = OV_GPON_ONU_ATTR_INDEX_authAttr;
-    map[column::sOnuTableAdminState] = OV_GPON_ONU_ATTR_INDEX_adminStatus;
-    map[column::sOnuTableActiviate] = OV_GPON_ONU_ATTR_INDEX_active;
-    map[column::sOnuTableOnuState] = OV_GPON_ONU_ATTR_INDEX_status;
-    map[column::sOnuTableOnuTypeProfileName] = OV_GPON_ONU_ATTR_INDEX_typeProfile;
-    map[column::sOnuTableOmccBwProfileName] = OV_GPON_ONU_ATTR_INDEX_omccBwProfile;
-    map[column::sOnuTableUpFec] = OV_GPON_ONU_ATTR_INDEX_usFec;
-    map[column::sOnuTableRssiProfileId] = OV_GPON_ONU_ATTR_INDEX_rssi;
-    map[column::sOnuTableSrvProfileId] = OV_GPON_ONU_ATTR_INDEX_srvprofile;
-    map[column::sOnuTableConfigMode] = OV_GPON_ONU_ATTR_INDEX_cfgMode;
-    return map;
-}
-constexpr auto sonu_table_flag_map = make_onu_table_flag_map();
 
 // ---- names ---------------------------------------------------------------------------------------------
 
@@ -281,7 +259,39 @@ int32_t splitter_number_of(const char* text) {
     return static_cast<int32_t>(std::clamp<long long>(number, INT32_MIN, INT32_MAX));
 }
 
+// What an ONU proves itself by. The other texts stay empty.
+void fill_auth(const Onu& onu, ov_gpon_onu_attr_t& record) {
+    record.authAttr.mode = onu.sOnuTableAuthMode;
+    sonu_mib_auth_attr_convert_to_hal(&onu, &record.authAttr);
+}
+
+using Row = Onu;
+using Record = ov_gpon_onu_attr_t;
+constexpr MapLine ONU_LINES[] = {
+    UNMASKED(sOnuTableIfIndex, ifindex),
+    MAP(sOnuTableOnuName, name, OV_GPON_ONU_ATTR_INDEX_name).create_only(),
+    MAP_INTO(sOnuTableAuthMode, authAttr, OV_GPON_ONU_ATTR_INDEX_authAttr, fill_auth).create_only(),
+    MAP(sOnuTableAdminState, adminStatus, OV_GPON_ONU_ATTR_INDEX_adminStatus),
+    MAP(sOnuTableActiviate, active, OV_GPON_ONU_ATTR_INDEX_active),
+    MAP(sOnuTableOnuState, status, OV_GPON_ONU_ATTR_INDEX_status).create_only(),
+    MAP(sOnuTableOnuTypeProfileName, typeProfile, OV_GPON_ONU_ATTR_INDEX_typeProfile).create_only(),
+    MAP(sOnuTableOmccBwProfileName, omccBwProfile, OV_GPON_ONU_ATTR_INDEX_omccBwProfile),
+    MAP_AS(sOnuTableSplitterNumber, spliterNum, MapLine::NO_ATTRIBUTE, splitter_number_of),
+    MAP(sOnuTableUpFec, usFec, OV_GPON_ONU_ATTR_INDEX_usFec),
+    MAP(sOnuTableRssiProfileId, rssiProfileId, OV_GPON_ONU_ATTR_INDEX_rssi)
+        .replayed(MapReplay::IN_RANGE, 1, 32),
+    // These two have attributes whose bits are never raised: cards take both from every record.
+    UNMASKED(sOnuTableSrvProfileId, srvProfileId),
+    UNMASKED(sOnuTableConfigMode, cfgMode),
+};
+
 } // namespace
+
+constinit const MessageMap<ov_sOnuTable_attr_t, ov_gpon_onu_attr_t>
+    onu_map(ONU_LINES, {.first = column::sOnuTableIfIndex,
+                        .last = column::sOnuTableRssiProfileId,
+                        .no_attribute = OV_GPON_ONU_ATTR_INDEX_MAX});
+RESTORE(onu, SONU, OV_HAL_MSG_GPON_ONU, onu_map, CREATED_AND_SET)
 
 // ---- the card's record -----------------------------------------------------------------------------------
 
@@ -301,22 +311,11 @@ void sonu_mib_auth_attr_convert_to_hal(const ov_sOnuTable_attr_t* mib, ov_gpon_o
 
 void sonu_mib_data_convert_to_hal(ov_sOnuTable_attr_t* mib, ov_gpon_onu_attr_t* hal,
                                   const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
-    *hal = {};
-    hal->ifindex = mib->sOnuTableIfIndex;
-    set_text(hal->name, text_in(mib->sOnuTableOnuName));
-    hal->authAttr.mode = mib->sOnuTableAuthMode;
-    sonu_mib_auth_attr_convert_to_hal(mib, &hal->authAttr);
-    hal->adminStatus = mib->sOnuTableAdminState;
-    hal->active = mib->sOnuTableActiviate;
-    set_text(hal->typeProfile, text_in(mib->sOnuTableOnuTypeProfileName));
-    set_text(hal->omccBwProfile, text_in(mib->sOnuTableOmccBwProfileName));
-    hal->status = mib->sOnuTableOnuState;
-    hal->spliterNum = splitter_number_of(mib->sOnuTableSplitterNumber);
-    hal->usFec = static_cast<uint8_t>(mib->sOnuTableUpFec);
-    hal->rssiProfileId = mib->sOnuTableRssiProfileId;
-    hal->srvProfileId = mib->sOnuTableSrvProfileId;
-    hal->cfgMode = mib->sOnuTableConfigMode;
-    *hal_flag = hal_mask_of_columns(mib_mask, sonu_table_flag_map, FIRST_MASK_COLUMN, LAST_MASK_COLUMN);
+    onu_map.convert(*mib, *hal, mib_mask, *hal_flag);
+}
+
+ov_bmp_t ov_onu_table_attr_mask_get(const void* row) {
+    return onu_map.replay_mask(row);
 }
 
 // ---- callbacks -------------------------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "app_index.h"
+#include "app_message_map.h"
 #include "app_rows.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
@@ -62,6 +63,8 @@ void ov_app_gpon_onu_templet_tcont_release_reserve(ov_sOnuTable_attr_t* attr, in
 void ov_app_gpon_onu_templet_gemport_release_reserve(ov_sOnuTable_attr_t* attr, int action);
 void ov_app_gpon_onu_templet_service_port_release_reserve(ov_sOnuTable_attr_t* attr, int action);
 
+// How its columns reach the card.
+extern const MessageMap<ov_sOnuTable_attr_t, ov_gpon_onu_attr_t> onu_map;
 // The row as the card's record, and the mask of the columns 2 to 22 of `mib_mask`. Serial numbers that aren't
 // legal leave `sn` zero.
 void sonu_mib_data_convert_to_hal(ov_sOnuTable_attr_t* mib, ov_gpon_onu_attr_t* hal,

@@ -1,5 +1,7 @@
 #include "ov_app_gpon_onutype.h"
 
+#include "app_restore_line.h"
+
 #include <array>
 #include <cstring>
 #include <span>
@@ -148,7 +150,31 @@ void _ov_app_gpon_profile_onutype_add_default(const DefaultType& type) {
         OV_LOG_NOTICE("MMG", "mib add error for default onutype table");
 }
 
+using Record = ov_gpon_onutype_attr_t;
+constexpr MapLine ONUTYPE_LINES[] = {
+    MAP(onuTypeProfileId, id, OV_GPON_ONUTYPE_ATTR_INDEX_id),
+    MAP(onuTypeProfileName, name, OV_GPON_ONUTYPE_ATTR_INDEX_name),
+    MAP(sOnuTypeProfileTableIsDefaultProfile, isDefault, OV_GPON_ONUTYPE_ATTR_INDEX_isDefault),
+    MAP(sOnuTypeProfileTableInUse, inUse, OV_GPON_ONUTYPE_ATTR_INDEX_inUse),
+    MAP(sOnuTypeProfileTableCardNum, cardNum, OV_GPON_ONUTYPE_ATTR_INDEX_cardNum),
+    MAP(sOnuTypeProfileTableTcontNum, tcontNum, OV_GPON_ONUTYPE_ATTR_INDEX_tcontNum),
+    MAP(sOnuTypeProfileTableGemPortNum, gemPortNum, OV_GPON_ONUTYPE_ATTR_INDEX_gemportNum),
+    MAP(sOnuTypeProfileTableUpQueueNum, upQueueNum, OV_GPON_ONUTYPE_ATTR_INDEX_upQueueNum),
+    MAP(sOnuTypeProfileTableDwnQueueNum, downQueueNum, OV_GPON_ONUTYPE_ATTR_INDEX_downQueueNum),
+    MAP(sOnuTypeProfileTableServicePortNum, servportNum, OV_GPON_ONUTYPE_ATTR_INDEX_servportNum),
+    UNMASKED(sOnuTypeProfileTableHostNum, hostNum),
+    MAP(sOnuTypeProfileTableEthNum, ethNum, OV_GPON_ONUTYPE_ATTR_INDEX_ethNum),
+    MAP(sOnuTypeProfileTablePotsNum, potsNum, OV_GPON_ONUTYPE_ATTR_INDEX_potsNum),
+    MAP(sOnuTypeProfileTableWifiNum, wifiNum, OV_GPON_ONUTYPE_ATTR_INDEX_wifiNum),
+    MAP(sOnuTypeProfileTableVideoNum, videoNum, OV_GPON_ONUTYPE_ATTR_INDEX_videoNum),
+};
+
 } // namespace
+
+constinit const MessageMap<ov_sOnuTypeProfileTable_attr_t, ov_gpon_onutype_attr_t>
+    onutype_map(ONUTYPE_LINES, {.last = column::sOnuTypeProfileTableVideoNum,
+                                .no_attribute = OV_GPON_ONUTYPE_ATTR_INDEX_MAX});
+RESTORE(onu_type, SONUTYPEPROFILE, OV_HAL_MSG_GPON_ONU_TYPE, onutype_map, CREATED)
 
 void ov_app_gpon_onutype_init() {
     gpon_onutype_appid = AssignAppId();
@@ -199,35 +225,7 @@ char ov_app_gpon_onutype_check(ov_sOnuTypeProfileTable_attr_t* attr, int action,
 
 void sonutype_mib_data_convert_to_hal(ov_sOnuTypeProfileTable_attr_t* mib, ov_gpon_onutype_attr_t* hal,
                                       const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
-    static constexpr std::array<uint8_t, 17> sonutype_table_flag_map = {
-        OV_GPON_ONUTYPE_ATTR_INDEX_MAX,         OV_GPON_ONUTYPE_ATTR_INDEX_id,
-        OV_GPON_ONUTYPE_ATTR_INDEX_name,        OV_GPON_ONUTYPE_ATTR_INDEX_isDefault,
-        OV_GPON_ONUTYPE_ATTR_INDEX_inUse,       OV_GPON_ONUTYPE_ATTR_INDEX_cardNum,
-        OV_GPON_ONUTYPE_ATTR_INDEX_tcontNum,    OV_GPON_ONUTYPE_ATTR_INDEX_gemportNum,
-        OV_GPON_ONUTYPE_ATTR_INDEX_upQueueNum,  OV_GPON_ONUTYPE_ATTR_INDEX_downQueueNum,
-        OV_GPON_ONUTYPE_ATTR_INDEX_servportNum, OV_GPON_ONUTYPE_ATTR_INDEX_MAX,
-        OV_GPON_ONUTYPE_ATTR_INDEX_ethNum,      OV_GPON_ONUTYPE_ATTR_INDEX_potsNum,
-        OV_GPON_ONUTYPE_ATTR_INDEX_wifiNum,     OV_GPON_ONUTYPE_ATTR_INDEX_MAX,
-        OV_GPON_ONUTYPE_ATTR_INDEX_videoNum,
-    };
-    *hal = {};
-    set_text(hal->name, mib->onuTypeProfileName);
-    hal->id = static_cast<int32_t>(mib->onuTypeProfileId);
-    hal->isDefault = mib->sOnuTypeProfileTableIsDefaultProfile;
-    hal->inUse = static_cast<uint32_t>(mib->sOnuTypeProfileTableInUse);
-    hal->cardNum = static_cast<uint32_t>(mib->sOnuTypeProfileTableCardNum);
-    hal->ethNum = static_cast<uint32_t>(mib->sOnuTypeProfileTableEthNum);
-    hal->potsNum = static_cast<uint32_t>(mib->sOnuTypeProfileTablePotsNum);
-    hal->hostNum = static_cast<uint32_t>(mib->sOnuTypeProfileTableHostNum);
-    hal->tcontNum = static_cast<uint32_t>(mib->sOnuTypeProfileTableTcontNum);
-    hal->wifiNum = static_cast<uint32_t>(mib->sOnuTypeProfileTableWifiNum);
-    hal->gemPortNum = static_cast<uint32_t>(mib->sOnuTypeProfileTableGemPortNum);
-    hal->servportNum = static_cast<uint32_t>(mib->sOnuTypeProfileTableServicePortNum);
-    hal->upQueueNum = static_cast<uint32_t>(mib->sOnuTypeProfileTableUpQueueNum);
-    hal->downQueueNum = static_cast<uint32_t>(mib->sOnuTypeProfileTableDwnQueueNum);
-    hal->videoNum = static_cast<uint32_t>(mib->sOnuTypeProfileTableVideoNum);
-    *hal_flag =
-        hal_mask_of_columns(mib_mask, sonutype_table_flag_map, 1, column::sOnuTypeProfileTableVideoNum);
+    onutype_map.convert(*mib, *hal, mib_mask, *hal_flag);
 }
 
 int ov_onutype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {

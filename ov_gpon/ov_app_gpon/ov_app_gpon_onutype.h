@@ -1,6 +1,7 @@
 // What an ONU model has: sOnuTypeProfileTable, profiles by name whose id is the name's hash.
 #pragma once
 
+#include "app_message_map.h"
 #include "mmg_access.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
@@ -23,6 +24,8 @@ int ov_app_gpon_profile_onutype_add_default();
 
 // May the row become so? `action` is an OV_HAL_GPON_MSG_ACTION_*. 1 passes.
 char ov_app_gpon_onutype_check(ov_sOnuTypeProfileTable_attr_t* attr, int action, MIB_Flags_t flags);
+// How its columns reach the card.
+extern const MessageMap<ov_sOnuTypeProfileTable_attr_t, ov_gpon_onutype_attr_t> onutype_map;
 void sonutype_mib_data_convert_to_hal(ov_sOnuTypeProfileTable_attr_t* mib, ov_gpon_onutype_attr_t* hal,
                                       const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);
 int ov_onutype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

@@ -1,5 +1,8 @@
 #include "ov_app_gpon_port.h"
 
+#include "app_restore_line.h"
+#include "ov_app_gpon_config_restore_mask.h"
+
 #include <array>
 #include <cstring>
 #include <span>
@@ -29,44 +32,15 @@ constexpr MIB_Flags_t READ_COLUMNS =
 constexpr MIB_Flags_t WRITTEN_COLUMNS =
     columns_but(sPonTableOperationalState, sPonTableTxPower, sPonTableRogueOnuDetectState);
 
-// ---- columns and attributes --------------------------------------------------------------------------
-
-constexpr unsigned FIRST_MAPPED = sPonTableIfIndex;
-constexpr unsigned LAST_MAPPED_SET = sPonTableMibDataSync;
-constexpr unsigned LAST_MAPPED_GET = sPonTableRogueOnuDetectState;
-
-// The card's attribute of a column. A column without one has MAX, a mark that cards ignore; so has the rogue
-// state, which they send with every read.
-constexpr auto sport_table_flag_map = [] {
-    std::array<uint8_t, LAST_MAPPED_SET + 1> map = {};
-    map.fill(OV_GPON_PORT_ATTR_INDEX_MAX);
-    map[sPonTableAdminState] = OV_GPON_PORT_ATTR_INDEX_adminStatus; // never sent: see port_before_send
-    map[sPonTableOperationalState] = OV_GPON_PORT_ATTR_INDEX_priStatus;
-    map[sPonTableScbPort] = OV_GPON_PORT_ATTR_INDEX_scbport;
-    map[sPonTableTxPower] = OV_GPON_PORT_ATTR_INDEX_txPwr;
-    map[sPonTableScbMaxBW] = OV_GPON_PORT_ATTR_INDEX_scb_maxBw;
-    map[sPonTableScbDwnQueueMapID] = OV_GPON_PORT_ATTR_INDEX_scb_qid;
-    map[sPonTableQosProfileName] = OV_GPON_PORT_ATTR_INDEX_sched;
-    map[sPonTableMaxLogicDistance] = OV_GPON_PORT_ATTR_INDEX_MaxLogicDistance;
-    map[sPonTableDsFec] = OV_GPON_PORT_ATTR_INDEX_DsFec;
-    map[sPonTableKeyExchangeCtrl] = OV_GPON_PORT_ATTR_INDEX_KeyExchangeCtrl;
-    map[sPonTableKeyExchangeInterval] = OV_GPON_PORT_ATTR_INDEX_KeyExchangeInterval;
-    map[sPonTableAutoLearn] = OV_GPON_PORT_ATTR_INDEX_AutoLearn;
-    map[sPonTablePortProtect] = OV_GPON_PORT_ATTR_INDEX_PROTECTED;
-    map[sPonTableAutoFind] = OV_GPON_PORT_ATTR_INDEX_Autofind;
-    map[sPonTableRogueOnuDetect] = OV_GPON_PORT_ATTR_INDEX_RogueOnuDetect;
-    map[sPonTableSilenceOnuTime] = OV_GPON_PORT_ATTR_INDEX_silenceTime;
-    map[sPonTableMibDataSync] = OV_GPON_PORT_ATTR_INDEX_mibDataSync;
-    return map;
-}();
-
 // ---- the record --------------------------------------------------------------------------------------
 
 constexpr size_t QUEUES = 8;
 
 // Scheduling of the port's queues: that of the profile, or equal weights without one. A profile that isn't
 // there any more leaves zeros.
-void fill_sched(uint32_t profile_id, ov_qos_sched_attr_t& sched) {
+void fill_sched(const PortRow& port, ov_gpon_port_attr_t& record) {
+    const uint32_t profile_id = port.sPonTableQosPorfileID;
+    ov_qos_sched_attr_t& sched = record.sched;
     if (profile_id == 0) {
         for (size_t queue = 0; queue < QUEUES; ++queue)
             sched.weight[queue] = 1;
@@ -96,6 +70,33 @@ ov_ifindex_t port_ifindex_of(const PortRow& row) {
                                      static_cast<uint8_t>(row.slotID), 0, static_cast<uint16_t>(row.portID),
                                      0);
 }
+
+// The admin state's bit is never raised: see port_before_send.
+namespace column = sPonTable_column;
+using Row = PortRow;
+using Record = ov_gpon_port_attr_t;
+constexpr MapLine PORT_LINES[] = {
+    UNMASKED(sPonTableIfIndex, ifindex),
+    MAP(sPonTableAdminState, adminStatus, OV_GPON_PORT_ATTR_INDEX_adminStatus).create_only(),
+    MAP(sPonTableOperationalState, priStatus, OV_GPON_PORT_ATTR_INDEX_priStatus).create_only(),
+    MAP(sPonTableScbPort, scbport, OV_GPON_PORT_ATTR_INDEX_scbport),
+    MAP(sPonTableTxPower, txPwr, OV_GPON_PORT_ATTR_INDEX_txPwr).create_only(),
+    MAP(sPonTableScbMaxBW, scb_maxBw, OV_GPON_PORT_ATTR_INDEX_scb_maxBw),
+    MAP(sPonTableScbDwnQueueMapID, scb_qid, OV_GPON_PORT_ATTR_INDEX_scb_qid).create_only(),
+    MAP_INTO(sPonTableQosProfileName, sched, OV_GPON_PORT_ATTR_INDEX_sched, fill_sched).create_only(),
+    MAP(sPonTableMaxLogicDistance, MaxLogicDistance, OV_GPON_PORT_ATTR_INDEX_MaxLogicDistance),
+    MAP(sPonTableDsFec, DsFec, OV_GPON_PORT_ATTR_INDEX_DsFec),
+    MAP(sPonTableKeyExchangeCtrl, KeyExchangeCtrl, OV_GPON_PORT_ATTR_INDEX_KeyExchangeCtrl),
+    MAP(sPonTableKeyExchangeInterval, KeyExchangeInterval, OV_GPON_PORT_ATTR_INDEX_KeyExchangeInterval),
+    MAP(sPonTableAutoLearn, autolearn, OV_GPON_PORT_ATTR_INDEX_AutoLearn),
+    MAP(sPonTablePortProtect, portProtect, OV_GPON_PORT_ATTR_INDEX_PROTECTED),
+    MAP(sPonTableAutoFind, autofind, OV_GPON_PORT_ATTR_INDEX_Autofind),
+    MAP(sPonTableRogueOnuDetect, rogueOnuDetect, OV_GPON_PORT_ATTR_INDEX_RogueOnuDetect),
+    READ_ONLY(sPonTableRogueOnuDetectState, rogueOnuDetectState), // cards send it with every read
+    MAP(sPonTableSilenceOnuTime, silenceTime, OV_GPON_PORT_ATTR_INDEX_silenceTime),
+    // On by default, and set nevertheless: a port with it off keeps what the create gave.
+    MAP(sPonTableMibDataSync, mibDataSync, OV_GPON_PORT_ATTR_INDEX_mibDataSync).replayed(MapReplay::NOT_ZERO),
+};
 
 // ---- service profiles of learnt ONUs -----------------------------------------------------------------
 
@@ -188,6 +189,14 @@ int write_port(PortRow* attr, const MIB_Flags_t& flag, const char* failure) {
 
 } // namespace
 
+// Columns without an attribute raise the bit behind the last one, which cards ignore.
+constinit const MessageMap<ov_sPonTable_attr_t, ov_gpon_port_attr_t>
+    pon_port_map(PORT_LINES, {.first = sPonTableIfIndex,
+                              .last = sPonTableMibDataSync,
+                              .last_read = sPonTableRogueOnuDetectState,
+                              .no_attribute = OV_GPON_PORT_ATTR_INDEX_MAX});
+RESTORE(pon, SPON, OV_HAL_MSG_GPON_PORT, pon_port_map, CREATED_AND_SET)
+
 void ov_app_gpon_port_init() {
     gpon_port_appid = AssignAppId();
     const CallbackRegistration registration = {"app_port", gpon_port_appid,
@@ -266,26 +275,11 @@ char ov_app_gpon_autoflow_onu_srvprofile_check(ov_sPonTable_attr_t* attr, MIB_Fl
 
 void sport_mib_data_convert_to_hal(ov_sPonTable_attr_t* mib, ov_gpon_port_attr_t* hal,
                                    const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
-    *hal = {};
-    hal->ifindex = mib->sPonTableIfIndex;
-    hal->adminStatus = mib->sPonTableAdminState;
-    hal->priStatus = mib->sPonTableOperationalState;
-    hal->scbport = mib->sPonTableScbPort;
-    hal->txPwr = mib->sPonTableTxPower;
-    hal->scb_qid = mib->sPonTableScbDwnQueueMapID;
-    hal->scb_maxBw = static_cast<int32_t>(mib->sPonTableScbMaxBW);
-    hal->KeyExchangeCtrl = static_cast<uint8_t>(mib->sPonTableKeyExchangeCtrl);
-    hal->KeyExchangeInterval = static_cast<uint32_t>(mib->sPonTableKeyExchangeInterval);
-    hal->DsFec = static_cast<uint8_t>(mib->sPonTableDsFec);
-    hal->MaxLogicDistance = static_cast<uint32_t>(mib->sPonTableMaxLogicDistance);
-    hal->autolearn = static_cast<uint8_t>(mib->sPonTableAutoLearn);
-    hal->portProtect = static_cast<uint8_t>(mib->sPonTablePortProtect);
-    hal->autofind = static_cast<uint8_t>(mib->sPonTableAutoFind);
-    hal->rogueOnuDetect = static_cast<uint8_t>(mib->sPonTableRogueOnuDetect);
-    hal->silenceTime = static_cast<uint32_t>(mib->sPonTableSilenceOnuTime);
-    hal->mibDataSync = static_cast<uint8_t>(mib->sPonTableMibDataSync);
-    fill_sched(mib->sPonTableQosPorfileID, hal->sched);
-    *hal_flag = hal_mask_of_columns(mib_mask, sport_table_flag_map, FIRST_MAPPED, LAST_MAPPED_SET);
+    pon_port_map.convert(*mib, *hal, mib_mask, *hal_flag);
+}
+
+ov_bmp_t ov_pon_port_table_attr_mask_get(const void* row) {
+    return pon_port_map.replay_mask(row);
 }
 
 int ov_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
@@ -315,18 +309,12 @@ int ov_port_table_get_callback(MIBDID /*did*/, void* row, MIB_Flags_t column_fla
     auto* port = static_cast<PortRow*>(row);
     ov_gpon_port_attr_t record = {};
     record.ifindex = port->sPonTableIfIndex != 0 ? port->sPonTableIfIndex : port_ifindex_of(*port);
-    const ov_bmp_t mask =
-        hal_mask_of_columns(column_flag, sport_table_flag_map, FIRST_MAPPED, LAST_MAPPED_GET);
+    const ov_bmp_t mask = pon_port_map.get_mask(column_flag);
     if (ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_PORT, OV_HAL_GPON_MSG_ACTION_GET, &record, mask, 1) !=
         OV_GPON_RET_OK) {
         OV_LOG_ERROR("LIB", "failed to get pon port info");
         return 0;
     }
-    if (mib_flag_is_set(column_flag, sPonTableOperationalState))
-        port->sPonTableOperationalState = record.priStatus;
-    if (mib_flag_is_set(column_flag, sPonTableRogueOnuDetectState))
-        port->sPonTableRogueOnuDetectState = static_cast<mib_long>(record.rogueOnuDetectState.value());
-    if (mib_flag_is_set(column_flag, sPonTableTxPower))
-        port->sPonTableTxPower = record.txPwr;
+    pon_port_map.decode(&record, port, columns_in(column_flag, READ_COLUMNS));
     return 1;
 }

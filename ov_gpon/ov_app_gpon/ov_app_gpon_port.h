@@ -6,6 +6,7 @@
 // of a protection group it goes to the partner too. Main loop; functions that reach a card wait for it.
 #pragma once
 
+#include "app_message_map.h"
 #include "mmg_access.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
@@ -29,6 +30,8 @@ int ov_app_gpon_port_del(ov_sPonTable_attr_t* attr);
 char ov_app_gpon_port_check(ov_sPonTable_attr_t* attr, int action, MIB_Flags_t flag);
 // Do the service profiles of the auto-flow columns exist? 1 passes.
 char ov_app_gpon_autoflow_onu_srvprofile_check(ov_sPonTable_attr_t* attr, MIB_Flags_t flag);
+// How its columns reach the card.
+extern const MessageMap<ov_sPonTable_attr_t, ov_gpon_port_attr_t> pon_port_map;
 // The row as the card's record, and the mask of the columns 4 to 30 of `mib_mask`.
 void sport_mib_data_convert_to_hal(ov_sPonTable_attr_t* mib, ov_gpon_port_attr_t* hal,
                                    const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);

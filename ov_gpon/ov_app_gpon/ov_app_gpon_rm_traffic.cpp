@@ -1,5 +1,7 @@
 #include "ov_app_gpon_rm_traffic.h"
 
+#include "app_restore_line.h"
+
 #include <string_view>
 
 #include "app_named_profile.h"
@@ -76,7 +78,19 @@ bool may_come(const Row& row) {
            ov_refusal_because("there are %d traffic profiles already, the most there can be", MAX_PROFILES);
 }
 
+// The profile goes out whole; its record has no attributes.
+using Record = ov_gpon_trfprofile_attr_t;
+constexpr MapLine RM_TRAFFIC_LINES[] = {
+    UNMASKED(sRmTrafficProfileId, id),   UNMASKED(sRmTrafficProfileName, name),
+    UNMASKED(sRmTrafficProfileCIR, cir), UNMASKED(sRmTrafficProfileCBS, cbs),
+    UNMASKED(sRmTrafficProfilePIR, pir), UNMASKED(sRmTrafficProfilePBS, pbs),
+};
+
 } // namespace
+
+constinit const MessageMap<ov_sRmTrafficProfileTable_attr_t, ov_gpon_trfprofile_attr_t>
+    rm_traffic_map(RM_TRAFFIC_LINES);
+RESTORE(rm_traffic, SRMTRAFFICPROFILE, OV_HAL_MSG_GPON_RMONU_TRAFFIC_PROFILE, rm_traffic_map, CREATED)
 
 void ov_app_gpon_rm_traffic_init() {
     gpon_rm_traffic_appid = AssignAppId();
@@ -123,15 +137,8 @@ char ov_app_gpon_rm_traffic_check(ov_sRmTrafficProfileTable_attr_t* row, int act
 }
 
 void srmtraffic_mib_data_convert_to_hal(ov_sRmTrafficProfileTable_attr_t* mib, ov_gpon_trfprofile_attr_t* hal,
-                                        const MIB_Flags_t& /*mib_mask*/, ov_bmp_t* hal_flag) {
-    *hal = {};
-    hal->id = static_cast<int32_t>(mib->sRmTrafficProfileId);
-    set_text(hal->name, mib->sRmTrafficProfileName);
-    hal->cir = mib->sRmTrafficProfileCIR;
-    hal->cbs = mib->sRmTrafficProfileCBS;
-    hal->pir = mib->sRmTrafficProfilePIR;
-    hal->pbs = mib->sRmTrafficProfilePBS;
-    *hal_flag = 0;
+                                        const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
+    rm_traffic_map.convert(*mib, *hal, mib_mask, *hal_flag);
 }
 
 int ov_rm_traffic_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {

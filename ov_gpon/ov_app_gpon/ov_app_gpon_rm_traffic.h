@@ -2,6 +2,7 @@
 // is the name's hash. GEM ports name them for either direction.
 #pragma once
 
+#include "app_message_map.h"
 #include "mmg_access.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
@@ -22,6 +23,8 @@ int ov_app_gpon_rm_traffic_add_default();
 
 // May the row become so? `action` is an OV_HAL_GPON_MSG_ACTION_*. 1 passes.
 char ov_app_gpon_rm_traffic_check(ov_sRmTrafficProfileTable_attr_t* row, int action, MIB_Flags_t flag);
+// How its columns reach the card.
+extern const MessageMap<ov_sRmTrafficProfileTable_attr_t, ov_gpon_trfprofile_attr_t> rm_traffic_map;
 // The row as the cards' record. It has no attributes: the whole record counts, and the mask is 0.
 void srmtraffic_mib_data_convert_to_hal(ov_sRmTrafficProfileTable_attr_t* mib, ov_gpon_trfprofile_attr_t* hal,
                                         const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);

@@ -22,7 +22,26 @@ void fill_ifindex(Service& row) {
         row.sServiceTableIfIndex = service_port_ifindex(row, row.serviceID);
 }
 
+ov_ifindex_t gem_index_of(const Service& row) {
+    return gemport_ifindex(row, row.sServiceTableGemID);
+}
+int32_t no_mapping_of(const Service& /*row*/) {
+    return -1;
+}
+
+// None of these has an attribute that can be set alone.
+using Row = Service;
+using Record = ov_gpon_servport_attr_t;
+constexpr MapLine SERVICE_LINES[] = {
+    UNMASKED(sServiceTableIfIndex, ifindex),     WIRE_ONLY(gemIfndex, gem_index_of),
+    UNMASKED(sServiceTablecTagO, vlan),          UNMASKED(sServiceTablecTagI, user_vlan),
+    UNMASKED(sServiceTablesTagO, svlan),         WIRE_ONLY(cosq_map, no_mapping_of),
+    UNMASKED(sServiceTableDwnQueueMapID, queue),
+};
+
 } // namespace
+
+constinit const MessageMap<ov_sServiceTable_attr_t, ov_gpon_servport_attr_t> service_map(SERVICE_LINES);
 
 void ov_app_gpon_service_init() {
     gpon_service_appid = AssignAppId();
@@ -63,16 +82,8 @@ char ov_app_gpon_service_check(ov_sServiceTable_attr_t* attr, int action, MIB_Fl
 }
 
 void sservice_mib_data_convert_to_hal(ov_sServiceTable_attr_t* mib, ov_gpon_servport_attr_t* hal,
-                                      const MIB_Flags_t& /*mib_mask*/, ov_bmp_t* hal_flag) {
-    *hal = {};
-    hal->ifindex = mib->sServiceTableIfIndex;
-    hal->gemIfndex = gemport_ifindex(*mib, mib->sServiceTableGemID);
-    hal->vlan = static_cast<uint16_t>(mib->sServiceTablecTagO);
-    hal->user_vlan = static_cast<uint16_t>(mib->sServiceTablecTagI);
-    hal->svlan = static_cast<uint16_t>(mib->sServiceTablesTagO);
-    hal->cosq_map = -1;
-    hal->queue = mib->sServiceTableDwnQueueMapID;
-    *hal_flag = 0; // none of these has an attribute that can be set alone
+                                      const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
+    service_map.convert(*mib, *hal, mib_mask, *hal_flag);
 }
 
 int ov_service_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {

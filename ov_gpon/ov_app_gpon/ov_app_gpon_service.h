@@ -2,6 +2,7 @@
 // nothing follows them, since ov_app_gpon_service_init isn't in the start-up list.
 #pragma once
 
+#include "app_message_map.h"
 #include "mmg_access.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
@@ -23,6 +24,8 @@ int ov_app_gpon_service_del(ov_sServiceTable_attr_t* attr);
 // May the row become so? Counts as a service port of the card. `action` is an OV_HAL_GPON_MSG_ACTION_*. 1
 // passes.
 char ov_app_gpon_service_check(ov_sServiceTable_attr_t* attr, int action, MIB_Flags_t flag);
+// How its columns reach the card.
+extern const MessageMap<ov_sServiceTable_attr_t, ov_gpon_servport_attr_t> service_map;
 void sservice_mib_data_convert_to_hal(ov_sServiceTable_attr_t* mib, ov_gpon_servport_attr_t* hal,
                                       const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);
 int ov_service_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

@@ -1,5 +1,8 @@
 #include "ov_app_gpon_service_port.h"
 
+#include "app_restore_line.h"
+#include "ov_app_gpon_config_restore_mask.h"
+
 #include "app_index.h"
 #include "app_resource.h"
 #include "app_rows.h"
@@ -314,38 +317,58 @@ ov_vlan_prio_action_e ov_prio_action_convert2hal(int32_t action) {
     }
 }
 
+namespace {
+
+ov_ifindex_t index_of(const ServicePort& row) {
+    return service_port_ifindex(row);
+}
+ov_ifindex_t gem_index_of(const ServicePort& row) {
+    return gemport_ifindex(row, static_cast<mib_ulong>(row.servicePortGemId));
+}
+bool selects_queue_by_profile(const ServicePort& row) {
+    return !selects_queue_directly(row);
+}
+int32_t mapping_of(const ServicePort& row) {
+    return selects_queue_directly(row) ? -1 : row.servicePortCosQueueMappingProfileId;
+}
+
+// Cards take the tags from every record; no bits stand for them.
+using Row = ServicePort;
+using Record = ov_gpon_service_port_attr_t;
+constexpr MapLine SERVICE_PORT_LINES[] = {
+    WIRE_ONLY(ifindex, index_of),
+    WIRE_ONLY(gemIfndex, gem_index_of),
+    UNMASKED(servicePortVlan, vlan),
+    UNMASKED(servicePortSvlan, svlan),
+    UNMASKED(servicePortUserVlan, user_vlan),
+    UNMASKED(servicePortVlanPrio, vlan_prio),
+    UNMASKED(servicePortSvlanPrio, svlan_prio),
+    MAP_AS(servicePortVlanAction, vlan_action, MapLine::NO_ATTRIBUTE, ov_vlan_action_convert2hal),
+    MAP_AS(servicePortVlanPrioAction, vlan_prio_action, MapLine::NO_ATTRIBUTE, ov_prio_action_convert2hal),
+    MAP_AS(servicePortSvlanPrioAction, svlan_prio_action, MapLine::NO_ATTRIBUTE, ov_prio_action_convert2hal),
+    WIRE_ONLY(cosq_map, mapping_of),
+    MASK_ONLY(servicePortCosQueueMappingProfileId, OV_GPON_SERVICE_PORT_ATTR_INDEX_cosq_map)
+        .applies_when(ROW_IS(selects_queue_by_profile)),
+    MAP(servicePortQueue, queue, OV_GPON_SERVICE_PORT_ATTR_INDEX_queue)
+        .applies_when(ROW_IS(selects_queue_directly)),
+    MAP(servicePortMacmove, mac_move, OV_GPON_SERVICE_PORT_ATTR_INDEX_mac_move).replayed(MapReplay::ZERO),
+    MAP(servicePortMacLimit, mac_limit, OV_GPON_SERVICE_PORT_ATTR_INDEX_mac_limit),
+};
+
+} // namespace
+
+constinit const MessageMap<ov_servicePortTable_attr_t, ov_gpon_service_port_attr_t>
+    service_port_map(SERVICE_PORT_LINES);
+RESTORE(srvport, SSERVICEPORT, OV_HAL_MSG_GPON_SERVPORT, service_port_map, CREATED_AND_SET)
+RESTORE_TEMPLATES(srvport, SSERVICEPORT, OV_HAL_MSG_GPON_SERVPORT, service_port_map, CREATED_AND_SET)
+
 void ov_service_port_table_mib_convert2_hal(ov_servicePortTable_attr_t* mib, ov_gpon_service_port_attr_t* hal,
                                             const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
-    const ServicePort& row = *mib;
-    uint32_t mask = 0;
-    const auto mark = [&](unsigned of_column, int32_t attribute) {
-        if (mib_flag_is_set(mib_mask, of_column))
-            mask |= 1u << attribute;
-    };
-    *hal = {};
-    hal->ifindex = service_port_ifindex(row);
-    hal->gemIfndex = gemport_ifindex(row, static_cast<mib_ulong>(row.servicePortGemId));
-    hal->vlan = static_cast<uint16_t>(row.servicePortVlan);
-    hal->svlan = static_cast<uint16_t>(row.servicePortSvlan);
-    hal->user_vlan = static_cast<uint16_t>(row.servicePortUserVlan);
-    hal->vlan_prio = static_cast<uint16_t>(row.servicePortVlanPrio);
-    hal->svlan_prio = static_cast<uint16_t>(row.servicePortSvlanPrio);
-    hal->vlan_action = ov_vlan_action_convert2hal(row.servicePortVlanAction);
-    hal->vlan_prio_action = ov_prio_action_convert2hal(row.servicePortVlanPrioAction);
-    hal->svlan_prio_action = ov_prio_action_convert2hal(row.servicePortSvlanPrioAction);
-    if (selects_queue_directly(row)) {
-        hal->cosq_map = -1;
-        hal->queue = static_cast<uint32_t>(row.servicePortQueue);
-        mark(column::servicePortQueue, OV_GPON_SERVICE_PORT_ATTR_INDEX_queue);
-    } else {
-        hal->cosq_map = row.servicePortCosQueueMappingProfileId;
-        mark(column::servicePortCosQueueMappingProfileId, OV_GPON_SERVICE_PORT_ATTR_INDEX_cosq_map);
-    }
-    hal->mac_move = static_cast<uint8_t>(row.servicePortMacmove);
-    mark(column::servicePortMacmove, OV_GPON_SERVICE_PORT_ATTR_INDEX_mac_move);
-    hal->mac_limit = static_cast<uint32_t>(row.servicePortMacLimit);
-    mark(column::servicePortMacLimit, OV_GPON_SERVICE_PORT_ATTR_INDEX_mac_limit);
-    *hal_flag = static_cast<ov_bmp_t>(mask);
+    service_port_map.convert(*mib, *hal, mib_mask, *hal_flag);
+}
+
+ov_bmp_t ov_serviceport_table_attr_mask_get(const void* row) {
+    return service_port_map.replay_mask(row);
 }
 
 int ov_service_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {

@@ -2,6 +2,7 @@
 // kept, translated or added) and to a queue.
 #pragma once
 
+#include "app_message_map.h"
 #include "mmg_access.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
@@ -33,6 +34,8 @@ void ov_service_port_table_iterate_del(ov_sOnuTable_attr_t* onu);
 // The card's values of the VLAN and priority actions; 0 for any other.
 ov_vlan_action_e ov_vlan_action_convert2hal(int32_t action);
 ov_vlan_prio_action_e ov_prio_action_convert2hal(int32_t action);
+// How its columns reach the card.
+extern const MessageMap<ov_servicePortTable_attr_t, ov_gpon_service_port_attr_t> service_port_map;
 // The row as the card's record. The mask has bits for MAC move, MAC limit and the queue only: a change of the
 // VLAN columns sets none.
 void ov_service_port_table_mib_convert2_hal(ov_servicePortTable_attr_t* mib, ov_gpon_service_port_attr_t* hal,

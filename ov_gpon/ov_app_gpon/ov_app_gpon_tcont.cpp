@@ -1,5 +1,7 @@
 #include "ov_app_gpon_tcont.h"
 
+#include "app_restore_line.h"
+
 #include "app_index.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
@@ -190,7 +192,29 @@ bool name_profile_id(Tcont& row, MIB_Flags_t& flag) {
     return true;
 }
 
+// ---- to the card
+// -------------------------------------------------------------------------------------------
+
+// From column 3 on the bits are one column late: cards expect the bits of a T-CONT so.
+using Row = Tcont;
+using Record = ov_gpon_tcont_attr_t;
+namespace column = sTcontTable_column;
+constexpr MapLine TCONT_LINES[] = {
+    WIRE_ONLY(onuIfindex, onu_ifindex_of<Tcont>),
+    MAP(tcontId, tcontId, OV_GPON_TCONT_ATTR_INDEX_tcontId),
+    MAP(sTcontTableAllocID, allocId, OV_GPON_TCONT_ATTR_INDEX_allocId),
+    UNMASKED(sTcontTableTcontName, name),
+    MASK_ONLY(sTcontTableBwProfileId, OV_GPON_TCONT_ATTR_INDEX_name),
+    MAP(sTcontTableBwProfileName, bwProfile, OV_GPON_TCONT_ATTR_INDEX_bwProfile),
+};
+
 } // namespace
+
+constinit const MessageMap<ov_sTcontTable_attr_t, ov_gpon_tcont_attr_t>
+    tcont_map(TCONT_LINES, {.last = sTcontTable_column::sTcontTableBwProfileName,
+                            .no_attribute = OV_GPON_TCONT_ATTR_INDEX_MAX});
+RESTORE(tcont, STCONT, OV_HAL_MSG_GPON_TCONT, tcont_map, CREATED)
+RESTORE_TEMPLATES(tcont, STCONT, OV_HAL_MSG_GPON_TCONT, tcont_map, CREATED)
 
 void ov_app_gpon_tcont_init() {
     gpon_tcont_appid = AssignAppId();
@@ -284,18 +308,7 @@ char ov_app_gpon_multi_srvprofile_check_DBA(ov_sTcontTable_attr_t* attr) {
 
 void stcont_mib_data_convert_to_hal(ov_sTcontTable_attr_t* mib, ov_gpon_tcont_attr_t* hal,
                                     const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
-    // One column late from column 3 on: cards expect the bits of a T-CONT so.
-    static constexpr std::array<uint8_t, 6> stcont_table_flag_map = {
-        OV_GPON_TCONT_ATTR_INDEX_MAX, OV_GPON_TCONT_ATTR_INDEX_tcontId, OV_GPON_TCONT_ATTR_INDEX_allocId,
-        OV_GPON_TCONT_ATTR_INDEX_MAX, OV_GPON_TCONT_ATTR_INDEX_name,    OV_GPON_TCONT_ATTR_INDEX_bwProfile,
-    };
-    *hal = {};
-    hal->onuIfindex = onu_ifindex_of(*mib);
-    hal->tcontId = mib->tcontId;
-    hal->allocId = static_cast<uint32_t>(mib->sTcontTableAllocID);
-    set_text(hal->name, mib->sTcontTableTcontName);
-    set_text(hal->bwProfile, mib->sTcontTableBwProfileName);
-    *hal_flag = hal_mask_of_columns(mib_mask, stcont_table_flag_map, 1, 5);
+    tcont_map.convert(*mib, *hal, mib_mask, *hal_flag);
 }
 
 int ov_tcont_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {

@@ -1,6 +1,7 @@
 // T-CONTs of ONUs (ITU-T G.984.3) and of service profiles: sTcontTable.
 #pragma once
 
+#include "app_message_map.h"
 #include "mmg_access.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
@@ -30,6 +31,8 @@ char ov_tcont_multi_srvprofile_exist_check(ov_sTcontTable_attr_t* attr);
 // can't be deleted.
 int ov_tcont_table_iterate_del(ov_sOnuTable_attr_t* ponu_attr);
 
+// How its columns reach the card.
+extern const MessageMap<ov_sTcontTable_attr_t, ov_gpon_tcont_attr_t> tcont_map;
 void stcont_mib_data_convert_to_hal(ov_sTcontTable_attr_t* mib, ov_gpon_tcont_attr_t* hal,
                                     const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);
 int ov_tcont_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

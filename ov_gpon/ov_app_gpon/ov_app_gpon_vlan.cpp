@@ -1,10 +1,29 @@
 #include "ov_app_gpon_vlan.h"
 
-#include <cstring>
+#include "app_restore_line.h"
 
 #include "app_set_callback.h"
 
 int gpon_mcast_vlan_appid = 0;
+
+namespace {
+
+namespace column = sMcastVlanTable_column;
+using Row = ov_sMcastVlanTable_attr_t;
+using Record = ov_gpon_mcast_vlan_attr_t;
+constexpr MapLine MCAST_VLAN_LINES[] = {
+    MAP(multicastID, id, OV_GPON_MCAST_VLAN_ATTR_INDEX_id),
+    MAP(sMcastVlanTableMulticasVlanID, vlan, OV_GPON_MCAST_VLAN_ATTR_INDEX_vlan),
+    MAP(sMcastVlanTableMulticasMacAdd, mac, OV_GPON_MCAST_VLAN_ATTR_INDEX_macac),
+    MAP(sMcastVlanTableRouterPortIndex, routerIf, OV_GPON_MCAST_VLAN_ATTR_INDEX_routerIf),
+};
+
+} // namespace
+
+constinit const MessageMap<ov_sMcastVlanTable_attr_t, ov_gpon_mcast_vlan_attr_t>
+    mcast_vlan_map(MCAST_VLAN_LINES, {.last = column::sMcastVlanTableOnuIndexList,
+                                      .no_attribute = OV_GPON_MCAST_VLAN_ATTR_INDEX_MAX});
+RESTORE(mcast_vlan, SMCASTVLAN, OV_HAL_MSG_GPON_MCAST, mcast_vlan_map, CREATED)
 
 void ov_app_gpon_mcast_vlan_init() {
     gpon_mcast_vlan_appid = AssignAppId();
@@ -15,19 +34,7 @@ void ov_app_gpon_mcast_vlan_init() {
 
 void smcastvlan_mib_data_convert_to_hal(ov_sMcastVlanTable_attr_t* mib, ov_gpon_mcast_vlan_attr_t* hal,
                                         const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
-    static constexpr std::array<uint8_t, 7> smcastvlan_table_flag_map = {
-        OV_GPON_MCAST_VLAN_ATTR_INDEX_MAX,  OV_GPON_MCAST_VLAN_ATTR_INDEX_id,
-        OV_GPON_MCAST_VLAN_ATTR_INDEX_vlan, OV_GPON_MCAST_VLAN_ATTR_INDEX_macac,
-        OV_GPON_MCAST_VLAN_ATTR_INDEX_MAX,  OV_GPON_MCAST_VLAN_ATTR_INDEX_routerIf,
-        OV_GPON_MCAST_VLAN_ATTR_INDEX_MAX,
-    };
-    *hal = {};
-    hal->id = static_cast<uint16_t>(mib->multicastID);
-    hal->vlan = static_cast<uint16_t>(mib->sMcastVlanTableMulticasVlanID);
-    static_assert(sizeof hal->mac == sMcastVlanTable_limit::sMcastVlanTableMulticasMacAdd);
-    std::memcpy(hal->mac, mib->sMcastVlanTableMulticasMacAdd, sizeof hal->mac);
-    hal->routerIf = mib->sMcastVlanTableRouterPortIndex;
-    *hal_flag = hal_mask_of_columns(mib_mask, smcastvlan_table_flag_map, 1, 6);
+    mcast_vlan_map.convert(*mib, *hal, mib_mask, *hal_flag);
 }
 
 int ov_mcast_vlan_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {

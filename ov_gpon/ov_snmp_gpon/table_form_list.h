@@ -9,6 +9,8 @@
 #define OV_TEXT_OF_(a) #a
 #define OV_TEXT_OF(a) OV_TEXT_OF_(a)
 
+#define OV_FIRST(first, ...) first
+
 #define OV_EACH(M, x, ...) M x __VA_OPT__(OV_EACH_7(M, __VA_ARGS__))
 #define OV_EACH_7(M, x, ...) M x __VA_OPT__(OV_EACH_6(M, __VA_ARGS__))
 #define OV_EACH_6(M, x, ...) M x __VA_OPT__(OV_EACH_5(M, __VA_ARGS__))

@@ -10,6 +10,7 @@
 #include <tuple>
 
 #include "../support/log_capture.h"
+#include "app_message_map.h"
 #include "app_slot_rows.h"
 #include "gemPmThrTable.h"
 #include "onuQosTable.h"
@@ -34,14 +35,25 @@ Row fresh_row() {
     return *static_cast<Row*>(table.create_entry(&key));
 }
 
-template <typename Row, typename Fill>
-uint32_t mask_of(const MaskRule& rule, Fill fill) {
+template <typename Row, typename Rule, typename Fill>
+uint32_t mask_of(const Rule& rule, Fill fill) {
     Row row = fresh_row<Row>();
     fill(row);
     return static_cast<uint32_t>(rule(&row));
 }
 
 constexpr auto NOTHING = [](auto&) {};
+
+// The rule of a map whose lines raise bits alone.
+template <typename Row>
+auto replay_of(std::span<const MapLine> lines) {
+    return
+        [map = MessageMap<Row, ov_gpon_port_attr_t>(lines)](const void* row) { return map.replay_mask(row); };
+}
+constexpr MapLine bit(int8_t attribute, uint8_t column, MapReplay when = MapReplay::DIFFERS, int32_t low = 0,
+                      int32_t high = 0) {
+    return MapLine{.column = column, .attribute = attribute}.replayed(when, low, high);
+}
 
 class RestoreMask : public testing::Test {
     LogCapture log;
@@ -121,14 +133,13 @@ TEST_F(RestoreMask, OfQueueSchedulesIsAllOrNothing) {
 
 TEST_F(RestoreMask, ByAMapTakesEachColumnThatDiffersFromItsDefault) {
     using Row = ov_sPonTable_attr_t;
-    constexpr uint8_t NONE = 20;
-    std::array<uint8_t, 35> map = {};
-    map.fill(NONE);
-    map[7] = 4;   // unsigned, default 4095
-    map[8] = 8;   // signed
-    map[12] = 7;  // text
-    map[31] = 17; // octets
-    const MaskRule rule = columns_against_defaults(SPON, map, NONE);
+    constexpr MapLine lines[] = {
+        bit(4, 7),   // unsigned, default 4095
+        bit(8, 8),   // signed
+        bit(7, 12),  // text
+        bit(17, 31), // octets
+    };
+    const auto rule = replay_of<Row>(lines);
     EXPECT_EQ(mask_of<Row>(rule, NOTHING), 0u);
     EXPECT_EQ(mask_of<Row>(rule, [](Row& row) { row.sPonTableScbPort = 0xffffffff; }), 1u << 4);
     EXPECT_EQ(mask_of<Row>(rule, [](Row& row) { row.sPonTableTxPower = -1; }), 1u << 8);
@@ -205,8 +216,8 @@ struct table_of<OddRow> {
 namespace {
 
 TEST_F(RestoreMask, OfAddressesComparesThemAsTheyAreWritten) {
-    const std::array<uint8_t, 5> map = {9, 9, 5, 9, 9};
-    const MaskRule rule = columns_against_defaults(ODD_TABLE, map, 9);
+    constexpr MapLine lines[] = {bit(5, 2)};
+    const auto rule = replay_of<OddRow>(lines);
     EXPECT_EQ(mask_of<OddRow>(rule, NOTHING), 0u);
     const auto with = [&](const char* address) {
         return mask_of<OddRow>(rule, [&](OddRow& row) { row.oddAddress = inet_addr(address); });
@@ -218,25 +229,26 @@ TEST_F(RestoreMask, OfAddressesComparesThemAsTheyAreWritten) {
 }
 
 TEST_F(RestoreMask, OfCountersComparesAllTheirBits) {
-    const std::array<uint8_t, 5> map = {9, 9, 9, 9, 31};
-    const MaskRule rule = columns_against_defaults(ODD_TABLE, map, 9);
+    constexpr MapLine lines[] = {bit(31, 4)};
+    const auto rule = replay_of<OddRow>(lines);
     EXPECT_EQ(mask_of<OddRow>(rule, NOTHING), 0u);
     for (const uint64_t other : {uint64_t{0}, uint64_t{ODD_COUNTER} + 1, uint64_t{1} << 41, UINT64_MAX})
         EXPECT_EQ(mask_of<OddRow>(rule, [&](OddRow& row) { row.oddCounter = other; }), 1u << 31) << other;
 }
 
 TEST_F(RestoreMask, ByConditionsLooksAtWholeAddressesAndCounters) {
-    constexpr MaskCondition conditions[] = {
-        {1, 4, MaskWhen::NOT_ZERO},
-        {2, 4, MaskWhen::ZERO},
-        {3, 4, MaskWhen::IN_RANGE, 1, 32},
-        {4, 2, MaskWhen::NOT_ZERO},
-        {5, 2, MaskWhen::ZERO},
-        {6, 2, MaskWhen::IN_RANGE, 1, 32},
-        {7, 2}, // differs
-        {8, 4},
+    constexpr MapLine lines[] = {
+        bit(1, 4, MapReplay::NOT_ZERO),
+        bit(2, 4, MapReplay::ZERO),
+        bit(3, 4, MapReplay::IN_RANGE, 1, 32),
+        bit(4, 2, MapReplay::NOT_ZERO),
+        bit(5, 2, MapReplay::ZERO),
+        bit(6, 2, MapReplay::IN_RANGE, 1, 32),
+        bit(7, 2), // differs
+        bit(8, 4),
+        bit(9, 4, MapReplay::CREATE_ONLY),
     };
-    const MaskRule rule = {.table = ODD_TABLE, .listed = conditions};
+    const auto rule = replay_of<OddRow>(lines);
     const auto with = [&](uint64_t counter, const char* address) {
         return mask_of<OddRow>(rule, [&](OddRow& row) {
             row.oddCounter = counter;
@@ -259,15 +271,15 @@ TEST_F(RestoreMask, ByConditionsLooksAtWholeAddressesAndCounters) {
 
 TEST_F(RestoreMask, OfTablesOfTheSystemHasTheirAddressesAndCounters) {
     using Host = ov_sRmIPHostTable_attr_t;
-    const std::array<uint8_t, 7> host_map = {20, 0, 1, 2, 3, 4, 5};
-    const MaskRule host = columns_against_defaults(SRMIPHOST, host_map, 20);
+    constexpr MapLine host_lines[] = {bit(0, 1), bit(1, 2), bit(2, 3), bit(3, 4), bit(4, 5), bit(5, 6)};
+    const auto host = replay_of<Host>(host_lines);
     EXPECT_EQ(mask_of<Host>(host, NOTHING), 0u);
     EXPECT_EQ(mask_of<Host>(host, [](Host& row) { row.sRmIPHostIpAddress = inet_addr("10.0.0.1"); }),
               1u << 1);
     EXPECT_EQ(mask_of<Host>(host, [](Host& row) { row.sRmIPHostGateway = inet_addr("0.0.0.1"); }), 1u << 3);
     using Limits = ov_gemPmThrTable_attr_t;
-    const std::array<uint8_t, 8> limits_map = {20, 20, 20, 0, 1, 2, 3, 4};
-    const MaskRule limits = columns_against_defaults(SGEMPMTHR, limits_map, 20);
+    constexpr MapLine limits_lines[] = {bit(0, 3), bit(1, 4), bit(2, 5), bit(3, 6), bit(4, 7)};
+    const auto limits = replay_of<Limits>(limits_lines);
     EXPECT_EQ(mask_of<Limits>(limits, NOTHING), 0u);
     EXPECT_EQ(mask_of<Limits>(limits, [](Limits& row) { row.gpmThrRxBytes = uint64_t{1} << 32; }), 1u << 2);
     EXPECT_EQ(mask_of<Limits>(limits, [](Limits& row) { row.gpmThrTxBytes = UINT64_MAX; }), 1u << 4);

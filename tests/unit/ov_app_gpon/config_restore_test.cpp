@@ -266,8 +266,8 @@ TEST(RestoreProfiles, TemplateRowsOfWanWifiAndPoeHaveTheirTables) {
         EXPECT_EQ(templates.table, base.table);
         EXPECT_EQ(templates.message, message);
         EXPECT_EQ(templates.rows, RestoreRows::TEMPLATES);
-        EXPECT_EQ(templates.encode, base.encode);
-        EXPECT_EQ(templates.mask, base.mask);
+        EXPECT_EQ(templates.map, base.map);
+        EXPECT_EQ(templates.sets, base.sets);
         const auto* desc = ov_hal_gpon_msg_desc_get(static_cast<unsigned>(message));
         ASSERT_NE(desc, nullptr);
         EXPECT_EQ(desc->dest, ov_hal_gpon_msg_dest_t::INDEX_OR_ALL); // slot 31 is every card
