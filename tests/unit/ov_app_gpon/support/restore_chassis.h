@@ -1,0 +1,167 @@
+// What the tests of slot events stand on: a chassis whose timers a test runs by hand, and a controller that
+// agrees to everything.
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "../../support/app_chassis.h"
+#include "../../support/frames.h"
+#include "app_loop.h"
+#include "uclient.h"
+
+// The timers that were armed, in their order.
+class HeldTimers {
+public:
+    HeldTimers() {
+        held().clear();
+        app_timer_set_tap([](void (*function)(struct thread*), void* arg, long milliseconds) {
+            held().push_back({function, arg, milliseconds});
+        });
+    }
+    ~HeldTimers() { app_timer_set_tap(nullptr); }
+    HeldTimers(const HeldTimers&) = delete;
+    HeldTimers& operator=(const HeldTimers&) = delete;
+
+    static size_t count() { return held().size(); }
+    // Lets the first one run out; gives the milliseconds that it was armed with.
+    static long run_first() {
+        EXPECT_FALSE(held().empty());
+        if (held().empty())
+            return -1;
+        const Timer timer = held().front();
+        held().erase(held().begin());
+        struct thread thread = {};
+        thread.arg = timer.arg;
+        timer.function(&thread);
+        return timer.milliseconds;
+    }
+    // Runs them until none is left: what each was armed with.
+    static std::vector<long> run_all() {
+        std::vector<long> pauses;
+        while (!held().empty())
+            pauses.push_back(run_first());
+        return pauses;
+    }
+
+private:
+    struct Timer {
+        void (*function)(struct thread*);
+        void* arg;
+        long milliseconds;
+    };
+    static std::vector<Timer>& held() {
+        static std::vector<Timer> timers;
+        return timers;
+    }
+};
+
+// Answers every request with 0 and keeps it.
+class AgreeingController {
+public:
+    AgreeingController() : thread_([this] { serve(); }) {
+        client_.fd_sync = pair_.fd[0];
+        uclient = &client_;
+    }
+    ~AgreeingController() {
+        uclient = nullptr;
+        shutdown(pair_.fd[0], SHUT_RDWR);
+        thread_.join();
+    }
+    AgreeingController(const AgreeingController&) = delete;
+    AgreeingController& operator=(const AgreeingController&) = delete;
+
+    // The reports of priorities: "slot/priority/result".
+    std::vector<std::string> reports() const {
+        const std::lock_guard lock(mutex_);
+        std::vector<std::string> texts;
+        for (const Received& got : seen_)
+            if (got.type == UMSG_CFG_APP_NOTIFY_RECOVER_RESULT) {
+                const auto body = got.as<umsg_cfg_sync_t>();
+                texts.push_back(std::string(body.appName) + " " + std::to_string(body.slotid) + "/" +
+                                std::to_string(body.cfg_prio) + "/" + std::to_string(body.retcode));
+            }
+        return texts;
+    }
+
+private:
+    void serve() {
+        for (;;) {
+            pollfd p = {.fd = pair_.fd[1], .events = POLLIN, .revents = 0};
+            char head = 0;
+            if (poll(&p, 1, -1) < 0 || recv(pair_.fd[1], &head, 1, MSG_PEEK) <= 0)
+                return;
+            const Received got = read_frame(pair_.fd[1]);
+            {
+                const std::lock_guard lock(mutex_);
+                seen_.push_back(got);
+            }
+            write_all(pair_.fd[1], frame(UMSG_REPLY, got.seq, reply_body(0, 0, "")));
+        }
+    }
+
+    mutable std::mutex mutex_;
+    std::vector<Received> seen_;
+    SocketPair pair_;
+    uclient_s client_ = {};
+    std::thread thread_;
+};
+
+struct RestoreChassis {
+    AppChassis& card;
+    HeldTimers timers;
+    AgreeingController controller;
+
+    explicit RestoreChassis(AppChassis& chassis) : card(chassis) {}
+
+    // What the card gets while `act` runs.
+    template <typename Act>
+    std::vector<CardMessage> messages_of(Act act) const {
+        wait_for_the_card();
+        card.forget_messages();
+        act();
+        wait_for_the_card();
+        auto seen = card.messages();
+        EXPECT_EQ(seen.back().type, OV_HAL_MSG_GPON_RMONU_ANI_OPT_INFO);
+        seen.pop_back();
+        return seen;
+    }
+
+private:
+    // Messages without reply are in by the time that a reply comes.
+    static void wait_for_the_card() {
+        ov_gpon_rmonu_opt_ani_info_attr_t barrier = {};
+        barrier.onuIfindex = ov_ifindex_gen_by_phyinfo(PORT_TYPE_GONU, 1, AppChassis::SLOT, 0, 1, 1);
+        EXPECT_EQ(ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_RMONU_ANI_OPT_INFO, OV_HAL_GPON_MSG_ACTION_CREATE,
+                                       &barrier, 0, 1),
+                  0);
+    }
+};
+
+inline void run_restore_chassis(const std::function<void(RestoreChassis&)>& body) {
+    app_chassis::run([&body](AppChassis& card) {
+        RestoreChassis chassis(card);
+        LogCapture::clear();
+        body(chassis);
+    });
+}
+
+// "901 create", "901 set 0x80000", ... of messages.
+inline std::vector<std::string> outline(const std::vector<CardMessage>& messages) {
+    std::vector<std::string> lines;
+    for (const CardMessage& message : messages) {
+        static const char* const actions[] = {"?", "create", "delete", "set", "get", "current"};
+        std::string line = std::to_string(message.type) + " " + actions[message.action];
+        if (message.mask != 0) {
+            char mask[16];
+            snprintf(mask, sizeof mask, " 0x%x", message.mask);
+            line += mask;
+        }
+        lines.push_back(line);
+    }
+    return lines;
+}
