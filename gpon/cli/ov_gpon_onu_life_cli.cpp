@@ -1,7 +1,7 @@
 // ONUs of a PON port: added, changed, deleted.
 #include "kavo_cmd_rows.h"
 #include "onu_auth_forms.h"
-#include "ov_app_gpon_onusrv_batch_config.h"
+#include "ov_app_gpon_srvprofile.h"
 #include "ov_gpon_onu_cli.h"
 #include "ov_refusal.h"
 

@@ -3,7 +3,7 @@
 #include "app_rows.h"
 #include "app_set_callback.h"
 #include "ov_app_gpon_onu.h"
-#include "ov_app_gpon_pon_port_cfg.h"
+#include "ov_app_gpon_pon_role.h"
 #include "ov_product_log.h"
 #include "sOnuExtendInfoTable.h"
 

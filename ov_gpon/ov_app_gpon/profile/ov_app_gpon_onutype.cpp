@@ -10,7 +10,7 @@
 #include "app_named_profile.h"
 #include "app_set_callback.h"
 #include "app_text.h"
-#include "ov_app_gpon_onusrv_batch_config.h"
+#include "ov_app_gpon_srvprofile.h"
 #include "ov_hal_gpon_attr_dump.h"
 #include "ov_product.h"
 #include "sOnuTable.h"

@@ -2,10 +2,10 @@
 #include "cli_fixture.h"
 
 #include "ov_app_gpon_bwtype.h"
-#include "ov_app_gpon_onusrv_batch_config.h"
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_port.h"
 #include "ov_app_gpon_rm_traffic.h"
+#include "ov_app_gpon_srvprofile.h"
 
 Application app;
 

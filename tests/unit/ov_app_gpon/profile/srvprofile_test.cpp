@@ -1,4 +1,4 @@
-#include "ov_app_gpon_onusrv_batch_config.h"
+#include "ov_app_gpon_srvprofile.h"
 
 #include "../support/profile_support.h"
 #include "app_set_callback.h"

@@ -3,11 +3,11 @@
 #include "../support/provisioning_chassis.h"
 
 #include "ov_app_gpon_bwtype.h"
-#include "ov_app_gpon_onusrv_batch_config.h"
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_qosprofile.h"
 #include "ov_app_gpon_rm_traffic.h"
 #include "ov_app_gpon_service.h"
+#include "ov_app_gpon_srvprofile.h"
 #include "ov_app_gpon_vlan.h"
 
 using testing::ElementsAre;

@@ -13,7 +13,7 @@
 #include "cosToCosProfileTable.h"
 #include "mmg_text.h"
 #include "ov_app_gpon_gemport.h"
-#include "ov_app_gpon_pon_port_cfg.h"
+#include "ov_app_gpon_pon_role.h"
 #include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_service_port.h"
 #include "ov_app_gpon_tcont.h"

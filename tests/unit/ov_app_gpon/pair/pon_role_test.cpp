@@ -1,5 +1,5 @@
 // Roles of PON ports in protection groups.
-#include "ov_app_gpon_pon_port_cfg.h"
+#include "ov_app_gpon_pon_role.h"
 
 #include <gmock/gmock.h>
 

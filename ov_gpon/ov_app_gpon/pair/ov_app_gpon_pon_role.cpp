@@ -1,4 +1,4 @@
-#include "ov_app_gpon_pon_port_cfg.h"
+#include "ov_app_gpon_pon_role.h"
 
 #include <memory>
 #include <new>
