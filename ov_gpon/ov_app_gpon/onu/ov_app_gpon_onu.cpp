@@ -15,7 +15,7 @@
 #include "ov_app_gpon_if.h"
 #include "ov_app_gpon_onu_note.h"
 #include "ov_app_gpon_onutype.h"
-#include "ov_app_gpon_pon_role.h"
+#include "ov_app_gpon_pair.h"
 #include "ov_app_gpon_srvprofile.h"
 #include "ov_gpon.h"
 #include "ov_hal_gpon_attr_dump.h"

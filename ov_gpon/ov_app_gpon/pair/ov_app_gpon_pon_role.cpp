@@ -4,7 +4,6 @@
 #include <new>
 
 #include "ov_gpon.h"
-#include "ov_product_log.h"
 
 namespace {
 
@@ -69,13 +68,4 @@ int ov_app_gpon_port_is_group_active_pon_port(int slotid, int ponid) {
     const auto* port = status_of(slotid, ponid);
     return port != nullptr && port->is_active != 0 && ov_startup_gpon_config_sync_end_check(slotid) == 1 ? 1
                                                                                                          : 0;
-}
-
-int ov_app_pon_protect_group_config_table_sync(int /*syncTable*/, const void* /*row*/, int /*len*/,
-                                               const MIB_Flags_t& /*column_flag*/, int /*action*/,
-                                               ov_ifindex_t /*protect*/) {
-    // TODO: the queue of writes for partner ports; a write can't be taken until it is there. Protection
-    // groups, which alone give a port a role, come with it.
-    OV_LOG_ERROR("MMG", "Failed: XMALLOC MTYPE_PON.\n");
-    return 0;
 }

@@ -10,7 +10,7 @@
 #include "app_index.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
-#include "ov_app_gpon_pon_role.h"
+#include "ov_app_gpon_pair.h"
 #include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_qosprofile.h"
 #include "ov_app_gpon_srvprofile.h"

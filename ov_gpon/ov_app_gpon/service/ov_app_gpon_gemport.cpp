@@ -10,7 +10,7 @@
 #include "app_text.h"
 #include "app_write_row.h"
 #include "ov_app_gpon_owner.h"
-#include "ov_app_gpon_pon_role.h"
+#include "ov_app_gpon_pair.h"
 #include "ov_gpon.h"
 #include "ov_hal_gpon_attr_dump.h"
 #include "ov_ifindex.h"

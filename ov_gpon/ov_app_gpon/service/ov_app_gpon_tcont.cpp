@@ -10,7 +10,7 @@
 #include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_owner.h"
-#include "ov_app_gpon_pon_role.h"
+#include "ov_app_gpon_pair.h"
 #include "ov_gpon.h"
 #include "ov_hal_gpon_attr_dump.h"
 #include "ov_product_log.h"

@@ -5,7 +5,7 @@
 
 #include "../../support/app_chassis.h"
 #include "../support/check_callbacks.h"
-#include "ov_app_gpon_pon_role.h"
+#include "ov_app_gpon_pair.h"
 #include "ov_app_gpon_qos.h"
 #include "sOnuSrvProfileTable.h"
 #include "sQosProfileTable.h"

@@ -9,7 +9,7 @@
 #include "app_set_callback.h"
 #include "app_text.h"
 #include "ov_app_gpon_onu.h"
-#include "ov_app_gpon_pon_role.h"
+#include "ov_app_gpon_pair.h"
 #include "sBWProfileTable.h"
 #include "sGemTable.h"
 #include "sOnuSrvProfileTable.h"

@@ -1,0 +1,86 @@
+// Writes to working ports that are repeated on their partners.
+#include "ov_app_gpon_pair.h"
+
+#include <climits>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "../../ov_common/private_root.h"
+#include "../../support/log_capture.h"
+#include "app_loop.h"
+
+namespace {
+
+struct Row {
+    int32_t slotID;
+    int32_t portID;
+    int32_t value;
+};
+
+std::vector<void (*)(struct thread*)> timers;
+std::string written;
+
+void note(const char* table, void* row, const MIB_Flags_t& columns, int action, ov_ifindex_t partner) {
+    written += std::string(table) + " " + std::to_string(static_cast<Row*>(row)->value) + " column 7 " +
+               (mib_flag_is_set(columns, 7) ? "yes" : "no") + " action " + std::to_string(action) + " on " +
+               std::to_string(partner) + "\n";
+    static_cast<Row*>(row)->value = -1;
+}
+void write_gem(void* row, const MIB_Flags_t& columns, int action, ov_ifindex_t partner) {
+    note("gem", row, columns, action, partner);
+}
+void write_onu(void* row, const MIB_Flags_t& columns, int action, ov_ifindex_t partner) {
+    note("onu", row, columns, action, partner);
+}
+
+// The loop's timers come into `timers`, each table has a writer that notes what it is given.
+template <typename Body>
+void with_writers(Body body) {
+    private_root::run([&body] {
+        LogCapture log;
+        app_timer_set_tap([](void (*function)(struct thread*), void*, long milliseconds) {
+            EXPECT_EQ(milliseconds, 1);
+            timers.push_back(function);
+        });
+        ov_app_gpon_pair_writer_set(SYNC_SGEM, write_gem);
+        ov_app_gpon_pair_writer_set(SYNC_SONU, write_onu);
+        body(log);
+    });
+}
+MIB_Flags_t column_7() {
+    MIB_Flags_t columns = {};
+    mib_flag_set(columns, 7);
+    return columns;
+}
+int repeat(int table, const Row& row, int action, ov_ifindex_t partner) {
+    return ov_app_pon_protect_group_config_table_sync(table, &row, sizeof row, column_7(), action, partner);
+}
+
+TEST(PairWrite, ComesBehindTheAccessInTheOrderOfTheWrites) {
+    with_writers([](LogCapture& /*log*/) {
+        Row row = {3, 16, 5};
+        EXPECT_EQ(repeat(SYNC_SONU, row, 1, 77), 1);
+        row.value = 6; // the first was copied
+        EXPECT_EQ(repeat(SYNC_SGEM, row, 2, 78), 1);
+        EXPECT_EQ(written, "");
+        ASSERT_EQ(timers.size(), 2u);
+        timers[0](nullptr);
+        EXPECT_EQ(written, "onu 5 column 7 yes action 1 on 77\n");
+        timers[1](nullptr);
+        EXPECT_EQ(written, "onu 5 column 7 yes action 1 on 77\ngem 6 column 7 yes action 2 on 78\n");
+        EXPECT_EQ(row.value, 6);
+    });
+}
+
+TEST(PairWrite, WithoutAWriterIsRefused) {
+    with_writers([](LogCapture& log) {
+        ov_app_gpon_pair_writer_set(SYNC_SGEM, nullptr);
+        for (const int table : {int{SYNC_SGEM}, int{SYNC_SPON}, 0, -1, SYNC_TABLES + 1, INT_MIN, INT_MAX})
+            EXPECT_EQ(repeat(table, {3, 16, 5}, 1, 77), 0) << table;
+        EXPECT_EQ(timers.size(), 0u);
+        EXPECT_EQ(log.lines(), std::vector<std::string>(7, "Failed: XMALLOC MTYPE_PON.\n"));
+    });
+}
+
+} // namespace
