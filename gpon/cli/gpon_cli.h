@@ -11,8 +11,6 @@
 
 struct vty;
 
-// The shelf that commands address.
-inline constexpr mib_long GPON_CLI_SHELF = 1;
 // Longest names that commands take: of bandwidth and service profiles; of ONU types and traffic profiles.
 inline constexpr size_t GPON_CLI_PROFILE_NAME_MAX = 64;
 inline constexpr size_t GPON_CLI_SHORT_NAME_MAX = 32;

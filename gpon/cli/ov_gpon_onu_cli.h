@@ -27,7 +27,7 @@ Row gpon_cli_onu_key(const struct vty* vty) {
     ov_ifindex_t ifindex = 0;
     ov_get_ifindex_from_vtysh(vty, &ifindex);
     Row key = onu_key_of_ifindex<Row>(ifindex);
-    key.shelfID = GPON_CLI_SHELF;
+    key.shelfID = GPON_SHELF;
     return key;
 }
 

@@ -36,11 +36,7 @@ void print_onu(const kavo_table_t& table, const Onu& onu) {
 
 // The ONUs in scope, whose index begins with what of it is given; of an open port the number is compared.
 int show(struct vty* vty, const kavo_table_t& table, const Scope& scope) {
-    Onu key = {};
-    key.shelfID = GPON_CLI_SHELF;
-    key.slotID = scope.slot;
-    key.portID = scope.port;
-    key.onuId = scope.onu;
+    const auto key = onu_key<Onu>(scope.slot, scope.port, scope.onu);
     size_t leading = 1;
     if (scope.port != Scope::ANY)
         leading = scope.onu != Scope::ANY ? INDEX_TO_ONU : INDEX_TO_PORT;

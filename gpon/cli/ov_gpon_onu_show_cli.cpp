@@ -29,11 +29,8 @@ using Scope = gpon_cli_scope_t;
 // Costs by the rows of the port when there is just one.
 template <typename Row, typename Print>
 int show_rows_of_ports(struct vty* vty, const kavo_table_t& table, const Scope& scope, Print print) {
-    Row key = {};
-    key.shelfID = GPON_CLI_SHELF;
-    key.slotID = scope.slot;
-    key.portID = scope.port;
-    return gpon_show_rows(vty, key, scope.port == Scope::ANY ? 1 : INDEX_TO_PORT, print,
+    return gpon_show_rows(vty, port_key<Row>(scope.slot, scope.port),
+                          scope.port == Scope::ANY ? 1 : INDEX_TO_PORT, print,
                           [table](int count) { table.line("total %d", count); });
 }
 
@@ -219,11 +216,7 @@ int ov_gpon_olt_show_onu_history_cli(struct cmd_element* /*self*/, struct vty* v
 
 // Fetches one reading of an ONU from its card. 0, or the result of a failure, behind a line.
 int fetch(struct vty* vty, const Scope& scope, unsigned column, Readings& row) {
-    row = {};
-    row.shelfID = GPON_CLI_SHELF;
-    row.slotID = scope.slot;
-    row.portID = scope.port;
-    row.onuId = scope.onu;
+    row = onu_key<Readings>(scope.slot, scope.port, scope.onu);
     if (find_row(onu_key<Onu>(row)) == nullptr) {
         ov_refusal_because("no ONU %d", scope.onu);
         vty_out(vty, "%%Onu %d not exist%s", scope.onu, kavo_newline(vty));

@@ -26,10 +26,7 @@ namespace column = sPonTable_column;
 ov_sPonTable_attr_t port_key(const struct vty* vty) {
     ov_ifindex_t ifindex = 0;
     ov_get_ifindex_from_vtysh(vty, &ifindex);
-    ov_sPonTable_attr_t row = {};
-    sPonTable_SetIndex(&row, GPON_CLI_SHELF, static_cast<mib_long>(ov_ifindex_get_slot_id(ifindex)),
-                       static_cast<mib_long>(ov_ifindex_get_port_id(ifindex)));
-    return row;
+    return port_key_of_ifindex<ov_sPonTable_attr_t>(ifindex);
 }
 
 // The stored row of the session's port, null when the port has none.

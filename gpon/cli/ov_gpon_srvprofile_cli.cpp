@@ -18,8 +18,7 @@ namespace {
 
 int enter_profile(struct vty* vty, mib_ulong profile_id) {
     vty->node = ONU_SRV_PROFILE_NODE;
-    kavo_vty_set_index(vty, ov_ifindex_gen_by_phyinfo(PORT_TYPE_GONU, GPON_SHELF, GPON_TEMPLATE_SLOT, 0,
-                                                      GPON_TEMPLATE_PORT, static_cast<uint16_t>(profile_id)));
+    kavo_vty_set_index(vty, onu_ifindex(GPON_TEMPLATE_SLOT, GPON_TEMPLATE_PORT, profile_id));
     return 0;
 }
 

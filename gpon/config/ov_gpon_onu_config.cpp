@@ -222,16 +222,6 @@ int print_service_port_settings(struct vty* vty, const ServicePort& port) {
     return lines;
 }
 
-template <typename Row>
-Row key_of(const gpon_config_onu_t& onu) {
-    Row key = {};
-    key.shelfID = GPON_CLI_SHELF;
-    key.slotID = onu.slotID;
-    key.portID = onu.portID;
-    key.onuId = onu.onuId;
-    return key;
-}
-
 } // namespace
 
 bool gpon_config_is_name(const char* text, size_t longest) {
@@ -278,21 +268,21 @@ std::string gpon_config_line(const ov_servicePortTable_attr_t& port) {
 
 int ov_gpon_cli_pon_port_onu_cfg(struct vty* vty, const ov_sPonTable_attr_t& port) {
     int lines = 0;
-    for (const Onu& onu : rows_under(key_of<Onu>({port.slotID, port.portID, 0, nullptr}), INDEX_TO_PORT))
+    for (const Onu& onu : rows_under(port_key<Onu>(port.slotID, port.portID), INDEX_TO_PORT))
         lines += print_row(vty, onu, "onu", static_cast<unsigned>(onu.onuId));
     return lines;
 }
 
 int ov_gpon_cli_tcont_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;
-    for (const Tcont& tcont : rows_under(key_of<Tcont>(onu), INDEX_TO_ONU))
+    for (const Tcont& tcont : rows_under(onu_key<Tcont>(onu.slotID, onu.portID, onu.onuId), INDEX_TO_ONU))
         lines += print_row(vty, tcont, "tcont", tcont.tcontId);
     return lines;
 }
 
 int ov_gpon_cli_gem_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;
-    for (const Gem& gem : rows_under(key_of<Gem>(onu), INDEX_TO_ONU)) {
+    for (const Gem& gem : rows_under(onu_key<Gem>(onu.slotID, onu.portID, onu.onuId), INDEX_TO_ONU)) {
         const int printed = print_row(vty, gem, "gemport", gem.gemID);
         lines += printed == 0 ? 0 : printed + print_gem_settings(vty, gem);
     }
@@ -301,7 +291,8 @@ int ov_gpon_cli_gem_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
 
 int ov_gpon_cli_onu_srvport_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;
-    for (const ServicePort& port : rows_under(key_of<ServicePort>(onu), INDEX_TO_ONU)) {
+    for (const ServicePort& port :
+         rows_under(onu_key<ServicePort>(onu.slotID, onu.portID, onu.onuId), INDEX_TO_ONU)) {
         const int printed = print_row(vty, port, "service-port", static_cast<unsigned>(port.servicePortId));
         lines += printed == 0 ? 0 : printed + print_service_port_settings(vty, port);
     }

@@ -13,16 +13,6 @@
 
 namespace {
 
-// A row record with nothing but the port's index in it.
-template <typename Row>
-Row row_of_port(ov_ifindex_t ifindex) {
-    Row row = {};
-    row.shelfID = GPON_SHELF;
-    row.slotID = static_cast<mib_long>(ov_ifindex_get_slot_id(ifindex));
-    row.portID = static_cast<mib_long>(ov_ifindex_get_port_id(ifindex));
-    return row;
-}
-
 MIB_Flags_t column_mask(unsigned column) {
     MIB_Flags_t flags = {};
     mib_flag_set(flags, column);
@@ -36,11 +26,7 @@ bool is_uplink_port(uint16_t port_type) {
 // Interface records for the ONUs of a port: rows that were loaded from a file have passed no callback that
 // would have made them. The controller knows these interfaces.
 void enter_onus_of_port(const ov_sPonTable_attr_t& port) {
-    ov_sOnuTable_attr_t key = {};
-    key.shelfID = port.shelfID;
-    key.slotID = port.slotID;
-    key.portID = port.portID;
-    for (const ov_sOnuTable_attr_t& onu : rows_under(key, INDEX_TO_PORT)) {
+    for (const auto& onu : rows_under(port_key<ov_sOnuTable_attr_t>(port), INDEX_TO_PORT)) {
         umsg_if_t record = {};
         record.ifindex = onu_ifindex_of(onu);
         std::memcpy(record.onu_sn, onu.sOnuTableSn, strnlen(onu.sOnuTableSn, sizeof record.onu_sn - 1));
@@ -55,13 +41,13 @@ void add_port_rows(const uif_t* uif, uint16_t port_type) {
     switch (port_type) {
     case PORT_TYPE_GE:
     case PORT_TYPE_XE: {
-        auto row = row_of_port<ov_uplinkPmActTable_attr_t>(uif->ifindex);
+        auto row = port_key_of_ifindex<ov_uplinkPmActTable_attr_t>(uif->ifindex);
         if (ov_app_uplink_pm_action_add(&row, &flags) != OV_GPON_RET_OK)
             OV_LOG_WARN("LIB", "add uplink pm action of %s failed", uif->name);
         break;
     }
     case PORT_TYPE_GPON: {
-        auto row = row_of_port<ov_sPonTable_attr_t>(uif->ifindex);
+        auto row = port_key_of_ifindex<ov_sPonTable_attr_t>(uif->ifindex);
         ov_app_gpon_port_add(&row, &flags); // logs a refusal itself
         enter_onus_of_port(row);
         break;
@@ -122,7 +108,7 @@ unsigned fill_operational_state(const uif_t* uif, ov_sPonTable_attr_t& row) {
 int edit_port_state(umsg_if_t* msg, const char* func, unsigned (*fill)(const uif_t*, ov_sPonTable_attr_t&)) {
     if (ov_ifindex_get_port_type(msg->ifindex) != PORT_TYPE_GPON)
         return 0;
-    auto row = row_of_port<ov_sPonTable_attr_t>(msg->ifindex);
+    auto row = port_key_of_ifindex<ov_sPonTable_attr_t>(msg->ifindex);
     const uif_t* uif = updated_port(msg, func);
     if (!uif)
         return 0;
@@ -150,7 +136,7 @@ int gpon_del_if(umsg_if_t* msg) {
     if (!is_uplink_port(port_type) && port_type != PORT_TYPE_GPON)
         return 0;
     if (is_uplink_port(port_type)) {
-        auto row = row_of_port<ov_uplinkPmActTable_attr_t>(msg->ifindex);
+        auto row = port_key_of_ifindex<ov_uplinkPmActTable_attr_t>(msg->ifindex);
         if (ov_app_uplink_pm_action_del(&row) != OV_GPON_RET_OK)
             OV_LOG_ERROR("LIB", "del uplink pm action of %s failed", msg->name);
     }

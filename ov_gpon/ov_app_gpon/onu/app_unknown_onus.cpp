@@ -7,7 +7,7 @@
 namespace {
 
 template <typename Row>
-int64_t port_key(const Row& row) {
+int64_t place_of_port(const Row& row) {
     return int64_t{row.slotID} << 32 | static_cast<uint32_t>(row.portID);
 }
 
@@ -49,7 +49,7 @@ const std::vector<ov_sOnuInitTable_attr_t>* UnknownOnus::like(const ov_sOnuTable
 
 std::pair<int, std::string> UnknownOnus::on_port_of(const ov_sOnuTable_attr_t& onu) {
     refresh();
-    const auto found = by_port_.find(port_key(onu));
+    const auto found = by_port_.find(place_of_port(onu));
     return found != by_port_.end() ? std::pair{found->second.count, found->second.first_sn}
                                    : std::pair{0, std::string()};
 }
@@ -70,7 +70,7 @@ void UnknownOnus::enter(const ov_sOnuInitTable_attr_t& row) {
                                      identity('l', row.sOnuInitTableLoid)})
         if (!shown.empty())
             by_identity_[shown].push_back(row);
-    Port& port = by_port_[port_key(row)];
+    Port& port = by_port_[place_of_port(row)];
     if (port.count++ == 0)
         port.first_sn = row.sOnuInitTableSn;
 }

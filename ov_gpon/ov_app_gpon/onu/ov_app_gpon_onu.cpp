@@ -94,9 +94,7 @@ bool leads_group(const Onu& onu) {
 }
 
 void move_to_pair(Onu& onu) {
-    const ov_ifindex_t pair = ov_pon_protect_group_get_pair_port_index(onu.slotID, onu.portID);
-    onu.slotID = static_cast<int32_t>(ov_ifindex_get_slot_id(pair));
-    onu.portID = static_cast<int32_t>(ov_ifindex_get_port_id(pair));
+    move_to_port(onu, ov_pon_protect_group_get_pair_port_index(onu.slotID, onu.portID));
 }
 
 // The whole row, whichever columns the request named: the rest of it may have been there before.

@@ -75,23 +75,3 @@ void sonu_mib_auth_attr_convert_to_hal(const ov_sOnuTable_attr_t* mib, ov_gpon_o
 // The callbacks, as registered.
 int ov_onu_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_onu_table_set_check_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
-
-// The interface index (kind PORT_TYPE_GONU) of the ONU that a row belongs to; template rows with their
-// slot 31.
-template <typename Row>
-ov_ifindex_t onu_ifindex_of(const Row& row) {
-    return ov_ifindex_gen_by_phyinfo(PORT_TYPE_GONU, static_cast<uint8_t>(row.shelfID),
-                                     static_cast<uint8_t>(row.slotID), 0, static_cast<uint16_t>(row.portID),
-                                     static_cast<uint16_t>(row.onuId));
-}
-
-// A record of a table with nothing but the index columns of the ONU that an interface index names.
-template <typename Row>
-Row onu_key_of_ifindex(ov_ifindex_t onu) {
-    Row key = {};
-    key.shelfID = static_cast<int32_t>(ov_ifindex_get_shelf_id(onu));
-    key.slotID = static_cast<int32_t>(ov_ifindex_get_slot_id(onu));
-    key.portID = static_cast<int32_t>(ov_ifindex_get_port_id(onu));
-    key.onuId = static_cast<int32_t>(ov_ifindex_get_subport_id(onu));
-    return key;
-}

@@ -157,14 +157,7 @@ char ov_app_gpon_onu_marevo_check(const ov_sOnuTable_attr_t* attr, int action) {
 }
 
 int ov_app_gpon_port_autolearn_get(ov_sOnuTable_attr_t* onuAttr, int* autolearn) {
-    ov_sPonTable_attr_t key = {};
-    const ov_sPonTable_attr_t* port = nullptr;
-    if (onuAttr) {
-        key.shelfID = onuAttr->shelfID;
-        key.slotID = onuAttr->slotID;
-        key.portID = onuAttr->portID;
-        port = find_row(key);
-    }
+    const ov_sPonTable_attr_t* port = onuAttr ? find_row(port_key<ov_sPonTable_attr_t>(*onuAttr)) : nullptr;
     if (!port || !autolearn) {
         ov_refusal_because("its PON port isn't there");
         OV_LOG_ERROR("MMG", "mib get error for port table");

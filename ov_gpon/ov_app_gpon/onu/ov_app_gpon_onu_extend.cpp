@@ -24,11 +24,8 @@ Onu onu_in_service(const ExtendInfo& info) {
     auto onu = onu_key<Onu>(info);
     const bool in_group = ov_app_gpon_port_is_protect_pon_port(onu.slotID, onu.portID) == 1 ||
                           ov_app_gpon_port_is_group_work_pon_port(onu.slotID, onu.portID) == 1;
-    if (in_group && ov_app_gpon_port_is_group_active_pon_port(onu.slotID, onu.portID) == 0) {
-        const ov_ifindex_t pair = ov_pon_protect_group_get_pair_port_index(onu.slotID, onu.portID);
-        onu.slotID = static_cast<int32_t>(ov_ifindex_get_slot_id(pair));
-        onu.portID = static_cast<int32_t>(ov_ifindex_get_port_id(pair));
-    }
+    if (in_group && ov_app_gpon_port_is_group_active_pon_port(onu.slotID, onu.portID) == 0)
+        move_to_port(onu, ov_pon_protect_group_get_pair_port_index(onu.slotID, onu.portID));
     return onu;
 }
 

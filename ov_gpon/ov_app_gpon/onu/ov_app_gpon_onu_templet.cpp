@@ -235,10 +235,7 @@ int ov_app_gpon_onu_gem_pm_is_enable(ov_sOnuTable_attr_t* attr, char isAdd) {
             if (!done || templet.sGemTablePmEnable == 0)
                 return;
             ov_sGemTable_attr_t gem = templet;
-            gem.shelfID = onu.shelfID;
-            gem.slotID = onu.slotID;
-            gem.portID = onu.portID;
-            gem.onuId = onu.onuId;
+            move_to_onu(gem, onu);
             done = ov_app_gpon_pm_gem_edit(&gem, columns_of(sGemTable_column::sGemTablePmEnable), isAdd) ==
                    OV_GPON_RET_OK;
         });

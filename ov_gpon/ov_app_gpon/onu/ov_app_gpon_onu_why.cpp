@@ -74,9 +74,7 @@ Past past_of(const Onu& onu) {
 // ---- the present -----------------------------------------------------------------------------------------
 
 bool port_is_down(const Onu& onu) {
-    const uif_t* port = uif_lookup_by_index(
-        ov_ifindex_gen_by_phyinfo(PORT_TYPE_GPON, static_cast<uint8_t>(onu.shelfID),
-                                  static_cast<uint8_t>(onu.slotID), 0, static_cast<uint16_t>(onu.portID), 0));
+    const uif_t* port = uif_lookup_by_index(port_ifindex_of(onu));
     return port != nullptr && !uif_is_up(port);
 }
 
@@ -130,10 +128,7 @@ std::optional<OnuNow> seen_unconfigured(const Onu& onu, std::string& detail) {
 
 // What else of its port helps to find the cause.
 std::string detail_of_port(const Onu& onu) {
-    const auto port_index =
-        ov_ifindex_gen_by_phyinfo(PORT_TYPE_GPON, static_cast<uint8_t>(onu.shelfID),
-                                  static_cast<uint8_t>(onu.slotID), 0, static_cast<uint16_t>(onu.portID), 0);
-    if (has_alarm(port_index, SACTIVEALARMTABLEALARMCODE_OLT_PON_LOS))
+    if (has_alarm(port_ifindex_of(onu), SACTIVEALARMTABLEALARMCODE_OLT_PON_LOS))
         return "no light on " + port_name(onu.slotID, onu.portID);
     const auto [count, first] = unknown_onus().on_port_of(onu);
     if (count == 0)

@@ -18,15 +18,9 @@ int gpon_onuinit_appid;
 
 // The row that a report stands for. Its kind of ONU isn't reported.
 UnknownOnu sonu_hal_data_convert_to_mib(const ov_gpon_uncfg_onu_attr_t& report) {
-    const ov_ifindex_t port = report.ponIfindex;
-    UnknownOnu row = {};
-    row.shelfID = GPON_SHELF;
-    row.slotID = ov_ifindex_get_slot_id(port);
-    row.portID = ov_ifindex_get_port_id(port);
+    auto row = port_key_of_ifindex<UnknownOnu>(report.ponIfindex);
     row.sOnuInitTableTmpOnuId = report.index;
-    row.sOnuInitTableIfIndex = ov_ifindex_gen_by_phyinfo(
-        PORT_TYPE_GONU, GPON_SHELF, static_cast<uint8_t>(row.slotID), 0, static_cast<uint16_t>(row.portID),
-        static_cast<uint16_t>(row.sOnuInitTableTmpOnuId));
+    row.sOnuInitTableIfIndex = onu_ifindex(row.slotID, row.portID, row.sOnuInitTableTmpOnuId);
     set_text(row.sOnuInitTableSn, ov_gpon_onu_sn_string(reinterpret_cast<const unsigned char*>(report.sn)));
     set_text(row.sOnuInitTablePw, text_in(report.pw));
     set_text(row.sOnuInitTableLoid, text_in(report.loid));
@@ -88,16 +82,9 @@ int ov_app_gpon_unconfig_onu_del_by_lowlayer(ov_gpon_uncfg_onu_attr_t* attr) {
 }
 
 void ov_onu_uncfg_table_iterate_del(int32_t slot) {
-    ov_sOnuInitTable_attr_t key = {};
-    key.shelfID = GPON_SHELF;
-    key.slotID = slot;
-    delete_rows_under(key, INDEX_TO_SLOT);
+    delete_rows_under(slot_key<UnknownOnu>(slot), INDEX_TO_SLOT);
 }
 
 void ov_onu_uncfg_table_iterate_del(int32_t slot, int32_t port) {
-    ov_sOnuInitTable_attr_t key = {};
-    key.shelfID = GPON_SHELF;
-    key.slotID = slot;
-    key.portID = port;
-    delete_rows_under(key, INDEX_TO_PORT);
+    delete_rows_under(port_key<UnknownOnu>(slot, port), INDEX_TO_PORT);
 }

@@ -65,12 +65,6 @@ void fill_sched(const PortRow& port, ov_gpon_port_attr_t& record) {
     }
 }
 
-ov_ifindex_t port_ifindex_of(const PortRow& row) {
-    return ov_ifindex_gen_by_phyinfo(PORT_TYPE_GPON, static_cast<uint8_t>(row.shelfID),
-                                     static_cast<uint8_t>(row.slotID), 0, static_cast<uint16_t>(row.portID),
-                                     0);
-}
-
 // The admin state's bit is never raised: see port_before_send.
 namespace column = sPonTable_column;
 using Row = PortRow;

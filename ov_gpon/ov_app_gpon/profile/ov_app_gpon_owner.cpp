@@ -51,10 +51,5 @@ const ov_sOnuSrvProfileTable_attr_t* ov_app_gpon_srvprofile_of(mib_long profile_
 }
 
 ov_sOnuTable_attr_t ov_app_gpon_template_owner(const ov_sOnuSrvProfileTable_attr_t& profile) {
-    ov_sOnuTable_attr_t owner = {};
-    owner.shelfID = GPON_SHELF;
-    owner.slotID = GPON_TEMPLATE_SLOT;
-    owner.portID = GPON_TEMPLATE_PORT;
-    owner.onuId = static_cast<mib_long>(profile.onuSrvProfileId);
-    return owner;
+    return template_key<ov_sOnuTable_attr_t>(profile.onuSrvProfileId);
 }

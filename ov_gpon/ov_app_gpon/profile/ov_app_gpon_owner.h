@@ -28,10 +28,3 @@ const ov_sOnuSrvProfileTable_attr_t* ov_app_gpon_srvprofile_of(mib_long profile_
 
 // The index under which the rows of a service profile stand: shelf 1, slot 31, port 15 and its id.
 ov_sOnuTable_attr_t ov_app_gpon_template_owner(const ov_sOnuSrvProfileTable_attr_t& profile);
-
-// Whether the index columns of a row and of another table's row name the same ONU.
-template <typename Row, typename OnuRow>
-bool is_of_onu(const Row& row, const OnuRow& onu) {
-    return row.shelfID == onu.shelfID && row.slotID == onu.slotID && row.portID == onu.portID &&
-           row.onuId == onu.onuId;
-}

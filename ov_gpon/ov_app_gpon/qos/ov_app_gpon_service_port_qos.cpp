@@ -45,13 +45,7 @@ bool is_cos_to_cos_profile(uint32_t id) {
 }
 
 ov_servicePortTable_attr_t row_key_of(ov_ifindex_t index) {
-    ov_servicePortTable_attr_t key = {};
-    key.shelfID = static_cast<mib_long>(ov_ifindex_get_shelf_id(index));
-    key.slotID = static_cast<mib_long>(ov_ifindex_get_slot_id(index));
-    key.portID = static_cast<mib_long>(ov_ifindex_get_port_id(index));
-    key.onuId = static_cast<mib_long>(ov_ifindex_get_subport_id(index));
-    key.servicePortId = static_cast<mib_long>(ov_ifindex_get_extend1_id(index));
-    return key;
+    return service_port_key_of_ifindex<ov_servicePortTable_attr_t>(index);
 }
 
 // The row's profiles, where they differ from the object's. A profile that doesn't exist is passed over.

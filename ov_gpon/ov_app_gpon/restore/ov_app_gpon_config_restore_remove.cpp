@@ -45,20 +45,13 @@ bool delete_row(ov_servicePortTable_attr_t& row) {
 
 template <typename Row>
 void delete_rows_of_slot(SlotRemoval& removal) {
-    Row key = {};
-    key.shelfID = GPON_SHELF;
-    key.slotID = static_cast<mib_long>(removal.slot);
-    for (Row& row : rows_copied(key, INDEX_TO_SLOT))
+    for (Row& row : rows_copied(slot_key<Row>(static_cast<int32_t>(removal.slot)), INDEX_TO_SLOT))
         if (!delete_row(row)) {
             const TableModule& table = table_of<Row>::module();
             char index[TableModule::kMaxIndexText];
             OV_LOG_ERROR("slotEvent", "slot %d: delete of %s %s failed", static_cast<int>(removal.slot),
                          table.name(), table.index_string(&row, index, sizeof index));
         }
-}
-
-ov_ifindex_t port_of(uint16_t port_type, uint32_t slot, uint16_t port) {
-    return ov_ifindex_gen_by_phyinfo(port_type, GPON_SHELF, static_cast<uint8_t>(slot), 0, port, 0);
 }
 
 void delete_port_qos(ov_ifindex_t ifindex) {
@@ -69,7 +62,8 @@ void delete_port_qos(ov_ifindex_t ifindex) {
 void delete_ports(SlotRemoval& removal) {
     const int ports = get_portNum_by_cardtype(removal.card_type);
     for (; removal.port <= ports; ++removal.port) {
-        const ov_ifindex_t ifindex = port_of(PORT_TYPE_GPON, removal.slot, removal.port);
+        const ov_ifindex_t ifindex =
+            port_ifindex(PORT_TYPE_GPON, static_cast<int32_t>(removal.slot), removal.port);
         delete_port_qos(ifindex);
         if (ov_app_gpon_port_qinq_del(ifindex) != OV_GPON_RET_OK)
             OV_LOG_ERROR("slotEvent", "!!!!!!!!!!del pon port qinq error!!!!!!!!!!!!!!!!");
@@ -141,7 +135,7 @@ int ov_app_gpon_slot_remove_callback(umsg_card_t* card) {
         return KAVO_PARAM;
     if (has_uplinks) {
         for (int port = 1; port <= ports; ++port)
-            delete_port_qos(port_of(PORT_TYPE_XE, slot, static_cast<uint16_t>(port)));
+            delete_port_qos(port_ifindex(PORT_TYPE_XE, slot, port));
         return KAVO_OK;
     }
     ov_onu_uncfg_table_iterate_del(static_cast<int32_t>(slot));

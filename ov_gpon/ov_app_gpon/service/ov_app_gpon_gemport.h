@@ -37,12 +37,3 @@ int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag
 int ov_gemport_table_set_check_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_gemport_table_onu_del_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_gemport_table_multi_srvprofile_del_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
-
-// The interface index (kind PORT_TYPE_GEMPORT) of a GEM port of the ONU that a row belongs to.
-template <typename Row>
-ov_ifindex_t gemport_ifindex(const Row& row, mib_ulong gem_id) {
-    return ov_ifindex_gen_by_extendinfo(PORT_TYPE_GEMPORT, static_cast<uint8_t>(row.shelfID),
-                                        static_cast<uint8_t>(row.slotID), 0,
-                                        static_cast<uint16_t>(row.portID), static_cast<uint16_t>(row.onuId),
-                                        static_cast<uint16_t>(gem_id), 0, 0);
-}

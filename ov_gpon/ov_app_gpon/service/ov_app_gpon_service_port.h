@@ -44,15 +44,3 @@ int ov_service_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column
 int ov_service_port_table_set_check_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_service_port_table_on_onu_table_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_service_port_table_multi_srvprofile_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
-
-// The interface index (kind PORT_TYPE_GPON_SERVPORT) of a service port of the ONU that a row belongs to.
-template <typename Row>
-ov_ifindex_t service_port_ifindex(const Row& row, mib_ulong service_port_id) {
-    return ov_ifindex_gen_by_extendinfo(PORT_TYPE_GPON_SERVPORT, static_cast<uint8_t>(row.shelfID),
-                                        static_cast<uint8_t>(row.slotID), 0,
-                                        static_cast<uint16_t>(row.portID), static_cast<uint16_t>(row.onuId),
-                                        static_cast<uint16_t>(service_port_id), 0, 0);
-}
-inline ov_ifindex_t service_port_ifindex(const ov_servicePortTable_attr_t& row) {
-    return service_port_ifindex(row, static_cast<mib_ulong>(row.servicePortId));
-}

@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "app_key.h"
 #include "mmg_access.h"
 #include "ovra_mutex.h"
 #include "table_module.h"
@@ -120,27 +121,6 @@ std::vector<Row> rows_copied(const Row& key, size_t leading) {
 }
 
 // ---- rows of ONUs -----------------------------------------------------------------------------------------
-// Many tables begin their index with shelfID, slotID, portID, onuId. Rows of slot 31, port 15 belong to a
-// service profile, whose id stands for the ONU: the template form.
-
-inline constexpr int GPON_SHELF = 1;
-inline constexpr int GPON_TEMPLATE_SLOT = 31;
-inline constexpr int GPON_TEMPLATE_PORT = 15;
-inline constexpr size_t INDEX_TO_SLOT = 2; // leading index columns of such a table
-inline constexpr size_t INDEX_TO_PORT = 3;
-inline constexpr size_t INDEX_TO_ONU = 4;
-
-// A record of another table for the same ONU, with nothing but these four index columns.
-template <typename Row, typename OnuRow>
-Row onu_key(const OnuRow& onu) {
-    Row key = {};
-    key.shelfID = onu.shelfID;
-    key.slotID = onu.slotID;
-    key.portID = onu.portID;
-    key.onuId = onu.onuId;
-    return key;
-}
-
 template <typename Row>
 bool is_template_row(const Row& row) {
     return row.slotID == GPON_TEMPLATE_SLOT;
@@ -153,11 +133,8 @@ void for_each_template_row(mib_ulong profile_id, Visit visit) {
     const OvraMutexGuard lock(getMutex(did_of<Row>()));
     TableModule& table = table_of<Row>::module();
     auto at_or_above = [&](int32_t shelf, int32_t slot, int32_t port, int32_t onu) -> const Row* {
-        Row key = {};
+        Row key = onu_key<Row>(slot, port, onu);
         key.shelfID = shelf;
-        key.slotID = slot;
-        key.portID = port;
-        key.onuId = onu;
         return static_cast<const Row*>(table.row_at_or_above(&key, INDEX_TO_ONU));
     };
     // Index columns are compared as unsigned numbers; each step leads to a greater key.
