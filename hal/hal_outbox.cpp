@@ -15,7 +15,8 @@
 
 #include "hal_slot.h"
 #include "hal_sock_tipc.h"
-#include "kavo_frr.h"
+#include "kavo_timer.h"
+#include "ov_clock.h"
 #include "ov_product_log.h"
 #include "ov_slot.h"
 
@@ -313,7 +314,7 @@ int on_room(struct thread* thread) {
 }
 
 void arm_timer(Outbox& box, milliseconds pause) {
-    thread_add_timer_msec(g_master, kavo_handle<on_room>, &box, pause.count(), nullptr);
+    kavo_add_timer_msec(g_master, on_room, &box, pause.count(), nullptr);
 }
 
 // Sees to it that what waits is tried again.
@@ -333,8 +334,7 @@ void arm(Outbox& box) {
 
 void wait_room(const Outbox& box, Post stopped, const hal_patience& patience,
                steady_clock::time_point deadline) {
-    const auto left =
-        std::max(std::chrono::ceil<milliseconds>(deadline - steady_clock::now()), milliseconds(0));
+    const auto left = std::max(std::chrono::ceil<milliseconds>(deadline - ov_wait_now()), milliseconds(0));
     const int fd = stopped == Post::no_room ? watch_of(box, patience) : -1;
     if (fd < 0) {
         std::this_thread::sleep_for(std::min(stopped == Post::nobody ? ABSENT_PAUSE : patience.pause, left));
@@ -399,7 +399,7 @@ int hal_outbox_drain(unsigned slot, steady_clock::time_point deadline) {
         const Post stopped = try_on(box);
         if (box.queue.empty())
             break;
-        if (steady_clock::now() >= deadline)
+        if (ov_wait_now() >= deadline)
             return IPC_RC_TIMEOUT;
         if (stopped == Post::sent && box.burst == HAL_OUTBOX_PASS)
             continue;
@@ -413,7 +413,7 @@ int hal_outbox_drain(unsigned slot, steady_clock::time_point deadline) {
 }
 
 bool hal_outbox_wait_room(unsigned slot, hal_patience& patience, steady_clock::time_point deadline) {
-    if (steady_clock::now() >= deadline)
+    if (ov_wait_now() >= deadline)
         return false;
     be_patient(patience);
     wait_room(box_of(slot), Post::no_room, patience, deadline);

@@ -4,7 +4,7 @@
 
 #include "hal_debug.h"
 #include "hal_sock_tipc.h"
-#include "kavo_frr.h"
+#include "kavo_timer.h"
 #include "libovra.h"
 #include "ov_ipc_rcv.h"
 #include "ov_product_log.h"

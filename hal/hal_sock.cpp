@@ -10,6 +10,7 @@
 #include "hal_recv_tipc.h"
 #include "hal_sock_tipc.h"
 #include "ipcApi.h"
+#include "ov_clock.h"
 #include "ov_product_log.h"
 #include "ov_types.h"
 
@@ -82,9 +83,9 @@ unsigned hal_send(hal_nlmsghdr* nlhdr) {
     hal_msg_t untouched; // the reply overwrites the message
     std::memcpy(static_cast<void*>(&untouched), nlhdr, nlhdr->nlmsg_len);
 
-    const auto began = std::chrono::steady_clock::now();
+    const auto began = ov_mono_now();
     const unsigned result = _hal_send(nlhdr, untouched);
-    const auto took = std::chrono::steady_clock::now() - began;
+    const auto took = ov_mono_now() - began;
 
     const hal_nlmsghdr& sent = untouched.hdr;
     hal_debug_log_timing(

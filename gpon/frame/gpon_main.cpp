@@ -25,6 +25,7 @@
 #include "kavo_cmd_library.h"
 #include "kavo_ctrl.h"
 #include "kavo_if.h"
+#include "kavo_timer.h"
 #include "kavo_vlan.h"
 #include "mmg_mib_save_task.h"
 #include "mono_api.h"
@@ -32,6 +33,7 @@
 #include "ov_app_gpon_config_restore.h"
 #include "ov_app_gpon_trap.h"
 #include "ov_build_info.h"
+#include "ov_clock.h"
 #include "ov_gpon.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
@@ -153,7 +155,7 @@ void install_upcalls() {
         .mmg_table_save_immediate = mmg_table_save_immediate,
     };
     uclient_set_upcalls(&upcalls);
-    mmg_set_alarm_register(snmp_alarm_register);
+    mmg_set_alarm_register(agentx_alarm_register);
 }
 
 void connect_to_mono() {
@@ -224,8 +226,8 @@ void start_connected() {
 }
 
 // How long the start took, and how much of it the platform's environment tool.
-void log_start_up_time(std::chrono::steady_clock::time_point began) {
-    const std::chrono::duration<double, std::micro> took = std::chrono::steady_clock::now() - began;
+void log_start_up_time(ov_mono_time_t began) {
+    const std::chrono::duration<double, std::micro> took = ov_mono_now() - began;
     OV_LOG_INFO("LIB", "start-up took %.0f us, environment look-ups %.0f us", took.count(),
                 static_cast<double>(ov_product_env_cost_get().usec));
 }
@@ -252,7 +254,7 @@ int read_link(uclient_s* client, int fd) {
     Link& link = links[fd];
     link.client = client;
     link.fd = fd;
-    thread_cancel(&link.half_message);
+    kavo_cancel_timer(&link.half_message);
     if (uclient_handle_async(client, fd) < 0) {
         close_link(link);
         return -1;
@@ -273,7 +275,7 @@ std::array<quagga_signal_t, 4> gpon_signals = {{
 }};
 
 int gpon_main(int argc, char** argv) {
-    const auto began = std::chrono::steady_clock::now();
+    const auto began = ov_mono_now();
     const bool daemonise = daemon_wanted(argc, argv);
     umask(027);
     openzlog(program_name(argc, argv), ZLOG_GPON, LOG_PID | LOG_CONS | LOG_NDELAY, LOG_DAEMON);

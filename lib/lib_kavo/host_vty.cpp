@@ -6,13 +6,14 @@
 
 #include "kavo_cmd_rows.h"
 #include "ov_build_info.h"
+#include "ov_clock.h"
 #include "ov_product.h"
 
 namespace {
 
 void print_start(struct vty* vty, const char* nl) {
     const time_t began = ov_process_start_time();
-    const time_t up = time(nullptr) - began;
+    const time_t up = ov_wall_time() - began;
     tm calendar = {};
     std::array<char, 32> text = {};
     localtime_r(&began, &calendar);

@@ -18,6 +18,7 @@
 #include "libovra.h"
 #include "ov_app_ctrl.h"
 #include "ov_build_info.h"
+#include "ov_clock.h"
 #include "ov_error_ring.h"
 #include "ov_product_log.h"
 #include "ov_slot.h"
@@ -45,7 +46,7 @@ void dump_startup_info() {
     printf("  name          %s\n", g_app_ctrl_cb.app_name.c_str());
     printf("  pid           %d\n", getpid());
     printf("  started       %s (%ld seconds ago)\n", time_text(ov_process_start_time()).c_str(),
-           long(time(nullptr) - ov_process_start_time()));
+           long(ov_wall_time() - ov_process_start_time()));
     printf("  command line ");
     for (int i = 0; i < gArgc && gArgv[i] != nullptr; ++i)
         printf(" %s", gArgv[i]);

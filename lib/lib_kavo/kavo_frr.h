@@ -76,7 +76,7 @@ void kavo_handle(struct thread* thread) {
     handler(thread);
 }
 
-// The kavo_add_* calls are macros, so that "show thread" names the handler.
+// The kavo_add_* calls are macros, so that "show thread" names the handler. Timers: kavo_timer.h.
 
 /// kavo_add_read(master, handler, arg, fd, ref): call handler once when fd can be read.
 /// @param arg  THREAD_ARG of the event; stays the caller's
@@ -84,14 +84,6 @@ void kavo_handle(struct thread* thread) {
 ///             already armed is left as it is); the library clears it when the event runs
 #define kavo_add_read(master, handler, arg, fd, ref)                                                         \
     thread_add_read((master), kavo_handle<handler>, (arg), (fd), (ref))
-
-/// Call handler once after so many seconds. arg, ref as for kavo_add_read().
-#define kavo_add_timer(master, handler, arg, seconds, ref)                                                   \
-    thread_add_timer((master), kavo_handle<handler>, (arg), (seconds), (ref))
-
-/// Call handler once after so many milliseconds. arg, ref as for kavo_add_read().
-#define kavo_add_timer_msec(master, handler, arg, milliseconds, ref)                                         \
-    thread_add_timer_msec((master), kavo_handle<handler>, (arg), (milliseconds), (ref))
 
 /// Call handler once when the loop comes round, with THREAD_VAL val. arg, ref as above.
 #define kavo_add_event(master, handler, arg, val, ref)                                                       \

@@ -18,6 +18,7 @@
 
 #include "libovra.h"
 #include "msg_gather.h"
+#include "ov_clock.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
 
@@ -276,7 +277,7 @@ std::map<int, msg_gather> half_messages;
 int uclient_handle_async(uclient_s* client, int fd) {
     const auto kept = half_messages.try_emplace(fd).first;
     bool failed = false;
-    const MsgPtr event(msg_gather_read(&kept->second, fd, std::chrono::steady_clock::now(), &failed));
+    const MsgPtr event(msg_gather_read(&kept->second, fd, ov_mono_now(), &failed));
     if (kept->second.have == 0 || failed)
         half_messages.erase(kept);
     if (event) {
@@ -290,7 +291,7 @@ long uclient_async_left_msec(int fd) {
     const auto kept = half_messages.find(fd);
     if (kept == half_messages.end())
         return -1;
-    return static_cast<long>(msg_gather_left(&kept->second, std::chrono::steady_clock::now()).count());
+    return static_cast<long>(msg_gather_left(&kept->second, ov_mono_now()).count());
 }
 
 void uclient_close_async(int fd) {

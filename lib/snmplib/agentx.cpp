@@ -9,6 +9,7 @@
 
 #include "agentx_link.h"
 #include "agentx_setup.h"
+#include "kavo_timer.h"
 #include "ov_product_log.h"
 
 int agentx_read_flags = 0;
@@ -254,6 +255,41 @@ int agentx_snmp_timeout(struct thread* /*t*/) {
 
 void agentx_set_debug(int on) {
     debug_snmp_agentx = on;
+}
+
+// ---- alarms -----------------------------------------------------------------------------------------------
+
+namespace {
+
+unsigned int add_alarm_taken(std::chrono::microseconds period, unsigned int flags,
+                             SNMPAlarmCallback* callback, void* arg) {
+    return kavo_timers_taken()->add_alarm(period, (flags & SA_REPEAT) != 0,
+                                          [=](unsigned int number) { callback(number, arg); });
+}
+
+} // namespace
+
+unsigned int agentx_alarm_register(unsigned int when, unsigned int flags, SNMPAlarmCallback* callback,
+                                   void* arg) {
+    if (kavo_timers_taken() != nullptr)
+        return add_alarm_taken(std::chrono::seconds(when), flags, callback, arg);
+    return snmp_alarm_register(when, flags, callback, arg);
+}
+
+unsigned int agentx_alarm_register_hr(timeval period, unsigned int flags, SNMPAlarmCallback* callback,
+                                      void* arg) {
+    if (kavo_timers_taken() != nullptr)
+        return add_alarm_taken(std::chrono::seconds(period.tv_sec) +
+                                   std::chrono::microseconds(period.tv_usec),
+                               flags, callback, arg);
+    return snmp_alarm_register_hr(period, flags, callback, arg);
+}
+
+void agentx_alarm_unregister(unsigned int number) {
+    if (kavo_timers_taken() != nullptr)
+        kavo_timers_taken()->remove_alarm(number);
+    else
+        snmp_alarm_unregister(number);
 }
 
 // ---- start ------------------------------------------------------------------------------------------------

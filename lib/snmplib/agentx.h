@@ -48,6 +48,17 @@ int agentx_is_enabled();
 struct thread_master* agentx_loop();
 bool agentx_is_on_loop();
 
+// The alarms of the SNMP library: calls `callback` with the alarm's number and `arg` after `when` seconds or
+// `period`, again and again with SA_REPEAT in `flags`. The alarm's number, 0 if it can't be had. In a test
+// that has taken the timers (kavo_timer.h) they are that test's. The library counts from the moment; a loop
+// that sleeps hears of them by agentx_snmp_update().
+unsigned int agentx_alarm_register(unsigned int when, unsigned int flags, SNMPAlarmCallback* callback,
+                                   void* arg);
+unsigned int agentx_alarm_register_hr(timeval period, unsigned int flags, SNMPAlarmCallback* callback,
+                                      void* arg);
+// Takes an alarm back; an unknown number is ignored.
+void agentx_alarm_unregister(unsigned int number);
+
 // Hands a table of variables to the agent (register_mib of the library). `width` is the size of one element.
 void smux_register_mib(const char* descr, struct variable* var, size_t width, int num, oid* name,
                        size_t namelen);

@@ -13,6 +13,7 @@
 #include <deque>
 #include <string>
 
+#include "ov_clock.h"
 #include "ov_product_log.h"
 #include "snmp_agent_library.h"
 
@@ -251,10 +252,9 @@ netsnmp_transport* new_transport(const char* target) {
 
 // Waits for the master's answer to our Open.
 void wait_for_session() {
-    using Clock = std::chrono::steady_clock;
-    const auto end = Clock::now() + std::chrono::milliseconds(AGENTX_PASS_MS);
+    const auto end = ov_wait_now() + std::chrono::milliseconds(AGENTX_PASS_MS);
     while (master().socket() >= 0 && !master().session()) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - ov_wait_now()).count();
         const bool wants_to_write = master().wants_to_write();
         pollfd sock = {.fd = master().socket(),
                        .events = static_cast<short>(POLLIN | (wants_to_write ? POLLOUT : 0)),

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "ov_clock.h"
 #include "ov_product_log.h"
 
 namespace {
@@ -113,7 +114,7 @@ bool AgentxMaster::receive() {
 }
 
 void AgentxMaster::take(AgentxPdu pdu) {
-    alive_ = Clock::now();
+    alive_ = ov_mono_now();
     was_heard_ = true;
     is_said_ = false;
     const auto header = agentx_header(pdu);
@@ -166,7 +167,7 @@ bool AgentxMaster::send(std::span<const uint8_t> pdu) {
 
 void AgentxMaster::note_sent(const AgentxHeader& header) {
     if (asked_.empty() && waiting_.empty())
-        alive_ = Clock::now(); // it owed nothing until now
+        alive_ = ov_mono_now(); // it owed nothing until now
     if (has_answer(header.type))
         asked_[header.packet] = header.type;
 }
@@ -178,14 +179,14 @@ void AgentxMaster::flush() {
             return;
         if (sent <= 0)
             return end();
-        alive_ = asked_.empty() ? Clock::now() : alive_;
+        alive_ = asked_.empty() ? ov_mono_now() : alive_;
         waiting_.erase(0, static_cast<size_t>(sent));
     }
 }
 
 void AgentxMaster::check_silence() {
     if (socket() < 0 || (asked_.empty() && waiting_.empty()) ||
-        Clock::now() - alive_ < std::chrono::milliseconds(AGENTX_SILENCE_MS))
+        ov_mono_now() - alive_ < std::chrono::milliseconds(AGENTX_SILENCE_MS))
         return;
     give_up(waiting_.empty() ? "doesn't answer" : "takes no more requests");
 }

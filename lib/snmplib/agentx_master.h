@@ -18,6 +18,7 @@
 
 #include "agentx_address.h"
 #include "agentx_pdu.h"
+#include "ov_clock.h"
 
 // Time without a whole PDU of the master, while it owes one, that ends the connection; or without its taking
 // anything of what waits for it. Milliseconds.
@@ -74,7 +75,6 @@ public:
     void check_silence();
 
 private:
-    using Clock = std::chrono::steady_clock;
     static constexpr size_t kChoked = size_t{256} << 10;
     static constexpr size_t kMaxForLibrary = 1000;
     static constexpr size_t kMaxWaiting = size_t{8} << 20;
@@ -94,5 +94,5 @@ private:
     std::string waiting_;                     // bytes that the socket didn't take
     std::map<uint32_t, AgentxPduType> asked_; // by packet
     std::optional<uint32_t> session_;
-    Clock::time_point alive_; // the last sign of life that counts, or when one became due
+    ov_mono_time_t alive_; // the last sign of life that counts, or when one became due
 };

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "agentx.h"
+#include "ov_clock.h"
 #include "ov_product.h"
 #include "sActiveAlarmTable.h"
 #include "table_list.h"
@@ -124,7 +125,7 @@ int trap_send_row(const TableDesc& desc, const void* row) {
     const auto* bytes = static_cast<const std::byte*>(row);
     trap_queue().send({.number = trap->number,
                        .desc = &desc,
-                       .seconds = static_cast<uint32_t>(time(nullptr)),
+                       .seconds = static_cast<uint32_t>(ov_wall_time()),
                        .row = {bytes, bytes + desc.entry_size}});
     return 0;
 }

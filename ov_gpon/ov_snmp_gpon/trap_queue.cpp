@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "agentx_link.h"
+#include "kavo_timer.h"
 #include "ov_product_log.h"
 
 namespace {

@@ -1,5 +1,7 @@
 #include "ov_build_info.h"
 
+#include "ov_clock.h"
+
 // The build system may define these; what follows stands in for a compilation without it.
 #ifndef GPON_VERSION
 #define GPON_VERSION "6.1"
@@ -31,7 +33,7 @@
 
 namespace {
 ov_build_facts_t build_facts = {.time = "unknown", .commit = "unknown"};
-const time_t start_time = time(nullptr);
+const time_t start_time = ov_wall_time();
 } // namespace
 
 const char* ov_build_product() {

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <string_view>
 
+#include "ov_clock.h"
 #include "ov_product_log.h"
 
 namespace {
@@ -29,7 +30,7 @@ std::string text_or_empty(const char* text) {
 void ov_error_ring_add(int level, const char* module, const char* text) {
     if (level < OV_LOG_LVL_ERROR)
         return;
-    ov_error_line_t line = {time(nullptr), level, text_or_empty(module), text_or_empty(text)};
+    ov_error_line_t line = {ov_wall_time(), level, text_or_empty(module), text_or_empty(text)};
     Ring& r = ring();
     const std::lock_guard guard(r.mutex);
     ++(level >= OV_LOG_LVL_FATAL ? r.counts.fatals : r.counts.errors);

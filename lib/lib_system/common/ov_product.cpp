@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include "libovra.h"
+#include "ov_clock.h"
 #include "ov_product_info.h"
 #include "ov_product_log.h"
 #include "ov_shelf_layout.h"
@@ -92,7 +93,7 @@ class HaRecoveryFlagFile {
 public:
     // Null while the platform has no name for it.
     const char* name() {
-        const auto now = std::chrono::steady_clock::now();
+        const auto now = ov_mono_now();
         if (name_.empty() && (!asked_ || now - *asked_ >= std::chrono::seconds(1))) {
             asked_ = now;
             char text[PATH_MAX];
@@ -104,7 +105,7 @@ public:
 
 private:
     std::string name_;
-    std::optional<std::chrono::steady_clock::time_point> asked_;
+    std::optional<ov_mono_time_t> asked_;
 };
 
 HaRecoveryFlagFile g_ha_recovery_flag_file;

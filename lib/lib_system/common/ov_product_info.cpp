@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "libovra.h"
+#include "ov_clock.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
 
@@ -94,8 +95,8 @@ ov_product_env_cost ov_product_env_cost_get() {
 
 namespace {
 
-void count_env_cost(uint32_t lookups, std::chrono::steady_clock::time_point start) {
-    const auto spent = std::chrono::steady_clock::now() - start;
+void count_env_cost(uint32_t lookups, ov_mono_time_t start) {
+    const auto spent = ov_mono_now() - start;
     const std::lock_guard lock(g_cost_mutex);
     g_env_cost.lookups += lookups;
     g_env_cost.usec += uint64_t(std::chrono::duration_cast<std::chrono::microseconds>(spent).count());
@@ -132,7 +133,7 @@ std::string read_all_keys() {
         command.append(" ").append(key);
     command += "; do printf '\\036%s=' $key; ov_env_get $key && printf '\\037'; done";
     std::string output(output_size, '\0');
-    const auto start = std::chrono::steady_clock::now();
+    const auto start = ov_mono_now();
     ov_sys_and_result(command.c_str(), output.data(), output.size()); // its status is that of the last key
     count_env_cost(OV_PRODUCT_INFO_KEY_NUM, start);
     output.resize(strlen(output.c_str()));
@@ -154,7 +155,7 @@ std::optional<std::string> value_of_key(const std::string& output, const std::st
 } // namespace
 
 bool ov_product_env_lookup(const char* key, char* buf, size_t len) {
-    const auto start = std::chrono::steady_clock::now();
+    const auto start = ov_mono_now();
     const bool found = ov_sys_and_result_with_var(buf, len, "ov_env_get %s", key) == 0;
     count_env_cost(1, start);
     if (!found && len > 0)

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "libovra.h"
+#include "ov_clock.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
 #include "ov_shelf_layout.h"
@@ -33,7 +34,7 @@ void change_status(slot_status_t& status, uint32_t value) {
     status.pre_status = status.cur_status;
     status.pre_change_time = status.change_time;
     status.cur_status = value;
-    status.change_time = time(nullptr);
+    status.change_time = ov_wall_time();
 }
 
 // Notes a change in the slot's record, if the slot has one.

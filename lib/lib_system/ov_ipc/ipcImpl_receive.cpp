@@ -1,5 +1,6 @@
 // From a frame on the wire to a message.
 #include "ipcImpl.h"
+#include "ov_clock.h"
 #include "ov_product_log.h"
 
 #include <algorithm>
@@ -102,10 +103,10 @@ int ipcReceive_impl(int ipc_handle, ipc_header* hdr, void* msg, int size, int* r
     if (timeout == 0)
         return ipc_receive_until(ipc_handle, hdr, msg, size, returned, std::nullopt);
     return ipc_receive_until(ipc_handle, hdr, msg, size, returned,
-                             std::chrono::steady_clock::now() + std::chrono::seconds(timeout));
+                             ov_wait_now() + std::chrono::seconds(timeout));
 }
 
 int ipcReceiveNonB_impl(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned) {
-    const int rc = ipc_receive_until(ipc_handle, hdr, msg, size, returned, std::chrono::steady_clock::now());
+    const int rc = ipc_receive_until(ipc_handle, hdr, msg, size, returned, ov_wait_now());
     return rc == IPC_RC_TIMEOUT ? int(IPC_RC_NO_MESSAGE) : rc;
 }

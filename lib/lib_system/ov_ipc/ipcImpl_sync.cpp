@@ -1,5 +1,6 @@
 // A request and its reply.
 #include "ipcImpl.h"
+#include "ov_clock.h"
 #include "ov_product_log.h"
 
 #include <algorithm>
@@ -64,7 +65,7 @@ int await_reply(int ipc_handle, uint32_t msg_id, std::span<uint8_t> reply,
             return IPC_RC_MSG_RTRNED;
         if (pass_over(got, callback))
             return IPC_RC_USER_ABORT;
-    } while (std::chrono::steady_clock::now() < deadline);
+    } while (ov_wait_now() < deadline);
     return IPC_RC_TIMEOUT;
 }
 
@@ -91,6 +92,6 @@ int ipcSyncSend_impl(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_sub_id
                                {.msg = msg,
                                 .size = size,
                                 .reply = {static_cast<uint8_t*>(reply), size_t(reply_size)},
-                                .deadline = std::chrono::steady_clock::now() + wait,
+                                .deadline = ov_wait_now() + wait,
                                 .callback = callback});
 }

@@ -1,5 +1,6 @@
 // Names and dumps.
 #include "ipcImpl.h"
+#include "ov_clock.h"
 #include "ov_product_log.h"
 
 #include <algorithm>
@@ -68,11 +69,10 @@ void ipcShowIpcMessage_impl(const ipc_header* hdr, const void* msg, int size) {
 
 const char* ipcTimestamp_impl() {
     static thread_local std::array<char, 32> text;
-    timeval now = {};
-    gettimeofday(&now, nullptr);
+    const timespec now = ov_wall_now();
     tm parts = {};
     localtime_r(&now.tv_sec, &parts);
     snprintf(text.data(), text.size(), "%02d:%02d:%02d.%06ld", parts.tm_hour % 100, parts.tm_min % 100,
-             parts.tm_sec % 100, long(now.tv_usec));
+             parts.tm_sec % 100, now.tv_nsec / 1000);
     return text.data();
 }

@@ -1,5 +1,6 @@
 // Names coming and going.
 #include "ipcImpl.h"
+#include "ov_clock.h"
 #include "ov_product_log.h"
 #include "wi_nameserver.h"
 
@@ -11,19 +12,17 @@
 
 namespace {
 
-using std::chrono::steady_clock;
-
 constexpr int RECONNECT_PAUSE_MS = 100;
 
-int timeout_ms(std::optional<steady_clock::time_point> deadline) {
+int timeout_ms(std::optional<ov_mono_time_t> deadline) {
     if (!deadline)
         return -1;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - steady_clock::now()).count();
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - ov_wait_now()).count();
     return int(std::clamp<int64_t>(left, 0, 3600 * 1000));
 }
 
 // Waits for the connection to have something to read, or for its reopening.
-void wait_readable(const wi_ns_topology_t& topology, std::optional<steady_clock::time_point> deadline) {
+void wait_readable(const wi_ns_topology_t& topology, std::optional<ov_mono_time_t> deadline) {
     pollfd fd = {topology.sock, POLLIN, 0};
     int ms = timeout_ms(deadline);
     if (topology.sock < 0) // poll passes over it
@@ -56,9 +55,9 @@ int ipcTopologyNotificationRegister_impl(uint32_t serv_id, uint32_t low_sub_id, 
 int ipcTopologyReceive_impl(wi_ns_topology_t* topology, ipc_ns_event_st* event, int timeout) {
     if (topology == nullptr || event == nullptr || timeout < 0)
         return IPC_RC_FAILED;
-    std::optional<steady_clock::time_point> deadline;
+    std::optional<ov_mono_time_t> deadline;
     if (timeout > 0)
-        deadline = steady_clock::now() + std::chrono::seconds(timeout);
+        deadline = ov_wait_now() + std::chrono::seconds(timeout);
     for (;;) {
         const int error = topology_receive(topology, event);
         if (error == 0) {
@@ -69,7 +68,7 @@ int ipcTopologyReceive_impl(wi_ns_topology_t* topology, ipc_ns_event_st* event, 
         }
         if (error != EAGAIN)
             topo_server_reconnect(topology);
-        if (deadline && steady_clock::now() >= *deadline)
+        if (deadline && ov_wait_now() >= *deadline)
             return IPC_RC_TIMEOUT;
         wait_readable(*topology, deadline);
     }

@@ -1,6 +1,7 @@
 #include "ipc_app_cb.h"
 
 #include "ipcImpl.h"
+#include "ov_clock.h"
 #include "ov_product_log.h"
 
 #include <algorithm>
@@ -76,8 +77,7 @@ void ipc_app_cb_destroy(IPC_APP_CB_T* cb) {
 }
 
 std::chrono::steady_clock::time_point ipc_sync_deadline(const IPC_APP_CB_T* cb) {
-    return std::chrono::steady_clock::now() +
-           std::chrono::seconds(cb->timeout == 0 ? IPC_DEFAULT_SYNC_TIMEOUT : cb->timeout);
+    return ov_wait_now() + std::chrono::seconds(cb->timeout == 0 ? IPC_DEFAULT_SYNC_TIMEOUT : cb->timeout);
 }
 
 int ipc_send_sync_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size, void* reply,

@@ -1,7 +1,9 @@
 #include "ov_local_time.h"
 
+#include "ov_clock.h"
+
 uint32_t get_local_time() {
-    const time_t now = time(nullptr);
+    const time_t now = ov_wall_time();
     tm local{};
     localtime_r(&now, &local);
     return static_cast<uint32_t>(mktime(&local));

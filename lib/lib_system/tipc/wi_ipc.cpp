@@ -1,6 +1,7 @@
 // What both carriers share.
 #include "wi_ipc.h"
 
+#include "ov_clock.h"
 #include "ov_product_log.h"
 
 #include <algorithm>
@@ -46,7 +47,7 @@ int remaining_ms(std::optional<std::chrono::steady_clock::time_point> deadline) 
     using namespace std::chrono;
     if (!deadline)
         return -1;
-    const auto left = ceil<milliseconds>(*deadline - steady_clock::now()).count();
+    const auto left = ceil<milliseconds>(*deadline - ov_wait_now()).count();
     constexpr int64_t AT_MOST =
         int64_t{3600} * 1000; // poll takes an int; the caller's loop waits for the rest
     return int(std::clamp<int64_t>(left, 0, AT_MOST));
@@ -117,7 +118,7 @@ unsigned wi_ipc_wait(const wi_ipc_register_result_st& reg,
         if (ready > 0)
             return (fds[0].revents != 0 ? WI_IPC_MESSAGE : 0u) |
                    ((fds[1].revents | fds[2].revents) != 0 ? WI_IPC_RETURNED : 0u);
-        if (deadline && std::chrono::steady_clock::now() >= *deadline)
+        if (deadline && ov_wait_now() >= *deadline)
             return WI_IPC_NOTHING;
     }
 }

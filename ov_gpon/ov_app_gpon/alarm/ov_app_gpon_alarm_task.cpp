@@ -9,6 +9,7 @@
 #include "alarm_los_rows.h"
 #include "app_modules.h"
 #include "mmg_internal.h"
+#include "ov_clock.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_ifindex.h"
 #include "ov_product_log.h"
@@ -126,7 +127,7 @@ bool clear_and_delete(sActiveAlarmTable_entry& alarm) {
     if (MibAccessHandle(MIB_GET_S, gpon_alarm_appid, alarm_did(), &alarm, mibDefFlags, 0) != MIB_OK)
         return false;
     alarm.sActiveAlarmTableAlarmState = SACTIVEALARMTABLEALARMSTATE_CLEAR;
-    alarm.sActiveAlarmTableAlarmDTS = static_cast<uint32_t>(time(nullptr));
+    alarm.sActiveAlarmTableAlarmDTS = static_cast<uint32_t>(ov_wall_time());
     MIB_Flags_t columns{};
     mib_flag_set(columns, sActiveAlarmTable_column::sActiveAlarmTableAlarmState);
     mib_flag_set(columns, sActiveAlarmTable_column::sActiveAlarmTableAlarmDTS);
@@ -147,7 +148,7 @@ static_assert(sizeof(LedRecord) == 2 && offsetof(LedRecord, ledact) == 1);
 } // namespace
 
 void ov_app_gpon_alarm_task_init() {
-    if (snmp_alarm_register(TICK_SECONDS, SA_REPEAT, run_tick, nullptr) == 0) {
+    if (agentx_alarm_register(TICK_SECONDS, SA_REPEAT, run_tick, nullptr) == 0) {
         std::printf("register alarm 1s timer fail");
         std::fflush(stdout);
     }

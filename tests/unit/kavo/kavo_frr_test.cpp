@@ -1,4 +1,5 @@
 #include "frr_fixture.h"
+#include "kavo_timer.h"
 
 #include <chrono>
 #include <csignal>

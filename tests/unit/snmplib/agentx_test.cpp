@@ -15,12 +15,14 @@
 #include "../kavo/frr_fixture.h"
 #include "../ov_common/private_root.h"
 #include "../support/log_capture.h"
+#include "../support/test_clock.h"
 #include "agentx_link.h"
 
 using testing::Contains;
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -91,6 +93,36 @@ TEST(Agentx, WithNoMasterAgentAlarmsStillRunOnTheLoop) {
         ASSERT_NE(snmp_alarm_register(1, SA_REPEAT, count, nullptr), 0u);
         agentx_snmp_update();
         EXPECT_TRUE(frr_run_until([] { return fired == 2; }));
+    });
+}
+
+TEST(Agentx, AlarmsOfTheDaemonAreTheLibrarysOnTheLoop) {
+    in_agent([] {
+        static int repeated = 0;
+        static int given_back = 0;
+        const auto ring = [](unsigned, void* rings) { ++*static_cast<int*>(rings); };
+        const timeval soon = {.tv_sec = 0, .tv_usec = 2000};
+        const unsigned number = agentx_alarm_register_hr(soon, 0, ring, &given_back);
+        EXPECT_NE(agentx_alarm_register_hr(soon, SA_REPEAT, ring, &repeated), 0u);
+        EXPECT_NE(agentx_alarm_register(1, 0, count, nullptr), 0u);
+        agentx_alarm_unregister(number);
+        agentx_snmp_update();
+        EXPECT_TRUE(frr_run_until([] { return fired == 1; }));
+        EXPECT_GT(repeated, 1);
+        EXPECT_EQ(given_back, 0);
+    });
+}
+
+TEST(Agentx, AlarmsGoByATestsClock) {
+    in_agent([] {
+        TestClock clock;
+        const unsigned quarter_hour = agentx_alarm_register(900, SA_REPEAT, count, nullptr);
+        agentx_alarm_register_hr({.tv_sec = 0, .tv_usec = 1500}, 0, count, nullptr);
+        clock.advance(1h);
+        EXPECT_EQ(fired, 5);
+        agentx_alarm_unregister(quarter_hour);
+        clock.advance(1h);
+        EXPECT_EQ(fired, 5);
     });
 }
 

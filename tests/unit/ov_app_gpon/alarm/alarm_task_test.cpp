@@ -4,11 +4,14 @@
 #include <filesystem>
 #include <random>
 
+#include "../support/test_clock.h"
+
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -57,6 +60,18 @@ TEST(AlarmTask, ARaiseThatIsRepeatedEntersThreeSecondsAfterTheLast) {
         ASSERT_TRUE(c.row(5, ONU_OFF));
         EXPECT_EQ(c.row(5, ONU_OFF)->sActiveAlarmTableAlarmDTS, 60u); // of the last one
         EXPECT_THAT(c.notices, SizeIs(1));
+    });
+}
+
+TEST(AlarmTask, TicksOnceASecondOnTheDaemonsClock) {
+    run([](AlarmChassis& c) {
+        TestClock clock;
+        ov_app_gpon_alarm_task_init();
+        c.event(5, ONU_OFF, RAISE);
+        clock.advance(2999ms);
+        EXPECT_FALSE(c.row(5, ONU_OFF));
+        clock.advance(1ms);
+        EXPECT_TRUE(c.row(5, ONU_OFF));
     });
 }
 

@@ -7,57 +7,40 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "../../support/app_chassis.h"
 #include "../../support/frames.h"
+#include "../../support/test_clock.h"
 #include "app_loop.h"
 #include "uclient.h"
 
-// The timers that were armed, in their order.
+// The timers that were armed, on a clock of their own.
 class HeldTimers {
 public:
-    HeldTimers() {
-        held().clear();
-        app_timer_set_tap([](void (*function)(struct thread*), void* arg, long milliseconds) {
-            held().push_back({function, arg, milliseconds});
-        });
-    }
-    ~HeldTimers() { app_timer_set_tap(nullptr); }
+    HeldTimers() { EXPECT_EQ(std::exchange(clock(), &clock_), nullptr); }
+    ~HeldTimers() { clock() = nullptr; }
     HeldTimers(const HeldTimers&) = delete;
     HeldTimers& operator=(const HeldTimers&) = delete;
 
-    static size_t count() { return held().size(); }
-    // Lets the first one run out; gives the milliseconds that it was armed with.
-    static long run_first() {
-        EXPECT_FALSE(held().empty());
-        if (held().empty())
-            return -1;
-        const Timer timer = held().front();
-        held().erase(held().begin());
-        struct thread thread = {};
-        thread.arg = timer.arg;
-        timer.function(&thread);
-        return timer.milliseconds;
-    }
+    static size_t count() { return clock()->armed(); }
+    // Lets the time pass up to the first one; gives the milliseconds that it was armed with.
+    static long run_first() { return clock()->run_next(); }
     // Runs them until none is left: what each was armed with.
     static std::vector<long> run_all() {
         std::vector<long> pauses;
-        while (!held().empty())
+        while (count() != 0)
             pauses.push_back(run_first());
         return pauses;
     }
 
 private:
-    struct Timer {
-        void (*function)(struct thread*);
-        void* arg;
-        long milliseconds;
-    };
-    static std::vector<Timer>& held() {
-        static std::vector<Timer> timers;
-        return timers;
+    static TestClock*& clock() {
+        static TestClock* clock = nullptr;
+        return clock;
     }
+    TestClock clock_;
 };
 
 // Answers every request with 0 and keeps it.
