@@ -90,8 +90,9 @@ endfunction()
 
 # The GoogleTest suites of one layer: every .cpp below tests/unit/<FOLDER>, one program, run by
 # ctest as one test.  gpon_unit_test(FOLDER ov_mmg LINKS ov_mmg)
+# Its first thread is the event loop's, unless it stands below that (WITHOUT_LOOP).
 function(gpon_unit_test)
-  cmake_parse_arguments(T "" "FOLDER" "LINKS" ${ARGN})
+  cmake_parse_arguments(T "WITHOUT_LOOP" "FOLDER" "LINKS" ${ARGN})
   file(GLOB T_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${T_FOLDER}/*.cpp
        ${CMAKE_CURRENT_SOURCE_DIR}/${T_FOLDER}/*/*.cpp)
   if(NOT T_SOURCES)
@@ -99,6 +100,9 @@ function(gpon_unit_test)
   endif()
   set(T_NAME unit_${T_FOLDER})
   gpon_executable(${T_NAME} ${T_SOURCES})
+  if(NOT T_WITHOUT_LOOP)
+    target_link_libraries(${T_NAME} PRIVATE $<TARGET_OBJECTS:on_loop> ov_common)
+  endif()
   target_link_libraries(${T_NAME} PRIVATE ${T_LINKS} GTest::gmock_main)
   add_test(NAME ${T_NAME} COMMAND ${T_NAME})
 endfunction()

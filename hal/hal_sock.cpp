@@ -11,6 +11,7 @@
 #include "hal_sock_tipc.h"
 #include "ipcApi.h"
 #include "ov_clock.h"
+#include "ov_loop_thread.h"
 #include "ov_product_log.h"
 #include "ov_types.h"
 
@@ -77,6 +78,7 @@ void hal_init(unsigned module, struct thread_master* master, hal_recv_handle rec
 }
 
 unsigned hal_send(hal_nlmsghdr* nlhdr) {
+    ov_assert_on_loop();
     if (const unsigned error = length_error(nlhdr); error != KAVO_OK)
         return error;
     ++sync_msg_seq;
@@ -99,6 +101,7 @@ unsigned hal_send(hal_nlmsghdr* nlhdr) {
 }
 
 unsigned _hal_send_async(hal_nlmsghdr* nlhdr) {
+    ov_assert_on_loop();
     if (const unsigned error = length_error(nlhdr); error != KAVO_OK)
         return error;
     ++async_msg_seq;

@@ -35,6 +35,7 @@
 #include "ov_build_info.h"
 #include "ov_clock.h"
 #include "ov_gpon.h"
+#include "ov_loop_thread.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
 #include "ov_refusal.h"
@@ -196,6 +197,7 @@ void init_vty() {
 
 // Steps that need no controller. No event runs before the loop, so nothing here may wait for one.
 void set_up(int argc, char** argv) {
+    ov_loop_thread_set();
     master = thread_master_create(GPON_NAME);
     app_loop_set(master);
     ov_init_crash_signal_handlers(argc, argv);

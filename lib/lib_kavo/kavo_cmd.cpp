@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "kavo_refusal.h"
+#include "ov_loop_thread.h"
 #include "ov_refusal.h"
 
 namespace {
@@ -206,6 +207,7 @@ std::vector<const char*> arguments_of(const Words& words, std::span<struct cmd_t
 
 /// What the library calls for each of our commands.
 int run_command(const struct cmd_element* self, struct vty* vty, int argc, struct cmd_token* argv[]) {
+    ov_assert_on_loop();
     // Allocated as an Installed and not const there.
     auto* command = const_cast<Installed*>(static_cast<const Installed*>(self));
     auto arguments = arguments_of(command->words, {argv, static_cast<size_t>(argc)});

@@ -10,6 +10,7 @@
 #include "agentx_link.h"
 #include "agentx_setup.h"
 #include "kavo_timer.h"
+#include "ov_loop_thread.h"
 #include "ov_product_log.h"
 
 int agentx_read_flags = 0;
@@ -271,6 +272,7 @@ unsigned int add_alarm_taken(std::chrono::microseconds period, unsigned int flag
 
 unsigned int agentx_alarm_register(unsigned int when, unsigned int flags, SNMPAlarmCallback* callback,
                                    void* arg) {
+    ov_assert_on_loop();
     if (kavo_timers_taken() != nullptr)
         return add_alarm_taken(std::chrono::seconds(when), flags, callback, arg);
     return snmp_alarm_register(when, flags, callback, arg);
@@ -278,6 +280,7 @@ unsigned int agentx_alarm_register(unsigned int when, unsigned int flags, SNMPAl
 
 unsigned int agentx_alarm_register_hr(timeval period, unsigned int flags, SNMPAlarmCallback* callback,
                                       void* arg) {
+    ov_assert_on_loop();
     if (kavo_timers_taken() != nullptr)
         return add_alarm_taken(std::chrono::seconds(period.tv_sec) +
                                    std::chrono::microseconds(period.tv_usec),
@@ -286,6 +289,7 @@ unsigned int agentx_alarm_register_hr(timeval period, unsigned int flags, SNMPAl
 }
 
 void agentx_alarm_unregister(unsigned int number) {
+    ov_assert_on_loop();
     if (kavo_timers_taken() != nullptr)
         kavo_timers_taken()->remove_alarm(number);
     else

@@ -35,5 +35,7 @@ def chassis(request, tmp_path):
         yield made
         if getattr(request.node, "failed_in_call", True):
             print(made.report())
+        if made.sandbox:
+            assert not made.log_lines("isn't on the event loop's thread")
     finally:
         made.close()

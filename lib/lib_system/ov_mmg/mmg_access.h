@@ -19,6 +19,7 @@
 //  - doesn't look at stored rows by pointer, but copies them, as MibAccessHandle does.
 // Mutexes of two tables are taken in the order of a cascade: a thread that holds one and works on another
 // table without being inside a callback may stop itself and the main thread for good.
+// A callback that is about to run on another thread is told of (ov_loop_thread.h).
 #pragma once
 
 #include "mmg_definition.h"

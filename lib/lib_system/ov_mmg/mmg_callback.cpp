@@ -9,6 +9,7 @@
 
 #include "mmg_access_internal.h"
 #include "mmg_refusal.h"
+#include "ov_loop_thread.h"
 
 namespace {
 
@@ -114,6 +115,7 @@ bool walk_chain(int index, MIBDID did, int type, void* row, MIB_Flags_t flags) {
     for (MIB_callback* node = *chain_head(table_cntl[index], type); node != nullptr; node = node->next) {
         if (node->callback == nullptr || MibFlagsCheck(flags, node->app.appFlags) == 0)
             continue;
+        ov_assert_on_loop();
         const OvRefusalMark before = ov_refusal_mark();
         if (node->callback(mib_fresh_did(index, did), row, flags) != 1) {
             mib_refused_at(index, row);

@@ -11,6 +11,7 @@
 #include "libovra.h"
 #include "mmg_access_internal.h"
 #include "ov_command.h"
+#include "ov_loop_thread.h"
 #include "ov_product.h"
 #include "ovra_thread.h"
 
@@ -89,6 +90,7 @@ void mmg_table_save_task_add_table(const char* table_name, MIBTABLE_SAVE_FUNC sa
 }
 
 int mmg_table_save_immediate(const char* table_name) {
+    ov_assert_on_loop();
     if (table_name == nullptr || *table_name == '\0')
         return -1;
     mmg_save_func_cb* entry = find_entry(table_name);

@@ -5,9 +5,11 @@
 
 #include <chrono>
 #include <cstring>
+#include <thread>
 
 #include "../support/hal_chassis.h"
 #include "../support/log_capture.h"
+#include "../support/on_loop.h"
 #include "hal_debug.h"
 #include "hal_outbox.h"
 #include "ipcImpl.h"
@@ -41,6 +43,19 @@ unsigned send_to_card_that(const FakeCard::Behaviour& behaves, hal_msg_t* buffer
     if (buffer)
         *buffer = msg;
     return result;
+}
+
+TEST(HalSend, BelongsToTheLoop) {
+    const AnyThread watched;
+    const auto send = [] {
+        hal_msg_t nothing = {};
+        EXPECT_EQ(hal_send(&nothing.hdr), unsigned{KAVO_PARAM});
+        EXPECT_EQ(hal_send_async(&nothing.hdr), unsigned{KAVO_PARAM});
+    };
+    send();
+    EXPECT_EQ(watched.intruders(), 0);
+    std::thread(send).join();
+    EXPECT_EQ(watched.intruders(), 2);
 }
 
 TEST(HalSend, RequestOnTheWireIsHeaderFrameAndMessage) {

@@ -1,9 +1,11 @@
+#include "../support/on_loop.h"
 #include "../support/test_clock.h"
 #include "frr_fixture.h"
 
 #include <gmock/gmock.h>
 
 #include <string>
+#include <thread>
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
@@ -121,6 +123,15 @@ TEST_F(Timers, AnAlarmRepeatsUntilItIsTakenBack) {
     clock.remove_alarm(repeating);
     clock.advance(15s);
     EXPECT_EQ(rings, 103);
+}
+
+TEST_F(Timers, BelongToTheLoop) {
+    const AnyThread watched;
+    struct thread* ref = nullptr;
+    std::thread([&ref] { arm("a", 100, &ref); }).join();
+    EXPECT_EQ(watched.intruders(), 1);
+    std::thread([&ref] { kavo_cancel_timer(&ref); }).join();
+    EXPECT_EQ(watched.intruders(), 2);
 }
 
 TEST(TimersOfTheLoop, AreCancelledWhileATestHasTakenTheOthers) {

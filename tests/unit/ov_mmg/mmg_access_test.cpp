@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "../support/log_tap.h"
+#include "../support/on_loop.h"
 #include "fake_table.h"
 
 namespace {
@@ -363,6 +364,22 @@ TEST_F(Access, TheTableIsLockedDuringTheOperationAndFreeAfterIt) {
     EXPECT_EQ(try_lock_elsewhere(), 0);
     EXPECT_EQ(table.access(MIB_ADD, row), MIB_FAIL);
     EXPECT_EQ(try_lock_elsewhere(), 0);
+}
+
+TEST_F(Access, AnotherThreadMayWorkOnRowsButRunNoCallback) {
+    const AnyThread watched;
+    table.put(1, 1, 10);
+    std::thread([this] {
+        FakeRow row{1, 1, 11, 0, 0, 0};
+        EXPECT_EQ(table.access(MIB_SET_S_N, row, columns({FAKE_COLUMN_VALUE})), MIB_OK);
+        EXPECT_EQ(table.access(MIB_GET_S, row), MIB_OK);
+        EXPECT_EQ(AnyThread::intruders(), 0);
+        EXPECT_EQ(table.access(MIB_GET, row), MIB_OK);
+        EXPECT_EQ(AnyThread::intruders(), 1);
+    }).join();
+    FakeRow row{1, 1, 11, 0, 0, 0};
+    EXPECT_EQ(table.access(MIB_GET, row), MIB_OK);
+    EXPECT_EQ(AnyThread::intruders(), 1);
 }
 
 TEST_F(Access, AnOperationOnSponGoesOnWhenItsIdentityIsGivenToANewTable) {

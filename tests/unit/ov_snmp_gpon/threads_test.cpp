@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "../support/log_capture.h"
+#include "../support/on_loop.h"
 #include "../support/temp_dir.h"
 #include "engine_tables.h"
 #include "table_list.h"
@@ -107,6 +108,7 @@ TEST_F(Threads, SavesHoldWholeRows) {
 }
 
 TEST_F(Threads, CallbacksComeAndGoWhileChainsRun) {
+    const AnyThread any_thread; // no application behind these callbacks
     static std::atomic<int> checked;
     checked = 0;
     const MIB_callback_ptr count = [](MIBDID, void*, MIB_Flags_t) {
