@@ -6,6 +6,7 @@
 #include "kavo_cmd_library.h"
 #include "kavo_refusal.h"
 #include "kavo_table.h"
+#include "loop_vty.h"
 #include "mib_inspect_vty.h"
 #include "mib_vty.h"
 #include "names_vty.h"
@@ -57,6 +58,7 @@ void gpon_vty_init() {
     mib_table_vty_init();
     mib_inspect_vty_init();
     resource_vty_init();
+    loop_vty_init();
     names_vty_init();
     kavo_table_vty_init();
     kavo_refusal_vty_init();

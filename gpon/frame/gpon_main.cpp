@@ -25,6 +25,7 @@
 #include "kavo_cmd_library.h"
 #include "kavo_ctrl.h"
 #include "kavo_if.h"
+#include "kavo_loop.h"
 #include "kavo_timer.h"
 #include "kavo_vlan.h"
 #include "mmg_mib_save_task.h"
@@ -290,9 +291,7 @@ int gpon_main(int argc, char** argv) {
     log_start_up_time(began);
     ov_refusal_set_thread_door("timer");
 
-    struct thread thread;
-    while (thread_fetch(master, &thread) != nullptr)
-        thread_call(&thread);
+    kavo_loop_run(master);
     return 0;
 }
 

@@ -7,6 +7,7 @@
 #include <set>
 #include <string_view>
 
+#include "kavo_loop.h"
 #include "kavo_refusal.h"
 #include "ov_loop_thread.h"
 #include "ov_refusal.h"
@@ -218,6 +219,7 @@ int run_command(const struct cmd_element* self, struct vty* vty, int argc, struc
         last_result = command->handler(command, vty, count, arguments.data());
     } else {
         OvRefusal request("vty");
+        kavo_loop_doing(command->name);
         last_result = command->handler(command, vty, count, arguments.data());
         if (last_result != 0)
             kavo_refusal_keep(vty, request.refuse(kavo_refusal_object(vty).c_str(), nullptr));
