@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <random>
 
-#include "../support/test_clock.h"
+#include "../../support/test_clock.h"
 
 using testing::Each;
 using testing::ElementsAre;

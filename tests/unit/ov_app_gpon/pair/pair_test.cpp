@@ -8,7 +8,7 @@
 
 #include "../../ov_common/private_root.h"
 #include "../../support/log_capture.h"
-#include "app_loop.h"
+#include "../../support/test_clock.h"
 
 namespace {
 
@@ -18,7 +18,6 @@ struct Row {
     int32_t value;
 };
 
-std::vector<void (*)(struct thread*)> timers;
 std::string written;
 
 void note(const char* table, void* row, const MIB_Flags_t& columns, int action, ov_ifindex_t partner) {
@@ -34,18 +33,15 @@ void write_onu(void* row, const MIB_Flags_t& columns, int action, ov_ifindex_t p
     note("onu", row, columns, action, partner);
 }
 
-// The loop's timers come into `timers`, each table has a writer that notes what it is given.
+// Each table has a writer that notes what it is given.
 template <typename Body>
 void with_writers(Body body) {
     private_root::run([&body] {
         LogCapture log;
-        app_timer_set_tap([](void (*function)(struct thread*), void*, long milliseconds) {
-            EXPECT_EQ(milliseconds, 1);
-            timers.push_back(function);
-        });
+        TestClock clock;
         ov_app_gpon_pair_writer_set(SYNC_SGEM, write_gem);
         ov_app_gpon_pair_writer_set(SYNC_SONU, write_onu);
-        body(log);
+        body(log, clock);
     });
 }
 MIB_Flags_t column_7() {
@@ -58,27 +54,27 @@ int repeat(int table, const Row& row, int action, ov_ifindex_t partner) {
 }
 
 TEST(PairWrite, ComesBehindTheAccessInTheOrderOfTheWrites) {
-    with_writers([](LogCapture& /*log*/) {
+    with_writers([](LogCapture& /*log*/, TestClock& clock) {
         Row row = {3, 16, 5};
         EXPECT_EQ(repeat(SYNC_SONU, row, 1, 77), 1);
         row.value = 6; // the first was copied
         EXPECT_EQ(repeat(SYNC_SGEM, row, 2, 78), 1);
         EXPECT_EQ(written, "");
-        ASSERT_EQ(timers.size(), 2u);
-        timers[0](nullptr);
+        ASSERT_EQ(clock.armed(), 2u);
+        EXPECT_EQ(clock.run_next(), 1);
         EXPECT_EQ(written, "onu 5 column 7 yes action 1 on 77\n");
-        timers[1](nullptr);
+        EXPECT_EQ(clock.run_next(), 1);
         EXPECT_EQ(written, "onu 5 column 7 yes action 1 on 77\ngem 6 column 7 yes action 2 on 78\n");
         EXPECT_EQ(row.value, 6);
     });
 }
 
 TEST(PairWrite, WithoutAWriterIsRefused) {
-    with_writers([](LogCapture& log) {
+    with_writers([](LogCapture& log, TestClock& clock) {
         ov_app_gpon_pair_writer_set(SYNC_SGEM, nullptr);
         for (const int table : {int{SYNC_SGEM}, int{SYNC_SPON}, 0, -1, SYNC_TABLES + 1, INT_MIN, INT_MAX})
             EXPECT_EQ(repeat(table, {3, 16, 5}, 1, 77), 0) << table;
-        EXPECT_EQ(timers.size(), 0u);
+        EXPECT_EQ(clock.armed(), 0u);
         EXPECT_EQ(log.lines(), std::vector<std::string>(7, "Failed: XMALLOC MTYPE_PON.\n"));
     });
 }
