@@ -7,7 +7,6 @@
 
 #include "agentx.h"
 #include "alarm_los_rows.h"
-#include "app_modules.h"
 #include "mmg_internal.h"
 #include "ov_clock.h"
 #include "ov_hal_gpon_msg.h"

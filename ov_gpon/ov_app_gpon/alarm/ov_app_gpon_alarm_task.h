@@ -21,6 +21,9 @@
 // The application's id with the table core, set at start.
 extern int gpon_alarm_appid;
 
+// Registers the callbacks and the tick. Start-up, in its place of the list.
+void ov_app_gpon_alarm_task_init();
+
 // Takes an event: the driver's columns and the time stamp of a row, which is copied. -1 for null, else 0.
 int ov_app_gpon_alarm_eventhandle(const sActiveAlarmTable_entry* pentry);
 

@@ -9,10 +9,11 @@
 
 #include "hal_record_desc.h"
 #include "hal_record_dump.h"
-#include "ov_app_gpon_event_pending.h"
+#include "ov_app_gpon_autolearn_flow.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_onu_history.h"
 #include "ov_app_gpon_onuinit.h"
+#include "ov_app_gpon_pon_protect.h"
 #include "ov_app_gpon_wn_trap.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_ifindex.h"

@@ -1,6 +1,5 @@
 #include "ov_app_gpon_wn_trap.h"
 
-#include "app_modules.h"
 #include "app_text.h"
 #include "mmg_access.h"
 #include "ov_app_gpon_alarm_task.h"

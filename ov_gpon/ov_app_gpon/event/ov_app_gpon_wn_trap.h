@@ -8,6 +8,9 @@
 // The application's id with the table core, set at start.
 extern int gpon_wn_trap_appid;
 
+// Start-up, in its place of the list.
+void ov_app_gpon_wn_trap_init();
+
 // Hands a report on to the alarm module; the record is valid for the call only. Always 0.
 int ov_app_gpon_wn_trap_set_by_lowlayer(const ov_gpon_wanning_trap_t* attr);
 

@@ -10,7 +10,7 @@
 #include "app_set_callback.h"
 #include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_onu.h"
-#include "ov_app_gpon_pending.h"
+#include "ov_app_gpon_pm_gem.h"
 #include "ov_gpon.h"
 #include "ov_product_log.h"
 #include "sGemTable.h"

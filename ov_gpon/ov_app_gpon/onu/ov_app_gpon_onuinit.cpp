@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "app_modules.h"
 #include "app_rows.h"
 #include "app_text.h"
 #include "ov_gpon.h"

@@ -5,6 +5,9 @@
 
 #include "ov_hal_gpon_records.h"
 
+// Registers the callbacks. Start-up, in its place of the list.
+void ov_app_gpon_unconfig_onu_init();
+
 // A card reports an ONU that nobody has provisioned, reports it again, or takes its report back: the row is
 // added, changed, deleted. Its key is the port and the card's temporary number. 0, or OV_GPON_RET_BAD_PARAM
 // when the table refuses, which is logged. The record is valid for the call only. Main loop.

@@ -28,6 +28,9 @@ enum qos_link_e : unsigned { QOS_UP_LINK = 0, QOS_DOWN_LINK = 1, QOS_LINKS = 2 }
 
 inline constexpr uint32_t OV_QOS_COS_TO_COS_PROFILE_INVALID = 8;
 
+// Start-up, in its place of the list.
+void ov_app_gpon_qos_init();
+
 // ---- a port -----------------------------------------------------------------------------------------------
 
 enum ov_qos_sched_model_e : int32_t { OV_QOS_SCHED_SIMPLE = 1, OV_QOS_SCHED_HIERARCHY = 2 };

@@ -9,7 +9,7 @@
 #include "app_text.h"
 #include "mono_api.h"
 #include "ov_app_gpon_config_restore_tables.h"
-#include "ov_app_gpon_pending.h"
+#include "ov_app_gpon_qinq.h"
 #include "ov_app_gpon_qos.h"
 #include "ov_gpon.h"
 #include "ov_hal_gpon_records.h"

@@ -9,7 +9,7 @@
 #include "app_stage.h"
 #include "ov_app_gpon_config_restore.h"
 #include "ov_app_gpon_onuinit.h"
-#include "ov_app_gpon_pending.h"
+#include "ov_app_gpon_qinq.h"
 #include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_service_port.h"
 #include "ov_ifindex.h"

@@ -2,6 +2,9 @@
 
 #include "app_modules.h"
 #include "mmg_mib_save_task.h"
+#include "ov_app_gpon_bwtype.h"
+#include "ov_app_gpon_onutype.h"
+#include "ov_app_gpon_rm_traffic.h"
 #include "ov_product_log.h"
 #include "table_modules.h"
 

@@ -4,7 +4,8 @@
 
 #include "kavo_if.h"
 #include "ov_app_gpon_onu.h"
-#include "ov_app_gpon_pending.h"
+#include "ov_app_gpon_qos.h"
+#include "ov_app_uplink_pm_action.h"
 #include "ov_ifindex.h"
 #include "sOnuInitTable.h"
 #include "sPonTable.h"

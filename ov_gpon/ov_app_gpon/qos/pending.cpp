@@ -1,9 +1,28 @@
-// Calls into application modules that aren't there yet and that the modules of ONUs and ports make.
-#include "ov_app_gpon_pending.h"
+// QoS of ports and of ONUs, and its profiles, which aren't there yet: what is looked for isn't there.
+#include "ov_app_gpon_qos.h"
 
-int ov_app_gpon_pm_gem_edit(ov_sGemTable_attr_t* /*attr*/, MIB_Flags_t /*column_flag*/, char /*isAdd*/) {
-    // TODO: the GEM port's row of the performance table; there is no performance collection yet.
+#include <new>
+
+ov_app_port_qos_s* ov_app_port_qos_new() {
+    // TODO: model, profile ids and their former values.
+    return new (std::nothrow) ov_app_port_qos_s{};
+}
+
+void ov_app_port_qos_destroy(ov_app_port_qos_s* qos) {
+    delete qos;
+}
+
+int ov_app_port_qos_edit_ifindex(ov_app_port_qos_s* qos, ov_ifindex_t ifindex) {
+    if (!qos)
+        return OV_GPON_RET_BAD_PARAM;
+    qos->ifindex = ifindex;
     return OV_GPON_RET_OK;
+}
+
+int ov_app_port_qos_add(ov_app_port_qos_s* qos, uint32_t /*flag*/) {
+    // TODO: the row, the card and the list; there is no port QoS yet, and the object ends here.
+    ov_app_port_qos_destroy(qos);
+    return OV_QOS_OK;
 }
 
 int ov_app_qos_port_model_get_by_ifindex(ov_ifindex_t /*ifindex*/, int* /*model*/) {
@@ -39,12 +58,4 @@ int ov_app_port_qos_config_restore(int /*slot*/) {
 }
 int ov_app_onu_qos_config_restore(int /*slot*/) {
     return OV_QOS_OK;
-}
-
-// TODO: the replay and the removal of QinQ rules; there are none yet.
-int ov_app_gpon_qinq_config_restore(int /*slot_id*/) {
-    return OV_GPON_RET_OK;
-}
-int ov_app_gpon_port_qinq_del(ov_ifindex_t /*ifindex*/) {
-    return OV_GPON_RET_OK;
 }
