@@ -7,7 +7,6 @@
 #include "avltree.h"
 #include "cosToCosProfileTable.h"
 #include "ov_app_gpon_qos.h"
-#include "ov_app_gpon_service_port.h"
 #include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
 #include "ov_ifindex.h"

@@ -8,7 +8,6 @@
 #include "app_text.h"
 #include "app_write_row.h"
 #include "ov_app_gpon_bwtype.h"
-#include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_owner.h"
 #include "ov_app_gpon_pair.h"
 #include "ov_gpon.h"
