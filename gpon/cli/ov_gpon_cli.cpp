@@ -5,12 +5,12 @@
 
 #include "gpon_cli.h"
 #include "gpon_config_parts.h"
-#include "gpon_pending.h"
 #include "kavo_cmd_rows.h"
 #include "kavo_if.h"
 #include "kavo_vlan.h"
 #include "kavo_vty_object.h"
 #include "mmg_definition.h"
+#include "ov_app_gpon_qos.h"
 #include "ov_gpon.h"
 #include "ov_gpon_profile_cli.h"
 #include "ov_hal_gpon_msg.h"

@@ -31,6 +31,9 @@ inline constexpr uint32_t OV_QOS_COS_TO_COS_PROFILE_INVALID = 8;
 // Start-up, in its place of the list.
 void ov_app_gpon_qos_init();
 
+// Gates the debug lines of the QoS modules.
+extern int g_gpon_qos_debug_flag;
+
 // ---- a port -----------------------------------------------------------------------------------------------
 
 enum ov_qos_sched_model_e : int32_t { OV_QOS_SCHED_SIMPLE = 1, OV_QOS_SCHED_HIERARCHY = 2 };

@@ -3,6 +3,8 @@
 
 #include <new>
 
+int g_gpon_qos_debug_flag = 0; // TODO: the debug lines
+
 ov_app_port_qos_s* ov_app_port_qos_new() {
     // TODO: model, profile ids and their former values.
     return new (std::nothrow) ov_app_port_qos_s{};

@@ -2,8 +2,8 @@
 #include "cli_fixture.h"
 
 #include "gpon_cli.h"
-#include "gpon_pending.h"
 #include "kavo_trunk.h"
+#include "ov_app_gpon_qos.h"
 #include "ov_hal_gpon_msg.h"
 
 using testing::Contains;

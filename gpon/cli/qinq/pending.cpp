@@ -1,14 +1,6 @@
-// Themes whose commands aren't there yet.
+// The commands of QinQ, which aren't there yet: there is their node, and nothing on it.
 #include "cli_themes.h"
 #include "gpon_vty.h"
-
-void init_qos_vtysh() {
-    // TODO: QoS profiles and where they are used
-}
-
-void gpon_vty_rm_cli_init() {
-    // TODO: remote management
-}
 
 void qinq_cmd_init() {
     gpon_vty_install_node(qinq_node);
