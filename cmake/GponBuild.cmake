@@ -88,23 +88,32 @@ function(gpon_program)
   set_target_properties(${P_NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 endfunction()
 
-# The GoogleTest suites of one layer: every .cpp below tests/unit/<FOLDER>, one program, run by
-# ctest as one test.  gpon_unit_test(FOLDER ov_mmg LINKS ov_mmg)
-# Its first thread is the event loop's, unless it stands below that (WITHOUT_LOOP).
+# The GoogleTest suites of one layer or room: every .cpp in tests/unit/<FOLDER>, one program, run by ctest as one
+# test, or as so many parts of it as SHARDS says, for suites that take long. Its first thread is the event loop's,
+# unless it stands below that (WITHOUT_LOOP).
+#   gpon_unit_test(FOLDER ov_mmg LINKS ov_mmg [SHARDS 2])
 function(gpon_unit_test)
-  cmake_parse_arguments(T "WITHOUT_LOOP" "FOLDER" "LINKS" ${ARGN})
-  file(GLOB T_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${T_FOLDER}/*.cpp
-       ${CMAKE_CURRENT_SOURCE_DIR}/${T_FOLDER}/*/*.cpp)
+  cmake_parse_arguments(T "WITHOUT_LOOP" "FOLDER;SHARDS" "LINKS" ${ARGN})
+  file(GLOB T_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${T_FOLDER}/*.cpp)
   if(NOT T_SOURCES)
     return()
   endif()
-  set(T_NAME unit_${T_FOLDER})
+  string(REPLACE "/" "_" T_NAME unit_${T_FOLDER})
   gpon_executable(${T_NAME} ${T_SOURCES})
   if(NOT T_WITHOUT_LOOP)
     target_link_libraries(${T_NAME} PRIVATE $<TARGET_OBJECTS:on_loop> ov_common)
   endif()
   target_link_libraries(${T_NAME} PRIVATE ${T_LINKS} GTest::gmock_main)
-  add_test(NAME ${T_NAME} COMMAND ${T_NAME})
+  if(NOT T_SHARDS)
+    add_test(NAME ${T_NAME} COMMAND ${T_NAME})
+    return()
+  endif()
+  math(EXPR last "${T_SHARDS} - 1")
+  foreach(shard RANGE ${last})
+    add_test(NAME ${T_NAME}_${shard} COMMAND ${T_NAME})
+    set_tests_properties(${T_NAME}_${shard} PROPERTIES
+                         ENVIRONMENT "GTEST_TOTAL_SHARDS=${T_SHARDS};GTEST_SHARD_INDEX=${shard}")
+  endforeach()
 endfunction()
 
 # A Google Benchmark program; built, never run by the tests.
