@@ -69,6 +69,9 @@ extern const MessageMap<ov_sOnuTable_attr_t, ov_gpon_onu_attr_t> onu_map;
 // legal leave `sn` zero.
 void sonu_mib_data_convert_to_hal(ov_sOnuTable_attr_t* mib, ov_gpon_onu_attr_t* hal,
                                   const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);
+// Which attributes a replay's set brings for a row of the table: those whose columns differ from what the
+// create has given the card, as the lines of the table's map say (app_message_map.h).
+ov_bmp_t ov_onu_table_attr_mask_get(const void* row);
 // The credentials that the row's authentication mode uses.
 void sonu_mib_auth_attr_convert_to_hal(const ov_sOnuTable_attr_t* mib, ov_gpon_onu_auth_attr_t* hal);
 

@@ -35,6 +35,9 @@ extern const MessageMap<ov_sPonTable_attr_t, ov_gpon_port_attr_t> pon_port_map;
 // The row as the card's record, and the mask of the columns 4 to 30 of `mib_mask`.
 void sport_mib_data_convert_to_hal(ov_sPonTable_attr_t* mib, ov_gpon_port_attr_t* hal,
                                    const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);
+// Which attributes a replay's set brings for a row of the table: those whose columns differ from what the
+// create has given the card, as the lines of the table's map say (app_message_map.h).
+ov_bmp_t ov_pon_port_table_attr_mask_get(const void* row);
 int ov_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_port_table_set_check_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_port_table_get_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

@@ -1,4 +1,5 @@
 // Protection groups, which aren't there yet: no port has a role, and no group is to be switched.
+#include "app_restore_line.h"
 #include "ov_app_gpon_pon_protect.h"
 
 void ov_app_gpon_pon_protect_init() {
@@ -8,3 +9,6 @@ void ov_app_gpon_pon_protect_init() {
 void ov_app_gpon_pon_protect_status_switch_set(ov_gpon_pon_protect_group_attr_t* /*attr*/) {
     // TODO: the group's active port; without a group nothing is to be done.
 }
+
+// A replay to a card brings nothing of it.
+RESTORE_LATER(pon_protect, SPORTPROTECT, OV_HAL_MSG_GPON_PON_PROTECT) // TODO: map of record 952

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "ov_hal_gpon_msg.h"
 #include "ov_types.h"
 
 struct avl_tree_s;
@@ -100,3 +101,6 @@ int ov_app_cos_to_cos_profile_restore_config(int slot);
 int ov_app_cosq_mapping_profile_restore_config(int slot);
 int ov_app_port_qos_config_restore(int slot);
 int ov_app_onu_qos_config_restore(int slot);
+// Which attributes a replay's set brings for a row of the table: those whose columns differ from what the
+// create has given the card, as the lines of the table's map say (app_message_map.h).
+ov_bmp_t ov_onu_qos_table_attr_mask_get(const void* row);

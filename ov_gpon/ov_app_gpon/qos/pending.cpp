@@ -1,4 +1,6 @@
 // QoS of ports and of ONUs, and its profiles, which aren't there yet: what is looked for isn't there.
+#include "app_restore_line.h"
+#include "onuQosTable.h"
 #include "ov_app_gpon_qos.h"
 
 #include <new>
@@ -60,4 +62,25 @@ int ov_app_port_qos_config_restore(int /*slot*/) {
 }
 int ov_app_onu_qos_config_restore(int /*slot*/) {
     return OV_QOS_OK;
+}
+
+// A replay to a card brings nothing of them.
+RESTORE_LATER(onuqos, SONUQOS, OV_HAL_MSG_GPON_ONU_QOS) // TODO: map of record 921
+RESTORE_TEMPLATES_LATER(onuqos, SONUQOS, OV_HAL_MSG_GPON_ONU_QOS)
+
+namespace {
+
+namespace onu_qos {
+namespace column = onuQosTable_column;
+constexpr MapLine LINES[] = {
+    MASK_ONLY(onuQosMaxBw, OV_GPON_ONU_QOS_ATTR_INDEX_maxBw),
+    MASK_ONLY(onuQosMinBw, OV_GPON_ONU_QOS_ATTR_INDEX_minBw),
+};
+constexpr MessageMap<ov_onuQosTable_attr_t, ov_gpon_onu_qos_attr_t> map(LINES);
+} // namespace onu_qos
+
+} // namespace
+
+ov_bmp_t ov_onu_qos_table_attr_mask_get(const void* row) {
+    return onu_qos::map.replay_mask(row);
 }

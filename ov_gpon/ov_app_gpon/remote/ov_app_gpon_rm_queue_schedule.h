@@ -1,5 +1,11 @@
 // Scheduling of the priority queues of an ONU (sRmOnuQosPriorityQueueScheduleTable).
 #pragma once
 
+#include "ov_hal_gpon_msg.h"
+
 // Start-up, in its place of the list.
 void ov_app_gpon_rm_queue_schedule_init();
+
+// Which attributes a replay's set brings for a row of the table: those whose columns differ from what the
+// create has given the card, as the lines of the table's map say (app_message_map.h).
+ov_bmp_t ov_rm_queue_schedule_attr_mask_get(const void* row);

@@ -1,5 +1,5 @@
-// The tables that a restore replays to a card. Each module hands in its own line (app_restore_line.h); those
-// of modules that aren't there yet are in ov_app_gpon_config_restore_pending.cpp. Main loop.
+// The tables that a restore replays to a card. Each module hands in its own line (app_restore_line.h), also
+// those that aren't there yet (pending.cpp). Main loop.
 #pragma once
 
 #include <cstdint>

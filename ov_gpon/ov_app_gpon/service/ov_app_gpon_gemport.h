@@ -33,6 +33,9 @@ void ov_gemport_table_iterate_del(ov_sOnuTable_attr_t* onu);
 extern const MessageMap<ov_sGemTable_attr_t, ov_gpon_gemport_attr_t> gem_map;
 void sgemport_mib_data_convert_to_hal(ov_sGemTable_attr_t* mib, ov_gpon_gemport_attr_t* hal,
                                       const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);
+// Which attributes a replay's set brings for a row of the table: those whose columns differ from what the
+// create has given the card, as the lines of the table's map say (app_message_map.h).
+ov_bmp_t ov_gemport_table_attr_mask_get(const void* row);
 int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_gemport_table_set_check_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_gemport_table_onu_del_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

@@ -1,7 +1,6 @@
 #include "ov_app_gpon_service_port.h"
 
 #include "app_restore_line.h"
-#include "ov_app_gpon_config_restore_mask.h"
 
 #include "app_index.h"
 #include "app_resource.h"

@@ -40,6 +40,10 @@ extern const MessageMap<ov_servicePortTable_attr_t, ov_gpon_service_port_attr_t>
 // VLAN columns sets none.
 void ov_service_port_table_mib_convert2_hal(ov_servicePortTable_attr_t* mib, ov_gpon_service_port_attr_t* hal,
                                             const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag);
+// Which attributes a replay's set brings for a row of the table: those whose columns differ from what the
+// create has given the card, as the lines of the table's map say (app_message_map.h).
+ov_bmp_t ov_serviceport_table_attr_mask_get(const void* row);
+
 int ov_service_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_service_port_table_set_check_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_service_port_table_on_onu_table_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

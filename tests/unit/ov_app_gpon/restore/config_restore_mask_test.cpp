@@ -1,6 +1,4 @@
 // Which attributes a restore sets, and the walk over a slot's rows.
-#include "ov_app_gpon_config_restore_mask.h"
-
 #include <arpa/inet.h>
 
 #include <gmock/gmock.h>
@@ -14,6 +12,12 @@
 #include "app_slot_rows.h"
 #include "gemPmThrTable.h"
 #include "onuQosTable.h"
+#include "ov_app_gpon_gemport.h"
+#include "ov_app_gpon_onu.h"
+#include "ov_app_gpon_port.h"
+#include "ov_app_gpon_qos.h"
+#include "ov_app_gpon_rm_queue_schedule.h"
+#include "ov_app_gpon_service_port.h"
 #include "sGemTable.h"
 #include "sOnuTable.h"
 #include "sPonTable.h"
