@@ -50,8 +50,7 @@ bool agentx_link_has_input();
 // The library has nothing left to read, its inner connections included: what it was given is done with.
 void agentx_link_idle();
 
-// ---- for notifications
-// -------------------------------------------------------------------------------------
+// ---- for notifications ------------------------------------------------------------------------------
 
 // Whether something more can be sent that nobody waits for: the master has taken what there was, and its
 // queue isn't nearly full. Also true without a connection, when nothing is sent at all.

@@ -38,8 +38,7 @@ std::string range_text(const ColumnDesc& column) {
     return text;
 }
 
-// ---- why a variable is refused
-// ------------------------------------------------------------------------------
+// ---- why a variable is refused ----------------------------------------------------------------------
 
 // A RowStatus that the row's present one doesn't allow.
 const char* status_reason(const netsnmp_request_info* request) {
@@ -88,8 +87,7 @@ std::string reason_of(const TableModule& module, const netsnmp_request_info* req
     }
 }
 
-// ---- requests
-// -----------------------------------------------------------------------------------------------
+// ---- requests ---------------------------------------------------------------------------------------
 
 const netsnmp_request_info* first_refused(const netsnmp_request_info* request) {
     while (request != nullptr && request->status == SNMP_ERR_NOERROR)

@@ -17,7 +17,6 @@
 #include "ov_app_gpon_pair.h"
 #include "ov_app_gpon_srvprofile.h"
 #include "ov_gpon.h"
-#include "ov_hal_gpon_attr_dump.h"
 #include "ov_product_log.h"
 #include "ov_refusal.h"
 
@@ -121,7 +120,12 @@ void fill_ifindex(Onu& onu) {
 
 bool onu_admits(OnuChange& change) {
     return ov_app_gpon_onu_marevo_check(&change.row, change.action) == 1 &&
-           ov_app_gpon_onu_check(&change.row, change.action, change.columns) == 1;
+           ov_app_gpon_onu_may_become(&change.row, change.action, change.columns) == 1;
+}
+
+// What the service profile of a template ONU brings along.
+bool onu_reserve(OnuChange& change) {
+    return ov_app_gpon_onu_reserve(&change.row, change.action) == 1;
 }
 
 // While a port learns ONUs by their serial numbers, none of them can change to another authentication.
@@ -190,7 +194,7 @@ void follow_set(OnuChange& change) {
         ov_app_gpon_onu_note_switch(change.row);
 }
 
-int onu_done(OnuChange& change) {
+int onu_follow(OnuChange& change) {
     if (change.creates())
         follow_create(change.row);
     else if (change.deletes())
@@ -202,7 +206,7 @@ int onu_done(OnuChange& change) {
     return ov_app_gpon_follow_on_pair(SYNC_SONU, change);
 }
 
-void onu_undo(OnuChange& change) {
+void onu_give_back(OnuChange& change) {
     ov_app_gpon_onu_templet_tcont_release_reserve(&change.row, change.action);
     ov_app_gpon_onu_templet_gemport_release_reserve(&change.row, change.action);
     ov_app_gpon_onu_templet_service_port_release_reserve(&change.row, change.action);
@@ -320,26 +324,22 @@ ov_bmp_t ov_onu_table_attr_mask_get(const void* row) {
 int ov_onu_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static const SetCallback<ov_sOnuTable_attr_t, ov_gpon_onu_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_ONU,
+        .map = &onu_map,
         .prepare = fill_ifindex,
         .check = onu_admits,
+        .reserve = onu_reserve,
         .before_send = onu_before_send,
-        .convert = sonu_mib_data_convert_to_hal,
-        .dump = ov_gpon_onu_attr_dump,
-        .done = onu_done,
-        .undo = onu_undo,
+        .dumps = true,
+        .follow = onu_follow,
+        .give_back = onu_give_back,
         .failure = "set ONU error",
     };
     return run_set_callback(callback, did, row, column_flag);
 }
 
-// The rows of a protecting port follow those of the working one; nobody else writes them.
 int ov_onu_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
-    const auto& onu = *static_cast<const ov_sOnuTable_attr_t*>(row);
-    if (ov_app_gpon_port_is_protect_pon_port(onu.slotID, onu.portID) == 0)
-        return SET_ACCEPTED;
-    ov_refusal_because("the port protects another one and follows it");
-    OV_LOG_ERROR("MMG", "ov_onu_table_set_check_callback failed");
-    return SET_REFUSED;
+    return ov_app_gpon_refuse_on_protecting_port(*static_cast<const ov_sOnuTable_attr_t*>(row),
+                                                 "ov_onu_table_set_check_callback failed");
 }
 
 void ov_app_gpon_onu_init() {

@@ -35,8 +35,12 @@ int ov_app_gpon_onu_edit(ov_sOnuTable_attr_t* attr, MIB_Flags_t* flag);
 // Removes an ONU and all that hangs off it. 0 or OV_GPON_RET_BAD_PARAM.
 int ov_app_gpon_onu_del(ov_sOnuTable_attr_t* attr);
 
-// May the row become so? Resolves names into ids, reserves and releases for template ONUs. `action` is an
-// OV_HAL_GPON_MSG_ACTION_*. 1 passes.
+// May the row become so? Resolves names into ids. `action` is an OV_HAL_GPON_MSG_ACTION_*. 1 passes.
+char ov_app_gpon_onu_may_become(ov_sOnuTable_attr_t* onu, int action, MIB_Flags_t columns);
+// Takes for a template ONU's create what its service profile brings along, or gives it back for its delete:
+// all or none. 1 when that is done.
+char ov_app_gpon_onu_reserve(ov_sOnuTable_attr_t* onu, int action);
+// Both.
 char ov_app_gpon_onu_check(ov_sOnuTable_attr_t* pmib_attr, int action, MIB_Flags_t column_flag);
 // Only ONU makers that the brand admits may be created on it; a later change of the serial number is free.
 // 1 passes.

@@ -72,7 +72,7 @@ char check_type(Onu& onu) {
 
 // Reserves for a create what the service profile of a template ONU brings along, or gives it back for a
 // delete: all three or none.
-char check_templet(Onu& onu, int action) {
+char reserve_templet(Onu& onu, int action) {
     if (ov_app_gpon_onu_templet_tcont_check(&onu, action) != PASSED)
         return refuse("ov_app_gpon_onu_templet_tcont_check errror");
     if (ov_app_gpon_onu_templet_gemport_check(&onu, action) != PASSED) {
@@ -121,24 +121,31 @@ char check_create(Onu& onu, const MIB_Flags_t& columns) {
                               static_cast<int>(onu.sOnuTableSrvProfileId));
         return refuse("the onu srv profile did not exist");
     }
-    if (check_type(onu) != PASSED)
-        return REFUSED;
-    return check_templet(onu, OV_HAL_GPON_MSG_ACTION_CREATE);
+    return check_type(onu);
 }
 
 } // namespace
 
-char ov_app_gpon_onu_check(ov_sOnuTable_attr_t* pmib_attr, int action, MIB_Flags_t column_flag) {
+char ov_app_gpon_onu_may_become(ov_sOnuTable_attr_t* onu, int action, MIB_Flags_t columns) {
     switch (action) {
     case OV_HAL_GPON_MSG_ACTION_SET:
-        return check_change(*pmib_attr, column_flag);
+        return check_change(*onu, columns);
     case OV_HAL_GPON_MSG_ACTION_CREATE:
-        return check_create(*pmib_attr, column_flag);
-    case OV_HAL_GPON_MSG_ACTION_DELETE:
-        return check_templet(*pmib_attr, action);
+        return check_create(*onu, columns);
     default:
         return PASSED;
     }
+}
+
+char ov_app_gpon_onu_reserve(ov_sOnuTable_attr_t* onu, int action) {
+    const bool counts = action == OV_HAL_GPON_MSG_ACTION_CREATE || action == OV_HAL_GPON_MSG_ACTION_DELETE;
+    return counts ? reserve_templet(*onu, action) : PASSED;
+}
+
+char ov_app_gpon_onu_check(ov_sOnuTable_attr_t* pmib_attr, int action, MIB_Flags_t column_flag) {
+    return ov_app_gpon_onu_may_become(pmib_attr, action, column_flag) == PASSED
+               ? ov_app_gpon_onu_reserve(pmib_attr, action)
+               : REFUSED;
 }
 
 char ov_app_gpon_onu_marevo_check(const ov_sOnuTable_attr_t* attr, int action) {

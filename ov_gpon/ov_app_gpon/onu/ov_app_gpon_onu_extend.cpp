@@ -1,5 +1,7 @@
 #include "ov_app_gpon_onu_extend.h"
 
+#include "app_follow_rows.h"
+#include "app_get_callback.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
 #include "ov_app_gpon_onu.h"
@@ -29,109 +31,98 @@ Onu onu_in_service(const ExtendInfo& info) {
     return onu;
 }
 
-// ---- the readings: each gives the card's result ----------------------------------------------------------
+// ---- the readings -----------------------------------------------------------------------------------------
 
-// One attribute of the ONU's record, live.
-int get_onu_record(const Onu& onu, int attribute, ov_gpon_onu_attr_t& record) {
-    record.ifindex = onu_ifindex_of(onu);
-    return ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_ONU, OV_HAL_GPON_MSG_ACTION_GET, &record,
-                                static_cast<ov_bmp_t>(1u << attribute), 1);
+using Row = ExtendInfo;
+
+Asked of_an_onu(const ExtendInfo& info) {
+    return find_row(onu_in_service(info)) != nullptr ? Asked::YES : Asked::NO;
 }
 
-int read_distance(const Onu& onu, ExtendInfo& info) {
-    ov_gpon_onu_attr_t record = {};
-    const int result = get_onu_record(onu, OV_GPON_ONU_ATTR_INDEX_phyDistance, record);
-    if (result == OV_GPON_RET_OK)
-        info.sOnuExtendInfoPhysicalDistance = record.phyDistance;
-    return result;
+// 0 for an ONU that isn't in operation.
+Asked of_an_operational_onu(const ExtendInfo& info) {
+    const Onu* onu = find_row(onu_in_service(info));
+    return onu == nullptr ? Asked::NO : is_operational(*onu) ? Asked::YES : Asked::ZERO;
 }
 
-int read_olt_power(const Onu& onu, ExtendInfo& info) {
-    ov_gpon_onu_attr_t record = {};
-    const int result =
-        is_operational(onu) ? get_onu_record(onu, OV_GPON_ONU_ATTR_INDEX_oltRxPw, record) : OV_GPON_RET_OK;
-    if (result == OV_GPON_RET_OK)
-        info.sOnuExtendInfoOltRxPower = record.oltRxPw; // 0 for an ONU that isn't in operation
-    return result;
-}
+constexpr char FAILURE[] = "get onu extend info error";
 
-int read_onu_optics(const Onu& onu, ExtendInfo& info) {
-    ov_gpon_rmonu_opt_ani_info_attr_t record = {};
-    record.onuIfindex = onu_ifindex_of(onu);
-    // The record has no attributes to choose from.
-    const int result = is_operational(onu) ? ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_RMONU_ANI_OPT_INFO,
-                                                                  OV_HAL_GPON_MSG_ACTION_GET, &record, 0, 1)
-                                           : OV_GPON_RET_OK;
-    if (result != OV_GPON_RET_OK)
-        return result;
-    info.sOnuExtendInfoRmOnuRxPower = record.rxpwr;
-    info.sOnuExtendInfoRmOnuTxPower = record.txpwr;
-    info.sOnuExtendInfoRmOnuBias = record.biascurrent;
-    info.sOnuExtendInfoRmOnuVol = record.powervol;
-    info.sOnuExtendInfoRmOnuTemp = record.temperature;
-    return result;
-}
-
-struct Reading {
-    unsigned column;
-    int (*read)(const Onu& onu, ExtendInfo& info);
+namespace distance {
+using Record = ov_gpon_onu_attr_t;
+constexpr MapLine LINES[] = {READ_ONLY(sOnuExtendInfoPhysicalDistance, phyDistance)};
+constexpr MessageMap<Row, Record> map(LINES);
+constexpr GetCallback<Row, Record> callback = {
+    .message = OV_HAL_MSG_GPON_ONU,
+    .map = &map,
+    .columns = columns_of(column::sOnuExtendInfoPhysicalDistance),
+    .asked = of_an_onu,
+    .address = [](const Row& row, Record& record) { record.ifindex = onu_ifindex_of(onu_in_service(row)); },
+    .masked_by_columns = false,
+    .mask = 1 << OV_GPON_ONU_ATTR_INDEX_phyDistance,
+    .failure = FAILURE,
 };
-constexpr Reading READINGS[] = {
-    {column::sOnuExtendInfoPhysicalDistance, read_distance},
-    {column::sOnuExtendInfoOltRxPower, read_olt_power},
-    {column::sOnuExtendInfoRmOnuRxPower, read_onu_optics},
-};
+} // namespace distance
 
-// What a card doesn't support is left as it is.
-int answer_to(int result) {
-    if (result == OV_GPON_RET_OK)
-        return SET_ACCEPTED;
-    if (result == OV_GPON_RET_NOT_SUPPORT) {
-        OV_LOG_WARN("MMG", "get which not support");
-        return SET_ACCEPTED;
-    }
-    OV_LOG_ERROR("MMG", "get onu extend info error");
-    return SET_REFUSED;
-}
+namespace olt_power {
+using Record = ov_gpon_onu_attr_t;
+constexpr MapLine LINES[] = {READ_ONLY(sOnuExtendInfoOltRxPower, oltRxPw)};
+constexpr MessageMap<Row, Record> map(LINES);
+constexpr GetCallback<Row, Record> callback = {
+    .message = OV_HAL_MSG_GPON_ONU,
+    .map = &map,
+    .columns = columns_of(column::sOnuExtendInfoOltRxPower),
+    .asked = of_an_operational_onu,
+    .address = distance::callback.address,
+    .masked_by_columns = false,
+    .mask = 1 << OV_GPON_ONU_ATTR_INDEX_oltRxPw,
+    .failure = FAILURE,
+};
+} // namespace olt_power
+
+// The ONU's own optics come with its receive power; the record has no attributes to choose from.
+namespace optics {
+using Record = ov_gpon_rmonu_opt_ani_info_attr_t;
+constexpr MapLine LINES[] = {
+    READ_ONLY(sOnuExtendInfoRmOnuRxPower, rxpwr),    READ_ONLY(sOnuExtendInfoRmOnuTxPower, txpwr),
+    READ_ONLY(sOnuExtendInfoRmOnuBias, biascurrent), READ_ONLY(sOnuExtendInfoRmOnuVol, powervol),
+    READ_ONLY(sOnuExtendInfoRmOnuTemp, temperature),
+};
+constexpr MessageMap<Row, Record> map(LINES);
+constexpr GetCallback<Row, Record> callback = {
+    .message = OV_HAL_MSG_GPON_RMONU_ANI_OPT_INFO,
+    .map = &map,
+    .columns = columns_of(column::sOnuExtendInfoRmOnuRxPower),
+    .asked = of_an_operational_onu,
+    .address = [](const Row& row,
+                  Record& record) { record.onuIfindex = onu_ifindex_of(onu_in_service(row)); },
+    .masked_by_columns = false,
+    .taken = Taken::WHOLE,
+    .failure = FAILURE,
+};
+} // namespace optics
 
 // ---- the row's life ------------------------------------------------------------------------------------
 
-bool add_row(ExtendInfo info) {
-    return find_stored_row(info) != nullptr ||
-           mib_access(MIB_CREATEGO_S, info, mibDefFlags, gpon_onu_extend_appid);
-}
-
-bool delete_row(ExtendInfo info) {
-    return find_stored_row(info) == nullptr ||
-           mib_access(MIB_DEL_S, info, mibDefFlags, gpon_onu_extend_appid);
-}
+constexpr FollowRows<Onu, ExtendInfo> FOLLOWS_ONU = {
+    .key = [](const Onu& onu) { return onu_key<ExtendInfo>(onu); },
+    .add = MIB_CREATEGO_S,
+    .remove = MIB_DEL_S,
+    .appid = &gpon_onu_extend_appid,
+    .add_failed = "add onu_extend_info error",
+    .remove_failed = "delete onu_extend_info error",
+};
 
 } // namespace
 
-int ov_onuextend_onu_table_set_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {
-    const auto info = onu_key<ExtendInfo>(*static_cast<const Onu*>(row));
-    const int mode = MibRowStatusGet(did, row);
-    if (mode == MODE_CRE && !add_row(info)) {
-        OV_LOG_ERROR("MMG", "add onu_extend_info error");
-        return SET_REFUSED;
-    }
-    if (mode == MODE_DEL && !delete_row(info)) {
-        OV_LOG_ERROR("MMG", "delete onu_extend_info error");
-        return SET_REFUSED;
-    }
-    return SET_ACCEPTED;
+int ov_onuextend_onu_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
+    return follow_rows(FOLLOWS_ONU, did, row, column_flag);
 }
 
 int ov_onuextend_table_get_callback(MIBDID /*did*/, void* row, MIB_Flags_t column_flag) {
-    auto& info = *static_cast<ExtendInfo*>(row);
-    const Onu* stored = find_row(onu_in_service(info));
-    if (stored == nullptr)
-        return SET_ACCEPTED; // no ONU, no reading
-    const Onu onu = *stored;
-    for (const Reading& reading : READINGS)
-        if (mib_flag_is_set(column_flag, reading.column) && answer_to(reading.read(onu, info)) == SET_REFUSED)
-            return SET_REFUSED;
-    return SET_ACCEPTED;
+    return run_get_callback(distance::callback, row, column_flag) == SET_ACCEPTED &&
+                   run_get_callback(olt_power::callback, row, column_flag) == SET_ACCEPTED
+               ? run_get_callback(optics::callback, row, column_flag)
+               : SET_REFUSED;
 }
 
 void ov_app_gpon_onu_extend_init() {

@@ -2,6 +2,7 @@
 
 #include <iterator>
 
+#include "app_follow_rows.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
 #include "ov_app_gpon_onu.h"
@@ -42,6 +43,15 @@ bool apply(History& history, unsigned state) {
     return true;
 }
 
+constexpr FollowRows<ov_sOnuTable_attr_t, History> FOLLOWS_ONU = {
+    .key = [](const ov_sOnuTable_attr_t& onu) { return onu_key<History>(onu); },
+    .appid = &gpon_onu_history_appid,
+    .add_error = "add onuhistory table error",
+    .remove_error = "del onuhistory table error",
+    .add_failed = "add onuhistiry table fail",
+    .remove_failed = "delete onuhistiry table fail",
+};
+
 } // namespace
 
 void ov_app_gpon_onu_state_historytable_update(ov_gpon_trap_onu_state_attr_t* state) {
@@ -53,35 +63,15 @@ void ov_app_gpon_onu_state_historytable_update(ov_gpon_trap_onu_state_attr_t* st
 }
 
 char ov_onuhistroy_table_add(const ov_sOnuTable_attr_t* onu) {
-    auto history = onu_key<History>(*onu);
-    if (find_stored_row(history) != nullptr ||
-        mib_access(MIB_CREATEGO, history, mibDefFlags, gpon_onu_history_appid))
-        return 1;
-    OV_LOG_ERROR("MMG", "add onuhistory table error");
-    return 0;
+    return follow_all(FOLLOWS_ONU, *onu, true) ? 1 : 0;
 }
 
 char ov_onuhistory_table_del(const ov_sOnuTable_attr_t* onu) {
-    auto history = onu_key<History>(*onu);
-    if (find_stored_row(history) == nullptr ||
-        mib_access(MIB_DEL, history, mibDefFlags, gpon_onu_history_appid))
-        return 1;
-    OV_LOG_ERROR("MMG", "del onuhistory table error");
-    return 0;
+    return follow_all(FOLLOWS_ONU, *onu, false) ? 1 : 0;
 }
 
-int ov_onuhistory_onutable_set_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {
-    const auto* onu = static_cast<const ov_sOnuTable_attr_t*>(row);
-    const int mode = MibRowStatusGet(did, row);
-    if (mode == MODE_CRE && ov_onuhistroy_table_add(onu) != 1) {
-        OV_LOG_ERROR("MMG", "add onuhistiry table fail");
-        return SET_REFUSED;
-    }
-    if (mode == MODE_DEL && ov_onuhistory_table_del(onu) != 1) {
-        OV_LOG_ERROR("MMG", "delete onuhistiry table fail");
-        return SET_REFUSED;
-    }
-    return SET_ACCEPTED;
+int ov_onuhistory_onutable_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
+    return follow_rows(FOLLOWS_ONU, did, row, column_flag);
 }
 
 void ov_app_gpon_onu_history_init() {

@@ -50,6 +50,18 @@ int ov_app_pon_protect_group_config_table_sync(int syncTable, const void* row, i
                                                const MIB_Flags_t& column_flag, int action,
                                                ov_ifindex_t protect);
 
+// The check callback of every table whose rows are mirrored: the rows of a protecting port follow those of
+// its working port, and nobody else writes them. `log` is the refusal's log line; null: none.
+template <typename Row>
+int ov_app_gpon_refuse_on_protecting_port(const Row& row, const char* log) {
+    if (ov_app_gpon_port_is_protect_pon_port(row.slotID, row.portID) == 0)
+        return SET_ACCEPTED;
+    ov_refusal_because("the port protects another one and follows it");
+    if (log != nullptr)
+        OV_LOG_ERROR("MMG", "%s", log);
+    return SET_REFUSED;
+}
+
 // Last step of a set callback: on the working port of a group the answer is whether the partner gets the
 // change; on any other the change is accepted.
 template <typename Row>

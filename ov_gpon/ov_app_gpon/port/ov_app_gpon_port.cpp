@@ -6,6 +6,7 @@
 #include <cstring>
 #include <span>
 
+#include "app_get_callback.h"
 #include "app_index.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
@@ -169,6 +170,10 @@ int port_follow(RowChange<PortRow>& change) {
     return ov_app_gpon_follow_on_pair(SYNC_SPON, change);
 }
 
+void address_port(const PortRow& row, ov_gpon_port_attr_t& record) {
+    record.ifindex = row.sPonTableIfIndex != 0 ? row.sPonTableIfIndex : port_ifindex_of(row);
+}
+
 // ---- access ------------------------------------------------------------------------------------------
 
 int refused(const char* why) {
@@ -278,36 +283,28 @@ ov_bmp_t ov_pon_port_table_attr_mask_get(const void* row) {
 int ov_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<PortRow, ov_gpon_port_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_PORT,
+        .map = &pon_port_map,
         .check = port_admits,
         .before_send = port_before_send,
-        .convert = sport_mib_data_convert_to_hal,
-        .done = port_follow,
+        .follow = port_follow,
         .failure = "set port to hal error",
     };
     return run_set_callback(callback, did, row, column_flag);
 }
 
-// The row of a protecting port follows its working port's: nobody else may write it.
 int ov_port_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
-    const auto* port = static_cast<const PortRow*>(row);
-    return ov_app_gpon_port_is_protect_pon_port(port->slotID, port->portID) == 0 ||
-                   ov_refusal_because("the port protects another one and follows it")
-               ? SET_ACCEPTED
-               : SET_REFUSED;
+    return ov_app_gpon_refuse_on_protecting_port(*static_cast<const PortRow*>(row), nullptr);
 }
 
 int ov_port_table_get_callback(MIBDID /*did*/, void* row, MIB_Flags_t column_flag) {
-    if (MibFlagsCheck(column_flag, READ_COLUMNS) == 0)
-        return 1;
-    auto* port = static_cast<PortRow*>(row);
-    ov_gpon_port_attr_t record = {};
-    record.ifindex = port->sPonTableIfIndex != 0 ? port->sPonTableIfIndex : port_ifindex_of(*port);
-    const ov_bmp_t mask = pon_port_map.get_mask(column_flag);
-    if (ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_PORT, OV_HAL_GPON_MSG_ACTION_GET, &record, mask, 1) !=
-        OV_GPON_RET_OK) {
-        OV_LOG_ERROR("LIB", "failed to get pon port info");
-        return 0;
-    }
-    pon_port_map.decode(&record, port, columns_in(column_flag, READ_COLUMNS));
-    return 1;
+    static constexpr GetCallback<PortRow, ov_gpon_port_attr_t> callback = {
+        .tag = "LIB",
+        .message = OV_HAL_MSG_GPON_PORT,
+        .map = &pon_port_map,
+        .columns = READ_COLUMNS,
+        .address = address_port,
+        .not_supported = NotSupported::REFUSE,
+        .failure = "failed to get pon port info",
+    };
+    return run_get_callback(callback, row, column_flag);
 }

@@ -10,7 +10,6 @@
 #include "app_named_profile.h"
 #include "app_set_callback.h"
 #include "app_text.h"
-#include "ov_hal_gpon_attr_dump.h"
 #include "sOnuTable.h"
 #include "sTcontTable.h"
 
@@ -214,9 +213,9 @@ void sbwtype_mib_data_convert_to_hal(ov_sBWProfileTable_attr_t* mib, ov_gpon_bwp
 int ov_bwtype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<Row, ov_gpon_bwprofile_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_BW_TYPE,
+        .map = &bwtype_map,
         .check = passes<ov_app_gpon_bwtype_check>,
-        .convert = sbwtype_mib_data_convert_to_hal,
-        .dump = ov_gpon_bwprofile_attr_dump,
+        .dumps = true,
         .failure = "set bwtype error",
     };
     return run_set_callback(callback, did, row, column_flag);

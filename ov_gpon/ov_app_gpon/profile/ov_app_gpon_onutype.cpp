@@ -11,7 +11,6 @@
 #include "app_set_callback.h"
 #include "app_text.h"
 #include "ov_app_gpon_srvprofile.h"
-#include "ov_hal_gpon_attr_dump.h"
 #include "ov_product.h"
 #include "sOnuTable.h"
 
@@ -231,9 +230,9 @@ void sonutype_mib_data_convert_to_hal(ov_sOnuTypeProfileTable_attr_t* mib, ov_gp
 int ov_onutype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<Row, ov_gpon_onutype_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_ONU_TYPE,
+        .map = &onutype_map,
         .check = passes<ov_app_gpon_onutype_check>,
-        .convert = sonutype_mib_data_convert_to_hal,
-        .dump = ov_gpon_onutype_attr_dump,
+        .dumps = true,
         .failure = "set onutype to hal error",
     };
     return run_set_callback(callback, did, row, column_flag);

@@ -2,6 +2,7 @@
 
 #include "app_restore_line.h"
 
+#include "app_follow_rows.h"
 #include "app_index.h"
 #include "app_resource.h"
 #include "app_rows.h"
@@ -11,7 +12,6 @@
 #include "ov_app_gpon_owner.h"
 #include "ov_app_gpon_pair.h"
 #include "ov_gpon.h"
-#include "ov_hal_gpon_attr_dump.h"
 #include "ov_ifindex.h"
 #include "ov_product_log.h"
 #include "sOnuSrvProfileTable.h"
@@ -86,18 +86,25 @@ bool is_free_of_services(const Gem& row) {
 
 // ---- what a GEM port takes of its port --------------------------------------------------------------------
 
-bool reserve(const Gem& row) {
-    if (ov_gpon_resource_reserve(GEM_LIMIT_INDEX, row.slotID, row.portID, 1) == KAVO_OK)
+bool count(const Gem& row, int action) {
+    if (reserve_one(GEM_LIMIT_INDEX, row, action))
         return true;
-    OV_LOG_ERROR("MMG", "reserve gem info error slot %d port %d", row.slotID, row.portID);
+    OV_LOG_ERROR("MMG", "%s gem info error slot %d port %d",
+                 action == OV_HAL_GPON_MSG_ACTION_CREATE ? "reserve" : "release", row.slotID, row.portID);
     return false;
 }
 
-bool release(const Gem& row) {
-    if (ov_gpon_resource_release(GEM_LIMIT_INDEX, row.slotID, row.portID, 1) == KAVO_OK)
-        return true;
-    OV_LOG_ERROR("MMG", "release gem info error slot %d port %d", row.slotID, row.portID);
-    return false;
+bool may_become(const Gem& row, int action, const MIB_Flags_t& columns) {
+    const bool deletes = action == OV_HAL_GPON_MSG_ACTION_DELETE;
+    if (!deletes && mib_flag_is_set(columns, column::sGemTableTcontID) && !has_tcont(row)) {
+        OV_LOG_ERROR("MMG", "tcont id %d is not exist", static_cast<int>(row.sGemTableTcontID));
+        return false;
+    }
+    if (!ov_app_gpon_owner_admits(row))
+        return false;
+    if (action == OV_HAL_GPON_MSG_ACTION_CREATE)
+        return has_whole_index(row) && (is_template_row(row) || onu_has_queue(row));
+    return !deletes || is_free_of_services(row);
 }
 
 // ---- the steps of the set callback ------------------------------------------------------------------------
@@ -107,10 +114,14 @@ void fill_ifindex(Gem& row) {
         row.sGemTableIfIndex = gemport_ifindex(row, row.gemID);
 }
 
-bool check_change(RowChange<Gem>& change) {
-    return passes<ov_app_gpon_gemport_check>(change) &&
+bool gem_admits(RowChange<Gem>& change) {
+    return may_become(change.row, change.action, change.columns) &&
            (!is_template_row(change.row) ||
             ov_app_gpon_gemport_multi_onu_srv_check(&change.row, change.action) == 1);
+}
+
+bool gem_reserve(RowChange<Gem>& change) {
+    return count(change.row, change.action);
 }
 
 int follow(RowChange<Gem>& change) {
@@ -193,19 +204,7 @@ char ov_app_gpon_gemport_exist_check(ov_sGemTable_attr_t* attr) {
 }
 
 char ov_app_gpon_gemport_check(ov_sGemTable_attr_t* attr, int action, MIB_Flags_t flag) {
-    const Gem& row = *attr;
-    const bool deletes = action == OV_HAL_GPON_MSG_ACTION_DELETE;
-    if (!deletes && mib_flag_is_set(flag, column::sGemTableTcontID) && !has_tcont(row)) {
-        OV_LOG_ERROR("MMG", "tcont id %d is not exist", static_cast<int>(row.sGemTableTcontID));
-        return 0;
-    }
-    if (!ov_app_gpon_owner_admits(row))
-        return 0;
-    if (action == OV_HAL_GPON_MSG_ACTION_CREATE)
-        return has_whole_index(row) && (is_template_row(row) || (onu_has_queue(row) && reserve(row))) ? 1 : 0;
-    if (deletes)
-        return is_free_of_services(row) && (is_template_row(row) || release(row)) ? 1 : 0;
-    return 1;
+    return may_become(*attr, action, flag) && count(*attr, action) ? 1 : 0;
 }
 
 char ov_app_gpon_gemport_multi_onu_srv_check(ov_sGemTable_attr_t* attr, int action) {
@@ -243,34 +242,36 @@ ov_bmp_t ov_gemport_table_attr_mask_get(const void* row) {
 int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<Gem, ov_gpon_gemport_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_GEMPORT,
+        .map = &gem_map,
         .prepare = fill_ifindex,
-        .check = check_change,
+        .check = gem_admits,
+        .reserve = gem_reserve,
         .before_send = settle_without_card,
-        .convert = sgemport_mib_data_convert_to_hal,
-        .dump = ov_gpon_gemport_attr_dump,
-        .done = follow,
-        .undo = take_back_one<GEM_LIMIT_INDEX>,
+        .dumps = true,
+        .follow = follow,
+        .give_back = give_back_one<GEM_LIMIT_INDEX>,
         .failure = "set hal error",
     };
     return run_set_callback(callback, did, row, column_flag);
 }
 
 int ov_gemport_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
-    const auto& gem = *static_cast<const Gem*>(row);
-    if (ov_app_gpon_port_is_protect_pon_port(gem.slotID, gem.portID) == 0)
-        return SET_ACCEPTED;
-    ov_refusal_because("the port protects another one and follows it");
-    OV_LOG_ERROR("MMG", "ov_gemport_table_set_check_callback failed");
-    return SET_REFUSED;
+    return ov_app_gpon_refuse_on_protecting_port(*static_cast<const Gem*>(row),
+                                                 "ov_gemport_table_set_check_callback failed");
 }
 
 // ---- with the owner ---------------------------------------------------------------------------------------
 
 void ov_gemport_table_iterate_del(ov_sOnuTable_attr_t* onu) {
-    for (Gem& row : rows_copied(onu_key<Gem>(*onu), INDEX_TO_ONU))
-        if (!mib_access(MIB_DEL_N, row, mibDefFlags, gpon_gemport_appid))
-            OV_LOG_ERROR("MMG", "del gemport fail onuid: %d, gem id: %d", row.onuId,
-                         static_cast<int>(row.gemID));
+    static constexpr OwnedRows<Gem> owned = {
+        .appid = &gpon_gemport_appid,
+        .failed =
+            [](const Gem& row) {
+                OV_LOG_ERROR("MMG", "del gemport fail onuid: %d, gem id: %d", row.onuId,
+                             static_cast<int>(row.gemID));
+            },
+    };
+    remove_owned_rows(owned, *onu);
 }
 
 int ov_gemport_table_onu_del_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {

@@ -8,7 +8,6 @@
 #include "ov_app_gpon_owner.h"
 #include "ov_app_gpon_service_port.h"
 #include "ov_gpon.h"
-#include "ov_hal_gpon_attr_dump.h"
 
 int gpon_service_appid = 0;
 
@@ -20,6 +19,14 @@ namespace column = sServiceTable_column;
 void fill_ifindex(Service& row) {
     if (row.sServiceTableIfIndex == 0)
         row.sServiceTableIfIndex = service_port_ifindex(row, row.serviceID);
+}
+
+bool service_admits(RowChange<Service>& change) {
+    return ov_app_gpon_owner_admits(change.row);
+}
+
+bool service_reserve(RowChange<Service>& change) {
+    return reserve_one(SRVPORT_LIMIT_INDEX, change.row, change.action);
 }
 
 ov_ifindex_t gem_index_of(const Service& row) {
@@ -69,16 +76,7 @@ int ov_app_gpon_service_del(ov_sServiceTable_attr_t* attr) {
 }
 
 char ov_app_gpon_service_check(ov_sServiceTable_attr_t* attr, int action, MIB_Flags_t /*flag*/) {
-    const Service& row = *attr;
-    if (!ov_app_gpon_owner_admits(row))
-        return 0;
-    if (is_template_row(row))
-        return 1;
-    if (action == OV_HAL_GPON_MSG_ACTION_CREATE)
-        return ov_gpon_resource_reserve(SRVPORT_LIMIT_INDEX, row.slotID, row.portID, 1) == KAVO_OK ? 1 : 0;
-    if (action == OV_HAL_GPON_MSG_ACTION_DELETE)
-        return ov_gpon_resource_release(SRVPORT_LIMIT_INDEX, row.slotID, row.portID, 1) == KAVO_OK ? 1 : 0;
-    return 1;
+    return ov_app_gpon_owner_admits(*attr) && reserve_one(SRVPORT_LIMIT_INDEX, *attr, action) ? 1 : 0;
 }
 
 void sservice_mib_data_convert_to_hal(ov_sServiceTable_attr_t* mib, ov_gpon_servport_attr_t* hal,
@@ -89,11 +87,12 @@ void sservice_mib_data_convert_to_hal(ov_sServiceTable_attr_t* mib, ov_gpon_serv
 int ov_service_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<Service, ov_gpon_servport_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_SERVPORT,
+        .map = &service_map,
         .prepare = fill_ifindex,
-        .check = passes<ov_app_gpon_service_check>,
-        .convert = sservice_mib_data_convert_to_hal,
-        .dump = ov_gpon_servport_attr_dump,
-        .undo = take_back_one<SRVPORT_LIMIT_INDEX>,
+        .check = service_admits,
+        .reserve = service_reserve,
+        .dumps = true,
+        .give_back = give_back_one<SRVPORT_LIMIT_INDEX>,
         .failure = "set service to hal error",
     };
     return run_set_callback(callback, did, row, column_flag);

@@ -2,6 +2,7 @@
 
 #include "app_restore_line.h"
 
+#include "app_follow_rows.h"
 #include "app_index.h"
 #include "app_resource.h"
 #include "app_rows.h"
@@ -12,7 +13,6 @@
 #include "ov_app_gpon_pair.h"
 #include "ov_app_gpon_qos.h"
 #include "ov_gpon.h"
-#include "ov_hal_gpon_attr_dump.h"
 #include "ov_product_log.h"
 #include "sGemTable.h"
 #include "sOnuSrvProfileTable.h"
@@ -122,20 +122,30 @@ bool keeps_mac_move_on_group(const ServicePort& row) {
 }
 
 bool count(const ServicePort& row, int action) {
-    if (action == OV_HAL_GPON_MSG_ACTION_CREATE &&
-        ov_gpon_resource_reserve(SRVPORT_LIMIT_INDEX, row.slotID, row.portID, 1) != KAVO_OK) {
-        OV_LOG_ERROR("MMG", "reserve service port info error slot %d port %d", row.slotID, row.portID);
+    if (reserve_one(SRVPORT_LIMIT_INDEX, row, action))
+        return true;
+    OV_LOG_ERROR("MMG", "%s service port info error slot %d port %d",
+                 action == OV_HAL_GPON_MSG_ACTION_CREATE ? "reserve" : "release", row.slotID, row.portID);
+    return false;
+}
+
+bool may_become(const ServicePort& row, int action, const MIB_Flags_t& columns) {
+    if (action == OV_HAL_GPON_MSG_ACTION_CREATE && !has_gemport(row))
         return false;
-    }
-    if (action == OV_HAL_GPON_MSG_ACTION_DELETE &&
-        ov_gpon_resource_release(SRVPORT_LIMIT_INDEX, row.slotID, row.portID, 1) != KAVO_OK) {
-        OV_LOG_ERROR("MMG", "release service port info error slot %d port %d", row.slotID, row.portID);
+    if (mib_flag_is_set(columns, column::servicePortMacmove) && !keeps_mac_move_on_group(row))
         return false;
-    }
-    return true;
+    return ov_app_gpon_owner_admits(row);
 }
 
 // ---- the steps of the set callback ------------------------------------------------------------------------
+
+bool service_port_admits(RowChange<ServicePort>& change) {
+    return may_become(change.row, change.action, change.columns);
+}
+
+bool service_port_reserve(RowChange<ServicePort>& change) {
+    return count(change.row, change.action);
+}
 
 // Hands a new COS-to-COS profile on to the service port's QoS. What goes wrong is logged, no more: the row is
 // good without it.
@@ -276,13 +286,7 @@ char ov_service_port_table_mib_data_check(ov_servicePortTable_attr_t* row, int m
 }
 
 char ov_service_port_check(ov_servicePortTable_attr_t* row, int action, MIB_Flags_t flag) {
-    if (action == OV_HAL_GPON_MSG_ACTION_CREATE && !has_gemport(*row))
-        return 0;
-    if (mib_flag_is_set(flag, column::servicePortMacmove) && !keeps_mac_move_on_group(*row))
-        return 0;
-    if (!ov_app_gpon_owner_admits(*row))
-        return 0;
-    return is_template_row(*row) || count(*row, action) ? 1 : 0;
+    return may_become(*row, action, flag) && count(*row, action) ? 1 : 0;
 }
 
 // ---- to the card ------------------------------------------------------------------------------------------
@@ -373,14 +377,15 @@ ov_bmp_t ov_serviceport_table_attr_mask_get(const void* row) {
 int ov_service_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<ServicePort, ov_gpon_service_port_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_SERVPORT,
-        .check = passes<ov_service_port_check>,
+        .map = &service_port_map,
+        .check = service_port_admits,
+        .reserve = service_port_reserve,
         .before_send = lead_cos_to_cos,
-        .convert = ov_service_port_table_mib_convert2_hal,
-        .dump = ov_gpon_servport_attr_dump,
-        .done = follow,
-        .undo = take_back_one<SRVPORT_LIMIT_INDEX>,
+        .dumps = true,
+        .follow = follow,
+        .not_supported = NotSupported::REFUSE,
+        .give_back = give_back_one<SRVPORT_LIMIT_INDEX>,
         .failure = "OV_HAL_MSG_GPON_SERVPORT send fail",
-        .must_support = true,
     };
     if (ov_service_port_table_mib_data_check(static_cast<ServicePort*>(row), MibRowStatusGet(did, row)) !=
         1) {
@@ -391,21 +396,22 @@ int ov_service_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column
 }
 
 int ov_service_port_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
-    const auto& port = *static_cast<const ServicePort*>(row);
-    if (ov_app_gpon_port_is_protect_pon_port(port.slotID, port.portID) == 0)
-        return SET_ACCEPTED;
-    ov_refusal_because("the port protects another one and follows it");
-    OV_LOG_ERROR("MMG", "failed");
-    return SET_REFUSED;
+    return ov_app_gpon_refuse_on_protecting_port(*static_cast<const ServicePort*>(row), "failed");
 }
 
 // ---- with the owner ---------------------------------------------------------------------------------------
 
 void ov_service_port_table_iterate_del(ov_sOnuTable_attr_t* onu) {
-    for (ServicePort& row : rows_copied(onu_key<ServicePort>(*onu), INDEX_TO_ONU))
-        if (!mib_access(MIB_DEL_N, row, DELETED, gpon_service_port_appid))
-            OV_LOG_ERROR("MMG", "del service port fail onuid: %d, service port id: %d", row.onuId,
-                         row.servicePortId);
+    static constexpr OwnedRows<ServicePort> owned = {
+        .columns = DELETED,
+        .appid = &gpon_service_port_appid,
+        .failed =
+            [](const ServicePort& row) {
+                OV_LOG_ERROR("MMG", "del service port fail onuid: %d, service port id: %d", row.onuId,
+                             row.servicePortId);
+            },
+    };
+    remove_owned_rows(owned, *onu);
 }
 
 int ov_service_port_table_on_onu_table_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {

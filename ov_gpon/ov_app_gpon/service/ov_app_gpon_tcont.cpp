@@ -2,6 +2,7 @@
 
 #include "app_restore_line.h"
 
+#include "app_follow_rows.h"
 #include "app_index.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
@@ -11,7 +12,6 @@
 #include "ov_app_gpon_owner.h"
 #include "ov_app_gpon_pair.h"
 #include "ov_gpon.h"
-#include "ov_hal_gpon_attr_dump.h"
 #include "ov_product_log.h"
 #include "sGemTable.h"
 #include "sOnuSrvProfileTable.h"
@@ -126,7 +126,34 @@ bool is_free_of_gemports(const Tcont& row) {
     return true;
 }
 
+// Another bandwidth profile isn't counted again.
+bool may_become(const Tcont& row, int action) {
+    Bandwidth bw;
+    if (!bandwidth_of(row.sTcontTableBwProfileName, bw) || !ov_app_gpon_owner_admits(row))
+        return false;
+    if (action == OV_HAL_GPON_MSG_ACTION_CREATE)
+        return has_whole_index(row);
+    return action != OV_HAL_GPON_MSG_ACTION_DELETE || is_free_of_gemports(row);
+}
+
+bool count(const Tcont& row, int action) {
+    Bandwidth bw;
+    if (is_template_row(row) || !bandwidth_of(row.sTcontTableBwProfileName, bw))
+        return is_template_row(row);
+    if (action == OV_HAL_GPON_MSG_ACTION_CREATE)
+        return reserve(row, bw);
+    return action != OV_HAL_GPON_MSG_ACTION_DELETE || release(row, bw);
+}
+
 // ---- the steps of the set callback ------------------------------------------------------------------------
+
+bool tcont_admits(RowChange<Tcont>& change) {
+    return may_become(change.row, change.action);
+}
+
+bool tcont_reserve(RowChange<Tcont>& change) {
+    return count(change.row, change.action);
+}
 
 // A template row must leave its profile as one that fits a PON port. A profile that doesn't fit any more,
 // because a bandwidth has grown, can be taken away all the same.
@@ -168,7 +195,7 @@ int follow(RowChange<Tcont>& change) {
     return ov_app_gpon_follow_on_pair(SYNC_STCONT, change);
 }
 
-void take_back(RowChange<Tcont>& change) {
+void give_back(RowChange<Tcont>& change) {
     const Tcont& row = change.row;
     Bandwidth bw;
     if (is_template_row(row) || !bandwidth_of(row.sTcontTableBwProfileName, bw))
@@ -191,8 +218,7 @@ bool name_profile_id(Tcont& row, MIB_Flags_t& flag) {
     return true;
 }
 
-// ---- to the card
-// -------------------------------------------------------------------------------------------
+// ---- to the card ------------------------------------------------------------------------------------------
 
 // From column 3 on the bits are one column late: cards expect the bits of a T-CONT so.
 using Row = Tcont;
@@ -273,15 +299,7 @@ char ov_app_gpon_tcont_exist_check(ov_sTcontTable_attr_t* attr) {
 }
 
 char ov_app_gpon_tcont_check(ov_sTcontTable_attr_t* attr, int action, MIB_Flags_t /*flag*/) {
-    const Tcont& row = *attr;
-    Bandwidth bw;
-    if (!bandwidth_of(row.sTcontTableBwProfileName, bw) || !ov_app_gpon_owner_admits(row))
-        return 0;
-    if (action == OV_HAL_GPON_MSG_ACTION_CREATE)
-        return has_whole_index(row) && (is_template_row(row) || reserve(row, bw)) ? 1 : 0;
-    if (action == OV_HAL_GPON_MSG_ACTION_DELETE)
-        return is_free_of_gemports(row) && (is_template_row(row) || release(row, bw)) ? 1 : 0;
-    return 1; // another bandwidth profile isn't counted again
+    return may_become(*attr, action) && count(*attr, action) ? 1 : 0;
 }
 
 char ov_tcont_multi_srvprofile_exist_check(ov_sTcontTable_attr_t* attr) {
@@ -313,13 +331,14 @@ void stcont_mib_data_convert_to_hal(ov_sTcontTable_attr_t* mib, ov_gpon_tcont_at
 int ov_tcont_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<Tcont, ov_gpon_tcont_attr_t> callback = {
         .message = OV_HAL_MSG_GPON_TCONT,
-        .check = passes<ov_app_gpon_tcont_check>,
+        .map = &tcont_map,
+        .check = tcont_admits,
+        .reserve = tcont_reserve,
         .before_send = settle_without_card,
-        .convert = stcont_mib_data_convert_to_hal,
-        .dump = ov_gpon_tcont_attr_dump,
-        .done = follow,
-        .not_supported = follow,
-        .undo = take_back,
+        .dumps = true,
+        .follow = follow,
+        .not_supported = NotSupported::FOLLOW,
+        .give_back = give_back,
         .failure = "set tcont to hal error",
     };
     return run_set_callback(callback, did, row, column_flag);
@@ -328,27 +347,27 @@ int ov_tcont_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) 
 // ---- with the owner ---------------------------------------------------------------------------------------
 
 int ov_tcont_table_iterate_del(ov_sOnuTable_attr_t* ponu_attr) {
-    while (true) {
-        auto row = onu_key<Tcont>(*ponu_attr);
-        if (!mib_access(MIB_GET_FUZZY_S, row) || !is_of_onu(row, *ponu_attr))
-            return 1;
-        if (!mib_access(MIB_DEL_N, row, mibDefFlags, gpon_tcont_appid)) {
-            OV_LOG_ERROR("MMG", "delete tcont fail! onuid:%d, tcontid:%d", row.onuId,
-                         static_cast<int>(row.tcontId));
-            return 0;
-        }
-    }
+    static constexpr OwnedRows<Tcont> owned = {
+        .appid = &gpon_tcont_appid,
+        .failed =
+            [](const Tcont& row) {
+                OV_LOG_ERROR("MMG", "delete tcont fail! onuid:%d, tcontid:%d", row.onuId,
+                             static_cast<int>(row.tcontId));
+            },
+        .stops = true,
+    };
+    return remove_owned_rows(owned, *ponu_attr) ? 1 : 0;
 }
 
-int ov_tcont_table_onu_del_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
-    auto* onu = static_cast<ov_sOnuTable_attr_t*>(row);
-    return onu->sOnuTableRowStatus == OVRA_DESTROY ? ov_tcont_table_iterate_del(onu) : SET_ACCEPTED;
-}
-
-int ov_tcont_table_multi_srvprofile_del_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
-    const auto& profile = *static_cast<ov_sOnuSrvProfileTable_attr_t*>(row);
-    if (profile.sOnuSrvProfileRowStatus != OVRA_DESTROY)
+int ov_tcont_table_onu_del_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {
+    if (MibRowStatusGet(did, row) != MODE_DEL)
         return SET_ACCEPTED;
-    auto owner = ov_app_gpon_template_owner(profile);
+    return ov_tcont_table_iterate_del(static_cast<ov_sOnuTable_attr_t*>(row));
+}
+
+int ov_tcont_table_multi_srvprofile_del_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {
+    if (MibRowStatusGet(did, row) != MODE_DEL)
+        return SET_ACCEPTED;
+    auto owner = ov_app_gpon_template_owner(*static_cast<const ov_sOnuSrvProfileTable_attr_t*>(row));
     return ov_tcont_table_iterate_del(&owner);
 }

@@ -19,8 +19,7 @@ inline constexpr size_t INDEX_TO_SLOT = 2; // leading index columns of such a ta
 inline constexpr size_t INDEX_TO_PORT = 3;
 inline constexpr size_t INDEX_TO_ONU = 4;
 
-// ---- keys of numbers
-// ----------------------------------------------------------------------------------------
+// ---- keys of numbers --------------------------------------------------------------------------------
 
 template <typename Row>
 Row slot_key(int32_t slot) {
@@ -75,8 +74,7 @@ bool is_of_onu(const Row& row, const OnuRow& onu) {
            row.onuId == onu.onuId;
 }
 
-// ---- keys of rows and of interface indexes
-// --------------------------------------------------------------------
+// ---- keys of rows and of interface indexes ----------------------------------------------------------
 
 // Of the port that another table's row belongs to, on that row's shelf.
 template <typename Row, typename PortRow>
