@@ -26,3 +26,16 @@ def test_links_between_the_guides_lead_somewhere():
         for target in re.findall(r"\]\(([^)#\s]+)[^)]*\)", page.read_text()):
             if "://" not in target:
                 assert (page.parent / target).exists(), f"{page}: {target}"
+
+
+def test_the_table_of_rooms_is_that_of_the_build():
+    rooms = REPO / "ov_gpon/ov_app_gpon"
+    row = re.compile(r"^\| `(\w+)/` \| (.*?) \|", re.M)
+    table = row.findall((REPO / "docs/architecture.md").read_text())
+    told = {room: set(re.findall(r"`(\w+)`", uses)) for room, uses in table}
+    line = re.compile(r"^gpon_room\((\w+)(?: ROOMS ([^)]*))?", re.M)
+    built = {room: set(uses.split()) for room, uses in line.findall((rooms / "CMakeLists.txt").read_text())}
+    for all_or_none in ("shape", "start"):
+        del built[all_or_none]
+    assert {room: told[room] for room in built} == built
+    assert set(told) == {place.name for place in rooms.iterdir() if place.is_dir()}
