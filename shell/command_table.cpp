@@ -5,8 +5,7 @@
 
 namespace {
 
-int run_by_the_daemon(struct cmd_element* /*self*/, struct vty* /*vty*/, int /*argc*/,
-                      const char** /*argv*/) {
+int run_by_the_daemon(CliCall& /*call*/) {
     return 0;
 }
 

@@ -1,6 +1,6 @@
 #include "gpon_cli_scope.h"
 
-#include "kavo_cmd.h"
+#include "cli_call.h"
 #include "kavo_if.h"
 #include "kavo_vty_object.h"
 #include "ov_refusal.h"
@@ -31,21 +31,36 @@ gpon_cli_scope_t gpon_cli_object_scope_of(const struct vty* vty) {
     return scope;
 }
 
-bool gpon_cli_narrow_to_port(struct vty* vty, const char* name, gpon_cli_scope_t& scope) {
+bool gpon_cli_narrow_to_port(const CliCall& call, gpon_cli_scope_t& scope) {
+    const char* name = call.words.text("IFNAME");
     const ov_ifindex_t ifindex = uif_get_ifindex_by_name(name);
     if (ifindex == OV_IFINDEX_INVALID || ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GPON) {
         ov_refusal_because("%s isn't a PON port", name);
-        vty_out(vty, "%% %s is not a PON port%s", name, kavo_newline(vty));
+        call.line("%% %s is not a PON port", name);
         return false;
     }
     scope.narrow_to_port(ifindex);
     return true;
 }
 
-bool gpon_cli_narrow_to_object(struct vty* vty, const char* name, gpon_cli_scope_t& scope) {
-    const ov_ifindex_t ifindex = uif_get_ifindex_by_name(name);
+bool gpon_cli_narrow_to_object(const CliCall& call, gpon_cli_scope_t& scope) {
+    const ov_ifindex_t ifindex = uif_get_ifindex_by_name(call.words.text("IFNAME"));
     if (ifindex == OV_IFINDEX_INVALID || ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GONU)
-        return gpon_cli_narrow_to_port(vty, name, scope);
+        return gpon_cli_narrow_to_port(call, scope);
     scope.narrow_to_onu(ifindex);
     return true;
+}
+
+ov_ifindex_t gpon_cli_onu_of(const CliCall& call) {
+    const char* const name = call.words.text("IFNAME");
+    const ov_ifindex_t ifindex = uif_get_ifindex_by_name(name);
+    if (ifindex == OV_IFINDEX_INVALID) {
+        ov_refusal_because("no interface \"%s\"", name);
+        call.line("%%Invalid IFNAME: %s", name);
+    } else if (ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GONU) {
+        ov_refusal_because("%s isn't an ONU", name);
+        call.line("%%Interface %s is not onu", name);
+        return OV_IFINDEX_INVALID;
+    }
+    return ifindex;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cli_call.h"
 #include "kavo_cmd.h"
 #include "kavo_cmd_rows.h"
 #include "kavo_loop.h"
@@ -16,8 +17,8 @@ constexpr kavo_column_t COLUMNS[] = {{"handler", -34},   {"runs", 10},  {"total 
 constexpr kavo_table_style_t STYLE = {.gap = "  ", .trimmed = true};
 constexpr size_t MOST_LINES = 20;
 
-int show_loop(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    const kavo_table_t table(vty, COLUMNS, STYLE);
+int show_loop(CliCall& call) {
+    const kavo_table_t table(call.vty, COLUMNS, STYLE);
     table.heading();
     auto handlers = kavo_loop_handlers();
     handlers.resize(std::min(handlers.size(), MOST_LINES));

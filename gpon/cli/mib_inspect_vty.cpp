@@ -31,28 +31,29 @@ const MIBDid_t* find_listed(const char* name) {
 // The module of a table that has rows here, by its own name or by that of the list. Null behind a line that
 // says why there is none, with the command's result: bad input for an unknown name, 0 for a table that is
 // merely listed.
-TableModule* find_or_tell(struct vty* vty, const char* name, int& result) {
+TableModule* find_or_tell(const CliCall& call, int& result) {
+    const char* name = call.words.text("table");
     const MIBDid_t* listed = find_listed(name);
     TableModule* module = listed != nullptr ? table_module_find(listed->index) : table_module_find(name);
     result = 0;
     if (module != nullptr && module->registered())
         return module;
     if (listed != nullptr) {
-        vty_out(vty, "  %s, index %d, has no rows here%s", name, listed->index, kavo_newline(vty));
+        call.line("  %s, index %d, has no rows here", name, listed->index);
         return nullptr;
     }
     ov_refusal_because("no table \"%s\"", name);
-    vty_out(vty, "%% no table %s%s", name, kavo_newline(vty));
+    call.line("%% no table %s", name);
     result = KAVO_CLI_BAD_INPUT;
     return nullptr;
 }
 
 // Prints a text of several lines with the session's line ends.
-void print_lines(struct vty* vty, std::string_view text) {
+void print_lines(const CliCall& call, std::string_view text) {
     while (!text.empty()) {
         const size_t end = text.find('\n');
         const std::string_view line = text.substr(0, end);
-        vty_out(vty, "%.*s%s", static_cast<int>(line.size()), line.data(), kavo_newline(vty));
+        call.line("%.*s", static_cast<int>(line.size()), line.data());
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
     }
 }
@@ -68,63 +69,60 @@ bool read_index(const char* word, uint32_t& value) {
     return true;
 }
 
-int show_mib_one_table(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
+int show_mib_one_table(CliCall& call) {
     int result = 0;
-    const TableModule* module = find_or_tell(vty, argv[0], result);
+    const TableModule* module = find_or_tell(call, result);
     if (module == nullptr)
         return result;
     const TableDesc& desc = module->desc();
-    const char* nl = kavo_newline(vty);
-    vty_out(vty, "  %s, index %d, %d rows of %u bytes%s", desc.name, desc.registry_index, module->row_count(),
-            unsigned{desc.entry_size}, nl);
-    vty_out(vty, "  file %s%s%s", module->path(), module->changed() ? ", changed since it was loaded" : "",
-            nl);
-    vty_out(vty, "  key");
+    call.line("  %s, index %d, %d rows of %u bytes", desc.name, desc.registry_index, module->row_count(),
+              unsigned{desc.entry_size});
+    call.line("  file %s%s", module->path(), module->changed() ? ", changed since it was loaded" : "");
+    call.out("  key");
     for (const ColumnDesc& column : desc.index)
-        vty_out(vty, " %s", column.name);
-    vty_out(vty, "%s", nl);
+        call.out(" %s", column.name);
+    call.line("%s", "");
     return 0;
 }
 
-int show_mib_rows(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
+int show_mib_rows(CliCall& call) {
     int result = 0;
-    const TableModule* module = find_or_tell(vty, argv[0], result);
+    const TableModule* module = find_or_tell(call, result);
     if (module == nullptr)
         return result;
-    const char* nl = kavo_newline(vty);
     int listed = 0;
     for (void* row = get_table_head(module->did()); row != nullptr; row = row_getNext(module->did(), row)) {
         if (listed++ == LISTED_ROWS_MAX) {
-            vty_out(vty, "  ...%s", nl);
+            call.line("  ...");
             break;
         }
         char text[TableModule::kMaxIndexText];
-        vty_out(vty, "  %s%s", module->index_string(row, text, sizeof(text)), nl);
+        call.line("  %s", module->index_string(row, text, sizeof(text)));
     }
-    vty_out(vty, "  total %d rows%s", module->row_count(), nl);
+    call.line("  total %d rows", module->row_count());
     return 0;
 }
 
-int show_mib_row(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
+int show_mib_row(CliCall& call) {
     int result = 0;
-    const TableModule* module = find_or_tell(vty, argv[0], result);
+    const TableModule* module = find_or_tell(call, result);
     if (module == nullptr)
         return result;
-    std::vector<uint32_t> index(static_cast<size_t>(argc) - 1);
-    for (int i = 1; i < argc; i++) {
-        if (read_index(argv[i], index[static_cast<size_t>(i) - 1]))
+    std::vector<uint32_t> index;
+    for (const char* word : call.words.all("INDEX")) {
+        if (read_index(word, index.emplace_back()))
             continue;
-        ov_refusal_because("\"%s\" isn't a number", argv[i]);
-        vty_out(vty, "%% %s isn't a number%s", argv[i], kavo_newline(vty));
+        ov_refusal_because("\"%s\" isn't a number", word);
+        call.line("%% %s isn't a number", word);
         return KAVO_CLI_BAD_INPUT;
     }
     const std::string text = module->row_text(index);
     if (text.empty()) {
         ov_refusal_because("%s has no such row", module->name());
-        vty_out(vty, "%% no such row%s", kavo_newline(vty));
+        call.line("%% no such row");
         return KAVO_CLI_FAILED;
     }
-    print_lines(vty, text);
+    print_lines(call, text);
     return 0;
 }
 

@@ -105,12 +105,13 @@ constexpr Kind KINDS[] = {
     {"table", add_tables},
 };
 
-int show_names(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
-    Names names(argc > 1 ? argv[1] : nullptr);
+int show_names(CliCall& call) {
+    Names names(call.words.text_or("BEGINNING", nullptr));
+    const std::string_view wanted = call.words.text("names");
     for (const Kind& kind : KINDS)
-        if (kind.word == argv[0])
+        if (kind.word == wanted)
             kind.collect(names);
-    names.print(vty);
+    names.print(call.vty);
     return 0;
 }
 

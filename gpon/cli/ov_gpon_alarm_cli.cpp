@@ -94,18 +94,17 @@ void print_alarm(const kavo_table_t& table, const Alarm& alarm, mib_ulong now) {
                ov_local_time_text(since), age_text(since, now)});
 }
 
-// [IFNAME]
-int gpon_show_alarm_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
-    const kavo_table_t table(vty, COLUMNS);
-    Scope scope = gpon_cli_object_scope_of(vty);
+int gpon_show_alarm_cli(CliCall& call) {
+    const kavo_table_t table(call.vty, COLUMNS);
+    Scope scope = gpon_cli_object_scope_of(call.vty);
     print_head(table);
-    if (argc > 0) {
+    if (call.words.has("IFNAME")) {
         scope = {};
-        if (!gpon_cli_narrow_to_object(vty, argv[0], scope))
+        if (!gpon_cli_narrow_to_object(call, scope))
             return KAVO_CLI_BAD_INPUT;
     }
     return gpon_show_rows(
-        vty, Alarm{}, 0,
+        call.vty, Alarm{}, 0,
         [table, scope, now = get_local_time()](const Alarm& alarm) {
             const bool is_asked_for = is_in(scope, alarm);
             if (is_asked_for)

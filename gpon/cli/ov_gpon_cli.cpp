@@ -1,6 +1,5 @@
 #include "cli_themes.h"
 
-#include <cstdlib>
 #include <string_view>
 
 #include "gpon_cli.h"
@@ -25,54 +24,56 @@ bool ctc_enabled = false;
 
 // ---- from one object to another ------------------------------------------------------------------
 
-int ov_vlan_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
-    uvlan_entry_t* vlan = uvlan_create(static_cast<uint32_t>(strtoul(argv[0], nullptr, 10)));
+int ov_vlan_cli(CliCall& call) {
+    uvlan_entry_t* vlan = uvlan_create(call.words.number<uint32_t>("vlan"));
     if (vlan == nullptr) {
-        ov_refusal_because("VLAN %s couldn't be made", argv[0]);
+        ov_refusal_because("VLAN %s couldn't be made", call.words.text("vlan"));
         return KAVO_CLI_FAILED;
     }
-    vty->node = VLAN_NODE;
-    vty->info = vlan;
+    call.vty->node = VLAN_NODE;
+    call.vty->info = vlan;
     return 0;
 }
 
-int ov_gpon_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    vty->node = GPON_NODE;
-    vty->index = nullptr;
+int ov_gpon_cli(CliCall& call) {
+    call.vty->node = GPON_NODE;
+    call.vty->index = nullptr;
     return 0;
 }
 
 // PON ports and ONUs are known by their index, which outlives their record in the interface list.
-int ov_gpon_interface_cli(struct cmd_element* self, struct vty* vty, int argc, const char** argv) {
-    const int result = kavo_interface_cli(self, vty, argc, argv);
+int ov_gpon_interface_cli(CliCall& call) {
+    const char* const name = call.words.text("interface");
+    const int result = kavo_interface_cli(call);
     if (result != 0) {
-        OV_LOG_ERROR("LIB", "interface %s failed return %d.", argv[0], result);
+        OV_LOG_ERROR("LIB", "interface %s failed return %d.", name, result);
         return result;
     }
-    if (std::string_view(argv[0]).starts_with("vlanif") || vty->node == IF_TRUNK_NODE)
+    if (std::string_view(name).starts_with("vlanif") || call.vty->node == IF_TRUNK_NODE)
         return 0; // nothing was entered, or no port
-    const ov_ifindex_t ifindex = static_cast<const uif_t*>(vty->index)->ifindex;
+    const ov_ifindex_t ifindex = static_cast<const uif_t*>(call.vty->index)->ifindex;
     const uint16_t kind = ov_ifindex_get_port_type(ifindex);
     if (kind != PORT_TYPE_GONU && kind != PORT_TYPE_GPON)
         return 0;
-    vty->node = kind == PORT_TYPE_GONU ? GPON_ONU_NODE : IF_GPON_NODE;
-    kavo_vty_set_index(vty, ifindex);
+    call.vty->node = kind == PORT_TYPE_GONU ? GPON_ONU_NODE : IF_GPON_NODE;
+    kavo_vty_set_index(call.vty, ifindex);
     return 0;
 }
 
 // ---- the whole system ------------------------------------------------------------------------------
 
-int ov_gpon_driver_cli(struct cmd_element* /*self*/, struct vty* /*vty*/, int argc, const char** argv) {
-    return ov_gpon_drv_cmd_exec(argc, argv);
+int ov_gpon_driver_cli(CliCall& call) {
+    auto words = call.words.arguments();
+    return ov_gpon_drv_cmd_exec(static_cast<int>(words.size()), words.data());
 }
 
-int ov_gpon_ctc_action_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
-    const bool enable = gpon_cli_is_enable(argv[0]);
+int ov_gpon_ctc_action_cli(CliCall& call) {
+    const bool enable = call.words.is_enable("ctc");
     ov_gpon_mcast_ctc_action_attr_t record = {};
     record.ctcAct = enable ? 1 : 0;
     if (ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_MCAST_CTC_ACT, OV_HAL_GPON_MSG_ACTION_SET, &record, 1, 0) !=
         OV_GPON_RET_OK) {
-        vty_out(vty, "%%Failed to set ctc%s", kavo_newline(vty));
+        call.line("%%Failed to set ctc");
         return KAVO_CLI_FAILED;
     }
     ctc_enabled = enable;
@@ -81,39 +82,33 @@ int ov_gpon_ctc_action_cli(struct cmd_element* /*self*/, struct vty* vty, int /*
 
 // ---- debug switches ----------------------------------------------------------------------------------
 
-int ov_debug_gpon_ipcmsg_cli(struct cmd_element* /*self*/, struct vty* /*vty*/, int /*argc*/,
-                             const char** /*argv*/) {
+int ov_debug_gpon_ipcmsg_cli(CliCall& /*call*/) {
     g_gpon_ipc_msg_debug_flag = 1;
     return 0;
 }
 
-int ov_no_debug_gpon_ipcmsg_cli(struct cmd_element* /*self*/, struct vty* /*vty*/, int /*argc*/,
-                                const char** /*argv*/) {
+int ov_no_debug_gpon_ipcmsg_cli(CliCall& /*call*/) {
     g_gpon_ipc_msg_debug_flag = 0;
     return 0;
 }
 
-int ov_debug_gpon_qos_cli(struct cmd_element* /*self*/, struct vty* /*vty*/, int /*argc*/,
-                          const char** /*argv*/) {
+int ov_debug_gpon_qos_cli(CliCall& /*call*/) {
     g_gpon_qos_debug_flag = 1;
     return 0;
 }
 
-int ov_no_debug_gpon_qos_cli(struct cmd_element* /*self*/, struct vty* /*vty*/, int /*argc*/,
-                             const char** /*argv*/) {
+int ov_no_debug_gpon_qos_cli(CliCall& /*call*/) {
     g_gpon_qos_debug_flag = 0;
     return 0;
 }
 
-int ov_debug_gpon_snmp_cli(struct cmd_element* /*self*/, struct vty* /*vty*/, int argc,
-                           const char** /*argv*/) {
+int ov_debug_gpon_snmp_cli(CliCall& call) {
     mmg_set_debug_info_flag(1);
-    mmg_set_debug_function_flag(argc > 0 ? 1 : 0); // with "detail"
+    mmg_set_debug_function_flag(call.words.has("detail") ? 1 : 0);
     return 0;
 }
 
-int ov_no_debug_gpon_snmp_cli(struct cmd_element* /*self*/, struct vty* /*vty*/, int /*argc*/,
-                              const char** /*argv*/) {
+int ov_no_debug_gpon_snmp_cli(CliCall& /*call*/) {
     mmg_set_debug_info_flag(0);
     mmg_set_debug_function_flag(0);
     return 0;

@@ -2,6 +2,7 @@
 // template rows. Each init installs its theme; main thread, at start, behind the nodes.
 #pragma once
 
+#include "cli_call.h"
 #include "gpon_cli.h"
 #include "kavo_vty_object.h"
 #include "ov_app_gpon_onu.h"
@@ -30,10 +31,3 @@ Row gpon_cli_onu_key(const struct vty* vty) {
     key.shelfID = GPON_SHELF;
     return key;
 }
-
-// gpon_cli_fail for a text that tells the number of an object, its "%d".
-int gpon_cli_fail_of(struct vty* vty, const char* text, mib_long number, int result = KAVO_CLI_FAILED);
-
-// The index of the ONU that a command names. Prints a line and gives OV_IFINDEX_INVALID for a name that is
-// none, or none of an ONU.
-ov_ifindex_t gpon_cli_onu_by_name(struct vty* vty, const char* name);

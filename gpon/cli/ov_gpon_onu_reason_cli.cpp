@@ -52,26 +52,21 @@ int show(struct vty* vty, const kavo_table_t& table, const Scope& scope) {
         [table](int count) { table.line("total %d", count); });
 }
 
-// [<1-128>]
-int gpon_show_onu_reason_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
-    Scope scope = gpon_cli_object_scope_of(vty);
-    if (argc > 0)
-        scope.onu = gpon_cli_number(argv[0]);
-    return show(vty, begin_table(vty), scope);
+int gpon_show_onu_reason_cli(CliCall& call) {
+    Scope scope = gpon_cli_object_scope_of(call.vty);
+    scope.onu = call.words.number_or("onu", scope.onu);
+    return show(call.vty, begin_table(call.vty), scope);
 }
 
-// IFNAME [<1-128>]
-int gpon_show_interface_onu_reason_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
-                                       const char** argv) {
+int gpon_show_interface_onu_reason_cli(CliCall& call) {
     Scope scope;
-    const kavo_table_t table = begin_table(vty);
-    const bool is_named = argc > 1 ? gpon_cli_narrow_to_port(vty, argv[0], scope)
-                                   : gpon_cli_narrow_to_object(vty, argv[0], scope);
-    if (!is_named)
+    const kavo_table_t table = begin_table(call.vty);
+    const bool has_number = call.words.text_or("onu", nullptr) != nullptr;
+    if (!(has_number ? gpon_cli_narrow_to_port(call, scope) : gpon_cli_narrow_to_object(call, scope)))
         return KAVO_CLI_BAD_INPUT;
-    if (argc > 1)
-        scope.onu = gpon_cli_number(argv[1]);
-    return show(vty, table, scope);
+    if (has_number)
+        scope.onu = call.words.number("onu");
+    return show(call.vty, table, scope);
 }
 
 const kavo_cmd_t onu_reason_cmds[] = {

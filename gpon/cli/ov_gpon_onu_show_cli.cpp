@@ -87,15 +87,15 @@ void print_state(const kavo_table_t& table, const Onu& row) {
                gpon_cli_shown(row.sOnuTableOnuActVersion), gpon_cli_shown(row.sOnuTableOnuName)});
 }
 
-// Prints the ONUs in scope for which `wanted` holds, those of a port when there is a name. As in every list
-// the heading comes first, whatever becomes of the name.
+// Prints the ONUs in scope for which `wanted` holds, those of a port when `named`. As in every list the
+// heading comes first, whatever becomes of the name.
 template <typename Wanted>
-int show_states(struct vty* vty, Scope scope, const char* port_name, Wanted wanted) {
-    const kavo_table_t table(vty, STATE_COLUMNS);
+int show_states(CliCall& call, Scope scope, bool named, Wanted wanted) {
+    const kavo_table_t table(call.vty, STATE_COLUMNS);
     print_state_head(table);
-    if (port_name != nullptr && !gpon_cli_narrow_to_port(vty, port_name, scope))
+    if (named && !gpon_cli_narrow_to_port(call, scope))
         return KAVO_CLI_BAD_INPUT;
-    return show_rows_of_ports<Onu>(vty, table, scope, [=](const Onu& row) {
+    return show_rows_of_ports<Onu>(call.vty, table, scope, [=](const Onu& row) {
         const bool is_shown = (scope.onu == Scope::ANY || row.onuId == scope.onu) && wanted(row);
         if (is_shown)
             print_state(table, row);
@@ -107,22 +107,16 @@ bool all_of_them(const Onu& /*row*/) {
     return true;
 }
 
-// [<1-128>]
-int ov_gpon_olt_show_onu_state_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
-                                   const char** argv) {
-    Scope scope = gpon_cli_scope_of(vty);
-    if (argc > 0)
-        scope.onu = gpon_cli_number(argv[0]);
-    return show_states(vty, scope, nullptr, all_of_them);
+int ov_gpon_olt_show_onu_state_cli(CliCall& call) {
+    Scope scope = gpon_cli_scope_of(call.vty);
+    scope.onu = call.words.number_or("onu", scope.onu);
+    return show_states(call, scope, false, all_of_them);
 }
 
-// IFNAME [<1-128>]
-int ov_gpon_olt_show_int_onu_id_state_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
-                                          const char** argv) {
+int ov_gpon_olt_show_int_onu_id_state_cli(CliCall& call) {
     Scope scope;
-    if (argc > 1)
-        scope.onu = gpon_cli_number(argv[1]);
-    return show_states(vty, scope, argv[0], all_of_them);
+    scope.onu = call.words.number_or("onu", scope.onu);
+    return show_states(call, scope, true, all_of_them);
 }
 
 // ---- ONUs with a text -----------------------------------------------------------------------------------
@@ -147,13 +141,11 @@ const char* filtered_text(const Onu& row, const char* keyword) {
     }
 }
 
-// (sn|pwd|loid|name) STR
-int ov_gpon_olt_show_onu_filter_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                    const char** argv) {
-    return show_states(vty, gpon_cli_scope_of(vty), nullptr,
-                       [keyword = std::string(argv[0]), part = std::string(argv[1])](const Onu& row) {
-                           return contains(filtered_text(row, keyword.c_str()), part);
-                       });
+int ov_gpon_olt_show_onu_filter_cli(CliCall& call) {
+    const std::string keyword = call.words.text("filter");
+    const std::string part = call.words.text("STR");
+    return show_states(call, gpon_cli_scope_of(call.vty), false,
+                       [=](const Onu& row) { return contains(filtered_text(row, keyword.c_str()), part); });
 }
 
 // ---- ONUs that aren't configured ------------------------------------------------------------------------
@@ -166,14 +158,13 @@ void ov_gpon_cli_dump_uncfg_onu_head(const kavo_table_t& table) {
     table.heading();
 }
 
-// [IFNAME]
-int ov_gpon_show_uncfg_onu_cli(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
-    Scope scope = gpon_cli_scope_of(vty);
-    const kavo_table_t table(vty, UNKNOWN_COLUMNS);
+int ov_gpon_show_uncfg_onu_cli(CliCall& call) {
+    Scope scope = gpon_cli_scope_of(call.vty);
+    const kavo_table_t table(call.vty, UNKNOWN_COLUMNS);
     ov_gpon_cli_dump_uncfg_onu_head(table);
-    if (argc > 0 && !gpon_cli_narrow_to_port(vty, argv[0], scope))
+    if (call.words.has("IFNAME") && !gpon_cli_narrow_to_port(call, scope))
         return KAVO_CLI_BAD_INPUT;
-    return show_rows_of_ports<UnknownOnu>(vty, table, scope, [table](const UnknownOnu& row) {
+    return show_rows_of_ports<UnknownOnu>(call.vty, table, scope, [table](const UnknownOnu& row) {
         Labelled details;
         details.add("pw", row.sOnuInitTablePw)
             .add("loid", row.sOnuInitTableLoid)
@@ -201,29 +192,29 @@ void print_history(const kavo_table_t& table, const History& row) {
                ov_local_time_text(row.sOnuHistoryOffTime5)});
 }
 
-int ov_gpon_olt_show_onu_history_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                     const char** /*argv*/) {
-    const kavo_table_t table(vty, HISTORY_COLUMNS, {.trimmed = true});
+int ov_gpon_olt_show_onu_history_cli(CliCall& call) {
+    const kavo_table_t table(call.vty, HISTORY_COLUMNS, {.trimmed = true});
     table.line("%s", "");
     table.heading();
-    return show_rows_of_ports<History>(vty, table, gpon_cli_scope_of(vty), [table](const History& row) {
-        print_history(table, row);
-        return true;
-    });
+    return show_rows_of_ports<History>(call.vty, table, gpon_cli_scope_of(call.vty),
+                                       [table](const History& row) {
+                                           print_history(table, row);
+                                           return true;
+                                       });
 }
 
 // ---- readings -------------------------------------------------------------------------------------------
 
 // Fetches one reading of an ONU from its card. 0, or the result of a failure, behind a line.
-int fetch(struct vty* vty, const Scope& scope, unsigned column, Readings& row) {
+int fetch(const CliCall& call, const Scope& scope, unsigned column, Readings& row) {
     row = onu_key<Readings>(scope.slot, scope.port, scope.onu);
     if (find_row(onu_key<Onu>(row)) == nullptr) {
         ov_refusal_because("no ONU %d", scope.onu);
-        vty_out(vty, "%%Onu %d not exist%s", scope.onu, kavo_newline(vty));
+        call.line("%%Onu %d not exist", scope.onu);
         return KAVO_CLI_BAD_INPUT;
     }
     if (!mib_access(MIB_GET, row, gpon_cli_columns({column})))
-        return gpon_cli_fail(vty, "%%Failed to get port info %s");
+        return call.fail("%%Failed to get port info %s");
     return 0;
 }
 
@@ -235,32 +226,30 @@ void print_reading(struct vty* vty, const Readings& row, const char* heading, co
     table.row({place(row), value});
 }
 
-// IFNAME <1-128>
-int ov_distance_onu_show_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
-    Scope scope;
-    if (!gpon_cli_narrow_to_port(vty, argv[0], scope))
-        return KAVO_CLI_BAD_INPUT;
-    scope.onu = gpon_cli_number(argv[1]);
+template <typename Number>
+int show_reading(CliCall& call, const Scope& scope, unsigned column, Number Readings::*value,
+                 const char* heading) {
     Readings row;
-    if (const int refusal =
-            fetch(vty, scope, sOnuExtendInfoTable_column::sOnuExtendInfoPhysicalDistance, row);
-        refusal != 0)
+    if (const int refusal = fetch(call, scope, column, row); refusal != 0)
         return refusal;
-    print_reading(vty, row, "distance", row.sOnuExtendInfoPhysicalDistance);
+    print_reading(call.vty, row, heading, row.*value);
     return 0;
 }
 
-// <1-128>
-int ov_show_gpon_olt_module_rxpower_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                        const char** argv) {
-    Scope scope = gpon_cli_scope_of(vty);
-    scope.onu = gpon_cli_number(argv[0]);
-    Readings row;
-    if (const int refusal = fetch(vty, scope, sOnuExtendInfoTable_column::sOnuExtendInfoOltRxPower, row);
-        refusal != 0)
-        return refusal;
-    print_reading(vty, row, "rx power", row.sOnuExtendInfoOltRxPower);
-    return 0;
+int ov_distance_onu_show_cli(CliCall& call) {
+    Scope scope;
+    if (!gpon_cli_narrow_to_port(call, scope))
+        return KAVO_CLI_BAD_INPUT;
+    scope.onu = call.words.number("onu");
+    return show_reading(call, scope, sOnuExtendInfoTable_column::sOnuExtendInfoPhysicalDistance,
+                        &Readings::sOnuExtendInfoPhysicalDistance, "distance");
+}
+
+int ov_show_gpon_olt_module_rxpower_cli(CliCall& call) {
+    Scope scope = gpon_cli_scope_of(call.vty);
+    scope.onu = call.words.number("onuid");
+    return show_reading(call, scope, sOnuExtendInfoTable_column::sOnuExtendInfoOltRxPower,
+                        &Readings::sOnuExtendInfoOltRxPower, "rx power");
 }
 
 const kavo_cmd_t onu_show_cmds[] = {

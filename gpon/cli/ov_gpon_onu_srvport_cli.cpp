@@ -1,7 +1,9 @@
 // Service ports of an ONU, or of a service profile.
 #include "ov_app_gpon_service_port.h"
 
-#include "kavo_cmd_rows.h"
+#include "cli_command_rows.h"
+#include "cli_objects.h"
+#include "gpon_cli_scope.h"
 #include "kavo_table.h"
 #include "ov_gpon_onu_cli.h"
 #include "sGemTable.h"
@@ -12,169 +14,99 @@ namespace {
 using namespace servicePortTable_column;
 using ServicePort = ov_servicePortTable_attr_t;
 
-constexpr char NOT_SET[] = "%%Could not set service port: %d%s";
-constexpr char NOT_FOUND[] = "%%Could not find service port: %d%s";
-
-ServicePort port_of(const struct vty* vty, const char* number) {
-    ServicePort row = gpon_cli_onu_key<ServicePort>(vty);
-    row.servicePortId = gpon_cli_number(number);
+ServicePort port_of(const CliCall& call) {
+    ServicePort row = gpon_cli_onu_key<ServicePort>(call.vty);
+    row.servicePortId = call.words.number("service-port");
     return row;
 }
 
 // ---- new ones -------------------------------------------------------------------------------------------
+
+// What is done with tags, as the words of the line tell.
+servicePortTable_value action_of(const CliWords& words) {
+    if (words.has("vlan-add"))
+        return words.has("untagged") ? SERVICEPORTVLANACTION_ADDUNTAGGED
+               : words.has("tagged") ? SERVICEPORTVLANACTION_ADDTAGGED
+                                     : SERVICEPORTVLANACTION_ADDALWAYS;
+    if (words.has("svlan"))
+        return SERVICEPORTVLANACTION_ADD;
+    if (words.has("vlan"))
+        return SERVICEPORTVLANACTION_XLATE;
+    return words.has("transparent") ? SERVICEPORTVLANACTION_TRANSPARENT
+                                    : SERVICEPORTVLANACTION_ALLTRANSPARENT;
+}
+
+// A column that an argument gives its number, if the line has the argument and it is one.
+struct NumberWord {
+    const char* name;
+    mib_long ServicePort::*field;
+    unsigned column;
+};
+constexpr NumberWord NUMBERS[] = {
+    {"gemport", &ServicePort::servicePortGemId, servicePortGemId},
+    {"user-vlan", &ServicePort::servicePortUserVlan, servicePortUserVlan},
+    {"vlan", &ServicePort::servicePortVlan, servicePortVlan},
+    {"vlan-add", &ServicePort::servicePortVlan, servicePortVlan},
+    {"vlan priority", &ServicePort::servicePortVlanPrio, servicePortVlanPrio},
+    {"vlan-add priority", &ServicePort::servicePortVlanPrio, servicePortVlanPrio},
+    {"svlan", &ServicePort::servicePortSvlan, servicePortSvlan},
+    {"svlan priority", &ServicePort::servicePortSvlanPrio, servicePortSvlanPrio},
+};
 
 // A service port as its words put it together: every column that they give is written.
 struct NewServicePort {
     ServicePort row;
     MIB_Flags_t flags = {};
 
-    // <1-32> <1-30>, and what is done with tags
-    NewServicePort(const struct vty* vty, const char** argv, servicePortTable_value action)
-        : row(port_of(vty, argv[0])) {
-        put(&ServicePort::servicePortGemId, servicePortGemId, gpon_cli_number(argv[1]));
-        put(&ServicePort::servicePortVlanAction, servicePortVlanAction, action);
+    explicit NewServicePort(const CliCall& call) : row(port_of(call)) {
+        put(&ServicePort::servicePortVlanAction, servicePortVlanAction, action_of(call.words));
+        for (const NumberWord& number : NUMBERS)
+            if (const char* word = call.words.text_or(number.name, ""); word[0] >= '0' && word[0] <= '9')
+                put(number.field, number.column, call.words.number(number.name));
+        if (mib_flag_is_set(flags, servicePortVlanPrio))
+            put(&ServicePort::servicePortVlanPrioAction, servicePortVlanPrioAction,
+                SERVICEPORTVLANPRIOACTION_NEW);
+        if (mib_flag_is_set(flags, servicePortSvlan))
+            put(&ServicePort::servicePortSvlanPrioAction, servicePortSvlanPrioAction,
+                call.words.has("copy") ? SERVICEPORTSVLANPRIOACTION_COPY : SERVICEPORTSVLANPRIOACTION_NEW);
     }
-
     void put(mib_long ServicePort::*field, unsigned column, mib_long value) {
         row.*field = value;
         mib_flag_set(flags, column);
     }
-    void user_vlan(const char* word) {
-        put(&ServicePort::servicePortUserVlan, servicePortUserVlan, gpon_cli_number(word));
-    }
-    void vlan(const char* word) {
-        put(&ServicePort::servicePortVlan, servicePortVlan, gpon_cli_number(word));
-    }
-    void priority(const char* word) {
-        put(&ServicePort::servicePortVlanPrio, servicePortVlanPrio, gpon_cli_number(word));
-        put(&ServicePort::servicePortVlanPrioAction, servicePortVlanPrioAction,
-            SERVICEPORTVLANPRIOACTION_NEW);
-    }
-    // <1-4094> (<0-7>|copy)
-    void outer(const char* const* words) {
-        put(&ServicePort::servicePortSvlan, servicePortSvlan, gpon_cli_number(words[0]));
-        if (words[1][0] == 'c') {
-            put(&ServicePort::servicePortSvlanPrioAction, servicePortSvlanPrioAction,
-                SERVICEPORTSVLANPRIOACTION_COPY);
-            return;
-        }
-        put(&ServicePort::servicePortSvlanPrio, servicePortSvlanPrio, gpon_cli_number(words[1]));
-        put(&ServicePort::servicePortSvlanPrioAction, servicePortSvlanPrioAction,
-            SERVICEPORTSVLANPRIOACTION_NEW);
-    }
 };
 
-int assign(struct vty* vty, NewServicePort& port) {
+int assign_service_port(CliCall& call) {
+    NewServicePort port(call);
     auto gem = onu_key<ov_sGemTable_attr_t>(port.row);
     gem.gemID = static_cast<mib_ulong>(port.row.servicePortGemId);
     if (find_row(gem) == nullptr)
-        return gpon_cli_fail_of(vty, "%%Could not find gemport: %d%s", port.row.servicePortGemId,
-                                KAVO_CLI_BAD_INPUT);
+        return call.fail_of("%%Could not find gemport: %d%s", port.row.servicePortGemId, KAVO_CLI_BAD_INPUT);
     if (ov_app_gpon_service_port_add(&port.row, port.flags) == OV_GPON_RET_OK)
         return 0;
-    return gpon_cli_fail_of(vty, "%%Could not assign service port: %d%s", port.row.servicePortId);
+    return call.fail_of("%%Could not assign service port: %d%s", port.row.servicePortId);
 }
 
-int ov_gpon_srvport_gemport_xparent_all_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                            const char** argv) {
-    NewServicePort port(vty, argv, SERVICEPORTVLANACTION_ALLTRANSPARENT);
-    return assign(vty, port);
-}
-
-// ... user-vlan <1-4094> transparent
-int ov_gpon_srvport_gemport_xparent_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                        const char** argv) {
-    NewServicePort port(vty, argv, SERVICEPORTVLANACTION_TRANSPARENT);
-    port.user_vlan(argv[2]);
-    return assign(vty, port);
-}
-
-// ... user-vlan <1-4094> vlan <1-4094> [priority <0-7>]
-int ov_gpon_srvport_gemport_vlan_xlate_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
-                                           const char** argv) {
-    NewServicePort port(vty, argv, SERVICEPORTVLANACTION_XLATE);
-    port.user_vlan(argv[2]);
-    port.vlan(argv[3]);
-    if (argc > 4)
-        port.priority(argv[4]);
-    return assign(vty, port);
-}
-
-// ... user-vlan <1-4094> vlan <1-4094> [priority <0-7>] svlan <1-4094> priority (<0-7>|copy)
-int ov_gpon_srvport_gemport_vlan_xlate_add_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
-                                               const char** argv) {
-    NewServicePort port(vty, argv, SERVICEPORTVLANACTION_ADD);
-    port.user_vlan(argv[2]);
-    port.vlan(argv[3]);
-    if (argc > 6)
-        port.priority(argv[4]);
-    port.outer(argv + argc - 2);
-    return assign(vty, port);
-}
-
-servicePortTable_value add_action(const char* traffic) {
-    switch (traffic[0]) {
-    case 'u':
-        return SERVICEPORTVLANACTION_ADDUNTAGGED;
-    case 't':
-        return SERVICEPORTVLANACTION_ADDTAGGED;
-    default:
-        return SERVICEPORTVLANACTION_ADDALWAYS;
-    }
-}
-
-// ... user-vlan (untagged|tagged|all) vlan-add <1-4094> [priority <0-7>]
-int ov_gpon_srvport_gemport_vlan_add_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
-                                         const char** argv) {
-    NewServicePort port(vty, argv, add_action(argv[2]));
-    port.vlan(argv[3]);
-    if (argc > 4)
-        port.priority(argv[4]);
-    return assign(vty, port);
-}
+// The system's names for the forms of the command; what a line names tells them apart.
+constexpr auto* ov_gpon_srvport_gemport_xparent_all_cli = assign_service_port;
+constexpr auto* ov_gpon_srvport_gemport_xparent_cli = assign_service_port;
+constexpr auto* ov_gpon_srvport_gemport_vlan_xlate_cli = assign_service_port;
+constexpr auto* ov_gpon_srvport_gemport_vlan_xlate_add_cli = assign_service_port;
+constexpr auto* ov_gpon_srvport_gemport_vlan_add_cli = assign_service_port;
 
 // ---- those that are there -------------------------------------------------------------------------------
 
-int edit(struct vty* vty, ServicePort& row, std::initializer_list<unsigned> columns) {
+int ov_gpon_no_srvport_gemport_cli(CliCall& call) {
+    ServicePort row = port_of(call);
     if (find_row(row) == nullptr)
-        return gpon_cli_fail_of(vty, NOT_FOUND, row.servicePortId, KAVO_CLI_BAD_INPUT);
-    if (ov_app_gpon_service_port_edit(&row, gpon_cli_columns(columns)) == OV_GPON_RET_OK)
+        return call.fail_of("%%Could not find service port: %d%s", row.servicePortId, KAVO_CLI_BAD_INPUT);
+    if (ov_app_gpon_service_port_del(&row) == OV_GPON_RET_OK)
         return 0;
-    return gpon_cli_fail_of(vty, NOT_SET, row.servicePortId);
-}
-
-int ov_gpon_onu_mac_limit_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                              const char** argv) {
-    ServicePort row = port_of(vty, argv[0]);
-    row.servicePortMacLimit = gpon_cli_number(argv[1]);
-    return edit(vty, row, {servicePortMacLimit});
-}
-
-int ov_gpon_onu_macmove_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
-    ServicePort row = port_of(vty, argv[0]);
-    row.servicePortMacmove =
-        gpon_cli_is_enable(argv[1]) ? SERVICEPORTMACMOVE_ENABLE : SERVICEPORTMACMOVE_DISABLE;
-    return edit(vty, row, {servicePortMacmove});
+    return call.fail_of("%%Could not set service port: %d%s", row.servicePortId);
 }
 
 // The default queue is 0, chosen directly like any other.
-int ov_gpon_srvport_queue_direct_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                     const char** argv) {
-    ServicePort row = port_of(vty, argv[0]);
-    row.servicePortQueue = argv[1][0] == 'd' ? 0 : gpon_cli_number(argv[1]);
-    row.servicePortQueueSelectMode = SERVICEPORTQUEUESELECTMODE_DIRECTLY;
-    return edit(vty, row, {servicePortQueue, servicePortQueueSelectMode});
-}
-
-int ov_gpon_no_srvport_gemport_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                   const char** argv) {
-    ServicePort row = port_of(vty, argv[0]);
-    if (find_row(row) == nullptr)
-        return gpon_cli_fail_of(vty, NOT_FOUND, row.servicePortId, KAVO_CLI_BAD_INPUT);
-    if (ov_app_gpon_service_port_del(&row) == OV_GPON_RET_OK)
-        return 0;
-    return gpon_cli_fail_of(vty, NOT_SET, row.servicePortId);
-}
+constexpr ColName QUEUE_WORDS[] = {{0, "default"}};
 
 // ---- what is shown --------------------------------------------------------------------------------------
 
@@ -209,12 +141,11 @@ void print_port(const kavo_table_t& table, const ServicePort& row) {
                row.servicePortMacLimit, value_name(servicePortMacmove, row.servicePortMacmove)});
 }
 
-int ov_gpon_show_srvport_gemport_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                     const char** argv) {
-    const ov_ifindex_t onu = gpon_cli_onu_by_name(vty, argv[0]);
+int ov_gpon_show_srvport_gemport_cli(CliCall& call) {
+    const ov_ifindex_t onu = gpon_cli_onu_of(call);
     if (onu == OV_IFINDEX_INVALID)
         return KAVO_CLI_BAD_INPUT;
-    const kavo_table_t table(vty, COLUMNS);
+    const kavo_table_t table(call.vty, COLUMNS);
     int count = 0;
     table.line("%s", "");
     table.heading();
@@ -226,12 +157,13 @@ int ov_gpon_show_srvport_gemport_cli(struct cmd_element* /*self*/, struct vty* v
     return 0;
 }
 
-const kavo_cmd_t onu_srvport_cmds[] = {
+using namespace cli_objects;
+const CliCommand onu_srvport_cmds[] = {
 #include "commands/onu_srvport.def"
 };
 
 } // namespace
 
 void gpon_onu_srvport_cli_init() {
-    kavo_cmd_install(onu_srvport_cmds);
+    cli_install(onu_srvport_cmds);
 }

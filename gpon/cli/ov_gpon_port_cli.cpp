@@ -4,10 +4,10 @@
 #include <string>
 
 #include "app_rows.h"
-#include "column_settings.h"
+#include "cli_command_rows.h"
+#include "cli_objects.h"
 #include "gpon_cli.h"
 #include "gpon_config_parts.h"
-#include "kavo_cmd_rows.h"
 #include "kavo_vty_object.h"
 #include "ov_app_gpon_port.h"
 #include "ov_app_gpon_srvprofile.h"
@@ -34,33 +34,8 @@ const ov_sPonTable_attr_t* port_row(const struct vty* vty) {
     return find_row(port_key(vty));
 }
 
-int edit_port(struct vty* vty, ov_sPonTable_attr_t& row, MIB_Flags_t flags, const char* failure,
-              int result = KAVO_CLI_FAILED) {
-    if (ov_app_gpon_port_edit(&row, &flags) == OV_GPON_RET_OK)
-        return 0;
-    return gpon_cli_fail(vty, failure, result);
-}
-
-int set_column(struct vty* vty, const ColumnSetting& setting, const char** argv) {
-    ov_sPonTable_attr_t row = port_key(vty);
-    column_setting_put(setting, table_desc_sPonTable, &row, argv);
-    return edit_port(vty, row, gpon_cli_columns({setting.column}), setting.failure, setting.result);
-}
-
-#define SETTING COLUMN_SETTING_HANDLER
-#include "port_settings.def"
-#undef SETTING
-#define SETTING COLUMN_SETTING_ENTRY
-constexpr const ColumnSetting* settings[] = {
-#include "port_settings.def"
-};
-#undef SETTING
-
-// (protocol|data) (enable|disable)
-int ov_olt_performace_statistic_tca_report_cli(struct cmd_element* self, struct vty* vty, int argc,
-                                               const char** argv) {
-    return argv[0][0] == 'p' ? pm_protocol(self, vty, argc - 1, argv + 1)
-                             : pm_data(self, vty, argc - 1, argv + 1);
+int edit_port(const CliCall& call, ov_sPonTable_attr_t& row, MIB_Flags_t flags, const char* failure) {
+    return ov_app_gpon_port_edit(&row, &flags) == OV_GPON_RET_OK ? 0 : call.fail(failure);
 }
 
 // ---- ONUs that provision themselves ---------------------------------------------------------------------
@@ -70,81 +45,71 @@ constexpr char AUTO_FLOW_FAILED[] = "%%Failed to set onu auto flow%s";
 constexpr char AUTO_FLOW_DEL_FAILED[] = "%%Failed to del onu auto flow profile%s";
 
 // The id of a service profile's name; 0, which no profile has, and a line for an unknown one.
-mib_long profile_id_or_tell(struct vty* vty, const char* name) {
+mib_long profile_id_or_tell(const CliCall& call, const char* keyword) {
+    const char* const name = call.words.text(keyword);
     mib_ulong id = 0;
     if (ov_app_gpon_onusrvprofile_getId(name, &id) == 0) {
         ov_refusal_because("no service profile \"%s\"", name);
-        gpon_cli_fail(vty, "%%Onu srv profile not exist%s");
+        call.fail("%%Onu srv profile not exist%s");
         return 0;
     }
     return static_cast<mib_long>(id);
 }
 
-int ov_onu_auto_learn_enable_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                 const char** /*argv*/) {
-    ov_sPonTable_attr_t row = port_key(vty);
-    return edit_port(vty, row, gpon_cli_columns({column::sPonTableAutoLearn}), AUTO_AUTHENTICATION_FAILED);
+int ov_onu_auto_learn_enable_cli(CliCall& call) {
+    ov_sPonTable_attr_t row = port_key(call.vty);
+    return edit_port(call, row, gpon_cli_columns({column::sPonTableAutoLearn}), AUTO_AUTHENTICATION_FAILED);
 }
 
-int ov_onu_auto_authentication_enable_auto_flow_disable_cli(struct cmd_element* /*self*/, struct vty* vty,
-                                                            int /*argc*/, const char** /*argv*/) {
-    ov_sPonTable_attr_t row = port_key(vty);
+int ov_onu_auto_authentication_enable_auto_flow_disable_cli(CliCall& call) {
+    ov_sPonTable_attr_t row = port_key(call.vty);
     row.sPonTableAutoLearn = 1;
     row.sPonTableAutoFlow = SPONTABLEAUTOFLOW_DISABLE;
-    return edit_port(vty, row, gpon_cli_columns({column::sPonTableAutoLearn, column::sPonTableAutoFlow}),
+    return edit_port(call, row, gpon_cli_columns({column::sPonTableAutoLearn, column::sPonTableAutoFlow}),
                      AUTO_AUTHENTICATION_FAILED);
 }
 
-int enable_auto_flow(struct vty* vty, const char* profile, sPonTable_value config_onu_node) {
-    ov_sPonTable_attr_t row = port_key(vty);
+int ov_onu_auto_authentication_enable_auto_flow_enable_profileId_cli(CliCall& call) {
+    ov_sPonTable_attr_t row = port_key(call.vty);
     row.sPonTableAutoLearn = 1;
     row.sPonTableAutoFlow = SPONTABLEAUTOFLOW_ENABLE;
-    row.sPonTableAutoFlowConfigOnuNode = config_onu_node;
-    row.sPonTableSrvProfileID = profile_id_or_tell(vty, profile);
+    row.sPonTableAutoFlowConfigOnuNode = call.words.has("configure_onu_node")
+                                             ? SPONTABLEAUTOFLOWCONFIGONUNODE_ENABLE
+                                             : SPONTABLEAUTOFLOWCONFIGONUNODE_DISABLE;
+    row.sPonTableSrvProfileID = profile_id_or_tell(call, "def-srv-profile");
     if (row.sPonTableSrvProfileID == 0)
         return KAVO_CLI_BAD_INPUT;
     return edit_port(
-        vty, row,
+        call, row,
         gpon_cli_columns({column::sPonTableAutoLearn, column::sPonTableAutoFlow,
                           column::sPonTableSrvProfileID, column::sPonTableAutoFlowConfigOnuNode}),
         AUTO_AUTHENTICATION_FAILED);
 }
 
-int ov_onu_auto_authentication_enable_auto_flow_enable_profileId_cli(struct cmd_element* /*self*/,
-                                                                     struct vty* vty, int /*argc*/,
-                                                                     const char** argv) {
-    return enable_auto_flow(vty, argv[0], SPONTABLEAUTOFLOWCONFIGONUNODE_DISABLE);
-}
-
-int ov_onu_auto_authentication_enable_auto_flow_enable_profileId_config_onu_node_cli(
-    struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
-    return enable_auto_flow(vty, argv[0], SPONTABLEAUTOFLOWCONFIGONUNODE_ENABLE);
-}
+constexpr auto* ov_onu_auto_authentication_enable_auto_flow_enable_profileId_config_onu_node_cli =
+    ov_onu_auto_authentication_enable_auto_flow_enable_profileId_cli;
 
 // Kept for configurations of earlier releases.
-int ov_onu_auto_flow_enable_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                const char** /*argv*/) {
-    return gpon_cli_fail(vty, "%% legacy command for upgrade. please try new command!!%s", 0);
+int ov_onu_auto_flow_enable_cli(CliCall& call) {
+    return call.fail("%% legacy command for upgrade. please try new command!!%s", 0);
 }
 
 // ---- service profiles by kind of ONU -----------------------------------------------------------------
 
-int set_profile_of_kind(struct vty* vty, const char* kind, mib_long profile, const char* failure) {
-    const bool hgu = kind[0] == 'h';
-    ov_sPonTable_attr_t row = port_key(vty);
+int set_profile_of_kind(const CliCall& call, mib_long profile, const char* failure) {
+    const bool hgu = call.words.has("hgu");
+    ov_sPonTable_attr_t row = port_key(call.vty);
     (hgu ? row.sPonTableHguSrvProfile : row.sPonTableSfuSrvProfile) = profile;
     return edit_port(
-        vty, row, gpon_cli_columns({hgu ? column::sPonTableHguSrvProfile : column::sPonTableSfuSrvProfile}),
+        call, row, gpon_cli_columns({hgu ? column::sPonTableHguSrvProfile : column::sPonTableSfuSrvProfile}),
         failure);
 }
 
-// (sfu|hgu) srv-profile NAME
-int ov_onu_auto_flow_config_by_onu_type_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                            const char** argv) {
-    const mib_long profile = profile_id_or_tell(vty, argv[1]);
+int ov_onu_auto_flow_config_by_onu_type_cli(CliCall& call) {
+    const mib_long profile = profile_id_or_tell(call, "srv-profile");
     if (profile == 0)
         return KAVO_CLI_BAD_INPUT;
-    return set_profile_of_kind(vty, argv[0], profile, AUTO_FLOW_FAILED);
+    return set_profile_of_kind(call, profile, AUTO_FLOW_FAILED);
 }
 
 // The four slots of a port for vendors, and those for models: a service profile's id for each, and a name at
@@ -179,8 +144,13 @@ constexpr AutoFlowSlots model_slots = {
 };
 static_assert(vendor_slots.name_size == 4 && model_slots.name_size == 20);
 
-const AutoFlowSlots& slots_of(const char* keyword) {
-    return keyword[0] == 'v' ? vendor_slots : model_slots;
+const AutoFlowSlots& slots_of(const CliWords& words) {
+    return words.has("vendor") ? vendor_slots : model_slots;
+}
+
+// Counted from 0.
+size_t slot_of(const CliWords& words) {
+    return words.number<size_t>(slots_of(words).keyword) - 1;
 }
 
 size_t ids_offset(const AutoFlowSlots& slots) {
@@ -221,58 +191,55 @@ bool slot_exists(const AutoFlowSlots& slots, const ov_sPonTable_attr_t& row, siz
     return false;
 }
 
-// (vendor|model) <1-4> STRING srv-profile NAME
-int ov_onu_auto_flow_config_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                const char** argv) {
-    const AutoFlowSlots& slots = slots_of(argv[0]);
-    const auto slot = static_cast<size_t>(gpon_cli_number(argv[1])) - 1;
-    const std::string_view name = argv[2];
-    const ov_sPonTable_attr_t* stored = port_row(vty);
+int ov_onu_auto_flow_config_cli(CliCall& call) {
+    const AutoFlowSlots& slots = slots_of(call.words);
+    const size_t slot = slot_of(call.words);
+    const std::string_view name = call.words.text("STRING");
+    const ov_sPonTable_attr_t* stored = port_row(call.vty);
     if (stored == nullptr || stored->sPonTableAutoFlow == SPONTABLEAUTOFLOW_DISABLE)
-        return gpon_cli_fail(vty, "%%wrong operation, please enable auto flow firstly%s", KAVO_CLI_BAD_INPUT);
+        return call.fail("%%wrong operation, please enable auto flow firstly%s", KAVO_CLI_BAD_INPUT);
     if (name.size() < slots.shortest || name.size() > slots.name_size)
-        return gpon_cli_fail(vty, slots.bad_name, KAVO_CLI_BAD_INPUT);
+        return call.fail(slots.bad_name, KAVO_CLI_BAD_INPUT);
     if (slot_exists(slots, *stored, slot, name))
-        return gpon_cli_fail(vty, slots.existed, KAVO_CLI_BAD_INPUT);
-    const mib_long profile = profile_id_or_tell(vty, argv[3]);
+        return call.fail(slots.existed, KAVO_CLI_BAD_INPUT);
+    const mib_long profile = profile_id_or_tell(call, "srv-profile");
     if (profile == 0)
         return KAVO_CLI_BAD_INPUT;
     ov_sPonTable_attr_t row = *stored;
     put_slot(slots, row, slot, name, profile);
-    return edit_port(vty, row, slot_columns(slots), AUTO_FLOW_FAILED);
+    return edit_port(call, row, slot_columns(slots), AUTO_FLOW_FAILED);
 }
 
-// (sfu|hgu), or (vendor|model) <1-4>
-int ov_no_onu_auto_flow_config_cli(struct cmd_element* /*self*/, struct vty* vty, int argc,
-                                   const char** argv) {
-    if (argc == 1)
-        return set_profile_of_kind(vty, argv[0], 0, AUTO_FLOW_DEL_FAILED);
-    const ov_sPonTable_attr_t* stored = port_row(vty);
+int ov_no_onu_auto_flow_config_cli(CliCall& call) {
+    if (call.words.has("sfu") || call.words.has("hgu"))
+        return set_profile_of_kind(call, 0, AUTO_FLOW_DEL_FAILED);
+    const ov_sPonTable_attr_t* stored = port_row(call.vty);
     if (stored == nullptr) {
         ov_refusal_because("the port has no row");
-        return gpon_cli_fail(vty, AUTO_FLOW_DEL_FAILED);
+        return call.fail(AUTO_FLOW_DEL_FAILED);
     }
-    const AutoFlowSlots& slots = slots_of(argv[0]);
+    const AutoFlowSlots& slots = slots_of(call.words);
     ov_sPonTable_attr_t row = *stored;
-    put_slot(slots, row, static_cast<size_t>(gpon_cli_number(argv[1])) - 1, "", 0);
-    return edit_port(vty, row, slot_columns(slots), AUTO_FLOW_DEL_FAILED);
+    put_slot(slots, row, slot_of(call.words), "", 0);
+    return edit_port(call, row, slot_columns(slots), AUTO_FLOW_DEL_FAILED);
 }
 
 // ---- rogue ONUs --------------------------------------------------------------------------------------
 
 // The stage is the card's and is asked for each time.
-int ov_show_rogue_onu_detect_state_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                       const char** /*argv*/) {
-    ov_sPonTable_attr_t row = port_key(vty);
+int ov_show_rogue_onu_detect_state_cli(CliCall& call) {
+    ov_sPonTable_attr_t row = port_key(call.vty);
     if (!mib_access(MIB_GET, row, gpon_cli_columns({column::sPonTableRogueOnuDetectState})))
-        return gpon_cli_fail(vty, "%%Failed to get port info %s");
+        return call.fail("%%Failed to get port info %s");
     const mib_long stage = row.sPonTableRogueOnuDetectState;
     if (const char* text = ov_app_gpon_rogue_stage_text(stage))
-        vty_out(vty, "%s%s%s", ov_app_gpon_rogue_stage_label(stage), text, kavo_newline(vty));
+        call.line("%s%s", ov_app_gpon_rogue_stage_label(stage), text);
     return 0;
 }
 
-const kavo_cmd_t port_cmds[] = {
+using namespace cli_objects;
+using namespace sPonTable_column;
+const CliCommand port_cmds[] = {
 #include "commands/pon_port.def"
 };
 
@@ -359,12 +326,10 @@ int print_auto_flow(struct vty* vty, const ov_sPonTable_attr_t& port, const char
 } // namespace
 
 int ov_gpon_cli_pon_port_basic_cfg(struct vty* vty, const ov_sPonTable_attr_t& port) {
-    int lines = print_auto_flow(vty, port, kavo_newline(vty));
-    for (const ColumnSetting* setting : settings)
-        lines += column_setting_print(vty, *setting, table_desc_sPonTable, &port);
-    return lines;
+    const int lines = print_auto_flow(vty, port, kavo_newline(vty));
+    return lines + cli_settings_print(vty, pon_port, &port, IF_GPON_NODE);
 }
 
 void gpon_port_cli_init() {
-    kavo_cmd_install(port_cmds);
+    cli_install(port_cmds);
 }

@@ -28,59 +28,58 @@ const ov_sOnuSrvProfileTable_attr_t* find_profile(mib_ulong profile_id) {
     return find_row(key);
 }
 
-// profile-id N onu-type NAME. An id that exists with the same type is entered, so that a profile can be
+// An id that exists with the same type is entered, so that a profile can be
 // changed and a saved configuration replayed over itself; with another type it is taken.
-int ov_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
+int ov_onu_srv_profile_cli(CliCall& call) {
     ov_sOnuSrvProfileTable_attr_t row = {};
-    row.onuSrvProfileId = static_cast<mib_ulong>(gpon_cli_number(argv[0]));
-    if (!gpon_cli_copy_word(row.sOnuTypeProfileName, argv[1], GPON_CLI_SHORT_NAME_MAX))
-        return gpon_cli_fail_name(vty, "%%Bad profile name length%s", GPON_CLI_SHORT_NAME_MAX);
+    row.onuSrvProfileId = call.words.number<mib_ulong>("profile-id");
+    if (!gpon_cli_copy_word(row.sOnuTypeProfileName, call.words.text("onu-type"), GPON_CLI_SHORT_NAME_MAX))
+        return call.fail_name("%%Bad profile name length%s", GPON_CLI_SHORT_NAME_MAX);
     int exists = 0;
     if (ov_gpon_onu_srv_profile_exist_check(&row, &exists) != OV_GPON_RET_OK) {
         ov_refusal_because("service profile %u is there with another ONU type",
                            static_cast<unsigned>(row.onuSrvProfileId));
-        return gpon_cli_fail(vty, "Onu srvprofile id exist%s", KAVO_CLI_BAD_INPUT);
+        return call.fail("Onu srvprofile id exist%s", KAVO_CLI_BAD_INPUT);
     }
     if (exists != 0)
-        return enter_profile(vty, row.onuSrvProfileId);
+        return enter_profile(call.vty, row.onuSrvProfileId);
 
     mib_ulong type_id = 0;
-    if (ov_app_gpon_onutype_getId(argv[1], &type_id) == 0) {
-        ov_refusal_because("no ONU type \"%s\"", argv[1]);
-        return gpon_cli_fail(vty, "Onu type profile name not exist%s", KAVO_CLI_BAD_INPUT);
+    if (ov_app_gpon_onutype_getId(row.sOnuTypeProfileName, &type_id) == 0) {
+        ov_refusal_because("no ONU type \"%s\"", row.sOnuTypeProfileName);
+        return call.fail("Onu type profile name not exist%s", KAVO_CLI_BAD_INPUT);
     }
     MIB_Flags_t flags = gpon_cli_columns({sOnuSrvProfileTable_column::sOnuTypeProfileName});
     if (ov_app_gpon_onu_srvprofile_add(&row, &flags) != OV_GPON_RET_OK)
-        return gpon_cli_fail(vty, "mib add onu srv-profile failed%s", KAVO_CLI_BAD_INPUT);
-    return enter_profile(vty, row.onuSrvProfileId);
+        return call.fail("mib add onu srv-profile failed%s", KAVO_CLI_BAD_INPUT);
+    return enter_profile(call.vty, row.onuSrvProfileId);
 }
 
-int ov_onu_srv_profile_name_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                const char** argv) {
+int ov_onu_srv_profile_name_cli(CliCall& call) {
     ov_ifindex_t ifindex = 0;
-    ov_get_ifindex_from_vtysh(vty, &ifindex);
+    ov_get_ifindex_from_vtysh(call.vty, &ifindex);
     const mib_ulong profile_id = ov_ifindex_get_subport_id(ifindex);
-    if (strlen(argv[0]) > GPON_CLI_PROFILE_NAME_MAX)
-        return gpon_cli_fail_name(vty, "%%Bad profile name length%s", GPON_CLI_PROFILE_NAME_MAX);
+    const char* const name = call.words.text("profile-name");
+    if (strlen(name) > GPON_CLI_PROFILE_NAME_MAX)
+        return call.fail_name("%%Bad profile name length%s", GPON_CLI_PROFILE_NAME_MAX);
     mib_ulong owner = 0;
-    if (ov_app_gpon_onusrvprofile_getId(argv[0], &owner) != 0 && owner != profile_id) {
-        ov_refusal_because("service profile %u has the name \"%s\"", static_cast<unsigned>(owner), argv[0]);
-        return gpon_cli_fail(vty, "%%Profile name not valid%s", KAVO_CLI_BAD_INPUT);
+    if (ov_app_gpon_onusrvprofile_getId(name, &owner) != 0 && owner != profile_id) {
+        ov_refusal_because("service profile %u has the name \"%s\"", static_cast<unsigned>(owner), name);
+        return call.fail("%%Profile name not valid%s", KAVO_CLI_BAD_INPUT);
     }
-    if (ov_app_gpon_onusrvprofile_setname(profile_id, argv[0]) != OV_GPON_RET_OK)
-        return gpon_cli_fail(vty, "%%Profile name not valid%s");
+    if (ov_app_gpon_onusrvprofile_setname(profile_id, name) != OV_GPON_RET_OK)
+        return call.fail("%%Profile name not valid%s");
     return 0;
 }
 
-int ov_no_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                              const char** argv) {
-    const auto profile_id = static_cast<mib_ulong>(gpon_cli_number(argv[0]));
+int ov_no_onu_srv_profile_cli(CliCall& call) {
+    const auto profile_id = call.words.number<mib_ulong>("profile-id");
     if (ov_app_gpon_onu_srvprofile_check(profile_id, nullptr) == 0) {
-        ov_refusal_because("no service profile %s", argv[0]);
-        return gpon_cli_fail(vty, "%% onu-srvprofile not exist%s", KAVO_CLI_BAD_INPUT);
+        ov_refusal_because("no service profile %s", call.words.text("profile-id"));
+        return call.fail("%% onu-srvprofile not exist%s", KAVO_CLI_BAD_INPUT);
     }
     if (ov_gpon_onu_service_profile_del(profile_id) != OV_GPON_RET_OK)
-        return gpon_cli_fail(vty, "%%Failed to delete multi srvprofile%s");
+        return call.fail("%%Failed to delete multi srvprofile%s");
     return 0;
 }
 
@@ -98,18 +97,16 @@ void print_profile(const kavo_table_t& table, const ov_sOnuSrvProfileTable_attr_
                gpon_cli_shown(row.sOnuTypeProfileName), row.sOnuSrvProfileBindCount});
 }
 
-int ov_show_onu_srv_profile_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                const char** argv) {
-    const auto* row = find_profile(static_cast<mib_ulong>(gpon_cli_number(argv[0])));
+int ov_show_onu_srv_profile_cli(CliCall& call) {
+    const auto* row = find_profile(call.words.number<mib_ulong>("onu-srvprofile"));
     if (row == nullptr)
-        return gpon_cli_fail(vty, "%% onu-srvprofile not exist%s", KAVO_CLI_BAD_INPUT);
-    print_profile(begin_table(vty), *row);
+        return call.fail("%% onu-srvprofile not exist%s", KAVO_CLI_BAD_INPUT);
+    print_profile(begin_table(call.vty), *row);
     return 0;
 }
 
-int ov_show_onu_srv_profile_all_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/,
-                                    const char** /*argv*/) {
-    const kavo_table_t table = begin_table(vty);
+int ov_show_onu_srv_profile_all_cli(CliCall& call) {
+    const kavo_table_t table = begin_table(call.vty);
     int count = 0;
     for (const auto& row : all_rows<ov_sOnuSrvProfileTable_attr_t>()) {
         print_profile(table, row);

@@ -13,8 +13,8 @@ constexpr kavo_column_t COLUMNS[] = {{"slot", -6},         {"port", -5},        
                                      {"fixed+assured", 14}};
 
 // One line per card that holds service ports, and one per PON port that holds anything else.
-int show_gpon_resources(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    const kavo_table_t table(vty, COLUMNS);
+int show_gpon_resources(CliCall& call) {
+    const kavo_table_t table(call.vty, COLUMNS);
     table.heading();
     table.row({"limit", "", g_gponConstVal.tcontMaxCnt, g_gponConstVal.gemMaxCnt,
                g_gponConstVal.srvPortMaxCnt, g_gponConstVal.usMaxFixBw, g_gponConstVal.usMaxBw});

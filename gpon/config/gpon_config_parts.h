@@ -24,8 +24,5 @@ struct gpon_config_onu_t {
 #undef PORT_PART
 #undef ONU_PART
 
-// Whether a text can stand in a command line: not empty, no blanks, nothing that isn't printable, no '|' at
-// its end, since behind "| " an output filter is expected. Managers can put any text into a table; a line
-// with such a text must not be printed, since it would be read as something else, or as more than one line,
-// when the configuration is replayed.
+// Whether a text can stand in a command line, as cli_is_word says.
 bool gpon_config_is_word(const char* text);

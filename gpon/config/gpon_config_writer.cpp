@@ -1,11 +1,11 @@
 #include "gpon_config_writer.h"
 
-#include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
 
 #include "app_rows.h"
+#include "cli_forms.h"
 #include "gpon_cli.h"
 #include "gpon_config_parts.h"
 #include "kavo_cmd.h"
@@ -185,10 +185,7 @@ void profile_head_of(mib_long profile_id, char (&head)[PROFILE_HEAD_SIZE]) {
 } // namespace
 
 bool gpon_config_is_word(const char* text) {
-    const std::string_view word = text;
-    if (word.empty() || word.back() == '|')
-        return false;
-    return std::all_of(word.begin(), word.end(), [](char c) { return c > ' ' && c <= '~'; });
+    return cli_is_word(text);
 }
 
 void gpon_config_current_head(struct vty* vty, char* head, size_t size) {

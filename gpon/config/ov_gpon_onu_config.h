@@ -8,10 +8,20 @@
 #include <cstddef>
 #include <string>
 
+#include "app_key.h"
+#include "gpon_cli.h"
+#include "gpon_config_parts.h"
 #include "sGemTable.h"
 #include "sOnuTable.h"
 #include "sTcontTable.h"
 #include "servicePortTable.h"
+
+// A record of another table for the ONU, or for the service profile, whose block is printed, with nothing but
+// the index columns up to the ONU.
+template <typename Row>
+Row gpon_config_key_of(const gpon_config_onu_t& onu) {
+    return onu_key<Row>(onu.slotID, onu.portID, onu.onuId);
+}
 
 // Whether a text can be written where a command takes one of at most so many characters.
 bool gpon_config_is_name(const char* text, size_t longest);

@@ -11,25 +11,24 @@
 
 namespace {
 
-void print_start(struct vty* vty, const char* nl) {
+void print_start(const CliCall& call) {
     const time_t began = ov_process_start_time();
     const time_t up = ov_wall_time() - began;
     tm calendar = {};
     std::array<char, 32> text = {};
     localtime_r(&began, &calendar);
     strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &calendar);
-    vty_out(vty, "  started    %s, up %ld days %02d:%02d:%02d%s", text.data(), static_cast<long>(up / 86400),
-            static_cast<int>(up / 3600 % 24), static_cast<int>(up / 60 % 60), static_cast<int>(up % 60), nl);
+    call.line("  started    %s, up %ld days %02d:%02d:%02d", text.data(), static_cast<long>(up / 86400),
+              static_cast<int>(up / 3600 % 24), static_cast<int>(up / 60 % 60), static_cast<int>(up % 60));
 }
 
-int show_version(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    const char* const nl = kavo_newline(vty);
+int show_version(CliCall& call) {
     const char* const product = ov_product_get_sysinfo_product_name();
-    vty_out(vty, "  product    %s%s", product[0] != '\0' ? product : "-", nl);
-    vty_out(vty, "  version    %s %s%s", ov_build_product(), ov_build_version(), nl);
-    vty_out(vty, "  built      %s from %s, %s, %s%s", ov_build_time(), ov_build_commit(), ov_build_type(),
-            ov_build_compiler(), nl);
-    print_start(vty, nl);
+    call.line("  product    %s", product[0] != '\0' ? product : "-");
+    call.line("  version    %s %s", ov_build_product(), ov_build_version());
+    call.line("  built      %s from %s, %s, %s", ov_build_time(), ov_build_commit(), ov_build_type(),
+              ov_build_compiler());
+    print_start(call);
     return 0;
 }
 
@@ -43,17 +42,16 @@ int print_memory_of(void* vty_arg, struct memgroup* /*group*/, struct memtype* t
 }
 
 // By type for what is counted, and the whole heap: rows of tables and texts are in that only.
-int show_memory(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    const char* const nl = kavo_newline(vty);
+int show_memory(CliCall& call) {
     const auto heap = mallinfo2();
-    vty_out(vty, "  heap in use %zu bytes, taken from the system %zu bytes%s", heap.uordblks + heap.hblkhd,
-            heap.arena + heap.hblkhd, nl);
-    vty_out(vty, "  %-40s  %10s  %12s%s", "counted by type", "pieces", "bytes", nl);
-    qmem_walk(print_memory_of, vty);
+    call.line("  heap in use %zu bytes, taken from the system %zu bytes", heap.uordblks + heap.hblkhd,
+              heap.arena + heap.hblkhd);
+    call.line("  %-40s  %10s  %12s", "counted by type", "pieces", "bytes");
+    qmem_walk(print_memory_of, call.vty);
     return 0;
 }
 
-int show_help(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
+int show_help(CliCall& call) {
     static const char* const lines[] = {
         "  Words may be shortened as long as they can be told apart (\"sh ver\").",
         "  ?              in the shell: what can stand here, with a line for each word",
@@ -63,7 +61,7 @@ int show_help(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const
         "  exit, end      leave this mode, or all of them",
     };
     for (const char* line : lines)
-        vty_out(vty, "%s%s", line, kavo_newline(vty));
+        call.line("%s", line);
     return 0;
 }
 

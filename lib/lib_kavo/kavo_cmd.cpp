@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstring>
 #include <deque>
-#include <optional>
 #include <set>
 #include <string_view>
 
+#include "cli_call.h"
 #include "kavo_loop.h"
 #include "kavo_refusal.h"
 #include "ov_loop_thread.h"
@@ -20,127 +20,16 @@ int last_result = 0;
 
 /// A command as the library keeps it (for good: there is no uninstalling), and ours behind it.
 struct Installed : cmd_element {
+    kavo_cmd_t row;
     Words words;
-    kavo_cmd_handler_t* handler;
     std::string syntax_text;
     std::string help_text;
 };
 
-// --- the grammar -----------------------------------------------------------------------------
-
-bool is_capital(char c) {
-    return c >= 'A' && c <= 'Z';
-}
-
-bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
-
-bool is_alnum(char c) {
-    return is_capital(c) || is_digit(c) || (c >= 'a' && c <= 'z');
-}
-
-/// Does word hold only characters for which ok() is true?
-template <typename Test>
-bool all(std::string_view word, Test ok) {
-    return std::all_of(word.begin(), word.end(), ok);
-}
-
-/// "ETHUNI", "MMMM-MMMM": what the library takes for a variable word, given that it starts one.
-bool is_variable(std::string_view word) {
-    const auto ok = [](char c) { return is_capital(c) || is_digit(c) || strchr("-_:", c); };
-    return word == "A.B.C.D" || (word.size() >= 2 && is_capital(word[0]) && all(word, ok));
-}
-
-/// "max_distance", "802.11b/g": a dot or slash only before a letter or digit.
-bool is_keyword(std::string_view word) {
-    if (word.empty() || !is_alnum(word[0]))
-        return false;
-    for (size_t i = 1; i < word.size(); i++) {
-        const bool inner = (word[i] == '.' || word[i] == '/') && i + 1 < word.size() && is_alnum(word[i + 1]);
-        if (!is_alnum(word[i]) && word[i] != '-' && word[i] != '_' && word[i] != '+' && !inner)
-            return false;
-    }
-    return true;
-}
-
-/// "<1-128>" to "(1-128)".
-std::optional<std::string> translate_range(std::string_view word) {
-    if (word.size() < 5 || word.front() != '<' || word.back() != '>')
-        return std::nullopt;
-    const auto inside = word.substr(1, word.size() - 2);
-    const auto dash = inside.find('-', 1);
-    if (dash == inside.npos)
-        return std::nullopt;
-
-    const auto low = inside.substr(0, dash), high = inside.substr(dash + 1);
-    const auto number = [](std::string_view n) { return !n.empty() && n.size() <= 18 && all(n, is_digit); };
-    if (!number(low) || !number(high) || std::stoll(std::string(low)) > std::stoll(std::string(high)))
-        return std::nullopt;
-    return "(" + std::string(inside) + ")";
-}
-
-/// One alternative of a choice, or a word that stands alone.
-std::optional<std::string> translate_single(std::string_view word) {
-    if (is_variable(word) || is_keyword(word))
-        return std::string(word);
-    return translate_range(word);
-}
-
-std::string_view trim(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t");
-    if (first == text.npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
-/// What stands between the parentheses of a choice.
-std::optional<kavo_cmd_word_t> parse_choice(std::string_view inside) {
-    kavo_cmd_word_t word{kavo_cmd_word_t::CHOICE, false, {}};
-    for (size_t start = 0; start <= inside.size();) {
-        const auto end = std::min(inside.find('|', start), inside.size());
-        const auto piece = trim(inside.substr(start, end - start));
-        const bool last = end == inside.size();
-        if (piece.empty() && last && !word.alternatives.empty()) {
-            word.optional = true;
-            break;
-        }
-        auto alternative = translate_single(piece);
-        if (!alternative)
-            return std::nullopt;
-        word.alternatives.push_back(std::move(*alternative));
-        start = end + 1;
-    }
-    return word;
-}
-
-std::optional<kavo_cmd_word_t> parse_word(std::string_view text) {
-    if (text.front() == '(')
-        return text.back() == ')' ? parse_choice(text.substr(1, text.size() - 2)) : std::nullopt;
-
-    const bool tail = text.front() == '.';
-    if (tail)
-        text.remove_prefix(1);
-    auto single = translate_single(text);
-    const bool variable = single && (is_variable(*single) || single->front() == '(');
-    if (!single || (tail && !variable))
-        return std::nullopt;
-
-    const auto kind = tail       ? kavo_cmd_word_t::TAIL
-                      : variable ? kavo_cmd_word_t::VARIABLE
-                                 : kavo_cmd_word_t::KEYWORD;
-    return kavo_cmd_word_t{kind, false, {std::move(*single)}};
-}
-
-/// Cut the next word off the front of rest; a choice is one word, blanks and all.
-std::string_view next_word(std::string_view& rest) {
-    rest = trim(rest);
-    size_t end = std::min(rest.find_first_of(" \t"), rest.size());
-    if (!rest.empty() && rest.front() == '(')
-        end = std::min(rest.find(')'), rest.size() - 1) + 1;
-    const auto word = rest.substr(0, end);
-    rest.remove_prefix(end);
-    return word;
+std::deque<Installed>& installed_commands() {
+    // The library keeps pointers to them up to the end of the process.
+    static auto& commands = *new std::deque<Installed>;
+    return commands;
 }
 
 // --- help ------------------------------------------------------------------------------------
@@ -183,44 +72,41 @@ bool is_one_of(const kavo_cmd_word_t& word, const struct cmd_token* token) {
            word.alternatives.end();
 }
 
-/// A keyword in full; anything else as it was typed.
-const char* argument_of(const struct cmd_token* token) {
-    return token->type == WORD_TKN ? token->text : token->arg;
+/// A token as a word of the line.
+CliWords::Word word_of(const kavo_cmd_word_t& word, const struct cmd_token* token) {
+    const bool fixed = word.kind == kavo_cmd_word_t::KEYWORD;
+    const char* keyword = token->type == WORD_TKN ? token->text : nullptr;
+    return {&word, keyword, fixed ? nullptr : keyword != nullptr ? keyword : token->arg};
 }
 
-/// Pick the variable words out of the library's tokens, of which there is one per typed word.
-std::vector<const char*> arguments_of(const Words& words, std::span<struct cmd_token* const> tokens) {
-    std::vector<const char*> arguments;
-    size_t next = 0;
-    for (const auto& word : words) {
-        if (next == tokens.size())
+/// The line in the words of the syntax; the library has a token for each typed word.
+CliWords words_of(const Installed& command, std::span<struct cmd_token* const> tokens) {
+    std::vector<CliWords::Word> line;
+    line.reserve(tokens.size());
+    for (const auto& word : command.words) {
+        if (line.size() == tokens.size())
             break;
-        if (word.optional && !is_one_of(word, tokens[next]))
+        if (word.optional && !is_one_of(word, tokens[line.size()]))
             continue;
-        const size_t count = word.kind == kavo_cmd_word_t::TAIL ? tokens.size() - next : 1;
-        for (size_t i = 0; i < count; i++, next++) {
-            if (word.kind != kavo_cmd_word_t::KEYWORD)
-                arguments.push_back(argument_of(tokens[next]));
-        }
+        do
+            line.push_back(word_of(word, tokens[line.size()]));
+        while (word.kind == kavo_cmd_word_t::TAIL && line.size() < tokens.size());
     }
-    return arguments;
+    return {command.row, std::move(line)};
 }
 
 /// What the library calls for each of our commands.
 int run_command(const struct cmd_element* self, struct vty* vty, int argc, struct cmd_token* argv[]) {
     ov_assert_on_loop();
-    // Allocated as an Installed and not const there.
-    auto* command = const_cast<Installed*>(static_cast<const Installed*>(self));
-    auto arguments = arguments_of(command->words, {argv, static_cast<size_t>(argc)});
-    const int count = static_cast<int>(arguments.size());
-    arguments.push_back(nullptr);
+    const auto& command = *static_cast<const Installed*>(self);
+    CliCall call(vty, command.row, words_of(command, {argv, static_cast<size_t>(argc)}));
 
     if (OvRefusal::current() != nullptr) { // run by another command, which tells of a refusal
-        last_result = command->handler(command, vty, count, arguments.data());
+        last_result = command.row.handler(call);
     } else {
         OvRefusal request("vty");
-        kavo_loop_doing(command->name);
-        last_result = command->handler(command, vty, count, arguments.data());
+        kavo_loop_doing(command.name);
+        last_result = command.row.handler(call);
         if (last_result != 0)
             kavo_refusal_keep(vty, request.refuse(kavo_refusal_object(vty).c_str(), nullptr));
     }
@@ -262,17 +148,14 @@ void settle_short_form(const kavo_cmd_t& row, Words& words) {
 
 /// The command as the library wants it; null if its row is wrong.
 Installed* make_command(const kavo_cmd_t& row) {
-    // The library keeps pointers to them up to the end of the process.
-    static auto& commands = *new std::deque<Installed>;
-
     Words words = kavo_cmd_parse(row.syntax);
     if (words.empty() || !row.handler)
         return nullptr;
     settle_short_form(row, words);
 
-    auto& command = commands.emplace_back();
+    auto& command = installed_commands().emplace_back();
+    command.row = row;
     command.words = std::move(words);
-    command.handler = row.handler;
     command.syntax_text = kavo_cmd_translate(command.words);
     command.help_text = complete_help(command.words, row.help);
     command.string = command.syntax_text.c_str();
@@ -302,42 +185,15 @@ bool install(const kavo_cmd_t& row) {
 
 } // namespace
 
-std::vector<kavo_cmd_word_t> kavo_cmd_parse(const std::string& syntax) {
-    Words words;
-    std::string_view rest = syntax;
-    for (auto text = next_word(rest); !text.empty(); text = next_word(rest)) {
-        auto word = parse_word(text);
-        const bool behind_tail = !words.empty() && words.back().kind == kavo_cmd_word_t::TAIL;
-        if (!word || behind_tail)
-            return {};
-        words.push_back(std::move(*word));
-    }
-    return words;
-}
-
-std::string kavo_cmd_translate(const std::vector<kavo_cmd_word_t>& words) {
-    std::string syntax;
-    for (const auto& word : words) {
-        std::string alternatives;
-        for (const auto& alternative : word.alternatives)
-            alternatives += (alternatives.empty() ? "" : "|") + alternative;
-
-        if (!syntax.empty())
-            syntax += ' ';
-        if (word.optional)
-            syntax += "[" + alternatives + "]";
-        else if (word.alternatives.size() > 1)
-            syntax += "<" + alternatives + ">";
-        else
-            syntax += alternatives;
-        if (word.kind == kavo_cmd_word_t::TAIL)
-            syntax += "...";
-    }
-    return syntax;
-}
-
 int kavo_cmd_install(std::span<const kavo_cmd_t> table) {
     return static_cast<int>(std::count_if(table.begin(), table.end(), install));
+}
+
+bool kavo_cmd_has_name(const kavo_cmd_handler_t* handler, std::string_view name) {
+    const auto& commands = installed_commands();
+    return std::any_of(commands.begin(), commands.end(), [=](const Installed& command) {
+        return command.row.handler == handler && cli_has_name(command.words, name);
+    });
 }
 
 bool kavo_cmd_is_own(const struct cmd_element* command) {

@@ -12,31 +12,33 @@
 //   .WORD            one or more words up to the end of the line
 //
 // It is translated into the library's grammar, in which these are word, NAME, (1-128),
-// <a|b|(1-8)|N>, [a|b] and WORD... . A handler gets the variable words only: what was typed for
-// a variable word, a number or a tail, and of a choice the keyword in full, however short the
-// operator typed it. So argv[0] of "fec downstream (enable|disable)" is "enable" for
-// "fec downstream e".
+// <a|b|(1-8)|N>, [a|b] and WORD... . A handler gets a CliCall (cli_call.h), from which it reads the
+// variable words by name (cli_words.h tells the rule): what was typed for a variable word, a number or
+// a tail, and of a choice the keyword in full, however short the operator typed it.
 
+#include <array>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kavo_frr.h"
 
-/// A command's handler. self is the command, with its syntax and help text in the library's
-/// form; argv lives until the handler returns. Returns 0 for success; any other value is a
-/// failure: the operator's shell sees just that it failed, kavo_cmd_last_result() the value, and one
-/// line in the log tells why, which the session can ask for too (kavo_refusal.h).
-using kavo_cmd_handler_t = int(struct cmd_element* self, struct vty* vty, int argc, const char** argv);
+class CliCall;
 
-/// Nodes that one command can stand on.
-constexpr size_t kavo_cmd_max_nodes = 9;
+/// A command's handler. Returns 0 for success; any other value is a failure: the operator's shell sees
+/// just that it failed, kavo_cmd_last_result() the value, and one line in the log tells why, which the
+/// session can ask for too (kavo_refusal.h).
+using kavo_cmd_handler_t = int(CliCall& call);
+
+/// Nodes that a command stands on; what is not filled in doesn't count.
+using kavo_cmd_nodes_t = std::array<enum node_type, 9>;
 
 /// One row of a command table. The texts must stay valid.
 struct kavo_cmd_t {
-    /// Where the command stands; what is not filled in doesn't count.
-    enum node_type nodes[kavo_cmd_max_nodes];
+    kavo_cmd_nodes_t nodes;
     /// In the grammar above.
     const char* syntax;
     /// What "?" shows: one line for each word, ended by '\n'. A choice has either one line for
@@ -45,12 +47,17 @@ struct kavo_cmd_t {
     kavo_cmd_handler_t* handler;
     /// Neither "?" nor "list" shows it.
     bool hidden = false;
+    /// What a handler of many commands works by; the handler's own.
+    const void* description = nullptr;
 };
 
 /// Install a table's commands, in its order. A command that is wrong in itself (bad syntax, no
 /// handler) or stands on a node that isn't installed is logged at error level and left out.
 /// Returns the number of commands installed. The library must be initialised (cmd_init).
 int kavo_cmd_install(std::span<const kavo_cmd_t> table);
+
+/// Can a handler read a name (cli_words.h) in one of its installed commands?
+bool kavo_cmd_has_name(const kavo_cmd_handler_t* handler, std::string_view name);
 
 /// Is a command that the library knows one of a table?
 bool kavo_cmd_is_own(const struct cmd_element* command);
@@ -71,7 +78,19 @@ struct kavo_cmd_word_t {
     bool optional;
     /// In the library's grammar, one for each alternative ("enable", "(1-8)", "NAME").
     std::vector<std::string> alternatives;
+    /// Where it stands in the declared syntax.
+    size_t begin = 0;
+    size_t end = 0;
 };
+
+/// What one alternative of a word is.
+struct kavo_cmd_alternative_t {
+    enum kind_t { KEYWORD, VARIABLE, RANGE };
+    kind_t kind;
+    int64_t least = 0; // of a range
+    int64_t most = 0;
+};
+kavo_cmd_alternative_t kavo_cmd_alternative(std::string_view alternative);
 
 /// Take a syntax string apart. Returns no words if it is not in the grammar above.
 std::vector<kavo_cmd_word_t> kavo_cmd_parse(const std::string& syntax);

@@ -7,7 +7,7 @@
 // The form of the files is told in gpon/commands/README.md. For .cpp files only.
 #pragma once
 
-#include "kavo_cmd.h"
+#include "cli_call.h"
 
 // The letters that data files name nodes by.
 namespace kavo_cmd_node_letters {
@@ -24,6 +24,6 @@ inline constexpr enum node_type DEBUG = DEBUG_NODE;
 } // namespace kavo_cmd_node_letters
 using namespace kavo_cmd_node_letters;
 
-#define NODES(...)                                                                                           \
-    { __VA_ARGS__ }
+// In parentheses, so that it stays one argument when a macro hands it on.
+#define NODES(...) (kavo_cmd_nodes_t{__VA_ARGS__})
 #define GPON_CMD(handler, nodes, syntax, help) {nodes, syntax, help, handler},

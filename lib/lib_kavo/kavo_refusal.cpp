@@ -4,7 +4,7 @@
 #include <string_view>
 #include <sys/stat.h>
 
-#include "kavo_cmd.h"
+#include "cli_call.h"
 #include "kavo_vty_object.h"
 #include "ov_ifindex.h"
 
@@ -38,11 +38,11 @@ Session session_of(const struct vty* vty) {
     return {vty->fd, status.st_ino};
 }
 
-int show_refusal(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    const Session session = session_of(vty);
+int show_refusal(CliCall& call) {
+    const Session session = session_of(call.vty);
     for (const Kept& refusal : kept())
         if (refusal.session == session)
-            vty_out(vty, "%08x %s%s", refusal.line, refusal.reason.c_str(), kavo_newline(vty));
+            call.line("%08x %s", refusal.line, refusal.reason.c_str());
     std::erase_if(kept(), [&](const Kept& refusal) { return refusal.session == session; });
     return 0;
 }

@@ -51,21 +51,21 @@ bool is_short_for(std::string_view word, std::string_view keyword, size_t least)
 }
 
 // .COMMAND
-int show_as_json(struct cmd_element* /*self*/, struct vty* vty, int argc, const char** argv) {
+int show_as_json(CliCall& call) {
     std::string line;
-    for (int i = 0; i < argc; i++)
-        line += (i > 0 ? " " : "") + std::string(argv[i]);
-    if (!is_short_for(argv[0], "show", 2)) {
+    for (const char* word : call.words.all("COMMAND"))
+        line += (line.empty() ? "" : " ") + std::string(word);
+    if (!is_short_for(call.words.text("COMMAND"), "show", 2)) {
         ov_refusal_because("json takes a command that begins with show");
-        vty_out(vty, "%% json takes a command that begins with show%s", kavo_newline(vty));
+        call.line("%% json takes a command that begins with show");
         return KAVO_CLI_BAD_INPUT;
     }
-    g_json_session = vty;
-    const int result = cmd_execute(vty, line.c_str(), nullptr, 0);
+    g_json_session = call.vty;
+    const int result = cmd_execute(call.vty, line.c_str(), nullptr, 0);
     g_json_session = nullptr;
     if (result == CMD_ERR_NO_MATCH || result == CMD_ERR_AMBIGUOUS || result == CMD_ERR_INCOMPLETE) {
         ov_refusal_because("no command \"%s\"", line.c_str());
-        vty_out(vty, "%% Unknown command: %s%s", line.c_str(), kavo_newline(vty));
+        call.line("%% Unknown command: %s", line.c_str());
     }
     return result;
 }

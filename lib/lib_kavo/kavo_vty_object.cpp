@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "kavo_cmd.h"
+#include "cli_call.h"
 #include "kavo_if.h"
 #include "kavo_trunk.h"
 #include "ov_product.h"
@@ -54,20 +54,21 @@ void kavo_vty_set_index(struct vty* vty, ov_ifindex_t ifindex) {
     vty->index = reinterpret_cast<void*>(uintptr_t{ifindex});
 }
 
-int kavo_interface_cli(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** argv) {
-    const char* name = argv[0];
+int kavo_interface_cli(CliCall& call) {
+    const char* name = call.words.text("IFNAME");
     const size_t length = strlen(name);
     if (length > KAVO_INTERFACE_NAME_MAX)
-        return not_exist(vty, name);
+        return not_exist(call.vty, name);
     if (std::string_view(name).starts_with("vlanif"))
         return 0;
 
     if (std::string_view(name).starts_with("trunk")) {
         trunk_t* trunk = trunk_get_by_name(name);
-        return trunk != nullptr ? enter(vty, IF_TRUNK_NODE, trunk) : not_exist(vty, name);
+        return trunk != nullptr ? enter(call.vty, IF_TRUNK_NODE, trunk) : not_exist(call.vty, name);
     }
     uif_t* uif = uif_lookup_by_name_len(name, static_cast<uint32_t>(length));
     if (uif == nullptr)
         uif = uif_get_by_name(name); // as an operator may shorten it
-    return uif != nullptr ? enter(vty, kavo_node_of_interface(uif->name), uif) : not_exist(vty, name);
+    return uif != nullptr ? enter(call.vty, kavo_node_of_interface(uif->name), uif)
+                          : not_exist(call.vty, name);
 }

@@ -9,8 +9,8 @@ const char* enabled(char flag) {
     return flag != 0 ? "enable" : "disable";
 }
 
-int show_mib_table(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    mib_table_vty_dump_all(vty);
+int show_mib_table(CliCall& call) {
+    mib_table_vty_dump_all(call.vty);
     return 0;
 }
 

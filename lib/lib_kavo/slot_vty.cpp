@@ -64,8 +64,8 @@ void dump_slot(const kavo_table_t& table, uint32_t slot) {
                has(shelf.slotBitsPwrOff, slot) ? "off" : "on", state_text(slot, card)});
 }
 
-int show_slot_info(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    slot_vty_dump_all(vty);
+int show_slot_info(CliCall& call) {
+    slot_vty_dump_all(call.vty);
     return 0;
 }
 

@@ -5,7 +5,7 @@ import re
 from chassis import REPO
 
 DATA = [*sorted(REPO.glob("gpon/commands/*.def")), *sorted(REPO.glob("lib/lib_kavo/*.def"))]
-COMMAND = re.compile(r'GPON_CMD\(\w+,\s*NODES\([^)]*\),\s*"([^"]*)"')
+COMMAND = re.compile(r'GPON_(?:CMD|SETTING)\(\w+,\s*NODES\([^)]*\),\s*"([^"]*)"')
 KEYWORD = re.compile(r"[a-z][a-z0-9_-]+")
 
 

@@ -62,7 +62,7 @@ std::set<int> nodes_that_have(const char* syntax) {
 
 class CommandList : public Cli {};
 
-TEST_F(CommandList, EveryCommandStandsOnExactlyItsNodes) {
+CLI_TEST(CommandList, EveryCommandStandsOnExactlyItsNodes) {
     for (const Expected& command : expected) {
         if (strcmp(command.syntax, "show slot info") == 0)
             continue; // installed by the start-up itself, before all others
@@ -70,7 +70,7 @@ TEST_F(CommandList, EveryCommandStandsOnExactlyItsNodes) {
     }
 }
 
-TEST_F(CommandList, EveryDeclarationIsACommandThatOperatorsKnow) {
+CLI_TEST(CommandList, EveryDeclarationIsACommandThatOperatorsKnow) {
     std::multiset<std::pair<std::string, std::string>> known, found, differences;
     for (const Expected& command : expected)
         known.emplace(command.handler, command.syntax);
@@ -81,7 +81,7 @@ TEST_F(CommandList, EveryDeclarationIsACommandThatOperatorsKnow) {
     EXPECT_THAT(differences, testing::IsEmpty()) << "in the data files or in command_list.inc alone";
 }
 
-TEST_F(CommandList, NodesHaveTheNumbersThatTheShellKnows) {
+CLI_TEST(CommandList, NodesHaveTheNumbersThatTheShellKnows) {
     const std::pair<const cmd_node*, int> nodes[] = {
         {&vlan_node, 35},         {&gpon_node, 40},    {&onu_srv_profile_node, 41}, {&trunk_node, 42},
         {&if_node, 43},           {&gpon_if_node, 47}, {&qinq_node, 107},           {&gpon_onu_node, 131},
@@ -95,21 +95,21 @@ TEST_F(CommandList, NodesHaveTheNumbersThatTheShellKnows) {
     EXPECT_EQ(IF_GPON_ONU_NODE, GPON_ONU_NODE);
 }
 
-TEST_F(CommandList, ServiceProfilesAreBelowTheProfilesAndAllOthersBelowTheConfiguration) {
+CLI_TEST(CommandList, ServiceProfilesAreBelowTheProfilesAndAllOthersBelowTheConfiguration) {
     EXPECT_EQ(onu_srv_profile_node.parent_node, GPON_NODE);
     for (const cmd_node* node :
          {&vlan_node, &gpon_node, &trunk_node, &if_node, &gpon_if_node, &qinq_node, &gpon_onu_node})
         EXPECT_EQ(node->parent_node, CONFIG_NODE) << node->name;
 }
 
-TEST_F(CommandList, NodesOfLaterUseAreNotInstalled) {
+CLI_TEST(CommandList, NodesOfLaterUseAreNotInstalled) {
     EXPECT_EQ(vector_lookup(cmdvec, RM_GPON_ONU_NODE), nullptr);
     EXPECT_EQ(vector_lookup(cmdvec, MCAST_VLAN_NODE), nullptr);
 }
 
 // A choice has one line for all its alternatives or one for each, so a line too few or too many shows as a
 // keyword in the place of a text.
-TEST_F(CommandList, EveryWordHasAHelpText) {
+CLI_TEST(CommandList, EveryWordHasAHelpText) {
     for (const Expected& command : expected) {
         for (const int node : nodes_that_have(command.syntax)) {
             const auto* owner =

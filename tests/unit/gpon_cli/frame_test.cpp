@@ -17,7 +17,7 @@ protected:
     }
 };
 
-TEST_F(Frame, GponEntersTheProfiles) {
+CLI_TEST(Frame, GponEntersTheProfiles) {
     FrrSession session(CONFIG_NODE);
     EXPECT_EQ(session.run("gpon"), CMD_SUCCESS);
     EXPECT_EQ(session.vty->node, GPON_NODE);
@@ -25,7 +25,7 @@ TEST_F(Frame, GponEntersTheProfiles) {
     EXPECT_EQ(session.output(), "");
 }
 
-TEST_F(Frame, PonPortsAndOnusAreEnteredByTheirIndexAsANumber) {
+CLI_TEST(Frame, PonPortsAndOnusAreEnteredByTheirIndexAsANumber) {
     add_interface("gpon-olt1/2");
     add_interface("gpon-onu1/2:128");
     FrrSession session(CONFIG_NODE);
@@ -38,7 +38,7 @@ TEST_F(Frame, PonPortsAndOnusAreEnteredByTheirIndexAsANumber) {
     EXPECT_EQ(session.output(), "");
 }
 
-TEST_F(Frame, UplinkPortsAreEnteredByTheirRecord) {
+CLI_TEST(Frame, UplinkPortsAreEnteredByTheirRecord) {
     const uif_t* port = add_interface("xe1/1");
     FrrSession session(CONFIG_NODE);
     EXPECT_EQ(session.run("interface xe1/1"), CMD_SUCCESS);
@@ -49,7 +49,7 @@ TEST_F(Frame, UplinkPortsAreEnteredByTheirRecord) {
     EXPECT_EQ(ifindex, port->ifindex);
 }
 
-TEST_F(Frame, TrunksAreEnteredByTheirRecord) {
+CLI_TEST(Frame, TrunksAreEnteredByTheirRecord) {
     FrrSession session(CONFIG_NODE);
     EXPECT_EQ(session.run("interface trunk16"), CMD_SUCCESS);
     EXPECT_EQ(session.vty->node, IF_TRUNK_NODE);
@@ -60,7 +60,7 @@ TEST_F(Frame, TrunksAreEnteredByTheirRecord) {
     EXPECT_EQ(session.vty->node, CONFIG_NODE);
 }
 
-TEST_F(Frame, AVlanInterfaceIsAnotherDaemonsAndTheNodeStays) {
+CLI_TEST(Frame, AVlanInterfaceIsAnotherDaemonsAndTheNodeStays) {
     add_interface("gpon-olt1/1");
     for (const int node : {static_cast<int>(CONFIG_NODE), static_cast<int>(IF_GPON_NODE)}) {
         FrrSession session(node);
@@ -72,7 +72,7 @@ TEST_F(Frame, AVlanInterfaceIsAnotherDaemonsAndTheNodeStays) {
     }
 }
 
-TEST_F(Frame, AnUnknownNameIsRefusedAndLogged) {
+CLI_TEST(Frame, AnUnknownNameIsRefusedAndLogged) {
     FrrSession session(IF_GPON_NODE);
     EXPECT_EQ(session.run("interface gpon-olt9/9"), CMD_WARNING);
     EXPECT_EQ(kavo_cmd_last_result(), 104001);
@@ -83,13 +83,13 @@ TEST_F(Frame, AnUnknownNameIsRefusedAndLogged) {
 
 // Nothing says that the system is up, so a saved configuration is being replayed and nobody reads the
 // answers.
-TEST_F(Frame, WhileTheSystemStartsAnUnknownNameIsLoggedByItself) {
+CLI_TEST(Frame, WhileTheSystemStartsAnUnknownNameIsLoggedByItself) {
     FrrSession session(CONFIG_NODE);
     session.run("interface gpon-olt9/9");
     EXPECT_THAT(log_.lines(), Contains("Interface[gpon-olt9/9] not exist"));
 }
 
-TEST_F(Frame, ANameOf21CharactersIsRefusedWhateverItSays) {
+CLI_TEST(Frame, ANameOf21CharactersIsRefusedWhateverItSays) {
     for (const char* name : {"gpon-onu1/1:123456789", "vlanif123456789012345", "trunk1234567890123456"}) {
         ASSERT_EQ(strlen(name), 21u);
         FrrSession session(CONFIG_NODE);
@@ -100,7 +100,7 @@ TEST_F(Frame, ANameOf21CharactersIsRefusedWhateverItSays) {
     EXPECT_EQ(session.run("interface vlanif12345678901234"), CMD_SUCCESS); // 20
 }
 
-TEST_F(Frame, ANameOf20CharactersIsLookedUp) {
+CLI_TEST(Frame, ANameOf20CharactersIsLookedUp) {
     add_interface("gpon-onu1/2:128");
     FrrSession session(CONFIG_NODE);
     EXPECT_EQ(session.run("interface gpon-onu1/2:000000128"), CMD_WARNING); // 21
@@ -112,7 +112,7 @@ TEST_F(Frame, ANameOf20CharactersIsLookedUp) {
     EXPECT_EQ(number_of(session), index_of("gpon-onu1/2:128"));
 }
 
-TEST_F(Frame, AShortenedNameFindsItsInterface) {
+CLI_TEST(Frame, AShortenedNameFindsItsInterface) {
     add_interface("gpon-olt1/2");
     FrrSession session(CONFIG_NODE);
     EXPECT_EQ(session.run("interface gp1/2"), CMD_SUCCESS);
@@ -120,7 +120,7 @@ TEST_F(Frame, AShortenedNameFindsItsInterface) {
     EXPECT_EQ(number_of(session), index_of("gpon-olt1/2"));
 }
 
-TEST_F(Frame, AVlanIsMadeAndEntered) {
+CLI_TEST(Frame, AVlanIsMadeAndEntered) {
     FrrSession session(CONFIG_NODE);
     EXPECT_EQ(session.run("vlan 4094"), CMD_SUCCESS);
     EXPECT_EQ(session.vty->node, VLAN_NODE);
@@ -130,19 +130,13 @@ TEST_F(Frame, AVlanIsMadeAndEntered) {
         EXPECT_EQ(FrrSession(CONFIG_NODE).run(line), CMD_ERR_NO_MATCH) << line;
 }
 
-TEST_F(Frame, ATextLineEndsAsTheTerminalWantsIt) {
+CLI_TEST(Frame, ATextLineEndsAsTheTerminalWantsIt) {
     FrrSession terminal(CONFIG_NODE, true);
     terminal.run("interface gpon-olt9/9");
     EXPECT_EQ(terminal.output(), "% Interface[gpon-olt9/9] not exist\r\n");
 }
 
-TEST_F(Frame, TextsOfTablesArePrintedAsFormats) {
-    FrrSession session(CONFIG_NODE);
-    EXPECT_EQ(gpon_cli_fail(session.vty, "%%Failed 100%% of %d%s", 5), 5);
-    EXPECT_EQ(session.output(), "%Failed 100% of %d\n");
-}
-
-TEST_F(Frame, DebugSwitchesAreSwitched) {
+CLI_TEST(Frame, DebugSwitchesAreSwitched) {
     FrrSession session(CONFIG_NODE);
     const struct {
         const char* line;
@@ -162,7 +156,7 @@ TEST_F(Frame, DebugSwitchesAreSwitched) {
     }
 }
 
-TEST_F(Frame, DriverCommandsAlwaysSucceed) {
+CLI_TEST(Frame, DriverCommandsAlwaysSucceed) {
     for (const int node : {static_cast<int>(CONFIG_NODE), static_cast<int>(GPON_NODE)}) {
         FrrSession session(node);
         EXPECT_EQ(session.run("drv-cmd show port 1 " + std::string(300, 'x')), CMD_SUCCESS);
@@ -170,7 +164,7 @@ TEST_F(Frame, DriverCommandsAlwaysSucceed) {
     }
 }
 
-TEST_F(Frame, CommandsOfOneNodeDontStandOnAnother) {
+CLI_TEST(Frame, CommandsOfOneNodeDontStandOnAnother) {
     const struct {
         int node;
         const char* line;
@@ -192,7 +186,7 @@ TEST_F(Frame, CommandsOfOneNodeDontStandOnAnother) {
     EXPECT_TRUE(app.calls.empty());
 }
 
-TEST_F(Frame, UnknownAmbiguousAndIncompleteLinesAreTold) {
+CLI_TEST(Frame, UnknownAmbiguousAndIncompleteLinesAreTold) {
     FrrSession session(IF_GPON_NODE);
     EXPECT_EQ(session.run("fec downstream maybe"), CMD_ERR_NO_MATCH);
     EXPECT_EQ(session.run("fec downstream"), CMD_ERR_INCOMPLETE);

@@ -40,7 +40,6 @@ protected:
     OnuReasonCli() {
         setenv("TZ", "UTC", 1);
         tzset();
-        initialize_table_sActiveAlarmTable_data();
         for (const char* name : {"gpon-olt1/2", "gpon-olt14/16", "gpon-onu1/2:7"})
             add_interface(name);
         uif_lookup_by_name("gpon-olt1/2")->flags = UIF_FLAG_UP;
@@ -48,11 +47,6 @@ protected:
             ov_slot_create(slot, 27, 1);
             ov_slot_set_connected(slot, 1);
         }
-    }
-    ~OnuReasonCli() override {
-        initialize_table_sActiveAlarmTable_data();
-        for (const uint32_t slot : {1u, 14u})
-            ov_slot_delete(slot);
     }
 
     static ov_sOnuTable_attr_t& add_enabled(int slot, int port, int onu) {
@@ -74,7 +68,7 @@ protected:
     FrrSession config_{CONFIG_NODE};
 };
 
-TEST_F(OnuReasonCli, OneLineForAnOnuWithWordsAndTimes) {
+CLI_TEST(OnuReasonCli, OneLineForAnOnuWithWordsAndTimes) {
     auto& up = add_enabled(1, 2, 1);
     up.sOnuTableOnuState = SONUTABLEONUSTATE_OPERATIONAL;
     auto& history = *active(sOnuHistoryTable_createEntry(1, 1, 2, 1));
@@ -89,7 +83,7 @@ TEST_F(OnuReasonCli, OneLineForAnOnuWithWordsAndTimes) {
                   "total 2\n");
 }
 
-TEST_F(OnuReasonCli, EveryNodeShowsWhatIsItsOwn) {
+CLI_TEST(OnuReasonCli, EveryNodeShowsWhatIsItsOwn) {
     for (const auto& [slot, port, onu] : {std::tuple{1, 2, 7}, std::tuple{1, 2, 8}, std::tuple{14, 16, 7}})
         add_enabled(slot, port, onu);
     const auto onus = [this](FrrSession& session, const char* line) {
@@ -105,7 +99,7 @@ TEST_F(OnuReasonCli, EveryNodeShowsWhatIsItsOwn) {
     EXPECT_THAT(onus(config_, "show interface gpon-onu1/2:7 onu reason"), ElementsAre("1/2:7"));
 }
 
-TEST_F(OnuReasonCli, ANameThatIsNeitherIsRefused) {
+CLI_TEST(OnuReasonCli, ANameThatIsNeitherIsRefused) {
     for (const char* line : {"show interface gpon-olt3/3 onu reason",
                              "show interface gpon-onu1/2:7 onu 7 reason", "show interface xe1/1 onu reason"})
         EXPECT_THAT(run(enable_, line, 104001), EndsWith(" is not a PON port\n")) << line;
@@ -113,7 +107,7 @@ TEST_F(OnuReasonCli, ANameThatIsNeitherIsRefused) {
                 EndsWith("% nonsense is not a PON port\n"));
 }
 
-TEST_F(OnuReasonCli, AlarmsHaveTheNameOfTheirSourceAndTheirAge) {
+CLI_TEST(OnuReasonCli, AlarmsHaveTheNameOfTheirSourceAndTheirAge) {
     const mib_ulong now = get_local_time();
     char since[32];
     const auto begin = static_cast<time_t>(now - (3 * 86400 + 2 * 3600 + 59));
@@ -136,7 +130,7 @@ TEST_F(OnuReasonCli, AlarmsHaveTheNameOfTheirSourceAndTheirAge) {
     EXPECT_THAT(text, EndsWith("total 3\n"));
 }
 
-TEST_F(OnuReasonCli, AlarmsAreFilteredByPortAndOnu) {
+CLI_TEST(OnuReasonCli, AlarmsAreFilteredByPortAndOnu) {
     const ov_ifindex_t uni = ov_ifindex_gen_by_extendinfo(PORT_TYPE_GPON_ONU_UNI, 1, 1, 0, 2, 7, 1, 1, 1);
     for (const ov_ifindex_t source :
          {index_of("gpon-olt1/2"), index_of("gpon-onu1/2:7"), index_of("gpon-onu1/2:8"),

@@ -8,20 +8,24 @@ namespace {
 class OnuSettings : public OnuCli {
 protected:
     OnuSettings() {
+        add_port(1, 2);
         add_onu(1, 2, 7);
-        for (const char* name : {"car1", "car2"})
-            set(active(sRmTrafficProfileTable_createEntry(static_cast<mib_ulong>(name[3])))
-                    ->sRmTrafficProfileName,
-                name);
+        add_profile(5, "five", "KLM-618");
+        add_traffic("car1");
+        add_traffic("car2");
     }
 
     // A GEM port for service ports, and a service port.
     static void add_gem(int slot = 1, int port = 2, int onu = 7) {
-        sTcontTable_createEntry(1, slot, port, onu, 1)->sTcontTableRowStatus = OVRA_ACTIVE;
-        sGemTable_createEntry(1, slot, port, onu, 1)->sGemTableRowStatus = OVRA_ACTIVE;
+        add_tcont(1, slot, port, onu);
+        active(sGemTable_createEntry(1, slot, port, onu, 1))->sGemTableTcontID = 1;
     }
     static void add_service_port(int slot = 1, int port = 2, int onu = 7) {
-        servicePortTable_createEntry(1, slot, port, onu, 1)->servicePortRowStatus = OVRA_ACTIVE;
+        active(servicePortTable_createEntry(1, slot, port, onu, 1))->servicePortGemId = 1;
+    }
+    static void add_tcont(unsigned id, int slot = 1, int port = 2, int onu = 7) {
+        add_bandwidth("gold");
+        set(active(sTcontTable_createEntry(1, slot, port, onu, id))->sTcontTableBwProfileName, "gold");
     }
 };
 
@@ -32,7 +36,7 @@ struct Number {
     const char* failure;
 };
 
-TEST_F(OnuSettings, EachWritesItsColumn) {
+CLI_TEST(OnuSettings, EachWritesItsColumn) {
     const Number numbers[] = {
         {"active", 10, 1, "%Failed to active onu\n"},
         {"deactive", 10, 0, "%Failed to deactive onu\n"},
@@ -49,63 +53,65 @@ TEST_F(OnuSettings, EachWritesItsColumn) {
         EXPECT_EQ(run(onu_, number.line), "");
         EXPECT_EQ(app.calls, Calls{"onu_edit"});
         EXPECT_EQ(app.columns, Columns{number.column}) << number.line;
-        EXPECT_EQ(record_get<mib_long>(&onu_app.onu,
+        EXPECT_EQ(record_get<mib_long>(&app.onu,
                                        table_desc_sOnuTable.column(static_cast<int>(number.column))->offset),
                   number.value)
             << number.line;
-        EXPECT_EQ(std::tie(onu_app.onu.shelfID, onu_app.onu.slotID, onu_app.onu.portID, onu_app.onu.onuId),
+        EXPECT_EQ(std::tie(app.onu.shelfID, app.onu.slotID, app.onu.portID, app.onu.onuId),
                   std::make_tuple(1, 1, 2, 7));
-        app.answer = 1003;
+        app.refuses = true;
         EXPECT_EQ(run(onu_, number.line, 104006), number.failure);
     }
 }
 
-TEST_F(OnuSettings, NamesAndSplittersHaveUpTo32Characters) {
+CLI_TEST(OnuSettings, NamesAndSplittersHaveUpTo32Characters) {
     const std::string longest(32, 'n');
     run(onu_, "name " + longest);
-    EXPECT_EQ(onu_app.onu.sOnuTableOnuName, longest);
+    EXPECT_EQ(app.onu.sOnuTableOnuName, longest);
     EXPECT_EQ(app.columns, Columns{3});
     run(onu_, "splitter " + longest);
-    EXPECT_EQ(onu_app.onu.sOnuTableSplitterNumber, longest);
+    EXPECT_EQ(app.onu.sOnuTableSplitterNumber, longest);
     EXPECT_EQ(app.columns, Columns{16});
     app.calls.clear();
     EXPECT_EQ(run(onu_, "name n" + longest, 104006), "%Bad name length\n");
     EXPECT_EQ(run(onu_, "splitter n" + longest, 104006), "%Bad SplitterNumber length\n");
     EXPECT_EQ(app.calls, Calls{});
     run(onu_, "no name");
-    EXPECT_STREQ(onu_app.onu.sOnuTableOnuName, "gpon-onu1/2:7");
+    EXPECT_STREQ(app.onu.sOnuTableOnuName, "gpon-onu1/2:7");
     run(onu_, "no splitter");
-    EXPECT_STREQ(onu_app.onu.sOnuTableSplitterNumber, "");
+    EXPECT_STREQ(app.onu.sOnuTableSplitterNumber, "");
     EXPECT_EQ(app.columns, Columns{16});
-    app.answer = 1003;
+    app.refuses = true;
     EXPECT_EQ(run(onu_, "name x", 104006), "%Failed to set onu name\n");
     EXPECT_EQ(run(onu_, "no name", 104006), "%Failed to no onu name\n");
     EXPECT_EQ(run(onu_, "splitter x", 104006), "%Failed to set onu SplitterNumber\n");
     EXPECT_EQ(run(onu_, "no splitter", 104006), "%Failed to no onu SplitterNumber\n");
 }
 
-TEST_F(OnuSettings, ATcontHasAProfileAndPerhapsAName) {
+CLI_TEST(OnuSettings, ATcontHasAProfileAndPerhapsAName) {
+    add_bandwidth(std::string(64, 'p').c_str());
+    add_bandwidth("gold");
     for (FrrSession* session : {&onu_, &profile_}) {
         run(*session, "tcont 8 profile " + std::string(64, 'p'));
-        EXPECT_EQ(app.columns, Columns{5});
-        EXPECT_EQ(onu_app.tcont.sTcontTableBwProfileName, std::string(64, 'p'));
+        EXPECT_THAT(app.columns, written({5}));
+        EXPECT_EQ(app.tcont.sTcontTableBwProfileName, std::string(64, 'p'));
         run(*session, "tcont 1 profile gold name " + std::string(32, 'n'));
-        EXPECT_EQ(app.columns, (Columns{3, 5}));
-        EXPECT_EQ(onu_app.tcont.sTcontTableTcontName, std::string(32, 'n'));
-        EXPECT_EQ(onu_app.tcont.tcontId, 1u);
+        EXPECT_THAT(app.columns, written({3, 5}));
+        EXPECT_EQ(app.tcont.sTcontTableTcontName, std::string(32, 'n'));
+        EXPECT_EQ(app.tcont.tcontId, 1u);
         run(*session, "no tcont 8");
-        EXPECT_EQ(onu_app.tcont.tcontId, 8u);
+        EXPECT_EQ(app.tcont.tcontId, 8u);
     }
-    EXPECT_EQ(onu_app.tcont.slotID, 31); // the last was of the service profile
-    EXPECT_EQ(onu_app.tcont.portID, 15);
-    EXPECT_EQ(onu_app.tcont.onuId, 5);
+    EXPECT_EQ(app.tcont.slotID, 31); // the last was of the service profile
+    EXPECT_EQ(app.tcont.portID, 15);
+    EXPECT_EQ(app.tcont.onuId, 5);
     EXPECT_EQ(app.calls,
               (Calls{"tcont_add", "tcont_add", "tcont_del", "tcont_add", "tcont_add", "tcont_del"}));
     app = {};
     EXPECT_EQ(run(onu_, "tcont 2 profile " + std::string(65, 'p'), 104006), "%Bad profile name length\n");
     EXPECT_EQ(run(onu_, "tcont 2 profile p name " + std::string(33, 'n'), 104006), "%Bad name length\n");
     EXPECT_EQ(app.calls, Calls{});
-    app.answer = 1003;
+    app.refuses = true;
     EXPECT_EQ(run(onu_, "tcont 3 profile p", 104006), "%Failed to create tcont:3\n");
     EXPECT_EQ(run(onu_, "no tcont 3", 104006), "%Failed to delete tcont:3\n");
 }
@@ -131,46 +137,48 @@ const Gem gems[] = {
     {" name hsi gem-car car1 gem-car-ds car2", {4, 5, 13, 14}, "hsi", 0, "car1", "car2"},
 };
 
-TEST_F(OnuSettings, EachFormOfAGemPortWritesWhatItsWordsName) {
+CLI_TEST(OnuSettings, EachFormOfAGemPortWritesWhatItsWordsName) {
+    add_tcont(8);
+    add_tcont(8, 31, 15, 5);
     for (FrrSession* session : {&onu_, &profile_})
         for (const Gem& gem : gems) {
             EXPECT_EQ(run(*session, std::string("gemport 30 tcont 8") + gem.words), "");
             EXPECT_EQ(app.calls.back(), "gemport_add");
-            EXPECT_EQ(app.columns, gem.columns) << gem.words;
-            EXPECT_EQ(onu_app.gem.gemID, 30u);
-            EXPECT_EQ(onu_app.gem.sGemTableTcontID, 8u);
-            EXPECT_STREQ(onu_app.gem.sGemTableGemName, gem.name);
-            EXPECT_EQ(onu_app.gem.sGemTableUpQueueMapID, gem.queue);
-            EXPECT_STREQ(onu_app.gem.sGemTableUpTrafficName, gem.up);
-            EXPECT_STREQ(onu_app.gem.sGemTableDownTrafficName, gem.down);
+            EXPECT_THAT(app.columns, written(gem.columns)) << gem.words;
+            EXPECT_EQ(app.gem.gemID, 30u);
+            EXPECT_EQ(app.gem.sGemTableTcontID, 8u);
+            EXPECT_STREQ(app.gem.sGemTableGemName, gem.name);
+            EXPECT_EQ(app.gem.sGemTableUpQueueMapID, gem.queue);
+            EXPECT_STREQ(app.gem.sGemTableUpTrafficName, gem.up);
+            EXPECT_STREQ(app.gem.sGemTableDownTrafficName, gem.down);
             run(*session, "no gemport 30");
         }
 }
 
-TEST_F(OnuSettings, AGemPortIsRefusedByItsWords) {
+CLI_TEST(OnuSettings, AGemPortIsRefusedByItsWords) {
     EXPECT_EQ(run(onu_, "gemport 1 tcont 1 name " + std::string(33, 'n'), 104006), "%Bad GEM name length\n");
     EXPECT_EQ(run(onu_, "gemport 1 tcont 1 gem-car none", 104001), "%No profile name \n");
     EXPECT_EQ(run(onu_, "gemport 1 tcont 1 gem-car car1 gem-car-ds none", 104001), "%No profile name \n");
     EXPECT_EQ(run(onu_, "gemport 1 tcont 1 gem-car car" + std::string(30, 'p'), 104006),
               "%Too long length of profile name\n");
     EXPECT_EQ(app.calls, Calls{});
-    app.answer = 1003;
+    app.refuses = true;
     EXPECT_EQ(run(onu_, "gemport 1 tcont 1", 104006), "%Faild to add GEM: 1\n");
     EXPECT_EQ(run(onu_, "no gemport 30", 104006), "%Faild to delete GEM: 30\n");
 }
 
-TEST_F(OnuSettings, EncryptionAndRecordingOfAGemPortAreSwitched) {
+CLI_TEST(OnuSettings, EncryptionAndRecordingOfAGemPortAreSwitched) {
     add_gem();
     run(onu_, "gemport 1 encryption  enable");
     EXPECT_EQ(app.columns, Columns{10});
-    EXPECT_EQ(onu_app.gem.sGemTableIfEnableEncryption, 1);
+    EXPECT_EQ(app.gem.sGemTableIfEnableEncryption, 1);
     run(onu_, "gemport 1 pm enable");
     EXPECT_EQ(app.columns, Columns{11});
-    EXPECT_EQ(onu_app.gem.sGemTablePmEnable, 1);
-    app.answer = 1003;
+    EXPECT_EQ(app.gem.sGemTablePmEnable, 1);
+    app.refuses = true;
     EXPECT_EQ(run(onu_, "gemport 1 encryption dis", 104006), "%Failed to set gemport encryption disable\n");
     EXPECT_EQ(run(onu_, "gemport 1 pm disable", 104006), "%Failed to set gemport pm \n");
-    EXPECT_EQ(onu_app.gem.sGemTablePmEnable, 0);
+    EXPECT_EQ(app.gem.sGemTablePmEnable, 0);
 }
 
 struct Service {
@@ -196,7 +204,7 @@ const Service services[] = {
     {" user-vlan all vlan-add 100 priority 6", {{2, 1}, {3, 100}, {7, 7}, {8, 6}, {10, 2}}},
 };
 
-TEST_F(OnuSettings, EachFormOfAServicePortWritesWhatItsWordsName) {
+CLI_TEST(OnuSettings, EachFormOfAServicePortWritesWhatItsWordsName) {
     add_gem();
     add_gem(31, 15, 5);
     for (FrrSession* session : {&onu_, &profile_})
@@ -207,53 +215,54 @@ TEST_F(OnuSettings, EachFormOfAServicePortWritesWhatItsWordsName) {
             for (const auto& [column, value] : service.columns) {
                 columns.push_back(column);
                 EXPECT_EQ(record_get<mib_long>(
-                              &onu_app.service_port,
+                              &app.service_port,
                               table_desc_servicePortTable.column(static_cast<int>(column))->offset),
                           value)
                     << service.words << ", column " << column;
             }
-            EXPECT_EQ(app.columns, columns) << service.words;
+            EXPECT_THAT(app.columns, written(columns)) << service.words;
             run(*session, "no service-port 32");
         }
 }
 
-TEST_F(OnuSettings, AServicePortNeedsItsGemPort) {
+CLI_TEST(OnuSettings, AServicePortNeedsItsGemPort) {
     EXPECT_EQ(run(onu_, "service-port 1 gemport 1", 104001), "%Could not find gemport: 1\n");
     add_gem();
     EXPECT_EQ(run(onu_, "service-port 1 gemport 2", 104001), "%Could not find gemport: 2\n");
     EXPECT_EQ(run(profile_, "service-port 1 gemport 1", 104001), "%Could not find gemport: 1\n");
-    app.answer = 1003;
+    app.refuses = true;
     EXPECT_EQ(run(onu_, "service-port 1 gemport 1", 104006), "%Could not assign service port: 1\n");
 }
 
-TEST_F(OnuSettings, AServicePortThatIsThereIsChanged) {
+CLI_TEST(OnuSettings, AServicePortThatIsThereIsChanged) {
     for (const char* line : {"service-port 1 mac-limit 0", "service-port 1 mac-move enable",
                              "service-port 1 queue 1", "no service-port 1"})
         EXPECT_EQ(run(onu_, line, 104001), "%Could not find service port: 1\n") << line;
     EXPECT_EQ(app.calls, Calls{});
+    add_gem();
     add_service_port();
     run(onu_, "service-port 1 mac-limit 4095");
     EXPECT_EQ(app.columns, Columns{19});
-    EXPECT_EQ(onu_app.service_port.servicePortMacLimit, 4095);
+    EXPECT_EQ(app.service_port.servicePortMacLimit, 4095);
     run(onu_, "service-port 1 mac-move disable");
     EXPECT_EQ(app.columns, Columns{18});
-    EXPECT_EQ(onu_app.service_port.servicePortMacmove, 0);
+    EXPECT_EQ(app.service_port.servicePortMacmove, 0);
     run(onu_, "service-port 1 mac-move enable");
-    EXPECT_EQ(onu_app.service_port.servicePortMacmove, 1);
+    EXPECT_EQ(app.service_port.servicePortMacmove, 1);
     run(onu_, "service-port 1 queue 7");
     EXPECT_EQ(app.columns, (Columns{12, 14}));
-    EXPECT_EQ(onu_app.service_port.servicePortQueue, 7);
-    EXPECT_EQ(onu_app.service_port.servicePortQueueSelectMode, 1);
+    EXPECT_EQ(app.service_port.servicePortQueue, 7);
+    EXPECT_EQ(app.service_port.servicePortQueueSelectMode, 1);
     run(onu_, "service-port 1 queue default");
-    EXPECT_EQ(onu_app.service_port.servicePortQueue, 0);
-    EXPECT_EQ(onu_app.service_port.servicePortQueueSelectMode, 1);
-    app.answer = 1003;
+    EXPECT_EQ(app.service_port.servicePortQueue, 0);
+    EXPECT_EQ(app.service_port.servicePortQueueSelectMode, 1);
+    app.refuses = true;
     for (const char* line : {"service-port 1 mac-limit 0", "service-port 1 mac-move enable",
                              "service-port 1 queue 1", "no service-port 1"})
         EXPECT_EQ(run(onu_, line, 104006), "%Could not set service port: 1\n") << line;
 }
 
-TEST_F(OnuSettings, WhatIsOfAnOnuAloneIsNoCommandOfAProfile) {
+CLI_TEST(OnuSettings, WhatIsOfAnOnuAloneIsNoCommandOfAProfile) {
     for (const char* line :
          {"active", "deactive", "name x", "no name", "splitter x", "no splitter", "fec upstream enable",
           "pm enable", "onu-rssi-profile 1", "service-port 1 queue 1", "qos-onu-weight 1"})
@@ -261,7 +270,7 @@ TEST_F(OnuSettings, WhatIsOfAnOnuAloneIsNoCommandOfAProfile) {
     EXPECT_EQ(app.calls, Calls{});
 }
 
-TEST_F(OnuSettings, QualityOfServiceIsRefusedWithoutItsModule) {
+CLI_TEST(OnuSettings, QualityOfServiceIsRefusedWithoutItsModule) {
     add_interface("gpon-onu1/2:7");
     add_interface("gpon-olt1/2");
     EXPECT_EQ(run(onu_, "qos-onu-bandwidth min 0 max 10000000", 104006), "%Failed to set bandwidth\n");

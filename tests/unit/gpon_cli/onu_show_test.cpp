@@ -43,7 +43,7 @@ protected:
 };
 using Places = std::vector<std::string>;
 
-TEST_F(OnuShow, StatesStandBelowTheirHeadings) {
+CLI_TEST(OnuShow, StatesStandBelowTheirHeadings) {
     add_full_onu(14, 16, 128);
     EXPECT_EQ(run(enable_, "show onu status"),
               "\n"
@@ -56,7 +56,7 @@ TEST_F(OnuShow, StatesStandBelowTheirHeadings) {
                   "total 1\n");
 }
 
-TEST_F(OnuShow, StatesAndAuthenticationsAreShownAsWordsAndNumbersWithoutOne) {
+CLI_TEST(OnuShow, StatesAndAuthenticationsAreShownAsWordsAndNumbersWithoutOne) {
     const char* states[] = {"init", "added", "authpass", "operational", "4"};
     const char* auths[] = {"sn", "pw", "snpw", "loid", "6"};
     for (int i = 0; i < 5; i++) {
@@ -73,12 +73,12 @@ TEST_F(OnuShow, StatesAndAuthenticationsAreShownAsWordsAndNumbersWithoutOne) {
     EXPECT_EQ(shown.back(), "total 5");
 }
 
-TEST_F(OnuShow, ATextThatWouldUpsetATerminalIsShownWithoutThat) {
+CLI_TEST(OnuShow, ATextThatWouldUpsetATerminalIsShownWithoutThat) {
     set(add_full_onu(1, 2, 1).sOnuTableOnuName, "a\x1b[2J\nb");
     EXPECT_THAT(run(port_, "show onu status"), testing::HasSubstr(" a?[2J?b"));
 }
 
-TEST_F(OnuShow, APortShowsItsOwnOnusAndOtherNodesAll) {
+CLI_TEST(OnuShow, APortShowsItsOwnOnusAndOtherNodesAll) {
     add_onu(1, 1, 7);
     add_onu(1, 2, 7);
     add_onu(1, 2, 128);
@@ -98,7 +98,7 @@ TEST_F(OnuShow, APortShowsItsOwnOnusAndOtherNodesAll) {
     EXPECT_EQ(port_.run("show onu 129 status"), CMD_ERR_NO_MATCH);
 }
 
-TEST_F(OnuShow, ANameThatIsNoPonPortIsRefused) {
+CLI_TEST(OnuShow, ANameThatIsNoPonPortIsRefused) {
     for (const char* name : {"gpon-olt3/3", "gpon-onu1/2:7", "nonsense"})
         for (const char* what : {"onu status", "onu unconfig", "onu 1 status"}) {
             const std::string text = run(port_, std::string("show interface ") + name + " " + what, 104001);
@@ -108,7 +108,7 @@ TEST_F(OnuShow, ANameThatIsNoPonPortIsRefused) {
         }
 }
 
-TEST_F(OnuShow, AFilterLooksForATextInAColumn) {
+CLI_TEST(OnuShow, AFilterLooksForATextInAColumn) {
     set(add_onu(1, 1, 1).sOnuTableSn, "ABCD000000ff");
     set(add_onu(1, 1, 2).sOnuTablePw, "secret");
     set(add_onu(1, 2, 3).sOnuTableLoid, "Customer");
@@ -126,7 +126,7 @@ TEST_F(OnuShow, AFilterLooksForATextInAColumn) {
     EXPECT_EQ(onus(port_, "show onu filter sn ABCD"), Places{});
 }
 
-TEST_F(OnuShow, OnusThatAreNotConfiguredAreListedWithWhatTheyRegisteredAs) {
+CLI_TEST(OnuShow, OnusThatAreNotConfiguredAreListedWithWhatTheyRegisteredAs) {
     auto& row = *active(sOnuInitTable_createEntry(1, 1, 2, 1));
     set(row.sOnuInitTableSn, "ABCD000000ff");
     set(row.sOnuInitTableLoid, "customer");
@@ -140,7 +140,7 @@ TEST_F(OnuShow, OnusThatAreNotConfiguredAreListedWithWhatTheyRegisteredAs) {
     EXPECT_EQ(run(port_, "show interface gpon-olt14/16 onu unconfig"), head + second + "total 1\n");
 }
 
-TEST_F(OnuShow, HistoryIsOneLineForAnOnu) {
+CLI_TEST(OnuShow, HistoryIsOneLineForAnOnu) {
     setenv("TZ", "UTC", 1);
     tzset();
     auto& row = *active(sOnuHistoryTable_createEntry(1, 1, 2, 128));
@@ -164,24 +164,28 @@ TEST_F(OnuShow, HistoryIsOneLineForAnOnu) {
     EXPECT_EQ(onus(enable_, "show onu history"), (Places{"1/2:128", "14/16:1"}));
 }
 
-TEST_F(OnuShow, ReadingsOfAnOnu) {
+CLI_TEST(OnuShow, ReadingsOfAnOnu) {
     EXPECT_EQ(run(config_, "show distance gpon-olt1/2 onu 7", 104001), "%Onu 7 not exist\n");
     EXPECT_EQ(run(port_, "show optical module rxpower onuid 128", 104001), "%Onu 128 not exist\n");
     EXPECT_EQ(run(config_, "show distance gpon-onu1/2:7 onu 7", 104001),
               "% gpon-onu1/2:7 is not a PON port\n");
     add_onu(1, 2, 7);
     EXPECT_EQ(run(config_, "show distance gpon-olt1/2 onu 7", 104006), "%Failed to get port info \n");
-    auto& row = *active(sOnuExtendInfoTable_createEntry(1, 1, 2, 7));
-    row.sOnuExtendInfoRowStatus = OVRA_ACTIVE;
-    row.sOnuExtendInfoPhysicalDistance = 4000000000u;
-    row.sOnuExtendInfoOltRxPower = -2150;
-    EXPECT_EQ(run(config_, "show distance gpon-olt1/2 onu 7"),
-              "\nonu          distance\n1/2:7      4000000000\n");
+    active(sOnuExtendInfoTable_createEntry(1, 3, 2, 7));
+    add_onu(3, 2, 7).sOnuTableOnuState = SONUTABLEONUSTATE_OPERATIONAL;
+    add_interface("gpon-olt3/2");
+    ov_gpon_onu_attr_t record = {};
+    record.phyDistance = 4000000000u;
+    record.oltRxPw = -2150;
+    chassis_.card_reads(OV_HAL_MSG_GPON_ONU, record);
+    stand_on(port_, IF_GPON_NODE, "gpon-olt3/2");
+    EXPECT_EQ(run(config_, "show distance gpon-olt3/2 onu 7"),
+              "\nonu          distance\n3/2:7      4000000000\n");
     EXPECT_EQ(run(port_, "show optical module rxpower onuid 7"),
-              "\nonu          rx power\n1/2:7           -2150\n");
+              "\nonu          rx power\n3/2:7           -2150\n");
 }
 
-TEST_F(OnuShow, ServicePortsOfAnOnu) {
+CLI_TEST(OnuShow, ServicePortsOfAnOnu) {
     auto& first = *active(servicePortTable_createEntry(1, 1, 2, 7, 1));
     first.servicePortGemId = 30;
     first.servicePortVlanAction = SERVICEPORTVLANACTION_ALLTRANSPARENT;

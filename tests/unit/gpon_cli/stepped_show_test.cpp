@@ -33,7 +33,7 @@ protected:
     }
 };
 
-TEST_F(SteppedShow, PassesOverOnusThatWaitUnlessTheReasonIsAskedFor) {
+CLI_TEST(SteppedShow, PassesOverOnusThatWaitUnlessTheReasonIsAskedFor) {
     for (int onu = 1; onu <= 128; onu++) {
         ov_sOnuTable_attr_t key = {};
         table_of<ov_sOnuTable_attr_t>::module().set_index_at(&key, 1, 1, 1, onu);
@@ -48,7 +48,7 @@ TEST_F(SteppedShow, PassesOverOnusThatWaitUnlessTheReasonIsAskedFor) {
     EXPECT_NE(reasons.find("total " + std::to_string(kPorts * 128)), std::string::npos);
 }
 
-TEST_F(SteppedShow, PrintsWhatItWouldAtOnce) {
+CLI_TEST(SteppedShow, PrintsWhatItWouldAtOnce) {
     FrrShell shell;
     for (const char* line : {"show onu status", "show onu reason", "show onu history", "show onu unconfig",
                              "show onu filter name HOUSE", "show onu status | include 1/1:1"})
@@ -56,7 +56,7 @@ TEST_F(SteppedShow, PrintsWhatItWouldAtOnce) {
     EXPECT_TRUE(at_once("show onu status").ends_with("\ntotal 1280\n"));
 }
 
-TEST_F(SteppedShow, AnotherOperatorIsAnsweredBetweenTheSteps) {
+CLI_TEST(SteppedShow, AnotherOperatorIsAnsweredBetweenTheSteps) {
     for (const char* line : {"show onu status", "show onu reason", "show onu history", "show onu unconfig",
                              "show onu filter name nobody | include total"}) {
         FrrShell shell, other;
@@ -69,7 +69,7 @@ TEST_F(SteppedShow, AnotherOperatorIsAnsweredBetweenTheSteps) {
     }
 }
 
-TEST_F(SteppedShow, OnusMayGoAndComeBetweenTheSteps) {
+CLI_TEST(SteppedShow, OnusMayGoAndComeBetweenTheSteps) {
     FrrShell shell;
     shell.send_lines({"show onu status"});
     EXPECT_FALSE(shell.has_begun_and_is_whole());
@@ -85,7 +85,7 @@ TEST_F(SteppedShow, OnusMayGoAndComeBetweenTheSteps) {
     EXPECT_THAT(text, testing::EndsWith("\ntotal 1153\n"));
 }
 
-TEST_F(SteppedShow, ItEndsWhereTheRowsOfAPortEnd) {
+CLI_TEST(SteppedShow, ItEndsWhereTheRowsOfAPortEnd) {
     FrrShell shell;
     for (const char* port : {"gpon-olt1/2", "gpon-olt14/16"}) {
         add_interface(port);
@@ -96,7 +96,7 @@ TEST_F(SteppedShow, ItEndsWhereTheRowsOfAPortEnd) {
     EXPECT_TRUE(at_once("show interface gpon-olt14/16 onu status").ends_with("\ntotal 0\n"));
 }
 
-TEST_F(SteppedShow, AClosedSessionEndsIt) {
+CLI_TEST(SteppedShow, AClosedSessionEndsIt) {
     FrrShell other;
     {
         FrrShell shell;

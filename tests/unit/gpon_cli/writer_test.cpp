@@ -20,35 +20,14 @@ protected:
         EXPECT_EQ(session.run(form), CMD_SUCCESS) << form;
         return session.output();
     }
-    static ov_sBWProfileTable_attr_t& add_bandwidth(const char* name, int type) {
-        auto& row =
-            *active(sBWProfileTable_createEntry(static_cast<mib_ulong>(BKDRHash(name, int(strlen(name))))));
-        snprintf(row.sBWProfileTableBwProfileName, sizeof(row.sBWProfileTableBwProfileName), "%s", name);
-        row.sBWProfileTableType = type;
-        row.sBWProfileTableFixBw = 251;
-        row.sBWProfileTableAssBw = 252;
-        row.sBWProfileTableMaxBw = 503;
-        return row;
-    }
-    static ov_sOnuTypeProfileTable_attr_t& add_onutype(const char* name) {
-        auto& row = *active(
-            sOnuTypeProfileTable_createEntry(static_cast<mib_ulong>(BKDRHash(name, int(strlen(name))))));
-        snprintf(row.onuTypeProfileName, 33, "%s", name);
-        row.sOnuTypeProfileTableEthNum = 4;
-        row.sOnuTypeProfileTablePotsNum = 2;
-        row.sOnuTypeProfileTableCardNum = 1;
-        row.sOnuTypeProfileTableUpQueueNum = 8;
-        row.sOnuTypeProfileTableDwnQueueNum = 8;
-        return row;
-    }
 };
 
-TEST_F(Writer, AnEmptySystemHasTheHeadOfTheProfiles) {
+CLI_TEST(Writer, AnEmptySystemHasTheHeadOfTheProfiles) {
     EXPECT_EQ(write(), "gpon\n!\n");
     EXPECT_EQ(write("write file"), "gpon\n!\n");
 }
 
-TEST_F(Writer, BlocksComeInTheOrderOfTheNodes) {
+CLI_TEST(Writer, BlocksComeInTheOrderOfTheNodes) {
     add_profile(5, "five", "KLM-618");
     add_port(1, 2);
     add_onu(1, 2, 7);
@@ -65,14 +44,14 @@ TEST_F(Writer, BlocksComeInTheOrderOfTheNodes) {
                        "!\n");
 }
 
-TEST_F(Writer, LinesEndAsTheTerminalWantsIt) {
+CLI_TEST(Writer, LinesEndAsTheTerminalWantsIt) {
     add_bandwidth("gold", 4);
     FrrSession terminal(GPON_NODE, true);
     terminal.run("write terminal current");
     EXPECT_EQ(terminal.output(), "gpon\r\n profile bandwidth gold maximum 503\r\n!\r\n");
 }
 
-TEST_F(Writer, BandwidthProfilesAreWrittenInTheFormOfTheirType) {
+CLI_TEST(Writer, BandwidthProfilesAreWrittenInTheFormOfTheirType) {
     add_bandwidth("a", 1);
     add_bandwidth("b", 2);
     add_bandwidth("c", 3);
@@ -90,7 +69,7 @@ TEST_F(Writer, BandwidthProfilesAreWrittenInTheFormOfTheirType) {
               "!\n");
 }
 
-TEST_F(Writer, OnuTypesAreWrittenInTheShortestFormThatSaysAll) {
+CLI_TEST(Writer, OnuTypesAreWrittenInTheShortestFormThatSaysAll) {
     add_onutype("a");
     add_onutype("b").sOnuTypeProfileTableDwnQueueNum = 4;
     add_onutype("c").sOnuTypeProfileTableCardNum = 3;
@@ -109,7 +88,7 @@ TEST_F(Writer, OnuTypesAreWrittenInTheShortestFormThatSaysAll) {
               "!\n");
 }
 
-TEST_F(Writer, TrafficProfilesAreWrittenButTheDefaultOne) {
+CLI_TEST(Writer, TrafficProfilesAreWrittenButTheDefaultOne) {
     for (const char* name : {"default", "car"}) {
         auto& row = *active(sRmTrafficProfileTable_createEntry(static_cast<mib_ulong>(name[0])));
         snprintf(row.sRmTrafficProfileName, 33, "%s", name);
@@ -123,7 +102,7 @@ TEST_F(Writer, TrafficProfilesAreWrittenButTheDefaultOne) {
 }
 
 // What is left out: a replay ends the block at the first line that is refused.
-TEST_F(Writer, AProfileThatNoCommandMakesHasNoLineAndTheLogSaysSo) {
+CLI_TEST(Writer, AProfileThatNoCommandMakesHasNoLineAndTheLogSaysSo) {
     using Bandwidth = ov_sBWProfileTable_attr_t;
     const struct {
         int type;
@@ -165,7 +144,7 @@ TEST_F(Writer, AProfileThatNoCommandMakesHasNoLineAndTheLogSaysSo) {
             << what;
 }
 
-TEST_F(Writer, ATrafficProfileThatNoCommandMakesHasNoLine) {
+CLI_TEST(Writer, ATrafficProfileThatNoCommandMakesHasNoLine) {
     using Traffic = ov_sRmTrafficProfileTable_attr_t;
     auto& row = *active(sRmTrafficProfileTable_createEntry(1));
     snprintf(row.sRmTrafficProfileName, 33, "car");
@@ -190,7 +169,7 @@ TEST_F(Writer, ATrafficProfileThatNoCommandMakesHasNoLine) {
 }
 
 // A manager may write any text; replayed, this one would be two commands.
-TEST_F(Writer, ATextThatIsNoWordIsNotWritten) {
+CLI_TEST(Writer, ATextThatIsNoWordIsNotWritten) {
     add_bandwidth("evil\n no onu 1", 4);
     add_bandwidth("two words", 4);
     add_bandwidth("", 4);
@@ -202,7 +181,7 @@ TEST_F(Writer, ATextThatIsNoWordIsNotWritten) {
 }
 
 // "| " starts an output filter; a bar elsewhere is a character like any other, which operators may type.
-TEST_F(Writer, ABarInANameIsWrittenUnlessItWouldStartAFilter) {
+CLI_TEST(Writer, ABarInANameIsWrittenUnlessItWouldStartAFilter) {
     add_bandwidth("up|down", 4);
     add_bandwidth("up|", 4);
     add_bandwidth("|", 4);
@@ -210,17 +189,17 @@ TEST_F(Writer, ABarInANameIsWrittenUnlessItWouldStartAFilter) {
               "gpon\n profile bandwidth up|down maximum 503\n!\n");
 }
 
-TEST_F(Writer, AProfileCalledByItsIdHasNoNameToWrite) {
+CLI_TEST(Writer, AProfileCalledByItsIdHasNoNameToWrite) {
     add_profile(5, "5", "KLM-618");
     EXPECT_EQ(write(), "gpon\n!\nonu-srvprofile profile-id 5 onu-type KLM-618\n!\n");
 }
 
-TEST_F(Writer, APortAtItsDefaultsHasOnlyItsHead) {
+CLI_TEST(Writer, APortAtItsDefaultsHasOnlyItsHead) {
     add_port(1, 1);
     EXPECT_EQ(write(), "gpon\n!\ninterface gpon-olt1/1\n!\n");
 }
 
-TEST_F(Writer, EachSettingOfAPortIsWritten) {
+CLI_TEST(Writer, EachSettingOfAPortIsWritten) {
     add_profile(9, "nine", "KLM-618");
     auto& port = add_port(1, 1);
     port.sPonTableAutoLearn = 1;
@@ -269,7 +248,7 @@ TEST_F(Writer, EachSettingOfAPortIsWritten) {
 }
 
 // A replay stops a block at the first line that is refused, so there must be none.
-TEST_F(Writer, ASettingOfAPortThatCannotBeTypedIsLeftOut) {
+CLI_TEST(Writer, ASettingOfAPortThatCannotBeTypedIsLeftOut) {
     auto& port = add_port(1, 1);
     port.sPonTableKeyExchangeInterval = 0;
     const std::string head = "interface gpon-olt1/1\n";
@@ -287,7 +266,7 @@ TEST_F(Writer, ASettingOfAPortThatCannotBeTypedIsLeftOut) {
     }
 }
 
-TEST_F(Writer, SlotsOfAPortThatCannotBeTypedAreLeftOut) {
+CLI_TEST(Writer, SlotsOfAPortThatCannotBeTypedAreLeftOut) {
     add_profile(9, "nine", "KLM-618");
     auto& port = add_port(1, 1);
     memset(port.sPonTableVendorSrvProfile, 9, 4);
@@ -307,7 +286,7 @@ TEST_F(Writer, SlotsOfAPortThatCannotBeTypedAreLeftOut) {
                      "!\n");
 }
 
-TEST_F(Writer, AutoFlowOfAPortThatLearnsNothingIsWrittenToo) {
+CLI_TEST(Writer, AutoFlowOfAPortThatLearnsNothingIsWrittenToo) {
     add_profile(9, "nine", "KLM-618");
     auto& port = add_port(1, 1);
     port.sPonTableAutoFlow = 1;
@@ -320,7 +299,7 @@ TEST_F(Writer, AutoFlowOfAPortThatLearnsNothingIsWrittenToo) {
 }
 
 // Nothing was switched on for it, so nothing needs to be switched off again.
-TEST_F(Writer, AProfileOfAKindOfOnuLeavesTheLearningAtItsDefault) {
+CLI_TEST(Writer, AProfileOfAKindOfOnuLeavesTheLearningAtItsDefault) {
     add_profile(9, "nine", "KLM-618");
     add_port(1, 1).sPonTableHguSrvProfile = 9;
     EXPECT_EQ(write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"),
@@ -331,7 +310,7 @@ TEST_F(Writer, AProfileOfAKindOfOnuLeavesTheLearningAtItsDefault) {
 
 // Every line that is written is a command of the node that it is written for.
 // Replaying a saved configuration would activate it.
-TEST_F(Writer, ARowThatWaitsIsNotWritten) {
+CLI_TEST(Writer, ARowThatWaitsIsNotWritten) {
     add_port(1, 1);
     add_onu(1, 1, 7);
     auto& waiting = add_onu(1, 1, 8);
@@ -346,7 +325,7 @@ TEST_F(Writer, ARowThatWaitsIsNotWritten) {
     EXPECT_THAT(text, testing::Not(testing::HasSubstr("waits")));
 }
 
-TEST_F(Writer, WhatIsWrittenCanBeTyped) {
+CLI_TEST(Writer, WhatIsWrittenCanBeTyped) {
     add_interface("gpon-olt1/1");
     add_profile(9, "nine", "KLM-618");
     auto& port = add_port(1, 1);
@@ -359,18 +338,26 @@ TEST_F(Writer, WhatIsWrittenCanBeTyped) {
         add_bandwidth(("bw" + std::to_string(type)).c_str(), type);
     add_onutype("a").sOnuTypeProfileTableVideoNum = 1;
 
-    std::istringstream lines(write());
+    const std::string first = write();
+    remove_all<ov_sBWProfileTable_attr_t>();
+    remove_all<ov_sOnuTypeProfileTable_attr_t>();
+    remove_all<ov_sOnuSrvProfileTable_attr_t>();
+    remove_all<ov_sPonTable_attr_t>();
+    add_onutype("KLM-618").sOnuTypeProfileTableIsDefaultProfile = 1;
+    add_port(1, 1);
+    std::istringstream lines(first);
     FrrSession session(CONFIG_NODE);
     for (std::string line; std::getline(lines, line);)
         EXPECT_EQ(session.run(line), CMD_SUCCESS) << line;
     EXPECT_EQ(session.output(), "");
     EXPECT_EQ(session.vty->node, IF_GPON_NODE);
     EXPECT_EQ(std::count(app.calls.begin(), app.calls.end(), "port_edit"), 7);
+    EXPECT_EQ(write(), first);
 }
 
 // ---- one object --------------------------------------------------------------------------------------
 
-TEST_F(Writer, OneInterfaceIsWrittenWithTheHeadOfTheProfiles) {
+CLI_TEST(Writer, OneInterfaceIsWrittenWithTheHeadOfTheProfiles) {
     add_profile(5, "five", "KLM-618");
     add_bandwidth("gold", 4);
     for (int port = 1; port <= 3; port++) {
@@ -383,7 +370,7 @@ TEST_F(Writer, OneInterfaceIsWrittenWithTheHeadOfTheProfiles) {
     EXPECT_EQ(write("write terminal interface gpon-olt1/4"), "gpon\n!\n");
 }
 
-TEST_F(Writer, TheNameOfTheInterfaceMayBeShortened) {
+CLI_TEST(Writer, TheNameOfTheInterfaceMayBeShortened) {
     for (int port = 1; port <= 2; port++) {
         add_port(1, port);
         add_onu(1, port, 1);
@@ -394,7 +381,7 @@ TEST_F(Writer, TheNameOfTheInterfaceMayBeShortened) {
         EXPECT_EQ(write((std::string("write terminal interface ") + name).c_str()), "gpon\n!\n") << name;
 }
 
-TEST_F(Writer, TheCurrentObjectIsWrittenAlone) {
+CLI_TEST(Writer, TheCurrentObjectIsWrittenAlone) {
     add_profile(5, "five", "KLM-618");
     add_profile(6, "six", "KLM-618");
     for (int port = 1; port <= 3; port++) {
@@ -414,7 +401,7 @@ TEST_F(Writer, TheCurrentObjectIsWrittenAlone) {
 
 // ---- a full chassis ----------------------------------------------------------------------------------
 
-TEST_F(Writer, AFullChassisIsWrittenInLinearTime) {
+CLI_TEST(Writer, AFullChassisIsWrittenInLinearTime) {
     for (int slot = 1; slot <= 14; slot++)
         for (int port = 1; port <= 16; port++) {
             add_port(slot, port).sPonTableDsFec = 1;
@@ -426,7 +413,8 @@ TEST_F(Writer, AFullChassisIsWrittenInLinearTime) {
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
     const auto lines = std::count(text.begin(), text.end(), '\n');
     EXPECT_EQ(lines, 2 + 2 * 14 * 16 + 1 + 14 * 16 * 128 + 1);
-    RecordProperty("lines_a_second", static_cast<int>(static_cast<double>(lines) / took.count()));
+    testing::Test::RecordProperty("lines_a_second",
+                                  static_cast<int>(static_cast<double>(lines) / took.count()));
     EXPECT_LT(took.count(), 5.0); // under a sanitizer, too
     EXPECT_THAT(write("write terminal interface gpon-onu14/16:128"),
                 HasSubstr("interface gpon-onu14/16:128\n"));
@@ -471,7 +459,7 @@ protected:
     FrrSession session_{ENABLE_NODE};
 };
 
-TEST_F(WriterInSteps, TheyMakeTheWholeTable) {
+CLI_TEST(WriterInSteps, TheyMakeTheWholeTable) {
     add_onus(16);
     const std::string first = step();
     EXPECT_TRUE(more());
@@ -485,13 +473,13 @@ TEST_F(WriterInSteps, TheyMakeTheWholeTable) {
     EXPECT_EQ(all, "");
 }
 
-TEST_F(WriterInSteps, ASmallTableIsOne) {
+CLI_TEST(WriterInSteps, ASmallTableIsOne) {
     add_onus(1);
     step();
     EXPECT_FALSE(more());
 }
 
-TEST_F(WriterInSteps, PortsAndServiceProfilesGoOnToo) {
+CLI_TEST(WriterInSteps, PortsAndServiceProfilesGoOnToo) {
     for (int port = 1; port <= 1200; port++)
         add_port(1, port);
     std::string ports = step(ov_gpon_cli_pon_port_cfg);
@@ -511,7 +499,7 @@ TEST_F(WriterInSteps, PortsAndServiceProfilesGoOnToo) {
 }
 
 // Objects that aren't asked for cost time, too.
-TEST_F(WriterInSteps, OneInterfaceIsLookedForInSteps) {
+CLI_TEST(WriterInSteps, OneInterfaceIsLookedForInSteps) {
     add_onus(16);
     session_.vty->write_term_flag = WRITE_TERM_INTERFACE;
     snprintf(session_.vty->write_term_info, sizeof(session_.vty->write_term_info),
@@ -521,7 +509,7 @@ TEST_F(WriterInSteps, OneInterfaceIsLookedForInSteps) {
     EXPECT_EQ(rest(), head(16, 128));
 }
 
-TEST_F(WriterInSteps, ObjectsMayGoAndComeBetweenThem) {
+CLI_TEST(WriterInSteps, ObjectsMayGoAndComeBetweenThem) {
     add_onus(16);
     const std::string first = step();
     ASSERT_TRUE(more());
@@ -542,11 +530,11 @@ TEST_F(WriterInSteps, ObjectsMayGoAndComeBetweenThem) {
     EXPECT_EQ(std::count(both.begin(), both.end(), '\n'), 16 * 128 - 3 + 1);
 }
 
-TEST_F(WriterInSteps, ATableThatIsEmptiedBetweenThemIsThrough) {
+CLI_TEST(WriterInSteps, ATableThatIsEmptiedBetweenThemIsThrough) {
     add_onus(16);
     step();
     ASSERT_TRUE(more());
-    initialize_table_sOnuTable_data();
+    remove_all<ov_sOnuTable_attr_t>();
     EXPECT_EQ(step(), "");
     EXPECT_FALSE(more());
 }

@@ -3,14 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "frr_fixture.h"
-#include "kavo_cmd.h"
+#include "cli_call.h"
 
 namespace {
 
 constexpr kavo_column_t COLUMNS[] = {{"onu type", -10}, {"eth", 5}, {"note", -6, "remark"}};
 
-int show_table(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    const kavo_table_t table(vty, COLUMNS);
+int show_table(CliCall& call) {
+    const kavo_table_t table(call.vty, COLUMNS);
     table.heading();
     table.row({"HOME", 4, "-"});
     table.row({std::string("a\"b\\\x01\xe4"), -7u, "x"});
@@ -19,14 +19,14 @@ int show_table(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, cons
     return 0;
 }
 
-int show_trimmed(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    const kavo_table_t table(vty, COLUMNS, {"  ", "   ", true});
+int show_trimmed(CliCall& call) {
+    const kavo_table_t table(call.vty, COLUMNS, {"  ", "   ", true});
     table.row({"HOME", 4, "-"});
     return 0;
 }
 
-int show_refusal(struct cmd_element* /*self*/, struct vty* vty, int /*argc*/, const char** /*argv*/) {
-    vty_out(vty, "%% no\n");
+int show_refusal(CliCall& call) {
+    call.out("%% no\n");
     return 104001;
 }
 

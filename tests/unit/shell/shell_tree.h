@@ -5,7 +5,7 @@
 #include "command_tree.h"
 
 /// Commands that the tests know, whatever the daemon's are by now.
-inline int never_run(struct cmd_element* /*self*/, struct vty* /*vty*/, int /*argc*/, const char** /*argv*/) {
+inline int never_run(CliCall& /*call*/) {
     return 1;
 }
 

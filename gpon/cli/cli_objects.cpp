@@ -1,0 +1,40 @@
+#include "cli_objects.h"
+
+#include "app_rows.h"
+#include "ov_app_gpon_gemport.h"
+#include "ov_app_gpon_onu.h"
+#include "ov_app_gpon_port.h"
+#include "ov_app_gpon_service_port.h"
+
+namespace {
+
+constexpr int GEM_ID = 4;          // of the index columns
+constexpr int SERVICE_PORT_ID = 4; // the same
+
+template <typename Row, int (*edit)(Row*, MIB_Flags_t*)>
+int edit_row(void* row, const MIB_Flags_t& columns) {
+    MIB_Flags_t flags = columns;
+    return edit(static_cast<Row*>(row), &flags);
+}
+
+int edit_service_port(void* row, const MIB_Flags_t& columns) {
+    return ov_app_gpon_service_port_edit(static_cast<ov_servicePortTable_attr_t*>(row), columns);
+}
+
+constexpr CliIndexWord GEM_WORDS[] = {{"gemport", GEM_ID}};
+constexpr CliIndexWord SERVICE_PORT_WORDS[] = {{"service-port", SERVICE_PORT_ID}};
+
+} // namespace
+
+namespace cli_objects {
+
+const CliObject pon_port = {table_desc_sPonTable, INDEX_TO_PORT,
+                            edit_row<ov_sPonTable_attr_t, ov_app_gpon_port_edit>};
+const CliObject onu = {table_desc_sOnuTable, INDEX_TO_ONU,
+                       edit_row<ov_sOnuTable_attr_t, ov_app_gpon_onu_edit>};
+const CliObject gem_port = {table_desc_sGemTable, INDEX_TO_ONU,
+                            edit_row<ov_sGemTable_attr_t, ov_app_gpon_gemport_edit>, GEM_WORDS};
+const CliObject service_port = {table_desc_servicePortTable, INDEX_TO_ONU, edit_service_port,
+                                SERVICE_PORT_WORDS, "%%Could not find service port: %d%s"};
+
+} // namespace cli_objects

@@ -1,0 +1,13 @@
+// The rows that settings belong to, as commands address them.
+#pragma once
+
+#include "cli_setting.h"
+
+namespace cli_objects {
+
+extern const CliObject pon_port;     // of the session
+extern const CliObject onu;          // of the session
+extern const CliObject gem_port;     // "gemport" of the session's ONU or service profile
+extern const CliObject service_port; // "service-port" of the same
+
+} // namespace cli_objects

@@ -1,0 +1,302 @@
+#include "cli_setting.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+#include "kavo_cmd.h"
+#include "kavo_vty_object.h"
+#include "ov_gpon.h"
+#include "ov_ifindex.h"
+#include "ovra_mutex.h"
+#include "table_module.h"
+#include "table_record.h"
+
+namespace {
+
+using Kind = CliSettingValue::Kind;
+
+constexpr int32_t SHELF = 1; // the one that commands address
+
+std::vector<CliPreparedSetting>& prepared() {
+    static auto& settings = *new std::vector<CliPreparedSetting>;
+    return settings;
+}
+
+// ---- the row --------------------------------------------------------------------------------------------
+
+void put_session(const CliObject& object, const struct vty* vty, void* row) {
+    ov_ifindex_t ifindex = 0;
+    ov_get_ifindex_from_vtysh(vty, &ifindex);
+    const uint32_t place[] = {SHELF, ov_ifindex_get_slot_id(ifindex), ov_ifindex_get_port_id(ifindex),
+                              ov_ifindex_get_subport_id(ifindex)};
+    for (size_t i = 0; i < object.from_session; i++)
+        record_put<uint32_t>(row, object.table.index[i].offset, place[i]);
+}
+
+// Puts the row's index into a cleared record. 0, or the result of a refusal, behind its text.
+int put_index(const CliObject& object, const CliCall& call, void* row) {
+    put_session(object, call.vty, row);
+    for (const CliIndexWord& word : object.words) {
+        const char* const typed = call.words.text(word.name);
+        if (word.column >= 0)
+            record_put<uint32_t>(row, object.table.index[static_cast<size_t>(word.column)].offset,
+                                 call.words.number<uint32_t>(word.name));
+        else if (const int refusal = word.put(call, typed, row); refusal != 0)
+            return refusal;
+    }
+    return 0;
+}
+
+bool is_there(const TableDesc& table, const void* row) {
+    TableModule* module = table_module_find(table.registry_index);
+    if (module == nullptr || !module->registered())
+        return false;
+    const OvraMutexGuard lock(getMutex(module->did()));
+    const void* stored = module->find_row(row);
+    return stored != nullptr && module->row_mode(stored) != MODE_IDLE;
+}
+
+int32_t last_index(const TableDesc& table, const void* row) {
+    return record_get<int32_t>(row, table.index.back().offset);
+}
+
+// ---- the value ------------------------------------------------------------------------------------------
+
+const ColumnDesc& desc_of(const CliSetting& setting, unsigned column) {
+    return *setting.object->table.column(static_cast<int>(column));
+}
+
+// The column that the line is about.
+unsigned column_of(const CliSetting& setting, const CliWords& words) {
+    for (const CliColumnOf& one : setting.by)
+        if (one.word != nullptr && words.has(one.word))
+            return one.column;
+    return setting.column;
+}
+
+std::string usual_text(const CliSetting& setting, const ColumnDesc& desc, const void* row) {
+    return setting.usual != nullptr ? setting.usual(row) : desc.dflt_text;
+}
+
+void put_text(const ColumnDesc& desc, void* row, std::string_view text) {
+    text.copy(record_bytes(row) + desc.offset, desc.limit);
+}
+
+int64_t number_of(const CliSettingValue& value, const char* word) {
+    for (const ColName& name : value.words)
+        if (strcmp(name.name, word) == 0)
+            return name.value;
+    return strtoll(word, nullptr, 10);
+}
+
+// 0, or the result of a refusal, behind its text.
+int put_value(const CliSetting& setting, const CliCall& call, const char* word, const ColumnDesc& desc,
+              void* row) {
+    const CliSettingValue& value = setting.value;
+    in_addr address = {};
+    switch (value.kind) {
+    case Kind::TEXT:
+        if (strlen(word) > value.longest)
+            return call.fail_name(value.too_long, value.longest);
+        put_text(desc, row, word);
+        return 0;
+    case Kind::ADDRESS:
+        inet_pton(AF_INET, word, &address); // the parser has seen to it that it is one
+        record_put<uint32_t>(row, desc.offset, address.s_addr);
+        return 0;
+    case Kind::FIXED:
+        if (desc.type == ColType::TEXT)
+            put_text(desc, row, usual_text(setting, desc, row));
+        else
+            record_put<uint32_t>(row, desc.offset, static_cast<uint32_t>(value.number));
+        return 0;
+    default:
+        record_put<uint32_t>(row, desc.offset, static_cast<uint32_t>(number_of(value, word)));
+        return 0;
+    }
+}
+
+int64_t stored_number(const ColumnDesc& desc, const void* row) {
+    if (desc.type == ColType::IPADDR)
+        return ntohl(record_get<uint32_t>(row, desc.offset));
+    return desc.type == ColType::UINT ? int64_t{record_get<uint32_t>(row, desc.offset)}
+                                      : int64_t{record_get<int32_t>(row, desc.offset)};
+}
+
+int fail(const CliSetting& setting, const CliCall& call, const char* word, const void* row) {
+    std::string text = setting.failure;
+    if (const size_t place = text.find("%w"); place != text.npos)
+        text.replace(place, 2, word);
+    return call.fail_of(text.c_str(), last_index(setting.object->table, row), setting.result);
+}
+
+} // namespace
+
+int cli_setting_cli(CliCall& call) {
+    const auto& setting = *static_cast<const CliSetting*>(call.command.description);
+    const CliObject& object = *setting.object;
+    CliRow row(object.table);
+    if (const int refusal = put_index(object, call, row.get()); refusal != 0)
+        return refusal;
+    if (object.missing != nullptr && !is_there(object.table, row.get()))
+        return call.fail_of(object.missing, last_index(object.table, row.get()), KAVO_CLI_BAD_INPUT);
+
+    const auto arguments = call.words.arguments();
+    const char* const word = arguments.empty() ? "" : arguments.back();
+    const unsigned column = column_of(setting, call.words);
+    if (const int refusal = put_value(setting, call, word, desc_of(setting, column), row.get()); refusal != 0)
+        return refusal;
+    MIB_Flags_t columns = {};
+    mib_flag_set(columns, column);
+    if (setting.with.column != 0) {
+        mib_flag_set(columns, setting.with.column);
+        record_put<int32_t>(row.get(), desc_of(setting, setting.with.column).offset, setting.with.value);
+    }
+    return object.edit(row.get(), columns) == OV_GPON_RET_OK ? 0 : fail(setting, call, word, row.get());
+}
+
+// ---- saved lines ----------------------------------------------------------------------------------------
+
+CliPreparedSetting::CliPreparedSetting(const CliCommand& command)
+    : command_(&command), syntax_(command.row.syntax), uses_(syntax_.arguments().size(), {Use::NOTHING, 0}),
+      single_({nullptr, command.setting.column}) {
+    const auto arguments = syntax_.arguments();
+    const auto& words = setting().object->words;
+    for (size_t i = 0; i < uses_.size(); i++) {
+        for (size_t n = 0; n < words.size(); n++)
+            if (cli_place_of(syntax_.words(), words[n].name) == arguments[i].place)
+                uses_[i] = {Use::INDEX, n};
+        const bool tells_column = setting().column == 0 && arguments[i].can_hold(setting().by[0].word);
+        if (uses_[i].what == Use::NOTHING && tells_column)
+            uses_[i] = {Use::COLUMN, 0};
+    }
+    if (setting().value.kind != Kind::FIXED && !uses_.empty() && uses_.back().what == Use::NOTHING)
+        uses_.back() = {Use::VALUE, 0};
+}
+
+bool CliPreparedSetting::is_complete() const {
+    const auto count = [this](Use::What what) {
+        return std::count_if(uses_.begin(), uses_.end(), [what](const Use& use) { return use.what == what; });
+    };
+    return count(Use::NOTHING) == 0 &&
+           count(Use::INDEX) == static_cast<ptrdiff_t>(setting().object->words.size()) &&
+           count(Use::VALUE) == (setting().value.kind != Kind::FIXED ? 1 : 0);
+}
+
+std::span<const CliColumnOf> CliPreparedSetting::columns() const {
+    if (setting().column != 0)
+        return {&single_, 1};
+    return setting().by;
+}
+
+bool CliPreparedSetting::stands_on(enum node_type node) const {
+    const auto& nodes = command().nodes;
+    return std::find(std::begin(nodes), std::end(nodes), node) != std::end(nodes);
+}
+
+bool CliPreparedSetting::has_default(const ColumnDesc& desc, const void* row) const {
+    if (desc.type != ColType::TEXT)
+        return stored_number(desc, row) == desc.dflt;
+    return usual_text(setting(), desc, row) == record_bytes(row) + desc.offset;
+}
+
+// A number as the command can give it: as one, or as a word that stands for it. None for neither.
+CliValue CliPreparedSetting::number_value(int64_t number) const {
+    const CliSyntax::Argument& argument = syntax_.arguments().back();
+    if (argument.can_hold(number))
+        return number;
+    for (const ColName& name : setting().value.words)
+        if (name.value == number && argument.can_hold(name.name))
+            return name.name;
+    return {};
+}
+
+// `text` keeps what the value points at.
+CliValue CliPreparedSetting::value_of(const ColumnDesc& desc, const void* row, std::string& text) const {
+    const CliSettingValue& value = setting().value;
+    if (value.kind == Kind::NUMBER)
+        return number_value(stored_number(desc, row));
+    if (value.kind == Kind::TEXT) {
+        const char* stored = record_bytes(row) + desc.offset;
+        return strlen(stored) <= value.longest ? CliValue(stored) : CliValue();
+    }
+    text.resize(INET_ADDRSTRLEN);
+    const auto address = record_get<uint32_t>(row, desc.offset);
+    text = inet_ntop(AF_INET, &address, text.data(), INET_ADDRSTRLEN);
+    return text;
+}
+
+CliValue CliPreparedSetting::index_value(const CliIndexWord& word, const void* row, std::string& text) const {
+    if (word.column >= 0)
+        return stored_number(setting().object->table.index[static_cast<size_t>(word.column)], row);
+    text = word.word(row);
+    return text;
+}
+
+bool CliPreparedSetting::is_to_be_saved(const ColumnDesc& desc, const void* row) const {
+    if (has_default(desc, row))
+        return false;
+    const CliCompanion& with = setting().with;
+    if (with.column != 0 && stored_number(desc_of(setting(), with.column), row) != with.value)
+        return false;
+    return setting().value.kind != Kind::FIXED ||
+           (desc.type != ColType::TEXT && stored_number(desc, row) == setting().value.number);
+}
+
+std::string CliPreparedSetting::line(const CliColumnOf& column, const void* row) const {
+    const ColumnDesc& desc = desc_of(setting(), column.column);
+    if (!is_to_be_saved(desc, row))
+        return "";
+    std::vector<std::string> texts(uses_.size());
+    std::vector<CliValue> values(uses_.size());
+    for (size_t i = 0; i < uses_.size(); i++) {
+        if (uses_[i].what == Use::INDEX)
+            values[i] = index_value(setting().object->words[uses_[i].number], row, texts[i]);
+        else
+            values[i] = uses_[i].what == Use::COLUMN ? CliValue(column.word) : value_of(desc, row, texts[i]);
+    }
+    return syntax_.line(values);
+}
+
+int cli_settings_print(struct vty* vty, const CliObject& object, const void* row, enum node_type node) {
+    int lines = 0;
+    for (const CliPreparedSetting& setting : prepared()) {
+        if (setting.setting().object != &object || !setting.stands_on(node))
+            continue;
+        for (const CliColumnOf& column : setting.columns()) {
+            const std::string line = setting.line(column, row);
+            if (line.empty())
+                continue;
+            vty_out(vty, " %s%s", line.c_str(), kavo_newline(vty));
+            lines++;
+        }
+    }
+    return lines;
+}
+
+std::span<const CliPreparedSetting> cli_settings() {
+    return prepared();
+}
+
+// ---- installing -----------------------------------------------------------------------------------------
+
+void cli_install(std::span<const CliCommand> table) {
+    for (const CliCommand& command : table) {
+        kavo_cmd_t row = command.row;
+        row.description = &command.setting;
+        if (command.setting.object != nullptr) {
+            const CliPreparedSetting setting(command);
+            if (!setting.is_complete()) {
+                zlog_err("setting \"%s\" has an argument without a meaning", row.syntax);
+                continue;
+            }
+            prepared().push_back(setting);
+        }
+        kavo_cmd_install({&row, 1});
+    }
+    std::stable_sort(prepared().begin(), prepared().end(),
+                     [](const auto& a, const auto& b) { return a.setting().place < b.setting().place; });
+}
