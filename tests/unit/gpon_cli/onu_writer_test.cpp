@@ -2,6 +2,7 @@
 #include "onu_fixture.h"
 
 #include "gpon_config_parts.h"
+#include "ov_app_gpon_bwtype.h"
 #include "ov_slot.h"
 
 #include <random>
@@ -303,6 +304,10 @@ class RandomRows : public OnuWriter {
         row.sOnuTableRssiProfileId = number(0, 40);
         make_below(1, 2, onu);
     }
+    static bool is_bandwidth(const char* name) {
+        mib_ulong id = 0;
+        return ov_app_gpon_bwtype_getId(name, &id) != 0;
+    }
     void make_below(int slot, int port, int onu) {
         for (unsigned id = 1; id <= 9; id++) {
             auto& row = *active(sTcontTable_createEntry(1, slot, port, onu, id));
@@ -312,7 +317,8 @@ class RandomRows : public OnuWriter {
                 fill(row.sTcontTableBwProfileName);
             else
                 set(row.sTcontTableBwProfileName, "gold");
-            if (gpon_config_is_word(row.sTcontTableBwProfileName))
+            if (gpon_config_is_word(row.sTcontTableBwProfileName) &&
+                !is_bandwidth(row.sTcontTableBwProfileName))
                 add_bandwidth(row.sTcontTableBwProfileName);
         }
         for (unsigned id = 1; id <= 31; id += 3) {
@@ -352,6 +358,14 @@ class RandomRows : public OnuWriter {
         EXPECT_EQ(session.run("write terminal"), CMD_SUCCESS);
         return session.output();
     }
+    // As an operator would, with all that they have.
+    static void delete_onus() {
+        FrrSession port(IF_GPON_NODE);
+        stand_on(port, IF_GPON_NODE, "gpon-olt1/2");
+        for (const auto& onu : rows_copied(ov_sOnuTable_attr_t{}, 0))
+            run(port, "no onu " + std::to_string(onu.onuId));
+    }
+    // The tables that hold what is written, past all callbacks.
     static void clear() {
         remove_all<ov_sBWProfileTable_attr_t>();
         remove_all<ov_sRmTrafficProfileTable_attr_t>();
@@ -421,6 +435,7 @@ public:
         std::vector<ov_servicePortTable_attr_t> ports;
         for (const auto& row : all_rows<ov_servicePortTable_attr_t>())
             ports.push_back(row);
+        delete_onus();
         clear();
         type(second);
         EXPECT_EQ(write(), second);
