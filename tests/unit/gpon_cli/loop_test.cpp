@@ -1,12 +1,12 @@
 // A look at who held up the event loop.
 #include "cli_fixture.h"
 
+#include "../kavo/frr_shell.h"
 #include "../support/test_clock.h"
 #include "kavo_loop.h"
 #include "ov_local_time.h"
 
 using testing::ContainsRegex;
-using testing::HasSubstr;
 
 namespace {
 
@@ -34,16 +34,16 @@ protected:
     TestClock clock;
 };
 
-TEST_F(Loop, TheHandlerThatHeldItIsShownWithItsTimes) {
+CLI_TEST(Loop, TheHandlerThatHeldItIsShownWithItsTimes) {
     const std::string when = ov_local_time_text(TestClock::START);
     const std::string text = shown("show loop");
     EXPECT_THAT(text, ContainsRegex("^handler +runs +total us +longest us +when +armed at +doing\n"));
     EXPECT_THAT(text,
                 ContainsRegex("\nhold_the_loop +1 +1234000 +1234000  " + when + "  loop_test.cpp:[0-9]+\n"));
-    EXPECT_THAT(text, HasSubstr("1 runs held the loop for more than 100 ms\n"));
+    EXPECT_THAT(text, ContainsRegex("[1-9][0-9]* runs held the loop for more than 100 ms\n"));
 }
 
-TEST_F(Loop, AProgramGetsAnObjectForEachHandler) {
+CLI_TEST(Loop, AProgramGetsAnObjectForEachHandler) {
     EXPECT_THAT(shown("json show loop"),
                 ContainsRegex(R"(\{"handler":"hold_the_loop","runs":[0-9]+,"total_us":[0-9]+,)"
                               R"("longest_us":1234000,"when":"[-0-9: ]+","armed_at":"[^"]+",)"
