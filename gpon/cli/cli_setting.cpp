@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 
 #include "kavo_cmd.h"
 #include "kavo_vty_object.h"
@@ -23,6 +24,25 @@ constexpr int32_t SHELF = 1; // the one that commands address
 std::vector<CliPreparedSetting>& prepared() {
     static auto& settings = *new std::vector<CliPreparedSetting>;
     return settings;
+}
+
+// A column of a setting that can have a saved line.
+struct SavedSetting {
+    size_t setting; // of the prepared ones
+    CliColumnOf column;
+    const ColumnDesc* desc;
+};
+
+// Those of an object, in the order of their lines; made anew when settings have come.
+std::map<const CliObject*, std::vector<SavedSetting>>& saved_by_object() {
+    static auto& objects = *new std::map<const CliObject*, std::vector<SavedSetting>>;
+    return objects;
+}
+
+const std::vector<SavedSetting>& saved_of(const CliObject& object) {
+    static const std::vector<SavedSetting> none;
+    const auto found = saved_by_object().find(&object);
+    return found != saved_by_object().end() ? found->second : none;
 }
 
 // ---- the row --------------------------------------------------------------------------------------------
@@ -200,7 +220,8 @@ bool CliPreparedSetting::stands_on(enum node_type node) const {
 bool CliPreparedSetting::has_default(const ColumnDesc& desc, const void* row) const {
     if (desc.type != ColType::TEXT)
         return stored_number(desc, row) == desc.dflt;
-    return usual_text(setting(), desc, row) == record_bytes(row) + desc.offset;
+    const char* const text = record_bytes(row) + desc.offset;
+    return setting().usual != nullptr ? setting().usual(row) == text : strcmp(desc.dflt_text, text) == 0;
 }
 
 // A number as the command can give it: as one, or as a word that stands for it. None for neither.
@@ -223,9 +244,8 @@ CliValue CliPreparedSetting::value_of(const ColumnDesc& desc, const void* row, s
         const char* stored = record_bytes(row) + desc.offset;
         return strlen(stored) <= value.longest ? CliValue(stored) : CliValue();
     }
-    text.resize(INET_ADDRSTRLEN);
-    const auto address = record_get<uint32_t>(row, desc.offset);
-    text = inet_ntop(AF_INET, &address, text.data(), INET_ADDRSTRLEN);
+    std::array<char, INET_ADDRSTRLEN> address{};
+    text = inet_ntop(AF_INET, record_bytes(row) + desc.offset, address.data(), address.size());
     return text;
 }
 
@@ -236,19 +256,25 @@ CliValue CliPreparedSetting::index_value(const CliIndexWord& word, const void* r
     return text;
 }
 
+bool CliPreparedSetting::has_line() const {
+    if (setting().value.kind != Kind::FIXED)
+        return true;
+    const ColumnDesc& desc = desc_of(setting(), columns().front().column);
+    return desc.type != ColType::TEXT && desc.dflt != setting().value.number;
+}
+
 bool CliPreparedSetting::is_to_be_saved(const ColumnDesc& desc, const void* row) const {
     if (has_default(desc, row))
         return false;
     const CliCompanion& with = setting().with;
     if (with.column != 0 && stored_number(desc_of(setting(), with.column), row) != with.value)
         return false;
-    return setting().value.kind != Kind::FIXED ||
-           (desc.type != ColType::TEXT && stored_number(desc, row) == setting().value.number);
+    return setting().value.kind != Kind::FIXED || stored_number(desc, row) == setting().value.number;
 }
 
 std::string CliPreparedSetting::line(const CliColumnOf& column, const void* row) const {
     const ColumnDesc& desc = desc_of(setting(), column.column);
-    if (!is_to_be_saved(desc, row))
+    if (!has_line() || !is_to_be_saved(desc, row))
         return "";
     std::vector<std::string> texts(uses_.size());
     std::vector<CliValue> values(uses_.size());
@@ -263,16 +289,17 @@ std::string CliPreparedSetting::line(const CliColumnOf& column, const void* row)
 
 int cli_settings_print(struct vty* vty, const CliObject& object, const void* row, enum node_type node) {
     int lines = 0;
-    for (const CliPreparedSetting& setting : prepared()) {
-        if (setting.setting().object != &object || !setting.stands_on(node))
+    for (const SavedSetting& saved : saved_of(object)) {
+        const ColumnDesc& desc = *saved.desc;
+        // most rows have most columns at their defaults
+        if (desc.type != ColType::TEXT && stored_number(desc, row) == desc.dflt)
             continue;
-        for (const CliColumnOf& column : setting.columns()) {
-            const std::string line = setting.line(column, row);
-            if (line.empty())
-                continue;
-            vty_out(vty, " %s%s", line.c_str(), kavo_newline(vty));
-            lines++;
-        }
+        const CliPreparedSetting& setting = prepared()[saved.setting];
+        const std::string line = setting.stands_on(node) ? setting.line(saved.column, row) : "";
+        if (line.empty())
+            continue;
+        vty_out(vty, " %s%s", line.c_str(), kavo_newline(vty));
+        lines++;
     }
     return lines;
 }
@@ -299,4 +326,13 @@ void cli_install(std::span<const CliCommand> table) {
     }
     std::stable_sort(prepared().begin(), prepared().end(),
                      [](const auto& a, const auto& b) { return a.setting().place < b.setting().place; });
+    saved_by_object().clear();
+    for (size_t i = 0; i < prepared().size(); i++) {
+        const CliPreparedSetting& setting = prepared()[i];
+        if (!setting.has_line())
+            continue;
+        for (const CliColumnOf& column : setting.columns())
+            saved_by_object()[setting.setting().object].push_back(
+                {i, column, &desc_of(setting.setting(), column.column)});
+    }
 }

@@ -158,6 +158,8 @@ public:
     // The command that gives a row's column its value, without the blank in front; empty when it isn't saved.
     std::string line(const CliColumnOf& column, const void* row) const;
     bool stands_on(enum node_type node) const;
+    // Whether any row has a line: what gives a column its default has none.
+    bool has_line() const;
 
     // What an argument of the command is.
     struct Use {

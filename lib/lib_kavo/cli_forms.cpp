@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr size_t NAMES_MAX = 16;
+constexpr size_t NAMES_MAX = 32;  // a bit each
+constexpr size_t LINE_USUAL = 64; // characters of a line, as most are
 
 // A number as it is typed.
 class Decimal {
@@ -55,18 +56,20 @@ bool cli_is_word(std::string_view text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c <= '~'; });
 }
 
+bool CliSyntax::Argument::has_keyword(std::string_view word) const {
+    return std::find(keywords.begin(), keywords.end(), word) != keywords.end();
+}
+
 bool CliSyntax::Argument::can_hold(const CliValue& value) const {
-    const auto has = [this](std::string_view word) {
-        return std::find(keywords.begin(), keywords.end(), word) != keywords.end();
-    };
     if (value.is_none())
         return false;
     if (!value.is_number())
-        return has(value.text()) || (is_variable && cli_is_word(value.text()));
+        return (is_variable && cli_is_word(value.text())) || has_keyword(value.text());
     const int64_t number = value.number();
-    return is_variable || has(Decimal(number).text()) ||
-           std::any_of(ranges.begin(), ranges.end(),
-                       [number](const Range& r) { return number >= r.least && number <= r.most; });
+    for (const Range& range : ranges)
+        if (number >= range.least && number <= range.most)
+            return true;
+    return is_variable || (!keywords.empty() && has_keyword(Decimal(number).text()));
 }
 
 CliSyntax::CliSyntax(std::string syntax) : CliSyntax(std::move(syntax), {}) {}
@@ -95,15 +98,21 @@ CliSyntax::CliSyntax(std::string syntax, const std::vector<const char*>& chosen)
 }
 
 bool CliSyntax::can_hold(std::span<const CliValue> values) const {
-    return std::equal(
-        arguments_.begin(), arguments_.end(), values.begin(), values.end(),
-        [](const Argument& argument, const CliValue& value) { return argument.can_hold(value); });
+    if (values.size() != arguments_.size())
+        return false;
+    for (size_t i = 0; i < values.size(); i++)
+        if (!arguments_[i].can_hold(values[i]))
+            return false;
+    return true;
 }
 
 std::string CliSyntax::line(std::span<const CliValue> values) const {
+    return can_hold(values) ? typed(values) : "";
+}
+
+std::string CliSyntax::typed(std::span<const CliValue> values) const {
     std::string line;
-    if (!can_hold(values))
-        return line;
+    line.reserve(LINE_USUAL);
     for (size_t i = 0; i < arguments_.size(); i++) {
         line += literals_[i];
         append(line, values[i]);
@@ -179,7 +188,7 @@ bool CliForms::find(std::span<const CliValue> values, Use use) const {
 
 std::string CliForms::line(std::span<const CliValue> values) const {
     std::string line;
-    find(values, [&](const CliSyntax& syntax, std::span<const CliValue> its) { line = syntax.line(its); });
+    find(values, [&](const CliSyntax& syntax, std::span<const CliValue> its) { line = syntax.typed(its); });
     return line;
 }
 

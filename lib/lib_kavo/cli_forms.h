@@ -66,6 +66,7 @@ public:
 
         // Whether the operator could type it.
         bool can_hold(const CliValue& value) const;
+        bool has_keyword(std::string_view word) const;
     };
     // Those of the line from the left.
     std::span<const Argument> arguments() const { return arguments_; }
@@ -73,6 +74,8 @@ public:
     // The command with a value for each argument; empty when one of them can't be typed.
     std::string line(std::span<const CliValue> values) const;
     bool can_hold(std::span<const CliValue> values) const;
+    // The same for values that it can hold.
+    std::string typed(std::span<const CliValue> values) const;
 
 private:
     std::string syntax_;
@@ -87,7 +90,7 @@ private:
 //     const CliForms gem_ports(syntaxes, {"gemport", "tcont", "name", "queue"});
 //     gem_ports.line({5, 1, "data", {}})      // "gemport 5 tcont 1 name data"
 //
-// A name may be that of a keyword without an argument (CliValue::given).
+// A name may be that of a keyword without an argument (CliValue::given). There can be 32 of them.
 class CliForms {
 public:
     CliForms(std::span<const char* const> syntaxes, std::initializer_list<const char*> names);
