@@ -11,19 +11,19 @@
 
 namespace {
 
-struct strvec_free {
+struct StrvecFree {
     void operator()(vector words) const { cmd_free_strvec(words); }
 };
-using strvec_t = std::unique_ptr<_vector, strvec_free>;
+using Strvec = std::unique_ptr<_vector, StrvecFree>;
 
-struct vector_only_free {
+struct VectorOnlyFree {
     void operator()(vector words) const { vector_free(words); }
 };
-using token_vector_t = std::unique_ptr<_vector, vector_only_free>;
+using TokenVector = std::unique_ptr<_vector, VectorOnlyFree>;
 
 /// The daemon's nodes, each with the library's default commands ("exit", "end", "write ..."), and the
 /// library's own for developers.
-constexpr std::pair<enum node_type, const char*> nodes[] = {
+constexpr std::pair<enum node_type, const char*> NODES[] = {
 #define NODE(record, number, name, parent, writer) {number, name},
 #define RESERVED_NODE(record, number, name)
 #include "commands/nodes.def"
@@ -34,9 +34,9 @@ constexpr std::pair<enum node_type, const char*> nodes[] = {
 
 void install_nodes() {
     // The library keeps them.
-    static struct cmd_node records[std::size(nodes)];
-    for (size_t i = 0; i < std::size(nodes); i++) {
-        const auto [number, name] = nodes[i];
+    static struct cmd_node records[std::size(NODES)];
+    for (size_t i = 0; i < std::size(NODES); i++) {
+        const auto [number, name] = NODES[i];
         records[i].name = name;
         records[i].node = number;
         records[i].parent_node = shell_parent_node(number);
@@ -60,8 +60,8 @@ bool ends_in_blank(const std::string& text) {
 }
 
 /// The words before the cursor and the one under it, which may be empty.
-strvec_t words_to_cursor(const std::string& text) {
-    strvec_t words(cmd_make_strvec(text.c_str()));
+Strvec words_to_cursor(const std::string& text) {
+    Strvec words(cmd_make_strvec(text.c_str()));
     if (!words)
         words.reset(vector_init(1));
     if (ends_in_blank(text))
@@ -98,14 +98,14 @@ bool outside_configuration(enum node_type node) {
 }
 
 /// What the library has to say in one node.
-std::vector<command_help_t> describe_in(enum node_type node, vector words) {
+std::vector<CommandHelp> describe_in(enum node_type node, vector words) {
     if (!ready_node(node) || !ready_node(ENABLE_NODE)) // ENABLE_NODE for "do"
         return {};
     static struct vty session;
     session.node = node;
     int status = 0;
-    const token_vector_t tokens(cmd_describe_command(words, &session, &status));
-    std::vector<command_help_t> lines;
+    const TokenVector tokens(cmd_describe_command(words, &session, &status));
+    std::vector<CommandHelp> lines;
     for (unsigned i = 0; tokens && i < vector_active(tokens.get()); i++) {
         const auto* token = static_cast<const struct cmd_token*>(vector_slot(tokens.get(), i));
         if (token && token->text && token->text[0])
@@ -125,15 +125,15 @@ std::vector<size_t> word_offsets(const std::string& line) {
 }
 
 /// Does a word mean one of these only?
-bool decides(const std::vector<command_help_t>& fitting, const std::string& word) {
-    return fitting.size() == 1 ||
-           std::any_of(fitting.begin(), fitting.end(),
-                       [&](const command_help_t& line) { return !line.keyword || line.word == word; });
+bool decides(const std::vector<CommandHelp>& fitting, const std::string& word) {
+    return fitting.size() == 1 || std::any_of(fitting.begin(), fitting.end(), [&](const CommandHelp& line) {
+               return !line.keyword || line.word == word;
+           });
 }
 
 } // namespace
 
-command_tree::command_tree(std::span<const kavo_cmd_t> commands) {
+CommandTree::CommandTree(std::span<const kavo_cmd_t> commands) {
     kavo_cmd_defer_trees();
     cmd_init(1);
     vty_init(thread_master_create("gponsh"), false);
@@ -143,31 +143,31 @@ command_tree::command_tree(std::span<const kavo_cmd_t> commands) {
     kavo_cmd_keep_listed();
 }
 
-std::optional<understood_t> command_tree::understand(enum node_type node, const std::string& line) const {
+std::optional<Understood> CommandTree::understand(enum node_type node, const std::string& line) const {
     const auto typed = shell_words(line);
     if (typed.empty())
-        return understood_t{node, {}};
+        return Understood{node, {}};
     if (typed.size() > 1 && typed[0] == "do" && node >= CONFIG_NODE) {
         auto done = understand(ENABLE_NODE, line.substr(line.find("do") + 2));
         if (done)
             done->words.insert(done->words.begin(), "do");
-        return done ? std::optional(understood_t{node, done->words}) : std::nullopt;
+        return done ? std::optional(Understood{node, done->words}) : std::nullopt;
     }
 
     // A NUL would end the line for the library, and what is left may mean something else, or nothing at all.
-    const strvec_t words(line.find('\0') == line.npos ? cmd_make_strvec(line.c_str()) : nullptr);
+    const Strvec words(line.find('\0') == line.npos ? cmd_make_strvec(line.c_str()) : nullptr);
     if (!words)
         return std::nullopt;
     for (std::vector<std::string> full;; node = shell_parent_node(node)) {
         const auto result = match(node, words.get(), full);
         if (result == MATCHER_OK)
-            return understood_t{node, full};
+            return Understood{node, full};
         if (result != MATCHER_NO_MATCH || outside_configuration(node))
             return std::nullopt;
     }
 }
 
-std::vector<command_help_t> command_tree::describe(enum node_type node, const std::string& text) const {
+std::vector<CommandHelp> CommandTree::describe(enum node_type node, const std::string& text) const {
     const auto words = words_to_cursor(text);
     for (;; node = shell_parent_node(node)) {
         auto lines = describe_in(node, words.get());
@@ -176,7 +176,7 @@ std::vector<command_help_t> command_tree::describe(enum node_type node, const st
     }
 }
 
-std::vector<std::string> command_tree::complete(enum node_type node, const std::string& text) const {
+std::vector<std::string> CommandTree::complete(enum node_type node, const std::string& text) const {
     std::vector<std::string> keywords;
     for (auto& line : describe(node, text)) {
         if (line.keyword)
@@ -185,18 +185,18 @@ std::vector<std::string> command_tree::complete(enum node_type node, const std::
     return keywords;
 }
 
-std::optional<command_tree::trouble_t> command_tree::find_trouble(enum node_type node,
-                                                                  const std::string& line) const {
+std::optional<CommandTree::Trouble> CommandTree::find_trouble(enum node_type node,
+                                                              const std::string& line) const {
     if (understand(node, line))
         return std::nullopt;
-    std::optional<trouble_t> doubtful;
+    std::optional<Trouble> doubtful;
     for (const size_t at : word_offsets(line)) {
         const auto end = std::min(line.find_first_of(" \t", at), line.size());
         const auto fitting = describe(node, line.substr(0, end));
         if (fitting.empty())
-            return trouble_t{at, {}};
+            return Trouble{at, {}};
         if (!doubtful && !decides(fitting, line.substr(at, end - at)))
-            doubtful = trouble_t{at, complete(node, line.substr(0, end))};
+            doubtful = Trouble{at, complete(node, line.substr(0, end))};
     }
     return doubtful;
 }

@@ -5,14 +5,14 @@
 namespace {
 
 /// Lines of a file, walked through as if the daemon took each of them.
-script_summary_t walk(std::istream& file, const understand_t& understand,
-                      const std::function<void(script_runner&)>& prepare) {
-    shell_mode mode(understand);
+ScriptSummary walk(std::istream& file, const Understand& understand,
+                   const std::function<void(ScriptRunner&)>& prepare) {
+    ShellMode mode(understand);
     mode.answered("enable", 0);
-    const auto taken = [] { return vty_reply_t{"", 0}; };
-    script_runner runner(
+    const auto taken = [] { return VtyReply{"", 0}; };
+    ScriptRunner runner(
         {[](const std::string&) {}, taken, taken}, mode, [](const std::string&) {},
-        [](const script_refusal_t&) {});
+        [](const ScriptRefusal&) {});
     prepare(runner);
     runner.run(file);
     return runner.summary();
@@ -20,18 +20,18 @@ script_summary_t walk(std::istream& file, const understand_t& understand,
 
 } // namespace
 
-config_image::config_image(const std::string& text, const understand_t& understand) {
+ConfigImage::ConfigImage(const std::string& text, const Understand& understand) {
     std::istringstream file(text);
-    walk(file, understand, [this](script_runner& runner) {
-        runner.watch([this](const script_line_t& line, bool /*known*/) { lines.insert(line); });
+    walk(file, understand, [this](ScriptRunner& runner) {
+        runner.watch([this](const ScriptLine& line, bool /*known*/) { lines_.insert(line); });
     });
 }
 
-config_image::changes_t config_image::changes_by(std::istream& file, const understand_t& understand) const {
-    changes_t changes;
-    const auto summary = walk(file, understand, [&](script_runner& runner) {
-        runner.leave_out([this](const script_line_t& line) { return holds(line); });
-        runner.watch([&](const script_line_t& line, bool known) { changes.lines.push_back({line, known}); });
+ConfigImage::Changes ConfigImage::changes_by(std::istream& file, const Understand& understand) const {
+    Changes changes;
+    const auto summary = walk(file, understand, [&](ScriptRunner& runner) {
+        runner.leave_out([this](const ScriptLine& line) { return holds(line); });
+        runner.watch([&](const ScriptLine& line, bool known) { changes.lines.push_back({line, known}); });
     });
     changes.same = summary.same;
     return changes;

@@ -8,24 +8,24 @@
 
 #include "script_runner.h"
 
-class config_image {
+class ConfigImage {
 public:
     /// @param text  what "write file" prints
-    config_image(const std::string& text, const understand_t& understand);
+    ConfigImage(const std::string& text, const Understand& understand);
 
-    bool holds(const script_line_t& line) const { return lines.contains(line); }
+    bool holds(const ScriptLine& line) const { return lines_.contains(line); }
 
     /// What a file would change here, without running anything.
-    struct change_t {
-        script_line_t line;
+    struct Change {
+        ScriptLine line;
         bool known; // is there such a command? One that there isn't would be refused
     };
-    struct changes_t {
-        std::vector<change_t> lines;
+    struct Changes {
+        std::vector<Change> lines;
         size_t same = 0; // lines that stand already
     };
-    changes_t changes_by(std::istream& file, const understand_t& understand) const;
+    Changes changes_by(std::istream& file, const Understand& understand) const;
 
 private:
-    std::set<script_line_t> lines;
+    std::set<ScriptLine> lines_;
 };

@@ -79,7 +79,7 @@ int save_tables(std::string& said) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
 
-vty_reply_t tables_saved(const std::string& told) {
+VtyReply tables_saved(const std::string& told) {
     std::string said;
     const int status = save_tables(said);
     if (!said.ends_with('\n'))
@@ -117,14 +117,14 @@ int keep_configuration(const std::string& path, const std::string& text) {
     return error;
 }
 
-std::optional<vty_reply_t>
-save_configuration(const std::function<std::optional<vty_reply_t>(const std::string& line)>& run) {
+std::optional<VtyReply>
+save_configuration(const std::function<std::optional<VtyReply>(const std::string& line)>& run) {
     auto configuration = run("write file");
     if (!configuration || configuration->result != 0)
         return configuration;
     const std::string path = configuration_file();
     if (const int error = keep_configuration(path, configuration->text))
-        return vty_reply_t{"% The configuration isn't saved: " + path + ": " + strerror(error) + "\n", 1};
+        return VtyReply{"% The configuration isn't saved: " + path + ": " + strerror(error) + "\n", 1};
     const auto lines = std::count(configuration->text.begin(), configuration->text.end(), '\n');
     return tables_saved("The configuration is saved: " + path + ", " + std::to_string(lines) + " lines.\n");
 }

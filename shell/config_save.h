@@ -18,8 +18,8 @@ bool asks_to_save(const std::string& line);
 /// happens there is a whole one.
 /// @param run  runs a line and gives the daemon's answer; nothing if the operator gave it up
 /// @return     as an answer of the daemon's: what was saved, or why not with result 1; nothing if given up
-std::optional<vty_reply_t>
-save_configuration(const std::function<std::optional<vty_reply_t>(const std::string& line)>& run);
+std::optional<VtyReply>
+save_configuration(const std::function<std::optional<VtyReply>(const std::string& line)>& run);
 
 /// The same for a text and a file: 0 or an errno.
 int keep_configuration(const std::string& path, const std::string& text);

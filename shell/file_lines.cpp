@@ -21,7 +21,7 @@
 
 namespace {
 
-void tell_refusal(const std::string& file, const script_refusal_t& refusal, const command_tree& tree) {
+void tell_refusal(const std::string& file, const ScriptRefusal& refusal, const CommandTree& tree) {
     fflush(stdout);
     fprintf(stderr, "%s:%zu: refused: %s\n", file.c_str(), refusal.number, refusal.line.c_str());
     if (!refusal.text.empty())
@@ -33,7 +33,7 @@ void tell_refusal(const std::string& file, const script_refusal_t& refusal, cons
         fprintf(stderr, "    (ends the block of line %zu: %s)\n", refusal.block_start, refusal.block.c_str());
 }
 
-void tell_summary(const std::string& file, const script_summary_t& summary) {
+void tell_summary(const std::string& file, const ScriptSummary& summary) {
     fflush(stdout);
     fprintf(stderr, "%s: %zu lines run, %zu refused; %zu blocks refused, %zu lines skipped", file.c_str(),
             summary.run, summary.refused, summary.blocks, summary.skipped);
@@ -44,16 +44,15 @@ void tell_summary(const std::string& file, const script_summary_t& summary) {
 
 /// The lines of the running configuration are left out, up to the first line that takes something away: what
 /// stood may be gone behind it.
-void leave_out_what_stands(script_runner& runner, const config_image& image) {
+void leave_out_what_stands(ScriptRunner& runner, const ConfigImage& image) {
     const auto sure = std::make_shared<bool>(true);
-    runner.leave_out([&image, sure](const script_line_t& line) { return *sure && image.holds(line); });
-    runner.watch([sure](const script_line_t& line, bool /*known*/) {
-        *sure = *sure && !line.line.starts_with("no ");
-    });
+    runner.leave_out([&image, sure](const ScriptLine& line) { return *sure && image.holds(line); });
+    runner.watch(
+        [sure](const ScriptLine& line, bool /*known*/) { *sure = *sure && !line.line.starts_with("no "); });
 }
 
 /// Tell what a file would change: each line below the mode that it stands in.
-exit_t tell_changes(const std::string& file, const config_image::changes_t& changes) {
+Exit tell_changes(const std::string& file, const ConfigImage::Changes& changes) {
     std::string place;
     size_t unknown = 0;
     for (const auto& change : changes.lines) {
@@ -71,15 +70,15 @@ exit_t tell_changes(const std::string& file, const config_image::changes_t& chan
     return changes.lines.empty() ? EXIT_OK : EXIT_REFUSED;
 }
 
-exit_t run_stream(const options_t& options, std::istream& lines) {
+Exit run_stream(const Options& options, std::istream& lines) {
     const std::string file = options.file == "-" ? "standard input" : options.file;
-    signal_watch interrupt{SIGINT};
-    const command_tree tree;
-    const understand_t understand = [&](enum node_type node, const std::string& line) {
+    SignalWatch interrupt{SIGINT};
+    const CommandTree tree;
+    const Understand understand = [&](enum node_type node, const std::string& line) {
         return tree.understand(node, line);
     };
-    shell_mode mode(understand);
-    vty_client daemon(options.socket);
+    ShellMode mode(understand);
+    VtyClient daemon(options.socket);
     daemon.ask_reasons();
     const auto receive = [&] {
         auto reply = wait_for_answer(daemon, interrupt, [] {
@@ -87,7 +86,7 @@ exit_t run_stream(const options_t& options, std::istream& lines) {
                 fputs("(no answer from the daemon yet; Ctrl-C ends)\n", stderr);
         });
         if (!reply)
-            throw interrupted_t{};
+            throw Interrupted{};
         return *reply;
     };
     const auto send = [&](const std::string& line) { daemon.send(line); };
@@ -99,12 +98,12 @@ exit_t run_stream(const options_t& options, std::istream& lines) {
         });
     };
 
-    script_runner runner({send, receive, save}, mode, print,
-                         [&](const script_refusal_t& refusal) { tell_refusal(file, refusal, tree); });
+    ScriptRunner runner({send, receive, save}, mode, print,
+                        [&](const ScriptRefusal& refusal) { tell_refusal(file, refusal, tree); });
     try {
         send("enable");
         mode.answered("enable", receive().result);
-        std::optional<config_image> image;
+        std::optional<ConfigImage> image;
         if (options.apply || options.check) {
             send("write file");
             image.emplace(receive().text, understand);
@@ -114,11 +113,11 @@ exit_t run_stream(const options_t& options, std::istream& lines) {
         if (options.apply)
             leave_out_what_stands(runner, *image);
         runner.run(lines);
-    } catch (const interrupted_t&) {
+    } catch (const Interrupted&) {
         tell_summary(file, runner.summary());
         fprintf(stderr, "%s: ended by Ctrl-C behind line %zu\n", file.c_str(), runner.last_answered());
         return EXIT_INTERRUPTED;
-    } catch (const vty_client_error&) {
+    } catch (const VtyClientError&) {
         tell_summary(file, runner.summary());
         fprintf(stderr, "%s: the daemon answered up to line %zu\n", file.c_str(), runner.last_answered());
         throw;
@@ -129,7 +128,7 @@ exit_t run_stream(const options_t& options, std::istream& lines) {
 
 } // namespace
 
-exit_t run_file(const options_t& options) {
+Exit run_file(const Options& options) {
     if (options.file == "-")
         return run_stream(options, std::cin);
     std::ifstream lines(options.file);

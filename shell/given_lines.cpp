@@ -19,37 +19,37 @@ namespace {
 
 /// Where lines that are given run, for the reading of one that the daemon didn't understand. The command tree
 /// is made, and the lines are followed, when that is asked for first.
-class given_lines {
+class GivenLines {
 public:
-    void answered(const std::string& line, int result) { unread.emplace_back(line, result); }
+    void answered(const std::string& line, int result) { unread_.emplace_back(line, result); }
 
     /// For a line that wasn't entered yet.
-    std::string second_line(const std::string& line, const vty_reply_t& reply) {
+    std::string second_line(const std::string& line, const VtyReply& reply) {
         follow();
-        return refusal_second_line(*tree, mode.node(), line, reply);
+        return refusal_second_line(*tree_, mode_.node(), line, reply);
     }
 
     /// Does the daemon know the line as it stands?
     bool knows(const std::string& line) {
         follow();
-        return mode.knows(line);
+        return mode_.knows(line);
     }
 
 private:
     void follow() {
-        if (!tree)
-            tree.emplace();
-        for (const auto& [earlier, result] : std::exchange(unread, {}))
-            mode.answered(earlier, result);
+        if (!tree_)
+            tree_.emplace();
+        for (const auto& [earlier, result] : std::exchange(unread_, {}))
+            mode_.answered(earlier, result);
     }
 
-    std::optional<command_tree> tree;
-    shell_mode mode{
-        [this](enum node_type node, const std::string& text) { return tree->understand(node, text); }};
-    std::vector<std::pair<std::string, int>> unread;
+    std::optional<CommandTree> tree_;
+    ShellMode mode_{
+        [this](enum node_type node, const std::string& text) { return tree_->understand(node, text); }};
+    std::vector<std::pair<std::string, int>> unread_;
 };
 
-vty_reply_t answer_to(vty_client& daemon, const std::string& line) {
+VtyReply answer_to(VtyClient& daemon, const std::string& line) {
     daemon.send(line);
     auto reply = daemon.receive(1000);
     if (!reply) {
@@ -61,7 +61,7 @@ vty_reply_t answer_to(vty_client& daemon, const std::string& line) {
 }
 
 /// Run one line, as often as it says, and print what it printed. True if it succeeded.
-bool run_line(vty_client& daemon, given_lines& given, const std::string& line) {
+bool run_line(VtyClient& daemon, GivenLines& given, const std::string& line) {
     if (asks_to_save(line)) {
         const auto reply = save_configuration(
             [&](const std::string& asked) { return std::optional(answer_to(daemon, asked)); });
@@ -75,7 +75,7 @@ bool run_line(vty_client& daemon, given_lines& given, const std::string& line) {
         print(*wrong);
         return false;
     }
-    const auto& tail = std::get<line_tail_t>(taken);
+    const auto& tail = std::get<LineTail>(taken);
     for (unsigned turn = 1;; turn++) {
         const auto reply = shown_answer(tail, answer_to(daemon, line_for_daemon(tail)));
         print(reply.text);
@@ -90,11 +90,11 @@ bool run_line(vty_client& daemon, given_lines& given, const std::string& line) {
 }
 
 /// Whether the line that was run ended the session, as asked: what follows it isn't run.
-bool session_ended(vty_client& daemon, const std::string& line) {
+bool session_ended(VtyClient& daemon, const std::string& line) {
     return may_end_session(line) && daemon.closed(200);
 }
 
-exit_t run_given(vty_client& daemon, given_lines& given, const std::vector<std::string>& lines) {
+Exit run_given(VtyClient& daemon, GivenLines& given, const std::vector<std::string>& lines) {
     for (const auto& line : lines) {
         if (!run_line(daemon, given, line))
             return EXIT_REFUSED;
@@ -104,8 +104,8 @@ exit_t run_given(vty_client& daemon, given_lines& given, const std::vector<std::
     return EXIT_OK;
 }
 
-exit_t run_input(vty_client& daemon, given_lines& given) {
-    exit_t status = EXIT_OK;
+Exit run_input(VtyClient& daemon, GivenLines& given) {
+    Exit status = EXIT_OK;
     for (std::string line; std::getline(std::cin, line);) {
         if (!run_line(daemon, given, line))
             status = EXIT_REFUSED;
@@ -117,10 +117,10 @@ exit_t run_input(vty_client& daemon, given_lines& given) {
 
 } // namespace
 
-exit_t run_lines(const options_t& options) {
-    vty_client daemon(options.socket);
+Exit run_lines(const Options& options) {
+    VtyClient daemon(options.socket);
     daemon.ask_reasons();
-    given_lines given;
+    GivenLines given;
     if (!run_line(daemon, given, "enable"))
         return EXIT_REFUSED;
     return options.lines.empty() ? run_input(daemon, given) : run_given(daemon, given, options.lines);

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr char usage[] = R"(Usage: gponsh [-s PATH] [-c LINE]... [-f FILE [--apply|--check]]
+constexpr char USAGE[] = R"(Usage: gponsh [-s PATH] [-c LINE]... [-f FILE [--apply|--check]]
 
 Type commands to the gpon daemon. Without -c and -f, lines are read from
 standard input; on a terminal with editing, history, completion (Tab), help (?)
@@ -42,12 +42,12 @@ reached or goes away, 130 if Ctrl-C ended a file.
 [[noreturn]] void refuse_usage(const std::string& reason = "") {
     if (!reason.empty())
         fprintf(stderr, "gponsh: %s\n", reason.c_str());
-    fputs(usage, stderr);
+    fputs(USAGE, stderr);
     exit(EXIT_USAGE);
 }
 
 /// Fill options from the command line; ends the program for --help and wrong usage.
-options_t parse_options(int argc, char** argv) {
+Options parse_options(int argc, char** argv) {
     static const struct option known[] = {{"socket", required_argument, nullptr, 's'},
                                           {"command", required_argument, nullptr, 'c'},
                                           {"file", required_argument, nullptr, 'f'},
@@ -55,7 +55,7 @@ options_t parse_options(int argc, char** argv) {
                                           {"check", no_argument, nullptr, 'C'},
                                           {"help", no_argument, nullptr, 'h'},
                                           {}};
-    options_t options;
+    Options options;
     for (int o; (o = getopt_long(argc, argv, "s:c:f:h", known, nullptr)) != -1;) {
         switch (o) {
         case 's':
@@ -76,7 +76,7 @@ options_t parse_options(int argc, char** argv) {
             options.check = true;
             break;
         case 'h':
-            fputs(usage, stdout);
+            fputs(USAGE, stdout);
             exit(EXIT_OK);
         default:
             refuse_usage();
@@ -93,7 +93,7 @@ options_t parse_options(int argc, char** argv) {
     return options;
 }
 
-exit_t run_session(const options_t& options) {
+Exit run_session(const Options& options) {
     if (!options.file.empty())
         return run_file(options);
     if (!options.lines.empty() || !isatty(STDIN_FILENO))
@@ -123,7 +123,7 @@ int main(int argc, char** argv) {
         return run_session(parse_options(argc, argv));
     } catch (const std::exception& error) { // the connection's, nearly always
         return failed(error.what());
-    } catch (const interrupted_t&) {
+    } catch (const Interrupted&) {
         return EXIT_INTERRUPTED;
     }
 }

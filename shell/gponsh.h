@@ -6,10 +6,10 @@
 #include <vector>
 
 /// What gponsh ends with.
-enum exit_t { EXIT_OK = 0, EXIT_REFUSED = 1, EXIT_USAGE = 2, EXIT_LOST = 3, EXIT_INTERRUPTED = 130 };
+enum Exit { EXIT_OK = 0, EXIT_REFUSED = 1, EXIT_USAGE = 2, EXIT_LOST = 3, EXIT_INTERRUPTED = 130 };
 
 /// What the command line says.
-struct options_t {
+struct Options {
     std::string socket = "/var/run/gpon.vty";
     std::vector<std::string> lines;
     std::string file;
@@ -18,7 +18,7 @@ struct options_t {
 };
 
 /// Ctrl-C ended what runs.
-struct interrupted_t {};
+struct Interrupted {};
 
 /// To standard output.
 void print(const std::string& text);
@@ -26,11 +26,11 @@ void print(const std::string& text);
 /// "exit" and "quit", or short for them: the daemon may hang up on these.
 bool may_end_session(const std::string& line);
 
-/// Run the lines of -c, or those of standard input. Throws vty_client_error, as the others do.
-exit_t run_lines(const options_t& options);
+/// Run the lines of -c, or those of standard input. Throws VtyClientError, as the others do.
+Exit run_lines(const Options& options);
 
-/// Run the file of -f, or compare it with what the system has. Throws interrupted_t, too.
-exit_t run_file(const options_t& options);
+/// Run the file of -f, or compare it with what the system has. Throws Interrupted, too.
+Exit run_file(const Options& options);
 
 /// Serve the operator at the terminal.
-exit_t run_terminal(const options_t& options);
+Exit run_terminal(const Options& options);

@@ -19,8 +19,8 @@
 namespace {
 
 // The library calls back without saying for whom.
-const command_tree* commands = nullptr;
-const pager* output = nullptr;
+const CommandTree* commands = nullptr;
+const Pager* output = nullptr;
 std::function<enum node_type()> current_node;
 std::function<std::vector<std::string>(const std::string& text)> existing_names;
 
@@ -65,16 +65,16 @@ char** complete(const char* /*text*/, int /*start*/, int end) {
 }
 
 /// The help for a text: the daemon's commands, and what the shell itself does with their output.
-std::vector<command_help_t> help_for(const std::string& text) {
-    std::vector<command_help_t> lines;
+std::vector<CommandHelp> help_for(const std::string& text) {
+    std::vector<CommandHelp> lines;
     if (const auto tail = tail_help(text)) {
         for (const auto& [word, help] : *tail)
             lines.push_back({word, help, true});
         return lines;
     }
     lines = commands->describe(current_node(), text);
-    const bool complete = std::any_of(lines.begin(), lines.end(),
-                                      [](const command_help_t& line) { return line.word == "<cr>"; });
+    const bool complete =
+        std::any_of(lines.begin(), lines.end(), [](const CommandHelp& line) { return line.word == "<cr>"; });
     if (complete && takes_tail(text)) {
         lines.push_back({"|", "What to do with the lines: include TEXT, exclude TEXT, count, json", true});
         lines.push_back({"repeat", "Again every so many seconds: repeat SECONDS [TIMES]", true});
@@ -85,7 +85,7 @@ std::vector<command_help_t> help_for(const std::string& text) {
 int show_help(int /*count*/, int /*key*/) {
     const auto lines = help_for(text_up_to(rl_point));
     fputs("?\n", stdout);
-    output->show(lines.empty() ? "% There is no matched command.\n" : line_editor::help_text(lines));
+    output->show(lines.empty() ? "% There is no matched command.\n" : LineEditor::help_text(lines));
     rl_on_new_line();
     rl_redisplay();
     return 0;
@@ -122,7 +122,7 @@ bool make_private_file(const std::string& path) {
 
 } // namespace
 
-std::string line_editor::history_path() {
+std::string LineEditor::history_path() {
     const char* const state = getenv("XDG_STATE_HOME");
     if (state && *state == '/')
         return std::string(state) + "/gponsh/history";
@@ -130,7 +130,7 @@ std::string line_editor::history_path() {
     return home && *home == '/' ? std::string(home) + "/.local/state/gponsh/history" : "";
 }
 
-std::string line_editor::help_text(const std::vector<command_help_t>& lines) {
+std::string LineEditor::help_text(const std::vector<CommandHelp>& lines) {
     size_t width = 0;
     for (const auto& line : lines)
         width = std::max(width, line.word.size());
@@ -144,30 +144,30 @@ std::string line_editor::help_text(const std::vector<command_help_t>& lines) {
     return text;
 }
 
-line_editor::line_editor(const command_tree& tree, const pager& pager_given, signal_watch& interrupt_given,
-                         std::function<enum node_type()> node,
-                         std::function<std::vector<std::string>(const std::string& text)> names)
-    : interrupt(interrupt_given), resumed(SIGCONT), history_file(history_path()) {
+LineEditor::LineEditor(const CommandTree& tree, const Pager& pager_given, SignalWatch& interrupt_given,
+                       std::function<enum node_type()> node,
+                       std::function<std::vector<std::string>(const std::string& text)> names)
+    : interrupt_(interrupt_given), resumed_(SIGCONT), history_file_(history_path()) {
     commands = &tree;
     output = &pager_given;
     current_node = std::move(node);
     existing_names = std::move(names);
     set_up_library();
     using_history();
-    stifle_history(history_size);
-    if (history_file.empty() || !make_private_file(history_file)) {
-        history_file.clear();
+    stifle_history(HISTORY_SIZE);
+    if (history_file_.empty() || !make_private_file(history_file_)) {
+        history_file_.clear();
         return;
     }
-    history_truncate_file(history_file.c_str(), history_size);
-    read_history(history_file.c_str());
+    history_truncate_file(history_file_.c_str(), HISTORY_SIZE);
+    read_history(history_file_.c_str());
 }
 
-line_editor::~line_editor() {
+LineEditor::~LineEditor() {
     rl_callback_handler_remove();
 }
 
-void line_editor::remember(const std::string& line) {
+void LineEditor::remember(const std::string& line) {
     if (line.find_first_not_of(" \t") == line.npos || line[0] == ' ' || line[0] == '\t')
         return;
     const HIST_ENTRY* const last =
@@ -176,11 +176,11 @@ void line_editor::remember(const std::string& line) {
         return;
     add_history(line.c_str());
     // Line by line: sessions at the same time keep each other's.
-    if (!history_file.empty())
-        append_history(1, history_file.c_str());
+    if (!history_file_.empty())
+        append_history(1, history_file_.c_str());
 }
 
-void line_editor::drop_line() {
+void LineEditor::drop_line() {
     rl_callback_sigcleanup();
     fputs("^C\n", stdout);
     rl_free_line_state();
@@ -190,29 +190,28 @@ void line_editor::drop_line() {
 }
 
 /// The terminal is as others left it.
-void line_editor::draw_again() {
+void LineEditor::draw_again() {
     rl_deprep_terminal();
     rl_prep_terminal(1);
     rl_forced_update_display();
 }
 
-std::optional<std::string> line_editor::read(const std::function<std::string()>& prompt,
-                                             const watch_t& watch) {
+std::optional<std::string> LineEditor::read(const std::function<std::string()>& prompt, const Watch& watch) {
     line_is_finished = false;
-    interrupt.take(); // meant for what ran before
-    resumed.take();
+    interrupt_.take(); // meant for what ran before
+    resumed_.take();
     rl_callback_handler_install(prompt().c_str(), finish_line);
     while (!line_is_finished) {
         struct pollfd fds[] = {{STDIN_FILENO, POLLIN, 0},
-                               {interrupt.descriptor(), POLLIN, 0},
+                               {interrupt_.descriptor(), POLLIN, 0},
                                {watch.descriptor(), POLLIN, 0},
-                               {resumed.descriptor(), POLLIN, 0}};
+                               {resumed_.descriptor(), POLLIN, 0}};
         if (poll(fds, std::size(fds), -1) < 0) {
             if (errno != EINTR)
                 return std::nullopt;
             continue;
         }
-        if (fds[3].revents && resumed.take())
+        if (fds[3].revents && resumed_.take())
             draw_again();
         if (fds[2].revents) {
             rl_clear_visible_line();
@@ -222,7 +221,7 @@ std::optional<std::string> line_editor::read(const std::function<std::string()>&
             rl_on_new_line();
             rl_redisplay();
         }
-        if (fds[1].revents && interrupt.take())
+        if (fds[1].revents && interrupt_.take())
             drop_line();
         if (fds[0].revents)
             rl_callback_read_char();

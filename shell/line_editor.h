@@ -11,28 +11,28 @@
 #include "pager.h"
 #include "signal_watch.h"
 
-class line_editor {
+class LineEditor {
 public:
     /// Lines that the history keeps.
-    static constexpr int history_size = 1000;
+    static constexpr int HISTORY_SIZE = 1000;
 
     /// @param node   the node that lines are typed in
     /// @param names  what exists and could stand for the last word of a text
-    line_editor(const command_tree& tree, const pager& output, signal_watch& interrupt_given,
-                std::function<enum node_type()> node,
-                std::function<std::vector<std::string>(const std::string& text)> names);
-    ~line_editor();
-    line_editor(const line_editor&) = delete;
-    line_editor& operator=(const line_editor&) = delete;
+    LineEditor(const CommandTree& tree, const Pager& output, SignalWatch& interrupt_given,
+               std::function<enum node_type()> node,
+               std::function<std::vector<std::string>(const std::string& text)> names);
+    ~LineEditor();
+    LineEditor(const LineEditor&) = delete;
+    LineEditor& operator=(const LineEditor&) = delete;
 
     /// Something to be watched while the operator types.
-    struct watch_t {
+    struct Watch {
         std::function<int()> descriptor; // -1 for none
         std::function<void()> readable;  // may print lines
     };
 
     /// The next line, without its end; nothing at the end of the input. Ctrl-C drops what was typed.
-    std::optional<std::string> read(const std::function<std::string()>& prompt, const watch_t& watch);
+    std::optional<std::string> read(const std::function<std::string()>& prompt, const Watch& watch);
 
     /// Keep a line for the next sessions too. Empty lines, lines that begin with a blank, and the
     /// same line again are not kept.
@@ -42,13 +42,13 @@ public:
     static std::string history_path();
 
     /// What "?" shows: a line for each word, with the words in one column.
-    static std::string help_text(const std::vector<command_help_t>& lines);
+    static std::string help_text(const std::vector<CommandHelp>& lines);
 
 private:
     void drop_line();
     void draw_again();
 
-    signal_watch& interrupt;
-    signal_watch resumed;     // behind Ctrl-Z
-    std::string history_file; // empty: not kept
+    SignalWatch& interrupt_;
+    SignalWatch resumed_;      // behind Ctrl-Z
+    std::string history_file_; // empty: not kept
 };

@@ -10,28 +10,28 @@
 
 namespace {
 
-using words_t = std::vector<std::string>;
+using Words = std::vector<std::string>;
 
-constexpr unsigned max_seconds = 86400;
-constexpr unsigned max_times = 1000000;
+constexpr unsigned MAX_SECONDS = 86400;
+constexpr unsigned MAX_TIMES = 1000000;
 
-struct filter_word_t {
+struct FilterWord {
     const char* word;
-    line_filter_t::kind_t kind;
+    LineFilter::Kind kind;
     bool takes_text;
     const char* help;
 };
 
-constexpr std::array<filter_word_t, 4> filter_words = {{
-    {"include", line_filter_t::INCLUDE, true, "Only lines with a text"},
-    {"exclude", line_filter_t::EXCLUDE, true, "Only lines without a text"},
-    {"count", line_filter_t::COUNT, false, "How many lines"},
-    {"json", line_filter_t::JSON, false, "The table as JSON, an object for each row"},
+constexpr std::array<FilterWord, 4> FILTER_WORDS = {{
+    {"include", LineFilter::INCLUDE, true, "Only lines with a text"},
+    {"exclude", LineFilter::EXCLUDE, true, "Only lines without a text"},
+    {"count", LineFilter::COUNT, false, "How many lines"},
+    {"json", LineFilter::JSON, false, "The table as JSON, an object for each row"},
 }};
 
-constexpr char bad_filter[] = "% Behind \"|\" stands include TEXT, exclude TEXT, count or json.\n";
-constexpr char late_json[] = "% \"| json\" stands directly behind the command, and alone.\n";
-constexpr char bad_repeat[] = "% repeat takes seconds (1 to 86400), and how often (1 to 1000000).\n";
+constexpr char BAD_FILTER[] = "% Behind \"|\" stands include TEXT, exclude TEXT, count or json.\n";
+constexpr char LATE_JSON[] = "% \"| json\" stands directly behind the command, and alone.\n";
+constexpr char BAD_REPEAT[] = "% repeat takes seconds (1 to 86400), and how often (1 to 1000000).\n";
 
 /// Where the first "|" stands as a word of its own.
 size_t find_bar(const std::string& line, size_t from = 0) {
@@ -51,15 +51,15 @@ std::string trimmed(std::string_view text) {
                               : std::string(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
 }
 
-std::optional<line_filter_t> read_filter(const std::string& text) {
+std::optional<LineFilter> read_filter(const std::string& text) {
     const auto end = std::min(text.find_first_of(" \t"), text.size());
     const auto word = text.substr(0, end);
     const auto rest = trimmed(std::string_view(text).substr(end));
     if (word.empty())
         return std::nullopt;
-    for (const auto& known : filter_words) {
+    for (const auto& known : FILTER_WORDS) {
         if (std::string_view(known.word).starts_with(word) && known.takes_text == !rest.empty())
-            return line_filter_t{known.kind, rest};
+            return LineFilter{known.kind, rest};
     }
     return std::nullopt;
 }
@@ -73,7 +73,7 @@ std::optional<unsigned> read_number(const std::string& word, unsigned highest) {
 }
 
 /// Takes "repeat N [M]" off the end of a command; false if it is there and makes no sense.
-bool take_repeat(line_tail_t& tail) {
+bool take_repeat(LineTail& tail) {
     auto words = shell_words(tail.command);
     const auto found = std::find(words.rbegin(), words.rend(), "repeat");
     if (found == words.rend())
@@ -82,8 +82,8 @@ bool take_repeat(line_tail_t& tail) {
     const auto at = words.size() - numbers;
     if (numbers == 0 || numbers > 2 || at < 2)
         return numbers > 2; // "repeat" further in front is a word of the command
-    const auto seconds = read_number(words[at], max_seconds);
-    const auto times = numbers == 2 ? read_number(words[at + 1], max_times) : 0;
+    const auto seconds = read_number(words[at], MAX_SECONDS);
+    const auto times = numbers == 2 ? read_number(words[at + 1], MAX_TIMES) : 0;
     if (!seconds || !times)
         return false;
     tail.seconds = *seconds;
@@ -115,16 +115,16 @@ bool is_blank(std::string_view line) {
     return line.find_first_not_of(" \t\r\n") == line.npos;
 }
 
-std::string filtered_by(std::string_view text, const line_filter_t& filter) {
+std::string filtered_by(std::string_view text, const LineFilter& filter) {
     std::string result;
     size_t count = 0;
     each_line(text, [&](std::string_view line) {
         count += is_blank(line) ? 0 : 1;
-        if (filter.kind != line_filter_t::COUNT &&
-            holds(line, filter.text) == (filter.kind == line_filter_t::INCLUDE))
+        if (filter.kind != LineFilter::COUNT &&
+            holds(line, filter.text) == (filter.kind == LineFilter::INCLUDE))
             result += line;
     });
-    return filter.kind == line_filter_t::COUNT ? std::to_string(count) + "\n" : result;
+    return filter.kind == LineFilter::COUNT ? std::to_string(count) + "\n" : result;
 }
 
 } // namespace
@@ -139,12 +139,12 @@ bool takes_tail(const std::string& line) {
            std::string_view("write").starts_with(first) || first == "list" || first == "find";
 }
 
-bool line_tail_t::json() const {
-    return !filters.empty() && filters.front().kind == line_filter_t::JSON;
+bool LineTail::json() const {
+    return !filters.empty() && filters.front().kind == LineFilter::JSON;
 }
 
-std::variant<line_tail_t, std::string> take_tail(const std::string& line, bool is_command) {
-    line_tail_t tail{line, {}, 0, 0};
+std::variant<LineTail, std::string> take_tail(const std::string& line, bool is_command) {
+    LineTail tail{line, {}, 0, 0};
     if (!takes_tail(line))
         return tail;
     if (size_t at = find_bar(line); at != line.npos) {
@@ -153,24 +153,24 @@ std::variant<line_tail_t, std::string> take_tail(const std::string& line, bool i
             const auto next = find_bar(line, at + 1);
             const auto filter = read_filter(trimmed(std::string_view(line).substr(at + 1, next - at - 1)));
             if (!filter)
-                return bad_filter;
+                return BAD_FILTER;
             tail.filters.push_back(*filter);
             at = next;
         }
         const auto json = std::count_if(tail.filters.begin(), tail.filters.end(),
-                                        [](const auto& f) { return f.kind == line_filter_t::JSON; });
+                                        [](const auto& f) { return f.kind == LineFilter::JSON; });
         if (json != 0 && tail.filters.size() != 1)
-            return late_json;
+            return LATE_JSON;
     }
     if (!is_command && !take_repeat(tail))
-        return bad_repeat;
+        return BAD_REPEAT;
     return tail;
 }
 
-std::string filtered(std::string_view text, const std::vector<line_filter_t>& filters) {
+std::string filtered(std::string_view text, const std::vector<LineFilter>& filters) {
     std::string result(text);
     for (const auto& filter : filters) {
-        if (filter.kind != line_filter_t::JSON)
+        if (filter.kind != LineFilter::JSON)
             result = filtered_by(result, filter);
     }
     return result;
@@ -188,7 +188,7 @@ std::optional<std::vector<std::pair<std::string, std::string>>> tail_help(const 
     const auto first = typed.find_first_not_of(" \t");
     const auto word = first == typed.npos ? "" : typed.substr(first);
     std::vector<std::pair<std::string, std::string>> fitting;
-    for (const auto& known : filter_words) {
+    for (const auto& known : FILTER_WORDS) {
         if (std::string_view(known.word).starts_with(word))
             fitting.emplace_back(known.word, known.help);
     }

@@ -20,15 +20,15 @@
 #include <vector>
 
 /// What is done with the lines of an answer.
-struct line_filter_t {
-    enum kind_t { INCLUDE, EXCLUDE, COUNT, JSON } kind;
+struct LineFilter {
+    enum Kind { INCLUDE, EXCLUDE, COUNT, JSON } kind;
     std::string text; // of INCLUDE and EXCLUDE: looked for as it stands, capital or small letters
 };
 
 /// A line, taken apart.
-struct line_tail_t {
+struct LineTail {
     std::string command; // what the daemon gets
-    std::vector<line_filter_t> filters;
+    std::vector<LineFilter> filters;
     unsigned seconds = 0; // between two runs; 0: the command runs once
     unsigned times = 0;   // of these; 0: until Ctrl-C
 
@@ -41,10 +41,10 @@ bool takes_tail(const std::string& line);
 
 /// Take a line apart. The second alternative says what is wrong with its tail, as a line for the operator.
 /// @param is_command  does the daemon know this line as it stands? Such a line has no "repeat".
-std::variant<line_tail_t, std::string> take_tail(const std::string& line, bool is_command);
+std::variant<LineTail, std::string> take_tail(const std::string& line, bool is_command);
 
 /// The text that is left of an answer. JSON takes part in nothing here: the daemon made it.
-std::string filtered(std::string_view text, const std::vector<line_filter_t>& filters);
+std::string filtered(std::string_view text, const std::vector<LineFilter>& filters);
 
 /// What can stand behind the last "|" of an unfinished line: nothing if it has none that counts.
 std::optional<std::vector<std::pair<std::string, std::string>>> tail_help(const std::string& text);

@@ -8,7 +8,7 @@
 namespace {
 
 // With "profile" the variable tells which: T-CONTs have bandwidth profiles, ONUs service profiles.
-constexpr name_place_t places[] = {
+constexpr NamePlace PLACES[] = {
     {"interface", "IFNAME", "interface", ""},
     {"distance", "IFNAME", "interface", ""},
     {"type", "TYPE", "onutype", ""},
@@ -49,7 +49,7 @@ std::string without_last_word(const std::string& text) {
 }
 
 /// The keyword that a text ends in, in full; empty if it isn't one, or might be several.
-std::string keyword_at_end(const command_tree& tree, enum node_type node, const std::string& text) {
+std::string keyword_at_end(const CommandTree& tree, enum node_type node, const std::string& text) {
     const auto keywords = tree.complete(node, text);
     const auto word = last_word(text);
     if (std::find(keywords.begin(), keywords.end(), word) != keywords.end())
@@ -59,52 +59,52 @@ std::string keyword_at_end(const command_tree& tree, enum node_type node, const 
 
 } // namespace
 
-const name_place_t* name_place(std::string_view keyword, std::string_view variable) {
-    const auto* const found = std::find_if(std::begin(places), std::end(places), [=](const auto& place) {
+const NamePlace* name_place(std::string_view keyword, std::string_view variable) {
+    const auto* const found = std::find_if(std::begin(PLACES), std::end(PLACES), [=](const auto& place) {
         return place.keyword == keyword && place.variable == variable;
     });
-    return found != std::end(places) ? found : nullptr;
+    return found != std::end(PLACES) ? found : nullptr;
 }
 
-std::vector<std::string> name_source::names(std::string_view kind, const std::string& beginning) {
+std::vector<std::string> NameSource::names(std::string_view kind, const std::string& beginning) {
     std::vector<std::string> found;
     try {
-        if (!client) {
-            client = std::make_unique<vty_client>(path);
-            client->send("enable");
-            client->receive(patience_ms);
+        if (!client_) {
+            client_ = std::make_unique<VtyClient>(path_);
+            client_->send("enable");
+            client_->receive(PATIENCE_MS);
         }
-        client->send("show names " + std::string(kind) + (beginning.empty() ? "" : " " + beginning));
-        const auto reply = client->receive(patience_ms);
+        client_->send("show names " + std::string(kind) + (beginning.empty() ? "" : " " + beginning));
+        const auto reply = client_->receive(PATIENCE_MS);
         if (!reply) {
-            client.reset(); // its answer would be taken for the next one
+            client_.reset(); // its answer would be taken for the next one
             return found;
         }
         std::istringstream lines(reply->result == 0 ? reply->text : "");
         for (std::string line; std::getline(lines, line);)
             found.push_back(line);
-    } catch (const vty_client_error&) {
-        client.reset();
+    } catch (const VtyClientError&) {
+        client_.reset();
     }
     return found;
 }
 
-std::vector<std::string> name_source::of_place(const name_place_t& place, const std::string& beginning,
-                                               const std::string& port) {
+std::vector<std::string> NameSource::of_place(const NamePlace& place, const std::string& beginning,
+                                              const std::string& port) {
     if (place.relative.empty())
         return names(place.kind, beginning);
-    constexpr std::string_view olt = "gpon-olt";
-    if (!port.starts_with(olt))
+    constexpr std::string_view OLT = "gpon-olt";
+    if (!port.starts_with(OLT))
         return {};
-    const auto of_port = "gpon-onu" + port.substr(olt.size()) + ":";
+    const auto of_port = "gpon-onu" + port.substr(OLT.size()) + ":";
     auto found = names(place.kind, of_port + beginning);
     for (auto& name : found)
         name.erase(0, of_port.size());
     return found;
 }
 
-std::vector<std::string> name_source::complete(const command_tree& tree, enum node_type node,
-                                               const std::string& text, const std::string& port) {
+std::vector<std::string> NameSource::complete(const CommandTree& tree, enum node_type node,
+                                              const std::string& text, const std::string& port) {
     std::vector<std::string> found;
     const auto before = without_last_word(text);
     const auto keyword = before.empty() ? "" : keyword_at_end(tree, node, before);

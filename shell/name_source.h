@@ -12,7 +12,7 @@
 #include "vty_client.h"
 
 /// Where a name of a kind stands: behind a keyword, for a variable of the syntax.
-struct name_place_t {
+struct NamePlace {
     std::string_view keyword;
     std::string_view variable;
     std::string_view kind;     // as "show names" calls it
@@ -20,27 +20,27 @@ struct name_place_t {
 };
 
 /// The place for a keyword and a variable; null where names can't be told.
-const name_place_t* name_place(std::string_view keyword, std::string_view variable);
+const NamePlace* name_place(std::string_view keyword, std::string_view variable);
 
-class name_source {
+class NameSource {
 public:
     /// How long an answer may take before Tab goes without, ms.
-    static constexpr int patience_ms = 500;
+    static constexpr int PATIENCE_MS = 500;
 
-    explicit name_source(std::string path_given) : path(std::move(path_given)) {}
+    explicit NameSource(std::string path_given) : path_(std::move(path_given)) {}
 
     /// Names of a kind that begin with a text; none when the daemon can't be asked or doesn't answer in time.
     std::vector<std::string> names(std::string_view kind, const std::string& beginning);
 
     /// What can stand for the last word of a text that is typed in a node.
     /// @param port  the PON port that the session stands on; empty for none
-    std::vector<std::string> complete(const command_tree& tree, enum node_type node, const std::string& text,
+    std::vector<std::string> complete(const CommandTree& tree, enum node_type node, const std::string& text,
                                       const std::string& port);
 
 private:
-    std::vector<std::string> of_place(const name_place_t& place, const std::string& beginning,
+    std::vector<std::string> of_place(const NamePlace& place, const std::string& beginning,
                                       const std::string& port);
 
-    std::string path;
-    std::unique_ptr<vty_client> client;
+    std::string path_;
+    std::unique_ptr<VtyClient> client_;
 };

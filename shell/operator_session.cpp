@@ -4,13 +4,13 @@
 
 namespace {
 
-constexpr int patience_ms = 1000;
+constexpr int PATIENCE_MS = 1000;
 
 } // namespace
 
-std::optional<vty_reply_t> wait_for_answer(vty_client& client, signal_watch& interrupt,
-                                           const std::function<void()>& notice) {
-    for (int wait_ms = patience_ms;;) {
+std::optional<VtyReply> wait_for_answer(VtyClient& client, SignalWatch& interrupt,
+                                        const std::function<void()>& notice) {
+    for (int wait_ms = PATIENCE_MS;;) {
         if (auto reply = client.receive(wait_ms, interrupt.descriptor()))
             return reply;
         if (interrupt.take())
@@ -21,108 +21,108 @@ std::optional<vty_reply_t> wait_for_answer(vty_client& client, signal_watch& int
     }
 }
 
-operator_session::operator_session(std::string path_given, signal_watch& interrupt_given,
-                                   understand_t understand, std::function<void(const std::string&)> say_given)
-    : path(std::move(path_given)), interrupt(interrupt_given), place(std::move(understand)),
-      say(std::move(say_given)) {}
+OperatorSession::OperatorSession(std::string path_given, SignalWatch& interrupt_given, Understand understand,
+                                 std::function<void(const std::string&)> say_given)
+    : path_(std::move(path_given)), interrupt_(interrupt_given), place_(std::move(understand)),
+      say_(std::move(say_given)) {}
 
-std::optional<vty_reply_t> operator_session::wait() {
-    return wait_for_answer(*client, interrupt,
-                           [this] { say("(no answer from the daemon yet; Ctrl-C gives the prompt back)"); });
+std::optional<VtyReply> OperatorSession::wait() {
+    return wait_for_answer(*client_, interrupt_,
+                           [this] { say_("(no answer from the daemon yet; Ctrl-C gives the prompt back)"); });
 }
 
-void operator_session::lose() {
-    client.reset();
-    given_up.clear();
+void OperatorSession::lose() {
+    client_.reset();
+    given_up_.clear();
 }
 
-void operator_session::open() {
-    client = std::make_unique<vty_client>(path);
-    client->ask_reasons();
-    client->send("enable");
+void OperatorSession::open() {
+    client_ = std::make_unique<VtyClient>(path_);
+    client_->ask_reasons();
+    client_->send("enable");
     const auto reply = wait();
     if (!reply)
-        throw vty_client_error("given up");
+        throw VtyClientError("given up");
     if (reply->result != 0)
-        throw vty_client_error("the daemon refuses enable mode: " + reply->text);
-    place.answered("enable", 0);
+        throw VtyClientError("the daemon refuses enable mode: " + reply->text);
+    place_.answered("enable", 0);
 }
 
 /// Connect again and go where the session was. False if that isn't possible, after saying so.
-bool operator_session::reconnect() {
-    const auto way = place.way_here();
-    client = std::make_unique<vty_client>(path);
-    client->ask_reasons();
-    place.restart();
+bool OperatorSession::reconnect() {
+    const auto way = place_.way_here();
+    client_ = std::make_unique<VtyClient>(path_);
+    client_->ask_reasons();
+    place_.restart();
     for (const auto& line : way) {
-        client->send(line);
+        client_->send(line);
         const auto reply = wait();
         if (!reply) {
             lose();
-            throw vty_client_error("given up");
+            throw VtyClientError("given up");
         }
-        place.answered(line, reply->result);
+        place_.answered(line, reply->result);
         if (reply->result == 0)
             continue;
-        client->send("end");
+        client_->send("end");
         if (wait())
-            place.answered("end", 0);
-        say("(connected again; \"" + line +
-            "\" was refused, so this is enable mode and the line wasn't run)");
+            place_.answered("end", 0);
+        say_("(connected again; \"" + line +
+             "\" was refused, so this is enable mode and the line wasn't run)");
         return false;
     }
-    say("(connected again, in the mode of before)");
+    say_("(connected again, in the mode of before)");
     return true;
 }
 
-std::optional<vty_reply_t> operator_session::run(const std::string& line) {
-    if (!client && !reconnect())
+std::optional<VtyReply> OperatorSession::run(const std::string& line) {
+    if (!client_ && !reconnect())
         return std::nullopt;
     try {
-        client->send(line);
+        client_->send(line);
         for (;;) {
             auto reply = wait();
             if (!reply) {
-                given_up.push_back(line);
-                say("(given up; the daemon may still run it)");
+                given_up_.push_back(line);
+                say_("(given up; the daemon may still run it)");
                 return std::nullopt;
             }
-            if (given_up.empty()) {
-                place.answered(line, reply->result);
+            if (given_up_.empty()) {
+                place_.answered(line, reply->result);
                 return reply;
             }
             tell_late_answer(*reply);
         }
-    } catch (const vty_client_error& error) {
+    } catch (const VtyClientError& error) {
         lose();
-        throw vty_client_error(std::string(error.what()) +
-                               "; the line may have been run or not. The next line connects again");
+        throw VtyClientError(std::string(error.what()) +
+                             "; the line may have been run or not. The next line connects again");
     }
 }
 
-void operator_session::tell_late_answer(const vty_reply_t& reply) {
-    const auto line = given_up.front();
-    given_up.pop_front();
-    place.answered(line, reply.result);
+void OperatorSession::tell_late_answer(const VtyReply& reply) {
+    const auto line = given_up_.front();
+    given_up_.pop_front();
+    place_.answered(line, reply.result);
     const auto lines = std::count(reply.text.begin(), reply.text.end(), '\n');
-    say("(\"" + line + "\", given up before, was " + (reply.result == 0 ? "run" : "refused") +
-        " meanwhile; " + std::to_string(lines) + " lines of its output are left out)");
+    say_("(\"" + line + "\", given up before, was " + (reply.result == 0 ? "run" : "refused") +
+         " meanwhile; " + std::to_string(lines) + " lines of its output are left out)");
 }
 
-bool operator_session::look_at_connection() {
-    if (!client)
+bool OperatorSession::look_at_connection() {
+    if (!client_)
         return false;
     bool told = false;
     try {
-        while (const auto reply = client->receive(0)) {
-            if (given_up.empty())
-                throw vty_client_error("the daemon answered what nobody asked");
+        while (const auto reply = client_->receive(0)) {
+            if (given_up_.empty())
+                throw VtyClientError("the daemon answered what nobody asked");
             tell_late_answer(*reply);
             told = true;
         }
-    } catch (const vty_client_error& error) {
+    } catch (const VtyClientError& error) {
         lose();
-        say(std::string("(") + error.what() + "; the next line connects again)");
+        say_(std::string("(") + error.what() + "; the next line connects again)");
         told = true;
     }
     return told;

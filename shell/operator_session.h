@@ -14,46 +14,46 @@
 #include "vty_client.h"
 
 /// Wait for the next answer; nothing if Ctrl-C came first. After a second without an answer calls
-/// notice once. Throws vty_client_error.
-std::optional<vty_reply_t> wait_for_answer(vty_client& client, signal_watch& interrupt,
-                                           const std::function<void()>& notice);
+/// notice once. Throws VtyClientError.
+std::optional<VtyReply> wait_for_answer(VtyClient& client, SignalWatch& interrupt,
+                                        const std::function<void()>& notice);
 
-class operator_session {
+class OperatorSession {
 public:
     /// @param say  prints a line for the operator (without its end)
-    operator_session(std::string path_given, signal_watch& interrupt_given, understand_t understand,
-                     std::function<void(const std::string&)> say_given);
+    OperatorSession(std::string path_given, SignalWatch& interrupt_given, Understand understand,
+                    std::function<void(const std::string&)> say_given);
 
-    /// Connect, and go to enable mode. Throws vty_client_error if the daemon isn't there.
+    /// Connect, and go to enable mode. Throws VtyClientError if the daemon isn't there.
     void open();
 
     /// Run a line; nothing if the operator gave it up, or if it wasn't sent because the mode that it
-    /// was typed in is gone. Connects again first if the connection is gone. Throws vty_client_error
+    /// was typed in is gone. Connects again first if the connection is gone. Throws VtyClientError
     /// if that fails or the connection breaks; what() tells the operator what is known of the line.
-    std::optional<vty_reply_t> run(const std::string& line);
+    std::optional<VtyReply> run(const std::string& line);
 
     /// Take what came without being waited for: answers to lines that were given up, or the end of
     /// the connection. True if the operator was told something.
     bool look_at_connection();
 
-    const shell_mode& mode() const { return place; }
+    const ShellMode& mode() const { return place_; }
 
     /// Is there a connection?
-    bool connected() const { return client != nullptr; }
+    bool connected() const { return client_ != nullptr; }
 
     /// For poll(); -1 without a connection.
-    int descriptor() const { return client ? client->descriptor() : -1; }
+    int descriptor() const { return client_ ? client_->descriptor() : -1; }
 
 private:
-    std::optional<vty_reply_t> wait();
+    std::optional<VtyReply> wait();
     bool reconnect();
     void lose();
-    void tell_late_answer(const vty_reply_t& reply);
+    void tell_late_answer(const VtyReply& reply);
 
-    std::string path;
-    signal_watch& interrupt;
-    shell_mode place;
-    std::function<void(const std::string&)> say;
-    std::unique_ptr<vty_client> client;
-    std::deque<std::string> given_up; // and not answered yet
+    std::string path_;
+    SignalWatch& interrupt_;
+    ShellMode place_;
+    std::function<void(const std::string&)> say_;
+    std::unique_ptr<VtyClient> client_;
+    std::deque<std::string> given_up_; // and not answered yet
 };

@@ -13,12 +13,12 @@
 
 namespace {
 
-struct size_on_screen_t {
+struct SizeOnScreen {
     size_t rows;
     size_t columns;
 };
 
-size_on_screen_t terminal_size() {
+SizeOnScreen terminal_size() {
     struct winsize size {};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_row == 0 || size.ws_col == 0)
         return {24, 80};
@@ -40,43 +40,43 @@ void print(std::string_view text) {
 }
 
 /// Keys one by one and unseen, until it goes out of scope.
-class raw_keys {
+class RawKeys {
 public:
-    raw_keys() {
-        tcgetattr(STDIN_FILENO, &before);
-        struct termios raw = before;
+    RawKeys() {
+        tcgetattr(STDIN_FILENO, &before_);
+        struct termios raw = before_;
         raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ISIG);
         raw.c_cc[VMIN] = 1;
         raw.c_cc[VTIME] = 0;
         tcsetattr(STDIN_FILENO, TCSADRAIN, &raw);
     }
-    ~raw_keys() { tcsetattr(STDIN_FILENO, TCSADRAIN, &before); }
-    raw_keys(const raw_keys&) = delete;
-    raw_keys& operator=(const raw_keys&) = delete;
+    ~RawKeys() { tcsetattr(STDIN_FILENO, TCSADRAIN, &before_); }
+    RawKeys(const RawKeys&) = delete;
+    RawKeys& operator=(const RawKeys&) = delete;
 
 private:
-    struct termios before {};
+    struct termios before_ {};
 };
 
-enum class more_t { PAGE, LINE, QUIT };
+enum class More { PAGE, LINE, QUIT };
 
-constexpr char ctrl_c = 3;
+constexpr char CTRL_C = 3;
 
 /// Ask how to go on. A terminal that is gone counts as q.
-more_t ask_for_more() {
-    constexpr char question[] = "--More-- (Space: page, Enter: line, q: quit)";
-    const raw_keys keys;
-    print(question);
+More ask_for_more() {
+    constexpr char QUESTION[] = "--More-- (Space: page, Enter: line, q: quit)";
+    const RawKeys keys;
+    print(QUESTION);
     fflush(stdout);
     for (char key = 0;;) {
         if (read(STDIN_FILENO, &key, 1) != 1)
             key = 'q';
-        const bool quit = key == 'q' || key == 'Q' || key == ctrl_c;
+        const bool quit = key == 'q' || key == 'Q' || key == CTRL_C;
         const bool line = key == '\r' || key == '\n';
         if (!quit && !line && key != ' ')
             continue;
-        print("\r" + std::string(sizeof(question) - 1, ' ') + "\r");
-        return quit ? more_t::QUIT : line ? more_t::LINE : more_t::PAGE;
+        print("\r" + std::string(sizeof(QUESTION) - 1, ' ') + "\r");
+        return quit ? More::QUIT : line ? More::LINE : More::PAGE;
     }
 }
 
@@ -86,7 +86,7 @@ bool is_continuation(char byte) {
 
 } // namespace
 
-size_t pager::rows_of(std::string_view line, size_t columns) {
+size_t Pager::rows_of(std::string_view line, size_t columns) {
     size_t width = 0;
     for (const char byte : line) {
         if (byte == '\t')
@@ -97,7 +97,7 @@ size_t pager::rows_of(std::string_view line, size_t columns) {
     return width == 0 ? 1 : (width + columns - 1) / columns;
 }
 
-bool pager::show_with_program(const std::string& text) const {
+bool Pager::show_with_program(const std::string& text) const {
     const char* const program = getenv("PAGER");
     if (!program || !*program)
         return false;
@@ -114,14 +114,14 @@ bool pager::show_with_program(const std::string& text) const {
     return true;
 }
 
-void pager::show(const std::string& text) const {
+void Pager::show(const std::string& text) const {
     const auto size = terminal_size();
-    const size_t page = length ? static_cast<size_t>(*length) : size.rows;
+    const size_t page = length_ ? static_cast<size_t>(*length_) : size.rows;
     const auto lines = lines_of(text);
     size_t rows = 0;
     for (const auto line : lines)
         rows += rows_of(line, size.columns);
-    if (!on_terminal || page == 0 || rows < page) {
+    if (!on_terminal_ || page == 0 || rows < page) {
         print(text);
         fflush(stdout);
         return;
@@ -135,11 +135,11 @@ void pager::show(const std::string& text) const {
         const size_t needed = rows_of(lines[i], size.columns);
         if (left < needed && left < full) {
             const auto more = ask_for_more();
-            if (more == more_t::QUIT) {
+            if (more == More::QUIT) {
                 printf("(%zu of %zu lines not shown)\n", lines.size() - i, lines.size());
                 break;
             }
-            left = more == more_t::PAGE ? full : needed;
+            left = more == More::PAGE ? full : needed;
         }
         print(lines[i]);
         left -= std::min(left, needed);

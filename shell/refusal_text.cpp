@@ -44,7 +44,7 @@ std::string joined(std::span<const std::string> words) {
 }
 
 /// The end of a text from its last keyword on: numbers and names say nothing without it.
-std::string from_last_keyword(const command_tree& tree, enum node_type node, const std::string& text) {
+std::string from_last_keyword(const CommandTree& tree, enum node_type node, const std::string& text) {
     const auto words = shell_words(text);
     const std::span all(words);
     for (size_t count = words.size(); count > 0; count--)
@@ -55,10 +55,10 @@ std::string from_last_keyword(const command_tree& tree, enum node_type node, con
 
 /// What may stand behind a text that is understood so far, where something else does. A number that doesn't
 /// fit is told the numbers that do.
-std::string hint_behind(const command_tree& tree, enum node_type node, const std::string& text,
+std::string hint_behind(const CommandTree& tree, enum node_type node, const std::string& text,
                         const std::string& typed) {
     auto lines = tree.describe(node, text);
-    const auto takes_no_number = [](const command_help_t& line) { return !is_range(line.word); };
+    const auto takes_no_number = [](const CommandHelp& line) { return !is_range(line.word); };
     if (is_number(typed) && !std::all_of(lines.begin(), lines.end(), takes_no_number))
         std::erase_if(lines, takes_no_number);
     std::vector<std::string> expected;
@@ -73,7 +73,7 @@ std::string hint_behind(const command_tree& tree, enum node_type node, const std
 
 } // namespace
 
-std::string refusal_hint(const command_tree& tree, enum node_type node, const std::string& line, int result) {
+std::string refusal_hint(const CommandTree& tree, enum node_type node, const std::string& line, int result) {
     if (result == CMD_ERR_INCOMPLETE)
         return hint_behind(tree, node, line + " ", "");
     if (result != CMD_ERR_NO_MATCH)
@@ -85,8 +85,8 @@ std::string refusal_hint(const command_tree& tree, enum node_type node, const st
     return hint_behind(tree, node, line.substr(0, trouble->offset), typed.empty() ? "" : typed.front());
 }
 
-std::string refusal_second_line(const command_tree& tree, enum node_type node, const std::string& line,
-                                const vty_reply_t& reply) {
+std::string refusal_second_line(const CommandTree& tree, enum node_type node, const std::string& line,
+                                const VtyReply& reply) {
     const auto text = reply.reason.empty() ? refusal_hint(tree, node, line, reply.result) : reply.reason;
     if (text.empty())
         return "";

@@ -10,9 +10,9 @@
 
 /// What the first word that isn't understood could have been, given the words before it: "tcont: 1 to 8",
 /// "modify 3: loid, pw or sn". Empty for a line that is understood, or whose first word already isn't.
-std::string refusal_hint(const command_tree& tree, enum node_type node, const std::string& line, int result);
+std::string refusal_hint(const CommandTree& tree, enum node_type node, const std::string& line, int result);
 
 /// The line that stands under the daemon's text, with its end; empty for none.
 /// @param node  where the line was typed
-std::string refusal_second_line(const command_tree& tree, enum node_type node, const std::string& line,
-                                const vty_reply_t& reply);
+std::string refusal_second_line(const CommandTree& tree, enum node_type node, const std::string& line,
+                                const VtyReply& reply);

@@ -21,33 +21,33 @@
 #include "vty_client.h"
 
 /// The way to the daemon.
-struct line_port_t {
+struct LinePort {
     std::function<void(const std::string& line)> send;
     /// Wait for the answer to the earliest unanswered line.
-    std::function<vty_reply_t()> receive;
+    std::function<VtyReply()> receive;
     /// Save the configuration, for a line that asks for it. Called when no line is unanswered.
-    std::function<vty_reply_t()> save;
+    std::function<VtyReply()> save;
 };
 
 /// What became of a line.
-struct script_refusal_t {
+struct ScriptRefusal {
     size_t number;       // of the line in the file, from 1
     std::string line;    // as it stands there, without surrounding blanks
     std::string text;    // the daemon's
     size_t block_start;  // number of the line that began the block that ends with this; 0 for none
     std::string block;   // that line
-    vty_reply_t reply;   // the answer whole
+    VtyReply reply;      // the answer whole
     enum node_type node; // where the line was run
 };
 
 /// A line of a configuration, as the mode that it stands in and its words in full tell it apart from others.
-struct script_line_t {
+struct ScriptLine {
     std::string place; // the prompt of the mode
     std::string line;
-    auto operator<=>(const script_line_t&) const = default;
+    auto operator<=>(const ScriptLine&) const = default;
 };
 
-struct script_summary_t {
+struct ScriptSummary {
     size_t run = 0;     // lines sent, those of the file
     size_t same = 0;    // lines not sent, because they stand already
     size_t refused = 0; // of these
@@ -55,35 +55,35 @@ struct script_summary_t {
     size_t skipped = 0; // lines not sent, because of that or behind the end of the session
 };
 
-class script_runner {
+class ScriptRunner {
 public:
     /// @param mode      where the session stands; followed while lines run
     /// @param printed   gets what lines printed that weren't refused
     /// @param refused   told of each line that the daemon refused
-    script_runner(line_port_t port_given, shell_mode& mode_given,
-                  std::function<void(const std::string& text)> printed_given,
-                  std::function<void(const script_refusal_t&)> refused_given);
+    ScriptRunner(LinePort port_given, ShellMode& mode_given,
+                 std::function<void(const std::string& text)> printed_given,
+                 std::function<void(const ScriptRefusal&)> refused_given);
 
     /// Leave out lines for which this holds: they would change nothing. Lines that enter or leave a mode run
     /// always.
-    void leave_out(std::function<bool(const script_line_t& line)> stands_given) {
-        stands = std::move(stands_given);
+    void leave_out(std::function<bool(const ScriptLine& line)> stands_given) {
+        stands_ = std::move(stands_given);
     }
     /// Told of each line that is sent and neither enters nor leaves a mode, and whether a command is known
     /// for it.
-    void watch(std::function<void(const script_line_t& line, bool known)> watch_given) {
-        watched = std::move(watch_given);
+    void watch(std::function<void(const ScriptLine& line, bool known)> watch_given) {
+        watched_ = std::move(watch_given);
     }
 
     /// Run all lines of a file. Throws what the port throws; summary() holds up to there.
     void run(std::istream& lines);
 
-    const script_summary_t& summary() const { return counts; }
+    const ScriptSummary& summary() const { return counts_; }
     /// Number of the line that was answered last.
-    size_t last_answered() const { return answered_line; }
+    size_t last_answered() const { return answered_line_; }
 
 private:
-    struct flight_t {
+    struct Flight {
         size_t number;
         std::string line;
         size_t block; // number of the block's first line; 0 for none
@@ -91,7 +91,7 @@ private:
         bool moves;   // the mode changes with its answer
         bool helping; // not from the file
     };
-    struct block_t {
+    struct Block {
         size_t start = 0; // line number; 0: no block is open
         std::string line;
         size_t depth = 0; // of the mode inside
@@ -111,18 +111,18 @@ private:
     void take_answer();
     void settle();
 
-    line_port_t port;
-    shell_mode& mode;
-    std::function<void(const std::string&)> printed;
-    std::function<void(const script_refusal_t&)> refused;
-    std::function<bool(const script_line_t& line)> stands;
-    std::function<void(const script_line_t& line, bool known)> watched;
+    LinePort port_;
+    ShellMode& mode_;
+    std::function<void(const std::string&)> printed_;
+    std::function<void(const ScriptRefusal&)> refused_;
+    std::function<bool(const ScriptLine& line)> stands_;
+    std::function<void(const ScriptLine& line, bool known)> watched_;
 
-    std::deque<flight_t> in_flight;
-    size_t bytes_in_flight = 0;
-    block_t block;
-    size_t last_stopped = 0;
-    bool at_mark = false; // behind "!": in no block, but the session is still inside
-    script_summary_t counts;
-    size_t answered_line = 0;
+    std::deque<Flight> in_flight_;
+    size_t bytes_in_flight_ = 0;
+    Block block_;
+    size_t last_stopped_ = 0;
+    bool at_mark_ = false; // behind "!": in no block, but the session is still inside
+    ScriptSummary counts_;
+    size_t answered_line_ = 0;
 };

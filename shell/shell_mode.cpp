@@ -9,7 +9,7 @@
 
 namespace {
 
-using words_t = std::vector<std::string>;
+using Words = std::vector<std::string>;
 
 bool is_number(const std::string& word) {
     return !word.empty() &&
@@ -31,7 +31,7 @@ std::optional<enum node_type> node_of_interface(const std::string& typed, const 
     return typed.starts_with("trunk") ? IF_TRUNK_NODE : kavo_node_of_interface(full);
 }
 
-std::string joined(const words_t& words) {
+std::string joined(const Words& words) {
     std::string line;
     for (const auto& word : words)
         line += (line.empty() ? "" : " ") + word;
@@ -45,7 +45,7 @@ bool is_short_for(const std::string& word, std::string_view keyword) {
 } // namespace
 
 enum node_type shell_parent_node(enum node_type node) {
-    static constexpr std::pair<enum node_type, enum node_type> parents[] = {
+    static constexpr std::pair<enum node_type, enum node_type> PARENTS[] = {
 #define NODE(record, number, name, parent, writer) {number, parent},
 #define RESERVED_NODE(record, number, name)
 #include "commands/nodes.def"
@@ -55,84 +55,84 @@ enum node_type shell_parent_node(enum node_type node) {
         {ENABLE_NODE, VIEW_NODE},
         {VIEW_NODE, VIEW_NODE},
     };
-    const auto* const found = std::find_if(std::begin(parents), std::end(parents),
+    const auto* const found = std::find_if(std::begin(PARENTS), std::end(PARENTS),
                                            [=](const auto& line) { return line.first == node; });
-    return found != std::end(parents) ? found->second : CONFIG_NODE;
+    return found != std::end(PARENTS) ? found->second : CONFIG_NODE;
 }
 
 std::vector<std::string> shell_words(const std::string& line) {
-    constexpr char blanks[] = " \t\n\v\f\r";
-    words_t words;
-    size_t at = line.find_first_not_of(blanks);
+    constexpr char BLANKS[] = " \t\n\v\f\r";
+    Words words;
+    size_t at = line.find_first_not_of(BLANKS);
     if (at == line.npos || line[at] == '!' || line[at] == '#')
         return words;
     while (at != line.npos) {
-        const auto end = std::min(line.find_first_of(blanks, at), line.size());
+        const auto end = std::min(line.find_first_of(BLANKS, at), line.size());
         words.push_back(line.substr(at, end - at));
-        at = line.find_first_not_of(blanks, end);
+        at = line.find_first_not_of(BLANKS, end);
     }
     return words;
 }
 
-shell_mode::shell_mode(understand_t understand_given) : understand(std::move(understand_given)) {
+ShellMode::ShellMode(Understand understand_given) : understand_(std::move(understand_given)) {
     restart();
 }
 
-void shell_mode::restart() {
-    places = {{VIEW_NODE, "", ""}};
-    is_over = false;
+void ShellMode::restart() {
+    places_ = {{VIEW_NODE, "", ""}};
+    is_over_ = false;
 }
 
-std::string shell_mode::prompt() const {
-    const auto& here = places.back();
+std::string ShellMode::prompt() const {
+    const auto& here = places_.back();
     if (here.node == VIEW_NODE)
         return "gpon> ";
     return here.label.empty() ? "gpon# " : "gpon(" + here.label + ")# ";
 }
 
-const std::optional<understood_t>& shell_mode::understood_in(enum node_type node,
-                                                             const std::string& line) const {
-    if (!last || last->node != node || last->line != line)
-        last = memory_t{node, line, understand ? understand(node, line) : std::nullopt};
-    return last->understood;
+const std::optional<Understood>& ShellMode::understood_in(enum node_type node,
+                                                          const std::string& line) const {
+    if (!last_ || last_->node != node || last_->line != line)
+        last_ = Memory{node, line, understand_ ? understand_(node, line) : std::nullopt};
+    return last_->understood;
 }
 
-bool shell_mode::knows_in(enum node_type node, const std::string& line) const {
+bool ShellMode::knows_in(enum node_type node, const std::string& line) const {
     return understood_in(node, line).has_value();
 }
 
-bool shell_mode::knows(const std::string& line) const {
+bool ShellMode::knows(const std::string& line) const {
     return knows_in(node(), line);
 }
 
-understood_t shell_mode::read(const std::string& line) const {
+Understood ShellMode::read(const std::string& line) const {
     if (const auto& understood = understood_in(node(), line))
         return *understood;
     return {node(), shell_words(line)};
 }
 
-std::optional<shell_mode::place_t> shell_mode::place_entered(const understood_t& understood) {
+std::optional<ShellMode::Place> ShellMode::place_entered(const Understood& understood) {
     const auto& words = understood.words;
     const std::string line = joined(words);
     if (words.empty())
         return std::nullopt;
     if (words[0] == "configure" && words.size() <= 2)
-        return place_t{CONFIG_NODE, "config", line};
+        return Place{CONFIG_NODE, "config", line};
     if (words[0] == "gpon" && words.size() == 1)
-        return place_t{GPON_NODE, "gpon", line};
+        return Place{GPON_NODE, "gpon", line};
     if (words[0] == "vlan" && words.size() == 2 && is_number(words[1]))
-        return place_t{VLAN_NODE, line, line};
+        return Place{VLAN_NODE, line, line};
     if (words[0] == "onu-srvprofile" && words.size() == 5)
-        return place_t{ONU_SRV_PROFILE_NODE, words[0] + " " + words[2], line};
+        return Place{ONU_SRV_PROFILE_NODE, words[0] + " " + words[2], line};
     if (words[0] == "interface" && words.size() == 2) {
         const auto name = full_name(words[1]);
         if (const auto entered = node_of_interface(words[1], name))
-            return place_t{*entered, name, line};
+            return Place{*entered, name, line};
     }
     return std::nullopt;
 }
 
-bool shell_mode::enters_block(const std::string& line) const {
+bool ShellMode::enters_block(const std::string& line) const {
     auto place = place_entered(read(line));
     for (const auto other : {CONFIG_NODE, GPON_NODE}) {
         if (knows(line))
@@ -145,20 +145,20 @@ bool shell_mode::enters_block(const std::string& line) const {
     return place && place->node != CONFIG_NODE;
 }
 
-bool shell_mode::leaves(const std::string& line) const {
+bool ShellMode::leaves(const std::string& line) const {
     const auto words = read(line).words;
     if (words.size() != 1)
         return false;
     return words[0] == "exit" || words[0] == "quit" ||
-           (!understand && (is_short_for(words[0], "exit") || is_short_for(words[0], "quit")));
+           (!understand_ && (is_short_for(words[0], "exit") || is_short_for(words[0], "quit")));
 }
 
-bool shell_mode::ends(const std::string& line) const {
+bool ShellMode::ends(const std::string& line) const {
     const auto words = read(line).words;
     return words.size() == 1 && words[0] == "end" && node() != ENABLE_NODE && node() != VIEW_NODE;
 }
 
-bool shell_mode::may_move(const std::string& line) const {
+bool ShellMode::may_move(const std::string& line) const {
     if (shell_words(line).empty())
         return false;
     if (!knows(line))
@@ -168,38 +168,38 @@ bool shell_mode::may_move(const std::string& line) const {
     return place_entered(understood) || leaves(line) || ends(line) || word == "enable" || word == "disable";
 }
 
-void shell_mode::climb_to(enum node_type node) {
+void ShellMode::climb_to(enum node_type node) {
     const auto found =
-        std::find_if(places.begin(), places.end(), [=](const place_t& place) { return place.node == node; });
-    if (found != places.end())
-        places.erase(found + 1, places.end());
+        std::find_if(places_.begin(), places_.end(), [=](const Place& place) { return place.node == node; });
+    if (found != places_.end())
+        places_.erase(found + 1, places_.end());
 }
 
-void shell_mode::enter(place_t place) {
+void ShellMode::enter(Place place) {
     climb_to(shell_parent_node(place.node));
-    places.push_back(std::move(place));
+    places_.push_back(std::move(place));
 }
 
 /// Follow a line that succeeded.
-void shell_mode::move(const understood_t& understood) {
+void ShellMode::move(const Understood& understood) {
     const auto& words = understood.words;
     if (words.empty())
         return;
     const bool outside = node() == VIEW_NODE || node() == ENABLE_NODE;
     if (words.size() == 1 && (words[0] == "enable" || words[0] == "disable")) {
-        places.front().node = words[0] == "enable" ? ENABLE_NODE : VIEW_NODE;
+        places_.front().node = words[0] == "enable" ? ENABLE_NODE : VIEW_NODE;
     } else if (words.size() == 1 && (words[0] == "exit" || words[0] == "quit")) {
-        is_over = places.size() == 1;
-        if (!is_over)
-            places.pop_back();
+        is_over_ = places_.size() == 1;
+        if (!is_over_)
+            places_.pop_back();
     } else if (words.size() == 1 && words[0] == "end" && !outside) {
-        places.resize(1);
+        places_.resize(1);
     } else if (auto place = place_entered(understood)) {
         enter(std::move(*place));
     }
 }
 
-void shell_mode::answered(const std::string& line, int result) {
+void ShellMode::answered(const std::string& line, int result) {
     // A command of a node above leaves the session where it is, unless it enters a node.
     auto understood = read(line);
     if (result != CMD_SUCCESS || understood.words.empty() || understood.words[0] == "do")
@@ -209,11 +209,11 @@ void shell_mode::answered(const std::string& line, int result) {
     move(understood);
 }
 
-std::vector<std::string> shell_mode::way_here() const {
-    words_t lines;
-    if (places.front().node == ENABLE_NODE)
+std::vector<std::string> ShellMode::way_here() const {
+    Words lines;
+    if (places_.front().node == ENABLE_NODE)
         lines.emplace_back("enable");
-    for (size_t i = 1; i < places.size(); i++)
-        lines.push_back(places[i].line);
+    for (size_t i = 1; i < places_.size(); i++)
+        lines.push_back(places_[i].line);
     return lines;
 }

@@ -11,7 +11,7 @@
 #include "kavo_frr.h"
 
 /// A command line as the daemon reads it.
-struct understood_t {
+struct Understood {
     /// The node that has the command: the session's own or one above it.
     enum node_type node;
     /// The words of the line, keywords in full.
@@ -19,7 +19,7 @@ struct understood_t {
 };
 
 /// Reads a line in a node; nothing if no command of the node or of those above it is meant.
-using understand_t = std::function<std::optional<understood_t>(enum node_type node, const std::string& line)>;
+using Understand = std::function<std::optional<Understood>(enum node_type node, const std::string& line)>;
 
 /// The node above a node of the daemon.
 enum node_type shell_parent_node(enum node_type node);
@@ -27,21 +27,21 @@ enum node_type shell_parent_node(enum node_type node);
 /// The words of a line as they were typed; none of a comment ("!", "#").
 std::vector<std::string> shell_words(const std::string& line);
 
-class shell_mode {
+class ShellMode {
 public:
     /// A new session, which stands on VIEW_NODE. With no understand, every line is taken as typed.
-    explicit shell_mode(understand_t understand_given = {});
+    explicit ShellMode(Understand understand_given = {});
 
-    enum node_type node() const { return places.back().node; }
+    enum node_type node() const { return places_.back().node; }
 
     /// "gpon> ", "gpon# ", "gpon(config)# ", "gpon(gpon-onu1/1:1)# ", ...
     std::string prompt() const;
 
     /// What the prompt calls the place: "gpon-onu1/1:1", "config"; empty in view and enable mode.
-    const std::string& object() const { return places.back().label; }
+    const std::string& object() const { return places_.back().label; }
 
     /// How the line would be read here; as typed if no command is known that it means.
-    understood_t read(const std::string& line) const;
+    Understood read(const std::string& line) const;
     /// Does a command that is known here, or above, mean it?
     bool knows(const std::string& line) const;
     /// The same in another node.
@@ -61,10 +61,10 @@ public:
     void answered(const std::string& line, int result);
 
     /// Has the session left its outermost node, which ends it?
-    bool over() const { return is_over; }
+    bool over() const { return is_over_; }
 
     /// Number of nodes from the outermost one to here; 1 there.
-    size_t depth() const { return places.size(); }
+    size_t depth() const { return places_.size(); }
 
     /// The lines that lead a new session to here.
     std::vector<std::string> way_here() const;
@@ -73,26 +73,26 @@ public:
     void restart();
 
 private:
-    struct place_t {
+    struct Place {
         enum node_type node;
         std::string label; // in the prompt
         std::string line;  // that entered it
     };
-    const std::optional<understood_t>& understood_in(enum node_type node, const std::string& line) const;
-    static std::optional<place_t> place_entered(const understood_t& understood);
+    const std::optional<Understood>& understood_in(enum node_type node, const std::string& line) const;
+    static std::optional<Place> place_entered(const Understood& understood);
     void climb_to(enum node_type node);
-    void enter(place_t place);
-    void move(const understood_t& understood);
+    void enter(Place place);
+    void move(const Understood& understood);
 
     /// What was understood last: one line is asked about several times.
-    struct memory_t {
+    struct Memory {
         enum node_type node;
         std::string line;
-        std::optional<understood_t> understood;
+        std::optional<Understood> understood;
     };
 
-    understand_t understand;
-    mutable std::optional<memory_t> last;
-    std::vector<place_t> places;
-    bool is_over = false;
+    Understand understand_;
+    mutable std::optional<Memory> last_;
+    std::vector<Place> places_;
+    bool is_over_ = false;
 };

@@ -8,8 +8,8 @@
 namespace {
 
 /// Counting needs rows, not headings: they are asked for as JSON, and what has none is counted by lines.
-bool wants_rows(const line_tail_t& tail) {
-    const bool counts = tail.filters.size() == 1 && tail.filters[0].kind == line_filter_t::COUNT;
+bool wants_rows(const LineTail& tail) {
+    const bool counts = tail.filters.size() == 1 && tail.filters[0].kind == LineFilter::COUNT;
     return tail.json() || (counts && tail.command.find("sh") != tail.command.npos);
 }
 
@@ -27,7 +27,7 @@ std::optional<std::string> json_array(const std::string& text) {
 
 } // namespace
 
-std::string line_for_daemon(const line_tail_t& tail) {
+std::string line_for_daemon(const LineTail& tail) {
     if (!wants_rows(tail))
         return tail.command;
     const auto words = tail.command.find_first_not_of(" \t");
@@ -35,7 +35,7 @@ std::string line_for_daemon(const line_tail_t& tail) {
     return done_above ? "do json " + tail.command.substr(words + 3) : "json " + tail.command;
 }
 
-vty_reply_t shown_answer(const line_tail_t& tail, const vty_reply_t& reply) {
+VtyReply shown_answer(const LineTail& tail, const VtyReply& reply) {
     if (reply.result != 0)
         return reply;
     if (!tail.json())
@@ -45,7 +45,7 @@ vty_reply_t shown_answer(const line_tail_t& tail, const vty_reply_t& reply) {
     return {"% \"" + tail.command + "\" shows no table that could be JSON.\n", 1};
 }
 
-std::string repeat_heading(const line_tail_t& tail) {
+std::string repeat_heading(const LineTail& tail) {
     const time_t now = time(nullptr);
     struct tm local {};
     localtime_r(&now, &local);

@@ -9,10 +9,10 @@
 #include "vty_client.h"
 
 /// The line for the daemon.
-std::string line_for_daemon(const line_tail_t& tail);
+std::string line_for_daemon(const LineTail& tail);
 
 /// The answer as the operator wants it. One without a table, where JSON was wanted, becomes a refusal.
-vty_reply_t shown_answer(const line_tail_t& tail, const vty_reply_t& reply);
+VtyReply shown_answer(const LineTail& tail, const VtyReply& reply);
 
 /// What stands above each turn of a repeated command: when, what, and how it ends.
-std::string repeat_heading(const line_tail_t& tail);
+std::string repeat_heading(const LineTail& tail);

@@ -19,27 +19,27 @@ void note(int signo) {
 
 } // namespace
 
-signal_watch::signal_watch(int signo_given) : signo(signo_given) {
+SignalWatch::SignalWatch(int signo_given) : signo_(signo_given) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
         throw std::runtime_error("no pipe for a signal");
-    read_end = ends[0];
-    write_ends[signo] = ends[1];
+    read_end_ = ends[0];
+    write_ends[signo_] = ends[1];
     struct sigaction action {};
     action.sa_handler = note;
-    sigaction(signo, &action, nullptr);
+    sigaction(signo_, &action, nullptr);
 }
 
-signal_watch::~signal_watch() {
-    signal(signo, SIG_DFL);
-    close(read_end);
-    close(write_ends[signo]);
+SignalWatch::~SignalWatch() {
+    signal(signo_, SIG_DFL);
+    close(read_end_);
+    close(write_ends[signo_]);
 }
 
-bool signal_watch::take() {
+bool SignalWatch::take() {
     char bytes[64];
     bool any = false;
-    while (read(read_end, bytes, sizeof(bytes)) > 0)
+    while (read(read_end_, bytes, sizeof(bytes)) > 0)
         any = true;
     return any;
 }

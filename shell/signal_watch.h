@@ -4,20 +4,20 @@
 
 /// From its making on, the signal only makes descriptor() readable. Programs that the process
 /// starts get it as usual. One object for a signal at a time.
-class signal_watch {
+class SignalWatch {
 public:
-    explicit signal_watch(int signo_given);
-    ~signal_watch();
-    signal_watch(const signal_watch&) = delete;
-    signal_watch& operator=(const signal_watch&) = delete;
+    explicit SignalWatch(int signo_given);
+    ~SignalWatch();
+    SignalWatch(const SignalWatch&) = delete;
+    SignalWatch& operator=(const SignalWatch&) = delete;
 
     /// For poll().
-    int descriptor() const { return read_end; }
+    int descriptor() const { return read_end_; }
 
     /// Did it come since the last call?
     bool take();
 
 private:
-    int signo;
-    int read_end;
+    int signo_;
+    int read_end_;
 };

@@ -12,12 +12,12 @@
 #include <string_view>
 
 /// The connection can't be made, is gone, or talks nonsense. what() is for the operator.
-struct vty_client_error : std::runtime_error {
+struct VtyClientError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
 /// The daemon's answer to one line.
-struct vty_reply_t {
+struct VtyReply {
     std::string text;
     /// 0 for success; the library's result code otherwise.
     int result;
@@ -25,21 +25,21 @@ struct vty_reply_t {
     std::string reason = {};
 };
 
-class vty_client {
+class VtyClient {
 public:
-    /// Connect to the Unix stream socket at path. Throws vty_client_error.
-    explicit vty_client(const std::string& path);
-    ~vty_client();
-    vty_client(const vty_client&) = delete;
-    vty_client& operator=(const vty_client&) = delete;
+    /// Connect to the Unix stream socket at path. Throws VtyClientError.
+    explicit VtyClient(const std::string& path);
+    ~VtyClient();
+    VtyClient(const VtyClient&) = delete;
+    VtyClient& operator=(const VtyClient&) = delete;
 
     /// From now on ask the daemon for the reason of each refusal, before its answer is handed out.
-    void ask_reasons() { asks_reasons = true; }
+    void ask_reasons() { asks_reasons_ = true; }
 
     /// Have the daemon run one line and wait for its answer, as long as it takes; no other may be
     /// unanswered. A line that is too long for the daemon or has a NUL in it isn't sent and fails
-    /// with a text that says so. Throws vty_client_error when the daemon goes away.
-    vty_reply_t run(std::string_view line);
+    /// with a text that says so. Throws VtyClientError when the daemon goes away.
+    VtyReply run(std::string_view line);
 
     /// Send a line without waiting for its answer; receive() gives it in its turn. The daemon reads on
     /// only while its answers are taken: with more than a few ten kilobytes unanswered this may wait
@@ -48,7 +48,7 @@ public:
 
     /// The next answer. Nothing if none is complete within so many milliseconds (-1: wait without
     /// limit), or if wake_fd gets readable (-1: none) before. Throws as run() does.
-    std::optional<vty_reply_t> receive(int wait_ms = -1, int wake_fd = -1);
+    std::optional<VtyReply> receive(int wait_ms = -1, int wake_fd = -1);
 
     /// Number of lines whose answer wasn't handed out yet.
     size_t unanswered() const;
@@ -57,36 +57,36 @@ public:
     bool closed(int wait_ms);
 
     /// For poll(): readable when an answer comes or the daemon hangs up.
-    int descriptor() const { return fd; }
+    int descriptor() const { return fd_; }
 
     /// Longest line that the daemon's buffer takes.
-    static constexpr size_t max_line = 4000;
+    static constexpr size_t MAX_LINE = 4000;
 
 private:
     void send_all(std::string_view bytes);
     bool take_reply();
     void read_some();
     void gather();
-    vty_reply_t next_ready();
-    bool is_ready() const { return !ready.empty() && !ready.front().lacks_reason; }
+    VtyReply next_ready();
+    bool is_ready() const { return !ready_.empty() && !ready_.front().lacks_reason; }
     void ask_reason();
     void take_reasons(const std::string& text);
 
     /// A line sent and not answered: its number in the daemon's list of reasons, or the question for them.
-    struct sent_t {
+    struct Sent {
         uint32_t number;
         bool question;
     };
-    struct ready_t {
-        vty_reply_t reply;
+    struct Ready {
+        VtyReply reply;
         uint32_t number;
         bool lacks_reason; // the question for it is on its way
     };
 
-    int fd;
-    bool asks_reasons = false;
-    std::deque<sent_t> sent;
-    std::string received; // a part of an answer
-    size_t searched = 0;  // of received, bytes known to be no end of an answer
-    std::deque<ready_t> ready;
+    int fd_;
+    bool asks_reasons_ = false;
+    std::deque<Sent> sent_;
+    std::string received_; // a part of an answer
+    size_t searched_ = 0;  // of received, bytes known to be no end of an answer
+    std::deque<Ready> ready_;
 };

@@ -8,10 +8,10 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
-using words_t = std::vector<std::string>;
+using Words = std::vector<std::string>;
 
-words_t words_of(const std::vector<command_help_t>& lines) {
-    words_t words;
+Words words_of(const std::vector<CommandHelp>& lines) {
+    Words words;
     for (const auto& line : lines)
         words.push_back(line.word);
     return words;

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr char running[] = "gpon\n"
+constexpr char RUNNING[] = "gpon\n"
                            " profile bandwidth a fixed 250\n"
                            "!\n"
                            "onu-srvprofile profile-id 1 onu-type A\n"
@@ -21,13 +21,13 @@ constexpr char running[] = "gpon\n"
                            " name y\n"
                            "!\n";
 
-config_image::changes_t changes_by(const std::string& file) {
+ConfigImage::Changes changes_by(const std::string& file) {
     std::istringstream lines(file);
-    return config_image(running, test_understand).changes_by(lines, test_understand);
+    return ConfigImage(RUNNING, test_understand).changes_by(lines, test_understand);
 }
 
 TEST(ConfigImage, TheSameConfigurationChangesNothing) {
-    const auto changes = changes_by(running);
+    const auto changes = changes_by(RUNNING);
     EXPECT_TRUE(changes.lines.empty());
     EXPECT_EQ(changes.same, 4u);
 }

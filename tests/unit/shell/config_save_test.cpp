@@ -81,7 +81,7 @@ TEST_F(ConfigSave, LeavesTheFileAsItWasWhenItFails) {
 TEST_F(ConfigSave, SaysWhatTheDaemonSaysWhenItGivesNoConfiguration) {
     const auto refused = save_configuration([](const std::string& line) {
         EXPECT_EQ(line, "write file");
-        return vty_reply_t{"% no\n", 2};
+        return VtyReply{"% no\n", 2};
     });
     EXPECT_EQ(refused->text, "% no\n");
     EXPECT_EQ(refused->result, 2);

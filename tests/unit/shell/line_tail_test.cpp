@@ -4,10 +4,10 @@
 
 namespace {
 
-line_tail_t taken(const std::string& line, bool is_command = false) {
+LineTail taken(const std::string& line, bool is_command = false) {
     const auto result = take_tail(line, is_command);
-    EXPECT_TRUE(std::holds_alternative<line_tail_t>(result)) << line;
-    return std::holds_alternative<line_tail_t>(result) ? std::get<line_tail_t>(result) : line_tail_t{};
+    EXPECT_TRUE(std::holds_alternative<LineTail>(result)) << line;
+    return std::holds_alternative<LineTail>(result) ? std::get<LineTail>(result) : LineTail{};
 }
 
 bool refused(const std::string& line) {
@@ -25,13 +25,13 @@ TEST(LineTail, FiltersStandBehindABar) {
     const auto tail = taken("show onu status | include gpon-onu1/1 x | count");
     EXPECT_EQ(tail.command, "show onu status");
     ASSERT_EQ(tail.filters.size(), 2u);
-    EXPECT_EQ(tail.filters[0].kind, line_filter_t::INCLUDE);
+    EXPECT_EQ(tail.filters[0].kind, LineFilter::INCLUDE);
     EXPECT_EQ(tail.filters[0].text, "gpon-onu1/1 x");
-    EXPECT_EQ(tail.filters[1].kind, line_filter_t::COUNT);
+    EXPECT_EQ(tail.filters[1].kind, LineFilter::COUNT);
 }
 
 TEST(LineTail, AFilterMayBeShort) {
-    EXPECT_EQ(taken("do sh onu status | i x").filters.at(0).kind, line_filter_t::INCLUDE);
+    EXPECT_EQ(taken("do sh onu status | i x").filters.at(0).kind, LineFilter::INCLUDE);
     EXPECT_TRUE(taken("show onu status | j").json());
 }
 
@@ -73,16 +73,16 @@ TEST(LineTail, ACommandOfTheDaemonsKeepsItsWords) {
 }
 
 TEST(Filtered, KeepsOrDropsLinesWhateverTheCase) {
-    EXPECT_EQ(filtered("One\r\ntwo\r\nthree", {{line_filter_t::INCLUDE, "ONE"}}), "One\r\n");
-    EXPECT_EQ(filtered("One\ntwo\nthree", {{line_filter_t::EXCLUDE, "o"}}), "three");
-    EXPECT_EQ(filtered("a.c\nabc\n", {{line_filter_t::INCLUDE, "a.c"}}), "a.c\n");
-    EXPECT_EQ(filtered("", {{line_filter_t::INCLUDE, "x"}}), "");
+    EXPECT_EQ(filtered("One\r\ntwo\r\nthree", {{LineFilter::INCLUDE, "ONE"}}), "One\r\n");
+    EXPECT_EQ(filtered("One\ntwo\nthree", {{LineFilter::EXCLUDE, "o"}}), "three");
+    EXPECT_EQ(filtered("a.c\nabc\n", {{LineFilter::INCLUDE, "a.c"}}), "a.c\n");
+    EXPECT_EQ(filtered("", {{LineFilter::INCLUDE, "x"}}), "");
 }
 
 TEST(Filtered, CountsLinesThatHoldSomething) {
-    EXPECT_EQ(filtered("\nhead\na\nb\n\n", {{line_filter_t::COUNT, ""}}), "3\n");
-    EXPECT_EQ(filtered("a1\nb\na2\n", {{line_filter_t::INCLUDE, "a"}, {line_filter_t::COUNT, ""}}), "2\n");
-    EXPECT_EQ(filtered("", {{line_filter_t::COUNT, ""}}), "0\n");
+    EXPECT_EQ(filtered("\nhead\na\nb\n\n", {{LineFilter::COUNT, ""}}), "3\n");
+    EXPECT_EQ(filtered("a1\nb\na2\n", {{LineFilter::INCLUDE, "a"}, {LineFilter::COUNT, ""}}), "2\n");
+    EXPECT_EQ(filtered("", {{LineFilter::COUNT, ""}}), "0\n");
 }
 
 TEST(TailHelp, TellsTheFilters) {

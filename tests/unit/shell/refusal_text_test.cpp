@@ -40,7 +40,7 @@ TEST(RefusalText, NothingIsSaidOfOtherLines) {
 }
 
 TEST(RefusalText, SecondLineStandsBelowTheDaemonsText) {
-    const auto second = [](const vty_reply_t& reply) {
+    const auto second = [](const VtyReply& reply) {
         return refusal_second_line(test_tree(), GPON_ONU_NODE, "tcont 9 profile a", reply);
     };
     EXPECT_EQ(second({"%Failed\n", CMD_WARNING, "because (row)"}), "  because (row)\n");

@@ -9,60 +9,60 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using lines_t = std::vector<std::string>;
+using Lines = std::vector<std::string>;
 
 /// A daemon that refuses some lines, and notes how many lines it was ahead of the answers.
 class FakeDaemon {
 public:
-    explicit FakeDaemon(lines_t refused_lines) : refuses(std::move(refused_lines)) {}
+    explicit FakeDaemon(Lines refused_lines) : refuses_(std::move(refused_lines)) {}
 
-    line_port_t port() {
+    LinePort port() {
         return {[this](const std::string& line) {
                     sent.push_back(line);
-                    ahead.push_back(sent.size() - answered);
+                    ahead.push_back(sent.size() - answered_);
                 },
                 [this] {
-                    const auto& line = sent.at(answered++);
-                    const bool refused = std::find(refuses.begin(), refuses.end(), line) != refuses.end();
-                    return refused ? vty_reply_t{"% no: " + line + "\n", 1}
-                                   : vty_reply_t{"did " + line + "\n", 0};
+                    const auto& line = sent.at(answered_++);
+                    const bool refused = std::find(refuses_.begin(), refuses_.end(), line) != refuses_.end();
+                    return refused ? VtyReply{"% no: " + line + "\n", 1} : VtyReply{"did " + line + "\n", 0};
                 },
                 [this] {
                     saved_behind.push_back(sent.size());
-                    EXPECT_EQ(answered, sent.size());
-                    const bool refused = std::find(refuses.begin(), refuses.end(), "(save)") != refuses.end();
-                    return refused ? vty_reply_t{"% no space\n", 1} : vty_reply_t{"saved\n", 0};
+                    EXPECT_EQ(answered_, sent.size());
+                    const bool refused =
+                        std::find(refuses_.begin(), refuses_.end(), "(save)") != refuses_.end();
+                    return refused ? VtyReply{"% no space\n", 1} : VtyReply{"saved\n", 0};
                 }};
     }
 
-    lines_t sent;
+    Lines sent;
     std::vector<size_t> ahead;        // for each line: unanswered lines with it
     std::vector<size_t> saved_behind; // lines that were sent before each save
 
 private:
-    lines_t refuses;
-    size_t answered = 0;
+    Lines refuses_;
+    size_t answered_ = 0;
 };
 
 struct Outcome {
-    lines_t sent;
+    Lines sent;
     std::vector<size_t> ahead, saved_behind;
     std::string printed;
-    std::vector<script_refusal_t> refusals;
-    script_summary_t summary;
+    std::vector<ScriptRefusal> refusals;
+    ScriptSummary summary;
     std::string prompt;
 };
 
-Outcome run(const std::string& file, const lines_t& refused = {}, const lines_t& before = {}) {
+Outcome run(const std::string& file, const Lines& refused = {}, const Lines& before = {}) {
     FakeDaemon daemon(refused);
-    shell_mode mode(test_understand);
+    ShellMode mode(test_understand);
     mode.answered("enable", 0);
     for (const auto& line : before)
         mode.answered(line, 0);
     Outcome outcome;
-    script_runner runner(
+    ScriptRunner runner(
         daemon.port(), mode, [&](const std::string& text) { outcome.printed += text; },
-        [&](const script_refusal_t& refusal) { outcome.refusals.push_back(refusal); });
+        [&](const ScriptRefusal& refusal) { outcome.refusals.push_back(refusal); });
     std::istringstream lines(file);
     runner.run(lines);
     outcome.sent = daemon.sent;
@@ -234,12 +234,12 @@ TEST(ScriptRunner, LineThatTheShellDoesNotKnowIsSentAllTheSame) {
 
 TEST(ScriptRunner, LinesThatStandAreLeftOut) {
     FakeDaemon daemon({});
-    shell_mode mode(test_understand);
+    ShellMode mode(test_understand);
     mode.answered("enable", 0);
-    script_runner runner(
-        daemon.port(), mode, [](const std::string&) {}, [](const script_refusal_t&) {});
-    runner.leave_out([](const script_line_t& line) {
-        return line == script_line_t{"gpon(gpon-onu1/1:1)# ", "tcont 1 profile p"};
+    ScriptRunner runner(
+        daemon.port(), mode, [](const std::string&) {}, [](const ScriptRefusal&) {});
+    runner.leave_out([](const ScriptLine& line) {
+        return line == ScriptLine{"gpon(gpon-onu1/1:1)# ", "tcont 1 profile p"};
     });
     std::istringstream lines("interface gpon-onu1/1:1\n tcont 1 prof p\n name a\n!\n"
                              "interface gpon-onu1/1:2\n tcont 1 profile p\n");

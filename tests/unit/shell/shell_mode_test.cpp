@@ -8,8 +8,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 /// A mode that is in enable mode, and then had these lines answered with success.
-shell_mode mode_after(const std::vector<std::string>& lines, understand_t understand = test_understand) {
-    shell_mode mode(std::move(understand));
+ShellMode mode_after(const std::vector<std::string>& lines, Understand understand = test_understand) {
+    ShellMode mode(std::move(understand));
     mode.answered("enable", 0);
     for (const auto& line : lines)
         mode.answered(line, 0);
@@ -17,7 +17,7 @@ shell_mode mode_after(const std::vector<std::string>& lines, understand_t unders
 }
 
 TEST(ShellMode, PromptTellsTheNode) {
-    EXPECT_EQ(shell_mode(test_understand).prompt(), "gpon> ");
+    EXPECT_EQ(ShellMode(test_understand).prompt(), "gpon> ");
     EXPECT_EQ(mode_after({}).prompt(), "gpon# ");
     EXPECT_EQ(mode_after({"disable"}).prompt(), "gpon> ");
     EXPECT_EQ(mode_after({"conf t"}).prompt(), "gpon(config)# ");
@@ -109,7 +109,7 @@ TEST(ShellMode, CommentsDoNotMove) {
 }
 
 TEST(ShellMode, WayHereLeadsANewSessionHere) {
-    EXPECT_THAT(shell_mode(test_understand).way_here(), IsEmpty());
+    EXPECT_THAT(ShellMode(test_understand).way_here(), IsEmpty());
     EXPECT_THAT(
         mode_after({"conf t", "gp", "onu-s profile-id 1 onu-type A"}).way_here(),
         ElementsAre("enable", "configure terminal", "gpon", "onu-srvprofile profile-id 1 onu-type A"));

@@ -43,12 +43,12 @@ inline const kavo_cmd_t test_commands[] = {
     {{ENABLE_NODE, IF_GPON_NODE}, "show onu status", "Show\nONUs\nTheir state\n", never_run},
 };
 
-inline const command_tree& test_tree() {
-    static const command_tree& tree = *new command_tree(test_commands);
+inline const CommandTree& test_tree() {
+    static const CommandTree& tree = *new CommandTree(test_commands);
     return tree;
 }
 
 /// What the tests' tree understands.
-inline std::optional<understood_t> test_understand(enum node_type node, const std::string& line) {
+inline std::optional<Understood> test_understand(enum node_type node, const std::string& line) {
     return test_tree().understand(node, line);
 }

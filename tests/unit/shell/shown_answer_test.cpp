@@ -4,17 +4,16 @@
 
 namespace {
 
-line_tail_t tail_of(const std::string& command, std::vector<line_filter_t> filters) {
+LineTail tail_of(const std::string& command, std::vector<LineFilter> filters) {
     return {command, std::move(filters), 0, 0};
 }
 
-const std::vector<line_filter_t> as_json = {{line_filter_t::JSON, ""}};
-const std::vector<line_filter_t> counted = {{line_filter_t::COUNT, ""}};
+const std::vector<LineFilter> as_json = {{LineFilter::JSON, ""}};
+const std::vector<LineFilter> counted = {{LineFilter::COUNT, ""}};
 
 TEST(ShownAnswer, APlainCommandIsAskedAsItStands) {
     EXPECT_EQ(line_for_daemon(tail_of("show onu status", {})), "show onu status");
-    EXPECT_EQ(line_for_daemon(tail_of("show onu status", {{line_filter_t::INCLUDE, "x"}})),
-              "show onu status");
+    EXPECT_EQ(line_for_daemon(tail_of("show onu status", {{LineFilter::INCLUDE, "x"}})), "show onu status");
 }
 
 TEST(ShownAnswer, RowsAreAskedForAsJson) {

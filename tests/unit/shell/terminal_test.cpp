@@ -7,16 +7,16 @@
 namespace {
 
 TEST(Pager, LineTakesAsManyRowsAsItNeeds) {
-    EXPECT_EQ(pager::rows_of("\n", 80), 1u);
-    EXPECT_EQ(pager::rows_of(std::string(80, 'x') + "\n", 80), 1u);
-    EXPECT_EQ(pager::rows_of(std::string(81, 'x') + "\r\n", 80), 2u);
-    EXPECT_EQ(pager::rows_of(std::string(161, 'x'), 80), 3u);
+    EXPECT_EQ(Pager::rows_of("\n", 80), 1u);
+    EXPECT_EQ(Pager::rows_of(std::string(80, 'x') + "\n", 80), 1u);
+    EXPECT_EQ(Pager::rows_of(std::string(81, 'x') + "\r\n", 80), 2u);
+    EXPECT_EQ(Pager::rows_of(std::string(161, 'x'), 80), 3u);
 }
 
 TEST(Pager, TabsAndCharactersOfSeveralBytesCountByWhatTheyTake) {
-    EXPECT_EQ(pager::rows_of("\tx", 8), 2u);
-    EXPECT_EQ(pager::rows_of("\t", 8), 1u);
-    EXPECT_EQ(pager::rows_of("äöüß", 4), 1u);
+    EXPECT_EQ(Pager::rows_of("\tx", 8), 2u);
+    EXPECT_EQ(Pager::rows_of("\t", 8), 1u);
+    EXPECT_EQ(Pager::rows_of("äöüß", 4), 1u);
 }
 
 TEST(Pager, NothingIsHeldBackWithoutATerminal) {
@@ -24,12 +24,12 @@ TEST(Pager, NothingIsHeldBackWithoutATerminal) {
     for (int i = 0; i < 1000; i++)
         text += "line\n";
     testing::internal::CaptureStdout();
-    pager(false).show(text);
+    Pager(false).show(text);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), text);
 }
 
 TEST(LineEditor, HelpStandsInColumns) {
-    EXPECT_EQ(line_editor::help_text(
+    EXPECT_EQ(LineEditor::help_text(
                   {{"<cr>", "", false}, {"downstream", "Towards the ONUs", true}, {"x", "X", true}}),
               "  <cr>\n"
               "  downstream  Towards the ONUs\n"
@@ -39,13 +39,13 @@ TEST(LineEditor, HelpStandsInColumns) {
 TEST(LineEditor, HistoryStandsInTheUsersStateDirectory) {
     setenv("HOME", "/home/someone", 1);
     unsetenv("XDG_STATE_HOME");
-    EXPECT_EQ(line_editor::history_path(), "/home/someone/.local/state/gponsh/history");
+    EXPECT_EQ(LineEditor::history_path(), "/home/someone/.local/state/gponsh/history");
     setenv("XDG_STATE_HOME", "/var/state", 1);
-    EXPECT_EQ(line_editor::history_path(), "/var/state/gponsh/history");
+    EXPECT_EQ(LineEditor::history_path(), "/var/state/gponsh/history");
     setenv("XDG_STATE_HOME", "relative", 1);
-    EXPECT_EQ(line_editor::history_path(), "/home/someone/.local/state/gponsh/history");
+    EXPECT_EQ(LineEditor::history_path(), "/home/someone/.local/state/gponsh/history");
     unsetenv("HOME");
-    EXPECT_EQ(line_editor::history_path(), "");
+    EXPECT_EQ(LineEditor::history_path(), "");
 }
 
 } // namespace

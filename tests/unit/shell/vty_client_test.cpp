@@ -21,34 +21,34 @@ class Daemon {
 public:
     using Answer = std::vector<std::string>;
 
-    explicit Daemon(std::vector<Answer> answers_given) : answers(std::move(answers_given)) {
+    explicit Daemon(std::vector<Answer> answers_given) : answers_(std::move(answers_given)) {
         char name[] = "/tmp/vty_client_test.XXXXXX";
         EXPECT_NE(mkdtemp(name), nullptr);
-        directory = name;
-        path = directory + "/vty";
-        listener = socket(AF_UNIX, SOCK_STREAM, 0);
+        directory_ = name;
+        path = directory_ + "/vty";
+        listener_ = socket(AF_UNIX, SOCK_STREAM, 0);
         struct sockaddr_un address {};
         address.sun_family = AF_UNIX;
         path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-        EXPECT_EQ(bind(listener, reinterpret_cast<struct sockaddr*>(&address), sizeof(address)), 0);
-        EXPECT_EQ(listen(listener, 1), 0);
-        worker = std::thread([this] { serve(); });
+        EXPECT_EQ(bind(listener_, reinterpret_cast<struct sockaddr*>(&address), sizeof(address)), 0);
+        EXPECT_EQ(listen(listener_, 1), 0);
+        worker_ = std::thread([this] { serve(); });
     }
     ~Daemon() {
         finish();
-        close(listener);
+        close(listener_);
         unlink(path.c_str());
-        rmdir(directory.c_str());
+        rmdir(directory_.c_str());
     }
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
 
     /// Wait until the client is served, and give the lines that it sent.
     const std::vector<std::string>& finish() {
-        shutdown(listener, SHUT_RDWR);
-        if (worker.joinable())
-            worker.join();
-        return lines;
+        shutdown(listener_, SHUT_RDWR);
+        if (worker_.joinable())
+            worker_.join();
+        return lines_;
     }
 
     std::string path;
@@ -65,12 +65,12 @@ private:
     }
 
     void serve() {
-        const int fd = accept(listener, nullptr, nullptr);
+        const int fd = accept(listener_, nullptr, nullptr);
         std::string line;
-        for (const auto& answer : answers) {
+        for (const auto& answer : answers_) {
             if (!read_line(fd, line))
                 break;
-            lines.push_back(line);
+            lines_.push_back(line);
             for (const auto& chunk : answer) {
                 send(fd, chunk.data(), chunk.size(), MSG_NOSIGNAL);
                 usleep(5000);
@@ -79,16 +79,16 @@ private:
         close(fd);
     }
 
-    std::vector<Answer> answers;
-    std::vector<std::string> lines;
-    std::string directory;
-    int listener;
-    std::thread worker;
+    std::vector<Answer> answers_;
+    std::vector<std::string> lines_;
+    std::string directory_;
+    int listener_;
+    std::thread worker_;
 };
 
 TEST(VtyClient, TextAndResultOfALineAreTold) {
     Daemon daemon({{"hello\nworld\n\0\0\0\0"s}, {"\0\0\0\1"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     const auto first = client.run("show");
     EXPECT_EQ(first.text, "hello\nworld\n");
     EXPECT_EQ(first.result, 0);
@@ -100,7 +100,7 @@ TEST(VtyClient, TextAndResultOfALineAreTold) {
 TEST(VtyClient, LineGoesOutWithANulBehindIt) {
     Daemon daemon({{"\0\0\0\0"s}, {"\0\0\0\0"s}});
     {
-        vty_client client(daemon.path);
+        VtyClient client(daemon.path);
         client.run("enable");
         client.run("show onu status");
     }
@@ -111,7 +111,7 @@ TEST(VtyClient, MarkerMayBeCutAnywhereAcrossChunks) {
     const std::string whole = "text\n\0\0\0\2"s;
     for (size_t cut = 1; cut < whole.size(); cut++) {
         Daemon daemon({{whole.substr(0, cut), whole.substr(cut)}});
-        vty_client client(daemon.path);
+        VtyClient client(daemon.path);
         const auto reply = client.run("show");
         EXPECT_EQ(reply.text, "text\n") << cut;
         EXPECT_EQ(reply.result, 2) << cut;
@@ -120,68 +120,68 @@ TEST(VtyClient, MarkerMayBeCutAnywhereAcrossChunks) {
 
 TEST(VtyClient, ResultAboveAByteOfSignIsPositive) {
     Daemon daemon({{"\0\0\0\xff"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     EXPECT_EQ(client.run("x").result, 255);
 }
 
 TEST(VtyClient, LongAnswerComesWhole) {
     const std::string text(300'000, 'x');
     Daemon daemon({{text + "\0\0\0\0"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     EXPECT_EQ(client.run("show").text, text);
 }
 
 TEST(VtyClient, MissingDaemonIsAClearError) {
     try {
-        vty_client client("/nonexistent/vty");
+        VtyClient client("/nonexistent/vty");
         FAIL();
-    } catch (const vty_client_error& error) {
+    } catch (const VtyClientError& error) {
         EXPECT_STREQ(error.what(),
                      "the daemon can't be reached at /nonexistent/vty: No such file or directory");
     }
 }
 
 TEST(VtyClient, PathThatIsTooLongIsRefused) {
-    EXPECT_THROW(vty_client("/" + std::string(200, 'x')), vty_client_error);
+    EXPECT_THROW(VtyClient("/" + std::string(200, 'x')), VtyClientError);
 }
 
 TEST(VtyClient, DaemonThatHangsUpBeforeAnsweringIsAnError) {
     Daemon daemon({{"half an ans"}});
-    vty_client client(daemon.path);
-    EXPECT_THROW(client.run("show"), vty_client_error);
+    VtyClient client(daemon.path);
+    EXPECT_THROW(client.run("show"), VtyClientError);
 }
 
 TEST(VtyClient, DaemonThatHangsUpAfterAnsweringIsSeen) {
     Daemon daemon({{"\0\0\0\0"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     EXPECT_EQ(client.run("exit").result, 0);
     EXPECT_TRUE(client.closed(2000));
 }
 
 TEST(VtyClient, OpenConnectionIsNotTakenForClosed) {
     Daemon daemon({{"\0\0\0\0"s}, {"\0\0\0\0"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     client.run("x");
     EXPECT_FALSE(client.closed(10));
 }
 
 TEST(VtyClient, NonsenseInsteadOfTheMarkerIsAnError) {
     Daemon daemon({{"text\0zz\0"s}});
-    vty_client client(daemon.path);
-    EXPECT_THROW(client.run("show"), vty_client_error);
+    VtyClient client(daemon.path);
+    EXPECT_THROW(client.run("show"), VtyClientError);
 }
 
 TEST(VtyClient, LineTheDaemonCannotTakeIsNotSent) {
     Daemon daemon({{"ok\0\0\0\0"s}});
-    vty_client client(daemon.path);
-    EXPECT_NE(client.run(std::string(vty_client::max_line + 1, 'x')).result, 0);
+    VtyClient client(daemon.path);
+    EXPECT_NE(client.run(std::string(VtyClient::MAX_LINE + 1, 'x')).result, 0);
     EXPECT_NE(client.run("show\0 it"s).result, 0);
-    EXPECT_EQ(client.run(std::string(vty_client::max_line, 'x')).text, "ok");
+    EXPECT_EQ(client.run(std::string(VtyClient::MAX_LINE, 'x')).text, "ok");
 }
 
 TEST(VtyClient, AnswersComeInTheOrderOfTheLinesSentAhead) {
     Daemon daemon({{"one\0\0\0\0"s}, {"two\0\0\0\1"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     client.send("first");
     client.send("second");
     EXPECT_EQ(client.unanswered(), 2u);
@@ -196,7 +196,7 @@ TEST(VtyClient, WaitingEndsAtItsTimeAndTheAnswerComesLater) {
     Daemon daemon({{"half "s, "", "", "", "", "", "",
                     "",       "", "", "", "", "", "",
                     "",       "", "", "", "", "", "an answer\0\0\0\0"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     client.send("x");
     EXPECT_FALSE(client.receive(20));
     EXPECT_EQ(client.receive()->text, "half an answer");
@@ -204,7 +204,7 @@ TEST(VtyClient, WaitingEndsAtItsTimeAndTheAnswerComesLater) {
 
 TEST(VtyClient, WaitingEndsWhenTheOtherDescriptorIsReadable) {
     Daemon daemon({{"x\0\0\0\0"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     ASSERT_EQ(write(ends[1], "", 1), 1);
@@ -216,9 +216,9 @@ TEST(VtyClient, WaitingEndsWhenTheOtherDescriptorIsReadable) {
 
 TEST(VtyClient, RefusedLineKeepsItsPlaceAmongTheAnswers) {
     Daemon daemon({{"one\0\0\0\0"s}, {"two\0\0\0\0"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     client.send("short");
-    client.send(std::string(vty_client::max_line + 1, 'x'));
+    client.send(std::string(VtyClient::MAX_LINE + 1, 'x'));
     client.send("short");
     EXPECT_EQ(client.receive()->text, "one");
     EXPECT_EQ(client.receive()->text, "% Command is too long.\n");
@@ -227,8 +227,8 @@ TEST(VtyClient, RefusedLineKeepsItsPlaceAmongTheAnswers) {
 
 TEST(VtyClient, AnswerThatNobodyAskedForIsAnError) {
     Daemon daemon({{"x\0\0\0\0y\0\0\0\0"s}});
-    vty_client client(daemon.path);
-    EXPECT_THROW(client.run("x"), vty_client_error);
+    VtyClient client(daemon.path);
+    EXPECT_THROW(client.run("x"), VtyClientError);
 }
 
 /// The line of the daemon's list of reasons for a line that was sent.
@@ -241,7 +241,7 @@ std::string reason_line(const std::string& line, const std::string& reason) {
 TEST(VtyClient, ReasonOfARefusalIsAskedFor) {
     Daemon daemon({{"no\n\0\0\0\1"s}, {reason_line("bad", "because") + "\0\0\0\0"s}, {"yes\n\0\0\0\0"s}});
     {
-        vty_client client(daemon.path);
+        VtyClient client(daemon.path);
         client.ask_reasons();
         const auto reply = client.run("bad");
         EXPECT_EQ(reply.text, "no\n");
@@ -255,7 +255,7 @@ TEST(VtyClient, ReasonOfARefusalIsAskedFor) {
 TEST(VtyClient, NobodyAsksForReasonsUnlessTold) {
     Daemon daemon({{"no\n\0\0\0\1"s}});
     {
-        vty_client client(daemon.path);
+        VtyClient client(daemon.path);
         EXPECT_EQ(client.run("bad").reason, "");
     }
     EXPECT_EQ(daemon.finish(), std::vector<std::string>{"bad"});
@@ -263,7 +263,7 @@ TEST(VtyClient, NobodyAsksForReasonsUnlessTold) {
 
 TEST(VtyClient, LineThatIsNotUnderstoodHasNoReason) {
     Daemon daemon({{"% Unknown\n\0\0\0\2"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     client.ask_reasons();
     EXPECT_EQ(client.run("bad").result, 2);
     EXPECT_EQ(daemon.finish(), std::vector<std::string>{"bad"});
@@ -271,7 +271,7 @@ TEST(VtyClient, LineThatIsNotUnderstoodHasNoReason) {
 
 TEST(VtyClient, DaemonThatKnowsNoReasonsGivesNone) {
     Daemon daemon({{"no\n\0\0\0\1"s}, {"% Unknown command\n\0\0\0\2"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     client.ask_reasons();
     EXPECT_EQ(client.run("bad").reason, "");
 }
@@ -284,7 +284,7 @@ TEST(VtyClient, LinesSentAheadHaveEachTheirOwnReason) {
                    {"4\n\0\0\0\1"s},
                    {reason_line("a", "of the first") + reason_line("c", "of the third") +
                     reason_line("a", "of the fourth") + "\0\0\0\0"s}});
-    vty_client client(daemon.path);
+    VtyClient client(daemon.path);
     client.ask_reasons();
     for (const char* line : {"a", "b", "c", "a"})
         client.send(line);
