@@ -72,7 +72,7 @@ void Card::handle(std::span<const uint8_t> frame) {
         record_fault(request, *fault);
         if (use_fault_instead(*fault))
             return;
-        if (fault->what->kind == FaultKind::stop)
+        if (fault->what->kind == FaultKind::STOP)
             stop_for(fault->value);
     }
     if (!refusal && request.message)
@@ -83,7 +83,7 @@ void Card::handle(std::span<const uint8_t> frame) {
         outcome.retcode = refusal->retcode;
         outcome.record.assign(request.record.begin(), request.record.end());
     } else {
-        const bool only_code = fault && fault->what->kind == FaultKind::code;
+        const bool only_code = fault && fault->what->kind == FaultKind::CODE;
         if (!only_code)
             outcome = perform(request);
         else
@@ -314,9 +314,9 @@ bool Card::send_event(uint16_t number, uint32_t action, uint32_t mask, std::span
 
 // Faults in whose place nothing else happens.
 bool Card::use_fault_instead(const Fault& fault) {
-    if (fault.what->kind == FaultKind::lose)
+    if (fault.what->kind == FaultKind::LOSE)
         return true;
-    if (fault.what->kind != FaultKind::close)
+    if (fault.what->kind != FaultKind::CLOSE)
         return false;
     close();
     shelf_.loop.after(std::chrono::milliseconds(fault.value), [this, alive = std::weak_ptr(alive_)] {
@@ -336,10 +336,10 @@ void Card::stop_for(uint32_t ms) {
 }
 
 void Card::reply(const CardRequest& request, Outcome outcome, const std::optional<Fault>& fault) {
-    const FaultKind kind = fault ? fault->what->kind : FaultKind::code;
-    if (fault && kind == FaultKind::no_reply)
+    const FaultKind kind = fault ? fault->what->kind : FaultKind::CODE;
+    if (fault && kind == FaultKind::NO_REPLY)
         return;
-    if (fault && (kind == FaultKind::oversize || kind == FaultKind::short_reply))
+    if (fault && (kind == FaultKind::OVERSIZE || kind == FaultKind::SHORT_REPLY))
         outcome.record.resize(fault->value);
     const bool has_words = request.message && request.message->use != CardUse::PLAIN;
     const auto payload =
@@ -353,12 +353,12 @@ void Card::reply(const CardRequest& request, Outcome outcome, const std::optiona
     header.retcode = outcome.retcode;
     if (fault) {
         const uint32_t value = fault->value;
-        header.msg_id += kind == FaultKind::wrong_seq ? value : 0;
-        header.msg_len += kind == FaultKind::bad_len ? value : 0;
-        header.nlmsg_len += kind == FaultKind::bad_nlmsg_len ? value : 0;
-        if (kind == FaultKind::wrong_type)
+        header.msg_id += kind == FaultKind::WRONG_SEQ ? value : 0;
+        header.msg_len += kind == FaultKind::BAD_LEN ? value : 0;
+        header.nlmsg_len += kind == FaultKind::BAD_NLMSG_LEN ? value : 0;
+        if (kind == FaultKind::WRONG_TYPE)
             header.ipc_type = value;
-        if (kind == FaultKind::wrong_message)
+        if (kind == FaultKind::WRONG_MESSAGE)
             header.nlmsg_type = static_cast<uint16_t>(value);
     }
     send_reply(request, build_card_frame(header, payload), fault);
@@ -368,13 +368,13 @@ void Card::send_reply(const CardRequest& request, const std::vector<uint8_t>& fr
                       const std::optional<Fault>& fault) {
     const IpcName client{request.header.sender_service, request.header.sender_sub_id};
     ++counters_.replies;
-    if (fault && fault->what->kind == FaultKind::late) {
+    if (fault && fault->what->kind == FaultKind::LATE) {
         IpcSender& sender = shelf_.sender;
         shelf_.loop.after(std::chrono::milliseconds(fault->value),
                           [&sender, client, frame] { sender.send(client, frame); });
         return;
     }
-    if (fault && fault->what->kind == FaultKind::duplicate)
+    if (fault && fault->what->kind == FaultKind::DUPLICATE)
         shelf_.sender.send(client, frame);
     shelf_.sender.send(client, frame);
 }

@@ -137,7 +137,7 @@ Action parse_close(Chassis& chassis, Arguments& args) {
             return chassis.controller.close_one(*id) ? Answer() : Answer::failure("no connection " + which);
         std::optional<Controller::Role> role;
         if (which != "all")
-            role = which == "sync" ? Controller::Role::sync : Controller::Role::async;
+            role = which == "sync" ? Controller::Role::SYNC : Controller::Role::ASYNC;
         return chassis.controller.close_all(role) != 0 ? Answer()
                                                        : Answer::failure("there is no such connection");
     });

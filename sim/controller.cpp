@@ -52,7 +52,7 @@ NamedValues& operator+=(NamedValues& values, NamedValues more) {
 } // namespace
 
 const char* role_name(Controller::Role role) {
-    return role == Controller::Role::sync ? "sync" : "async";
+    return role == Controller::Role::SYNC ? "sync" : "async";
 }
 
 // What goes back to the daemon, before any fault changes it.
@@ -126,7 +126,7 @@ void Controller::accept_one() {
     if (!fd)
         return;
     const uint64_t since = records_.last_id();
-    Connection& conn = add_connection(std::move(fd), Role::sync, ntohs(addr.sin_port));
+    Connection& conn = add_connection(std::move(fd), Role::SYNC, ntohs(addr.sin_port));
     records_.add(
         "accepted",
         {{"conn", std::to_string(conn.id)}, {"role", "sync"}, {"port", std::to_string(conn.peer_port)}});
@@ -148,7 +148,7 @@ void Controller::connect_back(Connection& sync) {
         return;
     }
     records_.add("fault", {{"conn", std::to_string(sync.id)}, {"fault", fault->what->name}});
-    if (fault->what->kind == FaultKind::no_connect_back)
+    if (fault->what->kind == FaultKind::NO_CONNECT_BACK)
         return;
     loop_.after(std::chrono::milliseconds(fault->value), [this, id = sync.id, port] {
         std::string ignored; // it is in the records
@@ -170,7 +170,7 @@ uint32_t Controller::connect_async(uint16_t port, std::string& error) {
         records_.add("connect-failed", {{"role", "async"}, {"port", std::to_string(port)}, {"error", error}});
         return 0;
     }
-    Connection& conn = add_connection(std::move(fd), Role::async, port);
+    Connection& conn = add_connection(std::move(fd), Role::ASYNC, port);
     conn.connecting = rc != 0;
     if (conn.connecting)
         loop_.set_events(conn.fd.get(), POLLOUT);
@@ -230,7 +230,7 @@ bool Controller::read_from(Connection& conn) {
         drop(conn.id, "daemon", got < 0 ? std::strerror(errno) : "end of file");
         return false;
     }
-    if (conn.role == Role::async) { // the daemon only listens there
+    if (conn.role == Role::ASYNC) { // the daemon only listens there
         refuse(conn, "data-on-async",
                {{"body", to_hex({buffer, std::min<size_t>(static_cast<size_t>(got), 64)})}});
         return true;
@@ -244,18 +244,18 @@ bool Controller::handle_frames(Connection& conn) {
     Frame frame;
     for (;;) {
         switch (conn.reader.next(frame)) {
-        case FrameReader::Result::need_more:
+        case FrameReader::Result::NEED_MORE:
             return true;
-        case FrameReader::Result::frame:
+        case FrameReader::Result::FRAME:
             handle_request(conn, frame);
             if (!connections_.contains(id))
                 return false;
             break;
-        case FrameReader::Result::bad_version:
+        case FrameReader::Result::BAD_VERSION:
             refuse(conn, "version", {{"version", std::to_string(conn.reader.version())}});
             drop(id, "controller", "bad version");
             return false;
-        case FrameReader::Result::too_long:
+        case FrameReader::Result::TOO_LONG:
             refuse(conn, "length", {{"len", std::to_string(conn.reader.length())}});
             drop(id, "controller", "bad length");
             return false;
@@ -366,51 +366,51 @@ void Controller::answer(Connection& conn, const Frame& request, Reply reply) {
 void Controller::answer_with_fault(Connection& conn, const Frame& request, Reply& reply, const Fault& fault) {
     std::vector<uint8_t> bytes;
     switch (fault.what->kind) {
-    case FaultKind::no_reply:
-    case FaultKind::no_connect_back:
-    case FaultKind::late_connect_back:
+    case FaultKind::NO_REPLY:
+    case FaultKind::NO_CONNECT_BACK:
+    case FaultKind::LATE_CONNECT_BACK:
         return;
-    case FaultKind::late:
+    case FaultKind::LATE:
         loop_.after(std::chrono::milliseconds(fault.value), [this, id = conn.id, late = reply.bytes()] {
             if (const auto it = connections_.find(id); it != connections_.end())
                 queue(*it->second, late);
         });
         return;
-    case FaultKind::close:
+    case FaultKind::CLOSE:
         drop(conn.id, "controller", "fault");
         return;
-    case FaultKind::truncated:
+    case FaultKind::TRUNCATED:
         bytes = reply.bytes();
         bytes.resize(std::min<size_t>(bytes.size(), fault.value));
         conn.close_when_sent = true;
         queue(conn, bytes);
         return;
-    case FaultKind::code:
+    case FaultKind::CODE:
         reply.errcode = fault.value;
         break;
-    case FaultKind::wrong_seq:
+    case FaultKind::WRONG_SEQ:
         reply.seq = request.seq + fault.value;
         break;
-    case FaultKind::wrong_type:
+    case FaultKind::WRONG_TYPE:
         reply.type = static_cast<uint8_t>(fault.value);
         break;
-    case FaultKind::oversize:
+    case FaultKind::OVERSIZE:
         reply.data.assign(fault.value, 'x');
         break;
-    case FaultKind::bad_len:
+    case FaultKind::BAD_LEN:
         reply.len_add = fault.value;
         break;
-    case FaultKind::short_reply:
+    case FaultKind::SHORT_REPLY:
         reply.body_size = fault.value;
         break;
-    case FaultKind::bad_version:
+    case FaultKind::BAD_VERSION:
         reply.header.version = static_cast<uint8_t>(fault.value);
         break;
-    case FaultKind::lose: // these are the line cards' own
-    case FaultKind::duplicate:
-    case FaultKind::wrong_message:
-    case FaultKind::stop:
-    case FaultKind::bad_nlmsg_len:
+    case FaultKind::LOSE: // these are the line cards' own
+    case FaultKind::DUPLICATE:
+    case FaultKind::WRONG_MESSAGE:
+    case FaultKind::STOP:
+    case FaultKind::BAD_NLMSG_LEN:
         break;
     }
     queue(conn, reply.bytes());

@@ -34,10 +34,10 @@ public:
     static constexpr uint16_t DAEMON_PORT = 30046; // a client on any other port isn't connected back
     static constexpr size_t MAX_OUTPUT = 1 << 20;  // bytes waiting for one connection
 
-    enum class Role { sync, async };
+    enum class Role { SYNC, ASYNC };
     struct Connection {
         uint32_t id = 0; // from 1, never used twice
-        Role role = Role::sync;
+        Role role = Role::SYNC;
         uint16_t peer_port = 0;
         bool connecting = false;
         Fd fd;

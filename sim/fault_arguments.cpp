@@ -31,7 +31,7 @@ Fault fault_argument(Arguments& args, std::span<const FaultName> names,
     }
     fault.value = fault.what->value;
     if (fault.what->value_name) {
-        const bool is_code = fault.what->kind == FaultKind::code;
+        const bool is_code = fault.what->kind == FaultKind::CODE;
         fault.value =
             args.number_option(fault.what->value_name, is_code ? UINT32_MAX : 60'000).value_or(fault.value);
     }

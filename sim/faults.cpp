@@ -7,43 +7,43 @@
 namespace {
 
 constexpr FaultName NAMES[] = {
-    {"no-reply", nullptr, "the request stays unanswered", FaultKind::no_reply, 0},
-    {"late", "ms", "the reply comes after ms milliseconds", FaultKind::late, 1000},
-    {"code", "code", "the reply's errcode", FaultKind::code, 1},
-    {"wrong-seq", "add", "another sequence number: the right one plus add", FaultKind::wrong_seq, 1},
-    {"wrong-type", "reply-type", "message number in place of UMSG_REPLY", FaultKind::wrong_type, 1},
-    {"oversize", "len", "len bytes of data; above 4088 the frame is too long", FaultKind::oversize, 4096},
-    {"bad-len", "add", "the head's length of data is the right one plus add", FaultKind::bad_len, 4096},
-    {"short", "len", "a reply whose body has only len bytes", FaultKind::short_reply, 4},
-    {"bad-version", "version", "the reply's version", FaultKind::bad_version, 2},
-    {"truncated", "len", "len bytes of the reply, then the connection is closed", FaultKind::truncated, 10},
-    {"close", nullptr, "the connection is closed in place of a reply", FaultKind::close, 0},
-    {"no-connect-back", nullptr, "no asynchronous connection is made", FaultKind::no_connect_back, 0},
-    {"late-connect-back", "ms", "it is made after ms milliseconds", FaultKind::late_connect_back, 1000},
+    {"no-reply", nullptr, "the request stays unanswered", FaultKind::NO_REPLY, 0},
+    {"late", "ms", "the reply comes after ms milliseconds", FaultKind::LATE, 1000},
+    {"code", "code", "the reply's errcode", FaultKind::CODE, 1},
+    {"wrong-seq", "add", "another sequence number: the right one plus add", FaultKind::WRONG_SEQ, 1},
+    {"wrong-type", "reply-type", "message number in place of UMSG_REPLY", FaultKind::WRONG_TYPE, 1},
+    {"oversize", "len", "len bytes of data; above 4088 the frame is too long", FaultKind::OVERSIZE, 4096},
+    {"bad-len", "add", "the head's length of data is the right one plus add", FaultKind::BAD_LEN, 4096},
+    {"short", "len", "a reply whose body has only len bytes", FaultKind::SHORT_REPLY, 4},
+    {"bad-version", "version", "the reply's version", FaultKind::BAD_VERSION, 2},
+    {"truncated", "len", "len bytes of the reply, then the connection is closed", FaultKind::TRUNCATED, 10},
+    {"close", nullptr, "the connection is closed in place of a reply", FaultKind::CLOSE, 0},
+    {"no-connect-back", nullptr, "no asynchronous connection is made", FaultKind::NO_CONNECT_BACK, 0},
+    {"late-connect-back", "ms", "it is made after ms milliseconds", FaultKind::LATE_CONNECT_BACK, 1000},
 };
 
 constexpr FaultName CARD_NAMES[] = {
-    {"no-reply", nullptr, "the request is carried out, but not answered", FaultKind::no_reply, 0},
-    {"lose", nullptr, "the message is neither carried out nor answered", FaultKind::lose, 0},
-    {"late", "ms", "the reply comes after ms milliseconds", FaultKind::late, 1000},
-    {"code", "code", "the request isn't carried out; the reply has this return code", FaultKind::code, 1},
-    {"oversize", "len", "len bytes of record in the reply", FaultKind::oversize, 1024},
-    {"short", "len", "len bytes of record in the reply", FaultKind::short_reply, 4},
-    {"duplicate", nullptr, "the reply goes out twice", FaultKind::duplicate, 0},
-    {"wrong-id", "add", "the reply's msg_id is the right one plus add", FaultKind::wrong_seq, 1},
-    {"wrong-type", "ipc-type", "IPC message type in place of 2", FaultKind::wrong_type, 0},
-    {"wrong-message", "message", "number of another message in the reply", FaultKind::wrong_message, 901},
-    {"bad-msg-len", "add", "the reply's msg_len is the right one plus add", FaultKind::bad_len, 1000},
-    {"bad-nlmsg-len", "add", "the reply's nlmsg_len is the right one plus add", FaultKind::bad_nlmsg_len,
+    {"no-reply", nullptr, "the request is carried out, but not answered", FaultKind::NO_REPLY, 0},
+    {"lose", nullptr, "the message is neither carried out nor answered", FaultKind::LOSE, 0},
+    {"late", "ms", "the reply comes after ms milliseconds", FaultKind::LATE, 1000},
+    {"code", "code", "the request isn't carried out; the reply has this return code", FaultKind::CODE, 1},
+    {"oversize", "len", "len bytes of record in the reply", FaultKind::OVERSIZE, 1024},
+    {"short", "len", "len bytes of record in the reply", FaultKind::SHORT_REPLY, 4},
+    {"duplicate", nullptr, "the reply goes out twice", FaultKind::DUPLICATE, 0},
+    {"wrong-id", "add", "the reply's msg_id is the right one plus add", FaultKind::WRONG_SEQ, 1},
+    {"wrong-type", "ipc-type", "IPC message type in place of 2", FaultKind::WRONG_TYPE, 0},
+    {"wrong-message", "message", "number of another message in the reply", FaultKind::WRONG_MESSAGE, 901},
+    {"bad-msg-len", "add", "the reply's msg_len is the right one plus add", FaultKind::BAD_LEN, 1000},
+    {"bad-nlmsg-len", "add", "the reply's nlmsg_len is the right one plus add", FaultKind::BAD_NLMSG_LEN,
      1000},
-    {"close", "ms", "the card closes its socket in place of an answer, for ms milliseconds", FaultKind::close,
+    {"close", "ms", "the card closes its socket in place of an answer, for ms milliseconds", FaultKind::CLOSE,
      1000},
     {"stop", "ms", "the message is carried out and answered, and for ms milliseconds none is read",
-     FaultKind::stop, 1000},
+     FaultKind::STOP, 1000},
 };
 
 bool is_connect_back(const Fault& fault) {
-    return fault.what->kind == FaultKind::no_connect_back || fault.what->kind == FaultKind::late_connect_back;
+    return fault.what->kind == FaultKind::NO_CONNECT_BACK || fault.what->kind == FaultKind::LATE_CONNECT_BACK;
 }
 
 } // namespace

@@ -9,24 +9,24 @@
 #include <vector>
 
 enum class FaultKind {
-    no_reply,          // the request stays unanswered
-    lose,              // and nothing is done either
-    late,              // value: milliseconds
-    code,              // value: the reply's errcode
-    wrong_seq,         // value: added to the right sequence number
-    wrong_type,        // value: message type in place of UMSG_REPLY
-    oversize,          // value: bytes of reply data; above 4088 the frame is longer than allowed
-    bad_len,           // value: added to the right length of data in the reply's head
-    short_reply,       // value: bytes of the reply's body
-    bad_version,       // value: the reply's version
-    truncated,         // value: bytes of the reply's frame that go out before the connection is closed
-    close,             // the connection is closed in place of a reply
-    stop,              // value: milliseconds in which the card reads nothing, behind its answer
-    no_connect_back,   // the daemon's connection isn't answered with one
-    late_connect_back, // value: milliseconds
-    duplicate,         // the reply goes out twice
-    wrong_message,     // value: number of another message in the reply
-    bad_nlmsg_len,     // value: added to the right length of the netlink-shaped message
+    NO_REPLY,          // the request stays unanswered
+    LOSE,              // and nothing is done either
+    LATE,              // value: milliseconds
+    CODE,              // value: the reply's errcode
+    WRONG_SEQ,         // value: added to the right sequence number
+    WRONG_TYPE,        // value: message type in place of UMSG_REPLY
+    OVERSIZE,          // value: bytes of reply data; above 4088 the frame is longer than allowed
+    BAD_LEN,           // value: added to the right length of data in the reply's head
+    SHORT_REPLY,       // value: bytes of the reply's body
+    BAD_VERSION,       // value: the reply's version
+    TRUNCATED,         // value: bytes of the reply's frame that go out before the connection is closed
+    CLOSE,             // the connection is closed in place of a reply
+    STOP,              // value: milliseconds in which the card reads nothing, behind its answer
+    NO_CONNECT_BACK,   // the daemon's connection isn't answered with one
+    LATE_CONNECT_BACK, // value: milliseconds
+    DUPLICATE,         // the reply goes out twice
+    WRONG_MESSAGE,     // value: number of another message in the reply
+    BAD_NLMSG_LEN,     // value: added to the right length of the netlink-shaped message
 };
 
 struct FaultName {

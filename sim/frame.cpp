@@ -23,21 +23,21 @@ void FrameReader::feed(std::span<const uint8_t> bytes) {
 FrameReader::Result FrameReader::next(Frame& frame) {
     apimsghdr header{};
     if (buffer_.size() < sizeof header)
-        return Result::need_more;
+        return Result::NEED_MORE;
     std::memcpy(&header, buffer_.data(), sizeof header);
     version_ = header.version;
     length_ = ntohs(header.msglen);
     if (version_ != UMSG_VERSION)
-        return Result::bad_version;
+        return Result::BAD_VERSION;
     if (length_ > UMSG_MAX_BODY)
-        return Result::too_long;
+        return Result::TOO_LONG;
     const size_t size = sizeof header + length_;
     if (buffer_.size() < size)
-        return Result::need_more;
+        return Result::NEED_MORE;
     frame.type = header.msgtype;
     frame.seq = ntohl(header.msgseq);
     const auto begin = buffer_.begin();
     frame.body.assign(begin + sizeof header, begin + static_cast<std::ptrdiff_t>(size));
     buffer_.erase(begin, begin + static_cast<std::ptrdiff_t>(size));
-    return Result::frame;
+    return Result::FRAME;
 }

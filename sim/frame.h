@@ -29,10 +29,10 @@ std::vector<uint8_t> encode_frame(const Frame& frame, const FrameOverrides& over
 // last read.
 class FrameReader {
 public:
-    enum class Result { need_more, frame, bad_version, too_long };
+    enum class Result { NEED_MORE, FRAME, BAD_VERSION, TOO_LONG };
 
     void feed(std::span<const uint8_t> bytes);
-    // After bad_version or too_long the stream has no known frame boundary any more: close it.
+    // After BAD_VERSION or TOO_LONG the stream has no known frame boundary any more: close it.
     Result next(Frame& frame);
     // Bytes of an unfinished frame.
     size_t pending() const { return buffer_.size(); }

@@ -14,56 +14,56 @@ namespace {
     { #member, FieldKind::kind, offsetof(record, member), sizeof(record::member) }
 
 constexpr Field IF_FIELDS[] = {
-    FIELD(umsg_if_t, ifindex, ifindex), FIELD(umsg_if_t, name, text),   FIELD(umsg_if_t, status, u32),
-    FIELD(umsg_if_t, admin, u32),       FIELD(umsg_if_t, duplex, u32),  FIELD(umsg_if_t, speed, u32),
-    FIELD(umsg_if_t, flags, flags),     FIELD(umsg_if_t, onu_sn, text),
+    FIELD(umsg_if_t, ifindex, IFINDEX), FIELD(umsg_if_t, name, TEXT),   FIELD(umsg_if_t, status, U32),
+    FIELD(umsg_if_t, admin, U32),       FIELD(umsg_if_t, duplex, U32),  FIELD(umsg_if_t, speed, U32),
+    FIELD(umsg_if_t, flags, FLAGS),     FIELD(umsg_if_t, onu_sn, TEXT),
 };
-constexpr Field VLAN_FIELDS[] = {{"vlans", FieldKind::vlans, offsetof(umsg_vlan_t, uvlan), sizeof(uvlan_t)}};
+constexpr Field VLAN_FIELDS[] = {{"vlans", FieldKind::VLANS, offsetof(umsg_vlan_t, uvlan), sizeof(uvlan_t)}};
 constexpr Field VLAN_PORT_FIELDS[] = {
-    FIELD(umsg_vlan_port_t, ifindex, ifindex),
-    FIELD(umsg_vlan_port_t, op, u16),
-    FIELD(umsg_vlan_port_t, tag, u16),
-    FIELD(umsg_vlan_port_t, pvid, u16),
-    {"vlans", FieldKind::vlans, offsetof(umsg_vlan_port_t, uvlan), sizeof(uvlan_t)},
+    FIELD(umsg_vlan_port_t, ifindex, IFINDEX),
+    FIELD(umsg_vlan_port_t, op, U16),
+    FIELD(umsg_vlan_port_t, tag, U16),
+    FIELD(umsg_vlan_port_t, pvid, U16),
+    {"vlans", FieldKind::VLANS, offsetof(umsg_vlan_port_t, uvlan), sizeof(uvlan_t)},
 };
 constexpr Field IP_FIELDS[] = {
-    FIELD(umsg_ip_t, ifindex, u32), FIELD(umsg_ip_t, ifname, text), FIELD(umsg_ip_t, ip, u32),
-    FIELD(umsg_ip_t, mask, u32),    FIELD(umsg_ip_t, new_ip, u32),  FIELD(umsg_ip_t, new_mask, u32),
+    FIELD(umsg_ip_t, ifindex, U32), FIELD(umsg_ip_t, ifname, TEXT), FIELD(umsg_ip_t, ip, U32),
+    FIELD(umsg_ip_t, mask, U32),    FIELD(umsg_ip_t, new_ip, U32),  FIELD(umsg_ip_t, new_mask, U32),
 };
-constexpr Field HOST_FIELDS[] = {FIELD(umsg_host_t, name, text)};
-constexpr Field TRUNK_FIELDS[] = {FIELD(umsg_trunk_t, set, u32), FIELD(umsg_trunk_t, tid, u32),
-                                  FIELD(umsg_trunk_t, ifindex, ifindex)};
+constexpr Field HOST_FIELDS[] = {FIELD(umsg_host_t, name, TEXT)};
+constexpr Field TRUNK_FIELDS[] = {FIELD(umsg_trunk_t, set, U32), FIELD(umsg_trunk_t, tid, U32),
+                                  FIELD(umsg_trunk_t, ifindex, IFINDEX)};
 constexpr Field PROTECT_FIELDS[] = {
-    FIELD(umsg_protect_group_t, work_ifindex, ifindex),
-    FIELD(umsg_protect_group_t, protect_ifindex, ifindex),
+    FIELD(umsg_protect_group_t, work_ifindex, IFINDEX),
+    FIELD(umsg_protect_group_t, protect_ifindex, IFINDEX),
     // not "type": a record of the request has the message's type under that name
-    {"group_type", FieldKind::u32, offsetof(umsg_protect_group_t, type), sizeof(umsg_protect_group_t::type)},
+    {"group_type", FieldKind::U32, offsetof(umsg_protect_group_t, type), sizeof(umsg_protect_group_t::type)},
 };
 constexpr Field ONU_FIELDS[] = {
-    FIELD(umsg_onu_op_t, ifindex, ifindex),
-    FIELD(umsg_onu_op_t, status, i32),
-    FIELD(umsg_onu_op_t, onu_sn, octets),
+    FIELD(umsg_onu_op_t, ifindex, IFINDEX),
+    FIELD(umsg_onu_op_t, status, I32),
+    FIELD(umsg_onu_op_t, onu_sn, OCTETS),
 };
-constexpr Field CARD_FIELDS[] = {FIELD(umsg_card_t, slot_id, u32), FIELD(umsg_card_t, card_type, u16)};
+constexpr Field CARD_FIELDS[] = {FIELD(umsg_card_t, slot_id, U32), FIELD(umsg_card_t, card_type, U16)};
 constexpr Field SYNC_FIELDS[] = {
-    FIELD(umsg_cfg_sync_t, appid, u32),    FIELD(umsg_cfg_sync_t, slotid, u32),
-    FIELD(umsg_cfg_sync_t, cfg_prio, u32), FIELD(umsg_cfg_sync_t, retcode, u32),
-    FIELD(umsg_cfg_sync_t, appName, text),
+    FIELD(umsg_cfg_sync_t, appid, U32),    FIELD(umsg_cfg_sync_t, slotid, U32),
+    FIELD(umsg_cfg_sync_t, cfg_prio, U32), FIELD(umsg_cfg_sync_t, retcode, U32),
+    FIELD(umsg_cfg_sync_t, appName, TEXT),
 };
 constexpr Field GPON_FIELDS[] = {
-    FIELD(umsg_gpon_t, op, u32), FIELD(umsg_gpon_t, p1, u32), FIELD(umsg_gpon_t, p2, u32),
-    FIELD(umsg_gpon_t, p3, u32), FIELD(umsg_gpon_t, p4, u32),
+    FIELD(umsg_gpon_t, op, U32), FIELD(umsg_gpon_t, p1, U32), FIELD(umsg_gpon_t, p2, U32),
+    FIELD(umsg_gpon_t, p3, U32), FIELD(umsg_gpon_t, p4, U32),
 };
-constexpr Field PORT_QOS_FIELDS[] = {FIELD(umsg_port_qos_t, ifindex, ifindex),
-                                     FIELD(umsg_port_qos_t, scheduler_mode, u32)};
+constexpr Field PORT_QOS_FIELDS[] = {FIELD(umsg_port_qos_t, ifindex, IFINDEX),
+                                     FIELD(umsg_port_qos_t, scheduler_mode, U32)};
 constexpr Field SAVE_FIELDS[] = {
-    FIELD(umsg_snmp_save_req_t, sequence, u32),
-    FIELD(umsg_snmp_save_req_t, tablename, text),
-    FIELD(umsg_snmp_save_req_t, saveStatus, u32),
+    FIELD(umsg_snmp_save_req_t, sequence, U32),
+    FIELD(umsg_snmp_save_req_t, tablename, TEXT),
+    FIELD(umsg_snmp_save_req_t, saveStatus, U32),
 };
-constexpr Field LOOPDETECT_FIELDS[] = {FIELD(umsg_loopdetect_t, ifindex, ifindex),
-                                       FIELD(umsg_loopdetect_t, set, u32)};
-constexpr Field WORD_FIELDS[] = {{"word", FieldKind::u32, 0, 4}};
+constexpr Field LOOPDETECT_FIELDS[] = {FIELD(umsg_loopdetect_t, ifindex, IFINDEX),
+                                       FIELD(umsg_loopdetect_t, set, U32)};
+constexpr Field WORD_FIELDS[] = {{"word", FieldKind::U32, 0, 4}};
 
 constexpr BodyLayout NO_BODY{"no body", 0, {}};
 constexpr BodyLayout WORD{"one word", 4, WORD_FIELDS};
@@ -263,24 +263,24 @@ std::optional<uint16_t> parse_u16(std::string_view text) {
 
 bool put_field(const Field& field, std::string_view value, uint8_t* at) {
     switch (field.kind) {
-    case FieldKind::u16:
+    case FieldKind::U16:
         return put_number(parse_u16(value), at);
-    case FieldKind::u32:
+    case FieldKind::U32:
         return put_number(parse_u32(value), at);
-    case FieldKind::i32:
+    case FieldKind::I32:
         return put_number(parse_i32(value), at);
-    case FieldKind::flags:
+    case FieldKind::FLAGS:
         return put_number(parse_flags(value), at);
-    case FieldKind::ifindex: {
+    case FieldKind::IFINDEX: {
         const auto port = ifindex_of_port(value);
         return put_number(port ? port : parse_u32(value), at);
     }
-    case FieldKind::text:
+    case FieldKind::TEXT:
         // hex: may fill the field to its last byte, for tests of texts that aren't terminated
         return put_bytes(value, at, value.starts_with(HEX_PREFIX) ? field.size : field.size - 1u);
-    case FieldKind::octets:
+    case FieldKind::OCTETS:
         return put_bytes(value, at, field.size);
-    case FieldKind::vlans:
+    case FieldKind::VLANS:
         return parse_vlans(value, at);
     }
     return false;
@@ -304,19 +304,19 @@ T get_number(const uint8_t* at) {
 
 std::string field_text(const Field& field, const uint8_t* at) {
     switch (field.kind) {
-    case FieldKind::u16:
+    case FieldKind::U16:
         return std::to_string(get_number<uint16_t>(at));
-    case FieldKind::u32:
+    case FieldKind::U32:
         return std::to_string(get_number<uint32_t>(at));
-    case FieldKind::i32:
+    case FieldKind::I32:
         return std::to_string(get_number<int32_t>(at));
-    case FieldKind::flags:
-    case FieldKind::ifindex:
+    case FieldKind::FLAGS:
+    case FieldKind::IFINDEX:
         return format("0x%08x", get_number<uint32_t>(at));
-    case FieldKind::text:
-    case FieldKind::octets:
+    case FieldKind::TEXT:
+    case FieldKind::OCTETS:
         return bytes_text(at, field.size);
-    case FieldKind::vlans:
+    case FieldKind::VLANS:
         return vlans_text(at);
     }
     return {};
@@ -388,7 +388,7 @@ NamedValues decode_body(const BodyLayout& layout, std::span<const uint8_t> body)
     for (const Field& field : layout.fields) {
         const uint8_t* at = body.data() + field.offset;
         values.emplace_back(field.name, field_text(field, at));
-        if (field.kind != FieldKind::ifindex)
+        if (field.kind != FieldKind::IFINDEX)
             continue;
         const std::string name = field.name;
         if (std::string port = port_of_ifindex(get_number<uint32_t>(at)); !port.empty())
@@ -399,7 +399,7 @@ NamedValues decode_body(const BodyLayout& layout, std::span<const uint8_t> body)
 
 const Field* unterminated_text(const BodyLayout& layout, std::span<const uint8_t> body) {
     for (const Field& field : layout.fields) {
-        if (field.kind == FieldKind::text && !std::memchr(body.data() + field.offset, 0, field.size))
+        if (field.kind == FieldKind::TEXT && !std::memchr(body.data() + field.offset, 0, field.size))
             return &field;
     }
     return nullptr;

@@ -13,14 +13,14 @@
 #include "umsg.h"
 
 enum class FieldKind {
-    u16,
-    u32,
-    i32,
-    flags,   // 32 bits; "up" (1) and "running" (0x40) may be written as words: up+running
-    ifindex, // 32 bits; a port's name may be written in its place
-    text,    // terminated, filled with zeros
-    octets,  // printable text, or hex: and the bytes; needn't be terminated
-    vlans,   // 512 bytes; "1,5-7"
+    U16,
+    U32,
+    I32,
+    FLAGS,   // 32 bits; "up" (1) and "running" (0x40) may be written as words: up+running
+    IFINDEX, // 32 bits; a port's name may be written in its place
+    TEXT,    // terminated, filled with zeros
+    OCTETS,  // printable text, or hex: and the bytes; needn't be terminated
+    VLANS,   // 512 bytes; "1,5-7"
 };
 
 struct Field {

@@ -26,7 +26,7 @@ TEST(FrameReader, CutsAStreamInAnyPieces) {
         std::vector<Frame> frames;
         for (size_t at = 0; at < stream.size(); at += piece) {
             reader.feed(std::span(stream).subspan(at, std::min(piece, stream.size() - at)));
-            for (Frame frame; reader.next(frame) == Result::frame;)
+            for (Frame frame; reader.next(frame) == Result::FRAME;)
                 frames.push_back(frame);
         }
         ASSERT_EQ(frames.size(), 2u) << piece;
@@ -41,11 +41,11 @@ TEST(FrameReader, TakesTheGreatestBodyAndNoGreater) {
     Frame frame;
     FrameReader good;
     good.feed(encode_frame({2, 1, std::vector<uint8_t>(UMSG_MAX_BODY)}));
-    EXPECT_EQ(good.next(frame), Result::frame);
+    EXPECT_EQ(good.next(frame), Result::FRAME);
     EXPECT_EQ(frame.body.size(), 4096u);
     FrameReader bad;
     bad.feed(encode_frame({2, 1, {}}, {.version = {}, .length = 4097}));
-    EXPECT_EQ(bad.next(frame), Result::too_long);
+    EXPECT_EQ(bad.next(frame), Result::TOO_LONG);
     EXPECT_EQ(bad.length(), 4097);
 }
 
@@ -53,7 +53,7 @@ TEST(FrameReader, RefusesAnotherVersion) {
     Frame frame;
     FrameReader reader;
     reader.feed(encode_frame({2, 1, {}}, {.version = 2, .length = {}}));
-    EXPECT_EQ(reader.next(frame), Result::bad_version);
+    EXPECT_EQ(reader.next(frame), Result::BAD_VERSION);
     EXPECT_EQ(reader.version(), 2);
 }
 
@@ -62,7 +62,7 @@ TEST(FrameReader, WaitsForTheRest) {
     FrameReader reader;
     const auto bytes = encode_frame({2, 1, {1, 2, 3}});
     reader.feed(std::span(bytes).first(10));
-    EXPECT_EQ(reader.next(frame), Result::need_more);
+    EXPECT_EQ(reader.next(frame), Result::NEED_MORE);
     EXPECT_EQ(reader.pending(), 10u);
 }
 

@@ -105,13 +105,13 @@ TEST(FrameFuzz, AStreamOfAnyBytesIsCutWithinItsEndOrRefused) {
     for (int round = 0; round < 5000; round++) {
         FrameReader reader;
         Frame frame;
-        auto result = FrameReader::Result::need_more;
-        for (int piece = 0; piece < 6 && (result == FrameReader::Result::need_more); piece++) {
+        auto result = FrameReader::Result::NEED_MORE;
+        for (int piece = 0; piece < 6 && (result == FrameReader::Result::NEED_MORE); piece++) {
             Bytes bytes = encode_frame({uint8_t(dice.word()), dice.word(), dice.bytes(dice.below(200))});
             if (dice.one_in(3))
                 bytes = dice.damaged(bytes);
             reader.feed(bytes);
-            while ((result = reader.next(frame)) == FrameReader::Result::frame) {
+            while ((result = reader.next(frame)) == FrameReader::Result::FRAME) {
                 frames++;
                 ASSERT_LE(frame.body.size(), size_t(UMSG_MAX_BODY));
             }
