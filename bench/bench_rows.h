@@ -14,7 +14,7 @@
 #include <vector>
 
 // A row of the size of a T-CONT's.
-inline constexpr int kRowSize = 84;
+inline constexpr int ROW_SIZE = 84;
 
 template <int KeySize>
 using Columns = std::array<uint32_t, KeySize / 4>;
@@ -22,7 +22,7 @@ using Columns = std::array<uint32_t, KeySize / 4>;
 template <int KeySize>
 struct Row {
     Columns<KeySize> key;
-    std::array<uint8_t, kRowSize - KeySize> columns;
+    std::array<uint8_t, ROW_SIZE - KeySize> columns;
 };
 
 // The n-th index of a chassis that is filled slot by slot: shelf 1, 14 slots, 16 ports, 128 ONUs and

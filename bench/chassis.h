@@ -16,7 +16,7 @@
 
 namespace chassis {
 
-inline constexpr int kOnus = 14 * 16 * 128;
+inline constexpr int ONUS = 14 * 16 * 128;
 
 struct Part {
     TableModule* module;
@@ -26,11 +26,11 @@ struct Part {
 // About a million rows.
 inline std::vector<Part> parts() {
     return {
-        {&table_module_sOnuTable(), kOnus},         {&table_module_sOnuExtendInfoTable(), kOnus},
-        {&table_module_sTcontTable(), 4 * kOnus},   {&table_module_sGemTable(), 8 * kOnus},
+        {&table_module_sOnuTable(), ONUS},          {&table_module_sOnuExtendInfoTable(), ONUS},
+        {&table_module_sTcontTable(), 4 * ONUS},    {&table_module_sGemTable(), 8 * ONUS},
         {&table_module_servicePortTable(), 112000}, {&table_module_sRmUniStatusTable(), 200000},
-        {&table_module_sRmUniVlanTable(), 200000},  {&table_module_sRmInfoTable(), kOnus},
-        {&table_module_sOnuHistoryTable(), kOnus},
+        {&table_module_sRmUniVlanTable(), 200000},  {&table_module_sRmInfoTable(), ONUS},
+        {&table_module_sOnuHistoryTable(), ONUS},
     };
 }
 

@@ -15,10 +15,10 @@
 
 namespace {
 
-constexpr int kKeySize = 20;
-constexpr std::array kRowCounts = {1000, 10000, 100000, 1000000};
+constexpr int KEY_SIZE = 20;
+constexpr std::array ROW_COUNTS = {1000, 10000, 100000, 1000000};
 
-using TableRow = Row<kKeySize>;
+using TableRow = Row<KEY_SIZE>;
 
 // ---- a table module that does what all do for a read ------------------------------------------------
 
@@ -49,20 +49,20 @@ int answer_one(MIBDID, void*, MIB_Flags_t) {
 // ---- what is measured ---------------------------------------------------------------------------------
 
 // The table filled with this many rows; random keys of it.
-const std::vector<Columns<kKeySize>>& filled_table(int rows) {
-    static std::vector<Columns<kKeySize>> keys;
+const std::vector<Columns<KEY_SIZE>>& filled_table(int rows) {
+    static std::vector<Columns<KEY_SIZE>> keys;
     if (static_cast<int>(keys.size()) == rows)
         return keys;
     static MibHandler handler;
     MibHandler_ctor(&handler);
     handler.mibAccessStart = access_start;
     handler.mibAccessFinish = access_finish;
-    ovraMib_RegisterSnmpHanlder(table_did(), nullptr, &handler, kKeySize, sizeof(TableRow));
+    ovraMib_RegisterSnmpHanlder(table_did(), nullptr, &handler, KEY_SIZE, sizeof(TableRow));
     MibRegisterCallback(table_did(), CALLBACK_GET, "bench", 1, answer_one, mibDefFlags);
     keys.clear();
     for (int n = 0; n < rows; ++n) {
         TableRow row{};
-        row.key = index_of<kKeySize>(n, rows);
+        row.key = index_of<KEY_SIZE>(n, rows);
         row_add(table_did(), &row);
         keys.push_back(row.key);
     }
@@ -85,7 +85,7 @@ struct Measurement {
     void (*run)(TableRow& row);
 };
 
-constexpr std::array kMeasurements = {
+constexpr std::array MEASUREMENTS = {
     Measurement{"row_get+copy", bare_get_and_copy},
     Measurement{"MIB_GET_S", access<MIB_GET_S>},
     Measurement{"MIB_GET", access<MIB_GET>},
@@ -112,15 +112,15 @@ std::string benchmark_name(const Measurement& measurement, int rows) {
 class RatioTable : public BestTimes {
 public:
     void Finalize() override {
-        std::printf("ns per read of a row with a %d-byte key (times the bare look-up and copy)\n", kKeySize);
+        std::printf("ns per read of a row with a %d-byte key (times the bare look-up and copy)\n", KEY_SIZE);
         std::printf("%8s", "rows");
-        for (const Measurement& measurement : kMeasurements)
+        for (const Measurement& measurement : MEASUREMENTS)
             std::printf(" %16s", measurement.name);
         std::printf("\n");
-        for (int rows : kRowCounts) {
+        for (int rows : ROW_COUNTS) {
             std::printf("%8d", rows);
-            double bare = time(benchmark_name(kMeasurements[0], rows));
-            for (const Measurement& measurement : kMeasurements) {
+            double bare = time(benchmark_name(MEASUREMENTS[0], rows));
+            for (const Measurement& measurement : MEASUREMENTS) {
                 double ns = time(benchmark_name(measurement, rows));
                 std::printf(" %8.1f (%5.2f)", ns, ns / bare);
             }
@@ -133,8 +133,8 @@ public:
 
 int main(int argc, char** argv) {
     bool table = take_option(argc, argv, "--table");
-    for (int rows : kRowCounts)
-        for (const Measurement& measurement : kMeasurements)
+    for (int rows : ROW_COUNTS)
+        for (const Measurement& measurement : MEASUREMENTS)
             benchmark::RegisterBenchmark(
                 benchmark_name(measurement, rows).c_str(),
                 [rows, run = measurement.run](benchmark::State& state) { measure(state, rows, run); });

@@ -73,7 +73,7 @@ void Receive(benchmark::State& state) {
     });
 }
 
-BENCHMARK(Apply)->Arg(128)->Arg(chassis::kOnus)->Unit(benchmark::kMicrosecond);
-BENCHMARK(Receive)->Arg(128)->Arg(chassis::kOnus)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Apply)->Arg(128)->Arg(chassis::ONUS)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Receive)->Arg(128)->Arg(chassis::ONUS)->Unit(benchmark::kMicrosecond);
 
 } // namespace

@@ -28,7 +28,7 @@ double cpu_seconds() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-constexpr std::array kRowCounts = {1000, 10000, 100000, 1000000};
+constexpr std::array ROW_COUNTS = {1000, 10000, 100000, 1000000};
 bool g_shuffled = false; // rows enter in random order instead of key order
 
 template <int KeySize>
@@ -66,7 +66,7 @@ public:
     TreeStore() {
         P_PARAMS params;
         params.key_size = KeySize;
-        params.info_size = kRowSize;
+        params.info_size = ROW_SIZE;
         PTreeInit(&tree_, &params);
     }
     ~TreeStore() { PTreeDestroy(&tree_); }
@@ -164,7 +164,7 @@ struct Filled {
 // ---- what is measured ---------------------------------------------------------------------------
 
 enum Operation { GET, MISS, NEXT_ANY, WALK, DELETE, ADD, OPERATIONS };
-constexpr std::array<const char*, OPERATIONS> kOperationNames = {"get",  "miss",   "next_any",
+constexpr std::array<const char*, OPERATIONS> OPERATION_NAMES = {"get",  "miss",   "next_any",
                                                                  "walk", "delete", "add"};
 
 template <typename Store, typename Call>
@@ -224,7 +224,7 @@ void measure(benchmark::State& state, int rows, Operation operation) {
 
 std::string benchmark_name(const std::string& store, int key_size, int rows, int operation) {
     return store + "/key:" + std::to_string(key_size) + "/rows:" + std::to_string(rows) + "/" +
-           kOperationNames[static_cast<size_t>(operation)];
+           OPERATION_NAMES[static_cast<size_t>(operation)];
 }
 
 template <template <int> class Store, int KeySize>
@@ -242,13 +242,13 @@ void register_store(int rows) {
 
 template <int KeySize>
 void register_key_size() {
-    for (int rows : kRowCounts) {
+    for (int rows : ROW_COUNTS) {
         register_store<TreeStore, KeySize>(rows);
         register_store<MapStore, KeySize>(rows);
     }
 }
 
-constexpr std::array kKeySizes = {12, 16, 20, 28};
+constexpr std::array KEY_SIZES = {12, 16, 20, 28};
 
 // ---- the compact table --------------------------------------------------------------------------
 
@@ -257,13 +257,13 @@ public:
     void Finalize() override {
         std::printf(
             "ns per operation of ptree (map's time / ptree's); B/row: memory beyond the %d-byte row\n",
-            kRowSize);
+            ROW_SIZE);
         std::printf("%-4s %8s", "key", "rows");
-        for (const char* operation : kOperationNames)
+        for (const char* operation : OPERATION_NAMES)
             std::printf(" %16s", operation);
         std::printf(" %9s %7s\n", "next/get", "B/row");
-        for (int key_size : kKeySizes) {
-            for (int rows : kRowCounts)
+        for (int key_size : KEY_SIZES) {
+            for (int rows : ROW_COUNTS)
                 if (tree_time(key_size, rows, GET) != 0)
                     print_line(key_size, rows);
             print_growth(key_size);
@@ -284,7 +284,7 @@ private:
             double tree = tree_time(key_size, rows, operation);
             std::printf(" %8.1f (%5.2f)", tree, map_time(key_size, rows, operation) / tree);
         }
-        double overhead = bytes(benchmark_name("ptree", key_size, rows, GET)) - kRowSize;
+        double overhead = bytes(benchmark_name("ptree", key_size, rows, GET)) - ROW_SIZE;
         std::printf(" %9.2f %7.1f\n", tree_time(key_size, rows, NEXT_ANY) / tree_time(key_size, rows, GET),
                     overhead);
     }

@@ -64,14 +64,14 @@ void hal_debug_frame(const char* what, const hal_frame_t& frame) {
 }
 
 void hal_debug_log_timing(const hal_send_timing& t) {
-    constexpr const char* module = "TIMING";
+    constexpr const char* MODULE = "TIMING";
     // What "len: %u, type: %u, seq: %u, slot: %u, flags: %#x, inter: %f ms" prints with the milliseconds, but
     // without floating point: that would be half of the line's cost, and every send pays for its line.
 #define TIMING_LINE                                                                                          \
     "len: %u, type: %u, seq: %u, slot: %u, flags: %#x, inter: %u.%03u000 ms", t.len, t.type, t.seq, t.slot,  \
         t.flags, static_cast<unsigned>(t.usec / 1000), static_cast<unsigned>(t.usec % 1000)
     if (t.usec > HAL_SLOW_SEND_USEC)
-        OV_LOG_INFO(module, TIMING_LINE);
-    OV_LIB_LOG(1, "halmsg", OV_LOG_LVL_INFO, module, TIMING_LINE);
+        OV_LOG_INFO(MODULE, TIMING_LINE);
+    OV_LIB_LOG(1, "halmsg", OV_LOG_LVL_INFO, MODULE, TIMING_LINE);
 #undef TIMING_LINE
 }

@@ -228,22 +228,22 @@ void take_older(const Outbox& box, const void* frame, size_t frame_len) {
 
 // ---- sending ---------------------------------------------------------------------------------------------
 
-enum class Post { sent, no_room, nobody, failed };
+enum class Post { SENT, NO_ROOM, NOBODY, FAILED };
 
 Post post(Outbox& box, const void* frame, size_t frame_len, int* rc) {
     IPC_APP_CB_T* cb = g_agent_msg_tx_cb;
     *rc = ipc_post_msg(cb, static_cast<uint32_t>(sub_id_of(box)), frame, static_cast<int>(frame_len));
     if (*rc == IPC_RC_SND_BUFF_FULL)
-        return Post::no_room;
+        return Post::NO_ROOM;
     if (*rc == IPC_RC_MSG_RTRNED)
-        return ipcReturnedForRoom(cb->ipcHandle) ? Post::no_room : Post::nobody;
+        return ipcReturnedForRoom(cb->ipcHandle) ? Post::NO_ROOM : Post::NOBODY;
     if (*rc < 0 && *rc != IPC_RC_RTRNED_MSG_WAITING)
-        return Post::failed;
+        return Post::FAILED;
     remember_sent(box);
     box.absent = false;
     if (*rc == IPC_RC_RTRNED_MSG_WAITING)
         take_older(box, frame, frame_len);
-    return Post::sent;
+    return Post::SENT;
 }
 
 // True when a message that found nobody is to be tried once more.
@@ -260,15 +260,15 @@ Post flush(Outbox& box) {
         Waiting first = take_first(box);
         int rc = 0;
         const Post result = post(box, first.frame.data(), first.frame.size(), &rc);
-        if (result == Post::no_room || (result == Post::nobody && may_come_back(box))) {
+        if (result == Post::NO_ROOM || (result == Post::NOBODY && may_come_back(box))) {
             put_back(box, std::move(first));
             return result;
         }
-        if (result != Post::sent)
+        if (result != Post::SENT)
             log_failure(box, first.frame.data(), first.frame.size(), rc);
         box.asked_once = false;
     }
-    return Post::sent;
+    return Post::SENT;
 }
 
 void be_patient(hal_patience& patience) {
@@ -335,9 +335,9 @@ void arm(Outbox& box) {
 void wait_room(const Outbox& box, Post stopped, const hal_patience& patience,
                steady_clock::time_point deadline) {
     const auto left = std::max(std::chrono::ceil<milliseconds>(deadline - ov_wait_now()), milliseconds(0));
-    const int fd = stopped == Post::no_room ? watch_of(box, patience) : -1;
+    const int fd = stopped == Post::NO_ROOM ? watch_of(box, patience) : -1;
     if (fd < 0) {
-        std::this_thread::sleep_for(std::min(stopped == Post::nobody ? ABSENT_PAUSE : patience.pause, left));
+        std::this_thread::sleep_for(std::min(stopped == Post::NOBODY ? ABSENT_PAUSE : patience.pause, left));
         return;
     }
     pollfd room = {.fd = fd, .events = POLLOUT, .revents = 0};
@@ -353,9 +353,9 @@ Outbox& box_of(unsigned slot) {
 // Tries a message of a card that nothing waits for. True when that settles it, with its result in *rc.
 bool send_at_once(Outbox& box, const hal_frame_t& frame, size_t frame_len, int* rc) {
     const Post result = post(box, &frame, frame_len, rc);
-    if (result == Post::no_room || (result == Post::nobody && may_come_back(box)))
+    if (result == Post::NO_ROOM || (result == Post::NOBODY && may_come_back(box)))
         return false;
-    if (result == Post::sent)
+    if (result == Post::SENT)
         *rc = IPC_RC_SUCCESS;
     else
         log_failure(box, &frame, frame_len, *rc);
@@ -401,7 +401,7 @@ int hal_outbox_drain(unsigned slot, steady_clock::time_point deadline) {
             break;
         if (ov_wait_now() >= deadline)
             return IPC_RC_TIMEOUT;
-        if (stopped == Post::sent && box.burst == HAL_OUTBOX_PASS)
+        if (stopped == Post::SENT && box.burst == HAL_OUTBOX_PASS)
             continue;
         const hal_patience patience = box.patience;
         lock.unlock(); // others may send, and the slot may go
@@ -416,7 +416,7 @@ bool hal_outbox_wait_room(unsigned slot, hal_patience& patience, steady_clock::t
     if (ov_wait_now() >= deadline)
         return false;
     be_patient(patience);
-    wait_room(box_of(slot), Post::no_room, patience, deadline);
+    wait_room(box_of(slot), Post::NO_ROOM, patience, deadline);
     return true;
 }
 

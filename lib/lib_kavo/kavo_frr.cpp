@@ -5,7 +5,7 @@
 #include <string>
 
 namespace {
-constexpr size_t proto_name_size = 256; // of the library's arrays, whose declarations don't tell
+constexpr size_t PROTO_NAME_SIZE = 256; // of the library's arrays, whose declarations don't tell
 
 // The node for developers' commands; the library has its number and leaves the rest to the daemon.
 void install_debug_node() {
@@ -32,8 +32,8 @@ void openzlog(const char* progname, zlog_proto_t protocol, int syslog_flags, int
 
 void vty_init(struct thread_master* master, const char* name) {
     signal(SIGPIPE, SIG_IGN);
-    snprintf(frr_protoname, proto_name_size, "%s", name);
-    snprintf(frr_protonameinst, proto_name_size, "%s", name);
+    snprintf(frr_protoname, PROTO_NAME_SIZE, "%s", name);
+    snprintf(frr_protonameinst, PROTO_NAME_SIZE, "%s", name);
     vty_init(master, false);
     nb_init(master, nullptr, 0, false);
     install_debug_node();

@@ -153,26 +153,26 @@ int msg_write(int fd, const msg* m) {
 
 msg_header_error msg_header_parse(std::span<const uint8_t> bytes, apimsghdr* hdr) {
     if (bytes.size() < UMSG_HEADER_SIZE)
-        return msg_header_error::too_short;
+        return msg_header_error::TOO_SHORT;
     std::memcpy(hdr, bytes.data(), UMSG_HEADER_SIZE);
     if (hdr->version != UMSG_VERSION)
-        return msg_header_error::version;
+        return msg_header_error::BAD_VERSION;
     if (ntohs(hdr->msglen) > UMSG_MAX_BODY)
-        return msg_header_error::too_long;
-    return msg_header_error::none;
+        return msg_header_error::TOO_LONG;
+    return msg_header_error::NONE;
 }
 
 bool msg_header_ok(std::span<const uint8_t> bytes, apimsghdr* hdr) {
     switch (msg_header_parse(bytes, hdr)) {
-    case msg_header_error::none:
+    case msg_header_error::NONE:
         return true;
-    case msg_header_error::too_short:
+    case msg_header_error::TOO_SHORT:
         OV_LOG_ERROR("LIB", "msg_read: Cannot read message header!");
         return false;
-    case msg_header_error::version:
+    case msg_header_error::BAD_VERSION:
         OV_LOG_ERROR("LIB", "msg_read: API protocol version mismatch");
         return false;
-    case msg_header_error::too_long:
+    case msg_header_error::TOO_LONG:
         OV_LOG_ERROR("LIB", "msg_read: length is too long");
         return false;
     }

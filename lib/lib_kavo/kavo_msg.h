@@ -66,7 +66,7 @@ int msg_write(int fd, const msg*);
 
 // ---- parsing of outside bytes --------------------------------------------------------------------
 
-enum class msg_header_error { none, too_short, version, too_long };
+enum class msg_header_error { NONE, TOO_SHORT, BAD_VERSION, TOO_LONG };
 // Copies the header out of `bytes` and tests it; *hdr is valid only with `none`.
 msg_header_error msg_header_parse(std::span<const uint8_t> bytes, apimsghdr* hdr);
 // The same, with a line in the log about what is wrong.

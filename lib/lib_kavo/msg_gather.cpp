@@ -12,23 +12,23 @@ using std::chrono::steady_clock;
 
 namespace {
 
-enum class Filled { whole, not_yet, ended, broken };
+enum class Filled { WHOLE, NOT_YET, ENDED, BROKEN };
 
 // Reads until the frame has so many bytes or nothing waits any more.
 Filled fill(msg_gather& gather, int fd, size_t want, steady_clock::time_point now) {
     while (gather.have < want) {
         const ssize_t n = recv(fd, gather.bytes.data() + gather.have, want - gather.have, MSG_DONTWAIT);
         if (n == 0)
-            return Filled::ended;
+            return Filled::ENDED;
         if (n < 0 && errno == EINTR)
             continue;
         if (n < 0)
-            return errno == EAGAIN || errno == EWOULDBLOCK ? Filled::not_yet : Filled::broken;
+            return errno == EAGAIN || errno == EWOULDBLOCK ? Filled::NOT_YET : Filled::BROKEN;
         if (gather.have == 0)
             gather.began = now;
         gather.have += static_cast<size_t>(n);
     }
-    return Filled::whole;
+    return Filled::WHOLE;
 }
 
 bool in_time(const msg_gather& gather, steady_clock::time_point now) {
@@ -37,11 +37,11 @@ bool in_time(const msg_gather& gather, steady_clock::time_point now) {
 
 // True when the rest is yet to come; otherwise says why the header is no header.
 bool header_may_come(const msg_gather& gather, Filled filled, int fd, steady_clock::time_point now) {
-    if (filled == Filled::not_yet && in_time(gather, now))
+    if (filled == Filled::NOT_YET && in_time(gather, now))
         return true;
-    if (filled == Filled::broken)
+    if (filled == Filled::BROKEN)
         OV_LOG_ERROR("LIB", "msg_read: readn %s", strerror(errno));
-    else if (filled == Filled::ended && gather.have == 0)
+    else if (filled == Filled::ENDED && gather.have == 0)
         OV_LOG_ERROR("LIB", "msg_read: Connection closed by peer fd [%d] ", fd);
     else
         OV_LOG_ERROR("LIB", "msg_read: Cannot read message header!");
@@ -49,7 +49,7 @@ bool header_may_come(const msg_gather& gather, Filled filled, int fd, steady_clo
 }
 
 bool body_may_come(const msg_gather& gather, Filled filled, steady_clock::time_point now) {
-    if (filled == Filled::not_yet && in_time(gather, now))
+    if (filled == Filled::NOT_YET && in_time(gather, now))
         return true;
     OV_LOG_ERROR("LIB", "msg_read: Cannot read message body!");
     return false;
@@ -71,7 +71,7 @@ msg* msg_gather_read(msg_gather* gather, int fd, steady_clock::time_point now, b
     *failed = false;
     if (gather->have < UMSG_HEADER_SIZE) {
         const Filled filled = fill(*gather, fd, UMSG_HEADER_SIZE, now);
-        if (filled != Filled::whole) {
+        if (filled != Filled::WHOLE) {
             *failed = !header_may_come(*gather, filled, fd, now);
             return nullptr;
         }
@@ -81,7 +81,7 @@ msg* msg_gather_read(msg_gather* gather, int fd, steady_clock::time_point now, b
         }
     }
     const Filled filled = fill(*gather, fd, UMSG_HEADER_SIZE + ntohs(gather->hdr.msglen), now);
-    if (filled == Filled::whole)
+    if (filled == Filled::WHOLE)
         return take_message(*gather);
     *failed = !body_may_come(*gather, filled, now);
     return nullptr;

@@ -176,7 +176,7 @@ ov_ifindex_t ov_ifindex_gen_by_gpon_onusrv_name(uint16_t port_type, const char* 
 }
 
 ov_ifindex_t ov_ifindex_gen_by_gpon_onuuni_name(uint16_t port_type, const char* name) {
-    static constexpr std::array<const char*, UNI_WORDS.size()> patterns = {
+    static constexpr std::array<const char*, UNI_WORDS.size()> PATTERNS = {
         "%d/%d:%d_eth_%d/%d", "%d/%d:%d_pots_%d/%d", "%d/%d:%d_veip_%d/%d", "%d/%d:%d_video_%d/%d"};
     const char* text = behind_prefix(port_type, name);
     if (text == nullptr)
@@ -187,7 +187,7 @@ ov_ifindex_t ov_ifindex_gen_by_gpon_onuuni_name(uint16_t port_type, const char* 
         return OV_IFINDEX_INVALID;
     }
     ParsedName parsed;
-    ov_name_scan(text, patterns[size_t(kind)],
+    ov_name_scan(text, PATTERNS[size_t(kind)],
                  {&parsed.slot, &parsed.port, &parsed.subport, &parsed.extend1, &parsed.extend3});
     log_uni(port_type, parsed, kind);
     return parsed.extend_index(port_type, uint16_t(kind));

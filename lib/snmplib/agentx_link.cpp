@@ -41,13 +41,13 @@ public:
     bool holds_next() {
         if (!pending_)
             return false;
-        if (++held_ > kSteps)
+        if (++held_ > STEPS)
             done();
         return pending_;
     }
 
 private:
-    static constexpr int kSteps = 16;
+    static constexpr int STEPS = 16;
 
     bool pending_ = false;
     int held_ = 0; // times in a row

@@ -160,7 +160,7 @@ bool AgentxMaster::send(std::span<const uint8_t> pdu) {
     waiting_.append(reinterpret_cast<const char*>(pdu.data()), pdu.size());
     if (waiting_.size() == pdu.size())
         flush(); // nothing else waited
-    if (waiting_.size() > kMaxWaiting)
+    if (waiting_.size() > MAX_WAITING)
         give_up("takes no more requests");
     return socket() >= 0;
 }

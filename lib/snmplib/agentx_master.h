@@ -66,18 +66,18 @@ public:
     bool wants_to_write() const { return socket() >= 0 && !waiting_.empty(); }
     // Whether more of the master is to be read: not while it has enough of ours to take, or we of its.
     bool wants_to_read() const {
-        return socket() >= 0 && !is_choked() && for_library_.size() < kMaxForLibrary;
+        return socket() >= 0 && !is_choked() && for_library_.size() < MAX_FOR_LIBRARY;
     }
     // Whether the master hasn't taken so much that it isn't to be asked for more.
-    bool is_choked() const { return waiting_.size() > kChoked; }
+    bool is_choked() const { return waiting_.size() > CHOKED; }
 
     // Ends the connection if the master has been silent for too long. To be called from time to time.
     void check_silence();
 
 private:
-    static constexpr size_t kChoked = size_t{256} << 10;
-    static constexpr size_t kMaxForLibrary = 1000;
-    static constexpr size_t kMaxWaiting = size_t{8} << 20;
+    static constexpr size_t CHOKED = size_t{256} << 10;
+    static constexpr size_t MAX_FOR_LIBRARY = 1000;
+    static constexpr size_t MAX_WAITING = size_t{8} << 20;
 
     void note_sent(const AgentxHeader& header);
     void take(AgentxPdu pdu);

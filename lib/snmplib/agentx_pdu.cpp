@@ -151,7 +151,7 @@ bool payload_is_sound(uint8_t type, Parts payload) {
 size_t size_told(Bytes header) {
     uint32_t payload = 0;
     Parts(header.subspan(HEADER - 4), is_network_order(header)).word32(payload);
-    const bool can_be = header[0] == VERSION && payload % 4 == 0 && payload <= AgentxGate::kMaxPdu - HEADER;
+    const bool can_be = header[0] == VERSION && payload % 4 == 0 && payload <= AgentxGate::MAX_PDU - HEADER;
     return can_be ? HEADER + payload : 0;
 }
 

@@ -56,7 +56,7 @@ bool agentx_pdu_is_sound(std::span<const uint8_t> pdu);
 class AgentxGate {
 public:
     // A longer PDU is refused by its header.
-    static constexpr size_t kMaxPdu = size_t{1} << 20;
+    static constexpr size_t MAX_PDU = size_t{1} << 20;
 
     // Whether every PDU that ends in this piece is sound. After a refusal the stream is of no use; the PDUs
     // before stay.

@@ -6,10 +6,10 @@
 
 namespace {
 
-constexpr int address_bytes = 4;
+constexpr int ADDRESS_BYTES = 4;
 
 int bounded_address_length(int len) {
-    return std::clamp(len, 0, address_bytes);
+    return std::clamp(len, 0, ADDRESS_BYTES);
 }
 
 int matched(size_t* var_len, WriteMethod** write_method) {

@@ -12,11 +12,11 @@
 
 namespace {
 
-constexpr size_t kNumberMax = 21; // "18446744073709551615", "-2147483648", and a terminator
+constexpr size_t NUMBER_MAX = 21; // "18446744073709551615", "-2147483648", and a terminator
 
 template <typename Number>
 char* write_number(char* to, Number value) {
-    return std::to_chars(to, to + kNumberMax, value).ptr;
+    return std::to_chars(to, to + NUMBER_MAX, value).ptr;
 }
 
 bool is_space(char c) {
@@ -108,7 +108,7 @@ size_t table_field_max(const ColumnDesc& column) {
     case ColType::BIN:
         return 2 * size_t{column.limit} + 1;
     default:
-        return kNumberMax;
+        return NUMBER_MAX;
     }
 }
 

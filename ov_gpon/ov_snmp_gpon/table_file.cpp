@@ -17,19 +17,19 @@
 
 namespace {
 
-constexpr char kFieldEnd = 0x1F; // ASCII unit separator
-constexpr size_t kPathLimit = 200;
-constexpr size_t kFieldSlot = 2048; // bytes of one field with its terminator
-constexpr char kLogTag[] = "MMG";
+constexpr char FIELD_END = 0x1F; // ASCII unit separator
+constexpr size_t PATH_LIMIT = 200;
+constexpr size_t FIELD_SLOT = 2048; // bytes of one field with its terminator
+constexpr char LOG_TAG[] = "MMG";
 
 // Takes the next field off the line. The last one may lack its end; nothing behind the last end is no field.
 bool next_field(std::string_view& line, std::string_view& field) {
     if (line.empty())
         return false;
-    const void* end = std::memchr(line.data(), kFieldEnd, line.size());
+    const void* end = std::memchr(line.data(), FIELD_END, line.size());
     size_t length =
         end == nullptr ? line.size() : static_cast<size_t>(static_cast<const char*>(end) - line.data());
-    field = line.substr(0, std::min(length, kFieldSlot - 1));
+    field = line.substr(0, std::min(length, FIELD_SLOT - 1));
     line.remove_prefix(std::min(length + 1, line.size()));
     return true;
 }
@@ -46,7 +46,7 @@ void read_columns(std::string_view& line, std::span<const ColumnDesc> columns, v
 char* write_columns(char* to, std::span<const ColumnDesc> columns, const void* row) {
     for (const ColumnDesc& column : columns) {
         to = table_field_write(to, column, row);
-        *to++ = kFieldEnd;
+        *to++ = FIELD_END;
     }
     return to;
 }
@@ -70,8 +70,8 @@ bool TableModule::find_path() {
     path += name();
     path += ".mib";
     path_.fill('\0');
-    if (path.size() >= kPathLimit) {
-        OV_LOG_ERROR(kLogTag, "the path of %s.mib is too long", name());
+    if (path.size() >= PATH_LIMIT) {
+        OV_LOG_ERROR(LOG_TAG, "the path of %s.mib is too long", name());
         return false;
     }
     path.copy(path_.data(), path_.size() - 1);
@@ -108,7 +108,7 @@ void TableModule::add_rows(const TableFile& file, uint64_t size) {
     std::fflush(stdout);
     ++generation_;
     if (reader.error() != 0)
-        OV_LOG_ERROR(kLogTag, "reading %s failed: %s", path(), std::strerror(reader.error()));
+        OV_LOG_ERROR(LOG_TAG, "reading %s failed: %s", path(), std::strerror(reader.error()));
 }
 
 // ---- saving --------------------------------------------------------------------------------------
@@ -123,7 +123,7 @@ void TableModule::save_file() {
     const std::string copy_path = table_copy_path(path());
     const TableFile copy(copy_path.c_str(), TableFile::TRUNCATE);
     if (!copy.is_open()) {
-        OV_LOG_ERROR(kLogTag, "opening %s for saving failed: %s", copy_path.c_str(), std::strerror(errno));
+        OV_LOG_ERROR(LOG_TAG, "opening %s for saving failed: %s", copy_path.c_str(), std::strerror(errno));
         return;
     }
     TableFileWriter writer(copy);
@@ -132,7 +132,7 @@ void TableModule::save_file() {
         write_file_from(copy, size);
         return;
     }
-    OV_LOG_ERROR(kLogTag, "saving %s failed: %s", path(), std::strerror(writer.error()));
+    OV_LOG_ERROR(LOG_TAG, "saving %s failed: %s", path(), std::strerror(writer.error()));
     table_file_calls.unlink(copy_path.c_str());
 }
 
@@ -142,11 +142,11 @@ void TableModule::find_cut_off_save() {
     const TableFile copy(copy_path.c_str(), TableFile::EXISTING);
     copy_is_needed_ = copy.is_open() && table_copy_content(copy);
     if (copy_is_needed_) {
-        OV_LOG_WARN(kLogTag, "the last save of %s was cut off, its content is taken from %s", path(),
+        OV_LOG_WARN(LOG_TAG, "the last save of %s was cut off, its content is taken from %s", path(),
                     copy_path.c_str());
         finish_cut_off_save();
     } else if (copy.is_open()) {
-        OV_LOG_WARN(kLogTag, "the last save of %s was cut off before the file was touched", path());
+        OV_LOG_WARN(LOG_TAG, "the last save of %s was cut off before the file was touched", path());
         table_file_calls.unlink(copy_path.c_str());
     }
 }
@@ -188,7 +188,7 @@ uint64_t TableModule::write_rows(TableFileWriter& writer) const {
 bool TableModule::write_file_from(const TableFile& copy, uint64_t size) {
     const CopyResult result = table_copy_write(copy, size, path());
     if (result != CopyResult::DONE)
-        OV_LOG_ERROR(kLogTag, "saving %s failed: %s", path(), std::strerror(errno));
+        OV_LOG_ERROR(LOG_TAG, "saving %s failed: %s", path(), std::strerror(errno));
     copy_is_needed_ = result == CopyResult::BROKEN || (result == CopyResult::UNTOUCHED && copy_is_needed_);
     if (!copy_is_needed_)
         table_file_calls.unlink(table_copy_path(path()).c_str());
@@ -199,5 +199,5 @@ void TableModule::save_if_changed() {
     if (!changed_.exchange(false))
         return;
     save_file();
-    OV_LOG_INFO(kLogTag, "saving changed table %s", name());
+    OV_LOG_INFO(LOG_TAG, "saving changed table %s", name());
 }

@@ -13,8 +13,8 @@
 
 namespace {
 
-constexpr size_t kBlock = size_t{256} * 1024;
-constexpr size_t kEndMax = 32; // more than the last line ever takes
+constexpr size_t BLOCK = size_t{256} * 1024;
+constexpr size_t END_MAX = 32; // more than the last line ever takes
 
 // Reads a part of a file; false if it isn't there or can't be read.
 bool read_part(int fd, char* to, size_t size, uint64_t at) {
@@ -36,7 +36,7 @@ bool read_part(int fd, char* to, size_t size, uint64_t at) {
 // Reads the beginning of a file block by block; false as soon as that or the visit fails.
 template <typename Visit>
 bool for_each_block(int fd, uint64_t size, Visit visit) {
-    std::vector<char> block(static_cast<size_t>(std::min<uint64_t>(size, kBlock)));
+    std::vector<char> block(static_cast<size_t>(std::min<uint64_t>(size, BLOCK)));
     for (uint64_t at = 0; at < size;) {
         const auto part = static_cast<size_t>(std::min<uint64_t>(size - at, block.size()));
         if (!read_part(fd, block.data(), part, at) || !visit(std::string_view(block.data(), part)))
@@ -92,7 +92,7 @@ std::optional<uint64_t> table_copy_content(const TableFile& copy) {
     if (fstat(copy.fd(), &status) != 0 || status.st_size <= 0)
         return std::nullopt;
     const auto size = static_cast<uint64_t>(status.st_size);
-    std::array<char, kEndMax> bytes{};
+    std::array<char, END_MAX> bytes{};
     const auto part = static_cast<size_t>(std::min<uint64_t>(size, bytes.size()));
     if (!read_part(copy.fd(), bytes.data(), part, size - part))
         return std::nullopt;

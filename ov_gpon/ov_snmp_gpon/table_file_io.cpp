@@ -9,13 +9,13 @@
 
 namespace {
 
-constexpr size_t kBufferSize = size_t{256} * 1024;
-constexpr mode_t kFileMode = 0666; // as fopen makes files
+constexpr size_t BUFFER_SIZE = size_t{256} * 1024;
+constexpr mode_t FILE_MODE = 0666; // as fopen makes files
 
 int open_file(const char* path, int flags) {
     int fd;
     do {
-        fd = table_file_calls.open(path, flags | O_RDWR | O_CLOEXEC, kFileMode);
+        fd = table_file_calls.open(path, flags | O_RDWR | O_CLOEXEC, FILE_MODE);
     } while (fd < 0 && errno == EINTR);
     return fd;
 }
@@ -60,7 +60,7 @@ TableFile::~TableFile() {
 // ---- reading -------------------------------------------------------------------------------------
 
 TableFileReader::TableFileReader(const TableFile& file, uint64_t limit)
-    : fd_(file.fd()), left_(limit), buffer_(kBufferSize) {}
+    : fd_(file.fd()), left_(limit), buffer_(BUFFER_SIZE) {}
 
 bool TableFileReader::next_line(std::string_view& line) {
     if (skipping_)
@@ -76,7 +76,7 @@ bool TableFileReader::next_line(std::string_view& line) {
             break;
         }
         searched = end_ - begin_;
-        if (searched >= kLineSize) {
+        if (searched >= LINE_SIZE) {
             line = {start, searched};
             begin_ = end_;
             skipping_ = true;
@@ -90,7 +90,7 @@ bool TableFileReader::next_line(std::string_view& line) {
             break;
         }
     }
-    line = line.substr(0, kLineSize - 1);
+    line = line.substr(0, LINE_SIZE - 1);
     line = line.substr(0, line.find('\0'));
     return true;
 }
@@ -134,7 +134,7 @@ void TableFileReader::skip_rest() {
 
 // ---- writing -------------------------------------------------------------------------------------
 
-TableFileWriter::TableFileWriter(const TableFile& file) : fd_(file.fd()), buffer_(kBufferSize) {}
+TableFileWriter::TableFileWriter(const TableFile& file) : fd_(file.fd()), buffer_(BUFFER_SIZE) {}
 
 char* TableFileWriter::reserve(size_t size) {
     if (buffer_.size() - used_ < size)

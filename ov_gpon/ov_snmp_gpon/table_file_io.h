@@ -46,13 +46,13 @@ private:
 
 class TableFileReader {
 public:
-    static constexpr size_t kLineSize = 16384; // longest line, with its line feed or a terminator
+    static constexpr size_t LINE_SIZE = 16384; // longest line, with its line feed or a terminator
 
     // Reads up to `limit` bytes from the file's position.
     explicit TableFileReader(const TableFile& file, uint64_t limit = std::numeric_limits<uint64_t>::max());
 
     // The next line without its line feed, valid until the next call; false at the end of the file or after
-    // an error. A line ends for good at a NUL and at kLineSize - 1 characters: the rest is passed over.
+    // an error. A line ends for good at a NUL and at LINE_SIZE - 1 characters: the rest is passed over.
     bool next_line(std::string_view& line);
     // The errno of what ended the reading, 0 for the end of the file.
     int error() const { return error_; }

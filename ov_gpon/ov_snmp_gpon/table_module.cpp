@@ -18,8 +18,8 @@
 namespace {
 
 // The private arc, with the built-in enterprise number in its last place.
-constexpr oid kPrivateArc[] = {1, 3, 6, 1, 4, 1, OV_DEFAULT_ENTERPRISE_ID};
-constexpr size_t kEnterpriseArc = std::size(kPrivateArc) - 1;
+constexpr oid PRIVATE_ARC[] = {1, 3, 6, 1, 4, 1, OV_DEFAULT_ENTERPRISE_ID};
+constexpr size_t ENTERPRISE_ARC = std::size(PRIVATE_ARC) - 1;
 
 // The modules are made at their first use, on whatever thread that is.
 struct ModuleList {
@@ -117,7 +117,7 @@ TableModule* table_module_find(int registry_index) {
 // ---- life ----------------------------------------------------------------------------------------
 
 TableModule::TableModule(const TableDesc& desc, const TableFunctions& functions)
-    : desc_(desc), functions_(functions), oid_(std::begin(kPrivateArc), std::end(kPrivateArc)),
+    : desc_(desc), functions_(functions), oid_(std::begin(PRIVATE_ARC), std::end(PRIVATE_ARC)),
       default_row_(make_default_row(desc)) {
     oid_.insert(oid_.end(), desc.oid.begin(), desc.oid.end());
     missing_columns_ = find_missing_columns(desc);
@@ -138,8 +138,8 @@ void TableModule::init() {
 }
 
 void TableModule::init_oid() {
-    if (std::equal(kPrivateArc, kPrivateArc + kEnterpriseArc, oid_.begin()))
-        oid_[kEnterpriseArc] = ov_product_enterprise_id_get();
+    if (std::equal(PRIVATE_ARC, PRIVATE_ARC + ENTERPRISE_ARC, oid_.begin()))
+        oid_[ENTERPRISE_ARC] = ov_product_enterprise_id_get();
 }
 
 void TableModule::initialize_table() {

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kExpectedMatches = 16; // the rows of one ONU in most tables
+constexpr int EXPECTED_MATCHES = 16; // the rows of one ONU in most tables
 
 // The reverse of the usual sign, as lists want it: -1 when the first is the greater.
 template <typename Value>
@@ -98,7 +98,7 @@ void TableModule::visit_matches(const void* row, int index_flag, Visit visit) co
     if (leading != 0)
         std::memcpy(smallest.data(), row, leading * sizeof(uint32_t));
     void* first = first_at_or_above(smallest);
-    row_expect_next(did(), first, kExpectedMatches);
+    row_expect_next(did(), first, EXPECTED_MATCHES);
     for (void* stored = first; stored != nullptr; stored = row_next_of(did(), stored)) {
         if (compare_part_index(row, stored, leading_flag) != 0)
             return;

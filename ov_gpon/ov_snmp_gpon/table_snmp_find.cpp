@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr uint32_t kGreatest = std::numeric_limits<uint32_t>::max();
+constexpr uint32_t GREATEST = std::numeric_limits<uint32_t>::max();
 
 // A number of an object identifier as an index value; false when no index column holds it. The library reads
 // the numbers of AgentX messages as signed: where an arc has 64 bits, those from 2^31 up come sign-extended.
@@ -28,7 +28,7 @@ void* row_behind(const TableModule& module, const netsnmp_table_request_info& in
     for (size_t i = 0; i < wanted && i < info.index_oid_len; ++i) {
         if (!index_value(info.index_oid[i], key[i])) {
             // Behind all rows that agree so far.
-            std::fill(key.begin() + static_cast<ptrdiff_t>(i), key.end(), kGreatest);
+            std::fill(key.begin() + static_cast<ptrdiff_t>(i), key.end(), GREATEST);
             return row_getNext(module.did(), key.data());
         }
     }

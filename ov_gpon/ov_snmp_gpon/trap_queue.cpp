@@ -34,10 +34,10 @@ size_t TrapQueue::waiting() const {
 
 bool TrapQueue::push(TrapRow trap) {
     const std::lock_guard lock(mutex_);
-    if (waiting_.size() >= kLimit) {
+    if (waiting_.size() >= LIMIT) {
         if (!is_full_)
             OV_LOG_WARN("SNMP", "more than %zu notifications wait for the master agent, the rest is lost",
-                        kLimit);
+                        LIMIT);
         is_full_ = true;
         return false;
     }

@@ -30,7 +30,7 @@ public:
     using Sender = void (*)(const TrapRow& trap);
 
     // A storm beyond this (some 30 MB) isn't kept: its notifications are lost, with a line in the log.
-    static constexpr size_t kLimit = 100000;
+    static constexpr size_t LIMIT = 100000;
 
     // The sender runs on the event loop's thread, or on any before there is a loop.
     explicit TrapQueue(Sender sender) : sender_(sender) {}

@@ -127,12 +127,12 @@ constexpr char END = '\x1f';
 // the start takes. Gives HEAD "KEY=" for each key, and behind it, when the key is set, what ov_env_get prints
 // and END. The shell passes no value through its own hands: some change backslashes.
 std::string read_all_keys() {
-    constexpr size_t output_size = size_t{128} * 1024;
+    constexpr size_t OUTPUT_SIZE = size_t{128} * 1024;
     std::string command = "for key in";
     for (const char* key : KEYS)
         command.append(" ").append(key);
     command += "; do printf '\\036%s=' $key; ov_env_get $key && printf '\\037'; done";
-    std::string output(output_size, '\0');
+    std::string output(OUTPUT_SIZE, '\0');
     const auto start = ov_mono_now();
     ov_sys_and_result(command.c_str(), output.data(), output.size()); // its status is that of the last key
     count_env_cost(OV_PRODUCT_INFO_KEY_NUM, start);

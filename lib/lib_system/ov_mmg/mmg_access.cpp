@@ -11,7 +11,7 @@
 namespace {
 
 // The last index that MibAccessHandle admits.
-constexpr int kLastIndex = MIB_TABLE_SLOTS - 1;
+constexpr int LAST_INDEX = MIB_TABLE_SLOTS - 1;
 
 std::atomic<unsigned> g_access_count{0}; // only for debug lines
 
@@ -24,10 +24,10 @@ struct Operation {
     bool is_write;
 };
 
-constexpr int kOperations = MIB_LOCAL_GETNEXT + 1;
+constexpr int OPERATIONS = MIB_LOCAL_GETNEXT + 1;
 
-constexpr std::array<Operation, kOperations> make_operations() {
-    std::array<Operation, kOperations> table{};
+constexpr std::array<Operation, OPERATIONS> make_operations() {
+    std::array<Operation, OPERATIONS> table{};
     for (int base : {MIB_GET, MIB_GET_FUZZY, MIB_GETFIRST, MIB_GETNEXT}) {
         table[static_cast<size_t>(base)] = {base, true, false, false, false};
         table[static_cast<size_t>(base) + 1] = {base, false, false, false, false};
@@ -41,7 +41,7 @@ constexpr std::array<Operation, kOperations> make_operations() {
     return table;
 }
 
-constexpr std::array<Operation, kOperations> kOperationTable = make_operations();
+constexpr std::array<Operation, OPERATIONS> OPERATION_TABLE = make_operations();
 
 // Holds a table's mutex for a scope.
 class TableLock {
@@ -77,13 +77,13 @@ char run_chains(const Operation& operation, int index, MIBDID did, void* row, MI
 }
 
 bool is_write(int type) {
-    return type >= 0 && type < kOperations && kOperationTable[static_cast<size_t>(type)].is_write;
+    return type >= 0 && type < OPERATIONS && OPERATION_TABLE[static_cast<size_t>(type)].is_write;
 }
 
 char run_operation(int type, int index, MIBDID did, void* row, MIB_Flags_t flags) {
-    if (type < 0 || type >= kOperations)
+    if (type < 0 || type >= OPERATIONS)
         return MIB_FAIL;
-    const Operation& operation = kOperationTable[static_cast<size_t>(type)];
+    const Operation& operation = OPERATION_TABLE[static_cast<size_t>(type)];
     MibHandler* handler = table_cntl[index].dataOper;
     if (operation.hook_type == 0 || handler->mibAccessStart == nullptr)
         return MIB_FAIL;
@@ -118,7 +118,7 @@ char MibAccessHandle(int type, int /*appid*/, MIBDID did, void* row, MIB_Flags_t
     MMG_INFO_LOG("MibAccessHandle[%d]!", access);
 
     int index = mmg_table_index(did);
-    if (index < 0 || index > kLastIndex) {
+    if (index < 0 || index > LAST_INDEX) {
         std::printf("\r\novra: wrong index %d for mib operation!\r\n", index);
         std::fflush(stdout);
         return MIB_FAIL;

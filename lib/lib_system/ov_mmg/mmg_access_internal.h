@@ -54,8 +54,8 @@ private:
     void log(const char* what) const {
         if (function_ == nullptr)
             return;
-        constexpr char file[] = "mmg_access";
-        ov_product_app_log(file, int{sizeof(file) - 1}, function_, static_cast<int>(std::strlen(function_)),
+        constexpr char FILE[] = "mmg_access";
+        ov_product_app_log(FILE, int{sizeof(FILE) - 1}, function_, static_cast<int>(std::strlen(function_)),
                            line_, OV_LOG_LVL_DEBUG, MMG_LOG_TAG, "%s", what);
     }
     const char* function_;

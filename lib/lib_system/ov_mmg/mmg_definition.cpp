@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr MIBDid_t kTableList[] = {
+constexpr MIBDid_t TABLE_LIST[] = {
 #define MMG_TABLE(name, index, save, sync) {name, save, sync, #name},
 #define MMG_TABLE_REPEATED(name, index, repeated) {repeated, 0, 0, #repeated},
 #include "mmg_table_list.def"
@@ -51,9 +51,9 @@ bool is_table(const MIBDid_t& did, int index) {
 }
 
 const MIBDid_t* find_in_list(int index) {
-    const auto* row = std::find_if(std::begin(kTableList), std::end(kTableList),
+    const auto* row = std::find_if(std::begin(TABLE_LIST), std::end(TABLE_LIST),
                                    [index](const MIBDid_t& did) { return did.index == index; });
-    return row == std::end(kTableList) ? nullptr : row;
+    return row == std::end(TABLE_LIST) ? nullptr : row;
 }
 
 MIBDID find_known(int index) {

@@ -8,15 +8,15 @@
 
 namespace {
 
-constexpr size_t kAppIds = 128;
-constexpr size_t kMutexes = 128;
+constexpr size_t APP_IDS = 128;
+constexpr size_t MUTEXES = 128;
 
 std::mutex g_pool_mutex; // guards what follows
 
-std::bitset<kAppIds> app_flag{1}; // id 0 is never handed out
+std::bitset<APP_IDS> app_flag{1}; // id 0 is never handed out
 
-ovra_mutex_t* mutex_id[kMutexes]; // made at first use, kept when given back
-std::bitset<kMutexes> mutex_flag; // those in use
+ovra_mutex_t* mutex_id[MUTEXES]; // made at first use, kept when given back
+std::bitset<MUTEXES> mutex_flag; // those in use
 
 // The lowest bit that is 0, or N.
 template <size_t N>
@@ -32,14 +32,14 @@ size_t first_free(const std::bitset<N>& used) {
 int AssignAppId() {
     const std::lock_guard lock(g_pool_mutex);
     size_t id = first_free(app_flag);
-    if (id == kAppIds)
+    if (id == APP_IDS)
         return 0;
     app_flag.set(id);
     return static_cast<int>(id);
 }
 
 void ReleaseAppId(int appid) {
-    if (appid <= 0 || appid >= static_cast<int>(kAppIds)) {
+    if (appid <= 0 || appid >= static_cast<int>(APP_IDS)) {
         OV_LOG_ERROR(MMG_LOG_TAG, "wrong appid %d, can't be released!", appid);
         return;
     }
@@ -50,7 +50,7 @@ void ReleaseAppId(int appid) {
 ovra_mutex_t* AssignMutex() {
     const std::lock_guard lock(g_pool_mutex);
     size_t place = first_free(mutex_flag);
-    if (place == kMutexes)
+    if (place == MUTEXES)
         return nullptr;
     if (mutex_id[place] == nullptr)
         mutex_id[place] = Ovra_MutexCreate();

@@ -26,7 +26,7 @@ void print_row_message(const char* text) {
     std::fflush(stdout);
 }
 
-constexpr char kRowExisted[] = "row_add fail: the row existed\r";
+constexpr char ROW_EXISTED[] = "row_add fail: the row existed\r";
 
 struct AddedRow {
     void* stored;
@@ -76,14 +76,14 @@ void* get_table_head(MIBDID did) {
 void* row_add(MIBDID did, void* row) {
     auto [stored, existed] = add_row(did, row);
     if (existed)
-        print_row_message(kRowExisted);
+        print_row_message(ROW_EXISTED);
     return stored;
 }
 
 void* row_add_buffered(MIBDID did, void* row) {
     auto [stored, existed] = add_row(did, row);
     if (existed)
-        std::fputs(kRowExisted, stdout);
+        std::fputs(ROW_EXISTED, stdout);
     return stored;
 }
 
@@ -134,7 +134,7 @@ void* row_next_of(MIBDID did, const void* stored) {
 }
 
 void row_expect_next(MIBDID did, const void* stored, int rows) {
-    constexpr uintptr_t cache_line = 64;
+    constexpr uintptr_t CACHE_LINE = 64;
     PTREE* tree = tree_of(did);
     if (tree == nullptr || stored == nullptr)
         return;
@@ -144,6 +144,6 @@ void row_expect_next(MIBDID did, const void* stored, int rows) {
         at += stride;
         // The end of the row in front, where its key image is, and this one's header and index columns.
         __builtin_prefetch(reinterpret_cast<const void*>(at));
-        __builtin_prefetch(reinterpret_cast<const void*>(at + cache_line));
+        __builtin_prefetch(reinterpret_cast<const void*>(at + CACHE_LINE));
     }
 }

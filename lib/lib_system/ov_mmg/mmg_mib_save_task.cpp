@@ -20,11 +20,11 @@ sem_t mibdatasave_sem;
 
 namespace {
 
-constexpr int kEquipmentManagerAppId = 113;
-constexpr unsigned kAlarmRepeat = 1; // SA_REPEAT of the SNMP library
-constexpr unsigned kSyncStack = 0x20000;
-constexpr unsigned kSyncRetrySeconds = 5;
-constexpr char kSyncDir[] = "/var/run/product/mibdata";
+constexpr int EQUIPMENT_MANAGER_APP_ID = 113;
+constexpr unsigned ALARM_REPEAT = 1; // SA_REPEAT of the SNMP library
+constexpr unsigned SYNC_STACK = 0x20000;
+constexpr unsigned SYNC_RETRY_SECONDS = 5;
+constexpr char SYNC_DIR[] = "/var/run/product/mibdata";
 
 mmg_alarm_register_fn g_alarm_register = nullptr;
 // TODO: the main program installs ov_backup_sync_path_to_backup_sc once the file sync exists; until then
@@ -148,19 +148,19 @@ void mmg_set_alarm_register(mmg_alarm_register_fn register_fn) {
 
 void mmg_mib_save_task_init() {
     // The equipment manager runs this code too; only it replicates the files.
-    if (ov_ipc_client_is_initialized() == 0 && ov_get_app_id() == kEquipmentManagerAppId) {
+    if (ov_ipc_client_is_initialized() == 0 && ov_get_app_id() == EQUIPMENT_MANAGER_APP_ID) {
         sem_init(&mibdatasave_sem, 0, 0);
         if (ov_product_get_standby_sc_supported() != 0)
             start_mib_sync();
     }
-    constexpr int seconds = int{MMG_SAVE_CYCLE_SECONDS};
+    constexpr int SECONDS = int{MMG_SAVE_CYCLE_SECONDS};
     unsigned alarm = g_alarm_register == nullptr ? 0
-                                                 : g_alarm_register(MMG_SAVE_CYCLE_SECONDS, kAlarmRepeat,
+                                                 : g_alarm_register(MMG_SAVE_CYCLE_SECONDS, ALARM_REPEAT,
                                                                     mmg_mib_save_cycle_task, nullptr);
     if (alarm == 0)
-        OV_LOG_ERROR(MMG_LOG_TAG, "register a %d s timer task for saving task fail", seconds);
+        OV_LOG_ERROR(MMG_LOG_TAG, "register a %d s timer task for saving task fail", SECONDS);
     else
-        MMG_INFO_LOG("register a %d s timer task for saving task ok", seconds);
+        MMG_INFO_LOG("register a %d s timer task for saving task ok", SECONDS);
 }
 
 void mmg_mib_save_cycle_task(unsigned int /*clientreg*/, void* /*clientarg*/) {
@@ -168,7 +168,7 @@ void mmg_mib_save_cycle_task(unsigned int /*clientreg*/, void* /*clientarg*/) {
         return;
     MibChangedFlagClear();
     mmg_mib_set_mib_save_env();
-    if (ov_get_app_id() == kEquipmentManagerAppId)
+    if (ov_get_app_id() == EQUIPMENT_MANAGER_APP_ID)
         sem_post(&mibdatasave_sem);
 }
 
@@ -196,9 +196,9 @@ void* mibdata_sync_task(void* /*arg*/) {
     while (true) {
         if (sem_wait(&mibdatasave_sem) != 0)
             continue;
-        if (g_backup_sync != nullptr && g_backup_sync(kSyncDir) < 0) {
+        if (g_backup_sync != nullptr && g_backup_sync(SYNC_DIR) < 0) {
             OV_LOG_ERROR("OV_BACKUP", "mmg_mib_save_cycle_task failed");
-            sleep(kSyncRetrySeconds);
+            sleep(SYNC_RETRY_SECONDS);
         }
     }
     return nullptr;
@@ -206,7 +206,7 @@ void* mibdata_sync_task(void* /*arg*/) {
 
 int start_mib_sync() {
     pthread_t thread{};
-    if (Ovra_ThreadCreate("mibdata_sync_task", 0, kSyncStack, mibdata_sync_task, nullptr, &thread) != 0)
+    if (Ovra_ThreadCreate("mibdata_sync_task", 0, SYNC_STACK, mibdata_sync_task, nullptr, &thread) != 0)
         return -1;
     OV_LOG_INFO(MMG_LOG_TAG, "mibdata_sync_task thread created %lu", static_cast<unsigned long>(thread));
     return 0;

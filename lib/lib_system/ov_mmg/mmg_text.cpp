@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr size_t kNoLimit = std::numeric_limits<size_t>::max();
+constexpr size_t NO_LIMIT = std::numeric_limits<size_t>::max();
 
 size_t as_length(int n) {
     return n < 0 ? 0 : static_cast<size_t>(n);
@@ -50,24 +50,24 @@ size_t str_to_hex_clip(char* pbDest, size_t dest_size, const char* pbSrc, int nL
 }
 
 size_t str_to_hex(char* pbDest, const char* pbSrc, int nLen) {
-    return str_to_hex_clip(pbDest, kNoLimit, pbSrc, nLen);
+    return str_to_hex_clip(pbDest, NO_LIMIT, pbSrc, nLen);
 }
 
 void hex_to_str_clip(char* pbDest, size_t dest_size, const char* pbSrc, int nLen) {
-    static constexpr char digits[] = "0123456789ABCDEF";
+    static constexpr char DIGITS[] = "0123456789ABCDEF";
     if (dest_size == 0)
         return;
     size_t count = std::min(as_length(nLen), (dest_size - 1) / 2);
     for (size_t i = 0; i < count; ++i) {
         auto byte = static_cast<unsigned char>(pbSrc[i]);
-        pbDest[2 * i] = digits[byte >> 4];
-        pbDest[2 * i + 1] = digits[byte & 15];
+        pbDest[2 * i] = DIGITS[byte >> 4];
+        pbDest[2 * i + 1] = DIGITS[byte & 15];
     }
     pbDest[2 * count] = '\0';
 }
 
 void hex_to_str(char* pbDest, const char* pbSrc, int nLen) {
-    hex_to_str_clip(pbDest, kNoLimit, pbSrc, nLen);
+    hex_to_str_clip(pbDest, NO_LIMIT, pbSrc, nLen);
 }
 
 size_t str_to_oid_clip(oid* pbDest, size_t dest_size, char* pbSrc) {
@@ -80,7 +80,7 @@ size_t str_to_oid_clip(oid* pbDest, size_t dest_size, char* pbSrc) {
 }
 
 size_t str_to_oid(oid* pbDest, char* pbSrc) {
-    return str_to_oid_clip(pbDest, kNoLimit, pbSrc);
+    return str_to_oid_clip(pbDest, NO_LIMIT, pbSrc);
 }
 
 void oid_to_str_clip(char* pbDest, size_t dest_size, const oid* pbSrc, int nLen) {
@@ -99,7 +99,7 @@ void oid_to_str_clip(char* pbDest, size_t dest_size, const oid* pbSrc, int nLen)
 }
 
 void oid_to_str(char* pbDest, const oid* pbSrc, int nLen) {
-    oid_to_str_clip(pbDest, kNoLimit, pbSrc, nLen);
+    oid_to_str_clip(pbDest, NO_LIMIT, pbSrc, nLen);
 }
 
 char if_legal_string(const char* pbSrc, int nLen) {
@@ -132,5 +132,5 @@ void substr_clip(char* dest, size_t dest_size, const char* src, int start, int c
 }
 
 void substr(char* dest, const char* src, int start, int cnt) {
-    substr_clip(dest, kNoLimit, src, start, cnt);
+    substr_clip(dest, NO_LIMIT, src, start, cnt);
 }

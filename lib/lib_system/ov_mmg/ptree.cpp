@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr bool kLittleEndian = std::endian::native == std::endian::little;
+constexpr bool HOST_IS_LITTLE_ENDIAN = std::endian::native == std::endian::little;
 
 enum WalkState { WALK_LEFT = 1, WALK_RIGHT = 2, WALK_CLIMB = 3 };
 
@@ -40,7 +40,7 @@ template <typename Word>
 inline Word load_big_endian(const unsigned char* p) {
     Word word;
     std::memcpy(&word, p, sizeof(word));
-    if constexpr (!kLittleEndian)
+    if constexpr (!HOST_IS_LITTLE_ENDIAN)
         return word;
     else if constexpr (sizeof(Word) == 8)
         return __builtin_bswap64(word);
@@ -81,7 +81,7 @@ void write_key_image(const P_PARAMS& params, const void* row, unsigned char* ima
     for (; at + 4 <= size; at += 4) {
         uint32_t word;
         std::memcpy(&word, in + at, 4);
-        if (kLittleEndian && (params.byte_words >> (at / 4) & 1) == 0)
+        if (HOST_IS_LITTLE_ENDIAN && (params.byte_words >> (at / 4) & 1) == 0)
             word = __builtin_bswap32(word);
         std::memcpy(image + at, &word, 4);
     }
@@ -274,7 +274,7 @@ inline void* row_of(const PTREE* tree, P_NODE* node) {
 
 // Bytes that a stored row takes, its key image included.
 size_t block_size(const P_PARAMS& params) {
-    size_t image = kLittleEndian ? static_cast<size_t>(params.key_size) : 0;
+    size_t image = HOST_IS_LITTLE_ENDIAN ? static_cast<size_t>(params.key_size) : 0;
     return sizeof(P_NODE) + static_cast<size_t>(params.info_size) + image;
 }
 
@@ -286,12 +286,12 @@ void print_row_message(const char* text) {
 } // namespace
 
 int PTreeInit(PTREE* tree, P_PARAMS* params) {
-    constexpr int max_info_size = std::numeric_limits<int>::max() - int{sizeof(P_NODE)} - PTREE_MAX_KEY_SIZE;
+    constexpr int MAX_INFO_SIZE = std::numeric_limits<int>::max() - int{sizeof(P_NODE)} - PTREE_MAX_KEY_SIZE;
     if (tree == nullptr || params == nullptr)
         return 0;
     if (params->key_size < 1 || params->key_size > PTREE_MAX_KEY_SIZE)
         return 0;
-    if (params->info_size < 0 || params->info_size > max_info_size)
+    if (params->info_size < 0 || params->info_size > MAX_INFO_SIZE)
         return 0;
     params->node_size = params->info_size + int{sizeof(P_NODE)};
 
@@ -456,7 +456,7 @@ void* PTreeNodeGetOrAdd(PTREE* tree, const void* udata, bool* existed) {
     char* row = static_cast<char*>(block) + sizeof(P_NODE);
     std::memcpy(row, udata, static_cast<size_t>(tree->params.info_size));
     node->key_info = reinterpret_cast<unsigned char*>(row);
-    if (kLittleEndian) {
+    if (HOST_IS_LITTLE_ENDIAN) {
         node->key_info += tree->params.info_size;
         std::memcpy(node->key_info, key.get(), static_cast<size_t>(tree->params.key_size));
     }

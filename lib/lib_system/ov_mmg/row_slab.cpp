@@ -8,10 +8,10 @@
 
 namespace {
 
-constexpr size_t kCacheLine = 64;
-constexpr size_t kPage = 4096;
-constexpr size_t kHugePage = size_t{2} << 20;
-constexpr size_t kGrowth = 8; // below a huge page, an open chunk is at most 1/8 of what is held already
+constexpr size_t CACHE_LINE = 64;
+constexpr size_t PAGE = 4096;
+constexpr size_t HUGE_PAGE = size_t{2} << 20;
+constexpr size_t GROWTH = 8; // below a huge page, an open chunk is at most 1/8 of what is held already
 
 #ifndef MADV_COLLAPSE
 #define MADV_COLLAPSE 25 // Linux 6.1; older kernels refuse it
@@ -28,13 +28,13 @@ void* map_anonymous(size_t size) {
 
 // A huge page's worth of address space on its natural boundary: map twice as much and cut the ends off.
 void* map_huge_aligned() {
-    char* memory = static_cast<char*>(map_anonymous(2 * kHugePage));
+    char* memory = static_cast<char*>(map_anonymous(2 * HUGE_PAGE));
     if (memory == nullptr)
         return nullptr;
-    size_t head = (kHugePage - reinterpret_cast<uintptr_t>(memory) % kHugePage) % kHugePage;
+    size_t head = (HUGE_PAGE - reinterpret_cast<uintptr_t>(memory) % HUGE_PAGE) % HUGE_PAGE;
     if (head != 0)
         munmap(memory, head);
-    munmap(memory + head + kHugePage, kHugePage - head);
+    munmap(memory + head + HUGE_PAGE, HUGE_PAGE - head);
     return memory + head;
 }
 
@@ -97,10 +97,10 @@ bool RowSlab::open_chunk() {
     close_chunk();
     // Blocks of 128 or 256 bytes would all begin in the same few sets of the cache: chunks start on
     // different lines.
-    size_t offset = chunks_.size() % 4 * kCacheLine;
-    size_t wanted = reserved_ >= kHugePage ? kHugePage : std::max(reserved_ / kGrowth, 4 * block_size_);
-    size_t size = round_up(std::max(wanted, offset + block_size_), kPage);
-    void* memory = size == kHugePage ? map_huge_aligned() : map_anonymous(size);
+    size_t offset = chunks_.size() % 4 * CACHE_LINE;
+    size_t wanted = reserved_ >= HUGE_PAGE ? HUGE_PAGE : std::max(reserved_ / GROWTH, 4 * block_size_);
+    size_t size = round_up(std::max(wanted, offset + block_size_), PAGE);
+    void* memory = size == HUGE_PAGE ? map_huge_aligned() : map_anonymous(size);
     if (memory == nullptr)
         return false;
     chunks_.push_back({memory, size});
@@ -111,10 +111,10 @@ bool RowSlab::open_chunk() {
 }
 
 void RowSlab::close_chunk() {
-    if (chunks_.empty() || chunks_.back().size != kHugePage)
+    if (chunks_.empty() || chunks_.back().size != HUGE_PAGE)
         return;
     // Both are wishes: without huge pages everything works, only slower. The second makes it happen now
     // instead of whenever the kernel's own scan comes by.
-    madvise(chunks_.back().memory, kHugePage, MADV_HUGEPAGE);
-    madvise(chunks_.back().memory, kHugePage, MADV_COLLAPSE);
+    madvise(chunks_.back().memory, HUGE_PAGE, MADV_HUGEPAGE);
+    madvise(chunks_.back().memory, HUGE_PAGE, MADV_COLLAPSE);
 }

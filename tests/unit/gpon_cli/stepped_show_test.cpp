@@ -7,10 +7,10 @@ namespace {
 
 class SteppedShow : public OnuCli {
 protected:
-    static constexpr int kPorts = 10;
+    static constexpr int PORTS = 10;
 
     SteppedShow() {
-        for (int port = 1; port <= kPorts; port++)
+        for (int port = 1; port <= PORTS; port++)
             for (int onu = 1; onu <= 128; onu++) {
                 set(add_onu(1, port, onu).sOnuTableOnuName, "house");
                 active(sOnuHistoryTable_createEntry(1, 1, port, onu));
@@ -42,10 +42,10 @@ CLI_TEST(SteppedShow, PassesOverOnusThatWaitUnlessTheReasonIsAskedFor) {
     const std::string shown = at_once("show onu status");
     EXPECT_EQ(shown.find("1/1:"), std::string::npos);
     EXPECT_NE(shown.find("1/2:1 "), std::string::npos);
-    EXPECT_NE(shown.find("total " + std::to_string((kPorts - 1) * 128)), std::string::npos);
+    EXPECT_NE(shown.find("total " + std::to_string((PORTS - 1) * 128)), std::string::npos);
     const std::string reasons = at_once("show onu reason");
     EXPECT_NE(reasons.find("1/1:1      row not active"), std::string::npos);
-    EXPECT_NE(reasons.find("total " + std::to_string(kPorts * 128)), std::string::npos);
+    EXPECT_NE(reasons.find("total " + std::to_string(PORTS * 128)), std::string::npos);
 }
 
 CLI_TEST(SteppedShow, PrintsWhatItWouldAtOnce) {

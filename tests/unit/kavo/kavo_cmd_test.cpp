@@ -98,33 +98,33 @@ int other_handler(CliCall& /*run*/) {
 }
 
 /// The node that these tests' commands stand on, and one of which it is a child's child.
-constexpr enum node_type test_node = MCAST_VLAN_NODE;
+constexpr enum node_type TEST_NODE = MCAST_VLAN_NODE;
 
 int enter_test_node(CliCall& run) {
-    run.vty->node = test_node;
+    run.vty->node = TEST_NODE;
     return 0;
 }
 
 const kavo_cmd_t test_table[] = {
-    {{test_node, CONFIG_NODE}, "kavo-plain", "Plain\n", handler},
-    {{test_node}, "kavo-fec downstream (enable|disable)", "Fec\nDown\nSwitch\n", handler},
-    {{test_node}, "kavo-num <1-8> (<0-7>|default) NAME", "Num\nA\nB\nC\nD\n", handler},
-    {{test_node}, "kavo-opt (detail|)", "Opt\nDetail\n", handler},
-    {{test_node}, "kavo-short", "Short\n", other_handler},
-    {{test_node}, "kavo-short (detail|)", "Short\nDetail\n", handler},
-    {{test_node}, "kavo-tail <1-8> .WORD", "Tail\nNumber\nWords\n", handler},
-    {{test_node}, "kavo-wifi mode (802.11b|802.11g|802.11b/g) KEY", "Wifi\nMode\nRadio\nKey\n", handler},
-    {{test_node}, "kavo-wifi mode 802.11a KEY", "Wifi\nMode\nRadio\nKey\n", handler},
-    {{test_node}, "kavo-acs A.B.C.D (ETHUNI|veip)", "Acs\nAddress\nPort\n", handler},
-    {{test_node}, "kavo-over .WORD", "Both\nBoth\n", handler},
-    {{test_node}, "kavo-over reboot", "Both\nBoth\n", other_handler},
-    {{test_node}, "kavo-bare (one|two)", "", handler},
+    {{TEST_NODE, CONFIG_NODE}, "kavo-plain", "Plain\n", handler},
+    {{TEST_NODE}, "kavo-fec downstream (enable|disable)", "Fec\nDown\nSwitch\n", handler},
+    {{TEST_NODE}, "kavo-num <1-8> (<0-7>|default) NAME", "Num\nA\nB\nC\nD\n", handler},
+    {{TEST_NODE}, "kavo-opt (detail|)", "Opt\nDetail\n", handler},
+    {{TEST_NODE}, "kavo-short", "Short\n", other_handler},
+    {{TEST_NODE}, "kavo-short (detail|)", "Short\nDetail\n", handler},
+    {{TEST_NODE}, "kavo-tail <1-8> .WORD", "Tail\nNumber\nWords\n", handler},
+    {{TEST_NODE}, "kavo-wifi mode (802.11b|802.11g|802.11b/g) KEY", "Wifi\nMode\nRadio\nKey\n", handler},
+    {{TEST_NODE}, "kavo-wifi mode 802.11a KEY", "Wifi\nMode\nRadio\nKey\n", handler},
+    {{TEST_NODE}, "kavo-acs A.B.C.D (ETHUNI|veip)", "Acs\nAddress\nPort\n", handler},
+    {{TEST_NODE}, "kavo-over .WORD", "Both\nBoth\n", handler},
+    {{TEST_NODE}, "kavo-over reboot", "Both\nBoth\n", other_handler},
+    {{TEST_NODE}, "kavo-bare (one|two)", "", handler},
 };
 
 class KavoCmdRun : public testing::Test {
 protected:
     KavoCmdRun() {
-        frr_install_node(test_node);
+        frr_install_node(TEST_NODE);
         static const int installed = kavo_cmd_install(test_table);
         EXPECT_EQ(installed, static_cast<int>(std::size(test_table)));
         call = {};
@@ -133,7 +133,7 @@ protected:
 
     /// Run one line on the tests' node and give the arguments the handler saw.
     std::vector<std::string> arguments(const char* line) {
-        FrrSession session(test_node);
+        FrrSession session(TEST_NODE);
         EXPECT_EQ(session.run(line), CMD_SUCCESS) << line;
         EXPECT_EQ(call.runs, 1) << line;
         return call.args;
@@ -141,7 +141,7 @@ protected:
 
     /// What the library has for a command of the tests' node.
     static std::string help_of(const char* syntax) {
-        const auto* node = static_cast<const cmd_node*>(vector_lookup(cmdvec, test_node));
+        const auto* node = static_cast<const cmd_node*>(vector_lookup(cmdvec, TEST_NODE));
         for (unsigned i = 0; i < vector_active(node->cmd_vector); i++) {
             const auto* element = static_cast<const cmd_element*>(vector_slot(node->cmd_vector, i));
             if (element != nullptr && strcmp(element->name, syntax) == 0)
@@ -151,7 +151,7 @@ protected:
     }
 
     int refused(const char* line) {
-        FrrSession session(test_node);
+        FrrSession session(TEST_NODE);
         const int result = session.run(line);
         EXPECT_EQ(call.runs, 0) << line;
         return result;
@@ -194,7 +194,7 @@ TEST_F(KavoCmdRun, OptionalWordMayBeLeftOut) {
 
 TEST_F(KavoCmdRun, OptionalWordIsNotAmbiguousBesideTheShortCommand) {
     EXPECT_EQ(arguments("kavo-short detail"), (Args{"detail"}));
-    FrrSession session(test_node);
+    FrrSession session(TEST_NODE);
     EXPECT_EQ(session.run("kavo-short"), CMD_SUCCESS);
     EXPECT_EQ(call.runs, 101);
 }
@@ -241,7 +241,7 @@ TEST_F(KavoCmdRun, AddressAndVariableChoiceAreArguments) {
 }
 
 TEST_F(KavoCmdRun, KeywordIsPreferredToTheTail) {
-    FrrSession session(test_node);
+    FrrSession session(TEST_NODE);
     EXPECT_EQ(session.run("kavo-over reboot"), CMD_SUCCESS);
     EXPECT_EQ(call.runs, 100);
     EXPECT_EQ(session.run("kavo-over other words"), CMD_SUCCESS);
@@ -249,7 +249,7 @@ TEST_F(KavoCmdRun, KeywordIsPreferredToTheTail) {
 }
 
 TEST_F(KavoCmdRun, HandlerGetsItsCommandAndSession) {
-    FrrSession session(test_node);
+    FrrSession session(TEST_NODE);
     session.run("kavo-opt detail");
     EXPECT_EQ(call.vty, session.vty);
     ASSERT_NE(call.command, nullptr);
@@ -260,7 +260,7 @@ TEST_F(KavoCmdRun, HandlerGetsItsCommandAndSession) {
 TEST_F(KavoCmdRun, FailureIsToldOnceAndItsCodeKept) {
     // CONFIG_NODE has the command too: it must not be tried there again
     answer = 104001;
-    FrrSession session(test_node);
+    FrrSession session(TEST_NODE);
     EXPECT_EQ(session.run("kavo-plain"), CMD_WARNING);
     EXPECT_EQ(call.runs, 1);
     EXPECT_EQ(kavo_cmd_last_result(), 104001);
@@ -276,7 +276,7 @@ TEST_F(KavoCmdRun, FailureIsToldOnceAndItsCodeKept) {
 
 TEST_F(KavoCmdRun, ResultThatLooksLikeOneOfTheLibrarysIsAFailureToo) {
     answer = CMD_ERR_NO_MATCH;
-    FrrSession session(test_node);
+    FrrSession session(TEST_NODE);
     EXPECT_EQ(session.run("kavo-plain"), CMD_WARNING);
     EXPECT_EQ(call.runs, 1);
     EXPECT_EQ(kavo_cmd_last_result(), CMD_ERR_NO_MATCH);
@@ -305,7 +305,7 @@ TEST_F(KavoCmdRun, CommandOfAParentNodeThatEntersANodeMovesTheSession) {
     EXPECT_EQ(kavo_cmd_install(table), 1);
     FrrSession session(GPON_ONU_NODE);
     EXPECT_EQ(session.run("kavo-enter"), CMD_SUCCESS);
-    EXPECT_EQ(session.vty->node, test_node);
+    EXPECT_EQ(session.vty->node, TEST_NODE);
 }
 
 TEST_F(KavoCmdRun, EveryAlternativeOfAChoiceHasHelp) {
@@ -316,11 +316,11 @@ TEST_F(KavoCmdRun, EveryAlternativeOfAChoiceHasHelp) {
 
 TEST_F(KavoCmdRun, WrongRowIsLeftOutAndTheRestInstalled) {
     const kavo_cmd_t table[] = {
-        {{test_node}, "kavo-bad <9-1>", "Bad\nBad\n", handler},
-        {{test_node}, "kavo-nohandler", "Bad\n", nullptr},
+        {{TEST_NODE}, "kavo-bad <9-1>", "Bad\nBad\n", handler},
+        {{TEST_NODE}, "kavo-nohandler", "Bad\n", nullptr},
         {{}, "kavo-nonode", "Bad\n", handler},
         {{RM_GPON_ONU_NODE}, "kavo-missing-node", "Bad\n", handler},
-        {{test_node}, "kavo-good", "Good\n", handler},
+        {{TEST_NODE}, "kavo-good", "Good\n", handler},
     };
     testing::internal::CaptureStderr();
     EXPECT_EQ(kavo_cmd_install(table), 1);

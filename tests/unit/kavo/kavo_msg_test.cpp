@@ -254,12 +254,12 @@ TEST(Writen, ServesDescriptorsThatAreNoSockets) {
 TEST(HeaderParse, NamesWhatIsWrong) {
     apimsghdr hdr;
     const auto parse = [&](const Bytes& bytes) { return msg_header_parse(bytes, &hdr); };
-    EXPECT_EQ(parse({}), msg_header_error::too_short);
-    EXPECT_EQ(parse({1, 0, 0, 0, 0, 0, 0}), msg_header_error::too_short);
-    EXPECT_EQ(parse({0, 0, 0, 0, 0, 0, 0, 0}), msg_header_error::version);
-    EXPECT_EQ(parse({2, 0, 0, 0, 0, 0, 0, 0}), msg_header_error::version);
-    EXPECT_EQ(parse({1, 0, 0x10, 1, 0, 0, 0, 0}), msg_header_error::too_long);
-    EXPECT_EQ(parse({1, 0, 0x10, 0, 0, 0, 0, 0}), msg_header_error::none);
+    EXPECT_EQ(parse({}), msg_header_error::TOO_SHORT);
+    EXPECT_EQ(parse({1, 0, 0, 0, 0, 0, 0}), msg_header_error::TOO_SHORT);
+    EXPECT_EQ(parse({0, 0, 0, 0, 0, 0, 0, 0}), msg_header_error::BAD_VERSION);
+    EXPECT_EQ(parse({2, 0, 0, 0, 0, 0, 0, 0}), msg_header_error::BAD_VERSION);
+    EXPECT_EQ(parse({1, 0, 0x10, 1, 0, 0, 0, 0}), msg_header_error::TOO_LONG);
+    EXPECT_EQ(parse({1, 0, 0x10, 0, 0, 0, 0, 0}), msg_header_error::NONE);
     EXPECT_EQ(ntohs(hdr.msglen), 4096);
 }
 

@@ -30,7 +30,7 @@ private:
     std::vector<MIBDid_t> saved_;
 };
 
-const std::set<std::string> kSavedBelow95 = {"SPON",
+const std::set<std::string> SAVED_BELOW95 = {"SPON",
                                              "SONU",
                                              "SONUTYPEPROFILE",
                                              "SGEM",
@@ -64,7 +64,7 @@ const std::set<std::string> kSavedBelow95 = {"SPON",
                                              "ACLPACKETFILTER",
                                              "PONACLPACKETFILTER"};
 
-const std::set<std::string> kUnsavedFrom95 = {"VLANMACFWD",
+const std::set<std::string> UNSAVED_FROM95 = {"VLANMACFWD",
                                               "IGMPSMCGROUP",
                                               "IGMPSGROUPPORT",
                                               "LAGAGG",
@@ -91,39 +91,39 @@ const std::set<std::string> kUnsavedFrom95 = {"VLANMACFWD",
                                               "SC1P1",
                                               "SYSTEMPERATURE"};
 
-const std::set<std::string> kSynced = {"PPPOEIASCALARS",
-                                       "PPPOEIAIFTABLE",
-                                       "PPPOEIAVLANTABLE",
-                                       "PPPOEIAPROFILETABLE",
-                                       "PPPOEIAPROFILEVARTABLE",
-                                       "DHCPPORTTABLE",
-                                       "DHCPONUPORTTABLE",
-                                       "DHCPONUIPV4BINDINGTABLE",
-                                       "DHCPONUIPV6BINDINGTABLE",
-                                       "DHCPVLANTABLE",
-                                       "DHCPIPSOURCEBINDINGTABLE",
-                                       "DHCPOPTIONPROFILETABLE",
-                                       "DHCPOPTIONPROFILEVARTABLE",
-                                       "SSHELF",
-                                       "SFAN",
-                                       "SSLOT",
-                                       "SPORT",
-                                       "SCARDINVENTORY",
-                                       "SPLUGGABLE",
-                                       "OPTICALTHRESHOLDPROFILE",
-                                       "SETYN",
-                                       "SPAEPON",
-                                       "SOCNSTMN",
-                                       "SODUKP",
-                                       "SOTUK",
-                                       "SOCHOS",
-                                       "SSNC",
-                                       "SOTNACTION",
-                                       "SPPG",
-                                       "SOTNPMPENABLE",
-                                       "SOTNPMTHRESHOLD",
-                                       "SDCN",
-                                       "SC1P1"};
+const std::set<std::string> SYNCED = {"PPPOEIASCALARS",
+                                      "PPPOEIAIFTABLE",
+                                      "PPPOEIAVLANTABLE",
+                                      "PPPOEIAPROFILETABLE",
+                                      "PPPOEIAPROFILEVARTABLE",
+                                      "DHCPPORTTABLE",
+                                      "DHCPONUPORTTABLE",
+                                      "DHCPONUIPV4BINDINGTABLE",
+                                      "DHCPONUIPV6BINDINGTABLE",
+                                      "DHCPVLANTABLE",
+                                      "DHCPIPSOURCEBINDINGTABLE",
+                                      "DHCPOPTIONPROFILETABLE",
+                                      "DHCPOPTIONPROFILEVARTABLE",
+                                      "SSHELF",
+                                      "SFAN",
+                                      "SSLOT",
+                                      "SPORT",
+                                      "SCARDINVENTORY",
+                                      "SPLUGGABLE",
+                                      "OPTICALTHRESHOLDPROFILE",
+                                      "SETYN",
+                                      "SPAEPON",
+                                      "SOCNSTMN",
+                                      "SODUKP",
+                                      "SOTUK",
+                                      "SOCHOS",
+                                      "SSNC",
+                                      "SOTNACTION",
+                                      "SPPG",
+                                      "SOTNPMPENABLE",
+                                      "SOTNPMTHRESHOLD",
+                                      "SDCN",
+                                      "SC1P1"};
 
 TEST_F(Registry, EveryIndexUpTo198But152HasANameAndItsFlags) {
     std::set<std::string> names;
@@ -137,12 +137,12 @@ TEST_F(Registry, EveryIndexUpTo198But152HasANameAndItsFlags) {
         std::string name = did->table_name;
         names.insert(name);
         EXPECT_EQ(did->index, index);
-        bool saved = index < 95 ? kSavedBelow95.count(name) != 0 : kUnsavedFrom95.count(name) == 0;
+        bool saved = index < 95 ? SAVED_BELOW95.count(name) != 0 : UNSAVED_FROM95.count(name) == 0;
         EXPECT_EQ(did->if_trigger_save, saved ? 1 : 0) << name;
-        EXPECT_EQ(did->if_trigger_sync, kSynced.count(name) != 0 ? 1 : 0) << name;
+        EXPECT_EQ(did->if_trigger_sync, SYNCED.count(name) != 0 ? 1 : 0) << name;
     }
     EXPECT_EQ(names.size(), 198u);
-    for (const auto& exceptions : {kSavedBelow95, kUnsavedFrom95, kSynced})
+    for (const auto& exceptions : {SAVED_BELOW95, UNSAVED_FROM95, SYNCED})
         for (const std::string& name : exceptions)
             EXPECT_EQ(names.count(name), 1u) << name;
 }

@@ -452,7 +452,7 @@ TEST_F(File, ASaveOnAnotherThreadWaitsForTheTablesMutex) {
 // ---- life: the start of a module, and the changed mark ----------------------------------------------
 
 TEST(Life, NoSaveBeforeTheFirstLoad) {
-    static TableModule unloaded(kGapDesc, {nullptr, nullptr, nullptr});
+    static TableModule unloaded(GAP_DESC, {nullptr, nullptr, nullptr});
     unloaded.save_file();
     EXPECT_STREQ(unloaded.path(), "");
 }

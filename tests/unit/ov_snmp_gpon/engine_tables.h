@@ -79,27 +79,27 @@ struct CrateRow {
     int32_t old_crateRowStatus;
 };
 
-inline constexpr ColumnDesc kCrateIndex[] = {
+inline constexpr ColumnDesc CRATE_INDEX[] = {
     TEST_INDEX(CrateRow, shelfID, INT), TEST_INDEX(CrateRow, slotID, INT), TEST_INDEX(CrateRow, portID, INT),
     TEST_INDEX(CrateRow, onuId, INT), TEST_INDEX(CrateRow, crateId, UINT)};
-inline constexpr ColumnDesc kCrateColumns[] = {
+inline constexpr ColumnDesc CRATE_COLUMNS[] = {
     TEST_COLUMN(CrateRow, 2, crateAlloc, INT, 0, 0, ""),
     TEST_COLUMN(CrateRow, 3, crateName, TEXT, 33, 0, ""),
     TEST_COLUMN(CrateRow, 4, crateProfile, INT, 0, 0, ""),
     TEST_COLUMN(CrateRow, 5, crateProfName, TEXT, 65, 0, ""),
     TEST_COLUMN(CrateRow, 6, crateRowStatus, ROWSTATUS, 0, 0, ""),
 };
-inline constexpr uint32_t kCrateOid[] = {1, 1, 1, 1, 5, 1};
-inline constexpr TableDesc kCrateDesc = {.name = "crateTable",
+inline constexpr uint32_t CRATE_OID[] = {1, 1, 1, 1, 5, 1};
+inline constexpr TableDesc CRATE_DESC = {.name = "crateTable",
                                          .registry_index = SSHELF,
-                                         .oid = kCrateOid,
+                                         .oid = CRATE_OID,
                                          .rows = RowUse::STORED,
                                          .writable = true,
                                          .key_size = 20,
                                          .entry_size = sizeof(CrateRow),
-                                         .index = kCrateIndex,
-                                         .columns = kCrateColumns,
-                                         .row_status = &kCrateColumns[4]};
+                                         .index = CRATE_INDEX,
+                                         .columns = CRATE_COLUMNS,
+                                         .row_status = &CRATE_COLUMNS[4]};
 
 inline CrateRow crate(int32_t shelf, int32_t slot, int32_t port, int32_t onu, uint32_t id) {
     CrateRow row{};
@@ -134,8 +134,8 @@ struct MixRow {
     char old_mixType[34];
 };
 
-inline constexpr ColumnDesc kMixIndex[] = {TEST_INDEX(MixRow, mixA, INT), TEST_INDEX(MixRow, mixB, UINT)};
-inline constexpr ColumnDesc kMixColumns[] = {
+inline constexpr ColumnDesc MIX_INDEX[] = {TEST_INDEX(MixRow, mixA, INT), TEST_INDEX(MixRow, mixB, UINT)};
+inline constexpr ColumnDesc MIX_COLUMNS[] = {
     TEST_COLUMN(MixRow, 2, mixCount, COUNTER64, 0, 0, ""),
     TEST_COLUMN(MixRow, 3, mixAddress, IPADDR, 0, 0x0A000001, ""),
     TEST_COLUMN(MixRow, 4, mixRowStatus, ROWSTATUS, 0, 0, ""),
@@ -145,17 +145,17 @@ inline constexpr ColumnDesc kMixColumns[] = {
     TEST_COLUMN(MixRow, 8, mixMode, INT, 0, -1, ""),
     TEST_COLUMN(MixRow, 9, mixType, TEXT, 33, 0, "KLM-618"),
 };
-inline constexpr uint32_t kMixOid[] = {1, 1, 1, 1, 9, 1};
-inline constexpr TableDesc kMixDesc = {.name = "mixTable",
+inline constexpr uint32_t MIX_OID[] = {1, 1, 1, 1, 9, 1};
+inline constexpr TableDesc MIX_DESC = {.name = "mixTable",
                                        .registry_index = SFAN,
-                                       .oid = kMixOid,
+                                       .oid = MIX_OID,
                                        .rows = RowUse::STORED,
                                        .writable = true,
                                        .key_size = 8,
                                        .entry_size = sizeof(MixRow),
-                                       .index = kMixIndex,
-                                       .columns = kMixColumns,
-                                       .row_status = &kMixColumns[2]};
+                                       .index = MIX_INDEX,
+                                       .columns = MIX_COLUMNS,
+                                       .row_status = &MIX_COLUMNS[2]};
 
 // ---- column 1, an index column with a number among the columns, and a number that is no column ---------
 
@@ -169,7 +169,7 @@ struct GapRow {
     int32_t old_gapLast;
 };
 
-inline constexpr ColumnDesc kGapIndex[] = {{.name = "gapIndex",
+inline constexpr ColumnDesc GAP_INDEX[] = {{.name = "gapIndex",
                                             .number = 2,
                                             .type = ColType::INT,
                                             .access = ColAccess::NOT_ACCESSIBLE,
@@ -182,29 +182,29 @@ inline constexpr ColumnDesc kGapIndex[] = {{.name = "gapIndex",
                                             .names = {},
                                             .dflt = 0,
                                             .dflt_text = ""}};
-inline constexpr ColumnDesc kGapColumns[] = {
+inline constexpr ColumnDesc GAP_COLUMNS[] = {
     TEST_COLUMN(GapRow, 1, gapFirst, INT, 0, 0, ""),
     TEST_COLUMN(GapRow, 3, gapRowStatus, ROWSTATUS, 0, 0, ""),
     TEST_COLUMN(GapRow, 5, gapLast, INT, 0, 0, ""),
 };
-inline constexpr uint32_t kGapOid[] = {1, 1, 1, 1, 8, 1};
-inline constexpr TableDesc kGapDesc = {.name = "gapTable",
+inline constexpr uint32_t GAP_OID[] = {1, 1, 1, 1, 8, 1};
+inline constexpr TableDesc GAP_DESC = {.name = "gapTable",
                                        .registry_index = SSLOT,
-                                       .oid = kGapOid,
+                                       .oid = GAP_OID,
                                        .rows = RowUse::STORED,
                                        .writable = false,
                                        .key_size = 4,
                                        .entry_size = sizeof(GapRow),
-                                       .index = kGapIndex,
-                                       .columns = kGapColumns,
-                                       .row_status = &kGapColumns[1]};
+                                       .index = GAP_INDEX,
+                                       .columns = GAP_COLUMNS,
+                                       .row_status = &GAP_COLUMNS[1]};
 
 inline TableModule& crate_module() {
-    return test_module<kCrateDesc>();
+    return test_module<CRATE_DESC>();
 }
 inline TableModule& mix_module() {
-    return test_module<kMixDesc>();
+    return test_module<MIX_DESC>();
 }
 inline TableModule& gap_module() {
-    return test_module<kGapDesc>();
+    return test_module<GAP_DESC>();
 }

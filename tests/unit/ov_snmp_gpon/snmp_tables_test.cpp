@@ -24,7 +24,7 @@ struct Expected {
     int registry_index;
     const char* access; // ro, rw (change rows), rc (make and delete them too)
 };
-constexpr Expected kTables[] = {
+constexpr Expected TABLES[] = {
     {"sPonTable", "1.1.1.1.1.1", "shelfID slotID portID", 4, 35, SPON, "rc"},
     {"sOnuTable", "1.1.1.1.1.2", "shelfID slotID portID onuId", 2, 25, SONU, "rc"},
     {"sOnuInitTable", "1.1.1.1.1.3", "shelfID slotID portID sOnuInitTableTmpOnuId", 2, 9, SONUINIT, "ro"},
@@ -144,7 +144,7 @@ constexpr Expected kTables[] = {
     {"sActiveAlarmTable", "1.1.1.3.1", "sActiveAlarmTableAlarmSource sActiveAlarmTableAlarmCode", 3, 10,
      SACTIVEALARM, "rc"},
 };
-constexpr size_t kDormant = 16; // the ACL tables and smartQinqTable
+constexpr size_t DORMANT = 16; // the ACL tables and smartQinqTable
 
 class SnmpTables : public SnmpTest, public testing::WithParamInterface<Expected> {
 protected:
@@ -277,7 +277,7 @@ TEST_P(SnmpTables, IsRegisteredAtItsPlaceWithItsIndexAndColumns) {
 
 // ---- each variable by its name, type and value --------------------------------------------------
 
-const std::map<std::string, std::string> kColumns = {
+const std::map<std::string, std::string> COLUMNS = {
 #include "snmp_columns.inc"
 };
 
@@ -338,7 +338,7 @@ protected:
     // Of a row of make_rows(), which fills it with 1, 2, 0 and again in the order of columns.
     std::vector<Answer> expected(const std::vector<Oid>& indexes) const {
         std::vector<Answer> answers;
-        std::istringstream list(kColumns.at(GetParam().table));
+        std::istringstream list(COLUMNS.at(GetParam().table));
         for (std::string word; list >> word;) {
             size_t digits = 0;
             const auto column = static_cast<unsigned>(std::stoul(word, &digits));
@@ -458,20 +458,20 @@ TEST_P(SnmpTables, SetOfWhatManagersMayNotWriteIsNotWritable) {
 std::string name_of_table(const testing::TestParamInfo<Expected>& info) {
     return info.param.table;
 }
-INSTANTIATE_TEST_SUITE_P(Every, SnmpTables, testing::ValuesIn(kTables), name_of_table);
-INSTANTIATE_TEST_SUITE_P(Every, SnmpAnswers, testing::ValuesIn(kTables), name_of_table);
+INSTANTIATE_TEST_SUITE_P(Every, SnmpTables, testing::ValuesIn(TABLES), name_of_table);
+INSTANTIATE_TEST_SUITE_P(Every, SnmpAnswers, testing::ValuesIn(TABLES), name_of_table);
 
 class SnmpStart : public SnmpTest {};
 
 TEST_F(SnmpStart, RegistersTheTablesOnceInTheOrderOfTheStart) {
     std::map<std::string, std::string> names;
-    for (const Expected& table : kTables)
+    for (const Expected& table : TABLES)
         names[table.oid] = table.table;
     std::vector<std::string> registered;
     for (const std::string& name : registered_at_start())
         registered.push_back(names[name]);
     EXPECT_EQ(registered, tables_of_start());
-    EXPECT_EQ(registered.size(), std::size(kTables) - kDormant);
+    EXPECT_EQ(registered.size(), std::size(TABLES) - DORMANT);
 }
 
 } // namespace

@@ -172,7 +172,7 @@ TEST_F(Threads, TablesAreEnteredByWhoeverLooksThemUpFirst) {
 }
 
 TEST_F(Threads, ModulesAreFoundWhileOthersEnter) {
-    at_once([] { test_module<kMixDesc>(); },
+    at_once([] { test_module<MIX_DESC>(); },
             [&] {
                 for (int round = 0; round < ROUNDS; ++round) {
                     EXPECT_EQ(table_module_find("crateTable"), &crates);

@@ -142,13 +142,13 @@ TEST(TrapQueue, TheLoopTriesAgainByItself) {
 TEST(TrapQueue, AStormBeyondItsLimitIsLostWithOneLine) {
     with_slow_master([](TrapQueue& queue, SlowMaster& master, const LogCapture& log) {
         master.fill();
-        for (oid number = 0; number < TrapQueue::kLimit + 5; number++)
+        for (oid number = 0; number < TrapQueue::LIMIT + 5; number++)
             queue.send(trap(number));
-        EXPECT_EQ(queue.waiting(), TrapQueue::kLimit);
+        EXPECT_EQ(queue.waiting(), TrapQueue::LIMIT);
         EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("more than 100000 notifications wait")));
         master.read_all();
         EXPECT_TRUE(frr_run_until([&queue] { return queue.waiting() == 0; }));
-        EXPECT_THAT(sent, SizeIs(TrapQueue::kLimit));
+        EXPECT_THAT(sent, SizeIs(TrapQueue::LIMIT));
     });
 }
 
@@ -198,7 +198,7 @@ TEST(TrapQueue, AfterAReconnectWhatFindsNoRoomWaitsAgain) {
 TEST(TrapQueue, AFullQueueOfALostConnectionMakesRoomForTheNext) {
     with_slow_master([](TrapQueue& queue, SlowMaster& master, const LogCapture&) {
         master.fill();
-        for (oid number = 0; number < TrapQueue::kLimit; number++)
+        for (oid number = 0; number < TrapQueue::LIMIT; number++)
             queue.send(trap(number));
         master.close_link();
         master.connect();
