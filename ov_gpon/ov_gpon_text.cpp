@@ -111,20 +111,20 @@ int onuid_range_match(const char* range, unsigned char* min, unsigned char* max)
 }
 
 const char* ov_gpon_onu_type_str(int onutype) {
-    static constexpr std::array<ValueText, 6> texts = {
+    static constexpr std::array<ValueText, 6> TEXTS = {
         {{0, "SFU\r\n"}, {1, "HGU\r\n"}, {2, "SBU\r\n"}, {3, "CBU\r\n"}, {4, "MDU\r\n"}, {5, "MTU\r\n"}}};
-    return text_of(texts, onutype, "Unknown\r\n");
+    return text_of(TEXTS, onutype, "Unknown\r\n");
 }
 
 const char* ov_gpon_onu_trafficeMagOption_str(int option) {
-    static constexpr std::array<ValueText, 3> texts = {
+    static constexpr std::array<ValueText, 3> TEXTS = {
         {{0, "priority controlled"}, {1, "rate controlled"}, {2, "priority and rate controlled"}}};
-    return text_of(texts, option, "Unknown\r\n");
+    return text_of(TEXTS, option, "Unknown\r\n");
 }
 
 // ITU-T G.988, ONU2-G, OMCC version.
 const char* ov_gpon_omcc_version_str(int omccVersion) {
-    static constexpr std::array<ValueText, 16> texts = {{
+    static constexpr std::array<ValueText, 16> TEXTS = {{
         {128, "ITU-T G.984.4 (06/04)\r\n"},
         {129, "ITU-T G.984.4 2004 Amd.1 (06/05)\r\n"},
         {130, "ITU-T G.984.4 2004 Amd.2 (03/06)\r\n"},
@@ -142,17 +142,17 @@ const char* ov_gpon_omcc_version_str(int omccVersion) {
         {178, "ITU-T G.988 Amd.2 (2012)\r\n"},
         {179, "ITU-T G.988 (2012)\r\n"},
     }};
-    return text_of(texts, omccVersion, "Unkown");
+    return text_of(TEXTS, omccVersion, "Unkown");
 }
 
 const char* ov_gpon_update_status_convert_to_string(int upd_status) {
-    static constexpr std::array texts = {
+    static constexpr std::array TEXTS = {
         "NULL",           "start download",      "downloading",     "onu writing disk",
         "update success", "commit process",      "commit success",  "commit failed",
         "activate",       "activate success",    "activate failed", "update failed",
         "update abort",   "waiting for download"};
-    if (upd_status >= 0 && static_cast<size_t>(upd_status) < texts.size())
-        return texts[static_cast<size_t>(upd_status)];
+    if (upd_status >= 0 && static_cast<size_t>(upd_status) < TEXTS.size())
+        return TEXTS[static_cast<size_t>(upd_status)];
     static std::array<char, 16> number;
     snprintf(number.data(), number.size(), "%d", upd_status);
     return number.data();

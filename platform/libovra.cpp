@@ -265,9 +265,9 @@ int ov_sys_and_result_with_var(char* buf, size_t len, const char* fmt, ...) {
 // ---- time --------------------------------------------------------------------------------------
 
 struct ov_timing_t {
-    using clock = std::chrono::steady_clock;
-    clock::time_point start;
-    clock::time_point stop;
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point start;
+    Clock::time_point stop;
     bool started = false;
     bool running = false;
 };
@@ -279,21 +279,21 @@ ov_timing_t* ov_timing_new() {
 void ov_timing_start(ov_timing_t* timing) {
     if (timing == nullptr)
         return;
-    timing->start = ov_timing_t::clock::now();
+    timing->start = ov_timing_t::Clock::now();
     timing->started = timing->running = true;
 }
 
 void ov_timing_stop(ov_timing_t* timing) {
     if (timing == nullptr || !timing->running)
         return;
-    timing->stop = ov_timing_t::clock::now();
+    timing->stop = ov_timing_t::Clock::now();
     timing->running = false;
 }
 
 uint64_t ov_timing_get_inter(const ov_timing_t* timing) {
     if (timing == nullptr || !timing->started)
         return 0;
-    auto end = timing->running ? ov_timing_t::clock::now() : timing->stop;
+    auto end = timing->running ? ov_timing_t::Clock::now() : timing->stop;
     return uint64_t(std::chrono::duration_cast<std::chrono::microseconds>(end - timing->start).count());
 }
 

@@ -16,7 +16,7 @@ namespace {
 constexpr int EXIT_RUN = 1;   // a port or socket can't be had, or the scenario failed
 constexpr int EXIT_USAGE = 2; // wrong options, or a mistake in the scenario
 
-const char USAGE[] =
+constexpr char USAGE[] =
     "Usage: chassis-sim [--scenario FILE] [--control PATH] [--check]\n"
     "\n"
     "Plays the chassis around the daemon: the system controller (127.0.0.1 port 30000), the\n"

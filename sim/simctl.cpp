@@ -16,7 +16,7 @@ namespace {
 constexpr int EXIT_REFUSED = 1; // the chassis answered with an error
 constexpr int EXIT_UNUSABLE = 2;
 
-const char USAGE[] =
+constexpr char USAGE[] =
     "Usage: simctl [--control PATH] COMMAND [ARG]...\n"
     "\n"
     "Sends a command to a running chassis-sim and prints the answer. \"simctl help\" lists\n"

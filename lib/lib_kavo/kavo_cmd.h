@@ -73,8 +73,8 @@ const char* kavo_newline(const struct vty* vty);
 
 /// One word of a command's syntax.
 struct kavo_cmd_word_t {
-    enum kind_t { KEYWORD, VARIABLE, CHOICE, TAIL };
-    kind_t kind;
+    enum Kind { KEYWORD, VARIABLE, CHOICE, TAIL };
+    Kind kind;
     bool optional;
     /// In the library's grammar, one for each alternative ("enable", "(1-8)", "NAME").
     std::vector<std::string> alternatives;

@@ -71,7 +71,7 @@ constexpr bool fields_cover(std::span<const HalFieldDesc> fields, size_t size) {
 
 namespace {
 
-constexpr const HalRecordDesc* all_descs[] = {
+constexpr const HalRecordDesc* ALL_DESCS[] = {
 #define HAL_RECORD(record, size) &hal_record_desc_##record,
 #include "records/all.def"
 };
@@ -122,7 +122,7 @@ enum : uint16_t {
     static_assert(SIZE_OF_##message == sizeof(record) * (count), "the sender has its size of " #message);
 #include "records/messages.def"
 
-constexpr HalMessageDesc messages[] = {
+constexpr HalMessageDesc MESSAGES[] = {
 #define HAL_MESSAGE(message, record, count)                                                                  \
     {message, #message, &hal_record_desc_##record, count, SIZE_OF_##message, true},
 #define HAL_MESSAGE_BYTES(message) {message, #message, nullptr, 0, SIZE_OF_##message, true},
@@ -134,12 +134,12 @@ constexpr HalMessageDesc messages[] = {
 } // namespace
 
 std::span<const HalRecordDesc* const> hal_record_descs() {
-    return all_descs;
+    return ALL_DESCS;
 }
 
 const HalRecordDesc* hal_record_desc_by_name(std::string_view name) {
-    const auto* found = std::ranges::find(all_descs, name, &HalRecordDesc::name);
-    return found == std::end(all_descs) ? nullptr : *found;
+    const auto* found = std::ranges::find(ALL_DESCS, name, &HalRecordDesc::name);
+    return found == std::end(ALL_DESCS) ? nullptr : *found;
 }
 
 std::span<const HalAttributeDesc> hal_record_attributes(const HalRecordDesc& record) {
@@ -148,10 +148,10 @@ std::span<const HalAttributeDesc> hal_record_attributes(const HalRecordDesc& rec
 }
 
 std::span<const HalMessageDesc> hal_message_descs() {
-    return messages;
+    return MESSAGES;
 }
 
 const HalMessageDesc* hal_message_desc(unsigned type) {
-    const auto* found = std::ranges::find(messages, type, &HalMessageDesc::type);
-    return found == std::end(messages) ? nullptr : found;
+    const auto* found = std::ranges::find(MESSAGES, type, &HalMessageDesc::type);
+    return found == std::end(MESSAGES) ? nullptr : found;
 }

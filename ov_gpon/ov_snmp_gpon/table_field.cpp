@@ -38,14 +38,14 @@ Digits read_digits(std::string_view field) {
     Digits digits;
     if (at != end && (*at == '-' || *at == '+'))
         digits.negative = *at++ == '-';
-    constexpr uint64_t max = std::numeric_limits<uint64_t>::max();
+    constexpr uint64_t LARGEST = std::numeric_limits<uint64_t>::max();
     for (; at != end; ++at) {
         auto digit = static_cast<unsigned>(*at - '0');
         if (digit > 9)
             break;
         digits.found = true;
-        bool overflows = digits.magnitude > max / 10 || digits.magnitude * 10 > max - digit;
-        digits.magnitude = overflows ? max : digits.magnitude * 10 + digit;
+        bool overflows = digits.magnitude > LARGEST / 10 || digits.magnitude * 10 > LARGEST - digit;
+        digits.magnitude = overflows ? LARGEST : digits.magnitude * 10 + digit;
     }
     return digits;
 }
@@ -60,15 +60,15 @@ int64_t signed_within(const Digits& digits, int64_t low, int64_t high) {
 // As strtoul gives it: a minus sign turns the number around within its width.
 template <typename Unsigned>
 Unsigned unsigned_within(const Digits& digits) {
-    constexpr Unsigned max = std::numeric_limits<Unsigned>::max();
-    if (digits.magnitude > max)
-        return max;
+    constexpr Unsigned LARGEST = std::numeric_limits<Unsigned>::max();
+    if (digits.magnitude > LARGEST)
+        return LARGEST;
     auto value = static_cast<Unsigned>(digits.magnitude);
     return digits.negative ? static_cast<Unsigned>(0 - value) : value;
 }
 
 void read_number(std::string_view field, const ColumnDesc& column, void* record) {
-    constexpr int64_t low = std::numeric_limits<int32_t>::min();
+    constexpr int64_t LOWEST = std::numeric_limits<int32_t>::min();
     Digits digits = read_digits(field);
     if (!digits.found)
         return;
@@ -80,12 +80,12 @@ void read_number(std::string_view field, const ColumnDesc& column, void* record)
         record_put(record, column.offset, unsigned_within<uint64_t>(digits));
         break;
     case ColType::IPADDR: { // written signed by this daemon, unsigned by people
-        int64_t number = signed_within(digits, low, std::numeric_limits<uint32_t>::max());
+        int64_t number = signed_within(digits, LOWEST, std::numeric_limits<uint32_t>::max());
         record_put(record, column.offset, htonl(static_cast<uint32_t>(number)));
         break;
     }
     default: {
-        int64_t number = signed_within(digits, low, std::numeric_limits<int32_t>::max());
+        int64_t number = signed_within(digits, LOWEST, std::numeric_limits<int32_t>::max());
         record_put(record, column.offset, static_cast<int32_t>(number));
         break;
     }

@@ -13,13 +13,13 @@
 namespace {
 
 const char* row_status_text(int32_t status) {
-    static constexpr const char* words[] = {
+    static constexpr const char* WORDS[] = {
         " NONEXISTENT ", " ACTIVE ",        " NOTINSERVICE ", " NOTREADY ",
         " CREATEANDGO ", " CREATEANDWAIT ", " DESTROY ",
     };
-    if (status < 0 || static_cast<size_t>(status) >= std::size(words))
+    if (status < 0 || static_cast<size_t>(status) >= std::size(WORDS))
         return "UNKNOWN Rowstatus";
-    return words[status];
+    return WORDS[status];
 }
 
 std::string address_text(in_addr_t address) {
@@ -37,9 +37,9 @@ std::string hex_text(const ColumnDesc& column, const void* row) {
 }
 
 void append_line(std::string& text, const ColumnDesc& column, const void* row) {
-    constexpr size_t label_width = 30;
+    constexpr size_t LABEL_WIDTH = 30;
     std::string label = column.name;
-    label.resize(std::max(label.size(), label_width), ' ');
+    label.resize(std::max(label.size(), LABEL_WIDTH), ' ');
     text += label + ":" + TableModule::log_text(column, row) + "\n";
 }
 

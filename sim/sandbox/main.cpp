@@ -22,7 +22,7 @@
 
 namespace {
 
-const char USAGE[] =
+constexpr char USAGE[] =
     "Usage: gpon-sandbox [--bind DIR]... [--pid-file F] [--] COMMAND [ARG]...\n"
     "       gpon-sandbox --hold [--bind DIR]... [--pid-file F]\n"
     "       gpon-sandbox --enter PID [--] COMMAND [ARG]...\n"
