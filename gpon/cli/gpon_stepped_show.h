@@ -37,9 +37,9 @@ public:
     bool step(Visit visit) {
         const OvraMutexGuard lock(getMutex(did_of<Row>()));
         const TableModule& table = table_of<Row>::module();
-        const void* row = table.row_at_or_above(next_.data(), TableModule::kMaxIndexColumns);
+        const void* row = table.row_at_or_above(next_.data(), TableModule::MAX_INDEX_COLUMNS);
         int rows = 0;
-        for (; is_asked_for(row) && rows < kRows; rows++) {
+        for (; is_asked_for(row) && rows < ROWS; rows++) {
             const auto& shown = *static_cast<const Row*>(row);
             if (walked == WalkedRows::STORED || is_in_service(shown))
                 visit(shown);
@@ -52,7 +52,7 @@ public:
     }
 
 private:
-    static constexpr int kRows = 250;
+    static constexpr int ROWS = 250;
 
     bool is_asked_for(const void* row) const {
         return row != nullptr && memcmp(row, &key_, leading_ * sizeof(uint32_t)) == 0;
@@ -60,7 +60,7 @@ private:
 
     Row key_;
     size_t leading_;
-    std::array<uint32_t, TableModule::kMaxIndexColumns> next_{}; // index of the row at which it goes on
+    std::array<uint32_t, TableModule::MAX_INDEX_COLUMNS> next_{}; // index of the row at which it goes on
 };
 
 // Shows rows in steps: `print` for each, true for one that counts; behind the last `end` with their number.

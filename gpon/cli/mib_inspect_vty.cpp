@@ -96,7 +96,7 @@ int show_mib_rows(CliCall& call) {
             call.line("  ...");
             break;
         }
-        char text[TableModule::kMaxIndexText];
+        char text[TableModule::MAX_INDEX_TEXT];
         call.line("  %s", module->index_string(row, text, sizeof(text)));
     }
     call.line("  total %d rows", module->row_count());

@@ -45,7 +45,7 @@ bool is_form(const CliWords& words, const OnuAuthForm& form) {
 
 // What an ONU is known by. False for a form that there isn't, or a text too long.
 bool take_auth(const CliWords& words, Onu& row, MIB_Flags_t& flags) {
-    for (const OnuAuthForm& form : onu_auth_forms) {
+    for (const OnuAuthForm& form : ONU_AUTH_FORMS) {
         if (!is_form(words, form))
             continue;
         row.sOnuTableAuthMode = form.mode;

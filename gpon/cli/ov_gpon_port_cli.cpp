@@ -124,7 +124,7 @@ struct AutoFlowSlots {
     const char* bad_name;
     const char* existed;
 };
-constexpr AutoFlowSlots vendor_slots = {
+constexpr AutoFlowSlots VENDOR_SLOTS = {
     .keyword = "vendor",
     .ids_column = column::sPonTableVendorSrvProfile,
     .names_column = column::sPonTableVendorSrvProfileName,
@@ -133,7 +133,7 @@ constexpr AutoFlowSlots vendor_slots = {
     .bad_name = "%%Invalid vendor name,must be 4 bytes%s",
     .existed = "%%Vendor profile has existed%s",
 };
-constexpr AutoFlowSlots model_slots = {
+constexpr AutoFlowSlots MODEL_SLOTS = {
     .keyword = "model",
     .ids_column = column::sPonTableModelSrvProfile,
     .names_column = column::sPonTableModelSrvProfileName,
@@ -142,10 +142,10 @@ constexpr AutoFlowSlots model_slots = {
     .bad_name = "%%Invalid model name, length cannot exceed 20 bytes%s",
     .existed = "%%Model profile has existed%s",
 };
-static_assert(vendor_slots.name_size == 4 && model_slots.name_size == 20);
+static_assert(VENDOR_SLOTS.name_size == 4 && MODEL_SLOTS.name_size == 20);
 
 const AutoFlowSlots& slots_of(const CliWords& words) {
-    return words.has("vendor") ? vendor_slots : model_slots;
+    return words.has("vendor") ? VENDOR_SLOTS : MODEL_SLOTS;
 }
 
 // Counted from 0.
@@ -315,8 +315,8 @@ int print_auto_flow(struct vty* vty, const ov_sPonTable_attr_t& port, const char
     int lines = authentication;
     lines += print_kind(vty, "sfu", port.sPonTableSfuSrvProfile, nl);
     lines += print_kind(vty, "hgu", port.sPonTableHguSrvProfile, nl);
-    lines += print_slots(vty, vendor_slots, port, nl);
-    lines += print_slots(vty, model_slots, port, nl);
+    lines += print_slots(vty, VENDOR_SLOTS, port, nl);
+    lines += print_slots(vty, MODEL_SLOTS, port, nl);
     if (authentication == 0 || port.sPonTableAutoLearn != 0)
         return lines;
     vty_out(vty, " onu auto-authentication disable%s", nl);

@@ -31,21 +31,21 @@ struct BlockPart {
 #define CONFIG_PART(block, function) {Block::block, function},
 #define PORT_PART(function)
 #define ONU_PART(function)
-constexpr BlockPart config_parts[] = {
+constexpr BlockPart CONFIG_PARTS[] = {
 #include "config_parts.def"
 };
 #undef CONFIG_PART
 #undef PORT_PART
 #define CONFIG_PART(block, function)
 #define PORT_PART(function) function,
-constexpr PortPart* port_parts[] = {
+constexpr PortPart* PORT_PARTS[] = {
 #include "config_parts.def"
 };
 #undef PORT_PART
 #undef ONU_PART
 #define PORT_PART(function)
 #define ONU_PART(function) function,
-constexpr OnuPart* onu_parts[] = {
+constexpr OnuPart* ONU_PARTS[] = {
 #include "config_parts.def"
 };
 #undef CONFIG_PART
@@ -93,7 +93,7 @@ void print_head(struct vty* vty, const char* head) {
 
 int print_block_parts(struct vty* vty, Block block) {
     int lines = 0;
-    for (const BlockPart& part : config_parts)
+    for (const BlockPart& part : CONFIG_PARTS)
         if (part.block == block)
             lines += part.print(vty);
     return lines;
@@ -101,7 +101,7 @@ int print_block_parts(struct vty* vty, Block block) {
 
 int print_onu_parts(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;
-    for (OnuPart* print : onu_parts)
+    for (OnuPart* print : ONU_PARTS)
         lines += print(vty, onu);
     return lines;
 }
@@ -113,7 +113,7 @@ int print_port(struct vty* vty, const ov_sPonTable_attr_t& port) {
         return 0;
     print_head(vty, head);
     int lines = 1;
-    for (PortPart* print : port_parts)
+    for (PortPart* print : PORT_PARTS)
         lines += print(vty, port);
     return lines;
 }
@@ -151,7 +151,7 @@ int print_profile(struct vty* vty, const ov_sOnuSrvProfileTable_attr_t& profile)
 // Lines and objects after which a writer breaks off so that others get their turn, after about a millisecond.
 // It is counted and not timed: a busy machine must not print in smaller pieces.
 constexpr int STEP = 1000;
-static_assert(sizeof(vty::write_term_at) == TableModule::kMaxIndexColumns * sizeof(uint32_t));
+static_assert(sizeof(vty::write_term_at) == TableModule::MAX_INDEX_COLUMNS * sizeof(uint32_t));
 
 // Prints the rows of a table, from the session's mark on. A writer that breaks off marks the row that is next
 // by its index: that row may be gone, and others there, when it goes on.
@@ -160,7 +160,7 @@ int print_rows(struct vty* vty, int (*print)(struct vty*, const Row&)) {
     write_asked_name_in_full(vty);
     const OvraMutexGuard lock(getMutex(did_of<Row>()));
     const TableModule& table = table_of<Row>::module();
-    const void* row = table.row_at_or_above(vty->write_term_at, TableModule::kMaxIndexColumns);
+    const void* row = table.row_at_or_above(vty->write_term_at, TableModule::MAX_INDEX_COLUMNS);
     int lines = 0;
     for (int objects = 0; row != nullptr && lines + objects < STEP; objects++) {
         if (const auto& printed = *static_cast<const Row*>(row); is_in_service(printed))

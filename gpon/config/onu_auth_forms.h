@@ -27,29 +27,29 @@ inline constexpr size_t ONU_PW_WORD_MAX = 10;
 inline constexpr size_t ONU_LOID_WORD_MAX = 24;
 inline constexpr size_t ONU_LOID_PW_WORD_MAX = 12;
 
-inline constexpr OnuCredential none = {0, nullptr, 0};
-inline constexpr OnuCredential sn = {sOnuTable_column::sOnuTableSn, &ov_sOnuTable_attr_t::sOnuTableSn,
+inline constexpr OnuCredential NONE = {0, nullptr, 0};
+inline constexpr OnuCredential SN = {sOnuTable_column::sOnuTableSn, &ov_sOnuTable_attr_t::sOnuTableSn,
                                      ONU_SN_WORD_MAX};
-inline constexpr OnuCredential pw = {sOnuTable_column::sOnuTablePw, &ov_sOnuTable_attr_t::sOnuTablePw,
+inline constexpr OnuCredential PW = {sOnuTable_column::sOnuTablePw, &ov_sOnuTable_attr_t::sOnuTablePw,
                                      ONU_PW_WORD_MAX};
-inline constexpr OnuCredential loid = {sOnuTable_column::sOnuTableLoid, &ov_sOnuTable_attr_t::sOnuTableLoid,
+inline constexpr OnuCredential LOID = {sOnuTable_column::sOnuTableLoid, &ov_sOnuTable_attr_t::sOnuTableLoid,
                                        ONU_LOID_WORD_MAX};
-inline constexpr OnuCredential loid_pw = {sOnuTable_column::sOnuTableLoidPw,
+inline constexpr OnuCredential LOID_PW = {sOnuTable_column::sOnuTableLoidPw,
                                           &ov_sOnuTable_attr_t::sOnuTableLoidPw, ONU_LOID_PW_WORD_MAX};
 
 } // namespace onu_auth
 
-inline constexpr OnuAuthForm onu_auth_forms[] = {
-    {"sn", SONUTABLEAUTHMODE_SN, onu_auth::sn, onu_auth::none},
-    {"pw", SONUTABLEAUTHMODE_PW, onu_auth::pw, onu_auth::none},
-    {"sn", SONUTABLEAUTHMODE_SNPW, onu_auth::sn, onu_auth::pw},
-    {"loid", SONUTABLEAUTHMODE_LOID, onu_auth::loid, onu_auth::none},
-    {"loid", SONUTABLEAUTHMODE_LOIDPW, onu_auth::loid, onu_auth::loid_pw},
+inline constexpr OnuAuthForm ONU_AUTH_FORMS[] = {
+    {"sn", SONUTABLEAUTHMODE_SN, onu_auth::SN, onu_auth::NONE},
+    {"pw", SONUTABLEAUTHMODE_PW, onu_auth::PW, onu_auth::NONE},
+    {"sn", SONUTABLEAUTHMODE_SNPW, onu_auth::SN, onu_auth::PW},
+    {"loid", SONUTABLEAUTHMODE_LOID, onu_auth::LOID, onu_auth::NONE},
+    {"loid", SONUTABLEAUTHMODE_LOIDPW, onu_auth::LOID, onu_auth::LOID_PW},
 };
 
 // The form of a mode, null for a number that is none.
 inline const OnuAuthForm* onu_auth_form_of(mib_long mode) {
-    for (const OnuAuthForm& form : onu_auth_forms)
+    for (const OnuAuthForm& form : ONU_AUTH_FORMS)
         if (form.mode == mode)
             return &form;
     return nullptr;

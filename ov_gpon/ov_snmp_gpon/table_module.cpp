@@ -205,14 +205,14 @@ void* TableModule::create_entry_from(std::span<const uint32_t> index) {
 
 void* TableModule::add_default_row() {
     void* stored = row_add(did(), default_row_.data());
-    char text[kMaxIndexText];
+    char text[MAX_INDEX_TEXT];
     if (stored != nullptr)
         OV_LOG_INFO(owner_word(), "create %s ", index_string(stored, text, sizeof(text)));
     return stored;
 }
 
 void TableModule::remove_entry(void* entry) {
-    char text[kMaxIndexText];
+    char text[MAX_INDEX_TEXT];
     OV_LOG_INFO(owner_word(), "remove %s ", index_string(entry, text, sizeof(text)));
     row_del(did(), entry);
     ++generation_;

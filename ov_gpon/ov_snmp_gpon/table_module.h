@@ -52,8 +52,8 @@ struct TableFunctions {
 
 class TableModule {
 public:
-    static constexpr size_t kMaxIndexColumns = 8;
-    static constexpr size_t kMaxIndexText = 640; // longest index text of a log line, with its terminator
+    static constexpr size_t MAX_INDEX_COLUMNS = 8;
+    static constexpr size_t MAX_INDEX_TEXT = 640; // longest index text of a log line, with its terminator
 
     // Keeps references to both; enters itself in table_module_list(). Nothing is registered yet.
     TableModule(const TableDesc& desc, const TableFunctions& functions);
@@ -224,7 +224,7 @@ private:
     void commit(void* row);
     void commit_delete(void* row);
 
-    void* first_at_or_above(std::array<uint32_t, kMaxIndexColumns> key) const;
+    void* first_at_or_above(std::array<uint32_t, MAX_INDEX_COLUMNS> key) const;
     template <typename Visit>
     void visit_all(Visit visit) const;
     template <typename Visit>

@@ -78,7 +78,7 @@ void TableModule::visit_all(Visit visit) const {
 
 // The first row with a key at or above this one. A search for a row right there comes first: it leads to the
 // same place of the store as the step behind it, which is at hand then.
-void* TableModule::first_at_or_above(std::array<uint32_t, kMaxIndexColumns> key) const {
+void* TableModule::first_at_or_above(std::array<uint32_t, MAX_INDEX_COLUMNS> key) const {
     void* there = row_get(did(), key.data());
     return there != nullptr ? there : row_getNext(did(), key.data());
 }
@@ -94,7 +94,7 @@ void TableModule::visit_matches(const void* row, int index_flag, Visit visit) co
     const auto leading = static_cast<size_t>(std::countr_one(chosen));
     const int leading_flag = static_cast<int>((1u << leading) - 1);
 
-    std::array<uint32_t, kMaxIndexColumns> smallest{}; // of their keys: zeros behind the leading columns
+    std::array<uint32_t, MAX_INDEX_COLUMNS> smallest{}; // of their keys: zeros behind the leading columns
     if (leading != 0)
         std::memcpy(smallest.data(), row, leading * sizeof(uint32_t));
     void* first = first_at_or_above(smallest);
@@ -112,7 +112,7 @@ const void* TableModule::find_row(const void* key) const {
 }
 
 const void* TableModule::row_at_or_above(const void* key, size_t columns) const {
-    std::array<uint32_t, kMaxIndexColumns> start{};
+    std::array<uint32_t, MAX_INDEX_COLUMNS> start{};
     std::memcpy(start.data(), key, std::min(columns, desc_.index.size()) * sizeof(uint32_t));
     return first_at_or_above(start);
 }

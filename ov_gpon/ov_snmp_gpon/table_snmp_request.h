@@ -13,7 +13,7 @@
 #include "table_module.h"
 
 // The index values of a row as the head of a record holds them.
-using SnmpRowKey = std::array<uint32_t, TableModule::kMaxIndexColumns>;
+using SnmpRowKey = std::array<uint32_t, TableModule::MAX_INDEX_COLUMNS>;
 
 // The column that managers can read under this number: a column, or an index column that is readable; null
 // for none. Numbers come from outside.

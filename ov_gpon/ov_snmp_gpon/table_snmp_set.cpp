@@ -211,7 +211,7 @@ void put_value(const Variable& variable, void* row) {
 }
 
 void log_value(const TableModule& module, const ColumnDesc& column, const void* row) {
-    char index[TableModule::kMaxIndexText];
+    char index[TableModule::MAX_INDEX_TEXT];
     module.index_string(row, index, sizeof(index));
     const std::string text = TableModule::log_text(column, row);
     OV_LOG_INFO("SNMP", "Set %s %s:%s ", index, column.name, text.c_str());
@@ -242,7 +242,7 @@ struct ActionRow {
 };
 
 bool run_set_chain(const ActionRow& target) {
-    char index[TableModule::kMaxIndexText];
+    char index[TableModule::MAX_INDEX_TEXT];
     target.module.index_string(target.find(), index, sizeof(index));
     const bool result = target.run(CALLBACK_SET);
     OV_LOG_INFO("SNMP", "Set %s result:%d ", index, result ? 1 : 0);

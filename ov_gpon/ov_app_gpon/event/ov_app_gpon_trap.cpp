@@ -70,8 +70,8 @@ std::string text_of(const Record& record, std::string_view field_name) {
 }
 
 const char* state_text(unsigned state) {
-    constexpr std::array names = {" INIT ", " ADDED ", " AUTHPASS ", " OPERATIONAL "};
-    return state < names.size() ? names[state] : "UNKNOWN ERROR";
+    constexpr std::array NAMES = {" INIT ", " ADDED ", " AUTHPASS ", " OPERATIONAL "};
+    return state < NAMES.size() ? NAMES[state] : "UNKNOWN ERROR";
 }
 
 } // namespace

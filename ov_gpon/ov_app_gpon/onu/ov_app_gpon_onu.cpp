@@ -322,7 +322,7 @@ ov_bmp_t ov_onu_table_attr_mask_get(const void* row) {
 // ---- callbacks -------------------------------------------------------------------------------------------
 
 int ov_onu_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static const SetCallback<ov_sOnuTable_attr_t, ov_gpon_onu_attr_t> callback = {
+    static constexpr SetCallback<ov_sOnuTable_attr_t, ov_gpon_onu_attr_t> CALLBACK = {
         .message = OV_HAL_MSG_GPON_ONU,
         .map = &onu_map,
         .prepare = fill_ifindex,
@@ -334,7 +334,7 @@ int ov_onu_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
         .give_back = onu_give_back,
         .failure = "set ONU error",
     };
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }
 
 int ov_onu_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {

@@ -25,8 +25,8 @@ constexpr char REFUSED = 0;
 
 // The ONU makers that the brand admits: vendor codes of the serial number (ITU-T G.984.3).
 constexpr std::string_view MAREVO = "MAREVO-L";
-constexpr std::array<std::string_view, 10> marevo_vendor_control = {"MRVO", "MRVA", "MRVB", "MRVC", "MRVD",
-                                                                    "MRVE", "MRVF", "MRVG", "MRVH", "MRVI"};
+constexpr std::array<std::string_view, 10> MAREVO_VENDORS = {"MRVO", "MRVA", "MRVB", "MRVC", "MRVD",
+                                                             "MRVE", "MRVF", "MRVG", "MRVH", "MRVI"};
 constexpr size_t VENDOR_CODE = 4;
 
 char refuse(const char* text) {
@@ -153,7 +153,7 @@ char ov_app_gpon_onu_marevo_check(const ov_sOnuTable_attr_t* attr, int action) {
     if (action != OV_HAL_GPON_MSG_ACTION_CREATE || !vendor || vendor != MAREVO)
         return PASSED;
     const auto code = std::string_view(attr->sOnuTableSn).substr(0, VENDOR_CODE);
-    for (const std::string_view admitted : marevo_vendor_control)
+    for (const std::string_view admitted : MAREVO_VENDORS)
         if (code == admitted)
             return PASSED;
     ov_refusal_because_of(column::sOnuTableSn, "this product admits no ONU of vendor \"%.4s\"",

@@ -50,10 +50,10 @@ constexpr char FAILURE[] = "get onu extend info error";
 namespace distance {
 using Record = ov_gpon_onu_attr_t;
 constexpr MapLine LINES[] = {READ_ONLY(sOnuExtendInfoPhysicalDistance, phyDistance)};
-constexpr MessageMap<Row, Record> map(LINES);
-constexpr GetCallback<Row, Record> callback = {
+constexpr MessageMap<Row, Record> COLUMNS(LINES);
+constexpr GetCallback<Row, Record> CALLBACK = {
     .message = OV_HAL_MSG_GPON_ONU,
-    .map = &map,
+    .map = &COLUMNS,
     .columns = columns_of(column::sOnuExtendInfoPhysicalDistance),
     .asked = of_an_onu,
     .address = [](const Row& row, Record& record) { record.ifindex = onu_ifindex_of(onu_in_service(row)); },
@@ -66,13 +66,13 @@ constexpr GetCallback<Row, Record> callback = {
 namespace olt_power {
 using Record = ov_gpon_onu_attr_t;
 constexpr MapLine LINES[] = {READ_ONLY(sOnuExtendInfoOltRxPower, oltRxPw)};
-constexpr MessageMap<Row, Record> map(LINES);
-constexpr GetCallback<Row, Record> callback = {
+constexpr MessageMap<Row, Record> COLUMNS(LINES);
+constexpr GetCallback<Row, Record> CALLBACK = {
     .message = OV_HAL_MSG_GPON_ONU,
-    .map = &map,
+    .map = &COLUMNS,
     .columns = columns_of(column::sOnuExtendInfoOltRxPower),
     .asked = of_an_operational_onu,
-    .address = distance::callback.address,
+    .address = distance::CALLBACK.address,
     .masked_by_columns = false,
     .mask = 1 << OV_GPON_ONU_ATTR_INDEX_oltRxPw,
     .failure = FAILURE,
@@ -87,10 +87,10 @@ constexpr MapLine LINES[] = {
     READ_ONLY(sOnuExtendInfoRmOnuBias, biascurrent), READ_ONLY(sOnuExtendInfoRmOnuVol, powervol),
     READ_ONLY(sOnuExtendInfoRmOnuTemp, temperature),
 };
-constexpr MessageMap<Row, Record> map(LINES);
-constexpr GetCallback<Row, Record> callback = {
+constexpr MessageMap<Row, Record> COLUMNS(LINES);
+constexpr GetCallback<Row, Record> CALLBACK = {
     .message = OV_HAL_MSG_GPON_RMONU_ANI_OPT_INFO,
-    .map = &map,
+    .map = &COLUMNS,
     .columns = columns_of(column::sOnuExtendInfoRmOnuRxPower),
     .asked = of_an_operational_onu,
     .address = [](const Row& row,
@@ -119,9 +119,9 @@ int ov_onuextend_onu_table_set_callback(MIBDID did, void* row, MIB_Flags_t colum
 }
 
 int ov_onuextend_table_get_callback(MIBDID /*did*/, void* row, MIB_Flags_t column_flag) {
-    return run_get_callback(distance::callback, row, column_flag) == SET_ACCEPTED &&
-                   run_get_callback(olt_power::callback, row, column_flag) == SET_ACCEPTED
-               ? run_get_callback(optics::callback, row, column_flag)
+    return run_get_callback(distance::CALLBACK, row, column_flag) == SET_ACCEPTED &&
+                   run_get_callback(olt_power::CALLBACK, row, column_flag) == SET_ACCEPTED
+               ? run_get_callback(optics::CALLBACK, row, column_flag)
                : SET_REFUSED;
 }
 

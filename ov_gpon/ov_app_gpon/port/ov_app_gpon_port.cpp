@@ -281,7 +281,7 @@ ov_bmp_t ov_pon_port_table_attr_mask_get(const void* row) {
 }
 
 int ov_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static constexpr SetCallback<PortRow, ov_gpon_port_attr_t> callback = {
+    static constexpr SetCallback<PortRow, ov_gpon_port_attr_t> CALLBACK = {
         .message = OV_HAL_MSG_GPON_PORT,
         .map = &pon_port_map,
         .check = port_admits,
@@ -289,7 +289,7 @@ int ov_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
         .follow = port_follow,
         .failure = "set port to hal error",
     };
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }
 
 int ov_port_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
@@ -297,7 +297,7 @@ int ov_port_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*co
 }
 
 int ov_port_table_get_callback(MIBDID /*did*/, void* row, MIB_Flags_t column_flag) {
-    static constexpr GetCallback<PortRow, ov_gpon_port_attr_t> callback = {
+    static constexpr GetCallback<PortRow, ov_gpon_port_attr_t> CALLBACK = {
         .tag = "LIB",
         .message = OV_HAL_MSG_GPON_PORT,
         .map = &pon_port_map,
@@ -306,5 +306,5 @@ int ov_port_table_get_callback(MIBDID /*did*/, void* row, MIB_Flags_t column_fla
         .not_supported = NotSupported::REFUSE,
         .failure = "failed to get pon port info",
     };
-    return run_get_callback(callback, row, column_flag);
+    return run_get_callback(CALLBACK, row, column_flag);
 }

@@ -211,12 +211,12 @@ void sbwtype_mib_data_convert_to_hal(ov_sBWProfileTable_attr_t* mib, ov_gpon_bwp
 }
 
 int ov_bwtype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static constexpr SetCallback<Row, ov_gpon_bwprofile_attr_t> callback = {
+    static constexpr SetCallback<Row, ov_gpon_bwprofile_attr_t> CALLBACK = {
         .message = OV_HAL_MSG_GPON_BW_TYPE,
         .map = &bwtype_map,
         .check = passes<ov_app_gpon_bwtype_check>,
         .dumps = true,
         .failure = "set bwtype error",
     };
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }

@@ -228,12 +228,12 @@ void sonutype_mib_data_convert_to_hal(ov_sOnuTypeProfileTable_attr_t* mib, ov_gp
 }
 
 int ov_onutype_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static constexpr SetCallback<Row, ov_gpon_onutype_attr_t> callback = {
+    static constexpr SetCallback<Row, ov_gpon_onutype_attr_t> CALLBACK = {
         .message = OV_HAL_MSG_GPON_ONU_TYPE,
         .map = &onutype_map,
         .check = passes<ov_app_gpon_onutype_check>,
         .dumps = true,
         .failure = "set onutype to hal error",
     };
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }

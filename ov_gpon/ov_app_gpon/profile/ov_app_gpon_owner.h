@@ -4,6 +4,7 @@
 // Main loop only.
 #pragma once
 
+#include "app_get_callback.h"
 #include "app_rows.h"
 #include "sOnuSrvProfileTable.h"
 #include "sOnuTable.h"
@@ -21,6 +22,13 @@ bool ov_app_gpon_owner_admits(const Row& row) {
 template <typename Row>
 const ov_sOnuTable_attr_t* ov_app_gpon_onu_of(const Row& row) {
     return find_row(onu_key<ov_sOnuTable_attr_t>(row));
+}
+
+// Whether the row's ONU is in operation: what is read of any other is what the row has stored.
+template <typename Row>
+Asked ov_app_gpon_asked_of_onu(const Row& row) {
+    const ov_sOnuTable_attr_t* onu = ov_app_gpon_onu_of(row);
+    return onu != nullptr && onu->sOnuTableOnuState == SONUTABLEONUSTATE_OPERATIONAL ? Asked::YES : Asked::NO;
 }
 
 // The row of a service profile, null for none; valid until the profile is deleted.

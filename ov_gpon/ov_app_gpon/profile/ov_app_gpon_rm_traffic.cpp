@@ -142,11 +142,11 @@ void srmtraffic_mib_data_convert_to_hal(ov_sRmTrafficProfileTable_attr_t* mib, o
 }
 
 int ov_rm_traffic_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static constexpr SetCallback<Row, ov_gpon_trfprofile_attr_t> callback = {
+    static constexpr SetCallback<Row, ov_gpon_trfprofile_attr_t> CALLBACK = {
         .message = OV_HAL_MSG_GPON_RMONU_TRAFFIC_PROFILE,
         .map = &rm_traffic_map,
         .check = passes<ov_app_gpon_rm_traffic_check>,
         .failure = "set rm traffic to hal error",
     };
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }

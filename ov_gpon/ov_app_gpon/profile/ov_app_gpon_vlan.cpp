@@ -38,10 +38,10 @@ void smcastvlan_mib_data_convert_to_hal(ov_sMcastVlanTable_attr_t* mib, ov_gpon_
 }
 
 int ov_mcast_vlan_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static constexpr SetCallback<ov_sMcastVlanTable_attr_t, ov_gpon_mcast_vlan_attr_t> callback = {
+    static constexpr SetCallback<ov_sMcastVlanTable_attr_t, ov_gpon_mcast_vlan_attr_t> CALLBACK = {
         .message = OV_HAL_MSG_GPON_MCAST,
         .map = &mcast_vlan_map,
         .failure = "set vlan to hal error",
     };
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }

@@ -76,11 +76,11 @@ constexpr MapLine LINES[] = {
     MASK_ONLY(onuQosMaxBw, OV_GPON_ONU_QOS_ATTR_INDEX_maxBw),
     MASK_ONLY(onuQosMinBw, OV_GPON_ONU_QOS_ATTR_INDEX_minBw),
 };
-constexpr MessageMap<ov_onuQosTable_attr_t, ov_gpon_onu_qos_attr_t> map(LINES);
+constexpr MessageMap<ov_onuQosTable_attr_t, ov_gpon_onu_qos_attr_t> COLUMNS(LINES);
 } // namespace onu_qos
 
 } // namespace
 
 ov_bmp_t ov_onu_qos_table_attr_mask_get(const void* row) {
-    return onu_qos::map.replay_mask(row);
+    return onu_qos::COLUMNS.replay_mask(row);
 }

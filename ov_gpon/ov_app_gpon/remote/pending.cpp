@@ -146,11 +146,11 @@ constexpr MapLine LINES[] = {
     MASK_ONLY(sRmQueueScheduleMode, OV_GPON_ONU_QUEUE_SCHEDULE_INDEX_WEIGHT).replayed(MapReplay::NOT_ZERO),
 };
 constexpr MessageMap<ov_sRmOnuQosPriorityQueueScheduleTable_attr_t, ov_gpon_onu_queue_schedule_attr_t>
-    map(LINES);
+    COLUMNS(LINES);
 } // namespace queue_schedule
 
 } // namespace
 
 ov_bmp_t ov_rm_queue_schedule_attr_mask_get(const void* row) {
-    return queue_schedule::map.replay_mask(row);
+    return queue_schedule::COLUMNS.replay_mask(row);
 }

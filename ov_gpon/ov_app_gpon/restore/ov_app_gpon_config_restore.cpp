@@ -90,9 +90,9 @@ constexpr ChainStage STAGES[] = {
 // A timer function: replays, logs the text with the seconds, and arms the next one.
 #define RECOVERY_STAGE(timer, number, text, ...)                                                             \
     int timer(struct thread* thread) {                                                                       \
-        static constexpr RestoreStep steps[] = {__VA_ARGS__};                                                \
+        static constexpr RestoreStep STEPS[] = {__VA_ARGS__};                                                \
         const int slot = slot_of_chain(thread);                                                              \
-        const double seconds = run_steps(steps, slot);                                                       \
+        const double seconds = run_steps(STEPS, slot);                                                       \
         OV_LOG_INFO("recovery", "slot %d stage " number ": " text, slot, seconds);                           \
         if (!arm_next_stage(STAGES, timer, THREAD_ARG(thread)))                                              \
             finish_chain(thread);                                                                            \

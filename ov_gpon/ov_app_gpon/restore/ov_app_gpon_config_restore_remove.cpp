@@ -48,7 +48,7 @@ void delete_rows_of_slot(SlotRemoval& removal) {
     for (Row& row : rows_copied(slot_key<Row>(static_cast<int32_t>(removal.slot)), INDEX_TO_SLOT))
         if (!delete_row(row)) {
             const TableModule& table = table_of<Row>::module();
-            char index[TableModule::kMaxIndexText];
+            char index[TableModule::MAX_INDEX_TEXT];
             OV_LOG_ERROR("slotEvent", "slot %d: delete of %s %s failed", static_cast<int>(removal.slot),
                          table.name(), table.index_string(&row, index, sizeof index));
         }

@@ -164,9 +164,9 @@ void ov_app_gpon_gemport_init() {
     gpon_gemport_appid = AssignAppId();
     const CallbackRegistration registration = {"app_gemport", gpon_gemport_appid,
                                                "gemport: register callback failed"};
-    constexpr MIB_Flags_t all_but_monitoring = columns_but(column::sGemTablePmEnable);
-    registration.add(SGEM, CALLBACK_SET, ov_gemport_table_set_callback, all_but_monitoring);
-    registration.add(SGEM, CALLBACK_CHECK, ov_gemport_table_set_check_callback, all_but_monitoring);
+    constexpr MIB_Flags_t ALL_BUT_MONITORING = columns_but(column::sGemTablePmEnable);
+    registration.add(SGEM, CALLBACK_SET, ov_gemport_table_set_callback, ALL_BUT_MONITORING);
+    registration.add(SGEM, CALLBACK_CHECK, ov_gemport_table_set_check_callback, ALL_BUT_MONITORING);
     registration.add(SONU, CALLBACK_SET, ov_gemport_table_onu_del_callback,
                      columns_of(sOnuTable_column::sOnuTableRowStatus));
     registration.add(SONUSRVPROFILE, CALLBACK_SET, ov_gemport_table_multi_srvprofile_del_callback,
@@ -240,7 +240,7 @@ ov_bmp_t ov_gemport_table_attr_mask_get(const void* row) {
 }
 
 int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static constexpr SetCallback<Gem, ov_gpon_gemport_attr_t> callback = {
+    static constexpr SetCallback<Gem, ov_gpon_gemport_attr_t> CALLBACK = {
         .message = OV_HAL_MSG_GPON_GEMPORT,
         .map = &gem_map,
         .prepare = fill_ifindex,
@@ -252,7 +252,7 @@ int ov_gemport_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag
         .give_back = give_back_one<GEM_LIMIT_INDEX>,
         .failure = "set hal error",
     };
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }
 
 int ov_gemport_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
@@ -263,7 +263,7 @@ int ov_gemport_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /
 // ---- with the owner ---------------------------------------------------------------------------------------
 
 void ov_gemport_table_iterate_del(ov_sOnuTable_attr_t* onu) {
-    static constexpr OwnedRows<Gem> owned = {
+    static constexpr OwnedRows<Gem> OWNED = {
         .appid = &gpon_gemport_appid,
         .failed =
             [](const Gem& row) {
@@ -271,7 +271,7 @@ void ov_gemport_table_iterate_del(ov_sOnuTable_attr_t* onu) {
                              static_cast<int>(row.gemID));
             },
     };
-    remove_owned_rows(owned, *onu);
+    remove_owned_rows(OWNED, *onu);
 }
 
 int ov_gemport_table_onu_del_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {

@@ -85,7 +85,7 @@ void sservice_mib_data_convert_to_hal(ov_sServiceTable_attr_t* mib, ov_gpon_serv
 }
 
 int ov_service_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static constexpr SetCallback<Service, ov_gpon_servport_attr_t> callback = {
+    static constexpr SetCallback<Service, ov_gpon_servport_attr_t> CALLBACK = {
         .message = OV_HAL_MSG_GPON_SERVPORT,
         .map = &service_map,
         .prepare = fill_ifindex,
@@ -95,5 +95,5 @@ int ov_service_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag
         .give_back = give_back_one<SRVPORT_LIMIT_INDEX>,
         .failure = "set service to hal error",
     };
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }

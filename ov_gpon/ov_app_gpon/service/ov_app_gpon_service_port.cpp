@@ -375,7 +375,7 @@ ov_bmp_t ov_serviceport_table_attr_mask_get(const void* row) {
 }
 
 int ov_service_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static constexpr SetCallback<ServicePort, ov_gpon_service_port_attr_t> callback = {
+    static constexpr SetCallback<ServicePort, ov_gpon_service_port_attr_t> CALLBACK = {
         .message = OV_HAL_MSG_GPON_SERVPORT,
         .map = &service_port_map,
         .check = service_port_admits,
@@ -392,7 +392,7 @@ int ov_service_port_table_set_callback(MIBDID did, void* row, MIB_Flags_t column
         OV_LOG_ERROR("MMG", "check fail");
         return SET_REFUSED;
     }
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }
 
 int ov_service_port_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
@@ -402,7 +402,7 @@ int ov_service_port_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flag
 // ---- with the owner ---------------------------------------------------------------------------------------
 
 void ov_service_port_table_iterate_del(ov_sOnuTable_attr_t* onu) {
-    static constexpr OwnedRows<ServicePort> owned = {
+    static constexpr OwnedRows<ServicePort> OWNED = {
         .columns = DELETED,
         .appid = &gpon_service_port_appid,
         .failed =
@@ -411,7 +411,7 @@ void ov_service_port_table_iterate_del(ov_sOnuTable_attr_t* onu) {
                              row.servicePortId);
             },
     };
-    remove_owned_rows(owned, *onu);
+    remove_owned_rows(OWNED, *onu);
 }
 
 int ov_service_port_table_on_onu_table_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {

@@ -329,7 +329,7 @@ void stcont_mib_data_convert_to_hal(ov_sTcontTable_attr_t* mib, ov_gpon_tcont_at
 }
 
 int ov_tcont_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static constexpr SetCallback<Tcont, ov_gpon_tcont_attr_t> callback = {
+    static constexpr SetCallback<Tcont, ov_gpon_tcont_attr_t> CALLBACK = {
         .message = OV_HAL_MSG_GPON_TCONT,
         .map = &tcont_map,
         .check = tcont_admits,
@@ -341,13 +341,13 @@ int ov_tcont_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) 
         .give_back = give_back,
         .failure = "set tcont to hal error",
     };
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }
 
 // ---- with the owner ---------------------------------------------------------------------------------------
 
 int ov_tcont_table_iterate_del(ov_sOnuTable_attr_t* ponu_attr) {
-    static constexpr OwnedRows<Tcont> owned = {
+    static constexpr OwnedRows<Tcont> OWNED = {
         .appid = &gpon_tcont_appid,
         .failed =
             [](const Tcont& row) {
@@ -356,7 +356,7 @@ int ov_tcont_table_iterate_del(ov_sOnuTable_attr_t* ponu_attr) {
             },
         .stops = true,
     };
-    return remove_owned_rows(owned, *ponu_attr) ? 1 : 0;
+    return remove_owned_rows(OWNED, *ponu_attr) ? 1 : 0;
 }
 
 int ov_tcont_table_onu_del_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {

@@ -25,17 +25,19 @@ enum class NotSupported : uint8_t {
 };
 
 // Judges a result of ov_hal_gpon_msg_send. `unsupported` is the warning's text, logged under `tag`; a failure
-// leaves its reason for whoever asked and is logged by the caller, who may have to take something back first.
-inline CardAnswer card_answer(int result, int message, NotSupported meaning, const char* tag,
-                              const char* unsupported) {
+// is logged by the caller, who may have to take something back first.
+inline CardAnswer card_answer(int result, NotSupported meaning, const char* tag, const char* unsupported) {
     if (result == OV_GPON_RET_OK)
         return CardAnswer::DONE;
-    if (result == OV_GPON_RET_NOT_SUPPORT && meaning != NotSupported::REFUSE) {
-        OV_LOG_WARN(tag, "%s", unsupported);
-        return CardAnswer::NOT_SUPPORTED;
-    }
+    if (result != OV_GPON_RET_NOT_SUPPORT || meaning == NotSupported::REFUSE)
+        return CardAnswer::FAILED;
+    OV_LOG_WARN(tag, "%s", unsupported);
+    return CardAnswer::NOT_SUPPORTED;
+}
+
+// States why a write failed that the card should have carried out.
+inline void refuse_for_card(int result, int message) {
     if (result == OV_GPON_RET_NOT_SUPPORT)
         ov_refusal_because("the card doesn't support it");
     ov_refusal_because("the card wasn't told: message %d ended with code %d", message, result);
-    return CardAnswer::FAILED;
 }

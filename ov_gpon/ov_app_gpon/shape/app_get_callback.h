@@ -1,14 +1,14 @@
 // The one shape of a get callback that asks a card: which columns live there, whether the card is asked at
 // all, the request, and what its answer or its refusal means.
 //
-//     static constexpr GetCallback<ov_sPonTable_attr_t, ov_gpon_port_attr_t> callback = {
+//     static constexpr GetCallback<ov_sPonTable_attr_t, ov_gpon_port_attr_t> CALLBACK = {
 //         .message = OV_HAL_MSG_GPON_PORT,
 //         .map = &pon_port_map,
 //         .columns = READ_COLUMNS,
 //         .address = address_port,
 //         .failure = "failed to get pon port info",
 //     };
-//     return run_get_callback(callback, row, column_flag);
+//     return run_get_callback(CALLBACK, row, column_flag);
 //
 // All of it runs on the main loop, in the chain of an access, and waits for the card.
 #pragma once
@@ -19,7 +19,7 @@
 #include "ov_hal_gpon_msg.h"
 #include "ov_product_log.h"
 
-// Which object of the card a read is about, and what becomes of a row that the card isn't asked about.
+// Whether the card is asked, and what becomes of the row when it isn't.
 enum class Asked : uint8_t {
     YES,
     NO,   // the row answers with what it has stored
@@ -40,7 +40,7 @@ struct GetCallback {
     MIB_Flags_t columns = {}; // that live on the card; it is asked when one of them is read
     // Whether the object answers, such as an ONU that is in operation; null: always.
     Asked (*asked)(const Row& row) = nullptr;
-    // Writes into a zeroed record which object is meant.
+    // Writes into a zeroed record which object is meant; null: the map's lines of no column do.
     void (*address)(const Row& row, Record& record) = nullptr;
     // The request's mask: the bits of the columns that are read, or these bits alone.
     bool masked_by_columns = true;
@@ -61,12 +61,15 @@ int run_get_callback(const GetCallback<Row, Record>& callback, void* read_row, c
         return SET_ACCEPTED;
     Record record = {};
     if (asked == Asked::YES) {
-        callback.address(row, record);
+        if (callback.address)
+            callback.address(row, record);
+        else
+            callback.map->encode_address(&row, &record);
         const ov_bmp_t mask = callback.masked_by_columns ? callback.map->get_mask(columns) : callback.mask;
         const int result =
             ov_hal_gpon_msg_send(callback.message, OV_HAL_GPON_MSG_ACTION_GET, &record, mask, 1);
-        const CardAnswer answer = card_answer(result, callback.message, callback.not_supported, callback.tag,
-                                              "get which not support");
+        const CardAnswer answer =
+            card_answer(result, callback.not_supported, callback.tag, "get which not support");
         if (answer == CardAnswer::NOT_SUPPORTED)
             return SET_ACCEPTED;
         if (answer == CardAnswer::FAILED) {

@@ -60,6 +60,12 @@ void AnyMessageMap::encode(const void* row, void* record) const {
             line.encode(row, record);
 }
 
+void AnyMessageMap::encode_address(const void* row, void* record) const {
+    for (const MapLine& line : lines_)
+        if (line.column == MapLine::NO_COLUMN)
+            line.encode(row, record);
+}
+
 uint32_t AnyMessageMap::bits_of(const MIB_Flags_t& columns, unsigned last) const {
     uint32_t bits = 0;
     for (unsigned column = mask_.first; column <= last && column < bits_.size(); ++column)

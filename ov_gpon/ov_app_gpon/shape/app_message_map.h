@@ -18,23 +18,22 @@
 //
 // A line names `Row`, `Record` and `column` of the place where it stands. The lines:
 //
-//   MAP(column, field, attribute)              the column is the field, and raises the attribute's bit
-//   MAP_AS(column, field, attribute, convert)  the same with field = convert(column) to the card; not read
-//   back MAP_INTO(column, field, attribute, fill)   the same by fill(row, record), for a field that is a
-//   record UNMASKED(column, field)                    the column is the field; no bit stands for it
-//   MASK_ONLY(column, attribute)               the column raises the bit; nothing of it is in the record
-//   WIRE_ONLY(field, value)                    no column: field = value(row), such as the index
-//   WIRE_INTO(field, fill)                     the same by fill(row, record)
-//   READ_ONLY(column, field)                   the field of an answer is the column; never sent
+//   MAP(column, field, bit)               the column is the field, and raises the bit of the attribute
+//   MAP_AS(column, field, bit, convert)   the same, the field is convert(column); not read back
+//   MAP_INTO(column, field, bit, fill)    the same by fill(row, record), for a field that is a record
+//   UNMASKED(column, field)               the column is the field; no bit stands for it
+//   MASK_ONLY(column, bit)                the column raises the bit; nothing of it is in the record
+//   WIRE_ONLY(field, value)               no column: the field is value(row), such as the index
+//   WIRE_INTO(field, fill)                the same by fill(row, record)
+//   READ_ONLY(column, field)              the field of an answer is the column; never sent
 //
 // and what may be said of a line:
 //
-//   .create_only()       a replay's create brings it, a replay's set leaves it out
-//   .replayed(NOT_ZERO)  when a replay's set brings it, other than for differing from the creation value
-//   .replayed(IN_RANGE, low, high)
-//   .applies_when(ROW_IS(condition))  for rows of which condition(row) holds; of others the field stays 0 and
-//   no
-//                        bit is raised. A replay's set looks at the column alone.
+//   .create_only()                        a replay's create brings it, a replay's set leaves it out
+//   .replayed(NOT_ZERO)                   when a replay's set brings it: otherwise when the column
+//   .replayed(IN_RANGE, low, high)        differs from its value at creation
+//   .applies_when(ROW_IS(condition))      for rows of which condition(row) holds; of others the field
+//                                         stays 0 and no bit is raised. A replay looks at the column alone.
 //
 // Texts are cut at their field and filled with zeros, octets copied, numbers converted. Any thread; a map is
 // constant.
@@ -112,6 +111,8 @@ public:
 
     // Fills a zeroed record.
     void encode(const void* row, void* record) const;
+    // The same with the lines of no column alone: which object of the card is meant.
+    void encode_address(const void* row, void* record) const;
     // The bits of a set of these columns.
     ov_bmp_t set_mask(const void* row, const MIB_Flags_t& columns) const;
     // The bits of a read of these columns.

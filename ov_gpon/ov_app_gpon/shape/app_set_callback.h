@@ -2,7 +2,7 @@
 // follows from the card's answer. A module states its steps as data, so that the order can be read at the
 // call:
 //
-//     static constexpr SetCallback<ov_sTcontTable_attr_t, ov_gpon_tcont_attr_t> callback = {
+//     static constexpr SetCallback<ov_sTcontTable_attr_t, ov_gpon_tcont_attr_t> CALLBACK = {
 //         .message = OV_HAL_MSG_GPON_TCONT,
 //         .map = &tcont_map,
 //         .check = tcont_admits,
@@ -13,7 +13,7 @@
 //         .give_back = tcont_give_back,
 //         .failure = "set tcont to hal error",
 //     };
-//     return run_set_callback(callback, did, row, column_flag);
+//     return run_set_callback(CALLBACK, did, row, column_flag);
 //
 // All of it runs on the main loop, in the chain of an access; the send waits for the card unless the module
 // says otherwise.
@@ -173,8 +173,9 @@ int run_set_steps(const SetCallback<Row, Record>& callback, RowChange<Row>& chan
     const int message = callback.message_of ? callback.message_of(change) : callback.message;
     const int result = send_change(callback, change, message);
     const CardAnswer answer =
-        card_answer(result, message, callback.not_supported, callback.tag, "set to which not support");
+        card_answer(result, callback.not_supported, callback.tag, "set to which not support");
     if (answer == CardAnswer::FAILED) {
+        refuse_for_card(result, message);
         if (callback.give_back)
             callback.give_back(change);
         OV_LOG_ERROR(callback.tag, "%s", callback.failure);

@@ -10,19 +10,19 @@
 
 namespace {
 
-constexpr ov_init_step_t table_inits[] = {
+constexpr ov_init_step_t TABLE_INITS[] = {
 #define OV_TABLE_INIT(function) {#function, function},
 #include "table_init_list.def"
 #undef OV_TABLE_INIT
 };
-static_assert(std::size(table_inits) == 65);
+static_assert(std::size(TABLE_INITS) == 65);
 
-constexpr ov_init_step_t app_inits[] = {
+constexpr ov_init_step_t APP_INITS[] = {
 #define OV_APP_INIT(function) {#function, function},
 #include "app_init_list.def"
 #undef OV_APP_INIT
 };
-static_assert(std::size(app_inits) == 60);
+static_assert(std::size(APP_INITS) == 60);
 
 void run_list(std::span<const ov_init_step_t> list) {
     for (const ov_init_step_t& step : list) {
@@ -34,11 +34,11 @@ void run_list(std::span<const ov_init_step_t> list) {
 } // namespace
 
 std::span<const ov_init_step_t> ov_table_init_list() {
-    return table_inits;
+    return TABLE_INITS;
 }
 
 std::span<const ov_init_step_t> ov_app_init_list() {
-    return app_inits;
+    return APP_INITS;
 }
 
 void init_ovra_snmp_set() {

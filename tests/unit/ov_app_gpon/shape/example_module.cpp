@@ -23,11 +23,6 @@ constexpr MapLine EXAMPLE_LINES[] = {
     READ_ONLY(exampleLink, linkstauts),
 };
 
-Asked of_an_operational_onu(const Row& row) {
-    const auto* onu = find_row(onu_key<ov_sOnuTable_attr_t>(row));
-    return onu != nullptr && onu->sOnuTableOnuState == SONUTABLEONUSTATE_OPERATIONAL ? Asked::YES : Asked::NO;
-}
-
 constexpr FollowRows<ov_sOnuTable_attr_t, Row> FOLLOWS_ONU = {
     .key = [](const ov_sOnuTable_attr_t& onu) { return onu_key<Row>(onu); },
     .add = MIB_CREATEGO_N,
@@ -43,7 +38,7 @@ constinit const MessageMap<ov_sExampleTable_attr_t, ov_gpon_rmuni_attr_t> exampl
 RESTORE(example, SEXAMPLE, OV_HAL_MSG_GPON_RM_UNI, example_map, CREATED_AND_SET)
 
 int ov_example_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
-    static constexpr SetCallback<Row, Record> callback = {
+    static constexpr SetCallback<Row, Record> CALLBACK = {
         .message = OV_HAL_MSG_GPON_RM_UNI,
         .map = &example_map,
         .sent = SentChanges::EDITS_OF_ONUS,
@@ -53,7 +48,7 @@ int ov_example_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag
             [](RowChange<Row>& change) { return ov_app_gpon_follow_on_pair(SYNC_RMONU_UNISTATUS, change); },
         .failure = "set example to hal error",
     };
-    return run_set_callback(callback, did, row, column_flag);
+    return run_set_callback(CALLBACK, did, row, column_flag);
 }
 
 int ov_example_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
@@ -61,15 +56,14 @@ int ov_example_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /
 }
 
 int ov_example_table_get_callback(MIBDID /*did*/, void* row, MIB_Flags_t column_flag) {
-    static constexpr GetCallback<Row, Record> callback = {
+    static constexpr GetCallback<Row, Record> CALLBACK = {
         .message = OV_HAL_MSG_GPON_RM_UNI,
         .map = &example_map,
         .columns = columns_of(column::exampleLink),
-        .asked = of_an_operational_onu,
-        .address = [](const Row& row, Record& record) { record.onuIfindex = onu_ifindex_of(row); },
+        .asked = ov_app_gpon_asked_of_onu,
         .failure = "get example from low level error",
     };
-    return run_get_callback(callback, row, column_flag);
+    return run_get_callback(CALLBACK, row, column_flag);
 }
 
 int ov_example_onutable_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {

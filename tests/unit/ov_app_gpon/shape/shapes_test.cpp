@@ -89,7 +89,7 @@ constexpr MessageMap<Row, Record> map(LINES);
 
 TEST(SetShape, ChoosesItsMessageByTheRow) {
     run([](AppChassis& chassis) {
-        static constexpr SetCallback<Row, ov_gpon_qinq_attr_t> callback = {
+        static constexpr SetCallback<Row, ov_gpon_qinq_attr_t> CALLBACK = {
             .message_of =
                 [](const Change& change) {
                     return int{change.row.onuId == 0 ? OV_HAL_MSG_GPON_PORT_QINQ : OV_HAL_MSG_GPON_ONU_QINQ};
@@ -99,7 +99,7 @@ TEST(SetShape, ChoosesItsMessageByTheRow) {
         for (const int onu : {0, 7}) {
             Row row = row_at(SLOT, onu);
             Change change{row, LIMIT, OV_HAL_GPON_MSG_ACTION_SET};
-            EXPECT_EQ(run_set_steps(callback, change), SET_ACCEPTED);
+            EXPECT_EQ(run_set_steps(CALLBACK, change), SET_ACCEPTED);
         }
         const auto seen = chassis.messages(2);
         ASSERT_THAT(seen, SizeIs(2));
