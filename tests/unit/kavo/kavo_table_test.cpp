@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "frr_fixture.h"
 #include "cli_call.h"
+#include "frr_fixture.h"
 
 namespace {
 
