@@ -262,14 +262,18 @@ int ov_gemport_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /
 
 // ---- with the owner ---------------------------------------------------------------------------------------
 
+namespace {
+
+void log_left_gemport(const Gem& row) {
+    OV_LOG_ERROR("MMG", "del gemport fail onuid: %d, gem id: %d", row.onuId, static_cast<int>(row.gemID));
+}
+
+} // namespace
+
 void ov_gemport_table_iterate_del(ov_sOnuTable_attr_t* onu) {
     static constexpr OwnedRows<Gem> OWNED = {
         .appid = &gpon_gemport_appid,
-        .failed =
-            [](const Gem& row) {
-                OV_LOG_ERROR("MMG", "del gemport fail onuid: %d, gem id: %d", row.onuId,
-                             static_cast<int>(row.gemID));
-            },
+        .failed = log_left_gemport,
     };
     remove_owned_rows(OWNED, *onu);
 }

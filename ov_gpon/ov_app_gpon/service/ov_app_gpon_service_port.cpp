@@ -401,15 +401,19 @@ int ov_service_port_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flag
 
 // ---- with the owner ---------------------------------------------------------------------------------------
 
+namespace {
+
+void log_left_service_port(const ServicePort& row) {
+    OV_LOG_ERROR("MMG", "del service port fail onuid: %d, service port id: %d", row.onuId, row.servicePortId);
+}
+
+} // namespace
+
 void ov_service_port_table_iterate_del(ov_sOnuTable_attr_t* onu) {
     static constexpr OwnedRows<ServicePort> OWNED = {
         .columns = DELETED,
         .appid = &gpon_service_port_appid,
-        .failed =
-            [](const ServicePort& row) {
-                OV_LOG_ERROR("MMG", "del service port fail onuid: %d, service port id: %d", row.onuId,
-                             row.servicePortId);
-            },
+        .failed = log_left_service_port,
     };
     remove_owned_rows(OWNED, *onu);
 }

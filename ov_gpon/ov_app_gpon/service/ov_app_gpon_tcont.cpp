@@ -346,14 +346,18 @@ int ov_tcont_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) 
 
 // ---- with the owner ---------------------------------------------------------------------------------------
 
+namespace {
+
+void log_left_tcont(const Tcont& row) {
+    OV_LOG_ERROR("MMG", "delete tcont fail! onuid:%d, tcontid:%d", row.onuId, static_cast<int>(row.tcontId));
+}
+
+} // namespace
+
 int ov_tcont_table_iterate_del(ov_sOnuTable_attr_t* ponu_attr) {
     static constexpr OwnedRows<Tcont> OWNED = {
         .appid = &gpon_tcont_appid,
-        .failed =
-            [](const Tcont& row) {
-                OV_LOG_ERROR("MMG", "delete tcont fail! onuid:%d, tcontid:%d", row.onuId,
-                             static_cast<int>(row.tcontId));
-            },
+        .failed = log_left_tcont,
         .stops = true,
     };
     return remove_owned_rows(OWNED, *ponu_attr) ? 1 : 0;
