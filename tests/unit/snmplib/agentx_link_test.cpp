@@ -42,7 +42,7 @@ bool connects() {
 
 // What a whole agent on the event loop may be held for by a master, with room for a busy machine. It would
 // be for ever, or for each of many answers in vain.
-constexpr int HELD_MS = 5 * AGENTX_PASS_MS;
+constexpr int HELD_MS = 25 * AGENTX_PASS_MS;
 
 // Runs the loop until done, or for ten seconds; the longest time for which other events waited, in ms.
 int longest_hold(const std::function<bool()>& done) {
