@@ -4,8 +4,8 @@ set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS ON) # libfrr's headers need typeof
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-# The build type Dev has no flags of its own: not optimised, without debug information, and so quick to build. For a
-# debugger: cmake --preset dev -D CMAKE_CXX_FLAGS_DEV="-Og -g"
+# The build type Dev has the flags that its preset gives it: some optimisation, so that the compiler sees and the tests
+# run what is shipped, and debug information.
 
 set(GPON_SANITIZE "" CACHE STRING "Build with sanitizers: address (and undefined behaviour), thread, or none")
 set_property(CACHE GPON_SANITIZE PROPERTY STRINGS "" address thread)

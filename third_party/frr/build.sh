@@ -1,30 +1,28 @@
 #!/bin/sh
-# Build libfrr from the distribution's source package with our patches.
+# Builds libfrr from the distribution's source package with our patches.
 #
-#   build.sh            build unless it is there already
-#   build.sh --prefix   only print the prefix
+#   build.sh [--target]            build unless it is there already (about a minute)
+#   build.sh [--target] --prefix   only print the prefix
 #
-# The result is cached below GPON_CACHE_DIR (default: gpon in the user's cache
-# directory), under a name made from everything that decides what comes out:
-# PREFIX/lib/libfrr.so*, PREFIX/include/frr/*.h. It needs no root, only the
-# packages of packages.txt and the machine's own apt sources. The log of a
-# build that fails is kept; its path is printed.
+# --target: for 32-bit big-endian PowerPC, with the libraries of ../powerpc/build.sh and a tool of this machine's own
+# libfrr; both must be built. The result: PREFIX/lib/libfrr.so*, PREFIX/include/frr/*.h.
 set -eu
-
 version=8.4.4
 here=$(cd "$(dirname "$0")" && pwd)
-cache=${GPON_CACHE_DIR:-${XDG_CACHE_HOME:-${HOME:?HOME or GPON_CACHE_DIR must be set}/.cache}/gpon}
+# shellcheck source=../recipe.sh
+. "$here/../recipe.sh"
+# shellcheck source=../powerpc/flags.sh
+. "$here/../powerpc/flags.sh"
 
-recipe_hash() {
-    {
-        cat "$here/build.sh"
-        for p in "$here"/patches/*.patch; do cat "$p"; done
-        uname -m
-    } | LC_ALL=C sha256sum | cut -c1-12
-}
-
-prefix=$cache/frr-$version-$(recipe_hash)
-stamp=$prefix/.complete
+native=$recipe_cache/frr-$version-$(recipe_hash "$here/build.sh" "$here"/patches/*.patch)
+prefix=$native
+what="libfrr $version"
+if [ "${1-}" = --target ]; then
+    shift
+    libraries=$("$here/../powerpc/build.sh" --prefix)
+    prefix=$recipe_cache/frr-$version-target-$(echo "$native $libraries" | recipe_hash -)
+    what="$what for the target"
+fi
 
 case ${1-} in
 --prefix)
@@ -33,65 +31,15 @@ case ${1-} in
     ;;
 '') ;;
 *)
-    echo "usage: build.sh [--prefix]" >&2
+    echo "usage: build.sh [--target] [--prefix]" >&2
     exit 2
     ;;
 esac
 
-if [ -e "$stamp" ]; then
-    exit 0
-fi
-
-# Two callers don't build twice: the second waits here and finds the result.
-mkdir -p "$cache"
-exec 9>"$cache/frr.lock"
-flock 9
-if [ -e "$stamp" ]; then
-    exit 0
-fi
-
-log=$cache/frr-build.log
-work=$(mktemp -d "$cache/frr-build.XXXXXX")
-finish() {
-    rc=$?
-    trap - EXIT
-    rm -rf "$work"
-    if [ $rc -ne 0 ]; then
-        echo "libfrr $version: building it failed; see $log" >&2
-        tail -n 5 "$log" | cut -c1-160 | sed 's/^/    /' >&2
-    fi
-    exit $rc
-}
-trap finish EXIT
-trap 'exit 130' INT TERM HUP
-: >"$log"
-
-# Rewrite the machine's own package sources into ones for source packages,
-# in both of apt's formats. Whatever signing keys they name stay in force.
-source_lists() {
-    eval "$(apt-config shell list Dir::Etc::sourcelist/f parts Dir::Etc::sourceparts/d)"
-    mkdir -p "$work/apt/parts" "$work/apt/lists/partial" "$work/apt/cache/archives/partial"
-    for f in "$list" "$parts"/*.list; do
-        [ -r "$f" ] && sed -n 's/^[[:space:]]*deb\([[:space:]]\)/deb-src\1/p' "$f"
-    done >"$work/apt/parts/machine.list"
-    for f in "$parts"/*.sources; do
-        if [ -r "$f" ]; then
-            sed 's/^Types:.*/Types: deb-src/' "$f" >"$work/apt/parts/$(basename "$f")"
-        fi
-    done
-}
-
-apt_get() {
-    apt-get -q -o Dir::Etc::SourceList=/dev/null -o Dir::Etc::SourceParts="$work/apt/parts" \
-        -o Dir::State::Lists="$work/apt/lists" -o Dir::Cache="$work/apt/cache" "$@"
-}
-
 fetch() {
-    source_lists
-    # A foreign list without source packages makes an error here and does no harm.
-    apt_get update || true
-    apt_get source frr
-    [ -d "frr-$version" ] || {
+    recipe_source_lists
+    recipe_fetch frr frr
+    grep -q "AC_INIT(\[*frr\]*, \[*$version" frr/configure.ac || {
         echo "the distribution's frr isn't $version"
         return 1
     }
@@ -114,15 +62,27 @@ compile() {
         patch --batch -p1 <"$p"
     done
     autoreconf -i
+    flags="-ffile-prefix-map=$PWD=frr"
+    if [ "$prefix" = "$native" ]; then
+        flags="-O2 -g $flags"
+        set --
+    else
+        # Its configure script can't know what backtrace() does there.
+        flags="$target_flags $flags -I$libraries/include"
+        export PKG_CONFIG_LIBDIR="$libraries/lib/pkgconfig"
+        set -- --build="$(gcc -dumpmachine)" --host="$target_host" --with-clippy="$native/bin/clippy" --disable-backtrace \
+            LDFLAGS="-L$libraries/lib -Wl,-rpath-link,$libraries/lib"
+    fi
     # shellcheck disable=SC2046 # one option per word
     ./configure $(configure_options) --prefix=/usr --sysconfdir=/etc/gpon --localstatedir=/var/run \
-        CFLAGS="-O2 -g -ffile-prefix-map=$PWD=frr" PYTHON=/usr/bin/python3
+        CFLAGS="$flags" PYTHON=/usr/bin/python3 "$@"
     make -j2 lib/libfrr.la
 }
 
-# Only the library and the headers that its users can reach.
+# Only the library and the headers that its users can reach, and the tool of its own that a build for the target runs.
 install_to() {
-    mkdir -p "$1/lib" "$1/include/frr"
+    mkdir -p "$1/lib" "$1/include/frr" "$1/bin"
+    [ "$prefix" != "$native" ] || cp lib/clippy "$1/bin/"
     cp -P lib/.libs/libfrr.so lib/.libs/libfrr.so.* "$1/lib/"
     (cd lib && find . -name '*.h' ! -name clippy.h ! -name '*_int.h' ! -path './printf/*' | tar -cf - -T -) |
         tar -xf - -C "$1/include/frr"
@@ -135,25 +95,11 @@ install_to() {
     sed -i -f "$work/includes.sed" "$1"/include/frr/*.h
 }
 
-# The steps run in a shell of their own, where -e stops at the first failure.
-build() (
-    set -ex
-    cd "$work"
+build() {
     fetch
-    cd "frr-$version"
+    cd frr
     compile
     install_to "$work/out"
-)
+}
 
-echo "libfrr $version: building it, once for this machine (about a minute)" >&2
-# Not "if build": -e has no effect inside a tested command.
-set +e
-build >>"$log" 2>&1 9>&-
-rc=$?
-set -e
-[ $rc -eq 0 ] || exit $rc
-
-touch "$work/out/.complete"
-rm -rf "$prefix"
-mv "$work/out" "$prefix"
-rm -f "$log"
+recipe_build "$what" "$prefix"
