@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Takes away again what ./run, ./test and tools/setup.sh have put on this machine.
-#   tools/clean.sh              this directory's builds, the cached libfrr, the shell's history
+#   tools/clean.sh              this directory's builds, the cached libraries and kernels, the shell's history
 #   tools/clean.sh --packages   also the packages that setup installed and nothing else needs, after a question
 #   --yes                       without the question
 #   --dry-run                   only says what would go
@@ -114,7 +114,7 @@ if ./run --exec true 2>/dev/null; then
 fi
 remove build
 find . -name __pycache__ -not -path './.git/*' -prune | while read -r directory; do remove "$directory"; done
-remove_from "$cache" "$cache"/frr-[0-9]*-* "$cache"/frr-build.* "$cache/frr.lock"
+remove_from "$cache" "$cache"/frr-[0-9]*-* "$cache"/powerpc-* "$cache"/linux-* "$cache"/build.* "$cache/frr.lock"
 remove "$state/gponsh"
 [ $packages -eq 0 ] || remove_packages
 [ $dry -eq 1 ] || rmdir "$state/gpon" 2>/dev/null || true

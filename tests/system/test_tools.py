@@ -243,7 +243,8 @@ def used_tree(package_tree):
     """A tree that was set up, built and run."""
     assert in_tree(package_tree, "tools/setup.sh").returncode == 0
     for made in ("build/dev/bin/gpon", "tools/demo/__pycache__/tour.pyc", "docs/page.md", "home/.cache/gpon/frr-8.4.4-0123/lib.so",
-                 "home/.cache/gpon/frr.lock", "home/.local/state/gponsh/history", "home/.cache/ccache/other"):  # fmt: skip
+                 "home/.cache/gpon/frr-8.4.4-0123.log", "home/.cache/gpon/powerpc-0123/lib/libyang.so", "home/.cache/gpon/linux-amd64-0123/vmlinux",
+                 "home/.local/state/gponsh/history", "home/.cache/ccache/other"):  # fmt: skip
         (package_tree / made).parent.mkdir(parents=True, exist_ok=True)
         (package_tree / made).write_text("x")
     return package_tree

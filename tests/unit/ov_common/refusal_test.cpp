@@ -102,7 +102,9 @@ TEST_F(Refusal, IsOfItsThread) {
 TEST_F(Refusal, CutsLongTextsAndKeepsThemOnOneLine) {
     OvRefusal door("snmp");
     ov_refusal_because("no profile \"a\nb\x7f%s\"", std::string(1000, 'x').c_str());
-    ov_refusal_at(1, (std::string(1000, 'r') + "\r\n").c_str());
+    std::string with_line_end(1000, 'r');
+    with_line_end += "\r\n";
+    ov_refusal_at(1, with_line_end.c_str());
     const std::string text = door.refuse(nullptr, nullptr);
     EXPECT_EQ(text.find_first_of("\r\n\x7f"), text.npos);
     EXPECT_EQ(text.substr(0, 17), "no profile \"a?b?x");

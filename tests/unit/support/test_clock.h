@@ -159,8 +159,8 @@ private:
     static timespec wall() {
         const auto since = current()->now_.time_since_epoch() + current()->wall_minus_mono_;
         const auto seconds = std::chrono::floor<std::chrono::seconds>(since);
-        return {.tv_sec = seconds.count(),
-                .tv_nsec = std::chrono::duration_cast<std::chrono::nanoseconds>(since - seconds).count()};
+        const auto rest = std::chrono::duration_cast<std::chrono::nanoseconds>(since - seconds);
+        return {.tv_sec = seconds.count(), .tv_nsec = static_cast<long>(rest.count())};
     }
     static ov_mono_time_t mono() { return current()->now_; }
     static constexpr ov_clock_source_t SOURCE = {.wall = wall, .mono = mono};
