@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <sys/signalfd.h>
 
+#include "card_carrier.h"
 #include "chassis.h"
 #include "control_socket.h"
 #include "scenario.h"
@@ -17,7 +18,7 @@ constexpr int EXIT_RUN = 1;   // a port or socket can't be had, or the scenario 
 constexpr int EXIT_USAGE = 2; // wrong options, or a mistake in the scenario
 
 constexpr char USAGE[] =
-    "Usage: chassis-sim [--scenario FILE] [--control PATH] [--check]\n"
+    "Usage: chassis-sim [--scenario FILE] [--control PATH] [--carrier unix|tipc] [--check]\n"
     "\n"
     "Plays the chassis around the daemon: the system controller (127.0.0.1 port 30000), the\n"
     "heartbeat monitor (/tmp/uds_hb.socket) and the environment store ($OV_ENV_DIR, or\n"
@@ -27,6 +28,8 @@ constexpr char USAGE[] =
     "\n"
     "  --scenario FILE   commands to run; see \"simctl help\" for the commands\n"
     "  --control PATH    control socket (/var/run/chassis-sim.ctl)\n"
+    "  --carrier NAME    what the line cards are reached by: unix, or tipc where the kernel has\n"
+    "                    it (OV_IPC_CARRIER, or unix)\n"
     "  --check           check the scenario and exit\n"
     "  --help            this text\n"
     "\n"
@@ -50,10 +53,11 @@ void complain(const std::string& why) {
 }
 
 Options parse(int argc, char** argv) {
-    enum { SCENARIO = 256, CONTROL, CHECK, HELP };
+    enum { SCENARIO = 256, CONTROL, CARRIER, CHECK, HELP };
     const option longopts[] = {
         {"scenario", required_argument, nullptr, SCENARIO},
         {"control", required_argument, nullptr, CONTROL},
+        {"carrier", required_argument, nullptr, CARRIER},
         {"check", no_argument, nullptr, CHECK},
         {"help", no_argument, nullptr, HELP},
         {nullptr, 0, nullptr, 0},
@@ -67,6 +71,10 @@ Options parse(int argc, char** argv) {
             break;
         case CONTROL:
             opt.control = optarg;
+            break;
+        case CARRIER:
+            if (!choose_card_carrier(optarg))
+                bad_usage(std::string("no such carrier: ") + optarg);
             break;
         case CHECK:
             opt.check = true;

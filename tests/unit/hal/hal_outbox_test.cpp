@@ -1,4 +1,4 @@
-// Cards that don't keep up, or don't read at all, over the datagram carrier.
+// Cards that don't keep up, or don't read at all, over the carrier of carrier.h.
 #include "hal_outbox.h"
 
 #include <gmock/gmock.h>
@@ -93,6 +93,21 @@ TEST(HalOutbox, TheLoopSleepsWhileACardDoesNotRead) {
             thread_call(&event);
         EXPECT_LT(events, 20);
         EXPECT_GT(hal_outbox_messages(3), 0u);
+    });
+}
+
+TEST(HalOutbox, AFullRestoreArrivesWholeAndInOrderAtACardThatReadsSlowly) {
+    hal_chassis::run([](HalChassis& chassis) {
+        constexpr uint32_t COUNT = 60000;
+        FakeCard card(3);
+        card.rest_after(50);
+        HalChassis::activate(3);
+        LogCapture::clear();
+        post_all(3, COUNT);
+        EXPECT_GT(hal_outbox_messages(3), 0u);
+        ASSERT_TRUE(loop_until([&] { return card.count() == COUNT; }));
+        EXPECT_TRUE(numbers(card.seen()) == up_to(COUNT));
+        EXPECT_THAT(chassis.log.lines(), IsEmpty());
     });
 }
 
