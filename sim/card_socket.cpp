@@ -148,13 +148,13 @@ bool IpcSender::transmit(const IpcName& to, Peer& peer, const std::vector<uint8_
             return false;
         fresh = true;
     }
+    collect(peer);
+    try_again_later(to, peer);
     return true;
 }
 
 bool IpcSender::send(const IpcName& to, std::vector<uint8_t> frame) {
     Peer& peer = peers_[to];
-    collect(peer);
-    try_again_later(to, peer);
     if (!peer.queue.empty()) {
         peer.queue.push_back(std::move(frame));
         return true;

@@ -1,17 +1,21 @@
 #include "tools.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <map>
-#include <sstream>
+#include <thread>
+#include <utility>
 
-#include <csignal>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -89,47 +93,60 @@ int accept_at(const std::string& path) {
     return sock < 0 ? complain(path) : copy_both_ways(sock);
 }
 
-// ---- processes ---------------------------------------------------------------------------------------
+// ---- files -------------------------------------------------------------------------------------------
 
-std::map<std::string, std::string> status_of(const fs::path& process) {
-    std::map<std::string, std::string> fields;
-    std::ifstream file(process / "status");
-    for (std::string line; std::getline(file, line);)
-        if (const size_t colon = line.find(":\t"); colon != std::string::npos)
-            fields[line.substr(0, colon)] = line.substr(colon + 2);
-    return fields;
+constexpr std::chrono::milliseconds LOOK_AGAIN{20};
+
+// 0 for nothing there; otherwise a number that another file of the same path doesn't have.
+uint64_t identity(const std::string& path) {
+    struct stat st = {};
+    if (stat(path.c_str(), &st) != 0)
+        return 0;
+    return (uint64_t(st.st_ino) << 32 | uint64_t(st.st_ctim.tv_sec) << 10 |
+            uint64_t(st.st_ctim.tv_nsec) >> 20) +
+           1;
 }
 
-std::string with_commas(std::string words) {
-    for (char& c : words)
-        if (c == '\t' || c == ' ')
-            c = ',';
-    return words;
+int watch(const std::vector<std::string>& paths) {
+    std::map<std::string, uint64_t> known;
+    for (;;) {
+        for (const std::string& path : paths) {
+            const uint64_t now = identity(path);
+            if (now == std::exchange(known[path], now))
+                continue;
+            const std::string line = (now != 0 ? "+ " : "- ") + path + "\n";
+            if (!write_all(1, line.data(), ssize_t(line.size())))
+                return 0;
+        }
+        std::this_thread::sleep_for(LOOK_AGAIN);
+    }
 }
 
-void print_process(const fs::path& process) {
-    std::error_code gone;
-    const std::string space = fs::read_symlink(process / "ns/pid", gone);
-    auto fields = status_of(process);
-    if (gone || fields.empty())
-        return;
-    std::printf("%s %s %s %c %s %s %s\n", process.filename().c_str(), fields["PPid"].c_str(), space.c_str(),
-                fields["State"][0], fields["Threads"].c_str(), with_commas(fields["NSpid"]).c_str(),
-                fields["Name"].c_str());
+int follow(const std::string& path) {
+    char piece[65536];
+    int fd = -1;
+    uint64_t file = 0;
+    for (;;) {
+        struct stat st = {};
+        if (stat(path.c_str(), &st) == 0 && (fd < 0 || st.st_ino != file)) {
+            if (fd >= 0)
+                close(fd);
+            fd = open(path.c_str(), O_RDONLY);
+            file = st.st_ino;
+        }
+        const ssize_t got = fd >= 0 ? read(fd, piece, sizeof piece) : 0;
+        if (got > 0 && !write_all(1, piece, got))
+            return 0;
+        if (got <= 0)
+            std::this_thread::sleep_for(LOOK_AGAIN);
+    }
 }
 
-int print_processes() {
-    for (const auto& entry : fs::directory_iterator("/proc"))
-        if (std::isdigit(static_cast<unsigned char>(entry.path().filename().string()[0])) != 0)
-            print_process(entry.path());
-    return 0;
-}
-
-int send_signal(const std::vector<std::string>& words) {
-    for (size_t n = 2; n < words.size(); n++)
-        if (kill(std::atoi(words[n].c_str()), std::atoi(words.at(1).c_str())) != 0)
-            return complain(words[n]);
-    return 0;
+int put(const std::string& path) {
+    fs::create_directories(fs::path(path).parent_path());
+    std::ofstream file(path, std::ios::binary);
+    file << std::cin.rdbuf();
+    return file.flush() ? 0 : complain(path);
 }
 
 } // namespace
@@ -140,10 +157,12 @@ int run_tool(const std::vector<std::string>& words) {
         return connect_to(words[1]);
     if (tool == "accept" && words.size() == 2)
         return accept_at(words[1]);
-    if (tool == "processes")
-        return print_processes();
-    if (tool == "kill" && words.size() > 2)
-        return send_signal(words);
+    if (tool == "watch" && words.size() > 1)
+        return watch({words.begin() + 1, words.end()});
+    if (tool == "follow" && words.size() == 2)
+        return follow(words[1]);
+    if (tool == "put" && words.size() == 2)
+        return put(words[1]);
     std::fprintf(stderr, "vm: no such tool: %s\n", tool.c_str());
     return 2;
 }

@@ -2,10 +2,9 @@
 //
 //   connect PATH    a connection to a Unix stream socket, in place of standard input and output
 //   accept PATH     listens at a Unix stream socket, and is the first connection to it
-//   processes       a line for each process: pid, parent, its pid namespace, state, threads, its pids in
-//   nested
-//                   namespaces (with commas), name
-//   kill SIGNAL PID...
+//   watch PATH...   a line "+ PATH" when a socket or file appears there, or another one, "- PATH" when it
+//   goes follow PATH     what stands in a file, and what comes to it put PATH        standard input becomes a
+//   file, with the directories above it
 #pragma once
 
 #include <string>
