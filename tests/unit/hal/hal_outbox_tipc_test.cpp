@@ -262,10 +262,13 @@ TEST(HalOutboxTipc, AFullRestoreArrivesWholeAndInOrderAtACardThatReadsSlowly) {
         constexpr uint32_t COUNT = 60000;
         TipcCard card(3);
         post_all(3, 0, COUNT);
-        ASSERT_TRUE(loop_until([&] {
-            card.read(200);
-            return card.seen.size() >= COUNT;
-        }));
+        for (size_t before = 0; card.seen.size() < COUNT; before = card.seen.size()) {
+            loop_until([&] {
+                card.read(200);
+                return card.seen.size() >= COUNT;
+            });
+            ASSERT_GT(card.seen.size(), before);
+        }
         EXPECT_TRUE(card.numbers() == up_to(COUNT));
         EXPECT_THAT(chassis.log.lines(), IsEmpty());
     });
