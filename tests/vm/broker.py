@@ -1,6 +1,6 @@
 """Programs of other processes run in a virtual machine: a Unix socket in front of its agent.
 
-A client sends one line of JSON, {"argv": [...], "env": {...}, "pty": false}, and then frames: a kind (1 byte), a length (4
+A client sends one line of JSON, {"argv": [...], "env": {...}, "pty": false, "cwd": "/"}, and then frames: a kind (1 byte), a length (4
 bytes, high byte first), a payload. From the client "I" (input; empty: its end) and "K" (a signal's number); to it "O", "E" and at
 last "X" (the exit status as subprocess has it). The program is killed when the client goes.
 """
@@ -63,7 +63,7 @@ class Broker:
 
 def serve(vm, requests, answers):
     order = json.loads(requests.readline())
-    program = vm.spawn(*order["argv"], env=order["env"], pty=order["pty"])
+    program = vm.spawn(*order["argv"], env=order["env"], pty=order["pty"], cwd=order["cwd"])
     threading.Thread(target=_tell, args=(program, answers), daemon=True).start()
     while (got := read_frame(requests)) is not None:
         kind, payload = got
@@ -90,12 +90,12 @@ def _tell(program, answers):
 class Inside:
     """A client: a program in the machine."""
 
-    def __init__(self, directory, argv, env=None, pty=False):
+    def __init__(self, directory, argv, env=None, pty=False, cwd="/"):
         self.sock = socket.socket(socket.AF_UNIX)
         at(directory, SOCKET, self.sock.connect)
         self._stream = self.sock.makefile("rb")
         self._guard = threading.Lock()
-        order = {"argv": list(map(str, argv)), "env": env or {}, "pty": pty}
+        order = {"argv": list(map(str, argv)), "env": env or {}, "pty": pty, "cwd": cwd}
         self.sock.sendall(json.dumps(order).encode() + b"\n")
 
     def tell(self, kind, payload=b""):

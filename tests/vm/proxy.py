@@ -50,7 +50,7 @@ class Place:
         return {**kept, "PATH": self.path, "OV_IPC_CARRIER": os.environ.get("GPON_VM_CARRIER", self.carrier)}
 
     def inside(self, *argv, pty=False):
-        return Inside(self.directory, argv, self.env(), pty)
+        return Inside(self.directory, argv, self.env(), pty, os.getcwd())
 
     def in_sandbox(self, *argv, pty=False):
         return self.inside(f"{self.bin}/gpon-sandbox", "--enter", PID_FILE.read_text(), "--", *argv, pty=pty)

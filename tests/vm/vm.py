@@ -189,8 +189,11 @@ class Vm:
 
     def tell(self, channel, kind, payload=b""):
         frame = struct.pack(">IH", len(payload), channel) + kind + payload
-        with self._guard:
-            self._port.sendall(frame)
+        try:
+            with self._guard:
+                self._port.sendall(frame)
+        except OSError:
+            pass  # the machine has gone; whoever waits for an answer hears of that
 
     def _listen(self):
         try:
@@ -215,10 +218,10 @@ class Vm:
 
     # ---- programs --------------------------------------------------------------------------------------------
 
-    def spawn(self, *argv, env=None, pty=False):
+    def spawn(self, *argv, env=None, pty=False, cwd="/"):
         """Starts a program with exactly these variables."""
         variables = [f"{name}={value}" for name, value in (env or {"PATH": os.environ["PATH"]}).items()]
-        words = ["pty" if pty else "pipe", str(len(variables)), *variables, *map(str, argv)]
+        words = ["pty" if pty else "pipe", str(cwd), str(len(variables)), *variables, *map(str, argv)]
         with self._guard:
             self._channel = self._channel % 0xFFFF + 1
             channel = self._channel

@@ -36,6 +36,7 @@ struct Program {
 
 struct Start {
     bool pty = false;
+    std::string directory;
     std::vector<std::string> variables;
     std::vector<std::string> arguments;
 };
@@ -82,9 +83,10 @@ std::vector<std::string> texts(const std::string& payload) {
 
 Start read_start(const std::string& payload) {
     const std::vector<std::string> all = texts(payload);
-    const auto variables = 2 + std::atol(all.at(1).c_str());
+    const auto variables = 3 + std::atol(all.at(2).c_str());
     return {.pty = all[0] == "pty",
-            .variables = {all.begin() + 2, all.begin() + variables},
+            .directory = all.at(1),
+            .variables = {all.begin() + 3, all.begin() + variables},
             .arguments = {all.begin() + variables, all.end()}};
 }
 
@@ -106,6 +108,8 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
+    if (chdir(start.directory.c_str()) != 0 && chdir("/") != 0)
+        _exit(126);
     clearenv();
     for (std::string& variable : start.variables)
         putenv(variable.data());

@@ -3,9 +3,9 @@
 // What goes over the port are frames: the payload's length (4 bytes, high byte first), a channel that the
 // runner numbers (2 bytes), a kind (1 byte), the payload.
 //
-//   from the runner  'S'  start a program: texts that end with NUL: "pty" or "pipe", how many variables, the
-//   variables
-//                         NAME=VALUE, the program's arguments
+//   from the runner  'S'  start a program: texts that end with NUL: "pty" or "pipe", the directory to start
+//   in (or /
+//                         where there is none), how many variables, the variables NAME=VALUE, the arguments
 //                    'I'  input for it; empty: its end
 //                    'K'  a signal's number as text, for the program and its process group
 //   to the runner    'R'  the agent is ready (channel 0)
