@@ -153,7 +153,7 @@ def run_system(machine, place, results, only):
     report = machine.work / "system.xml"
     report.unlink(missing_ok=True)
     env = {**os.environ, "GPON_BUILD_DIR": str(place), "PYTHONDONTWRITEBYTECODE": "1", "PYTHONPATH": f"{HERE}:{REPO}/tests/system"}
-    command = ["/usr/bin/python3", "-m", "pytest", "-q", "-p", "no:cacheprovider", "-p", "patience", f"--junitxml={report}", *tests]
+    command = ["/usr/bin/python3", "-m", "pytest", "-q", "-p", "no:cacheprovider", "-p", "patience", "-n", "3", f"--junitxml={report}", *tests]
     began = time.monotonic()
     try:
         done = subprocess.run(command, cwd=REPO, env=env, capture_output=True, text=True, timeout=SYSTEM_LIMIT)
