@@ -91,7 +91,8 @@ void flood(int fd) {
     IpcSender sender(loop);
     uint32_t board = 8;
     uint32_t records_per_second = 1000;
-    Card card({loop, records, sender, board, records_per_second}, SIM_SLOT);
+    Capture capture; // without a file
+    Card card({loop, records, sender, board, records_per_second, capture}, SIM_SLOT);
     std::string error;
     if (!card.open(error)) {
         fprintf(stderr, "%s\n", error.c_str());

@@ -42,6 +42,17 @@ if(GPON_NO_CRASH_HANDLERS)
   add_compile_definitions(GPON_NO_CRASH_HANDLERS)
 endif()
 
+option(GPON_RUN_HERE "Programs for the target start with the compiler's C library and the libraries where they were built" OFF)
+if(GPON_RUN_HERE)
+  set(C_LIBRARY /usr/powerpc-linux-gnu/lib) # of libc6-powerpc-cross
+  # DT_RPATH: it holds for the libraries' own libraries too.
+  add_link_options(-Wl,--dynamic-linker=${C_LIBRARY}/ld.so.1 -Wl,--disable-new-dtags
+                   -Wl,-rpath,${GPON_TARGET_LIBRARIES}/lib:${C_LIBRARY})
+endif()
+if(CMAKE_CROSSCOMPILING)
+  add_link_options(-Wl,-rpath-link,${GPON_TARGET_LIBRARIES}/lib)
+endif()
+
 find_package(Threads REQUIRED)
 find_package(GTest REQUIRED)
 find_package(benchmark REQUIRED)
@@ -100,6 +111,8 @@ function(gpon_unit_test)
   endif()
   string(REPLACE "/" "_" T_NAME unit_${T_FOLDER})
   gpon_executable(${T_NAME} ${T_SOURCES})
+  # A third of a test's compile time would be the debug information of the framework's types.
+  target_compile_options(${T_NAME} PRIVATE -O1 -g1)
   if(NOT T_WITHOUT_LOOP)
     target_link_libraries(${T_NAME} PRIVATE $<TARGET_OBJECTS:on_loop> ov_common)
   endif()

@@ -61,6 +61,7 @@ void Card::restart() {
 
 void Card::handle(std::span<const uint8_t> frame) {
     ++counters_.received;
+    shelf_.capture.add(slot_, frame);
     CardRequest request;
     auto refusal = parse_card_request(frame, request);
     if (!refusal)

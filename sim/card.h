@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 
+#include "capture.h"
 #include "card_frame.h"
 #include "card_objects.h"
 #include "card_socket.h"
@@ -26,6 +27,7 @@ struct CardShelf {
     uint32_t& board; // slot of the daemon's board; a request tells it
     // Messages that each card puts on record in a second; more are only counted.
     uint32_t& records_per_second;
+    Capture& capture; // of what they all are sent
 };
 
 struct CardCounters {

@@ -12,7 +12,7 @@
 class Cards {
 public:
     Cards(EventLoop& loop, Records& records, const EnvStore& env)
-        : env_(env), sender_(loop), shelf_{loop, records, sender_, board_, records_per_second_} {}
+        : env_(env), sender_(loop), shelf_{loop, records, sender_, board_, records_per_second_, capture_} {}
     Cards(const Cards&) = delete;
     Cards& operator=(const Cards&) = delete;
 
@@ -30,12 +30,14 @@ public:
     void set_board(uint32_t slot) { board_ = slot; }
     void set_records_per_second(uint32_t limit) { records_per_second_ = limit; }
     const IpcSender& sender() const { return sender_; }
+    Capture& capture() { return capture_; }
 
 private:
     const EnvStore& env_;
     IpcSender sender_;
     uint32_t board_ = 0; // 0: not known yet
     uint32_t records_per_second_ = 500;
+    Capture capture_;
     CardShelf shelf_;
     std::map<uint32_t, std::unique_ptr<Card>> cards_;
 };

@@ -9,6 +9,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include "byte_order.h"
 #include "text.h"
 
 namespace {
@@ -66,7 +67,9 @@ struct Controller::Reply {
     FrameOverrides header;
 
     std::vector<uint8_t> bytes() const {
-        const umsg_reply_head_t head{errcode, static_cast<uint32_t>(data.size()) + len_add};
+        const umsg_reply_head_t head{
+            daemon_order::swapped_if_foreign(errcode),
+            daemon_order::swapped_if_foreign(static_cast<uint32_t>(data.size()) + len_add)};
         std::vector<uint8_t> body(sizeof head);
         std::memcpy(body.data(), &head, sizeof head);
         body.insert(body.end(), data.begin(), data.end());
@@ -345,7 +348,8 @@ void Controller::accept_request(const MessageType& type, const Frame& frame) {
         return;
     umsg_cfg_sync_t body;
     std::memcpy(&body, frame.body.data(), sizeof body);
-    Stage stage{body.appid, body.cfg_prio, body.appName};
+    Stage stage{daemon_order::swapped_if_foreign(body.appid), daemon_order::swapped_if_foreign(body.cfg_prio),
+                body.appName};
     std::erase_if(stages_, [&](const Stage& s) { return s.appid == stage.appid && s.prio == stage.prio; });
     const auto at =
         std::find_if(stages_.begin(), stages_.end(), [&](const Stage& s) { return s.prio > stage.prio; });

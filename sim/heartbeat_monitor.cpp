@@ -1,9 +1,9 @@
 #include "heartbeat_monitor.h"
 
-#include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
 
+#include "byte_order.h"
 #include "text.h"
 #include "unix_socket.h"
 
@@ -37,7 +37,7 @@ void HeartbeatMonitor::receive() {
         records_.add("refused", {{"reason", "heartbeat-size"}, {"len", std::to_string(got)}});
         return;
     }
-    std::memcpy(&pid, buffer, sizeof pid);
+    pid = daemon_order::load<uint32_t>(buffer);
     const Record& record = records_.add("heartbeat", {{"pid", std::to_string(pid)}});
     if (lives_.size() >= MAX_PIDS && !lives_.contains(pid))
         return;

@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <sys/signalfd.h>
 
+#include "byte_order.h"
 #include "card_carrier.h"
 #include "chassis.h"
 #include "control_socket.h"
@@ -18,7 +19,8 @@ constexpr int EXIT_RUN = 1;   // a port or socket can't be had, or the scenario 
 constexpr int EXIT_USAGE = 2; // wrong options, or a mistake in the scenario
 
 constexpr char USAGE[] =
-    "Usage: chassis-sim [--scenario FILE] [--control PATH] [--carrier unix|tipc] [--check]\n"
+    "Usage: chassis-sim [--scenario FILE] [--control PATH] [--carrier unix|tipc]\n"
+    "                   [--byte-order ORDER] [--capture FILE] [--check]\n"
     "\n"
     "Plays the chassis around the daemon: the system controller (127.0.0.1 port 30000), the\n"
     "heartbeat monitor (/tmp/uds_hb.socket) and the environment store ($OV_ENV_DIR, or\n"
@@ -30,6 +32,9 @@ constexpr char USAGE[] =
     "  --control PATH    control socket (/var/run/chassis-sim.ctl)\n"
     "  --carrier NAME    what the line cards are reached by: unix, or tipc where the kernel has\n"
     "                    it (OV_IPC_CARRIER, or unix)\n"
+    "  --byte-order big|little\n"
+    "                    of the daemon's machine, when it isn't this one's\n"
+    "  --capture FILE    what the line cards are sent: a line for each frame, slot and bytes\n"
     "  --check           check the scenario and exit\n"
     "  --help            this text\n"
     "\n"
@@ -40,6 +45,7 @@ constexpr char USAGE[] =
 struct Options {
     std::string scenario;
     std::string control = ControlSocket::DEFAULT_PATH;
+    std::string capture;
     bool check = false;
 };
 
@@ -52,12 +58,20 @@ void complain(const std::string& why) {
     std::exit(EXIT_USAGE);
 }
 
+void take_byte_order(std::string_view word) {
+    if (word != "big" && word != "little")
+        bad_usage("--byte-order is big or little");
+    daemon_order::set(word == "big" ? std::endian::big : std::endian::little);
+}
+
 Options parse(int argc, char** argv) {
-    enum { SCENARIO = 256, CONTROL, CARRIER, CHECK, HELP };
+    enum { SCENARIO = 256, CONTROL, CARRIER, ORDER, CAPTURE, CHECK, HELP };
     const option longopts[] = {
         {"scenario", required_argument, nullptr, SCENARIO},
         {"control", required_argument, nullptr, CONTROL},
         {"carrier", required_argument, nullptr, CARRIER},
+        {"byte-order", required_argument, nullptr, ORDER},
+        {"capture", required_argument, nullptr, CAPTURE},
         {"check", no_argument, nullptr, CHECK},
         {"help", no_argument, nullptr, HELP},
         {nullptr, 0, nullptr, 0},
@@ -75,6 +89,12 @@ Options parse(int argc, char** argv) {
         case CARRIER:
             if (!choose_card_carrier(optarg))
                 bad_usage(std::string("no such carrier: ") + optarg);
+            break;
+        case ORDER:
+            take_byte_order(optarg);
+            break;
+        case CAPTURE:
+            opt.capture = optarg;
             break;
         case CHECK:
             opt.check = true;
@@ -163,6 +183,10 @@ int play(const Options& opt, Chassis& chassis, const Scenario& scenario) {
     const Fd signals = watch_signals(chassis.loop);
     ControlSocket control(chassis);
     // A value that an earlier run left must not let the daemon start before the scenario says so.
+    if (!opt.capture.empty() && !chassis.cards.capture().open(opt.capture, error)) {
+        complain(error);
+        return EXIT_RUN;
+    }
     if (!control.listen(opt.control, error) || !chassis.controller.listen(error) ||
         !chassis.monitor.start(error) || !chassis.env.put("mono_ready", "0", error)) {
         complain(error);

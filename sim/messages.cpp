@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstring>
 
+#include "byte_order.h"
 #include "port_name.h"
 #include "text.h"
 
@@ -250,7 +251,7 @@ template <typename T>
 bool put_number(std::optional<T> value, uint8_t* at) {
     if (!value)
         return false;
-    std::memcpy(at, &*value, sizeof(T));
+    daemon_order::store(*value, at);
     return true;
 }
 
@@ -295,24 +296,17 @@ std::string bytes_text(const uint8_t* at, size_t size) {
     return std::string(HEX_PREFIX) + to_hex({at, size});
 }
 
-template <typename T>
-T get_number(const uint8_t* at) {
-    T value;
-    std::memcpy(&value, at, sizeof value);
-    return value;
-}
-
 std::string field_text(const Field& field, const uint8_t* at) {
     switch (field.kind) {
     case FieldKind::U16:
-        return std::to_string(get_number<uint16_t>(at));
+        return std::to_string(daemon_order::load<uint16_t>(at));
     case FieldKind::U32:
-        return std::to_string(get_number<uint32_t>(at));
+        return std::to_string(daemon_order::load<uint32_t>(at));
     case FieldKind::I32:
-        return std::to_string(get_number<int32_t>(at));
+        return std::to_string(daemon_order::load<int32_t>(at));
     case FieldKind::FLAGS:
     case FieldKind::IFINDEX:
-        return format("0x%08x", get_number<uint32_t>(at));
+        return format("0x%08x", daemon_order::load<uint32_t>(at));
     case FieldKind::TEXT:
     case FieldKind::OCTETS:
         return bytes_text(at, field.size);
@@ -391,7 +385,7 @@ NamedValues decode_body(const BodyLayout& layout, std::span<const uint8_t> body)
         if (field.kind != FieldKind::IFINDEX)
             continue;
         const std::string name = field.name;
-        if (std::string port = port_of_ifindex(get_number<uint32_t>(at)); !port.empty())
+        if (std::string port = port_of_ifindex(daemon_order::load<uint32_t>(at)); !port.empty())
             values.emplace_back(name.substr(0, name.rfind("ifindex")) + "port", std::move(port));
     }
     return values;

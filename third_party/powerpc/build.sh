@@ -57,6 +57,7 @@ with_configure() {
     shift
     (
         cd "$work/$directory"
+        [ -x configure ] || autoreconf -i
         ./configure --build="$(gcc -dumpmachine)" --host="$target_host" --prefix="$(out)" --enable-shared \
             CPPFLAGS="-I$(out)/include" LDFLAGS="-L$(out)/lib" "$@"
         make -j2
@@ -89,7 +90,7 @@ libfrr_needs() {
 programs_need() {
     with_configure ncurses --with-shared --without-debug --without-ada --without-tests --without-manpages --without-progs \
         --without-cxx --without-cxx-binding --disable-db-install --with-build-cc=gcc CPPFLAGS= LDFLAGS=
-    with_configure readline --with-curses --disable-static --disable-install-examples bash_cv_termcap_lib=libncurses
+    with_configure readline --with-curses --with-shared-termcap-library --disable-static --disable-install-examples bash_cv_termcap_lib=libncurses
     mkdir "$work/iniparser.build"
     for source in iniparser dictionary; do
         # shellcheck disable=SC2086 # one flag per word
@@ -99,7 +100,7 @@ programs_need() {
     ln -s libiniparser.so.1 "$(out)/lib/libiniparser.so"
     cp "$work"/iniparser/src/*.h "$(out)/include/"
     with_cmake_from /usr/src/googletest googletest
-    with_cmake benchmark -DBENCHMARK_ENABLE_TESTING=OFF -DBENCHMARK_ENABLE_GTEST_TESTS=OFF
+    with_cmake benchmark -DGIT_VERSION=0.0.0 -DBENCHMARK_ENABLE_TESTING=OFF -DBENCHMARK_ENABLE_GTEST_TESTS=OFF
     ln -s /usr/include/boost "$(out)/include/boost" # headers only, the same for every processor
 }
 

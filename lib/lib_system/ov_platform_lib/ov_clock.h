@@ -16,6 +16,10 @@
 
 #include <chrono>
 #include <ctime>
+#include <sys/types.h>
+
+// A device is in service after 2038. Where the processor's own times have 32 bits, the flags of the build widen them.
+static_assert(sizeof(time_t) == 8 && sizeof(off_t) == 8);
 
 // A point on the monotonic clock, and of a wait.
 using ov_mono_time_t = std::chrono::steady_clock::time_point;

@@ -105,7 +105,8 @@ TEST(OvraThread, RaisesAStackBelow16000Bytes) {
 TEST(OvraThread, StartsWithTheSmallestStackItAccepts) {
     Seen least;
     run(least, "t", 0, 16000);
-    EXPECT_NEAR(double(least.stack), 16000, ROUNDING);
+    // PowerPC's C library wants 128 KB.
+    EXPECT_NEAR(double(least.stack), double(std::max(16000L, sysconf(_SC_THREAD_STACK_MIN))), ROUNDING);
 }
 #endif
 

@@ -215,8 +215,12 @@ private:
                 else if (column.type == ColType::IPADDR)
                     for (size_t i = 0; i < 4; ++i)
                         row[offset + i] = static_cast<char>(column.dflt >> (24 - 8 * i));
-                else if (column.type != ColType::BIN)
-                    memcpy(row.data() + offset, &column.dflt, column.size);
+                else if (column.type == ColType::COUNTER64)
+                    memcpy(row.data() + offset, &column.dflt, sizeof(int64_t));
+                else if (column.type != ColType::BIN) {
+                    const auto number = static_cast<int32_t>(column.dflt);
+                    memcpy(row.data() + offset, &number, sizeof number);
+                }
             }
         }
         return row;

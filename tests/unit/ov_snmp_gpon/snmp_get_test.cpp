@@ -147,7 +147,7 @@ TEST_F(SnmpGet, RequestWithoutTableInfoHasNoSuchInstance) {
 TEST_F(SnmpGet, OfWrongIndexesFindsNothing) {
     make(5);
     const Oid wrong[] = {
-        {}, {1}, {1, 2, 3, 4}, {1, 2, 3, 4, 5, 0}, {1, 2, 3, 4, 5 + (1ul << 32)}, {0, 0, 0, 0, 0}};
+        {}, {1}, {1, 2, 3, 4}, {1, 2, 3, 4, 5, 0}, {1, 2, 3, 4, 5 + (beyond(32))}, {0, 0, 0, 0, 0}};
     for (const Oid& index : wrong) {
         const int type = Pdu(module).get(NAME, index).run(MODE_GET).type();
         EXPECT_TRUE(type == SNMP_NOSUCHINSTANCE || type == SNMP_NOSUCHOBJECT) << index.size();
@@ -183,8 +183,8 @@ TEST_F(SnmpGet, NextOfHugeNumbersStaysInOrder) {
     EXPECT_EQ(next(NAME, {1, 2, 3, 4, 0x7FFFFFFF}), name(NAME, {1, 2, 3, 4, 0x80000000}));
     EXPECT_EQ(next(NAME, {1, 2, 3, 4, 0x80000000}), name(NAME, {1, 2, 3, 4, 0xFFFFFFFF}));
     EXPECT_EQ(next(NAME, {1, 2, 3, 4, 0xFFFFFFFF}), name(NAME, {1, 2, 3, 9, 1}));
-    EXPECT_EQ(next(NAME, {1, 2, 3, 4, 1ul << 32}), name(NAME, {1, 2, 3, 9, 1}));
-    EXPECT_EQ(next(NAME, {1, 2, 1ul << 40, 0, 0}), name(PROFILE, ROW));
+    EXPECT_EQ(next(NAME, {1, 2, 3, 4, beyond(32)}), name(NAME, {1, 2, 3, 9, 1}));
+    EXPECT_EQ(next(NAME, {1, 2, beyond(40), 0, 0}), name(PROFILE, ROW));
     EXPECT_EQ(next(NAME, {std::numeric_limits<oid>::max()}), name(PROFILE, ROW));
 }
 
@@ -227,7 +227,7 @@ TEST_F(SnmpGet, NextOfNamesAroundTheTable) {
     EXPECT_EQ(next(below({1, 1, 9, 9, 9, 9, 9, 9})), name(ALLOC, ROW));
     EXPECT_EQ(next(below({1, 6, 1, 2, 3, 4, 5})), Oid{});
     EXPECT_EQ(next(below({1, 7})), Oid{});
-    EXPECT_EQ(next(below({1, 1ul << 33})), Oid{});
+    EXPECT_EQ(next(below({1, beyond(33)})), Oid{});
     EXPECT_EQ(next(below({2})), Oid{});
 }
 
@@ -273,7 +273,7 @@ TEST_F(SnmpGet, NextAgreesWithTheOrderOfNamesEverywhere) {
     std::mt19937 random(1);
     const oid numbers[] = {0, 1, 2, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFE, 0xFFFFFFFF};
     auto number = [&] { return numbers[random() % std::size(numbers)]; };
-    std::set<Oid> names;
+    std::set<Oid, OidLess> names;
     for (int i = 0; i < 300; ++i) {
         Oid index;
         for (int k = 0; k < 5; ++k)
@@ -286,7 +286,7 @@ TEST_F(SnmpGet, NextAgreesWithTheOrderOfNamesEverywhere) {
     for (int i = 0; i < 20000; ++i) {
         Oid index;
         for (size_t k = random() % 8; k > 0; --k)
-            index.push_back(random() % 16 == 0 ? 1ul << 32 : number());
+            index.push_back(random() % 16 == 0 ? beyond(32) : number());
         const Oid at = name(1 + random() % 6, index);
         const auto expected = names.upper_bound(at);
         ASSERT_EQ(next(at), expected == names.end() ? Oid{} : *expected);

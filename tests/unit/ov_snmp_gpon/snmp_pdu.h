@@ -1,11 +1,13 @@
 // Requests of a manager, handed to a table's chain of handlers in this process as the agent would.
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,19 @@
 #include "table_module.h"
 
 using Oid = std::vector<oid>;
+
+// For sets of names. (The vector's own < is wrong on big-endian hosts: libstdc++ 12 compares the numbers as bytes.)
+struct OidLess {
+    bool operator()(const Oid& a, const Oid& b) const {
+        return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
+    }
+};
+
+// An arc that no index has: 2 to the power of bit, or the largest there is where arcs have 32 bits.
+inline constexpr oid beyond(unsigned bit) {
+    constexpr unsigned bits = std::numeric_limits<oid>::digits;
+    return bit < bits ? oid(uint64_t{1} << (bit % bits)) : std::numeric_limits<oid>::max();
+}
 
 // The name of a variable of a table: column, then index.
 inline Oid variable_name(const TableModule& module, oid column, const Oid& index) {
