@@ -2,6 +2,8 @@
 // "tipc", the kernel's TIPC (./test --vm).
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>

@@ -1,6 +1,7 @@
 // The named IPC between two nodes of a cluster, over the kernel's own TIPC.
 #include "../ov_ipc/ipc_fixture.h"
 #include "two_nodes.h"
+#include "wi_nameserver.h"
 
 #include <unistd.h>
 
