@@ -6,8 +6,8 @@
 #include <memory>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
+#include "card_carrier.h"
 #include "text.h"
 
 namespace {
@@ -17,18 +17,11 @@ constexpr size_t BATCH = 64;          // datagrams a system call
 constexpr size_t BATCHES = 16;        // system calls before the rest of the program has its turn
 constexpr size_t MAX_DATAGRAM = 8192; // longer ones arrive cut, and are too long either way
 
-struct Address {
-    sockaddr_un addr{};
-    socklen_t len = 0;
+constexpr std::chrono::milliseconds PAUSE{2}; // before messages that came back are tried again
 
-    explicit Address(const IpcName& name) {
-        addr.sun_family = AF_UNIX;
-        const std::string text = name.text();
-        std::memcpy(addr.sun_path + 1, text.data(), text.size()); // 20 to 30 characters
-        len = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + text.size());
-    }
-    const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&addr); }
-};
+CardAddress address_of(const IpcName& name) {
+    return {name.service + TYPE_BASE, name.sub_id};
+}
 
 // One set of buffers for all receivers: the program has one thread, and a handler copies what it keeps.
 struct Buffers {
@@ -46,6 +39,11 @@ struct Buffers {
     }
 };
 
+// A socket that has nothing to send tells of its peer's end (Unix) or of messages that come back (TIPC).
+short idle_events() {
+    return card_carrier() == CardCarrier::TIPC ? POLLIN : 0;
+}
+
 Buffers& buffers() {
     static const auto shared = std::make_unique<Buffers>();
     return *shared;
@@ -59,9 +57,9 @@ std::string IpcName::text() const {
 
 bool IpcReceiver::open(const IpcName& name, Handler handler, std::string& error) {
     close();
-    const Address address(name);
-    Fd fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (!fd || bind(fd.get(), address.get(), address.len) != 0) {
+    const CardAddress address = address_of(name);
+    Fd fd = open_card_socket();
+    if (!fd || bind(fd.get(), address.get(), address.length()) != 0) {
         error = name.text() + ": " + std::strerror(errno);
         return false;
     }
@@ -107,8 +105,10 @@ void IpcReceiver::receive() {
 }
 
 IpcSender::~IpcSender() {
-    for (const auto& [name, peer] : peers_)
+    for (const auto& [name, peer] : peers_) {
         loop_.unwatch(peer.fd.get());
+        loop_.cancel(peer.again);
+    }
 }
 
 size_t IpcSender::waiting() const {
@@ -121,11 +121,11 @@ size_t IpcSender::waiting() const {
 bool IpcSender::connect(const IpcName& to, Peer& peer) {
     if (peer.fd)
         loop_.unwatch(peer.fd.get());
-    const Address address(to);
-    peer.fd = Fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (!peer.fd || ::connect(peer.fd.get(), address.get(), address.len) != 0)
+    const CardAddress address = address_of(to);
+    peer.fd = open_card_socket();
+    if (!peer.fd || ::connect(peer.fd.get(), address.get(), address.length()) != 0)
         return false;
-    loop_.watch(peer.fd.get(), 0, [this, to](short) { flush(to); });
+    loop_.watch(peer.fd.get(), idle_events(), [this, to](short events) { on_ready(to, events); });
     return true;
 }
 
@@ -140,7 +140,7 @@ bool IpcSender::transmit(const IpcName& to, Peer& peer, const std::vector<uint8_
     while (::send(peer.fd.get(), frame.data(), frame.size(), MSG_DONTWAIT | MSG_NOSIGNAL) < 0) {
         if (errno == EAGAIN || errno == ENOBUFS) {
             peer.queue.push_back(frame);
-            loop_.set_events(peer.fd.get(), POLLOUT);
+            loop_.set_events(peer.fd.get(), static_cast<short>(idle_events() | POLLOUT));
             return true;
         }
         // whoever had the name has gone; perhaps somebody has it again
@@ -148,6 +148,8 @@ bool IpcSender::transmit(const IpcName& to, Peer& peer, const std::vector<uint8_
             return false;
         fresh = true;
     }
+    collect(peer);
+    try_again_later(to, peer);
     return true;
 }
 
@@ -169,7 +171,45 @@ void IpcSender::drop(const IpcName& to) {
     lost_ += it->second.queue.size();
     if (it->second.fd)
         loop_.unwatch(it->second.fd.get());
+    loop_.cancel(it->second.again);
     peers_.erase(it);
+}
+
+// Takes what came back, the oldest first, to the front.
+void IpcSender::collect(Peer& peer) {
+    if (card_carrier() != CardCarrier::TIPC || !peer.fd)
+        return;
+    std::deque<std::vector<uint8_t>> back;
+    for (CameBack message; take_back(peer.fd.get(), message);) {
+        if (message.no_room && message.whole)
+            back.push_back(std::move(message.frame));
+        else
+            ++lost_;
+    }
+    peer.queue.insert(peer.queue.begin(), std::make_move_iterator(back.begin()),
+                      std::make_move_iterator(back.end()));
+}
+
+void IpcSender::try_again_later(const IpcName& to, Peer& peer) {
+    if (card_carrier() != CardCarrier::TIPC || peer.queue.empty() || peer.again != 0)
+        return;
+    peer.again = loop_.after(PAUSE, [this, to] {
+        Peer& waiting = peers_.at(to);
+        waiting.again = 0;
+        collect(waiting);
+        if (!waiting.queue.empty())
+            flush(to);
+    });
+}
+
+void IpcSender::on_ready(const IpcName& to, short events) {
+    if (card_carrier() == CardCarrier::TIPC && (events & POLLOUT) == 0) {
+        Peer& peer = peers_.at(to);
+        collect(peer);
+        try_again_later(to, peer);
+        return;
+    }
+    flush(to);
 }
 
 void IpcSender::flush(const IpcName& to) {
@@ -188,7 +228,7 @@ void IpcSender::flush(const IpcName& to) {
         queue.pop_front();
     }
     if (peer.queue.empty()) {
-        loop_.set_events(peer.fd.get(), 0);
+        loop_.set_events(peer.fd.get(), idle_events());
         return;
     }
     peer.queue.insert(peer.queue.end(), std::make_move_iterator(queue.begin()),

@@ -1,5 +1,4 @@
-// Sockets of the named IPC between machines without TIPC: datagrams between abstract names
-// "ov_ipc/<service + 19000>/<sub id>".
+// Sockets of the named IPC, over the carrier of card_carrier.h.
 #pragma once
 
 #include <cstdint>
@@ -21,8 +20,7 @@ struct IpcName {
     bool operator<(const IpcName& other) const {
         return std::tie(service, sub_id) < std::tie(other.service, other.sub_id);
     }
-    // The text behind the NUL: "ov_ipc/19101/10101".
-    std::string text() const;
+    std::string text() const; // "ov_ipc/19101/10101"
 };
 
 // A name's receiving end.
@@ -57,7 +55,9 @@ private:
 };
 
 // The sending end: one socket for each name that was sent to. What a full receiver can't take waits here and
-// goes out as it reads; a name that nobody has is an error, and what waited for it is dropped.
+// goes out as it reads, in order; a name that nobody has is an error, and what waited for it is dropped. Over
+// TIPC a full receiver's messages come back: they go to the front of what waits, and are tried again a moment
+// later.
 class IpcSender {
 public:
     explicit IpcSender(EventLoop& loop) : loop_(loop) {}
@@ -76,10 +76,14 @@ private:
     struct Peer {
         Fd fd;
         std::deque<std::vector<uint8_t>> queue;
+        EventLoop::TimerId again = 0; // armed while messages that came back wait
     };
     bool connect(const IpcName& to, Peer& peer);
     bool transmit(const IpcName& to, Peer& peer, const std::vector<uint8_t>& frame);
     void flush(const IpcName& to);
+    void on_ready(const IpcName& to, short events);
+    void collect(Peer& peer);
+    void try_again_later(const IpcName& to, Peer& peer);
     void drop(const IpcName& to);
 
     EventLoop& loop_;

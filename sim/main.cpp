@@ -8,6 +8,7 @@
 #include <sys/signalfd.h>
 
 #include "byte_order.h"
+#include "card_carrier.h"
 #include "chassis.h"
 #include "control_socket.h"
 #include "scenario.h"
@@ -18,8 +19,8 @@ constexpr int EXIT_RUN = 1;   // a port or socket can't be had, or the scenario 
 constexpr int EXIT_USAGE = 2; // wrong options, or a mistake in the scenario
 
 constexpr char USAGE[] =
-    "Usage: chassis-sim [--scenario FILE] [--control PATH] [--byte-order ORDER]\n"
-    "                   [--capture FILE] [--check]\n"
+    "Usage: chassis-sim [--scenario FILE] [--control PATH] [--carrier unix|tipc]\n"
+    "                   [--byte-order ORDER] [--capture FILE] [--check]\n"
     "\n"
     "Plays the chassis around the daemon: the system controller (127.0.0.1 port 30000), the\n"
     "heartbeat monitor (/tmp/uds_hb.socket) and the environment store ($OV_ENV_DIR, or\n"
@@ -29,6 +30,8 @@ constexpr char USAGE[] =
     "\n"
     "  --scenario FILE   commands to run; see \"simctl help\" for the commands\n"
     "  --control PATH    control socket (/var/run/chassis-sim.ctl)\n"
+    "  --carrier NAME    what the line cards are reached by: unix, or tipc where the kernel has\n"
+    "                    it (OV_IPC_CARRIER, or unix)\n"
     "  --byte-order big|little\n"
     "                    of the daemon's machine, when it isn't this one's\n"
     "  --capture FILE    what the line cards are sent: a line for each frame, slot and bytes\n"
@@ -62,10 +65,11 @@ void take_byte_order(std::string_view word) {
 }
 
 Options parse(int argc, char** argv) {
-    enum { SCENARIO = 256, CONTROL, ORDER, CAPTURE, CHECK, HELP };
+    enum { SCENARIO = 256, CONTROL, CARRIER, ORDER, CAPTURE, CHECK, HELP };
     const option longopts[] = {
         {"scenario", required_argument, nullptr, SCENARIO},
         {"control", required_argument, nullptr, CONTROL},
+        {"carrier", required_argument, nullptr, CARRIER},
         {"byte-order", required_argument, nullptr, ORDER},
         {"capture", required_argument, nullptr, CAPTURE},
         {"check", no_argument, nullptr, CHECK},
@@ -81,6 +85,10 @@ Options parse(int argc, char** argv) {
             break;
         case CONTROL:
             opt.control = optarg;
+            break;
+        case CARRIER:
+            if (!choose_card_carrier(optarg))
+                bad_usage(std::string("no such carrier: ") + optarg);
             break;
         case ORDER:
             take_byte_order(optarg);

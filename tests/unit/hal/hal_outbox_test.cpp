@@ -1,4 +1,4 @@
-// Cards that don't keep up, or don't read at all, over the datagram carrier.
+// Cards that don't keep up, or don't read at all, over the carrier of carrier.h.
 #include "hal_outbox.h"
 
 #include <gmock/gmock.h>
@@ -93,6 +93,47 @@ TEST(HalOutbox, TheLoopSleepsWhileACardDoesNotRead) {
             thread_call(&event);
         EXPECT_LT(events, 20);
         EXPECT_GT(hal_outbox_messages(3), 0u);
+    });
+}
+
+constexpr uint32_t RESTORE = 60000; // messages
+
+// Runs the loop until a card has so many, for as long as more come.
+bool arrive(const FakeCard& card, size_t count) {
+    for (size_t before = card.count();; before = card.count()) {
+        if (loop_until([&] { return card.count() >= count; }))
+            return true;
+        if (card.count() == before)
+            return false;
+    }
+}
+
+TEST(HalOutbox, AFullRestoreArrivesWholeAndInOrderAtACardThatReadsSlowly) {
+    hal_chassis::run([](HalChassis& chassis) {
+        FakeCard card(3);
+        card.rest_after(50);
+        HalChassis::activate(3);
+        LogCapture::clear();
+        post_all(3, RESTORE);
+        EXPECT_GT(hal_outbox_messages(3), 0u);
+        ASSERT_TRUE(arrive(card, RESTORE));
+        EXPECT_TRUE(numbers(card.seen()) == up_to(RESTORE));
+        EXPECT_THAT(chassis.log.lines(), IsEmpty());
+    });
+}
+
+// Prints the rate, which ./test --vm compares between the carriers.
+TEST(HalOutbox, AFullRestoreArrivesWholeAndInOrderAtACardThatReadsAsFastAsItCan) {
+    hal_chassis::run([](HalChassis&) {
+        FakeCard card(3);
+        card.widen();
+        HalChassis::activate(3);
+        const auto began = steady_clock::now();
+        post_all(3, RESTORE);
+        ASSERT_TRUE(arrive(card, RESTORE));
+        const std::chrono::duration<double> took = steady_clock::now() - began;
+        EXPECT_TRUE(numbers(card.seen()) == up_to(RESTORE));
+        printf("figure: %.0f messages a second over %s\n", RESTORE / took.count(), carrier::name());
     });
 }
 

@@ -1,6 +1,7 @@
-// A test body with a network of its own, the unix carrier, and peers that know only the bytes.
+// A test body with a network of its own, the carrier of carrier.h, and peers that know only the bytes.
 #pragma once
 
+#include "../support/carrier.h"
 #include "../support/log_capture.h"
 #include "../support/private_net.h"
 
@@ -18,13 +19,12 @@
 
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/un.h>
 
 using Bytes = std::vector<uint8_t>;
 
 inline void in_private_network(const std::function<void()>& body) {
     private_net::run([&] {
-        const ScopedEnv carrier("OV_IPC_CARRIER", "unix");
+        const ScopedEnv chosen("OV_IPC_CARRIER", carrier::name());
         body();
     });
 }
@@ -54,10 +54,9 @@ inline Bytes frame(uint32_t type, uint32_t id, const Bytes& msg, uint32_t serv =
 // A card agent made of a plain socket.
 class Peer {
 public:
-    explicit Peer(uint32_t serv, uint32_t sub) : sock_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_un address = {};
-        const socklen_t length = name(serv, sub, address);
-        EXPECT_EQ(bind(sock_, reinterpret_cast<sockaddr*>(&address), length), 0);
+    explicit Peer(uint32_t serv, uint32_t sub) : sock_(carrier::open_small_socket()) {
+        const carrier::Address name(serv, sub);
+        EXPECT_EQ(bind(sock_, name.get(), name.len), 0);
         const timeval limit = {5, 0};
         setsockopt(sock_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
     }
@@ -90,16 +89,8 @@ public:
 
 private:
     ssize_t send_to(uint32_t serv, uint32_t sub, const Bytes& bytes, int flags) const {
-        sockaddr_un address = {};
-        const socklen_t length = name(serv, sub, address);
-        return sendto(sock_, bytes.data(), bytes.size(), flags, reinterpret_cast<sockaddr*>(&address),
-                      length);
-    }
-    static socklen_t name(uint32_t serv, uint32_t sub, sockaddr_un& address) {
-        const std::string text = "ov_ipc/" + std::to_string(serv + 19000) + "/" + std::to_string(sub);
-        address.sun_family = AF_UNIX;
-        std::copy(text.begin(), text.end(), address.sun_path + 1);
-        return socklen_t(offsetof(sockaddr_un, sun_path) + 1 + text.size());
+        const carrier::Address to(serv, sub);
+        return sendto(sock_, bytes.data(), bytes.size(), flags, to.get(), to.len);
     }
     int sock_;
 };

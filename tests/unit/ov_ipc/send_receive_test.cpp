@@ -121,6 +121,7 @@ TEST(IpcSend, AFullReceiverGivesTheMessageBackAtOnceAndIsToldFromNobody) {
 }
 
 TEST(IpcSend, ADescriptorTellsWhenAReceiverHasRoomOrHasGone) {
+    SKIP_ON_TIPC("TIPC has no such descriptor");
     in_private_network([] {
         const int handle = registered(101, 11101);
         EXPECT_EQ(ipcWatchRoom(handle, 101, 10103), IPC_RC_FAILED); // nobody
@@ -157,6 +158,7 @@ TEST(IpcSend, NumbersOfMessagesNameThemAndGrow) {
 
 // What a receiver that doesn't keep up costs is a message that is kept and sent again.
 TEST(IpcSend, SixtyThousandMessagesArriveInOrderWhenThoseThatCameBackAreRepeated) {
+    SKIP_ON_TIPC("TIPC may bring a message back later; the outbox repeats it");
     in_private_network([] {
         const int handle = registered(101, 11101);
         const Peer peer(101, 10103);

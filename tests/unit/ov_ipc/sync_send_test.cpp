@@ -299,7 +299,9 @@ TEST(IpcAppCb, HoldsItsNameAndATimeoutOfOneSecond) {
         EXPECT_EQ(cb->my_slot_app_id, 11101u);
         EXPECT_EQ(cb->timeout, 1);
         EXPECT_EQ(cb->non_reply_callback, show);
-        EXPECT_EQ(ipc_app_cb_init(101, 11101, 0, nullptr), nullptr);
+        if (!carrier::is_tipc()) { // which binds a name twice
+            EXPECT_EQ(ipc_app_cb_init(101, 11101, 0, nullptr), nullptr);
+        }
         ipc_app_cb_destroy(cb);
         const Peer free_again(101, 11101);
     });

@@ -17,8 +17,9 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
+
+#include "carrier.h"
 
 namespace wire {
 
@@ -51,19 +52,7 @@ inline void put16(Bytes& b, size_t at, uint16_t value) {
     b[at + 1] = uint8_t(value);
 }
 
-// The address of a name on the carrier for machines without TIPC.
-struct Address {
-    sockaddr_un un = {};
-    socklen_t len = 0;
-
-    Address(uint32_t service, uint32_t sub_id) {
-        const std::string text = "ov_ipc/" + std::to_string(service + 19000) + "/" + std::to_string(sub_id);
-        un.sun_family = AF_UNIX;
-        std::memcpy(un.sun_path + 1, text.data(), text.size());
-        len = socklen_t(offsetof(sockaddr_un, sun_path) + 1 + text.size());
-    }
-    const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&un); }
-};
+using Address = carrier::Address;
 
 inline Bytes ipc_header(uint32_t type, uint32_t service, uint32_t sub_id, uint32_t id) {
     Bytes b(IPC);
@@ -100,7 +89,7 @@ public:
 
     explicit FakeCard(uint32_t slot, Behaviour on_request = agree)
         : slot_(slot), on_request_(std::move(on_request)) {
-        fd_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        fd_ = carrier::open_small_socket();
         const wire::Address name(101, 10100 + slot);
         EXPECT_EQ(bind(fd_, name.get(), name.len), 0) << strerror(errno);
         thread_ = std::thread([this] { serve(); });
@@ -128,6 +117,13 @@ public:
     }
     // Leaves what comes unread, or reads on.
     void stop_reading(bool stop) { stopped_ = stop; }
+    // Has as much room as the agents of real cards ask for.
+    void widen() const {
+        const int size = 0xa0000;
+        setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &size, sizeof(size));
+    }
+    // Takes a moment's rest after each so many messages.
+    void rest_after(size_t messages) { rest_after_ = messages; }
     // Waits for so many messages in all, twenty seconds at most.
     std::vector<Bytes> wait_for(size_t count) const {
         for (int n = 0; n < 20000 && this->count() < count; n++)
@@ -165,11 +161,15 @@ private:
                 continue;
             request.resize(size_t(got));
             Behaviour act;
+            bool rest = false;
             {
                 const std::lock_guard lock(mutex_);
                 seen_.push_back(request);
                 act = on_request_;
+                rest = rest_after_ != 0 && seen_.size() % rest_after_ == 0;
             }
+            if (rest)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
             if (request.size() >= wire::PAYLOAD && wire::get32(request, 8) == 1)
                 act(*this, request);
         }
@@ -182,5 +182,6 @@ private:
     int fd_ = -1;
     std::atomic<bool> stop_ = false;
     std::atomic<bool> stopped_ = false;
+    std::atomic<size_t> rest_after_ = 0;
     std::thread thread_;
 };

@@ -1,5 +1,5 @@
 // A chassis with room for fake cards: a process of its own with a private file system and network, the
-// platform's environment tool played by a script, and the transport opened over the datagram carrier.
+// platform's environment tool played by a script, and the transport opened over the carrier of carrier.h.
 //
 //   hal_chassis::run([](HalChassis& chassis) { FakeCard card(3); chassis.activate(3); ... });
 #pragma once
@@ -34,7 +34,7 @@ public:
         chmod("/tmp/bin/ov_env_get", 0755);
         const char* path = getenv("PATH");
         setenv("PATH", ("/tmp/bin:" + std::string(path ? path : "/bin:/usr/bin")).c_str(), 1);
-        setenv("OV_IPC_CARRIER", "unix", 1);
+        setenv("OV_IPC_CARRIER", carrier::name(), 1);
         set("PDT_INFO_SHELF_TYPE", std::to_string(shelf_type));
         for (const char* key : {"slot", "PDT_INFO_CARD_SLOTID"})
             set(key, std::to_string(own_slot));

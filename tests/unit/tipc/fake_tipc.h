@@ -20,6 +20,9 @@ namespace fake_tipc {
 
 using Bytes = std::vector<uint8_t>;
 
+// With GPON_TEST_CARRIER=tipc (../support/carrier.h) the kernel has TIPC, and it is the one that is tested:
+// nothing is played, and a body ends as skipped at the first call below that only a played one can answer.
+//
 // Runs the body in a process of its own on such a kernel, with the carrier "tipc" chosen.
 void run(const std::function<void()>& body);
 // Makes this process one on such a kernel; for a body that has one of its own already.
