@@ -41,6 +41,35 @@ void ov_app_gpon_rmunipm_init() {
 void ov_app_gpon_rmunipm_task_init() {
     // TODO: callbacks and task of sRmUniPmTable
 }
+// Their doors refuse.
+int ov_app_gpon_rminfo_edit(ov_sRmInfoTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM; // TODO: the module
+}
+int ov_app_gpon_rminfo_get_onu_update_list(const char* /*version*/, const char* /*eqptID*/,
+                                           ovralist_t* /*update_port_list*/) {
+    return 0; // TODO: the module
+}
+void ov_app_gpon_rminfo_release_onu_update_list(ovralist_t* list) {
+    ovralist_clear(list);
+}
+int ov_app_gpon_rmunistatus_edit(ov_sRmUniStatusTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM; // TODO: the module
+}
+int ov_app_gpon_rmunivlan_add(ov_sRmUniVlanTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM; // TODO: the module
+}
+int ov_app_gpon_rmunivlan_edit(ov_sRmUniVlanTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM; // TODO: the module
+}
+int ov_app_gpon_rmunivlan_del(ov_sRmUniVlanTable_attr_t* /*attr*/) {
+    return OV_GPON_RET_BAD_PARAM; // TODO: the module
+}
+int ov_get_uni_pm_us_data_from_hal(ov_sRmUniPmTable_attr_t* /*row*/, ov_hal_gpon_msg_action_t /*action*/) {
+    return OV_GPON_RET_FAIL; // TODO: the module
+}
+int ov_get_uni_pm_ds_data_from_hal(ov_sRmUniPmTable_attr_t* /*row*/, ov_hal_gpon_msg_action_t /*action*/) {
+    return OV_GPON_RET_FAIL; // TODO: the module
+}
 void ov_app_gpon_rmunipoe_init() {
     // TODO: callbacks of sRmUniPoeTable
 }
