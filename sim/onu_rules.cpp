@@ -18,8 +18,9 @@ constexpr uint32_t mask_of(Bits... bits) {
 constexpr uint32_t INDEX_BITS = mask_of(OV_GPON_RMUNI_ATTR_INDEX_onuIfindex, OV_GPON_RMUNI_ATTR_INDEX_uniPos,
                                         OV_GPON_RMUNI_ATTR_INDEX_MAX);
 constexpr uint32_t POTS_BITS = mask_of(OV_GPON_RMUNI_ATTR_INDEX_adminStatus);
-constexpr uint32_t VIDEO_BITS = mask_of(OV_GPON_RMUNI_ATTR_INDEX_adminStatus, OV_GPON_RMUNI_ATTR_INDEX_videoState,
-                                        OV_GPON_RMUNI_ATTR_INDEX_powerControl);
+constexpr uint32_t VIDEO_BITS =
+    mask_of(OV_GPON_RMUNI_ATTR_INDEX_adminStatus, OV_GPON_RMUNI_ATTR_INDEX_videoState,
+            OV_GPON_RMUNI_ATTR_INDEX_powerControl);
 constexpr uint32_t VEIP_BITS =
     mask_of(OV_GPON_RMUNI_ATTR_INDEX_adminStatus, OV_GPON_RMUNI_ATTR_INDEX_pmEnabled,
             OV_GPON_RMUNI_ATTR_INDEX_mcastEnabled, OV_GPON_RMUNI_ATTR_INDEX_macLrnCount,

@@ -50,14 +50,16 @@ size_t class_of(uint32_t size) {
 const ov_gpon_onutype_attr_t* type_named(const CardObjects& objects, std::string_view name) {
     for (const auto& [key, bytes] : objects.table(ONU_TYPE)) {
         const auto* type = reinterpret_cast<const ov_gpon_onutype_attr_t*>(bytes.data());
-        if (bytes.size() >= sizeof *type && name == std::string_view(type->name, strnlen(type->name, sizeof type->name)))
+        if (bytes.size() >= sizeof *type &&
+            name == std::string_view(type->name, strnlen(type->name, sizeof type->name)))
             return type;
     }
     return nullptr;
 }
 
 bool counts_way(const ov_gpon_rmuni_attr_t& settings, UniWay way) {
-    return settings.pmEnabled == 1u || (way == UniWay::UP ? settings.usPmEnabled : settings.dsPmEnabled) == 1u;
+    return settings.pmEnabled == 1u ||
+           (way == UniWay::UP ? settings.usPmEnabled : settings.dsPmEnabled) == 1u;
 }
 
 } // namespace
@@ -78,7 +80,8 @@ std::string uni_text(const UniPosition& uni) {
     return uni.type == OV_GPON_RMUNI_TYPE_VEIP ? "veip" : format("%d_%u/%u", uni.type, uni.card, uni.port);
 }
 
-// ---- which there are -----------------------------------------------------------------------------------------
+// ---- which there are
+// -----------------------------------------------------------------------------------------
 
 std::optional<UniPorts> ports_of(const Onu& onu, const CardObjects& objects) {
     if (onu.ports)
@@ -88,7 +91,8 @@ std::optional<UniPorts> ports_of(const Onu& onu, const CardObjects& objects) {
         return {};
     const auto record = read_record<ov_gpon_onu_attr_t>(*held);
     const auto* type =
-        type_named(objects, std::string_view(record.typeProfile, strnlen(record.typeProfile, sizeof record.typeProfile)));
+        type_named(objects, std::string_view(record.typeProfile,
+                                             strnlen(record.typeProfile, sizeof record.typeProfile)));
     if (!type)
         return {};
     return UniPorts{static_cast<uint32_t>(type->cardNum), static_cast<uint32_t>(type->ethNum),
@@ -117,7 +121,8 @@ bool has_uni(const Onu& onu, const CardObjects& objects, const UniPosition& uni)
     return std::find(unis.begin(), unis.end(), uni) != unis.end();
 }
 
-// ---- what they do --------------------------------------------------------------------------------------------
+// ---- what they do
+// --------------------------------------------------------------------------------------------
 
 void put_uni_factory_settings(std::span<uint8_t> record) {
     auto settings = read_record<ov_gpon_rmuni_attr_t>(record);

@@ -1,8 +1,9 @@
 // The UNIs of a simulated ONU: which there are, whether they have a link, and what they count.
 //
-// What an operator sets at a UNI reaches the ONU by way of its card, which keeps it (message 915); an ONU that
-// is up has the card's settings. Performance is counted where it is switched on, in intervals: a read of the
-// last finished one (message 918) ends the one that runs, as the quarter of an hour does it in a real ONU.
+// What an operator sets at a UNI reaches the ONU by way of its card, which keeps it (message 915); an ONU
+// that is up has the card's settings. Performance is counted where it is switched on, in intervals: a read of
+// the last finished one (message 918) ends the one that runs, as the quarter of an hour does it in a real
+// ONU.
 #pragma once
 
 #include <compare>
@@ -70,10 +71,11 @@ struct Uni {
     UniCounts finished[2];
 };
 
-// ---- the UNIs of an ONU ------------------------------------------------------------------------------------
+// ---- the UNIs of an ONU
+// ------------------------------------------------------------------------------------
 
-// Its ports: those that it was plugged in with, else those of the ONU type that its card was told. Nothing for
-// an ONU of a type that the card doesn't know.
+// Its ports: those that it was plugged in with, else those of the ONU type that its card was told. Nothing
+// for an ONU of a type that the card doesn't know.
 std::optional<UniPorts> ports_of(const Onu& onu, const CardObjects& objects);
 // All of them; an ONU with video ports has as many video cards.
 std::vector<UniPosition> unis_of(const UniPorts& ports);

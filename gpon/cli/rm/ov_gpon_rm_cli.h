@@ -18,8 +18,8 @@ void gpon_rm_onu_cli_init();
 
 // Words for numbers that commands take, saved lines have and shows print.
 inline constexpr ColName GPON_RM_AUTO_DETECTION[] = {
-    {0x00, "auto"},    {0x01, "full-10"}, {0x02, "full-100"}, {0x03, "full-1000"},
-    {0x04, "full-auto"}, {0x10, "auto-10"}, {0x11, "half-10"},  {0x12, "half-100"},
+    {0x00, "auto"},      {0x01, "full-10"},   {0x02, "full-100"},  {0x03, "full-1000"},
+    {0x04, "full-auto"}, {0x10, "auto-10"},   {0x11, "half-10"},   {0x12, "half-100"},
     {0x13, "half-1000"}, {0x14, "half-auto"}, {0x20, "auto-1000"}, {0x30, "auto-100"}};
 inline constexpr ColName GPON_RM_ETHERNET_INTERFACE[] = {{0, "bridged"}, {1, "ip-router"}, {2, "default"}};
 inline constexpr ColName GPON_RM_DOT1X_ACTION[] = {{0, "-"}, {1, "re-auth"}, {2, "unauth"}, {3, "auth"}};

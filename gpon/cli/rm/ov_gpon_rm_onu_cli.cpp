@@ -82,7 +82,8 @@ private:
             return false;
         next_ = *static_cast<const Info*>(row);
         return (scope_.slot == Scope::ANY || next_.slotID == scope_.slot) &&
-               (scope_.port == Scope::ANY || next_.portID == scope_.port) && next_.slotID != GPON_TEMPLATE_SLOT;
+               (scope_.port == Scope::ANY || next_.portID == scope_.port) &&
+               next_.slotID != GPON_TEMPLATE_SLOT;
     }
     // How the row was had.
     const char* fetch(Info& row) {

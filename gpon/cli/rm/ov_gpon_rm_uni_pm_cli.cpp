@@ -122,7 +122,8 @@ bool counts(const Pm& uni, mib_long Status::*direction) {
 }
 
 // Asks the ONU by way of its card.
-int show_current(const CliCall& call, mib_long Status::*direction, int (*fetch)(Pm*, int)) {
+int show_current(const CliCall& call, mib_long Status::*direction,
+                 int (*fetch)(Pm*, ov_hal_gpon_msg_action_t)) {
     Pm row;
     if (const int refusal = gpon_rm_uni_key(call, "ETHUNI", row); refusal != 0)
         return refusal;

@@ -19,7 +19,8 @@
 #include "cli_setting.h"
 #include "ov_hal_gpon_records.h"
 
-// Takes a word apart. 0, or 104006 behind a line that tells which form it hasn't; the three are then untouched.
+// Takes a word apart. 0, or 104006 behind a line that tells which form it hasn't; the three are then
+// untouched.
 int ov_gpon_rm_uni_pos_parse(struct vty* vty, const char* pos, ov_gpon_rmuni_type_t* type, uint32_t* card,
                              uint32_t* port);
 
@@ -50,14 +51,15 @@ std::string gpon_rm_uni_word(const Row& row) {
 template <typename Row>
 constexpr CliIndexWord gpon_rm_uni_index(const char* name) {
     return {.name = name,
-            .put = [](const CliCall& call, const char* word, void* row) {
-                auto& its = *static_cast<Row*>(row);
-                ov_gpon_rmuni_type_t type{};
-                const int refusal =
-                    ov_gpon_rm_uni_pos_parse(call.vty, word, &type, &its.onuCardID, &its.onuPortID);
-                its.onuPortType = static_cast<int32_t>(type);
-                return refusal;
-            },
+            .put =
+                [](const CliCall& call, const char* word, void* row) {
+                    auto& its = *static_cast<Row*>(row);
+                    ov_gpon_rmuni_type_t type{};
+                    const int refusal =
+                        ov_gpon_rm_uni_pos_parse(call.vty, word, &type, &its.onuCardID, &its.onuPortID);
+                    its.onuPortType = static_cast<int32_t>(type);
+                    return refusal;
+                },
             .word = [](const void* row) { return gpon_rm_uni_word(*static_cast<const Row*>(row)); }};
 }
 
