@@ -322,7 +322,7 @@ void Onus::reboot(uint32_t index) {
         return;
     ++onu->reboots;
     for (auto& [position, uni] : onu->unis)
-        uni = {.has_link = uni.has_link, .has_loop = uni.has_loop};
+        uni.clear_counts();
     lose(*onu);
     after(*onu, reboot_delay_);
 }

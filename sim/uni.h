@@ -69,6 +69,12 @@ struct Uni {
     UniCounts total[2];
     UniCounts running[2];
     UniCounts finished[2];
+
+    // What counts begins at 0 again.
+    void clear_counts() {
+        for (UniCounts* counts : {total, running, finished})
+            counts[0] = counts[1] = {};
+    }
 };
 
 // ---- the UNIs of an ONU

@@ -1,6 +1,7 @@
 // The saved configuration of what lies behind ONUs.
 #include <string>
 
+#include "app_rows.h"
 #include "cli_forms.h"
 #include "cli_objects.h"
 #include "command_syntaxes.h"
