@@ -5,8 +5,9 @@ import re
 
 import pytest
 
-from chassis import SimctlError
+from chassis import REPO, SimctlError
 from test_commands_onu import ONU, ONU_PORT, add, start_shelf
+from test_demo import demo
 
 SERIAL = "ABCD00000007"
 TYPE = "profile onutype HOME eth 2 pots 1 card 1 video 1 down-queue 8 up-queue 8"
@@ -282,3 +283,27 @@ def test_a_saved_configuration_typed_again_makes_the_same(home):
     typed(home, *[line.strip() for line in lines])
     assert home.saved() == lines
     assert {name: home.held(1, name) for name in objects} == objects
+
+
+# ---- the guide ----------------------------------------------------------------------------------------------
+
+
+def example_of_the_guide():
+    """The example of the operator's guide in the form of the tour: what stands below a command is in its output."""
+    guide = (REPO / "docs/operators-guide.md").read_text()
+    session = re.search(r"a test plays this and compares: begin -->\n```\n(.*?)```", guide, re.S)[1]
+    for line in session.splitlines():
+        if re.match(r"gpon\S*# |\$ ", line):
+            yield line
+        else:
+            words = [".*" if word == "..." else re.escape(word) for word in line.split()]
+            yield "=> 10s ^ *" + " +".join(words)
+
+
+def test_the_example_of_the_guide_works(tmp_path):
+    steps = list(example_of_the_guide())
+    assert len(steps) > 30
+    other = tmp_path / "example.txt"
+    other.write_text("## Behind an ONU\nText.\n" + "\n".join(steps) + "\n")
+    status, output = demo("--demo", other, binds=[tmp_path])
+    assert status == 0, output
