@@ -173,7 +173,7 @@ CLI_TEST(RemoteVlan, AHybridVlanIsNotAmongTheTagsOfAProfile) {
 }
 
 CLI_TEST(RemoteVlan, WhatNoCommandMakesIsInNoSavedConfiguration) {
-    const Place& place = places()[0];
+    const Place place = places()[0];
     Vlan& vlan = row(place);
     for (const int mode : {2, 3, 4, 6, 7}) { // without VLANs
         vlan.sRmUniVlanTableVlanMode = mode;
