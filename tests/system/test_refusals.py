@@ -112,7 +112,7 @@ COMMANDS = [
     (ONU, "remote uni lan1 enable", "%Bad format ONU interface lan1\n", "gpon-onu1/1:1",
      '"lan1" isn\'t eth_CARD/PORT, pots_CARD/PORT, video_CARD/PORT, veip or iphost'),
     (ONU, "remote uni eth_1/9 max-frame 100", "%Failed to set eth_1/9 max-frame\n",
-     "sRmUniStatusTable gpon-onu1/1:1 onuCardID 1 onuPortType ethUni onuPortID 9", "doesn't exist"),
+     "sRmUniStatusTable gpon-onu1/1:1 onuCardID 1 onuPortType 0 onuPortID 9", "doesn't exist"),
     (ONU, "remote uni eth_1/1 vlan-mode trunk tag 0", "% Invalid vlan id or range!\n", "gpon-onu1/1:1",
      '"0" isn\'t a VLAN from 1 to 4094, or a range of them'),
     (ONU, "remote uni eth_1/1 vlan-mode trunk tag 1-13", "%Bad parameter, count over 12\n", "gpon-onu1/1:1", "a UNI takes at most 12 VLANs"),
