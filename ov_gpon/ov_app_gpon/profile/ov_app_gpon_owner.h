@@ -9,13 +9,21 @@
 #include "sOnuSrvProfileTable.h"
 #include "sOnuTable.h"
 
-// May rows of this owner change? A service profile must exist and be bound to no ONU; an ONU must exist and
-// not take its rows from a service profile. False behind a log line that says why.
-bool ov_app_gpon_owner_check(const ov_sOnuTable_attr_t& owner);
+// What a table asks of the owners of its rows. Not every table asks for all, and the log line about a bound
+// profile has two spellings: people look for either.
+struct OwnerRules {
+    bool onu_exists = true;         // of an ONU's row: the ONU is there,
+    bool onu_sets_itself = true;    // and doesn't take its rows from a service profile
+    bool profile_is_free = true;    // of a template row: no ONU is bound to the profile, which is there
+    bool blank_before_bind = false; // "id %d bind %d times", and not "id %dbind %d times"
+};
+
+// May rows of this owner change? False behind a log line that says why.
+bool ov_app_gpon_owner_check(const ov_sOnuTable_attr_t& owner, const OwnerRules& rules = {});
 
 template <typename Row>
-bool ov_app_gpon_owner_admits(const Row& row) {
-    return ov_app_gpon_owner_check(onu_key<ov_sOnuTable_attr_t>(row));
+bool ov_app_gpon_owner_admits(const Row& row, const OwnerRules& rules = {}) {
+    return ov_app_gpon_owner_check(onu_key<ov_sOnuTable_attr_t>(row), rules);
 }
 
 // The row of the ONU that `row` belongs to, null for none; valid until the ONU is deleted.

@@ -4,15 +4,17 @@
 // Main loop only.
 #pragma once
 
+#include "app_message_map.h"
 #include "mmg_access.h"
 #include "ov_hal_gpon_msg.h"
+#include "ov_hal_gpon_records.h"
 #include "sRmUniPmTable.h"
 
 extern int gpon_unipm_appid;
+extern const MessageMap<ov_sRmUniPmTable_attr_t, ov_gpon_rmuni_stats_attr_t> unipm_map;
 
-// Start-up, in their places of the list.
+// Start-up, in its place of the list.
 void ov_app_gpon_rmunipm_init();
-void ov_app_gpon_rmunipm_task_init();
 
 // Reads what the UNI of the row's index counts upstream, or downstream, into the row's counters, past the
 // table; `action` is OV_HAL_GPON_MSG_ACTION_GET or OV_HAL_GPON_MSG_ACTION_GET_CURRENT (counting still). 0, or

@@ -9,67 +9,15 @@
 #include "ov_app_gpon_rm_tr069_mgmt.h"
 #include "ov_app_gpon_rm_voip_config_data.h"
 #include "ov_app_gpon_rm_voip_line_status.h"
-#include "ov_app_gpon_rmcapa.h"
-#include "ov_app_gpon_rminfo.h"
 #include "ov_app_gpon_rmmulticast.h"
 #include "ov_app_gpon_rmonu_opt_threshold.h"
 #include "ov_app_gpon_rmonupoe.h"
 #include "ov_app_gpon_rmservice.h"
-#include "ov_app_gpon_rmunipm.h"
 #include "ov_app_gpon_rmunipoe.h"
-#include "ov_app_gpon_rmunistatus.h"
-#include "ov_app_gpon_rmunivlan.h"
 #include "ov_app_gpon_rmwan.h"
 #include "ov_app_gpon_rmwifi.h"
 #include "sRmOnuQosPriorityQueueScheduleTable.h"
 
-void ov_app_gpon_rminfo_init() {
-    // TODO: callbacks of sRmInfoTable
-}
-void ov_app_gpon_rmcapa_init() {
-    // TODO: callbacks of sRmOnuCapaTable
-}
-void ov_app_gpon_rmunistatus_init() {
-    // TODO: callbacks of sRmUniStatusTable
-}
-void ov_app_gpon_rmunivlan_init() {
-    // TODO: callbacks of sRmUniVlanTable
-}
-void ov_app_gpon_rmunipm_init() {
-    // TODO: callbacks and task of sRmUniPmTable
-}
-void ov_app_gpon_rmunipm_task_init() {
-    // TODO: callbacks and task of sRmUniPmTable
-}
-// Their doors refuse.
-int ov_app_gpon_rminfo_edit(ov_sRmInfoTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM; // TODO: the module
-}
-int ov_app_gpon_rminfo_get_onu_update_list(const char* /*version*/, const char* /*eqptID*/,
-                                           ovralist_t* /*update_port_list*/) {
-    return 0; // TODO: the module
-}
-void ov_app_gpon_rminfo_release_onu_update_list(ovralist_t* list) {
-    ovralist_clear(list);
-}
-int ov_app_gpon_rmunistatus_edit(ov_sRmUniStatusTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM; // TODO: the module
-}
-int ov_app_gpon_rmunivlan_add(ov_sRmUniVlanTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM; // TODO: the module
-}
-int ov_app_gpon_rmunivlan_edit(ov_sRmUniVlanTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM; // TODO: the module
-}
-int ov_app_gpon_rmunivlan_del(ov_sRmUniVlanTable_attr_t* /*attr*/) {
-    return OV_GPON_RET_BAD_PARAM; // TODO: the module
-}
-int ov_get_uni_pm_us_data_from_hal(ov_sRmUniPmTable_attr_t* /*row*/, ov_hal_gpon_msg_action_t /*action*/) {
-    return OV_GPON_RET_FAIL; // TODO: the module
-}
-int ov_get_uni_pm_ds_data_from_hal(ov_sRmUniPmTable_attr_t* /*row*/, ov_hal_gpon_msg_action_t /*action*/) {
-    return OV_GPON_RET_FAIL; // TODO: the module
-}
 void ov_app_gpon_rmunipoe_init() {
     // TODO: callbacks of sRmUniPoeTable
 }
@@ -123,21 +71,17 @@ void ov_app_gpon_rmwifi_init() {
 }
 
 // A replay to a card brings nothing of their tables.
-// TODO: maps of the remote management of ONUs. Those that are set: rm_uni_status, rm_tr069,
-// rm_queue_schedule, rm_uni_vlan, rm_mcast, rm_voip_cfg, rm_voip_sip_user, rm_macfilter_mode,
-// rm_macfilter_dynamic, rm_uni_poe, rm_onu_poe, with ov_rmuni_table_attr_mask_get,
-// ov_rm_tr069_mgmt_table_attr_mask_get, ov_rmuni_vlan_table_attr_mask_get,
-// ov_rmuni_mcast_table_attr_mask_get, ov_rm_voip_config_data_table_attr_mask_get,
-// ov_rm_voip_sip_user_data_table_attr_mask_get, ov_rmservice_macfilter_mode_table_attr_mask_get,
-// ov_rmservice_macfilter_dynamic_table_attr_mask_get, ov_rmuni_poe_table_attr_mask_get,
-// ov_rmonu_poe_table_attr_mask_get: the replay masks of their maps.
-RESTORE_LATER(onu_info, SRMINFO, OV_HAL_MSG_GPON_RMONU_INFO) // TODO: map of record 914
-RESTORE_LATER(rm_uni_status, SRMUNISTATUS, OV_HAL_MSG_GPON_RM_UNI)
+// TODO: maps of the remote management of ONUs. Those that are set: rm_tr069,
+// rm_queue_schedule, rm_mcast, rm_voip_cfg, rm_voip_sip_user, rm_macfilter_mode,
+// rm_macfilter_dynamic, rm_uni_poe, rm_onu_poe, with
+// ov_rm_tr069_mgmt_table_attr_mask_get, ov_rmuni_mcast_table_attr_mask_get,
+// ov_rm_voip_config_data_table_attr_mask_get, ov_rm_voip_sip_user_data_table_attr_mask_get,
+// ov_rmservice_macfilter_mode_table_attr_mask_get, ov_rmservice_macfilter_dynamic_table_attr_mask_get,
+// ov_rmuni_poe_table_attr_mask_get, ov_rmonu_poe_table_attr_mask_get: the replay masks of their maps.
 RESTORE_LATER(rm_iphost, SRMIPHOST, OV_HAL_MSG_GPON_RMONU_IPHOST)
 RESTORE_LATER(rm_tr069, SRMTR069MGMT, OV_HAL_MSG_GPON_RMONU_TR069_SRV)
 RESTORE_LATER(rm_queue_schedule, SRMQUEUESCHEDULE, OV_HAL_MSG_GPON_RMONU_QUEUE_SCHEDULE)
 RESTORE_LATER(rm_service, SRMSERVICE, OV_HAL_MSG_GPON_RM_SERVICE)
-RESTORE_LATER(rm_uni_vlan, SRMUNIVLAN, OV_HAL_MSG_GPON_RM_UNI_VLAN)
 RESTORE_LATER(rm_mcast, SRMMULTICAST, OV_HAL_MSG_GPON_RM_UNI_MCAST)
 RESTORE_LATER(rm_wan, SRMWAN, OV_HAL_MSG_GPON_RM_WAN)
 RESTORE_LATER(rm_wifi, SRMWIFI, OV_HAL_MSG_GPON_RM_WIFI)
@@ -157,7 +101,6 @@ RESTORE_LATER(
 // Those of service profiles.
 RESTORE_TEMPLATES_LATER(iphost, SRMIPHOST, OV_HAL_MSG_GPON_RMONU_IPHOST)
 RESTORE_TEMPLATES_LATER(rmservice, SRMSERVICE, OV_HAL_MSG_GPON_RM_SERVICE)
-RESTORE_TEMPLATES_LATER(rmunivlan, SRMUNIVLAN, OV_HAL_MSG_GPON_RM_UNI_VLAN)
 RESTORE_TEMPLATES_LATER(wan, SRMWAN, OV_HAL_MSG_GPON_RM_WAN)
 RESTORE_TEMPLATES_LATER(wifi, SRMWIFI, OV_HAL_MSG_GPON_RM_WIFI)
 RESTORE_TEMPLATES_LATER(voip_cfg, SRMVOIPCONFIGDATA, OV_HAL_MSG_GPON_RMONU_VOIP_CONFIG_DATA)

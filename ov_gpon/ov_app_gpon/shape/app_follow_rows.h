@@ -46,6 +46,7 @@ struct FollowRows {
     // A row that is there isn't added again, and one that isn't there isn't removed.
     bool looks_first = true;
     const int* appid = nullptr;      // of the access
+    const char* added = nullptr;     // logged, as an error is, for a row that was added; null: nothing
     const char* add_error = nullptr; // logged for the row; null: nothing
     const char* remove_error = nullptr;
     const char* add_failed = nullptr; // logged for the owner's change, behind that; null: nothing
@@ -57,8 +58,11 @@ bool follow_one(const FollowRows<Owner, Row>& rows, const Row& at, bool there) {
     Row row = at;
     if (rows.looks_first && (find_stored_row(row) != nullptr) == there)
         return true;
-    if (mib_access(there ? rows.add : rows.remove, row, mibDefFlags, rows.appid ? *rows.appid : 0))
+    if (mib_access(there ? rows.add : rows.remove, row, mibDefFlags, rows.appid ? *rows.appid : 0)) {
+        if (there && rows.added)
+            OV_LOG_ERROR(rows.tag, "%s", rows.added);
         return true;
+    }
     if (const char* error = there ? rows.add_error : rows.remove_error)
         OV_LOG_ERROR(rows.tag, "%s", error);
     return false;
@@ -115,7 +119,7 @@ struct OwnedRows {
     int remove = MIB_DEL_N;
     MIB_Flags_t columns = mibDefFlags; // that the removal means
     const int* appid = nullptr;
-    void (*failed)(const Row& row) = nullptr; // logs a row that can't be removed
+    void (*failed)(const Row& row) = nullptr; // logs a row that can't be removed; null: nothing
     bool stops = false; // at such a row, and the owner stays; else the others go, and the owner too
 };
 
@@ -125,7 +129,8 @@ bool remove_owned_rows(const OwnedRows<Row>& owned, const Owner& owner) {
     for (Row& row : rows_copied(onu_key<Row>(owner), INDEX_TO_ONU)) {
         if (mib_access(owned.remove, row, owned.columns, *owned.appid))
             continue;
-        owned.failed(row);
+        if (owned.failed)
+            owned.failed(row);
         if (owned.stops)
             return false;
     }

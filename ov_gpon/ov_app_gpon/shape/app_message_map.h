@@ -26,6 +26,7 @@
 //   WIRE_ONLY(field, value)               no column: the field is value(row), such as the index
 //   WIRE_INTO(field, fill)                the same by fill(row, record)
 //   READ_ONLY(column, field)              the field of an answer is the column; never sent
+//   READ_INTO(column, field, take)        the same by take(record, row), for a column that is made of it
 //
 // and what may be said of a line:
 //
@@ -227,6 +228,10 @@ template <typename Row, typename Record, auto fill>
 void encode_into(const void* row, void* record) {
     fill(*static_cast<const Row*>(row), *static_cast<Record*>(record));
 }
+template <typename Row, typename Record, auto take>
+void decode_into(const void* record, void* row) {
+    take(*static_cast<const Record*>(record), *static_cast<Row*>(row));
+}
 template <typename Row, auto holds>
 bool condition(const void* row) {
     return holds(*static_cast<const Row*>(row));
@@ -268,6 +273,11 @@ bool condition(const void* row) {
     MapLine {                                                                                                \
         .column = column::name, .field = #record_field,                                                      \
         .decode = &message_map_detail::decode<&Row::name, &Record::record_field>,                            \
+    }
+#define READ_INTO(name, record_field, take)                                                                  \
+    MapLine {                                                                                                \
+        .column = column::name, .field = #record_field,                                                      \
+        .decode = &message_map_detail::decode_into<Row, Record, take>,                                       \
     }
 // What .applies_when() takes.
 #define ROW_IS(holds) (&message_map_detail::condition<Row, holds>)

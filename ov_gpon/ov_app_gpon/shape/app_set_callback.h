@@ -21,6 +21,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "app_card_answer.h"
 #include "app_columns.h"
@@ -113,6 +114,8 @@ struct SetCallback {
     bool dumps = false;
     // Whether the callback waits for the card's answer; null: always.
     bool (*waits)(const Change& change) = nullptr;
+    // What becomes of the row when the card has done it, and only then; in front of the next.
+    void (*taken)(Change& change) = nullptr;
     // The callback's answer when the card has taken the message.
     int (*follow)(Change& change) = nullptr;
     NotSupported not_supported = NotSupported::ACCEPT;
@@ -120,9 +123,28 @@ struct SetCallback {
     void (*give_back)(Change& change) = nullptr;
     // Logged behind that.
     const char* failure = nullptr;
-    // A refused row leaves as the steps have made it, and not as it came.
+    // A refused row leaves as the steps have made it, and not as it came. Only the caller's copy does: what
+    // the table has stored is never changed by a write that failed.
     bool keeps_on_refusal = false;
 };
+
+// A column with what it held before the access.
+template <typename Row>
+struct ShadowedColumn {
+    unsigned column;
+    mib_long Row::*value;
+    mib_long Row::*before; // its old_ shadow
+};
+
+// The columns of a change without those of `watched` that keep their value.
+template <typename Row>
+MIB_Flags_t columns_that_change(const RowChange<Row>& change, std::span<const ShadowedColumn<Row>> watched) {
+    MIB_Flags_t columns = change.columns;
+    for (const ShadowedColumn<Row>& each : watched)
+        if (change.row.*each.value == change.row.*each.before)
+            mib_flag_clear(columns, each.column);
+    return columns;
+}
 
 // A module's check of a row as the step of its set callback: .check = passes<ov_app_gpon_tcont_check>. It
 // answers 1 for a row that may become so.
@@ -181,6 +203,8 @@ int run_set_steps(const SetCallback<Row, Record>& callback, RowChange<Row>& chan
         OV_LOG_ERROR(callback.tag, "%s", callback.failure);
         return SET_REFUSED;
     }
+    if (answer == CardAnswer::DONE && callback.taken)
+        callback.taken(change);
     const bool follows = answer == CardAnswer::DONE || callback.not_supported == NotSupported::FOLLOW;
     return follows && callback.follow ? callback.follow(change) : SET_ACCEPTED;
 }
@@ -199,7 +223,7 @@ int run_set_callback(const SetCallback<Row, Record>& callback, MIBDID did, void*
         return SET_ACCEPTED;
     RowChange<Row> change{row, columns, *action};
     const int answer = run_set_steps(callback, change);
-    if (answer != SET_ACCEPTED && !callback.keeps_on_refusal)
+    if (answer != SET_ACCEPTED && (!callback.keeps_on_refusal || find_stored_row(row) == &row))
         row = before;
     return answer;
 }

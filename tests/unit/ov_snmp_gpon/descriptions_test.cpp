@@ -116,7 +116,7 @@ TEST(Descriptions, RegistryNamesAreThoseOfTheTables) {
     const std::map<std::string, std::string> expected = {
         {"sPonTable", "SPON"},
         {"sTcontTable", "STCONT"},
-        {"sRmUniPmTable", "SRMUNIPMONU"},
+        {"sRmUniPmTable", "SRMUNIPM"},
         {"tcaAlarmTable", "STCAALM"},
         {"cosToCosProfileTable", "SQOSCOSTOCOSPROFILE"},
         {"cosQueueMappingProfileTable", "SCOSQUEUEMAPPINGPROFILE"},

@@ -44,7 +44,7 @@ constexpr Expected TABLES[] = {
     {"sRmMulticastTable", "1.1.1.1.1.14", "shelfID slotID portID onuId onuCardID onuPortType onuPortID", 1,
      11, SRMMULTICAST, "rw"},
     {"sRmUniPmTable", "1.1.1.1.1.15", "shelfID slotID portID onuId onuCardID onuPortType onuPortID", 1, 28,
-     SRMUNIPMONU, "ro"},
+     SRMUNIPM, "ro"},
     {"sQosProfileTable", "1.1.1.1.1.16", "qosProfileID", 2, 19, SQOSPROFILE, "rc"},
     {"sGponTrapEnableTable", "1.1.1.1.1.17", "sTableIndex", 2, 4, SGPONTRAPENABLE, "rc"},
     {"sRmServiceTable", "1.1.1.1.1.18", "shelfID slotID portID onuId rmServiceID", 2, 9, SRMSERVICE, "rc"},

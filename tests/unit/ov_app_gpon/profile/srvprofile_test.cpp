@@ -3,6 +3,7 @@
 #include "../support/profile_support.h"
 #include "app_set_callback.h"
 #include "sOnuTable.h"
+#include "sOnuTypeProfileTable.h"
 
 using namespace profile_test;
 using testing::Contains;
@@ -30,10 +31,21 @@ const Row* stored(mib_ulong id) {
     return find_row(profile(id));
 }
 
+// The types that profiles may be of.
+void run(const std::function<void(AppChassis&)>& body) {
+    app_chassis::run([&body](AppChassis& chassis) {
+        mib_ulong id = 0;
+        for (const std::string& name : {std::string("HG8"), std::string("HG9"), std::string(33, 't')})
+            chassis.put_row<ov_sOnuTypeProfileTable_attr_t>(
+                [&name](auto& type) { put_text(type.onuTypeProfileName, name); }, ++id);
+        body(chassis);
+    });
+}
+
 // ---- adding -----------------------------------------------------------------------------------------------
 
 TEST(SrvProfile, AddMakesARowNamedAsItsId) {
-    app_chassis::run([](AppChassis& chassis) {
+    run([](AppChassis& chassis) {
         EXPECT_EQ(add(profile(17)), 0);
         const Row* row = stored(17);
         ASSERT_NE(row, nullptr);
@@ -47,7 +59,7 @@ TEST(SrvProfile, AddMakesARowNamedAsItsId) {
 }
 
 TEST(SrvProfile, AGivenNameStays) {
-    app_chassis::run([](AppChassis& /*chassis*/) {
+    run([](AppChassis& /*chassis*/) {
         EXPECT_EQ(add(profile(17, "HG8", "homes"),
                       columns_of(column::sOnuTypeProfileName, column::onuSrvProfileName)),
                   0);
@@ -56,13 +68,13 @@ TEST(SrvProfile, AGivenNameStays) {
 }
 
 TEST(SrvProfile, AddNeedsARowAMaskAndAnOnuType) {
-    app_chassis::run([](AppChassis& chassis) {
+    run([](AppChassis& chassis) {
         expect_add_needs(chassis, ov_app_gpon_onu_srvprofile_add, profile(17), column::sOnuTypeProfileName);
     });
 }
 
 TEST(SrvProfile, AnIdCanBeAddedOnce) {
-    app_chassis::run([](AppChassis& chassis) {
+    run([](AppChassis& chassis) {
         ASSERT_EQ(add(profile(17)), 0);
         EXPECT_EQ(add(profile(17, "HG9")), OV_GPON_RET_FAIL);
         EXPECT_THAT(log_of(chassis), Contains("mib add error for onu srvprofile table"));
@@ -71,7 +83,7 @@ TEST(SrvProfile, AnIdCanBeAddedOnce) {
 }
 
 TEST(SrvProfile, ACreatedRowWithoutANameIsNamedForManagersToo) {
-    app_chassis::run([](AppChassis& /*chassis*/) {
+    run([](AppChassis& /*chassis*/) {
         Row row = profile(3);
         row.sOnuSrvProfileRowStatus = OVRA_CREATEANDGO;
         ASSERT_TRUE(mib_access(MIB_SET, row));
@@ -82,7 +94,7 @@ TEST(SrvProfile, ACreatedRowWithoutANameIsNamedForManagersToo) {
 // ---- questions --------------------------------------------------------------------------------------------
 
 TEST(SrvProfile, AnIdTakenByAnotherOnuTypeIsTold) {
-    app_chassis::run([](AppChassis& /*chassis*/) {
+    run([](AppChassis& /*chassis*/) {
         ASSERT_EQ(add(profile(17)), 0);
         int exists = -1;
         Row same = profile(17);
@@ -99,7 +111,7 @@ TEST(SrvProfile, AnIdTakenByAnotherOnuTypeIsTold) {
 }
 
 TEST(SrvProfile, CheckGivesTheOnuType) {
-    app_chassis::run([](AppChassis& /*chassis*/) {
+    run([](AppChassis& /*chassis*/) {
         const std::string longest(33, 't');
         ASSERT_EQ(add(profile(17, longest)), 0);
         char type[34] = "kept";
@@ -112,7 +124,7 @@ TEST(SrvProfile, CheckGivesTheOnuType) {
 }
 
 TEST(SrvProfile, OnuTypesThatProfilesNameAreKnown) {
-    app_chassis::run([](AppChassis& /*chassis*/) {
+    run([](AppChassis& /*chassis*/) {
         ASSERT_EQ(add(profile(17, "HG8")), 0);
         ASSERT_EQ(add(profile(18, "HG9")), 0);
         EXPECT_EQ(ov_app_gpon_onusrv_bind_onutype_check("HG9"), 1);
@@ -122,7 +134,7 @@ TEST(SrvProfile, OnuTypesThatProfilesNameAreKnown) {
 }
 
 TEST(SrvProfile, NamesCanBeLookedUpAndChanged) {
-    app_chassis::run([](AppChassis& chassis) {
+    run([](AppChassis& chassis) {
         ASSERT_EQ(add(profile(17)), 0);
         mib_ulong id = 0;
         EXPECT_EQ(ov_app_gpon_onusrvprofile_getId("17", &id), 1);
@@ -150,7 +162,7 @@ TEST(SrvProfile, NamesCanBeLookedUpAndChanged) {
 // ---- binding ----------------------------------------------------------------------------------------------
 
 TEST(SrvProfile, BoundOnusAreCounted) {
-    app_chassis::run([](AppChassis& chassis) {
+    run([](AppChassis& chassis) {
         ASSERT_EQ(add(profile(17)), 0);
         EXPECT_EQ(ov_app_gpon_onu_srvprofile_bindCount(17, 1), 1);
         EXPECT_EQ(ov_app_gpon_onu_srvprofile_bindCount(17, 1), 1);
@@ -177,7 +189,7 @@ void expect_in_use(AppChassis& chassis, mib_ulong id) {
 }
 
 TEST(SrvProfile, AProfileOfAPortStays) {
-    app_chassis::run([](AppChassis& chassis) {
+    run([](AppChassis& chassis) {
         ASSERT_EQ(add(profile(17)), 0);
         chassis.put_port(3);
         chassis.put_row<ov_sPonTable_attr_t>([](auto& row) { row.sPonTableSrvProfileID = 17; }, GPON_SHELF,
@@ -187,7 +199,7 @@ TEST(SrvProfile, AProfileOfAPortStays) {
 }
 
 TEST(SrvProfile, AProfileOfAnOnuStays) {
-    app_chassis::run([](AppChassis& chassis) {
+    run([](AppChassis& chassis) {
         ASSERT_EQ(add(profile(17)), 0);
         chassis.put_port(4);
         chassis.put_row<ov_sOnuTable_attr_t>([](auto& row) { row.sOnuTableSrvProfileId = 17; }, 1, 3, 4, 7);
@@ -199,7 +211,7 @@ TEST(SrvProfile, AProfileOfAnOnuStays) {
 
 // The action on the wire is 3, which for other messages means a change: cards know it so.
 TEST(SrvProfile, RemovalIsToldToEveryCardWithoutWaiting) {
-    app_chassis::run([](AppChassis& chassis) {
+    run([](AppChassis& chassis) {
         FakeCard other(5, FakeCard::be_silent);
         HalChassis::activate(5);
         chassis.card.behave(FakeCard::be_silent);
@@ -218,7 +230,7 @@ TEST(SrvProfile, RemovalIsToldToEveryCardWithoutWaiting) {
 }
 
 TEST(SrvProfile, ManagersRemovalTellsTheCardsToo) {
-    app_chassis::run([](AppChassis& chassis) {
+    run([](AppChassis& chassis) {
         ASSERT_EQ(add(profile(17)), 0);
         Row row = profile(17);
         row.sOnuSrvProfileRowStatus = OVRA_DESTROY;
@@ -229,7 +241,7 @@ TEST(SrvProfile, ManagersRemovalTellsTheCardsToo) {
 }
 
 TEST(SrvProfile, RemovalOfAnUnknownProfileFails) {
-    app_chassis::run([](AppChassis& chassis) {
+    run([](AppChassis& chassis) {
         EXPECT_EQ(ov_gpon_onu_service_profile_del(17), OV_GPON_RET_FAIL);
         EXPECT_THAT(log_of(chassis), Contains("mib del error for multi srvprofile table"));
         EXPECT_THAT(chassis.messages(), IsEmpty());

@@ -14,6 +14,11 @@
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_port.h"
 #include "ov_app_gpon_rm_traffic.h"
+#include "ov_app_gpon_rmcapa.h"
+#include "ov_app_gpon_rminfo.h"
+#include "ov_app_gpon_rmunipm.h"
+#include "ov_app_gpon_rmunistatus.h"
+#include "ov_app_gpon_rmunivlan.h"
 #include "ov_app_gpon_service.h"
 #include "ov_app_gpon_service_port.h"
 #include "ov_app_gpon_tcont.h"
@@ -44,6 +49,11 @@ bool is_encrypted(const Row& row) {
     return row.sGemTableIfEnableEncryption == 1;
 }
 
+void name_rate(const Record& record, Row& row) {
+    snprintf(row.sGemTableUpTrafficName, sizeof row.sGemTableUpTrafficName, "%u kbit/s",
+             static_cast<unsigned>(record.dsMinBw));
+}
+
 constexpr MapLine LINES[] = {
     WIRE_ONLY(ifindex, gem_number),
     MAP(sGemTableGemName, name, 1),
@@ -53,6 +63,7 @@ constexpr MapLine LINES[] = {
     MASK_ONLY(sGemTablePmEnable, 3),
     MAP(sGemTableTcontID, tcontId, 2).applies_when(ROW_IS(is_encrypted)),
     READ_ONLY(sGemTableGemPortID, servportCount),
+    READ_INTO(sGemTableUpTrafficName, dsMinBw, name_rate),
 };
 constexpr MessageMap<Row, Record> invented_map(LINES,
                                                {.first = 3, .last = 12, .last_read = 7, .no_attribute = 12});
@@ -143,6 +154,16 @@ TEST(MessageMap, TakesOutOfAnAnswerWhatWasAsked) {
     EXPECT_STREQ(row.sGemTableGemName, "card's");
 }
 
+TEST(MessageMap, MakesAColumnOfAnAnswer) {
+    Record record = {};
+    record.dsMinBw = 512;
+    Row row = {};
+    invented_map.decode(&record, &row, columns({3}));
+    EXPECT_STREQ(row.sGemTableUpTrafficName, "");
+    invented_map.decode(&record, &row, mibDefFlags);
+    EXPECT_STREQ(row.sGemTableUpTrafficName, "512 kbit/s");
+}
+
 TEST(MessageMap, ReadsATextThatFillsItsField) {
     Record record = {};
     std::memset(record.name, 'y', sizeof record.name);
@@ -174,6 +195,11 @@ std::vector<SystemMap> system_maps() {
         SYSTEM_MAP(rm_traffic_map, ov_sRmTrafficProfileTable_attr_t),
         SYSTEM_MAP(service_map, ov_sServiceTable_attr_t),
         SYSTEM_MAP(mcast_vlan_map, ov_sMcastVlanTable_attr_t),
+        SYSTEM_MAP(rminfo_map, ov_sRmInfoTable_attr_t),
+        SYSTEM_MAP(rmcapa_map, ov_sRmOnuCapaTable_attr_t),
+        SYSTEM_MAP(unistatus_map, ov_sRmUniStatusTable_attr_t),
+        SYSTEM_MAP(univlan_map, ov_sRmUniVlanTable_attr_t),
+        SYSTEM_MAP(unipm_map, ov_sRmUniPmTable_attr_t),
     };
 }
 

@@ -56,6 +56,21 @@ int answer_to(const Callback& callback, Row& row, const MIB_Flags_t& columns,
 }
 constexpr MIB_Flags_t LIMIT = columns_of(column::exampleLimit);
 
+ov_sOnuTable_attr_t put_onu(const AppChassis& chassis, int state = SONUTABLEONUSTATE_OPERATIONAL) {
+    chassis.put_row<ov_sOnuTable_attr_t>([=](ov_sOnuTable_attr_t& onu) { onu.sOnuTableOnuState = state; },
+                                         GPON_SHELF, SLOT, 4, 7);
+    return onu_key<ov_sOnuTable_attr_t>(SLOT, 4, 7);
+}
+
+// Runs the callback on the owner's table as the access to it would.
+int owner_changes(const ov_sOnuTable_attr_t& key, int status) {
+    ov_sOnuTable_attr_t onu = key;
+    onu.sOnuTableRowStatus = status;
+    onu.old_sOnuTableRowStatus = status == OVRA_CREATEANDGO ? 0 : OVRA_ACTIVE;
+    return ov_example_onutable_set_callback(did_of<ov_sOnuTable_attr_t>(), &onu,
+                                            columns_of(sOnuTable_column::sOnuTableRowStatus));
+}
+
 constexpr Callback PLAIN = {.message = MESSAGE, .map = &example_map, .failure = "set example error"};
 
 // ---- a write ---------------------------------------------------------------------------------------------
@@ -218,6 +233,53 @@ TEST(SetShape, MakesOfNotSupportedWhatTheTableSays) {
     });
 }
 
+TEST(SetShape, TellsTheModuleThatTheCardHasDoneItAndOnlyThen) {
+    run([](AppChassis& chassis) {
+        Callback callback = PLAIN;
+        callback.not_supported = NotSupported::FOLLOW;
+        callback.taken = [](Change& change) { change.row.exampleLimit = 1; };
+        callback.follow = [](Change& change) { return 40 + change.row.exampleLimit; };
+        for (const auto& [code, limit] : {std::pair{0u, 1}, std::pair{1008u, 9}, std::pair{1003u, 9}}) {
+            chassis.card_answers(MESSAGE, code);
+            Row row = row_at();
+            EXPECT_EQ(answer_to(callback, row, LIMIT), code == 1003 ? SET_REFUSED : 40 + limit);
+            EXPECT_EQ(row.exampleLimit, limit) << code;
+        }
+    });
+}
+
+TEST(SetShape, KeepsNothingOfARefusalInAStoredRow) {
+    run([](AppChassis& chassis) {
+        owner_changes(put_onu(chassis), OVRA_CREATEANDGO);
+        Callback callback = PLAIN;
+        callback.keeps_on_refusal = true;
+        callback.give_back = [](Change& change) { change.row.exampleLimit = 5; };
+        chassis.card_answers(MESSAGE, 1003);
+        auto* stored = const_cast<Row*>(find_row(row_at()));
+        ASSERT_NE(stored, nullptr);
+        stored->exampleLimit = 9;
+        EXPECT_EQ(run_set_callback(callback, did_of<Row>(), stored, LIMIT), SET_REFUSED);
+        EXPECT_EQ(stored->exampleLimit, 9);
+    });
+}
+
+TEST(SetShape, KnowsWhichColumnsKeepTheirValue) {
+    static constexpr ShadowedColumn<Row> WATCHED[] = {
+        {column::exampleLimit, &Row::exampleLimit, &Row::old_exampleLimit}};
+    Row row = {};
+    row.exampleLimit = 9;
+    row.exampleEnable = 1;
+    row.old_exampleEnable = 1;
+    const MIB_Flags_t both = columns_of(column::exampleLimit, column::exampleEnable);
+    const auto changed = [&] {
+        return columns_that_change<Row>(Change{row, both, OV_HAL_GPON_MSG_ACTION_SET}, WATCHED);
+    };
+    EXPECT_TRUE(mib_flag_is_set(changed(), column::exampleLimit));
+    row.old_exampleLimit = 9;
+    EXPECT_FALSE(mib_flag_is_set(changed(), column::exampleLimit));
+    EXPECT_TRUE(mib_flag_is_set(changed(), column::exampleEnable)); // nobody watches it
+}
+
 TEST(SetShape, SendsEditsAlone) {
     run([](AppChassis& chassis) {
         Callback callback = PLAIN;
@@ -268,21 +330,6 @@ TEST(SetShape, ChecksAndReservesBeforeItSendsAndGivesBackWhatTheCardRefused) {
 
 // ---- the example module
 // ------------------------------------------------------------------------------------
-
-ov_sOnuTable_attr_t put_onu(const AppChassis& chassis, int state = SONUTABLEONUSTATE_OPERATIONAL) {
-    chassis.put_row<ov_sOnuTable_attr_t>([=](ov_sOnuTable_attr_t& onu) { onu.sOnuTableOnuState = state; },
-                                         GPON_SHELF, SLOT, 4, 7);
-    return onu_key<ov_sOnuTable_attr_t>(SLOT, 4, 7);
-}
-
-// Runs the callback on the owner's table as the access to it would.
-int owner_changes(const ov_sOnuTable_attr_t& key, int status) {
-    ov_sOnuTable_attr_t onu = key;
-    onu.sOnuTableRowStatus = status;
-    onu.old_sOnuTableRowStatus = status == OVRA_CREATEANDGO ? 0 : OVRA_ACTIVE;
-    return ov_example_onutable_set_callback(did_of<ov_sOnuTable_attr_t>(), &onu,
-                                            columns_of(sOnuTable_column::sOnuTableRowStatus));
-}
 
 TEST(ExampleModule, ItsRowComesAndGoesWithTheOnu) {
     run([](AppChassis& chassis) {
