@@ -183,6 +183,14 @@ protected:
             }
     }
 
+    // Whether the command can give a column this number.
+    static bool can_give(const CliPreparedSetting& setting, int64_t number) {
+        for (const ColName& word : setting.setting().value.words)
+            if (word.value == number)
+                return true;
+        return setting.syntax().arguments().back().can_hold(number);
+    }
+
     int entered_ = 0; // lines that were saved
 };
 
@@ -213,7 +221,7 @@ CLI_TEST(SettingsReplay, NumbersBesideTheSyntaxAreNotSaved) {
                 const ColumnDesc& desc =
                     *setting.setting().object->table.column(static_cast<int>(column.column));
                 for (const int64_t number : {int64_t{-1}, int64_t{19}, int64_t{35}, int64_t{0x7fffffff}}) {
-                    if (setting.syntax().arguments().back().can_hold(number))
+                    if (can_give(setting, number))
                         continue;
                     record_put<int32_t>(row_of(setting, place), desc.offset, static_cast<int32_t>(number));
                     EXPECT_EQ(saved(place), lines_before) << setting.command().syntax << " " << number;
