@@ -27,7 +27,7 @@ std::array<Record, RM_UNI_PM_UNIS> onu_pm; // the request in hand, and its answe
 // Rows that are waiting for their turn. What is taken out of it goes for good.
 class RowStore {
 public:
-    explicit RowStore(int index) : index_(index) {}
+    constexpr explicit RowStore(int index) : index_(index) {}
 
     void make() const { data_Init(did(), KEY_SIZE, sizeof(Row)); }
     void add(const Row& row) const {
@@ -50,8 +50,8 @@ private:
     int index_;
 };
 
-const RowStore CYCLE(SRMUNIPMPON);
-const RowStore ONU(SRMUNIPMONU);
+constexpr RowStore CYCLE(SRMUNIPMPON);
+constexpr RowStore ONU(SRMUNIPMONU);
 
 bool is_same_onu(const Row& a, const Row& b) {
     return a.portID == b.portID && a.onuId == b.onuId;
@@ -120,6 +120,25 @@ void end_cycle(unsigned int alarm) {
     mib_save_sRmUniPmTable_backdoor();
 }
 
+// The request for the rows in hand that are in the table still: how many. `onu` is that of the last.
+int fill_request(uint32_t& mask, ov_sOnuTable_attr_t& onu) {
+    const auto lock = lock_of_table();
+    mask = 0;
+    onu_pm.fill({});
+    int unis = 0;
+    while (const Row* row = ONU.first()) {
+        onu = onu_key<ov_sOnuTable_attr_t>(*row);
+        if (find_stored_row(*row) != nullptr) {
+            unipm_map.encode_address(row, &onu_pm[static_cast<size_t>(unis)]);
+            mask |= 1u << unis;
+            if (++unis == RM_UNI_PM_UNIS)
+                break;
+        }
+        ONU.remove_first();
+    }
+    return unis;
+}
+
 void fetch(uint32_t mask) {
     if (ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_RM_UNI_STATS, OV_HAL_GPON_MSG_ACTION_GET, onu_pm.data(),
                              static_cast<ov_bmp_t>(mask), 1) == OV_GPON_RET_OK)
@@ -157,21 +176,8 @@ pm_onu_taken_e pm_get_one_onu_mib() {
 }
 
 int pm_prepare_one_onu_request(uint32_t* mask) {
-    const auto lock = lock_of_table();
-    *mask = 0;
-    onu_pm.fill({});
-    int unis = 0;
     ov_sOnuTable_attr_t onu = {};
-    while (const Row* row = ONU.first()) {
-        onu = onu_key<ov_sOnuTable_attr_t>(*row);
-        if (find_stored_row(*row) != nullptr) {
-            unipm_map.encode_address(row, &onu_pm[static_cast<size_t>(unis)]);
-            *mask |= 1u << unis;
-            if (++unis == RM_UNI_PM_UNIS)
-                break;
-        }
-        ONU.remove_first();
-    }
+    const int unis = fill_request(*mask, onu);
     if (!mib_access(MIB_GET, onu))
         return 0;
     return onu.sOnuTableOnuState == SONUTABLEONUSTATE_OPERATIONAL ? unis : -1;
@@ -192,7 +198,7 @@ void rm_uni_pm_onu_task(unsigned int clientreg, void* /*clientarg*/) {
     uint32_t mask = 0;
     const int unis = pm_prepare_one_onu_request(&mask);
     if (unis == 0) {
-        OV_LOG_ERROR("MMG", "the pm data which existed before is not exist now");
+        OV_LOG_INFO("MMG", "the pm data which existed before is not exist now");
     } else if (unis < 0) {
         OV_LOG_INFO("MMG", "the onu is not working in operational state");
         if (mask != 0)
