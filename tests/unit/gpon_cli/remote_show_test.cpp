@@ -3,6 +3,9 @@
 
 #include <sstream>
 
+#include "../support/test_clock.h"
+#include "ov_app_gpon_rmunipm_task.h"
+
 namespace {
 
 using Lines = std::vector<std::string>;
@@ -82,6 +85,21 @@ CLI_TEST(RemotePm, OfTheLastIntervalAreThoseOfTheRow) {
         EXPECT_EQ(lines(text).size(), 3u + 4u + 14u);
     }
     EXPECT_EQ(chassis_.messages().size(), 0u) << "nobody is asked";
+}
+
+CLI_TEST(RemotePm, HaveWhatTheOnuCountedWhenACycleIsOver) {
+    run(far_, "remote uni eth_1/1 pm enable");
+    std::array<ov_gpon_rmuni_stats_attr_t, RM_UNI_PM_UNIS> records = {};
+    records[0].rxPkt = 4711;
+    chassis_.card_reads(OV_HAL_MSG_GPON_RM_UNI_STATS, records);
+    TestClock clock;
+    ov_app_gpon_rmunipm_task_init();
+    EXPECT_EQ(value(run(far_, "show onu remote uni eth_1/1 pm history upstream"), "eth_1/1", "sampled"), "-");
+    clock.advance(std::chrono::seconds(RM_UNI_PM_CYCLE_SECONDS * 2));
+    const std::string text = run(far_, "show onu remote uni eth_1/1 pm history upstream");
+    EXPECT_EQ(value(text, "eth_1/1", "data"), "available");
+    EXPECT_EQ(value(text, "eth_1/1", "packets"), "4711");
+    EXPECT_NE(value(text, "eth_1/1", "sampled"), "-");
 }
 
 CLI_TEST(RemotePm, ThatRunAreAskedOfTheOnuAndKeptNowhere) {
