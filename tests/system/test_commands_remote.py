@@ -256,6 +256,43 @@ def test_settings_are_written_again_and_factory_settings_restored(home):
     assert saved(home) == []
 
 
+FAILURES = {
+    "show onu remote info": "%Failed to get port info \n",
+    "show onu remote capability": "%Failed to get port info \n",
+    "show onu remote uni eth_1/1 param": "%Failed to get uni status\n",
+    "show onu remote uni eth_1/1 pm current upstream": NOT_COUNTED,
+    "show onu remote uni eth_1/1 pm current downstream": NOT_COUNTED,
+}
+
+
+@pytest.mark.parametrize("fault", [("code", "code=1"), ("short", "len=4"), ("oversize", "len=1024"), ("duplicate",), ("wrong-message", "message=901")])
+def test_answers_that_are_wrong_do_no_harm(home, fault):
+    typed(home, "remote uni eth_1/1 pm enable")
+    home.chassis.simctl("uni", SERIAL, "eth_1/1", "traffic", "up=10", "down=3")
+    tables = {name: home.rows(name) for name in ("sRmInfoTable", "sRmUniStatusTable", "sRmUniPmTable")}
+    right = {line: items(home.on_onu(line)[1]) for line in FAILURES}
+    for line, failure in FAILURES.items():
+        home.chassis.simctl("card-fault", 1, *fault)
+        with home.chassis.open_vty(timeout=20) as session:
+            session("configure terminal")
+            session(f"interface {ONU}")
+            reply = session(line)
+        assert reply.result == 0 or str(reply) == failure, (line, str(reply))
+        assert items(home.on_onu(line)[1]) == right[line], line
+    assert {name: home.rows(name) for name in tables} == tables
+
+
+def test_the_simulator_refuses_what_the_onu_has_not(home):
+    for words in (("eth_1/3", "link", "off"), ("lan1", "link", "off"), ("eth_1/1", "traffic"), ("eth_1/1", "fire", "on")):
+        with pytest.raises(SimctlError):
+            home.chassis.simctl("uni", SERIAL, *words)
+    with pytest.raises(SimctlError):
+        home.chassis.simctl("show", "onu", "ABCD00000001")
+    first, *unis = home.chassis.simctl("show", "onu", SERIAL)
+    assert f"serial={SERIAL}" in first and "reboots=0" in first
+    assert [line.split()[0] for line in unis] == [f"uni={uni}" for uni in ("eth_1/1", "eth_1/2", "pots_1/1", "veip", "video_1/1")]
+
+
 # ---- templates, and what is saved ---------------------------------------------------------------------------
 
 
