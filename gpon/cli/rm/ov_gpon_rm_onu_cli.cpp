@@ -189,7 +189,7 @@ constexpr RmItem CAPABILITY[] = {
     {"veips", sRmOnuCapaVeipNum},
     {"video ports", sRmOnuCapaVideoNum},
     {"operator id", sRmOnuCapaOperationId},
-    {"spec version", sRmOnuCapaSpecVersion},
+    {"standard version", sRmOnuCapaSpecVersion},
     {"onu type", sRmOnuCapaOnuType},
     {"tx power control", sRmOnuCapaTxpowerCtrl},
     {"traffic management", sRmOnuCapaTrafficMagOption},
