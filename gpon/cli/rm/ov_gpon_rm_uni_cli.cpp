@@ -71,11 +71,7 @@ int read(const CliCall& call, const char* name, const char* failure, Status& row
 }
 
 void print_vlans(const RmItems& items, const Status& status) {
-    auto key = onu_key<Vlan>(status);
-    key.onuCardID = status.onuCardID;
-    key.onuPortType = status.onuPortType;
-    key.onuPortID = status.onuPortID;
-    if (const Vlan* vlan = find_row(key); vlan != nullptr)
+    if (const Vlan* vlan = find_row(gpon_rm_key_of_uni<Vlan>(status)); vlan != nullptr)
         items.print(gpon_rm_uni_word(status), table_desc_sRmUniVlanTable, vlan, VLANS);
 }
 

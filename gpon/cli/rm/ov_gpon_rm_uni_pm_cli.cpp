@@ -113,11 +113,7 @@ constexpr auto* ov_show_gpon_onu_rm_uni_pm_ds_cli = show_history;
 
 // Whether the ONU counts in a direction.
 bool counts(const Pm& uni, mib_long Status::*direction) {
-    auto key = onu_key<Status>(uni);
-    key.onuCardID = uni.onuCardID;
-    key.onuPortType = uni.onuPortType;
-    key.onuPortID = uni.onuPortID;
-    const Status* status = find_row(key);
+    const Status* status = find_row(gpon_rm_key_of_uni<Status>(uni));
     return status != nullptr && (status->sRmUniStatusTablePmEnable == 1 || status->*direction == 1);
 }
 

@@ -42,6 +42,16 @@ int gpon_rm_put_uni(const CliCall& call, const char* name, Row& row) {
     return 0;
 }
 
+// The key of the row that another table has for the same UNI.
+template <typename Row, typename OfUni>
+Row gpon_rm_key_of_uni(const OfUni& of) {
+    Row key = onu_key<Row>(of);
+    key.onuCardID = of.onuCardID;
+    key.onuPortType = of.onuPortType;
+    key.onuPortID = of.onuPortID;
+    return key;
+}
+
 template <typename Row>
 std::string gpon_rm_uni_word(const Row& row) {
     return ov_gpon_rm_cli_uni_pos_str(row.onuCardID, row.onuPortID, row.onuPortType);
