@@ -6,6 +6,7 @@
 
 #include "card_fields.h"
 #include "card_rules.h"
+#include "onu_rules.h"
 #include "port_name.h"
 #include "text.h"
 
@@ -16,6 +17,8 @@ namespace {
 constexpr uint16_t PORT = 901;
 constexpr uint16_t ONU = 903;
 constexpr uint16_t RMONU_INFO = 914;
+constexpr uint16_t RM_UNI = 915;
+constexpr uint16_t RM_UNI_STATS = 918;
 constexpr uint16_t WN_TRAP = 923;
 constexpr uint16_t TRAP_SYNC = 949;
 constexpr uint16_t CONF_SYNC_END = 950;
@@ -78,6 +81,8 @@ void Card::handle(std::span<const uint8_t> frame) {
     }
     if (!refusal && request.message)
         refusal = check_card_rules(request, slot_, objects_);
+    if (!refusal && request.message)
+        refusal = check_onu_rules(request, objects_, onus_);
     Outcome outcome;
     if (refusal) {
         record_refusal(request, *refusal, frame.size());
@@ -113,21 +118,46 @@ Card::Outcome Card::perform(const CardRequest& request) {
 
 Card::Outcome Card::read(const CardRequest& request) {
     Outcome outcome;
+    if (request.message->number == RM_UNI_STATS)
+        end_intervals(request);
     const auto* held =
         request.message->use == CardUse::LIVE ? nullptr : objects_.find(*request.message, request.record);
     if (held)
         outcome.record = *held;
     else
         outcome.record.assign(request.record.begin(), request.record.end());
+    if (!held && request.message->number == RM_UNI)
+        put_uni_factory_settings(outcome.record);
     outcome.retcode = values_.fill(request, outcome.record);
     return outcome;
+}
+
+// Of the UNIs whose counters are read.
+void Card::end_intervals(const CardRequest& request) {
+    Onu* onu = onus_.at_index(get_be32(request.record, 0));
+    const size_t size = request.message->record->size;
+    for (size_t i = 0; onu && i * size < request.record.size(); ++i)
+        if (has_bit(request.mask, static_cast<int>(i)))
+            end_interval(*onu, *uni_of(*request.message, request.record.subspan(i * size, size)));
+}
+
+// A UNI that is set for the first time has else what it was made with.
+void Card::make_uni(const CardRequest& request) {
+    CardObjects::Bytes uni(request.record.size());
+    for (const CardPart& part : request.message->key)
+        std::memcpy(uni.data() + part.offset, request.record.data() + part.offset, part.size);
+    put_uni_factory_settings(uni);
+    objects_.put(*request.message, uni);
 }
 
 bool Card::change(const CardRequest& request) {
     const bool held_before = objects_.find(*request.message, request.record) != nullptr;
     if (request.action == card_action::CREATE)
         objects_.put(*request.message, request.record);
-    else if (request.action == card_action::SET)
+    else if (request.action == card_action::SET && request.message->number == RM_UNI && !held_before) {
+        make_uni(request);
+        objects_.set(*request.message, request.mask, request.record);
+    } else if (request.action == card_action::SET)
         objects_.set(*request.message, request.mask, request.record);
     else
         objects_.remove(*request.message, request.record);
@@ -145,9 +175,8 @@ void Card::follow(const CardRequest& request, bool held_before) {
         follow_port(request);
         break;
     case RMONU_INFO:
-        if (has_bit(request.mask, OV_GPON_RMONU_INFO_ATTR_INDEX_reboot) &&
-            get_be32(request.record, offsetof(ov_gpon_rmonu_info_attr_t, reboot)) == 1)
-            onus_.reboot(index);
+        if (request.action == card_action::SET)
+            command_onu(index, request);
         break;
     case PORT_STAT_CLEAR:
         values_.clear_port(index);
@@ -161,6 +190,23 @@ void Card::follow(const CardRequest& request, bool held_before) {
     default:
         break;
     }
+}
+
+void Card::command_onu(uint32_t index, const CardRequest& request) {
+    constexpr struct {
+        int bit;
+        size_t offset;
+        void (Onus::*act)(uint32_t index);
+    } COMMANDS[] = {
+        {OV_GPON_RMONU_INFO_ATTR_INDEX_mibSync, offsetof(ov_gpon_rmonu_info_attr_t, mibSync),
+         &Onus::synchronise_mib},
+        {OV_GPON_RMONU_INFO_ATTR_INDEX_restoreDefault, offsetof(ov_gpon_rmonu_info_attr_t, restoreDefault),
+         &Onus::restore_default},
+        {OV_GPON_RMONU_INFO_ATTR_INDEX_reboot, offsetof(ov_gpon_rmonu_info_attr_t, reboot), &Onus::reboot},
+    };
+    for (const auto& command : COMMANDS)
+        if (has_bit(request.mask, command.bit) && get_be32(request.record, command.offset) == 1)
+            (onus_.*command.act)(index);
 }
 
 void Card::follow_port(const CardRequest& request) {

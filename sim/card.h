@@ -91,6 +91,9 @@ private:
     // True if the card held the object before.
     bool change(const CardRequest& request);
     void follow(const CardRequest& request, bool held_before);
+    void end_intervals(const CardRequest& request);
+    void make_uni(const CardRequest& request);
+    void command_onu(uint32_t index, const CardRequest& request);
     void follow_port(const CardRequest& request);
     void follow_onu(const CardRequest& request, bool held_before);
     void switch_onu(uint32_t index, const CardRequest& request);

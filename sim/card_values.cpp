@@ -4,12 +4,17 @@
 #include <cstring>
 
 #include "card_fields.h"
+#include "onu_rules.h"
 
 namespace {
 
 constexpr uint16_t ONU = 903;
 constexpr uint16_t RMONU_INFO = 914;
+constexpr uint16_t RM_UNI = 915;
 constexpr uint16_t RM_UNI_STATS = 918;
+constexpr uint16_t RMONU_CAPA = 928;
+constexpr uint16_t RM_UNI_STATS_US = 960;
+constexpr uint16_t RM_UNI_STATS_DS = 961;
 constexpr uint16_t RMONU_IMG_INFO = 939;
 constexpr uint16_t PORT_STAT_CLEAR = 96;
 
@@ -21,32 +26,23 @@ struct Reading {
     int32_t noise; // the value goes up and down by this much
 };
 constexpr Reading READINGS[] = {
-    {901, "priStatus", 1, 0},        {903, "oltRxPw", -1950, 20},
-    {914, "rxPwr", -1800, 20},       {914, "txPwr", 220, 5},
-    {914, "omccVer", 0xA0, 0},       {914, "AdminState", 1, 0},
-    {914, "OperationalState", 1, 0}, {914, "ProductCode", 1, 0},
-    {914, "SchedulerNumber", 8, 0},  {914, "PriorityQueue", 64, 0},
-    {915, "linkstauts", 1, 0},       {928, "tcontNum", 8, 0},
-    {928, "gemucNum", 32, 0},        {928, "queueNum", 64, 0},
-    {928, "usQueueNum", 32, 0},      {928, "dsQueueNum", 32, 0},
-    {928, "schedulerNum", 8, 0},     {928, "cardNum", 1, 0},
-    {928, "ethuniNum", 4, 0},        {928, "veipNum", 1, 0},
-    {928, "card1ethuniNum", 4, 0},   {928, "specVersion", 1, 0},
-    {929, "rxpwr", -1800, 20},       {929, "txpwr", 220, 5},
-    {929, "biascurrent", 1250, 10},  {929, "powervol", 3300, 10},
-    {929, "temperature", 4500, 30},  {933, "txPwr", 350, 5},
-    {933, "rxPwr", -2100, 20},       {933, "vcc", 3300, 10},
-    {933, "bias", 1500, 10},         {933, "temp", 4000, 30},
-    {939, "region1_isvalid", 1, 0},  {939, "region1_isactive", 1, 0},
-    {939, "region1_iscommit", 1, 0}, {939, "region2_isvalid", 1, 0},
-    {962, "detectionSta", 1, 0},     {962, "pseConsumPow", 65, 2},
-    {962, "pseAllocatePow", 154, 0}, {963, "nominalPoePow", 600, 0},
-    {963, "operStatus", 1, 0},       {963, "pseConsumPow", 130, 4},
-    {963, "inputVoltage", 540, 2},   {964, "voipVoiceSerStatus", 1, 0},
+    {901, "priStatus", 1, 0},        {903, "oltRxPw", -1950, 20},     {914, "rxPwr", -1800, 20},
+    {914, "txPwr", 220, 5},          {914, "omccVer", 0xA0, 0},       {914, "AdminState", 1, 0},
+    {914, "OperationalState", 1, 0}, {914, "ProductCode", 1, 0},      {914, "SchedulerNumber", 8, 0},
+    {914, "PriorityQueue", 64, 0},   {928, "tcontNum", 8, 0},         {928, "gemucNum", 32, 0},
+    {928, "queueNum", 64, 0},        {928, "usQueueNum", 32, 0},      {928, "dsQueueNum", 32, 0},
+    {928, "schedulerNum", 8, 0},     {928, "specVersion", 1, 0},      {929, "rxpwr", -1800, 20},
+    {929, "txpwr", 220, 5},          {929, "biascurrent", 1250, 10},  {929, "powervol", 3300, 10},
+    {929, "temperature", 4500, 30},  {933, "txPwr", 350, 5},          {933, "rxPwr", -2100, 20},
+    {933, "vcc", 3300, 10},          {933, "bias", 1500, 10},         {933, "temp", 4000, 30},
+    {939, "region1_isvalid", 1, 0},  {939, "region1_isactive", 1, 0}, {939, "region1_iscommit", 1, 0},
+    {939, "region2_isvalid", 1, 0},  {962, "detectionSta", 1, 0},     {962, "pseConsumPow", 65, 2},
+    {962, "pseAllocatePow", 154, 0}, {963, "nominalPoePow", 600, 0},  {963, "operStatus", 1, 0},
+    {963, "pseConsumPow", 130, 4},   {963, "inputVoltage", 540, 2},   {964, "voipVoiceSerStatus", 1, 0},
 };
 
 // Counters of these messages grow; all their numbers behind the index do.
-constexpr uint16_t COUNTER_MESSAGES[] = {918, 924, 925, 926, 937, 960, 961};
+constexpr uint16_t COUNTER_MESSAGES[] = {924, 925, 926, 937};
 
 // Messages for which the card has to ask the ONU itself.
 bool asks_onu(const CardMessage& message) {
@@ -104,6 +100,18 @@ void fill_identity(const CardMessage& message, const Onu& onu, std::span<uint8_t
         put_text(record, bytes, "region1_Name", onu.version);
         put_text(record, bytes, "region2_Name", onu.version);
     }
+}
+
+// Of each card the Ethernet ports, up to the fourth.
+void fill_ports(const HalRecordDesc& record, const UniPorts& ports, std::span<uint8_t> bytes) {
+    put_number(record, bytes, "cardNum", ports.cards);
+    put_number(record, bytes, "ethuniNum", int64_t{ports.cards} * ports.eth);
+    put_number(record, bytes, "veipNum", 1);
+    put_number(record, bytes, "videoNum", ports.video);
+    constexpr const char* BY_CARD[] = {"card1ethuniNum", "card2ethuniNum", "card3ethuniNum",
+                                       "card4ethuniNum"};
+    for (uint32_t card = 0; card < ports.cards && card < std::size(BY_CARD); ++card)
+        put_number(record, bytes, BY_CARD[card], ports.eth);
 }
 
 // The daemon's words: 0 init, 1 added, 2 authenticated, 3 operational.
@@ -167,6 +175,24 @@ void CardValues::fill_plain_counters(const CardMessage& message, std::span<uint8
                  elapsed * (1 + mixed(message.number, static_cast<uint32_t>(at)) % 10'000) / 1000);
 }
 
+// The ONU's own UNIs: how many, links, and what they count.
+void CardValues::fill_unis(const CardRequest& request, const Onu& onu, std::span<uint8_t> record) const {
+    const CardMessage& message = *request.message;
+    if (message.number == RMONU_CAPA)
+        fill_ports(*message.record, ports_of(onu, objects_).value_or(UniPorts()), record);
+    if (message.number == RM_UNI)
+        put_number(*message.record, record, "linkstauts",
+                   uni_is_up(onu, objects_, *uni_of(message, record)) ? 1 : 0);
+    const bool is_counter = message.number == RM_UNI_STATS || message.number == RM_UNI_STATS_US ||
+                            message.number == RM_UNI_STATS_DS;
+    const auto way = message.number == RM_UNI_STATS_DS ? UniWay::DOWN : UniWay::UP;
+    const bool running = message.number != RM_UNI_STATS && request.action == card_action::GET_CURRENT;
+    for (size_t at = 0; is_counter && at < record.size(); at += message.record->size) {
+        const auto one = record.subspan(at, message.record->size);
+        put_uni_counts(uni_counts(onu, *uni_of(message, one), way, running), one);
+    }
+}
+
 uint32_t CardValues::fill(const CardRequest& request, std::span<uint8_t> record) {
     const CardMessage& message = *request.message;
     if (!message.record) {
@@ -189,15 +215,7 @@ uint32_t CardValues::fill(const CardRequest& request, std::span<uint8_t> record)
         put_number(*message.record, record, "status", state_number(onu));
         put_number(*message.record, record, "phyDistance", onu ? onu->distance : 0);
     }
-    if (message.number == RM_UNI_STATS) {
-        for (size_t i = 0; i * message.record->size < record.size(); ++i) {
-            const auto one = record.subspan(i * message.record->size, message.record->size);
-            put_be32(one, 0, get_be32(record, 0));
-            if (get_be32(one, 12) == 0 && get_be32(one, 4) == 0) { // no UNI asked for: Ethernet 1 to 8
-                put_number(*message.record, one, "uniPos.cardId", 1);
-                put_number(*message.record, one, "uniPos.uniId", static_cast<int64_t>(i + 1));
-            }
-        }
-    }
+    if (onu)
+        fill_unis(request, *onu, record);
     return 0;
 }

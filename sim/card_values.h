@@ -22,6 +22,7 @@ public:
     void clear_port(uint32_t index);
 
 private:
+    void fill_unis(const CardRequest& request, const Onu& onu, std::span<uint8_t> record) const;
     void fill_counters(const CardMessage& message, std::span<uint8_t> record);
     uint64_t counted(uint32_t number, std::span<uint8_t> record);
     void fill_plain_counters(const CardMessage& message, std::span<uint8_t> record);

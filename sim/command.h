@@ -84,6 +84,12 @@ std::span<const Command> chassis_commands();
 std::span<const Command> card_commands();
 std::span<const Command> card_event_commands();
 std::span<const Command> onu_commands();
+std::span<const Command> uni_commands();
+
+// The rest of "show onu".
+Action parse_show_onu(Chassis& chassis, Arguments& args);
+// The next word as a serial number; another word is a mistake.
+OnuSerial serial_argument(Arguments& args);
 
 // An action for a command line that was split into at least one word; empty, with the reason in error, when
 // it is wrong.

@@ -96,11 +96,13 @@ Answer show_cards(Chassis& chassis) {
 }
 
 Action parse_show(Chassis& chassis, Arguments& args) {
-    const std::string what = args.word("card or cards");
+    const std::string what = args.word("card, cards or onu");
     if (what == "cards")
         return immediate([&chassis] { return show_cards(chassis); });
+    if (what == "onu")
+        return parse_show_onu(chassis, args);
     if (what != "card")
-        args.mistake("must be card or cards, not \"" + what + "\"");
+        args.mistake("must be card, cards or onu, not \"" + what + "\"");
     const uint32_t slot = slot_argument(args);
     const bool json = args.has_word() && args.word("--json") == "--json";
     const CardMessage* only = nullptr;
@@ -181,8 +183,9 @@ constexpr Command COMMANDS[] = {
      "was told; stop leaves what comes unread and continue reads on, as if the agent had hung;\n"
      "restart forgets everything and is gone for N milliseconds (0)",
      parse_card},
-    {"show", "cards | card SLOT [--json] [type=TYPE]",
-     "the cards, or one card and its objects; --json is one document, perhaps of one message only",
+    {"show", "cards | card SLOT [--json] [type=TYPE] | onu SERIAL [--json]",
+     "the cards, one card and its objects, or one ONU and its UNIs; --json is one document, perhaps of one\n"
+     "message only",
      parse_show},
     {"card-types", "", "the messages that go to and come from line cards", parse_card_types},
     {"card-board", "SLOT", "slot of the daemon's board, to which events go before its first request",

@@ -7,14 +7,7 @@
 namespace {
 
 constexpr uint32_t MAX_ONUS = 2048; // of one command: sixteen full ports
-
-OnuSerial serial_argument(Arguments& args) {
-    const std::string text = args.word("SERIAL");
-    const auto serial = parse_onu_serial(text);
-    if (!serial && args.error().empty())
-        args.mistake("not a serial number: \"" + text + "\"");
-    return serial.value_or(OnuSerial{});
-}
+constexpr uint32_t MAX_PORTS = 64;  // of an ONU, of one kind
 
 uint32_t port_option(Arguments& args) {
     const auto text = args.option("port");
@@ -22,6 +15,17 @@ uint32_t port_option(Arguments& args) {
     if (!index || kind_of(*index) != index_kind::PON)
         args.mistake("port= must name a PON port, as gpon-olt1/3");
     return index.value_or(0);
+}
+
+// Its ports; those of its type when none is told.
+std::optional<UniPorts> port_options(Arguments& args) {
+    const auto eth = args.number_option("eth", MAX_PORTS);
+    const auto pots = args.number_option("pots", MAX_PORTS);
+    const auto video = args.number_option("video", MAX_PORTS);
+    const auto cards = args.number_option("cards", MAX_PORTS);
+    if (!eth && !pots && !video && !cards)
+        return {};
+    return UniPorts{cards.value_or(1), eth.value_or(0), pots.value_or(0), video.value_or(0)};
 }
 
 Onu onu_options(Arguments& args) {
@@ -33,6 +37,7 @@ Onu onu_options(Arguments& args) {
     onu.model = args.option("model").value_or(onu.model);
     onu.version = args.option("version").value_or(onu.version);
     onu.distance = args.number_option_or("distance", onu.distance);
+    onu.ports = port_options(args);
     const std::string type = args.option("type").value_or("sfu");
     if (type != "sfu" && type != "hgu")
         args.mistake("type must be sfu or hgu");
@@ -118,9 +123,11 @@ Action parse_list(Chassis& chassis, Arguments&) {
 Action parse_delays(Chassis& chassis, Arguments& args) {
     const uint32_t range = args.number_option("range", 600'000).value_or(20);
     const uint32_t up = args.number_option("up", 600'000).value_or(20);
-    return immediate([&chassis, range, up] {
+    const uint32_t reboot = args.number_option("reboot", 600'000).value_or(20);
+    return immediate([&chassis, range, up, reboot] {
         for (const auto& [slot, card] : chassis.cards.all())
-            card->onus().set_delays(std::chrono::milliseconds(range), std::chrono::milliseconds(up));
+            card->onus().set_delays(std::chrono::milliseconds(range), std::chrono::milliseconds(up),
+                                    std::chrono::milliseconds(reboot));
         return Answer();
     });
 }
@@ -144,15 +151,23 @@ Action parse_onu(Chassis& chassis, Arguments& args) {
 constexpr Command COMMANDS[] = {
     {"onu",
      "add SERIAL port=PORT [count=N] [power=on|off] [pw=] [loid=] [loid-pw=] [model=] [version=]\n"
-     "    [type=sfu|hgu] [distance=M] | on|off|gasp|lose|recover|remove SERIAL [count=N] | list |\n"
-     "    delays [range=MS] [up=MS]",
+     "    [type=sfu|hgu] [distance=M] [eth=N] [pots=N] [video=N] [cards=N] |\n"
+     "    on|off|gasp|lose|recover|remove SERIAL [count=N] | list | delays [range=MS] [up=MS] [reboot=MS]",
      "plugs an ONU into a PON port, or N with growing serial numbers; switches it on, off, or off\n"
      "with a dying gasp; takes its light away and gives it back; unplugs it; lists all; sets how long\n"
-     "ranging (20) and coming up (20) take on the cards there are",
+     "ranging (20), coming up (20) and starting again (20) take on the cards there are",
      parse_onu},
 };
 
 } // namespace
+
+OnuSerial serial_argument(Arguments& args) {
+    const std::string text = args.word("SERIAL");
+    const auto serial = parse_onu_serial(text);
+    if (!serial && args.error().empty())
+        args.mistake("not a serial number: \"" + text + "\"");
+    return serial.value_or(OnuSerial{});
+}
 
 std::span<const Command> onu_commands() {
     return COMMANDS;

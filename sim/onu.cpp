@@ -111,9 +111,11 @@ const char* onu_state_name(OnuState state) {
     return NAMES[static_cast<size_t>(state)];
 }
 
-void Onus::set_delays(std::chrono::milliseconds range, std::chrono::milliseconds up) {
+void Onus::set_delays(std::chrono::milliseconds range, std::chrono::milliseconds up,
+                      std::chrono::milliseconds reboot) {
     range_delay_ = range;
     up_delay_ = up;
+    reboot_delay_ = reboot;
 }
 
 bool Onus::add(Onu onu) {
@@ -138,6 +140,11 @@ Onu* Onus::find(const OnuSerial& serial) {
 Onu* Onus::find(uint32_t pon, const OnuSerial& serial) {
     const auto it = onus_.find(Key(pon, serial));
     return it == onus_.end() ? nullptr : &it->second;
+}
+
+Onu* Onus::at_index(uint32_t index) {
+    const auto it = by_index_.find(index);
+    return it == by_index_.end() ? nullptr : &onus_.at(it->second);
 }
 
 const Onu* Onus::at_index(uint32_t index) const {
@@ -310,12 +317,27 @@ void Onus::set_enabled(uint32_t index, bool enabled) {
 }
 
 void Onus::reboot(uint32_t index) {
-    const auto it = by_index_.find(index);
-    if (it == by_index_.end())
+    Onu* onu = at_index(index);
+    if (!onu)
         return;
-    Onu& onu = onus_.at(it->second);
-    lose(onu);
-    recover(onu);
+    ++onu->reboots;
+    for (auto& [position, uni] : onu->unis)
+        uni.clear_counts();
+    lose(*onu);
+    after(*onu, reboot_delay_);
+}
+
+void Onus::synchronise_mib(uint32_t index) {
+    if (Onu* onu = at_index(index))
+        ++onu->mib_syncs;
+}
+
+void Onus::restore_default(uint32_t index) {
+    Onu* onu = at_index(index);
+    if (!onu)
+        return;
+    ++onu->restores;
+    reboot(index);
 }
 
 void Onus::card_restarted() {
@@ -450,6 +472,8 @@ void Onus::run_due() {
             ranged(it->second);
         else if (it->second.state == OnuState::AUTHPASS)
             operational(it->second);
+        else if (it->second.state == OnuState::LOST) // it has started again
+            recover(it->second);
     }
     arm();
 }

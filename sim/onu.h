@@ -19,6 +19,7 @@
 
 #include "card_objects.h"
 #include "event_loop.h"
+#include "uni.h"
 
 using OnuSerial = std::array<uint8_t, 8>;
 
@@ -48,11 +49,17 @@ struct Onu {
     std::string model = "SIM-ONU-4E2V";
     std::string version = "V1.0.0";
     bool is_hgu = false;
-    uint32_t distance = 1200; // m
+    uint32_t distance = 1200;        // m
+    std::optional<UniPorts> ports;   // those of its type when there are none
+    std::map<UniPosition, Uni> unis; // those with which something has happened
     OnuState state = OnuState::OFF;
     uint32_t index = 0;   // that the card was told, once authenticated
     uint32_t temp_id = 0; // while unconfigured
     uint32_t step = 0;    // of the one timed step that is under way; an older one does nothing
+    // What it was told to do, so often.
+    uint32_t reboots = 0;
+    uint32_t mib_syncs = 0;
+    uint32_t restores = 0;
 };
 
 class Onus {
@@ -67,8 +74,10 @@ public:
     Onus& operator=(const Onus&) = delete;
     ~Onus() { loop_.cancel(timer_); }
 
-    // From power to ranged, and from authenticated to operational.
-    void set_delays(std::chrono::milliseconds range, std::chrono::milliseconds up);
+    // From power to ranged, from authenticated to operational, and how long one that starts again is without
+    // light.
+    void set_delays(std::chrono::milliseconds range, std::chrono::milliseconds up,
+                    std::chrono::milliseconds reboot = std::chrono::milliseconds(20));
 
     // False when the port has this serial number already.
     bool add(Onu onu);
@@ -76,6 +85,7 @@ public:
     // Null when there is none. The state is changed by the functions below.
     Onu* find(const OnuSerial& serial);
     Onu* find(uint32_t pon, const OnuSerial& serial);
+    Onu* at_index(uint32_t index);
     const Onu* at_index(uint32_t index) const;
     std::vector<const Onu*> all() const;
 
@@ -94,8 +104,11 @@ public:
     void forgotten(uint32_t index);
     // The ONU's, or the PON port's, administrative state.
     void set_enabled(uint32_t index, bool enabled);
-    // The ONU with this index starts again.
+    // The ONU with this index starts again: it is away for a while, and its counters begin at 0.
     void reboot(uint32_t index);
+    // It gets its settings anew, or goes back to those that it was made with, for which it starts again.
+    void synchronise_mib(uint32_t index);
+    void restore_default(uint32_t index);
     // The card starts afresh and knows nothing.
     void card_restarted();
     // Repeats the state of every ONU that the card was told of or that waits to be configured.
@@ -139,5 +152,6 @@ private:
     EventLoop::TimerId timer_ = 0;
     std::chrono::milliseconds range_delay_{20};
     std::chrono::milliseconds up_delay_{20};
+    std::chrono::milliseconds reboot_delay_{20};
     uint32_t next_temp_id_ = 1;
 };

@@ -4,7 +4,12 @@
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_port.h"
+#include "ov_app_gpon_rminfo.h"
+#include "ov_app_gpon_rmunistatus.h"
 #include "ov_app_gpon_service_port.h"
+#include "rm/ov_gpon_rm_uni_word.h"
+#include "sRmInfoTable.h"
+#include "sRmUniStatusTable.h"
 
 namespace {
 
@@ -22,7 +27,11 @@ int edit_service_port(void* row, const MIB_Flags_t& columns) {
 }
 
 constexpr CliIndexWord GEM_WORDS[] = {{"gemport", GEM_ID}};
+using UniStatus = ov_sRmUniStatusTable_attr_t;
+
 constexpr CliIndexWord SERVICE_PORT_WORDS[] = {{"service-port", SERVICE_PORT_ID}};
+constexpr CliIndexWord UNI_WORDS[] = {gpon_rm_uni_index<UniStatus>("ETHUNI")};
+constexpr CliIndexWord VIDEO_WORDS[] = {gpon_rm_uni_index<UniStatus>("VIDEO")};
 
 } // namespace
 
@@ -36,5 +45,11 @@ const CliObject gem_port = {table_desc_sGemTable, INDEX_TO_ONU,
                             edit_row<ov_sGemTable_attr_t, ov_app_gpon_gemport_edit>, GEM_WORDS};
 const CliObject service_port = {table_desc_servicePortTable, INDEX_TO_ONU, edit_service_port,
                                 SERVICE_PORT_WORDS, "%%Could not find service port: %d%s"};
+const CliObject rm_onu = {table_desc_sRmInfoTable, INDEX_TO_ONU,
+                          edit_row<ov_sRmInfoTable_attr_t, ov_app_gpon_rminfo_edit>};
+const CliObject rm_uni = {table_desc_sRmUniStatusTable, INDEX_TO_ONU,
+                          edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>, UNI_WORDS};
+const CliObject rm_video = {table_desc_sRmUniStatusTable, INDEX_TO_ONU,
+                            edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>, VIDEO_WORDS};
 
 } // namespace cli_objects

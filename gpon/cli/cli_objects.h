@@ -9,5 +9,8 @@ extern const CliObject pon_port;     // of the session
 extern const CliObject onu;          // of the session
 extern const CliObject gem_port;     // "gemport" of the session's ONU or service profile
 extern const CliObject service_port; // "service-port" of the same
+extern const CliObject rm_onu;       // what stands behind the session's ONU, as a whole
+extern const CliObject rm_uni;       // a UNI, by its word ETHUNI
+extern const CliObject rm_video;     // the same, by VIDEO
 
 } // namespace cli_objects

@@ -146,10 +146,35 @@ int64_t stored_number(const ColumnDesc& desc, const void* row) {
                                       : int64_t{record_get<int32_t>(row, desc.offset)};
 }
 
+// A typed word as it may stand in a text of CliCall::fail.
+std::string in_text(const char* word) {
+    std::string text;
+    for (; *word != '\0'; word++)
+        text.append(*word == '%' ? 2 : 1, *word);
+    return text;
+}
+
+void put_into(std::string& text, const char* sign, const char* word) {
+    if (const size_t place = text.find(sign); place != text.npos)
+        text.replace(place, strlen(sign), in_text(word));
+}
+
+// How many words a text has room for in front of the line end, its last "%s".
+size_t words_in(std::string_view text) {
+    size_t found = 0;
+    for (size_t place = text.find("%s"); place != text.npos; place = text.find("%s", place + 2))
+        found++;
+    return found == 0 ? 0 : found - 1;
+}
+
 int fail(const CliSetting& setting, const CliCall& call, const char* word, const void* row) {
     std::string text = setting.failure;
-    if (const size_t place = text.find("%w"); place != text.npos)
-        text.replace(place, 2, word);
+    put_into(text, "%w", word);
+    const size_t words = words_in(setting.failure);
+    if (words > 0 && !setting.object->words.empty())
+        put_into(text, "%s", call.words.text(setting.object->words.front().name));
+    if (words > 1)
+        put_into(text, "%s", word);
     return call.fail_of(text.c_str(), last_index(setting.object->table, row), setting.result);
 }
 

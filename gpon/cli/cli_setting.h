@@ -113,7 +113,8 @@ struct CliSetting {
     unsigned column; // 0: the line has them in `by`
     CliSettingValue value;
     // What a failure prints, as in CliCall::fail; "%d" is the last number of the row's index, "%w" the value
-    // as it was typed.
+    // as it was typed. A "%s" in front of that of the line end is the word of the row ("eth_1/2"), a second
+    // one the value.
     const char* failure;
     int result = KAVO_CLI_FAILED; // of a failure
     CliColumnOf by[2] = {};

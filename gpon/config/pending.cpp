@@ -17,7 +17,3 @@ int ov_gpon_uplink_pm_cfg(struct vty* /*vty*/) {
 int ov_gpon_cli_pon_port_threshold_alarm_cfg(struct vty* /*vty*/, const ov_sPonTable_attr_t& /*port*/) {
     return 0; // TODO: optical thresholds
 }
-
-int ov_gpon_cli_rm_cfg(struct vty* /*vty*/, const gpon_config_onu_t& /*onu*/) {
-    return 0; // TODO: remote management
-}

@@ -4,6 +4,10 @@
 #include "gpon_config_parts.h"
 #include "ov_app_gpon_bwtype.h"
 #include "ov_slot.h"
+#include "sRmInfoTable.h"
+#include "sRmOnuCapaTable.h"
+#include "sRmUniStatusTable.h"
+#include "sRmUniVlanTable.h"
 
 #include <random>
 #include <sstream>
@@ -376,6 +380,10 @@ class RandomRows : public OnuWriter {
         remove_all<ov_servicePortTable_attr_t>();
         remove_all<ov_sOnuHistoryTable_attr_t>();
         remove_all<ov_sOnuExtendInfoTable_attr_t>();
+        remove_all<ov_sRmInfoTable_attr_t>();
+        remove_all<ov_sRmOnuCapaTable_attr_t>();
+        remove_all<ov_sRmUniStatusTable_attr_t>();
+        remove_all<ov_sRmUniVlanTable_attr_t>();
         for (uint32_t slot = 0; slot < ov_slot_get_max_lc_num(); slot++)
             g_gponCntLimit[slot] = {};
     }

@@ -6,6 +6,9 @@
 #include <sstream>
 
 #include "cli_setting.h"
+#include "sRmInfoTable.h"
+#include "sRmUniPmTable.h"
+#include "sRmUniStatusTable.h"
 #include "table_record.h"
 
 namespace {
@@ -44,6 +47,8 @@ protected:
         auto& service_port = *active(servicePortTable_createEntry(1, slot, port, onu, 1));
         service_port.servicePortGemId = 1;
         service_port.servicePortVlanAction = SERVICEPORTVLANACTION_ALLTRANSPARENT;
+        active(sRmInfoTable_createEntry(1, slot, port, onu));
+        active(sRmUniStatusTable_createEntry(1, slot, port, onu, 1, 1, 1)); // pots_1/1
     }
 
     // The places where a setting's command stands.
@@ -78,6 +83,7 @@ protected:
     }
     static void restore(const CliPreparedSetting& setting, const Place& place, const Bytes& bytes) {
         std::copy(bytes.begin(), bytes.end(), row_of(setting, place));
+        remove_all<ov_sRmUniPmTable_attr_t>(); // rows that follow a switch
     }
 
     // The lines that save the place's object.
@@ -106,18 +112,25 @@ protected:
         return all;
     }
 
+    // The word of an index argument.
+    static std::string index_word(const CliIndexWord& word, const CliPreparedSetting& setting,
+                                  const Place& place) {
+        return word.word != nullptr ? word.word(row_of(setting, place)) : "1";
+    }
     // The command for a value.
-    static std::string command(const CliPreparedSetting& setting, const CliColumnOf& column,
-                               const std::string& value) {
+    static std::string command(const CliPreparedSetting& setting, const Place& place,
+                               const CliColumnOf& column, const std::string& value) {
         std::string text = setting.command().syntax;
         const auto arguments = setting.syntax().arguments();
         for (size_t i = arguments.size(); i-- > 0;) {
             const kavo_cmd_word_t& word = setting.syntax().words()[arguments[i].place];
             const Use::What what = setting.uses()[i].what;
-            text.replace(word.begin, word.end - word.begin,
-                         what == Use::INDEX    ? "1"
-                         : what == Use::COLUMN ? column.word
-                                               : value);
+            text.replace(
+                word.begin, word.end - word.begin,
+                what == Use::INDEX
+                    ? index_word(setting.setting().object->words[setting.uses()[i].number], setting, place)
+                : what == Use::COLUMN ? column.word
+                                      : value);
         }
         return text;
     }
@@ -162,12 +175,20 @@ protected:
     void check(const CliPreparedSetting& setting, const Place& place) {
         for (const CliColumnOf& column : setting.columns())
             for (const std::string& value : values(setting)) {
-                const std::string line = command(setting, column, value);
+                const std::string line = command(setting, place, column, value);
                 if (REFUSED.contains(setting.command().syntax))
                     check_refused(setting, place, column, line);
                 else
                     check(setting, place, column, line);
             }
+    }
+
+    // Whether the command can give a column this number.
+    static bool can_give(const CliPreparedSetting& setting, int64_t number) {
+        for (const ColName& word : setting.setting().value.words)
+            if (word.value == number)
+                return true;
+        return setting.syntax().arguments().back().can_hold(number);
     }
 
     int entered_ = 0; // lines that were saved
@@ -200,7 +221,7 @@ CLI_TEST(SettingsReplay, NumbersBesideTheSyntaxAreNotSaved) {
                 const ColumnDesc& desc =
                     *setting.setting().object->table.column(static_cast<int>(column.column));
                 for (const int64_t number : {int64_t{-1}, int64_t{19}, int64_t{35}, int64_t{0x7fffffff}}) {
-                    if (setting.syntax().arguments().back().can_hold(number))
+                    if (can_give(setting, number))
                         continue;
                     record_put<int32_t>(row_of(setting, place), desc.offset, static_cast<int32_t>(number));
                     EXPECT_EQ(saved(place), lines_before) << setting.command().syntax << " " << number;

@@ -1,0 +1,12 @@
+// The commands of what lies behind an ONU, theme by theme.
+#include "ov_gpon_rm_cli.h"
+
+#include "cli_themes.h"
+
+void gpon_vty_rm_cli_init() {
+    gpon_rm_uni_cli_init();
+    gpon_rm_uni_vlan_cli_init();
+    gpon_rm_uni_pm_cli_init();
+    gpon_rm_onu_cli_init();
+    // TODO: services, MAC filters, multicast, PoE, IP host, TR-069, queues, WAN, Wi-Fi, VoIP, optics
+}

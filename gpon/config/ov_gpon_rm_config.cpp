@@ -1,0 +1,133 @@
+// The saved configuration of what lies behind ONUs.
+#include <string>
+
+#include "app_rows.h"
+#include "cli_forms.h"
+#include "cli_objects.h"
+#include "command_syntaxes.h"
+#include "gpon_config_parts.h"
+#include "ov_gpon_onu_config.h"
+#include "ov_product_log.h"
+#include "rm/ov_gpon_rm_uni_word.h"
+#include "sRmUniStatusTable.h"
+#include "sRmUniVlanTable.h"
+
+namespace {
+
+using UniStatus = ov_sRmUniStatusTable_attr_t;
+using UniVlan = ov_sRmUniVlanTable_attr_t;
+
+enum node_type node_of(const gpon_config_onu_t& onu) {
+    return onu.row != nullptr ? GPON_ONU_NODE : ONU_SRV_PROFILE_NODE;
+}
+
+// ---- UNIs -----------------------------------------------------------------------------------------------
+
+int ov_gpon_cli_rm_uni_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
+    int lines = 0;
+    for (const UniStatus& uni : rows_under(gpon_config_key_of<UniStatus>(onu), INDEX_TO_ONU)) {
+        lines += cli_settings_print(vty, cli_objects::rm_uni, &uni, node_of(onu));
+        lines += cli_settings_print(vty, cli_objects::rm_video, &uni, node_of(onu));
+    }
+    return lines;
+}
+
+// ---- VLANs of UNIs --------------------------------------------------------------------------------------
+
+const CliForms& vlan_forms() {
+    static const CliForms forms(gpon_command_syntaxes(), {"ETHUNI", "vlan-mode", "access", "trunk", "hybrid",
+                                                          "pvlan", "priority", "tag", "xlate"});
+    return forms;
+}
+
+// A list of words: the form takes the first, the others go behind the line.
+struct Tail {
+    explicit Tail(std::string words) : text(std::move(words)), end(text.find(' ')) {}
+    CliValue first() const {
+        return text.empty() ? CliValue::untypable() : CliValue(std::string_view(text).substr(0, end));
+    }
+    std::string behind(const std::string& line) const {
+        return line.empty() || end == text.npos ? line : line + text.substr(end);
+    }
+
+    std::string text;
+    size_t end;
+};
+
+Tail tags_of(const UniVlan& row) {
+    return Tail(gpon_rm_vlans_text(gpon_rm_get_vlans(row.sRmUniVlanTableVlanIdList)));
+}
+
+Tail translations_of(const UniVlan& row) {
+    return Tail(gpon_rm_xlates_text(gpon_rm_get_vlans(row.sRmUniVlanTableVlanIdList),
+                                    gpon_rm_get_vlans(row.sRmUniVlanTableTranslateVlanIdList)));
+}
+
+CliValue priority_of(const UniVlan& row) {
+    return row.sRmUniVlanTablePriority != 0 ? CliValue(row.sRmUniVlanTablePriority) : CliValue();
+}
+
+// The command that gives a UNI its mode, empty when there is none.
+std::string line_of(const UniVlan& row) {
+    const std::string word = gpon_rm_uni_word(row);
+    const CliValue uni = word;
+    const CliValue given = CliValue::given(true);
+    switch (row.sRmUniVlanTableVlanMode) {
+    case SRMUNIVLANTABLEVLANMODE_ACCESS:
+        return vlan_forms().line(
+            {uni, given, given, {}, {}, row.sRmUniVlanTablePvid, priority_of(row), {}, {}});
+    case SRMUNIVLANTABLEVLANMODE_TRUNK: {
+        const Tail tags = tags_of(row);
+        return tags.behind(vlan_forms().line({uni, given, {}, given, {}, {}, {}, tags.first(), {}}));
+    }
+    case SRMUNIVLANTABLEVLANMODE_HYBRID: {
+        const Tail tags = tags_of(row);
+        return tags.behind(vlan_forms().line(
+            {uni, given, {}, {}, given, row.sRmUniVlanTablePvid, priority_of(row), tags.first(), {}}));
+    }
+    case SRMUNIVLANTABLEVLANMODE_XLATE: {
+        const Tail pairs = translations_of(row);
+        return pairs.behind(vlan_forms().line({uni, given, {}, {}, {}, {}, {}, {}, pairs.first()}));
+    }
+    case SRMUNIVLANTABLEVLANMODE_TRANSPARENT:
+        return vlan_forms().line({uni, "transparent", {}, {}, {}, {}, {}, {}, {}});
+    default:
+        return "";
+    }
+}
+
+int print_vlan(struct vty* vty, const UniVlan& row) {
+    const std::string line = line_of(row);
+    if (!line.empty()) {
+        vty_out(vty, " %s%s", line.c_str(), kavo_newline(vty));
+        return 1;
+    }
+    if (vty->write_term_flag == WRITE_TERM_FILE)
+        OV_LOG_WARN("LIB", "gpon-onu%d/%d:%d %s is in no saved configuration: no command gives it its VLANs",
+                    row.slotID, row.portID, row.onuId, gpon_rm_uni_word(row).c_str());
+    return 0;
+}
+
+int ov_gpon_cli_rm_uni_vlan_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
+    int lines = 0;
+    for (const UniVlan& row : rows_under(gpon_config_key_of<UniVlan>(onu), INDEX_TO_ONU))
+        if (row.sRmUniVlanTableVlanMode != SRMUNIVLANTABLEVLANMODE_DISCARD)
+            lines += print_vlan(vty, row);
+    return lines;
+}
+
+// In the order of their lines.
+// TODO: multicast, IP host, TR-069, queues, services, optical thresholds, VoIP, WAN, Wi-Fi, PoE
+constexpr int (*FAMILIES[])(struct vty*, const gpon_config_onu_t&) = {
+    ov_gpon_cli_rm_uni_cfg,
+    ov_gpon_cli_rm_uni_vlan_cfg,
+};
+
+} // namespace
+
+int ov_gpon_cli_rm_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
+    int lines = 0;
+    for (const auto family : FAMILIES)
+        lines += family(vty, onu);
+    return lines;
+}
