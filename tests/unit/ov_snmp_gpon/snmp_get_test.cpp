@@ -193,7 +193,8 @@ TEST_F(SnmpGet, SignExtendedNumbersAreThoseOf32Bits) {
     sTcontTable_entry* great = make(0x80000001u);
     great->sTcontTableBwProfileId = 7;
     make(0x80000003u);
-    const oid above = static_cast<oid>(-1) << 32; // how AgentX messages bring them
+    // How AgentX messages bring them where arcs have 64 bits.
+    const auto above = static_cast<oid>(~uint64_t{0xFFFFFFFF});
     EXPECT_EQ(Pdu(module).get(PROFILE, {1, 2, 3, 4, above | 0x80000001}).run(MODE_GET).number(), 7);
     EXPECT_EQ(next(NAME, {1, 2, 3, 4, above | 0x80000000}), name(NAME, {1, 2, 3, 4, 0x80000001}));
     EXPECT_EQ(next(NAME, {1, 2, 3, 4, above | 0x80000001}), name(NAME, {1, 2, 3, 4, 0x80000003}));
