@@ -5,6 +5,17 @@
 
 namespace {
 
+ov_sOnuSrvProfileTable_attr_t profile_key(mib_long profile_id) {
+    ov_sOnuSrvProfileTable_attr_t key = {};
+    key.onuSrvProfileId = static_cast<mib_ulong>(profile_id);
+    return key;
+}
+
+template <typename Owner>
+const Owner* owner_of(const Owner& key, const OwnerRules& rules) {
+    return rules.waiting_counts ? find_stored_row(key) : find_row(key);
+}
+
 void log_bound(mib_long profile_id, mib_long times, bool blank_before_bind) {
     if (blank_before_bind)
         OV_LOG_ERROR("MMG", "multi-srvprofile id %d bind %d times", profile_id, times);
@@ -13,7 +24,7 @@ void log_bound(mib_long profile_id, mib_long times, bool blank_before_bind) {
 }
 
 bool profile_admits(mib_long profile_id, const OwnerRules& rules) {
-    const auto* profile = ov_app_gpon_srvprofile_of(profile_id);
+    const auto* profile = owner_of(profile_key(profile_id), rules);
     if (profile == nullptr) {
         ov_refusal_because("no service profile %d", profile_id);
         OV_LOG_ERROR("MMG", "multi-srvprofile id %d is not exist", profile_id);
@@ -31,7 +42,7 @@ bool profile_admits(mib_long profile_id, const OwnerRules& rules) {
 bool onu_admits(const ov_sOnuTable_attr_t& owner, const OwnerRules& rules) {
     if (!rules.onu_exists)
         return true;
-    const ov_sOnuTable_attr_t* onu = find_row(owner);
+    const ov_sOnuTable_attr_t* onu = owner_of(owner, rules);
     if (onu == nullptr) {
         ov_refusal_because("no ONU gpon-onu%d/%d:%d", owner.slotID, owner.portID, owner.onuId);
         OV_LOG_ERROR("MMG", "onu id %d is not exist", owner.onuId);
@@ -53,9 +64,7 @@ bool ov_app_gpon_owner_check(const ov_sOnuTable_attr_t& owner, const OwnerRules&
 }
 
 const ov_sOnuSrvProfileTable_attr_t* ov_app_gpon_srvprofile_of(mib_long profile_id) {
-    ov_sOnuSrvProfileTable_attr_t key = {};
-    key.onuSrvProfileId = static_cast<mib_ulong>(profile_id);
-    return find_row(key);
+    return find_row(profile_key(profile_id));
 }
 
 ov_sOnuTable_attr_t ov_app_gpon_template_owner(const ov_sOnuSrvProfileTable_attr_t& profile) {

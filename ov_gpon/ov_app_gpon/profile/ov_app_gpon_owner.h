@@ -12,9 +12,11 @@
 // What a table asks of the owners of its rows. Not every table asks for all, and the log line about a bound
 // profile has two spellings: people look for either.
 struct OwnerRules {
-    bool onu_exists = true;         // of an ONU's row: the ONU is there,
-    bool onu_sets_itself = true;    // and doesn't take its rows from a service profile
-    bool profile_is_free = true;    // of a template row: no ONU is bound to the profile, which is there
+    bool onu_exists = true;      // of an ONU's row: the ONU is there,
+    bool onu_sets_itself = true; // and doesn't take its rows from a service profile
+    bool profile_is_free = true; // of a template row: no ONU is bound to the profile, which is there
+    // Also an owner that waits is there: rows that come with an owner come while it is on its way.
+    bool waiting_counts = false;
     bool blank_before_bind = false; // "id %d bind %d times", and not "id %dbind %d times"
 };
 

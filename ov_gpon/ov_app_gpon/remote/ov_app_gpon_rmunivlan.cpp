@@ -216,7 +216,8 @@ void ov_univlan_table_vlanmode_rollback(ov_sRmUniVlanTable_attr_t* row) {
 // ----------------------------------------------------------------------------------------------------
 
 char ov_app_gpon_rm_univlan_check(ov_sRmUniVlanTable_attr_t* attr, int action, MIB_Flags_t /*flags*/) {
-    const OwnerRules rules = {.onu_sets_itself = action == OV_HAL_GPON_MSG_ACTION_SET};
+    const bool edits = action == OV_HAL_GPON_MSG_ACTION_SET;
+    const OwnerRules rules = {.onu_sets_itself = edits, .waiting_counts = !edits};
     return ov_app_gpon_owner_admits(*attr, rules) ? 1 : 0;
 }
 

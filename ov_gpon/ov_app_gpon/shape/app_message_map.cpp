@@ -88,13 +88,19 @@ ov_bmp_t AnyMessageMap::get_mask(const MIB_Flags_t& columns) const {
 }
 
 ov_bmp_t AnyMessageMap::replay_mask(const void* row) const {
-    const TableDesc& table = table_().desc();
+    // Columns stand in the order of their numbers, and lines nearly so: most are found where the last one
+    // was.
+    const auto& columns = table_().desc().columns;
+    auto column = columns.begin();
     uint32_t bits = 0;
     for (const MapLine& line : lines_) {
         if (!line.has_attribute() || line.replay == MapReplay::CREATE_ONLY)
             continue;
-        const ColumnDesc* column = table.column(line.column);
-        if (column != nullptr && is_replayed(line, *column, row))
+        if (column == columns.end() || column->number > line.column)
+            column = columns.begin();
+        while (column != columns.end() && column->number < line.column)
+            ++column;
+        if (column != columns.end() && column->number == line.column && is_replayed(line, *column, row))
             bits |= 1u << line.attribute;
     }
     return static_cast<ov_bmp_t>(bits);

@@ -44,6 +44,19 @@ TEST(Owner, OfATemplateRowIsFreeUnlessTheTableDoesNotAsk) {
     });
 }
 
+TEST(Owner, ThatWaitsIsNoneUnlessTheTableSaysSo) {
+    run([](AppChassis& chassis) {
+        chassis.put_row<ov_sOnuTable_attr_t>([](auto&) {}, 1, SLOT, PORT, 8);
+        const auto waiting = row_at<ov_sOnuTable_attr_t>(SLOT, PORT, 8);
+        auto row = waiting;
+        row.sOnuTableRowStatus = OVRA_NOTINSERVICE;
+        ASSERT_TRUE(mib_access(MIB_SET_S_N, row, columns_of(sOnuTable_column::sOnuTableRowStatus)));
+        EXPECT_FALSE(ov_app_gpon_owner_check(waiting));
+        EXPECT_TRUE(ov_app_gpon_owner_check(waiting, {.waiting_counts = true}));
+        EXPECT_FALSE(ov_app_gpon_owner_check(NOBODY, {.waiting_counts = true}));
+    });
+}
+
 TEST(Owner, OfATemplateRowIsThereInAnyCase) {
     run([](AppChassis& chassis) {
         const auto other = row_at<ov_sOnuTable_attr_t>(GPON_TEMPLATE_SLOT, GPON_TEMPLATE_PORT, 6);

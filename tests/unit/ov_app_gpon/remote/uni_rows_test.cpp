@@ -72,6 +72,43 @@ TEST(UniRows, OfAnOnuThatAManagerMadeGoByItsTypesName) {
     });
 }
 
+// A row that waits and then comes into service is one that is made.
+template <typename Row>
+void make_waiting_and_activate(Row row, int32_t Row::*status, MIB_Flags_t columns, unsigned status_column) {
+    mib_flag_set(columns, status_column);
+    row.*status = OVRA_CREATEANDWAIT;
+    ASSERT_TRUE(mib_access(MIB_SET, row, columns));
+    EXPECT_THAT(unis_of<Vlan>(8), IsEmpty());
+    row.*status = OVRA_ACTIVE;
+    ASSERT_TRUE(mib_access(MIB_SET, row, columns_of(status_column)));
+}
+
+TEST(UniRows, OfAnOnuThatWaitsComeWithItsActivation) {
+    run([](AppChassis& /*chassis*/) {
+        const Request request = new_onu(8, "ABCD00000008");
+        make_waiting_and_activate(request.row, &Onu::sOnuTableRowStatus, request.columns,
+                                  onu_column::sOnuTableRowStatus);
+        EXPECT_THAT(unis_of<Status>(8), SizeIs(4));
+        EXPECT_THAT(unis_of<Vlan>(8), SizeIs(4));
+        EXPECT_EQ(delete_onu(8), OV_GPON_RET_OK);
+        EXPECT_THAT(unis_of<Vlan>(8), IsEmpty());
+    });
+}
+
+TEST(UniRows, OfAProfileThatWaitsComeWithItsActivation) {
+    run([](AppChassis& /*chassis*/) {
+        using Profile = ov_sOnuSrvProfileTable_attr_t;
+        Profile profile = {};
+        profile.onuSrvProfileId = PROFILE;
+        set_text(profile.sOnuTypeProfileName, "HG-1");
+        make_waiting_and_activate(profile, &Profile::sOnuSrvProfileRowStatus,
+                                  columns_of(sOnuSrvProfileTable_column::sOnuTypeProfileName),
+                                  sOnuSrvProfileTable_column::sOnuSrvProfileRowStatus);
+        EXPECT_THAT(template_unis_of<Status>(), SizeIs(4));
+        EXPECT_THAT(template_unis_of<Vlan>(), SizeIs(4));
+    });
+}
+
 TEST(UniRows, OfATypeWithoutPortsAreTheVirtualOneAlone) {
     run([](AppChassis& /*chassis*/) { EXPECT_THAT(unis_of<Status>(), ElementsAre("1/2/1")); },
         {.cards = 0, .eth = -1, .pots = 0, .video = -3});
