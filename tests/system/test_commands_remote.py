@@ -9,6 +9,7 @@ import pytest
 from chassis import REPO, SimctlError
 from test_commands_onu import ONU, ONU_PORT, add, start_shelf
 from test_demo import demo
+from test_restore import replay, restart_card
 
 SERIAL = "ABCD00000007"
 TYPE = "profile onutype HOME eth 2 pots 1 card 1 video 1 down-queue 8 up-queue 8"
@@ -321,6 +322,18 @@ def test_a_saved_configuration_typed_again_makes_the_same(home):
     typed(home, *[line.strip() for line in lines])
     assert home.saved() == lines
     assert {name: home.held(1, name) for name in objects} == objects
+
+
+def test_a_card_that_comes_up_is_told_again(home):
+    typed(home, *[line for line, *_ in SETTINGS], *[line for line, *_ in VLANS])
+    before = behind(home)["unis"]
+    home.card = home.chassis.card
+    restart_card(home, 1)
+    assert home.held(1, "RM_UNI") == []
+    replay(home, 1)
+    come_up(home)
+    assert behind(home)["unis"] == before
+    assert home.chassis.card(1)["reasons"] == {}
 
 
 def start_empty(chassis, ports=2):
