@@ -2,12 +2,14 @@
 
 import json
 import re
+import shutil
 
 import pytest
 
 from chassis import REPO, SimctlError
 from test_commands_onu import ONU, ONU_PORT, add, start_shelf
 from test_demo import demo
+from test_restore import replay, restart_card
 
 SERIAL = "ABCD00000007"
 TYPE = "profile onutype HOME eth 2 pots 1 card 1 video 1 down-queue 8 up-queue 8"
@@ -320,6 +322,51 @@ def test_a_saved_configuration_typed_again_makes_the_same(home):
     typed(home, *[line.strip() for line in lines])
     assert home.saved() == lines
     assert {name: home.held(1, name) for name in objects} == objects
+
+
+def test_a_card_that_comes_up_is_told_again(home):
+    typed(home, *[line for line, *_ in SETTINGS], *[line for line, *_ in VLANS])
+    before = behind(home)["unis"]
+    home.card = home.chassis.card
+    restart_card(home, 1)
+    assert home.held(1, "RM_UNI") == []
+    replay(home, 1)
+    come_up(home)
+    assert behind(home)["unis"] == before
+    assert home.chassis.card(1)["reasons"] == {}
+
+
+def start_empty(chassis, ports=2):
+    """A daemon without tables in the place of the one that ran, on the same chassis."""
+    chassis.kill_daemon()
+    shutil.rmtree(chassis.path("/var/run/product/mibdata"), ignore_errors=True)
+    since = chassis.mark()
+    chassis.start_daemon(env={"OV_IPC_CARRIER": "unix"})
+    chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480, since=since)
+    chassis.event("slot-active", slot_id=8, card_type=2)
+    for slot in (1, 2):
+        chassis.event("slot-add", slot_id=slot, card_type=27)
+        chassis.event("slot-active", slot_id=slot, card_type=27)
+        for port in range(1, ports + 1):
+            chassis.event("new-if", ifindex=f"gpon-olt{slot}/{port}", flags="up+running")
+    chassis.wait_for(lambda: chassis.vty("write terminal").count("interface gpon-olt") == 2 * ports, 30, "the ports' rows")
+
+
+def test_an_empty_daemon_takes_the_saved_configuration_and_saves_the_same(home):
+    chassis = home.chassis
+    typed(home, *[line for line, *_ in SETTINGS], *[line for line, *_ in VLANS])
+    profile = ("gpon", "onu-srvprofile profile-id 5 onu-type HOME")
+    assert home.typed(profile, "profile-name five", *[line for line, *_ in VLANS])[0] == [0] * (1 + len(VLANS))
+    add(home, 9, "profile five sn ABCD00000009")
+    text = str(chassis.vty("write terminal"))
+    assert text.count(" remote ") == len(SETTINGS) + 2 * len(VLANS)
+    start_empty(chassis)
+    assert " remote " not in chassis.vty("write terminal")
+    with chassis.open_vty() as session:
+        session("configure terminal")
+        for line in text.splitlines():
+            assert line == "!" or session(line).result == 0, (line, session("show refusal"))
+    assert chassis.vty("write terminal") == text
 
 
 # ---- the guide ----------------------------------------------------------------------------------------------

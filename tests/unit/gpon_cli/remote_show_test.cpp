@@ -90,6 +90,9 @@ CLI_TEST(RemotePm, OfTheLastIntervalAreThoseOfTheRow) {
 CLI_TEST(RemotePm, HaveWhatTheOnuCountedWhenACycleIsOver) {
     run(far_, "remote uni eth_1/1 pm enable");
     std::array<ov_gpon_rmuni_stats_attr_t, RM_UNI_PM_UNIS> records = {};
+    records[0].onuIfindex = index_of("gpon-onu3/2:7");
+    records[0].uniPos.cardId = 1;
+    records[0].uniPos.uniId = 1;
     records[0].rxPkt = 4711;
     chassis_.card_reads(OV_HAL_MSG_GPON_RM_UNI_STATS, records);
     TestClock clock;

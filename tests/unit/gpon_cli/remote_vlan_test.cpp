@@ -103,8 +103,7 @@ CLI_TEST(RemoteVlan, TheCardIsToldAndTemplatesToo) {
     EXPECT_EQ(record.priority, 3);
     EXPECT_EQ(told[0].mask & ~(1u << OV_GPON_RMUNI_VLAN_ATTR_INDEX_MAX),
               1u << OV_GPON_RMUNI_VLAN_ATTR_INDEX_vlanMode | 1u << OV_GPON_RMUNI_VLAN_ATTR_INDEX_pvid |
-                  1u << OV_GPON_RMUNI_VLAN_ATTR_INDEX_PRI |
-                  1u << OV_GPON_RMUNI_VLAN_ATTR_INDEX_vlanList);
+                  1u << OV_GPON_RMUNI_VLAN_ATTR_INDEX_PRI | 1u << OV_GPON_RMUNI_VLAN_ATTR_INDEX_vlanList);
     chassis_.forget_messages();
     run(profile_, "remote uni eth_1/1 vlan-mode transparent");
     EXPECT_EQ(chassis_.messages_of(OV_HAL_MSG_GPON_RM_UNI_VLAN).size(), 1u);
