@@ -30,7 +30,7 @@ public:
         std::filesystem::create_directories("/tmp/env");
         std::filesystem::create_directories("/tmp/bin");
         private_root::write_file("/tmp/bin/ov_env_get",
-                                 "#!/bin/sh\n[ -f \"/tmp/env/$1\" ] || exit 1\ncat \"/tmp/env/$1\"\n");
+                                 "#!/bin/sh\nread -r value <\"/tmp/env/$1\" && echo \"$value\"\n");
         chmod("/tmp/bin/ov_env_get", 0755);
         const char* path = getenv("PATH");
         setenv("PATH", ("/tmp/bin:" + std::string(path ? path : "/bin:/usr/bin")).c_str(), 1);
