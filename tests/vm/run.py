@@ -14,10 +14,12 @@ import subprocess
 import sys
 import time
 
-import suites
-from broker import Broker
-from skips import read_skips
-from vm import HERE, REPO, Vm, VmError
+sys.dont_write_bytecode = True
+
+import suites  # noqa: E402
+from broker import Broker  # noqa: E402
+from skips import read_skips  # noqa: E402
+from vm import HERE, REPO, Vm, VmError  # noqa: E402
 
 BUILDS = {"amd64": REPO / "build/dev", "powerpc": REPO / "build/target"}
 HOST_BUILD = BUILDS["amd64"]
@@ -82,7 +84,7 @@ class Machine:
         busybox = pathlib.Path(kernel) / "busybox"
         caches = [os.environ.get(name) for name in ("GPON_CACHE_DIR", "XDG_CACHE_HOME")]
         self.keep = [str(REPO), *(path for path in caches if path)]
-        self.path = "/usr/bin:/bin" if processor == "amd64" else "/usr/bin:/bin"
+        self.path = "/usr/bin:/bin"
         subprocess.run([REPO / "third_party/linux/build.sh", processor], check=True)
         self.vm = Vm(processor, work, self.keep, busybox if processor == "powerpc" else None)
 
@@ -148,7 +150,7 @@ def make_place(machine):
     return place
 
 
-def run_system(machine, place, results, only):
+def run_system(machine, place, results):
     tests = [f"tests/system/{test}" for test in suites.SYSTEM]
     report = machine.work / "system.xml"
     report.unlink(missing_ok=True)
@@ -226,7 +228,7 @@ def run_all(machine, results, only):
     broker = Broker(machine.vm, place)
     try:
         if only in "system":
-            run_system(machine, place, results, only)
+            run_system(machine, place, results)
         if only in "tour":
             run_tour(machine, place, results)
     finally:

@@ -18,7 +18,7 @@ class Unit:
 UNITS = [
     Unit("unit_tipc", OVER_TIPC),
     Unit("unit_ov_ipc", OVER_TIPC),
-    Unit("unit_hal", OVER_TIPC),
+    Unit("unit_hal", OVER_TIPC, limit=1800),
     Unit("unit_ov_heartbeat"),
     # These need no TIPC, and this machine runs them for its own processor.
     Unit("unit_ov_common", processors=("powerpc",)),
