@@ -11,8 +11,6 @@ import pathlib
 import socket
 import socketserver
 import struct
-import subprocess
-import sys
 import threading
 
 SOCKET = "broker.socket"

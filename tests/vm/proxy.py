@@ -16,7 +16,6 @@ import pathlib
 import select
 import signal
 import socket
-import subprocess
 import sys
 import termios
 import threading

@@ -12,15 +12,17 @@ class Unit:
     env: dict = dataclasses.field(default_factory=dict)
     only: str = "*"
     limit: int = 900  # seconds
+    processors: tuple = ("amd64", "powerpc")
 
 
 UNITS = [
     Unit("unit_tipc", OVER_TIPC),
     Unit("unit_ov_ipc", OVER_TIPC),
-    Unit("unit_hal", OVER_TIPC),
+    Unit("unit_hal", OVER_TIPC, limit=1800),
     Unit("unit_ov_heartbeat"),
-    Unit("unit_ov_common"),
-    Unit("unit_ov_platform_lib"),
+    # These need no TIPC, and this machine runs them for its own processor.
+    Unit("unit_ov_common", processors=("powerpc",)),
+    Unit("unit_ov_platform_lib", processors=("powerpc",)),
 ]
 
 #: The same messages over the other carrier, for the figure.

@@ -58,7 +58,13 @@ for_target() { # TREE ARGUMENT...
 
 # What a fragment asks for and the tree didn't take is a mistake in the fragment.
 configure() { # TREE FRAGMENT
-    for_target "$1" KCONFIG_ALLCONFIG="$2" allnoconfig
+    for_target "$1" KCONFIG_ALLCONFIG="$2" allnoconfig >"$1.configured"
+    # BusyBox's tool shows what the fragment says and doesn't take it.
+    if ! grep -qx "$(sed -n '/^CONFIG/{p;q}' "$2")" "$1/.config"; then
+        sed -n 's/^\(CONFIG_[A-Z0-9_]*\)=y.*/s,^# \1 is not set$,\1=y,/p' "$2" >"$1.sed"
+        sed -i -f "$1.sed" "$1/.config"
+        yes '' | for_target "$1" oldconfig >>"$1.configured"
+    fi
     sed 's/ *#.*//' "$2" | grep . | while read -r line; do
         grep -qx "$line" "$1/.config" || {
             echo "the configuration lacks $line"

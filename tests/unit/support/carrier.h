@@ -35,7 +35,7 @@ inline int open_socket() {
 // thousands.
 inline int open_small_socket() {
     const int sock = open_socket();
-    const int size = 0x4000;
+    const int size = 0x8000; // the longest frame fits
     if (is_tipc())
         setsockopt(sock, SOL_SOCKET, SO_RCVBUF, &size, sizeof(size));
     return sock;

@@ -29,8 +29,9 @@ public:
     explicit HalChassis(uint32_t shelf_type = OV_SHELF_TYPE_LC14, uint32_t own_slot = OWN_SLOT) {
         std::filesystem::create_directories("/tmp/env");
         std::filesystem::create_directories("/tmp/bin");
-        private_root::write_file("/tmp/bin/ov_env_get",
-                                 "#!/bin/sh\n[ -f \"/tmp/env/$1\" ] || exit 1\ncat \"/tmp/env/$1\"\n");
+        private_root::write_file(
+            "/tmp/bin/ov_env_get",
+            "#!/bin/sh\n[ -f \"/tmp/env/$1\" ] && read -r value <\"/tmp/env/$1\" && echo \"$value\"\n");
         chmod("/tmp/bin/ov_env_get", 0755);
         const char* path = getenv("PATH");
         setenv("PATH", ("/tmp/bin:" + std::string(path ? path : "/bin:/usr/bin")).c_str(), 1);
