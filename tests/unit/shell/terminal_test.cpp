@@ -6,10 +6,16 @@
 
 namespace {
 
+std::string line_of(size_t width, const char* end) {
+    std::string line(width, 'x');
+    line += end;
+    return line;
+}
+
 TEST(Pager, LineTakesAsManyRowsAsItNeeds) {
     EXPECT_EQ(Pager::rows_of("\n", 80), 1u);
-    EXPECT_EQ(Pager::rows_of(std::string(80, 'x') + "\n", 80), 1u);
-    EXPECT_EQ(Pager::rows_of(std::string(81, 'x') + "\r\n", 80), 2u);
+    EXPECT_EQ(Pager::rows_of(line_of(80, "\n"), 80), 1u);
+    EXPECT_EQ(Pager::rows_of(line_of(81, "\r\n"), 80), 2u);
     EXPECT_EQ(Pager::rows_of(std::string(161, 'x'), 80), 3u);
 }
 
