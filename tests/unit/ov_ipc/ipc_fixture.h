@@ -71,6 +71,7 @@ public:
         bytes.resize(length < 0 ? 0 : size_t(length));
         return bytes;
     }
+    void widen() const { carrier::widen(sock_); }
     bool waiting() const {
         uint8_t byte = 0;
         return recv(sock_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0;

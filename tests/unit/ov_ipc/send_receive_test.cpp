@@ -192,6 +192,7 @@ TEST(IpcSend, AFrameAboveTheCarriersLimitIsTooLong) {
     in_private_network([] {
         const int handle = registered(101, 11101);
         const Peer peer(101, 10103);
+        peer.widen();
         SendBuffer fits(Bytes(66000 - IPC_HDR_SIZE));
         EXPECT_EQ(ipcSend(handle, 101, 10103, fits.msg(), fits.size(), nullptr), IPC_RC_SUCCESS);
         SendBuffer longer(Bytes(66001 - IPC_HDR_SIZE));

@@ -35,10 +35,16 @@ inline int open_socket() {
 // thousands.
 inline int open_small_socket() {
     const int sock = open_socket();
-    const int size = 0x8000; // the longest frame fits
+    const int size = 0x4000;
     if (is_tipc())
         setsockopt(sock, SOL_SOCKET, SO_RCVBUF, &size, sizeof(size));
     return sock;
+}
+
+// Makes room for the longest frame.
+inline void widen(int sock) {
+    const int size = 0xa0000;
+    setsockopt(sock, SOL_SOCKET, SO_RCVBUF, &size, sizeof(size));
 }
 
 // The address of a name.

@@ -118,10 +118,7 @@ public:
     // Leaves what comes unread, or reads on.
     void stop_reading(bool stop) { stopped_ = stop; }
     // Has as much room as the agents of real cards ask for.
-    void widen() const {
-        const int size = 0xa0000;
-        setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &size, sizeof(size));
-    }
+    void widen() const { carrier::widen(fd_); }
     // Takes a moment's rest after each so many messages.
     void rest_after(size_t messages) { rest_after_ = messages; }
     // Waits for so many messages in all, twenty seconds at most.
