@@ -18,6 +18,9 @@
 #include "ovra_thread.h"
 #include "private_root.h"
 
+// What crashes here on purpose, and the calls to it, must be as they stand: an optimiser may leave them out.
+#pragma GCC optimize("O0")
+
 // Not static: their names are to be found in the reports.
 __attribute__((noinline, no_sanitize("undefined"))) void crash_test_null_write() {
     *static_cast<volatile int*>(nullptr) = 1; // NOLINT(clang-analyzer-core.NullDereference)
