@@ -136,8 +136,11 @@ def run_unit(name, command, environment, skips):
         stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace", timeout=PROGRAM_TIME,
     )  # fmt: skip
     if run.returncode != 0 or not report.exists():
+        lines = run.stdout.splitlines()
         result.failed = 1
-        result.problem = f"exit status {run.returncode}\n" + "\n".join(run.stdout.splitlines()[-60:])
+        result.problem = f"exit status {run.returncode}\n" + "\n".join(
+            [line for line in lines if line.startswith("[  FAILED  ]")] + lines[-40:]
+        )
         return result
     for suite in json.loads(report.read_text())["testsuites"]:
         for test in suite["testsuite"]:
