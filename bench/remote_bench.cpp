@@ -35,8 +35,7 @@ void put_in_operation(int slot, int port, int onu) {
     mib_access(MIB_SET_S_N, row, columns(sOnuTable_column::sOnuTableOnuState));
 }
 
-// ---- counters
-// --------------------------------------------------------------------------------------------------
+// ---- counters ---------------------------------------------------------------------------------------------
 
 // Those of as many UNIs as may be, a few ONUs of each port.
 void switch_counters_on(int cards) {
@@ -74,8 +73,7 @@ void measure_counters(int cards) {
            ticks.empty() ? 0 : *std::max_element(ticks.begin(), ticks.end()), save);
 }
 
-// ---- replay
-// ----------------------------------------------------------------------------------------------------
+// ---- replay -----------------------------------------------------------------------------------------------
 
 template <typename Row>
 void change_all(int slot, const std::function<void(Row&)>& change) {

@@ -2,8 +2,8 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 

@@ -80,8 +80,7 @@ std::string uni_text(const UniPosition& uni) {
     return uni.type == OV_GPON_RMUNI_TYPE_VEIP ? "veip" : format("%d_%u/%u", uni.type, uni.card, uni.port);
 }
 
-// ---- which there are
-// -----------------------------------------------------------------------------------------
+// ---- which there are --------------------------------------------------------------------------------------
 
 std::optional<UniPorts> ports_of(const Onu& onu, const CardObjects& objects) {
     if (onu.ports)
@@ -121,8 +120,7 @@ bool has_uni(const Onu& onu, const CardObjects& objects, const UniPosition& uni)
     return std::find(unis.begin(), unis.end(), uni) != unis.end();
 }
 
-// ---- what they do
-// --------------------------------------------------------------------------------------------
+// ---- what they do -----------------------------------------------------------------------------------------
 
 void put_uni_factory_settings(std::span<uint8_t> record) {
     auto settings = read_record<ov_gpon_rmuni_attr_t>(record);

@@ -77,8 +77,7 @@ struct Uni {
     }
 };
 
-// ---- the UNIs of an ONU
-// ------------------------------------------------------------------------------------
+// ---- the UNIs of an ONU -----------------------------------------------------------------------------------
 
 // Its ports: those that it was plugged in with, else those of the ONU type that its card was told. Nothing
 // for an ONU of a type that the card doesn't know.

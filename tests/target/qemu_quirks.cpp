@@ -2,7 +2,8 @@
 #include <cstdlib>
 #include <pthread.h>
 
-// Mutexes with priority inheritance never come back there once two threads want one: let them be ordinary ones.
+// Mutexes with priority inheritance never come back there once two threads want one: let them be ordinary
+// ones.
 extern "C" int pthread_mutexattr_setprotocol(pthread_mutexattr_t* /*attr*/, int /*protocol*/) noexcept {
     return 0;
 }

@@ -18,7 +18,7 @@
 #include <ctime>
 #include <sys/types.h>
 
-// A device is in service after 2038. Where the processor's own times have 32 bits, the flags of the build widen them.
+// A device is in service after 2038; where a processor's times have 32 bits, the build's flags widen them.
 static_assert(sizeof(time_t) == 8 && sizeof(off_t) == 8);
 
 // A point on the monotonic clock, and of a wait.

@@ -79,8 +79,7 @@ void forget_commands(Change& change) {
     change.row.sRmInfoTableRestoreDefault = 0;
 }
 
-// ---- the row's life
-// ----------------------------------------------------------------------------------------
+// ---- the row's life ---------------------------------------------------------------------------------------
 
 constexpr FollowRows<ov_sOnuTable_attr_t, Row> FOLLOWS_ONU = {
     .key = [](const ov_sOnuTable_attr_t& onu) { return onu_key<Row>(onu); },

@@ -37,8 +37,7 @@ int ov_app_gpon_rminfo_get_onu_update_list(const char* version, const char* eqpt
 // Takes all rows out of such a list.
 void ov_app_gpon_rminfo_release_onu_update_list(ovralist_t* list);
 
-// ---- with the ONU
-// ------------------------------------------------------------------------------------------
+// ---- with the ONU -----------------------------------------------------------------------------------------
 
 // The row of an ONU: adds it when it isn't there, removes it when it is. 1, or 0 behind a log line.
 char ov_rminfo_table_add(const ov_sOnuTable_attr_t* onu);

@@ -21,8 +21,7 @@ constexpr int KEY_SIZE = 28; // seven index columns
 
 std::array<Record, RM_UNI_PM_UNIS> onu_pm; // the request in hand, and its answer
 
-// ---- the two stores
-// ----------------------------------------------------------------------------------------
+// ---- the two stores ---------------------------------------------------------------------------------------
 
 // Rows that are waiting for their turn. What is taken out of it goes for good.
 class RowStore {
@@ -61,8 +60,7 @@ OvraMutexGuard lock_of_table() {
     return OvraMutexGuard(getMutex(did_of<Row>()));
 }
 
-// ---- the pace
-// ----------------------------------------------------------------------------------------------
+// ---- the pace ---------------------------------------------------------------------------------------------
 
 // Two parts more than there are ONUs, so that a cycle is through when the next one comes.
 timeval pace_of(int onus) {
@@ -74,8 +72,7 @@ timeval pace_of(int onus) {
     return {.tv_sec = pause / MICROSECONDS, .tv_usec = pause % MICROSECONDS};
 }
 
-// ---- what a row says of the time
-// ---------------------------------------------------------------------------
+// ---- what a row says of the time --------------------------------------------------------------------------
 
 void stamp(Row& row) {
     constexpr uint32_t MINUTES = 15;
@@ -110,8 +107,7 @@ void save_record(const Record& record, bool valid) {
                      static_cast<int>(row.onuPortID));
 }
 
-// ---- a tick
-// ------------------------------------------------------------------------------------------------
+// ---- a tick -----------------------------------------------------------------------------------------------
 
 void end_cycle(unsigned int alarm) {
     agentx_alarm_unregister(alarm);

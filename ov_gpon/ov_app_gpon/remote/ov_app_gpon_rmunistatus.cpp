@@ -79,8 +79,7 @@ int follow(Change& change) {
     return SET_ACCEPTED;
 }
 
-// ---- the rows' life
-// ----------------------------------------------------------------------------------------
+// ---- the rows' life ---------------------------------------------------------------------------------------
 
 // One text for three kinds and for a type that isn't there. Video UNIs form a square: their number counts the
 // cards too.

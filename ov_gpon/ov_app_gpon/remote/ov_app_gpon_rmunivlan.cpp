@@ -20,8 +20,7 @@ using Record = ov_gpon_rmuni_vlan_attr_t;
 using Change = RowChange<Row>;
 namespace column = sRmUniVlanTable_column;
 
-// ---- lists of VLAN ids
-// -------------------------------------------------------------------------------------
+// ---- lists of VLAN ids ------------------------------------------------------------------------------------
 
 using VlanIds = std::array<uint16_t, OV_GPON_RMUNI_VLAN_LIST_MAX>; // 0: no id at this place
 
@@ -52,8 +51,7 @@ void fill_translated_ids(const Row& row, Record& record) {
     fill_list(row.sRmUniVlanTableTranslateVlanIdList, record.xlateList);
 }
 
-// ---- to the card
-// -------------------------------------------------------------------------------------------
+// ---- to the card ------------------------------------------------------------------------------------------
 
 constexpr MapLine UNIVLAN_LINES[] = {
     WIRE_ONLY(onuIfindex, onu_ifindex_of<Row>),
@@ -69,8 +67,7 @@ constexpr MIB_Flags_t SETTINGS = columns_of(
     column::sRmUniVlanTableVlanMode, column::sRmUniVlanTablePvid, column::sRmUniVlanTableVlanIdList,
     column::sRmUniVlanTableTranslateVlanIdList, column::sRmUniVlanTablePriority);
 
-// ---- what a mode uses
-// --------------------------------------------------------------------------------------
+// ---- what a mode uses -------------------------------------------------------------------------------------
 
 struct ModeUse {
     mib_long mode;
@@ -98,8 +95,7 @@ void clear_unused(Row& row, const ModeUse& use) {
         std::memset(row.sRmUniVlanTableTranslateVlanIdList, 0, sizeof row.sRmUniVlanTableTranslateVlanIdList);
 }
 
-// ---- the steps of the set callback
-// ---------------------------------------------------------------------------
+// ---- the steps of the set callback ------------------------------------------------------------------------
 
 bool template_admits(Row& row) {
     return ov_univlan_multi_srvprofile_exist_check(&row) == 1 &&
@@ -132,8 +128,7 @@ void roll_back(Change& change) {
     ov_univlan_table_vlanmode_rollback(&change.row);
 }
 
-// ---- the rows' life
-// ------------------------------------------------------------------------------------------
+// ---- the rows' life ---------------------------------------------------------------------------------------
 
 using OnuType = ov_sOnuTypeProfileTable_attr_t;
 constexpr UniKind KINDS[] = {
@@ -158,8 +153,7 @@ constinit const MessageMap<ov_sRmUniVlanTable_attr_t, ov_gpon_rmuni_vlan_attr_t>
 RESTORE(rm_uni_vlan, SRMUNIVLAN, OV_HAL_MSG_GPON_RM_UNI_VLAN, univlan_map, CREATED_AND_SET)
 RESTORE_TEMPLATES(rmunivlan, SRMUNIVLAN, OV_HAL_MSG_GPON_RM_UNI_VLAN, univlan_map, CREATED_AND_SET)
 
-// ---- doors
-// ---------------------------------------------------------------------------------------------------
+// ---- doors ------------------------------------------------------------------------------------------------
 
 int ov_app_gpon_rmunivlan_add(ov_sRmUniVlanTable_attr_t* attr, MIB_Flags_t* flag) {
     if (attr && flag) {
@@ -196,8 +190,7 @@ char ov_rmunivlan_table_del_init(const ov_sOnuTable_attr_t* onu) {
     return written ? 1 : 0;
 }
 
-// ---- modes
-// -----------------------------------------------------------------------------------------------------
+// ---- modes ------------------------------------------------------------------------------------------------
 
 void ov_univlan_table_vlanmode_change_clear(ov_sRmUniVlanTable_attr_t* row) {
     for (const ModeUse& use : MODE_USES)
@@ -212,8 +205,7 @@ void ov_univlan_table_vlanmode_rollback(ov_sRmUniVlanTable_attr_t* row) {
         clear_unused(*row, NOTHING);
 }
 
-// ---- checks
-// ----------------------------------------------------------------------------------------------------
+// ---- checks -----------------------------------------------------------------------------------------------
 
 char ov_app_gpon_rm_univlan_check(ov_sRmUniVlanTable_attr_t* attr, int action, MIB_Flags_t /*flags*/) {
     const bool edits = action == OV_HAL_GPON_MSG_ACTION_SET;
@@ -242,8 +234,7 @@ char ov_univlan_multi_srvprofile_parameter_check(ov_sRmUniVlanTable_attr_t* attr
     return 0;
 }
 
-// ---- to the card
-// -----------------------------------------------------------------------------------------------
+// ---- to the card ------------------------------------------------------------------------------------------
 
 void sunivlan_mib_data_convert_to_hal(ov_sRmUniVlanTable_attr_t* mib, ov_gpon_rmuni_vlan_attr_t* hal,
                                       const MIB_Flags_t& mib_mask, ov_bmp_t* hal_flag) {
@@ -254,8 +245,7 @@ ov_bmp_t ov_rmuni_vlan_table_attr_mask_get(const void* row) {
     return univlan_map.replay_mask(row);
 }
 
-// ---- callbacks
-// ---------------------------------------------------------------------------------------------------
+// ---- callbacks --------------------------------------------------------------------------------------------
 
 int ov_univlan_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     static constexpr SetCallback<Row, Record> CALLBACK = {

@@ -38,8 +38,7 @@ int ov_app_gpon_rmunivlan_del(ov_sRmUniVlanTable_attr_t* attr);
 // when the services of the ONU are taken away. 1, or 0 behind a log line when a row couldn't be written.
 char ov_rmunivlan_table_del_init(const ov_sOnuTable_attr_t* onu);
 
-// ---- what a mode uses
-// ----------------------------------------------------------------------------------------
+// ---- what a mode uses -------------------------------------------------------------------------------------
 
 // Clears what the row's mode doesn't use: PVID and priority, the list of ids, the list of what they become.
 void ov_univlan_table_vlanmode_change_clear(ov_sRmUniVlanTable_attr_t* row);
@@ -56,8 +55,7 @@ char ov_app_gpon_rm_univlan_check(ov_sRmUniVlanTable_attr_t* attr, int action, M
 char ov_univlan_multi_srvprofile_exist_check(ov_sRmUniVlanTable_attr_t* attr);
 char ov_univlan_multi_srvprofile_parameter_check(ov_sRmUniVlanTable_attr_t* attr);
 
-// ---- to the card
-// ---------------------------------------------------------------------------------------------
+// ---- to the card ------------------------------------------------------------------------------------------
 
 // The record of a row, and the attributes of these columns.
 void sunivlan_mib_data_convert_to_hal(ov_sRmUniVlanTable_attr_t* mib, ov_gpon_rmuni_vlan_attr_t* hal,

@@ -23,7 +23,8 @@
 
 using Oid = std::vector<oid>;
 
-// For sets of names. (The vector's own < is wrong on big-endian hosts: libstdc++ 12 compares the numbers as bytes.)
+// For sets of names. (The vector's own < is wrong on big-endian hosts: libstdc++ 12 compares the numbers as
+// bytes.)
 struct OidLess {
     bool operator()(const Oid& a, const Oid& b) const {
         return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());

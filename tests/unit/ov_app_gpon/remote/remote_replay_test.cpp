@@ -97,8 +97,7 @@ TEST(RemoteReplay, WhatOnusSayOfThemselvesIsInNoStage) {
     });
 }
 
-// ---- registrations
-// ---------------------------------------------------------------------------------------------
+// ---- registrations ----------------------------------------------------------------------------------------
 
 const MIB_callback* chain_of(int table, int kind) {
     const table_control_t& control = table_cntl[table];

@@ -42,8 +42,7 @@ int reboot(mib_long wished = 1) {
     return command(column::sRmInfoTableReboot, &Info::sRmInfoTableReboot, wished);
 }
 
-// ---- the rows' life
-// ----------------------------------------------------------------------------------------
+// ---- the rows' life ---------------------------------------------------------------------------------------
 
 TEST(RemoteInfo, ItsRowAndThatOfTheCapabilitiesComeAndGoWithTheOnu) {
     run([](AppChassis& /*chassis*/) {
@@ -99,8 +98,7 @@ TEST(RemoteInfo, ACapabilityRowThatCannotComeRefusesTheOnu) {
     });
 }
 
-// ---- reads
-// ---------------------------------------------------------------------------------------------------
+// ---- reads ------------------------------------------------------------------------------------------------
 
 InfoRecord reported() {
     InfoRecord record = {};
@@ -274,8 +272,7 @@ TEST(RemoteCapability, AReadThatFailsFails) {
     });
 }
 
-// ---- commands
-// ------------------------------------------------------------------------------------------------
+// ---- commands ---------------------------------------------------------------------------------------------
 
 TEST(RemoteInfo, ACommandIsSentOnceAndReadsZero) {
     struct Case {
@@ -372,8 +369,7 @@ TEST(RemoteInfo, ACommandNeedsARowAndItsColumns) {
     });
 }
 
-// ---- ONUs by equipment id
-// ------------------------------------------------------------------------------------
+// ---- ONUs by equipment id ---------------------------------------------------------------------------------
 
 void put_reported(int id, int port, const char* equipment, const char* version,
                   int state = SONUTABLEONUSTATE_OPERATIONAL) {

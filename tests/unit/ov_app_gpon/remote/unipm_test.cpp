@@ -49,8 +49,7 @@ int rows_of(int store) {
     return get_row_num(mmg_table_did_getbyindex(store));
 }
 
-// ---- rows
-// --------------------------------------------------------------------------------------------------
+// ---- rows -------------------------------------------------------------------------------------------------
 
 TEST(UniPm, ARowIsThereWhileTheCountersAreOn) {
     run([](AppChassis& /*chassis*/) {
@@ -100,8 +99,7 @@ TEST(UniPm, ARowThatIsMadeWithItsCountersOnHasThem) {
     });
 }
 
-// ---- the cycle
-// -------------------------------------------------------------------------------------------------
+// ---- the cycle --------------------------------------------------------------------------------------------
 
 // The task's own alarms, on a clock that shows 08:22:20 UTC; counters of the UNI are all `count`.
 struct Cycle {
@@ -493,8 +491,7 @@ TEST(UniPmTask, ASecondCycleStartsOverAndBothAreThroughInTheEnd) {
     });
 }
 
-// ---- live
-// ------------------------------------------------------------------------------------------------------
+// ---- live -------------------------------------------------------------------------------------------------
 
 TEST(UniPm, LiveCountersAreReadPastTheTable) {
     run([](AppChassis& chassis) {

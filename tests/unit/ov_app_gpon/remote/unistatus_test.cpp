@@ -58,8 +58,7 @@ int enable_pm(const Row& key = UNI, mib_long value = 1) {
     return set_value(key, column::sRmUniStatusTablePmEnable, static_cast<uint32_t>(value));
 }
 
-// ---- writes
-// ----------------------------------------------------------------------------------------------------
+// ---- writes -----------------------------------------------------------------------------------------------
 
 TEST(UniStatus, EachSettingReachesTheCardInItsFieldWithItsBit) {
     run([](AppChassis& chassis) {
@@ -190,8 +189,7 @@ TEST(UniStatus, AnEditNeedsARowAndItsColumns) {
     });
 }
 
-// ---- protection groups
-// -----------------------------------------------------------------------------------------
+// ---- protection groups ------------------------------------------------------------------------------------
 
 TEST(UniStatus, IsNotToBeWrittenOnAProtectingPort) {
     run([](AppChassis& chassis) {
@@ -226,8 +224,7 @@ TEST(UniStatus, ThatCannotBeRepeatedIsRefused) {
     });
 }
 
-// ---- the link
-// --------------------------------------------------------------------------------------------------
+// ---- the link ---------------------------------------------------------------------------------------------
 
 TEST(UniStatus, TheLinkIsAskedOfTheOnu) {
     run([](AppChassis& chassis) {
@@ -278,8 +275,7 @@ TEST(UniStatus, ALinkThatCannotBeReadFails) {
     });
 }
 
-// ---- the limit of counters
-// ---------------------------------------------------------------------------------------
+// ---- the limit of counters --------------------------------------------------------------------------------
 
 void put_pm_rows(const AppChassis& chassis, int rows) {
     for (int n = 0; n < rows; ++n)
@@ -303,8 +299,7 @@ TEST(UniStatus, CountersAreForEightHundredUnisAndOneMore) {
     });
 }
 
-// ---- what is replayed
-// --------------------------------------------------------------------------------------------
+// ---- what is replayed -------------------------------------------------------------------------------------
 
 TEST(UniStatus, AReplaySetsWhatIsNotAsItWasMade) {
     run([](AppChassis& /*chassis*/) {

@@ -83,8 +83,7 @@ const Vlan LEFT[] = {
     {4, 100, 5, {10, 20}, {}}, {5, 0, 0, {}, {}},   {6, 0, 0, {10, 20}, {30, 40}},
 };
 
-// ---- writes
-// --------------------------------------------------------------------------------------------------
+// ---- writes -----------------------------------------------------------------------------------------------
 
 TEST(UniVlan, AWriteReachesTheCardInFieldsAndBits) {
     run([](AppChassis& chassis) {
@@ -185,8 +184,7 @@ TEST(UniVlan, DoorsNeedARowAndItsColumns) {
     });
 }
 
-// ---- modes
-// ---------------------------------------------------------------------------------------------------
+// ---- modes ------------------------------------------------------------------------------------------------
 
 TEST(UniVlan, AModeKeepsWhatItUses) {
     for (const Vlan& left : LEFT) {
@@ -270,8 +268,7 @@ TEST(UniVlan, AChangeThatTheCardDoesNotAnswerIsRefused) {
     });
 }
 
-// ---- owners
-// ----------------------------------------------------------------------------------------------------
+// ---- owners -----------------------------------------------------------------------------------------------
 
 TEST(UniVlan, RowsOfAnOnuThatIsNotThereAreNobodys) {
     run([](AppChassis& chassis) {
@@ -354,8 +351,7 @@ TEST(UniVlan, ATemplatesPvidIsNotInItsListInHybridMode) {
     });
 }
 
-// ---- protection groups
-// -----------------------------------------------------------------------------------------
+// ---- protection groups ------------------------------------------------------------------------------------
 
 TEST(UniVlan, IsNotToBeWrittenOnAProtectingPort) {
     run([](AppChassis& chassis) {
@@ -383,8 +379,7 @@ TEST(UniVlan, OfAWorkingPortIsRepeatedOnThePartner) {
     });
 }
 
-// ---- when the services go
-// --------------------------------------------------------------------------------------
+// ---- when the services go ---------------------------------------------------------------------------------
 
 TEST(UniVlan, GoesBackToDiscardInTheTableAlone) {
     run([](AppChassis& chassis) {
@@ -404,8 +399,7 @@ TEST(UniVlan, GoesBackToDiscardInTheTableAlone) {
     });
 }
 
-// ---- what is replayed
-// --------------------------------------------------------------------------------------------
+// ---- what is replayed -------------------------------------------------------------------------------------
 
 TEST(UniVlan, AReplaySetsWhatIsNotAsItWasMade) {
     run([](AppChassis& /*chassis*/) {

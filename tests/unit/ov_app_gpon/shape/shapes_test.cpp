@@ -328,8 +328,7 @@ TEST(SetShape, ChecksAndReservesBeforeItSendsAndGivesBackWhatTheCardRefused) {
     });
 }
 
-// ---- the example module
-// ------------------------------------------------------------------------------------
+// ---- the example module -----------------------------------------------------------------------------------
 
 TEST(ExampleModule, ItsRowComesAndGoesWithTheOnu) {
     run([](AppChassis& chassis) {
@@ -382,8 +381,7 @@ TEST(ExampleModule, RowsOfAProtectingPortAreNobodysToWrite) {
     });
 }
 
-// ---- a read
-// ------------------------------------------------------------------------------------------------
+// ---- a read -----------------------------------------------------------------------------------------------
 
 // The row after a read of its link column; the stored link is 7.
 uint32_t read_link(bool succeeds = true) {
@@ -464,8 +462,7 @@ TEST(GetShape, MayReadZeroAndTakeTheWholeAnswer) {
     });
 }
 
-// ---- rows that follow a switch, and rows of which there are several
-// ----------------------------------------------
+// ---- rows that follow a switch, and rows of which there are several ---------------------------------------
 
 constexpr FollowSwitch<Row> BY_ENABLE = {
     .column = column::exampleEnable, .value = &Row::exampleEnable, .before = &Row::old_exampleEnable};

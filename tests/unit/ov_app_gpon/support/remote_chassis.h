@@ -86,8 +86,7 @@ inline void bind_profile(int count, int id = PROFILE) {
         mib_access(MIB_SET_S_N, row, columns_of(sOnuSrvProfileTable_column::sOnuSrvProfileBindCount)));
 }
 
-// ---- rows of UNIs
-// -------------------------------------------------------------------------------------------
+// ---- rows of UNIs -----------------------------------------------------------------------------------------
 
 template <typename Row>
 Row uni(int kind, int port, int card = 1, int onu = ONU, int pon = PORT, int slot = SLOT) {
