@@ -9,6 +9,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "../support/vector_less.h"
 #include "mmg_definition.h"
 #include "onuPmTable.h"
 #include "ponPmTable.h"
@@ -81,7 +82,7 @@ TEST(Descriptions, AllTablesAndColumnsAreThere) {
 TEST(Descriptions, NamesRegistryIndexesAndObjectIdentifiersAreUnique) {
     std::set<std::string> names;
     std::set<int> indexes;
-    std::set<std::vector<uint32_t>> oids;
+    std::set<std::vector<uint32_t>, VectorLess> oids;
     for (const TableDesc* desc : table_desc_list()) {
         EXPECT_TRUE(names.insert(desc->name).second) << desc->name;
         EXPECT_TRUE(indexes.insert(desc->registry_index).second) << desc->name;

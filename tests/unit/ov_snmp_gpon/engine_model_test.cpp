@@ -9,6 +9,7 @@
 
 #include "../support/log_tap.h"
 #include "../support/temp_dir.h"
+#include "../support/vector_less.h"
 #include "all_modules.h"
 
 namespace {
@@ -184,8 +185,8 @@ public:
         return create_blank(type, row, key);
     }
 
-    std::map<Key, Row> table; // keys in the unsigned order of their columns
-    std::vector<int> modes;   // as the set chain saw them
+    std::map<Key, Row, VectorLess> table; // keys in the unsigned order of their columns
+    std::vector<int> modes;               // as the set chain saw them
 
 private:
     Key key_of(const Row& row) const {

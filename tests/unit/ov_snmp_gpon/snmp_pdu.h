@@ -1,7 +1,6 @@
 // Requests of a manager, handed to a table's chain of handlers in this process as the agent would.
 #pragma once
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -17,19 +16,14 @@
 #include <net-snmp/agent/agent_callbacks.h>
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
+#include "../support/vector_less.h"
 #include "all_modules.h"
 #include "mmg_internal.h"
 #include "table_module.h"
 
 using Oid = std::vector<oid>;
 
-// For sets of names. (The vector's own < is wrong on big-endian hosts: libstdc++ 12 compares the numbers as
-// bytes.)
-struct OidLess {
-    bool operator()(const Oid& a, const Oid& b) const {
-        return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end());
-    }
-};
+inline constexpr bool OID_IS_WIDE = std::numeric_limits<oid>::digits > 32;
 
 // An arc that no index has: 2 to the power of bit, or the largest there is where arcs have 32 bits.
 inline constexpr oid beyond(unsigned bit) {

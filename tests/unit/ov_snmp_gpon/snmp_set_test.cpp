@@ -269,7 +269,8 @@ TEST_F(SnmpSet, FirstFailedCheckEndsThePhase) {
 TEST_F(SnmpSet, WrongIndexesAndColumnsAreRefusedWithoutARow) {
     make();
     const Oid short_index = {1, 2, 3, 4}, long_index = {1, 2, 3, 4, 5, 6}, huge = {1, 2, 3, 4, beyond(40)};
-    for (const Oid& index : {short_index, long_index, huge, Oid{}}) {
+    const Oid wrong = OID_IS_WIDE ? huge : Oid{1}; // where arcs have 32 bits, any of them may be an index
+    for (const Oid& index : {short_index, long_index, wrong, Oid{}}) {
         EXPECT_NE(Pdu(module).integer(PROFILE, index, 8).set(), 0);
         EXPECT_NE(Pdu(module).integer(STATUS, index, OVRA_CREATEANDGO).set(), 0);
     }
