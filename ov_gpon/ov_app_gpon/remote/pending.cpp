@@ -16,6 +16,7 @@
 #include "ov_app_gpon_rmunipoe.h"
 #include "ov_app_gpon_rmwan.h"
 #include "ov_app_gpon_rmwifi.h"
+#include "ov_types.h"
 #include "sRmOnuQosPriorityQueueScheduleTable.h"
 
 void ov_app_gpon_rmunipoe_init() {
@@ -68,6 +69,103 @@ void ov_app_gpon_rmwan_init() {
 }
 void ov_app_gpon_rmwifi_init() {
     // TODO: callbacks of sRmWifiTable
+}
+
+// Their doors.
+// TODO: the writes of these tables; until then each is refused.
+int ov_app_gpon_rmservice_add(ov_sRmServiceTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rmservice_edit(ov_sRmServiceTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rmservice_del(ov_sRmServiceTable_attr_t* /*attr*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rmmulticast_edit(ov_sRmMulticastTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_iphost_add(ov_sRmIPHostTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_iphost_edit(ov_sRmIPHostTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_iphost_del(ov_sRmIPHostTable_attr_t* /*attr*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_iphost_hal_get(ov_sRmIPHostTable_attr_t* /*row*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_tr069_mgmt_edit(ov_sRmTr069MgmtTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_queue_schedule_edit(ov_sRmOnuQosPriorityQueueScheduleTable_attr_t* /*attr*/,
+                                       MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_voip_config_data_edit(ov_sRmVoipConfigDataTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_sip_agent_config_data_add(ov_sRmVoipSipAgentConfigTable_attr_t* /*attr*/,
+                                             MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_sip_agent_config_data_edit(ov_sRmVoipSipAgentConfigTable_attr_t* /*attr*/,
+                                              MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_sip_agent_config_data_delete(ov_sRmVoipSipAgentConfigTable_attr_t* /*attr*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_sip_user_data_edit(ov_sRmVoipSipUserDataTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_wan_add(ov_sRmWanTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/, int /*is_need_check*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_wan_edit(ov_sRmWanTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_wan_del(ov_sRmWanTable_attr_t* /*attr*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_wifi_add(ov_sRmWifiTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/, int /*is_need_check*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_wifi_edit(ov_sRmWifiTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_wifi_del(ov_sRmWifiTable_attr_t* /*attr*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rmunipoe_edit(ov_sRmUniPoeTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rmonupoe_edit(ov_sRmOnuPoeTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rmonu_opt_threshold_edit(ov_sRmOnuOptThresholdTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_mac_filter_mode_edit(ov_rmServiceMacFilterModeTable_attr_t* /*attr*/,
+                                        MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_mac_filter_dyn_edit(ov_rmServiceMacFilterDynamicTable_attr_t* /*attr*/,
+                                       MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_mac_filter_static_add(ov_rmServiceMacFilterStaticTable_attr_t* /*attr*/,
+                                         MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_mac_filter_static_edit(ov_rmServiceMacFilterStaticTable_attr_t* /*attr*/,
+                                          MIB_Flags_t* /*flag*/) {
+    return OV_GPON_RET_BAD_PARAM;
+}
+int ov_app_gpon_rm_mac_filter_static_del(ov_rmServiceMacFilterStaticTable_attr_t* /*attr*/) {
+    return OV_GPON_RET_BAD_PARAM;
 }
 
 // A replay to a card brings nothing of their tables.
