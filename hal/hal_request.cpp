@@ -91,7 +91,7 @@ void take_reply(const ipc_header& header, hal_frame_t& frame, size_t received) {
     const unsigned result = _hal_tipc_result_of(retcode, type, request.slot);
     if (result == KAVO_OK)
         hal_backup_async(&head_of(request));
-    request.handle(request.context, result, retcode == KAVO_ERR ? nullptr : &message.hdr);
+    request.handle(request.context, result, &message.hdr);
 }
 
 // ---- requests that come back ------------------------------------------------------------------------------

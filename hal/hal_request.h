@@ -22,8 +22,8 @@ struct thread_master;
 inline constexpr long HAL_REQUEST_LOOK_MSEC = 200; // between two looks for what can't be answered any more
 
 // Takes what became of a request, once, from the event loop and never from within hal_request: `result` as
-// hal_send returns it; `reply` the message with the card's answer over it, valid for the call, null when
-// there was none (no answer in time, the card is gone, an answer that can't be used).
+// hal_send returns it; `reply` the message with the card's answer over it as far as that can be used, valid
+// for the call, null when the card didn't answer in time or is gone.
 typedef void (*hal_reply_handle)(void* context, unsigned result, const hal_nlmsghdr* reply);
 
 enum class HalRequest : uint8_t {
