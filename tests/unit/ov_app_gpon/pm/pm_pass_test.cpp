@@ -60,7 +60,7 @@ TEST(PmPass, RequestsGoOutInTheTablesOrderAndAWindowAtATime) {
             ASSERT_TRUE(loop_until([&] { return kept->waiting() > 0; }));
             const wire::Bytes request = kept->take();
             order.push_back(ov_ifindex_get_subport_id(index_of(request)));
-            count(chassis.card, request);
+            answer(chassis.card, request);
         }
         ASSERT_TRUE(pass_ends(ONU_PM));
         EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
@@ -77,7 +77,7 @@ TEST(PmPass, AnswersInAnyOrderAndTwiceFindTheirRows) {
         ASSERT_TRUE(loop_until([&] { return kept->waiting() == 10; }));
         while (kept->waiting() > 0) {
             const wire::Bytes request = kept->take(kept->waiting() - 1);
-            count(chassis.card, request);
+            answer(chassis.card, request);
             chassis.card.answer(request, counted(chassis.card, request, 7));
         }
         ASSERT_TRUE(pass_ends(ONU_PM));
@@ -101,7 +101,7 @@ TEST(PmPass, CardsGoSideBySide) {
         while (ONU_PM.pass().running()) {
             ASSERT_TRUE(loop_until([&] { return slow->waiting() > 0 || !ONU_PM.pass().running(); }));
             while (slow->waiting() > 0)
-                count(chassis.card, slow->take());
+                answer(chassis.card, slow->take());
         }
         EXPECT_EQ(stored_onu_pm(20)->opmFecCodeWords, 1020u);
     });
@@ -194,7 +194,7 @@ TEST(PmPass, ALateAnswerIsForNobody) {
         ASSERT_TRUE(loop_until([&] { return kept->waiting() == 1; }));
         clock.advance(13s);
         ASSERT_FALSE(ONU_PM.pass().running());
-        count(chassis.card, kept->take());
+        answer(chassis.card, kept->take());
         run_loop_a_while();
         EXPECT_EQ(stored_onu_pm(1)->opmFecCodeWords, 1u);
         EXPECT_EQ(stored_onu_pm(1)->opmDataValid, OPMDATAVALID_NA);
@@ -210,7 +210,7 @@ TEST(PmPass, ACardThatGoesInTheMiddleEndsItsPart) {
         get_onu_pm_data_task();
         ASSERT_TRUE(loop_until([&] { return kept->waiting() >= 5; }));
         for (int n = 0; n < 5; ++n)
-            count(chassis.card, kept->take());
+            answer(chassis.card, kept->take());
         ASSERT_TRUE(loop_until([] { return stored_onu_pm(5)->opmFecCodeWords == 1005; }));
         hal_slot_active_flag_clear("test", 0, SLOT);
         clock.advance(300ms);
@@ -250,7 +250,7 @@ TEST(PmPass, ARowThatIsDeletedTakesNoReply) {
         }
         chassis.card.behave(count);
         while (kept->waiting() > 0)
-            count(chassis.card, kept->take());
+            answer(chassis.card, kept->take());
         ASSERT_TRUE(pass_ends(ONU_PM));
         EXPECT_EQ(stored_onu_pm(3), nullptr);
         EXPECT_EQ(stored_onu_pm(20), nullptr);
@@ -275,7 +275,7 @@ TEST(PmPass, ARowThatIsMadeAnewIsNotTheOneThatWasAsked) {
         ASSERT_TRUE(pm_add_row(ONU_PM, &row));
         EXPECT_EQ(stored_onu_pm(2)->opmFecCodeWords, 77u);
         while (kept->waiting() > 0)
-            count(chassis.card, kept->take());
+            answer(chassis.card, kept->take());
         ASSERT_TRUE(pass_ends(ONU_PM));
         EXPECT_EQ(stored_onu_pm(1)->opmFecCodeWords, 1001u);
         EXPECT_EQ(stored_onu_pm(2)->opmFecCodeWords, 77u);
@@ -289,7 +289,7 @@ TEST(PmPass, AReaderGetsEachRowBeforeOrAfterAndTheFileTheInterval) {
         chassis.card.behave(PatientCard::of(kept));
         get_onu_pm_data_task();
         ASSERT_TRUE(loop_until([&] { return kept->waiting() >= 10; }));
-        count(chassis.card, kept->take());
+        answer(chassis.card, kept->take());
         ASSERT_TRUE(loop_until([] { return stored_onu_pm(1)->opmFecCodeWords == 1001; }));
         chassis.card.behave(count); // from now on it answers at once
         const auto read = [](int onu) {
@@ -302,7 +302,7 @@ TEST(PmPass, AReaderGetsEachRowBeforeOrAfterAndTheFileTheInterval) {
         EXPECT_EQ(read(2), 1u);    // its answer is on the way: before
         EXPECT_EQ(read(30), 5u);   // not asked yet: the running value, as always
         while (kept->waiting() > 0)
-            count(chassis.card, kept->take());
+            answer(chassis.card, kept->take());
         ASSERT_TRUE(pass_ends(ONU_PM));
         const std::string saved = file_text(table_of<OnuPm>::module());
         for (const char* counter : {"1001", "1002", "1030"})
@@ -322,10 +322,10 @@ TEST(PmPass, TheNextPassWaitsForThisOne) {
         run_loop_a_while();
         EXPECT_EQ(kept->waiting(), 2u);
         for (int n = 0; n < 2; ++n)
-            count(chassis.card, kept->take());
+            answer(chassis.card, kept->take());
         ASSERT_TRUE(loop_until([&] { return kept->waiting() == 2; })); // the second
         for (int n = 0; n < 2; ++n)
-            count(chassis.card, kept->take());
+            answer(chassis.card, kept->take());
         ASSERT_TRUE(pass_ends(ONU_PM));
         EXPECT_THAT(chassis.messages_of(OV_HAL_MSG_GPON_PM_ONU), SizeIs(4));
     });
@@ -350,7 +350,7 @@ TEST(PmPass, StopStampsAreThoseOfTheRepliesAndThePassBeginsTheNextInterval) {
         for (int port : {1, 2}) {
             clock.advance(2s);
             ASSERT_TRUE(loop_until([&] { return kept->waiting() > 0; }));
-            count(chassis.card, kept->take());
+            answer(chassis.card, kept->take());
             ASSERT_TRUE(loop_until([&] { return find_row(port_row<PonPm>(port))->ppmStopTimeStamp != 0; }));
         }
         ASSERT_TRUE(pass_ends(PON_PM));
@@ -469,10 +469,10 @@ TEST(PmCycle, APassThatIsLongerThanItsSlotRunsBesideTheNext) {
         pm_5s_cycle_task(1, nullptr);
         ASSERT_TRUE(loop_until([&] { return kept->waiting() == 2; }));
         EXPECT_TRUE(PON_PM.pass().running());
-        count(chassis.card, kept->take(1));
+        answer(chassis.card, kept->take(1));
         ASSERT_TRUE(pass_ends(ONU_PM));
         EXPECT_TRUE(PON_PM.pass().running());
-        count(chassis.card, kept->take());
+        answer(chassis.card, kept->take());
         ASSERT_TRUE(pass_ends(PON_PM));
     });
 }
