@@ -84,8 +84,8 @@ TEST(HalRequest, TheReplyComesByTheLoopAndNotBefore) {
         EXPECT_EQ(wire::get32(seen, wire::FRAME), 1u);
         EXPECT_EQ(wire::get16(seen, wire::NL + 4), TYPE);
         EXPECT_EQ(wire::get32(seen, wire::NL + 12), 1001u);
-        EXPECT_EQ(wire::get32(seen, 12), 111u); // not the name of hal_send
-        EXPECT_EQ(wire::get32(seen, 16), 10100u + HalChassis::OWN_SLOT);
+        EXPECT_EQ(wire::get32(seen, 12), 101u); // the name that agents know
+        EXPECT_EQ(wire::get32(seen, 16), 11100u + HalChassis::OWN_SLOT);
     });
 }
 
