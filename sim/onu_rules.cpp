@@ -6,6 +6,7 @@ namespace {
 
 constexpr uint16_t RMONU_INFO = 914;
 constexpr uint16_t RM_UNI = 915;
+constexpr uint16_t RM_SERVICE = 913;
 constexpr uint32_t CARD_NOT_SUPPORTED = 1008;
 
 template <typename... Bits>
@@ -55,6 +56,21 @@ std::optional<CardRefusal> check_uni(const CardRequest& request, const CardObjec
     return {};
 }
 
+// Most messages are about the UNI that they name. A service is when it takes the traffic of one UNI, and that
+// isn't the ONU's own IP host.
+bool is_about_uni(const CardRequest& request, const UniPosition& uni) {
+    if (request.message->number != RM_SERVICE)
+        return true;
+    switch (get_be32(request.record, card_part(*request.message->record, "type").offset)) {
+    case OV_GPON_RM_SERVICE_VLAN_UNI:
+    case OV_GPON_RM_SERVICE_VLAN_COS_UNI:
+    case OV_GPON_RM_SERVICE_TRANSPARNT_UNI:
+        return uni.type >= OV_GPON_RMUNI_TYPE_ETH && uni.type <= OV_GPON_RMUNI_TYPE_VIDEO;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 std::optional<UniPosition> uni_of(const CardMessage& message, std::span<const uint8_t> record) {
@@ -82,5 +98,5 @@ std::optional<CardRefusal> check_onu_rules(const CardRequest& request, const Car
     if (!is_up || request.record.size() != message.record->size)
         return {};
     const auto uni = uni_of(message, request.record);
-    return uni ? check_uni(request, objects, *onu, *uni) : std::nullopt;
+    return uni && is_about_uni(request, *uni) ? check_uni(request, objects, *onu, *uni) : std::nullopt;
 }
