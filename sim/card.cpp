@@ -188,6 +188,8 @@ void Card::follow(const CardRequest& request, bool held_before) {
         forget_what_replay_left_out();
         break;
     default:
+        if (Onu* onu = request.message->parent == CardParent::ONU ? onus_.at_index(index) : nullptr)
+            end_lost_calls(*onu, objects_);
         break;
     }
 }
