@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "card_change.h"
 #include "card_frame.h"
 #include "card_rules.h"
 #include "onu_rules.h"
@@ -97,12 +98,7 @@ protected:
             refused = check_onu_rules(request, objects, onus);
         if (refused)
             return refused->reason;
-        if (action == card_action::CREATE)
-            objects.put(*request.message, bytes);
-        else if (action == card_action::SET)
-            objects.set(*request.message, request.mask, bytes);
-        else
-            objects.remove(*request.message, bytes);
+        change_objects(objects, request);
         return "";
     }
     template <typename Record>
