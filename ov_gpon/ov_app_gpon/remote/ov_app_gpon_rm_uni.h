@@ -33,6 +33,16 @@ Row uni_key_of_record(const Record& record) {
     return key;
 }
 
+// The index of the UNI that another table's row stands for.
+template <typename Row, typename UniRow>
+Row uni_key(const UniRow& of) {
+    auto key = onu_key<Row>(of);
+    key.onuCardID = of.onuCardID;
+    key.onuPortType = of.onuPortType;
+    key.onuPortID = of.onuPortID;
+    return key;
+}
+
 // ---- which UNIs there are ---------------------------------------------------------------------------------
 
 // The UNIs of one kind: `ports` of them on each of `cards` cards, both numbers of the ONU type.

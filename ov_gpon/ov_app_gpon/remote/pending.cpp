@@ -2,17 +2,14 @@
 // and do nothing.
 #include "app_restore_line.h"
 #include "ov_app_gpon_rm_iphost.h"
-#include "ov_app_gpon_rm_mac_filter.h"
 #include "ov_app_gpon_rm_queue_schedule.h"
 #include "ov_app_gpon_rm_sip_agent_config_data.h"
 #include "ov_app_gpon_rm_sip_user_data.h"
 #include "ov_app_gpon_rm_tr069_mgmt.h"
 #include "ov_app_gpon_rm_voip_config_data.h"
 #include "ov_app_gpon_rm_voip_line_status.h"
-#include "ov_app_gpon_rmmulticast.h"
 #include "ov_app_gpon_rmonu_opt_threshold.h"
 #include "ov_app_gpon_rmonupoe.h"
-#include "ov_app_gpon_rmservice.h"
 #include "ov_app_gpon_rmunipoe.h"
 #include "ov_app_gpon_rmwan.h"
 #include "ov_app_gpon_rmwifi.h"
@@ -27,21 +24,6 @@ void ov_app_gpon_rmonupoe_init() {
 }
 void ov_app_gpon_rmonu_opt_threshold_init() {
     // TODO: callbacks of sRmOnuOptThresholdTable
-}
-void ov_app_gpon_rmservice_init() {
-    // TODO: callbacks of sRmServiceTable
-}
-void ov_app_gpon_rmmulticast_init() {
-    // TODO: callbacks of sRmMulticastTable
-}
-void ov_app_gpon_rm_mac_filter_mode_init() {
-    // TODO: callbacks of the three tables of MAC filters
-}
-void ov_app_gpon_rm_mac_filter_dyn_init() {
-    // TODO: callbacks of the three tables of MAC filters
-}
-void ov_app_gpon_rm_mac_filter_static_init() {
-    // TODO: callbacks of the three tables of MAC filters
 }
 void ov_app_gpon_rm_iphost_init() {
     // TODO: callbacks of sRmIPHostTable
@@ -73,18 +55,6 @@ void ov_app_gpon_rmwifi_init() {
 
 // Their doors.
 // TODO: the writes of these tables; until then each is refused.
-int ov_app_gpon_rmservice_add(ov_sRmServiceTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM;
-}
-int ov_app_gpon_rmservice_edit(ov_sRmServiceTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM;
-}
-int ov_app_gpon_rmservice_del(ov_sRmServiceTable_attr_t* /*attr*/) {
-    return OV_GPON_RET_BAD_PARAM;
-}
-int ov_app_gpon_rmmulticast_edit(ov_sRmMulticastTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM;
-}
 int ov_app_gpon_rm_iphost_add(ov_sRmIPHostTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
     return OV_GPON_RET_BAD_PARAM;
 }
@@ -148,47 +118,22 @@ int ov_app_gpon_rmonupoe_edit(ov_sRmOnuPoeTable_attr_t* /*attr*/, MIB_Flags_t* /
 int ov_app_gpon_rmonu_opt_threshold_edit(ov_sRmOnuOptThresholdTable_attr_t* /*attr*/, MIB_Flags_t* /*flag*/) {
     return OV_GPON_RET_BAD_PARAM;
 }
-int ov_app_gpon_rm_mac_filter_mode_edit(ov_rmServiceMacFilterModeTable_attr_t* /*attr*/,
-                                        MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM;
-}
-int ov_app_gpon_rm_mac_filter_dyn_edit(ov_rmServiceMacFilterDynamicTable_attr_t* /*attr*/,
-                                       MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM;
-}
-int ov_app_gpon_rm_mac_filter_static_add(ov_rmServiceMacFilterStaticTable_attr_t* /*attr*/,
-                                         MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM;
-}
-int ov_app_gpon_rm_mac_filter_static_edit(ov_rmServiceMacFilterStaticTable_attr_t* /*attr*/,
-                                          MIB_Flags_t* /*flag*/) {
-    return OV_GPON_RET_BAD_PARAM;
-}
-int ov_app_gpon_rm_mac_filter_static_del(ov_rmServiceMacFilterStaticTable_attr_t* /*attr*/) {
-    return OV_GPON_RET_BAD_PARAM;
-}
 
 // A replay to a card brings nothing of their tables.
 // TODO: maps of the remote management of ONUs. Those that are set: rm_tr069,
-// rm_queue_schedule, rm_mcast, rm_voip_cfg, rm_voip_sip_user, rm_macfilter_mode,
-// rm_macfilter_dynamic, rm_uni_poe, rm_onu_poe, with
-// ov_rm_tr069_mgmt_table_attr_mask_get, ov_rmuni_mcast_table_attr_mask_get,
+// rm_queue_schedule, rm_voip_cfg, rm_voip_sip_user,
+// rm_uni_poe, rm_onu_poe, with
+// ov_rm_tr069_mgmt_table_attr_mask_get,
 // ov_rm_voip_config_data_table_attr_mask_get, ov_rm_voip_sip_user_data_table_attr_mask_get,
-// ov_rmservice_macfilter_mode_table_attr_mask_get, ov_rmservice_macfilter_dynamic_table_attr_mask_get,
 // ov_rmuni_poe_table_attr_mask_get, ov_rmonu_poe_table_attr_mask_get: the replay masks of their maps.
 RESTORE_LATER(rm_iphost, SRMIPHOST, OV_HAL_MSG_GPON_RMONU_IPHOST)
 RESTORE_LATER(rm_tr069, SRMTR069MGMT, OV_HAL_MSG_GPON_RMONU_TR069_SRV)
 RESTORE_LATER(rm_queue_schedule, SRMQUEUESCHEDULE, OV_HAL_MSG_GPON_RMONU_QUEUE_SCHEDULE)
-RESTORE_LATER(rm_service, SRMSERVICE, OV_HAL_MSG_GPON_RM_SERVICE)
-RESTORE_LATER(rm_mcast, SRMMULTICAST, OV_HAL_MSG_GPON_RM_UNI_MCAST)
 RESTORE_LATER(rm_wan, SRMWAN, OV_HAL_MSG_GPON_RM_WAN)
 RESTORE_LATER(rm_wifi, SRMWIFI, OV_HAL_MSG_GPON_RM_WIFI)
 RESTORE_LATER(rm_voip_cfg, SRMVOIPCONFIGDATA, OV_HAL_MSG_GPON_RMONU_VOIP_CONFIG_DATA)
 RESTORE_LATER(rm_voip_sip_agent, SRMVOIPSIPAGENTCONFIG, OV_HAL_MSG_GPON_RMONU_VOIP_SIP_AGENT_CONFIG)
 RESTORE_LATER(rm_voip_sip_user, SRMVOIPSIPUSERDATA, OV_HAL_MSG_GPON_RMONU_VOIP_SIP_USER_DATA)
-RESTORE_LATER(rm_macfilter_mode, SRMMACFMODE, OV_HAL_MSG_GPON_RM_MAC_FLT)
-RESTORE_LATER(rm_macfilter_static, SRMMACFS, OV_HAL_MSG_GPON_RM_MAC_FLT)
-RESTORE_LATER(rm_macfilter_dynamic, SRMMACFD, OV_HAL_MSG_GPON_RM_MAC_FLT)
 RESTORE_LATER(rm_uni_poe, SRMUNIPOE, OV_HAL_MSG_GPON_RM_UNI_POE)
 RESTORE_LATER(rm_onu_poe, SRMONUPOE, OV_HAL_MSG_GPON_RM_ONU_POE)
 
@@ -198,7 +143,6 @@ RESTORE_LATER(
 
 // Those of service profiles.
 RESTORE_TEMPLATES_LATER(iphost, SRMIPHOST, OV_HAL_MSG_GPON_RMONU_IPHOST)
-RESTORE_TEMPLATES_LATER(rmservice, SRMSERVICE, OV_HAL_MSG_GPON_RM_SERVICE)
 RESTORE_TEMPLATES_LATER(wan, SRMWAN, OV_HAL_MSG_GPON_RM_WAN)
 RESTORE_TEMPLATES_LATER(wifi, SRMWIFI, OV_HAL_MSG_GPON_RM_WIFI)
 RESTORE_TEMPLATES_LATER(voip_cfg, SRMVOIPCONFIGDATA, OV_HAL_MSG_GPON_RMONU_VOIP_CONFIG_DATA)

@@ -121,7 +121,8 @@ std::vector<unsigned> columns_of_node(const MIB_callback* node) {
 
 TEST(RemoteRegistration, UniStatusRunsFirstOnItsTableAndThenTheCounters) {
     app_chassis::run([](AppChassis& /*chassis*/) {
-        EXPECT_THAT(labels_of(SRMUNISTATUS, CALLBACK_SET), ElementsAre("app_unistatus", "app_unipm"));
+        EXPECT_THAT(labels_of(SRMUNISTATUS, CALLBACK_SET),
+                    ElementsAre("app_unistatus", "app_unipm", "app_multicast"));
         const auto written = testing::ElementsAre(4, 5, 6, 8, 9, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20);
         EXPECT_THAT(columns_of_node(chain_of(SRMUNISTATUS, CALLBACK_SET)), written);
         EXPECT_THAT(columns_of_node(chain_of(SRMUNISTATUS, CALLBACK_CHECK)), written);
@@ -145,7 +146,8 @@ TEST(RemoteRegistration, OfTheOtherTables) {
     });
 }
 
-// An ONU's change runs them behind the ONU's own, a profile's behind the profile's.
+// An ONU's change runs them behind the ONU's own, but services, which the card must lose in front of the ONU;
+// a profile's behind the profile's.
 TEST(RemoteRegistration, RowsFollowBehindTheirOwner) {
     app_chassis::run([](AppChassis& /*chassis*/) {
         const auto of_remote = [](int table, const std::string& own) {
@@ -155,10 +157,10 @@ TEST(RemoteRegistration, RowsFollowBehindTheirOwner) {
                     found.push_back(label);
             return found;
         };
-        EXPECT_THAT(of_remote(SONU, "app_onu"),
-                    ElementsAre("app_onu", "app_rmcapa", "app_rminfo", "app_unistatus", "app_univlan"));
+        EXPECT_THAT(of_remote(SONU, "app_onu"), ElementsAre("app_rmservice", "app_onu", "app_rmcapa",
+                                                            "app_rminfo", "app_unistatus", "app_univlan"));
         EXPECT_THAT(of_remote(SONUSRVPROFILE, "onu_srvprofile"),
-                    ElementsAre("onu_srvprofile", "app_unistatus", "app_univlan"));
+                    ElementsAre("onu_srvprofile", "app_rmservice", "app_unistatus", "app_univlan"));
     });
 }
 
