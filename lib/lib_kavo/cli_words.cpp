@@ -153,6 +153,15 @@ const char* CliWords::text_or(std::string_view name, const char* otherwise) cons
     return otherwise;
 }
 
+const char* CliWords::word_or(std::string_view name, const char* otherwise) const {
+    const char* found = text_or(name, nullptr);
+    each_match(TypedLine{line_}, name, [&](size_t /*match*/, size_t behind) {
+        if (found == nullptr && behind < line_.size())
+            found = line_[behind].keyword;
+    });
+    return found != nullptr ? found : otherwise;
+}
+
 bool CliWords::is_enable(std::string_view name) const {
     return strcmp(text(name), "enable") == 0;
 }
@@ -175,6 +184,15 @@ std::vector<const char*> CliWords::arguments() const {
 size_t cli_place_of(std::span<const kavo_cmd_word_t> syntax, std::string_view name) {
     const size_t place = argument_of(SyntaxLine{syntax}, name);
     return place != NONE ? place : syntax.size();
+}
+
+std::string_view cli_keyword_behind(std::span<const kavo_cmd_word_t> syntax, std::string_view name) {
+    std::string_view found;
+    each_match(SyntaxLine{syntax}, name, [&](size_t /*match*/, size_t behind) {
+        if (behind < syntax.size() && syntax[behind].kind == kavo_cmd_word_t::KEYWORD)
+            found = syntax[behind].alternatives.front();
+    });
+    return found;
 }
 
 bool cli_has_name(std::span<const kavo_cmd_word_t> syntax, std::string_view name) {
