@@ -4,8 +4,10 @@
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_port.h"
+#include "ov_app_gpon_rm_voip_config_data.h"
 #include "ov_app_gpon_rminfo.h"
 #include "ov_app_gpon_rmunistatus.h"
+#include "ov_app_gpon_rmwifi.h"
 #include "ov_app_gpon_service_port.h"
 #include "rm/ov_gpon_rm_uni_word.h"
 #include "sRmInfoTable.h"
@@ -15,6 +17,7 @@ namespace {
 
 constexpr int GEM_ID = 4;          // of the index columns
 constexpr int SERVICE_PORT_ID = 4; // the same
+constexpr int WIFI_INDEX = 4;      // the same
 
 template <typename Row, int (*edit)(Row*, MIB_Flags_t*)>
 int edit_row(void* row, const MIB_Flags_t& columns) {
@@ -32,6 +35,7 @@ using UniStatus = ov_sRmUniStatusTable_attr_t;
 constexpr CliIndexWord SERVICE_PORT_WORDS[] = {{"service-port", SERVICE_PORT_ID}};
 constexpr CliIndexWord UNI_WORDS[] = {gpon_rm_uni_index<UniStatus>("ETHUNI")};
 constexpr CliIndexWord VIDEO_WORDS[] = {gpon_rm_uni_index<UniStatus>("VIDEO")};
+constexpr CliIndexWord WIFI_WORDS[] = {{"wifi", WIFI_INDEX}};
 
 } // namespace
 
@@ -51,5 +55,9 @@ const CliObject rm_uni = {table_desc_sRmUniStatusTable, INDEX_TO_ONU,
                           edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>, UNI_WORDS};
 const CliObject rm_video = {table_desc_sRmUniStatusTable, INDEX_TO_ONU,
                             edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>, VIDEO_WORDS};
+const CliObject rm_wifi = {table_desc_sRmWifiTable, INDEX_TO_ONU,
+                           edit_row<ov_sRmWifiTable_attr_t, ov_app_gpon_rm_wifi_edit>, WIFI_WORDS};
+const CliObject rm_voip = {table_desc_sRmVoipConfigDataTable, INDEX_TO_ONU,
+                           edit_row<ov_sRmVoipConfigDataTable_attr_t, ov_app_gpon_rm_voip_config_data_edit>};
 
 } // namespace cli_objects

@@ -8,5 +8,8 @@ void gpon_vty_rm_cli_init() {
     gpon_rm_uni_vlan_cli_init();
     gpon_rm_uni_pm_cli_init();
     gpon_rm_onu_cli_init();
-    // TODO: services, MAC filters, multicast, PoE, IP host, TR-069, queues, WAN, Wi-Fi, VoIP, optics
+    gpon_rm_wan_cli_init();
+    gpon_rm_wifi_cli_init();
+    gpon_rm_voip_cli_init();
+    // TODO: services, MAC filters, multicast, PoE, IP host, TR-069, queues, optics
 }

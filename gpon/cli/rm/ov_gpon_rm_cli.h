@@ -15,6 +15,10 @@ void gpon_rm_uni_vlan_cli_init();
 void gpon_rm_uni_pm_cli_init();
 // What it says of itself, and commands to it.
 void gpon_rm_onu_cli_init();
+// Its WAN connections, wireless networks and telephony.
+void gpon_rm_wan_cli_init();
+void gpon_rm_wifi_cli_init();
+void gpon_rm_voip_cli_init();
 
 // Words for numbers that commands take, saved lines have and shows print.
 inline constexpr ColName GPON_RM_AUTO_DETECTION[] = {
@@ -24,6 +28,8 @@ inline constexpr ColName GPON_RM_AUTO_DETECTION[] = {
 inline constexpr ColName GPON_RM_ETHERNET_INTERFACE[] = {{0, "bridged"}, {1, "ip-router"}, {2, "default"}};
 inline constexpr ColName GPON_RM_DOT1X_ACTION[] = {{0, "-"}, {1, "re-auth"}, {2, "unauth"}, {3, "auth"}};
 inline constexpr ColName GPON_RM_VIDEO_STATE[] = {{0, "unlock"}, {1, "lock"}};
+inline constexpr ColName GPON_RM_VOIP_PROTOCOL[] = {
+    {0, "none"}, {1, "sip"}, {2, "h248"}, {3, "mgcp"}, {255, "non_omci"}};
 inline constexpr ColName GPON_RM_LINK[] = {{0, "down"}, {1, "up"}};
 
 // The key of a row of a UNI of the session's ONU. 0, or the result of a refusal, behind its text.
