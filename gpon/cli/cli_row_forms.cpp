@@ -1,5 +1,6 @@
 #include "cli_row_forms.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <array>
 #include <cstdlib>
@@ -45,7 +46,19 @@ int put_text(const CliCall& call, const CliRowWord& word, const char* typed, Cli
     return 0;
 }
 
+// Whether what was typed for a keyword is another one in full, which this form hasn't: "802.11b" can stand
+// for "802.11b/g/n" as a short form, and whoever types it means something else.
+bool is_another(const CliCall& call, const CliRowWord& word, const char* keyword) {
+    const std::string_view typed = call.words.typed_or(word.name, keyword);
+    return typed != keyword && std::any_of(word.words.begin(), word.words.end(),
+                                           [&](const ColName& known) { return typed == known.name; });
+}
+
 int put_number(const CliCall& call, const CliRowWord& word, const char* typed, CliFilledRow& filled) {
+    if (is_another(call, word, typed)) {
+        ov_refusal_because("this form has no %s \"%s\"", word.name, call.words.typed_or(word.name, typed));
+        return call.fail(word.unfit, KAVO_CLI_BAD_INPUT);
+    }
     for (const ColName& known : word.words)
         if (strcmp(known.name, typed) == 0) {
             filled.put(word.column, known.value);

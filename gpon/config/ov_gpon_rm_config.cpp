@@ -1,14 +1,13 @@
 // The saved configuration of what lies behind ONUs.
-#include <string>
-
-#include "app_rows.h"
-#include "cli_forms.h"
-#include "cli_objects.h"
-#include "command_syntaxes.h"
-#include "ov_gpon_onu_config.h"
 #include "ov_gpon_rm_config.h"
+
+#include "cli_forms.h"
+#include "command_syntaxes.h"
 #include "ov_product_log.h"
 #include "rm/ov_gpon_rm_uni_word.h"
+#include "sRmOnuOptThresholdTable.h"
+#include "sRmOnuPoeTable.h"
+#include "sRmUniPoeTable.h"
 #include "sRmUniStatusTable.h"
 #include "sRmUniVlanTable.h"
 
@@ -96,20 +95,37 @@ int ov_gpon_cli_rm_uni_vlan_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;
     for (const UniVlan& row : rows_under(gpon_config_key_of<UniVlan>(onu), INDEX_TO_ONU))
         if (row.sRmUniVlanTableVlanMode != SRMUNIVLANTABLEVLANMODE_DISCARD)
-            lines += gpon_rm_config_print(vty, onu, "VLANs of " + gpon_rm_uni_word(row), line_of(row));
+            lines += gpon_rm_config_print(vty, onu, gpon_rm_uni_word(row) + " vlan-mode", line_of(row));
     return lines;
 }
 
+// ---- those that are settings alone ----------------------------------------------------------------------
+
+constexpr auto* ov_gpon_cli_rmonu_threshold_cfg =
+    gpon_rm_config_settings<ov_sRmOnuOptThresholdTable_attr_t, cli_objects::rm_optics>;
+constexpr auto* ov_gpon_cli_rm_uni_poe_cfg =
+    gpon_rm_config_settings<ov_sRmUniPoeTable_attr_t, cli_objects::rm_uni_poe>;
+constexpr auto* ov_gpon_cli_rm_onu_poe_cfg =
+    gpon_rm_config_settings<ov_sRmOnuPoeTable_attr_t, cli_objects::rm_onu_poe>;
+
 // In the order of their lines.
-// TODO: multicast, IP host, TR-069, queues, services, optical thresholds; behind the last one PoE
 constexpr int (*FAMILIES[])(struct vty*, const gpon_config_onu_t&) = {
     ov_gpon_cli_rm_uni_cfg,
     ov_gpon_cli_rm_uni_vlan_cfg,
+    ov_gpon_cli_rm_mcast_cfg,
+    ov_gpon_cli_rm_iphost_cfg,
+    ov_gpon_cli_rm_tr069_mgmt_cfg,
+    ov_gpon_cli_rm_queue_schedule_cfg,
+    ov_gpon_cli_rm_service_cfg,
+    ov_gpon_cli_rmonu_threshold_cfg,
     ov_gpon_cli_rm_voip_config_data_cfg,
     ov_gpon_cli_rm_voip_sip_agent_config_data_cfg,
     ov_gpon_cli_rm_voip_sip_user_data_cfg,
     ov_gpon_cli_rm_wan_cfg,
     ov_gpon_cli_rm_wifi_cfg,
+    ov_gpon_cli_rm_uni_poe_cfg,
+    ov_gpon_cli_rm_onu_poe_cfg,
+    ov_gpon_cli_rm_mac_filter_cfg, // behind the services
 };
 
 } // namespace

@@ -10,6 +10,12 @@
 #include "kavo_cmd.h"
 #include "ov_gpon_onu_config.h"
 
+int ov_gpon_cli_rm_mcast_cfg(struct vty* vty, const gpon_config_onu_t& onu);
+int ov_gpon_cli_rm_iphost_cfg(struct vty* vty, const gpon_config_onu_t& onu);
+int ov_gpon_cli_rm_tr069_mgmt_cfg(struct vty* vty, const gpon_config_onu_t& onu);
+int ov_gpon_cli_rm_queue_schedule_cfg(struct vty* vty, const gpon_config_onu_t& onu);
+int ov_gpon_cli_rm_service_cfg(struct vty* vty, const gpon_config_onu_t& onu);
+int ov_gpon_cli_rm_mac_filter_cfg(struct vty* vty, const gpon_config_onu_t& onu);
 int ov_gpon_cli_rm_voip_config_data_cfg(struct vty* vty, const gpon_config_onu_t& onu);
 int ov_gpon_cli_rm_voip_sip_agent_config_data_cfg(struct vty* vty, const gpon_config_onu_t& onu);
 int ov_gpon_cli_rm_voip_sip_user_data_cfg(struct vty* vty, const gpon_config_onu_t& onu);
@@ -26,3 +32,12 @@ inline enum node_type gpon_rm_config_node(const gpon_config_onu_t& onu) {
 // tells in the log of a "write file", under the name `what`, and gives 0.
 int gpon_rm_config_print(struct vty* vty, const gpon_config_onu_t& onu, const std::string& what,
                          const std::string& line);
+
+// A family that consists of the settings of a table's rows.
+template <typename Row, const CliObject& object>
+int gpon_rm_config_settings(struct vty* vty, const gpon_config_onu_t& onu) {
+    int lines = 0;
+    for (const Row& row : rows_under(gpon_config_key_of<Row>(onu), INDEX_TO_ONU))
+        lines += cli_settings_print(vty, object, &row, gpon_rm_config_node(onu));
+    return lines;
+}

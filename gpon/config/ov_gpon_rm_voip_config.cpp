@@ -6,7 +6,7 @@
 #include "cli_objects.h"
 #include "ov_gpon_onu_config.h"
 #include "ov_gpon_rm_config.h"
-#include "rm/ov_gpon_rm_sip_uni.h"
+#include "rm/ov_gpon_rm_uni_word.h"
 #include "rm/ov_gpon_rm_voip_forms.h"
 #include "sRmVoipConfigDataTable.h"
 #include "sRmVoipSipAgentConfigTable.h"
@@ -60,7 +60,7 @@ int ov_gpon_cli_rm_voip_sip_user_data_cfg(struct vty* vty, const gpon_config_onu
     int lines = 0;
     for (const User& user : rows_under(gpon_config_key_of<User>(onu), INDEX_TO_ONU))
         if (onu.row != nullptr && !has_no_user(user))
-            lines += gpon_rm_config_print(vty, onu, "sip-user " + gpon_rm_sip_uni_word(user),
+            lines += gpon_rm_config_print(vty, onu, "sip-user " + gpon_rm_uni_word(user),
                                           gpon_rm_sip_user_forms().line(&user));
     return lines;
 }

@@ -153,13 +153,31 @@ const char* CliWords::text_or(std::string_view name, const char* otherwise) cons
     return otherwise;
 }
 
-const char* CliWords::word_or(std::string_view name, const char* otherwise) const {
-    const char* found = text_or(name, nullptr);
+// The word directly behind a keyword, or the argument that has the name; null for none.
+const CliWords::Word* CliWords::word_behind(std::string_view name) const {
+    const Word* found = nullptr;
+    const size_t argument = position_of(name);
+    if (argument != NONE)
+        return &line_[argument];
     each_match(TypedLine{line_}, name, [&](size_t /*match*/, size_t behind) {
         if (found == nullptr && behind < line_.size())
-            found = line_[behind].keyword;
+            found = &line_[behind];
     });
-    return found != nullptr ? found : otherwise;
+    if (found == nullptr && !kavo_cmd_has_name(command_.handler, name))
+        tell_wrong_name(command_, name);
+    return found;
+}
+
+const char* CliWords::word_or(std::string_view name, const char* otherwise) const {
+    const Word* const word = word_behind(name);
+    if (word == nullptr)
+        return otherwise;
+    return word->argument != nullptr ? word->argument : word->keyword;
+}
+
+const char* CliWords::typed_or(std::string_view name, const char* otherwise) const {
+    const Word* const word = word_behind(name);
+    return word != nullptr ? word->typed : otherwise;
 }
 
 bool CliWords::is_enable(std::string_view name) const {

@@ -46,6 +46,7 @@ public:
         const kavo_cmd_word_t* syntax;
         const char* keyword;  // in full; null for an argument that is none
         const char* argument; // what was typed, a chosen keyword in full; null for a keyword of the command
+        const char* typed = argument; // a keyword as short as it was typed
     };
     CliWords(const kavo_cmd_t& command, std::vector<Word> line);
 
@@ -74,6 +75,8 @@ public:
     // The word directly behind a keyword, be it an argument or a keyword of the command: of "mode 802.11a"
     // and "mode (802.11b|802.11g)" it says which. What stands for one that the line doesn't have.
     const char* word_or(std::string_view name, const char* otherwise) const;
+    // That word as short as it was typed: "voice" may stand for "voice_internet" where there is no "voice".
+    const char* typed_or(std::string_view name, const char* otherwise) const;
 
     // All arguments from the one on that a name stands for, up to the next keyword of the command: for a tail
     // all of its words. Empty when the line doesn't have it.
@@ -83,6 +86,7 @@ public:
     std::vector<const char*> arguments() const;
 
 private:
+    const Word* word_behind(std::string_view name) const;
     static int64_t to_number(const char* word);
     size_t position_of(std::string_view name) const;
 

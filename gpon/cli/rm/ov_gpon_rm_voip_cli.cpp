@@ -6,7 +6,6 @@
 #include "ov_app_gpon_rm_sip_user_data.h"
 #include "ov_app_gpon_rm_voip_config_data.h"
 #include "ov_gpon_rm_cli.h"
-#include "ov_gpon_rm_sip_uni.h"
 #include "ov_gpon_rm_voip_forms.h"
 
 namespace {
@@ -78,7 +77,7 @@ int edit_user(const CliCall& call, User& row, MIB_Flags_t& columns) {
     if (ov_app_gpon_rm_sip_user_data_edit(&row, &columns) == OV_GPON_RET_OK)
         return 0;
     if (find_row(row) == nullptr)
-        ov_refusal_because("the ONU has no telephone %s", gpon_rm_sip_uni_word(row).c_str());
+        ov_refusal_because("the ONU has no telephone %s", gpon_rm_uni_word(row).c_str());
     return call.fail("%%Failed to add remote sip user %s");
 }
 
@@ -93,7 +92,7 @@ int ov_gpon_onu_rm_sip_user_add_cli(CliCall& call) {
 // The telephone stays, and has no user.
 int ov_gpon_onu_rm_sip_user_delete_cli(CliCall& call) {
     auto row = gpon_cli_onu_key<User>(call.vty);
-    if (const int refusal = gpon_rm_put_sip_uni(call, call.words.text("POTS"), row); refusal != 0)
+    if (const int refusal = gpon_rm_put_uni(call, "POTS", row); refusal != 0)
         return refusal;
     MIB_Flags_t columns =
         gpon_cli_columns({sRmVoipSipUserDataAgentID, sRmVoipSipUserDataUserAor, sRmVoipSipUserDataDisplayName,
@@ -149,7 +148,7 @@ bool read(Line& row) {
 
 int ov_show_gpon_onu_rm_voip_voice_server_status_cli(CliCall& call) {
     auto row = gpon_cli_onu_key<Line>(call.vty);
-    if (const int refusal = gpon_rm_put_sip_uni(call, call.words.text("POTS"), row); refusal != 0)
+    if (const int refusal = gpon_rm_put_uni(call, "POTS", row); refusal != 0)
         return refusal;
     if (!read(row)) {
         if (find_row(row) == nullptr)
@@ -158,7 +157,7 @@ int ov_show_gpon_onu_rm_voip_voice_server_status_cli(CliCall& call) {
     }
     const RmItems items(call.vty, "uni");
     items.begin();
-    items.print(gpon_rm_sip_uni_word(row), table_desc_sRmVoipLineStatusTable, &row, LINE);
+    items.print(gpon_rm_uni_word(row), table_desc_sRmVoipLineStatusTable, &row, LINE);
     return 0;
 }
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "command_syntaxes.h"
-#include "ov_gpon_rm_sip_uni.h"
+#include "ov_gpon_rm_uni_word.h"
 #include "sRmVoipSipAgentConfigTable.h"
 
 namespace {
@@ -29,7 +29,7 @@ constexpr unsigned AGENT_UNSAID[] = {sRmVoipSipAgentConfigIpHost};
 
 using namespace sRmVoipSipUserDataTable_column;
 
-constexpr CliIndexWord USER_INDEX[] = {gpon_rm_sip_user_index("POTS")};
+constexpr CliIndexWord USER_INDEX[] = {gpon_rm_uni_index<ov_sRmVoipSipUserDataTable_attr_t>("POTS")};
 constexpr const char* NAME_TOO_LONG = "%%Username or password len exceed range%s";
 
 constexpr CliRowWord USER_WORDS[] = {
