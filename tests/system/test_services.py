@@ -48,6 +48,9 @@ def world(chassis):
     assert add_onu(made) == "noError"
     made.chassis.simctl("onu", "add", serial(1, 1, 7), "port=gpon-olt1/1", "model=HOME-4")
     made.chassis.wait_for(lambda: made.onu.get(ONU, 11) == "3", what="the ONU to be operational")
+    assert made.tcont.create((*ONU, 1), {5: "default"}) == "noError"
+    for number in (1, 2):
+        assert made.gem.create((*ONU, number), {5: 1}) == "noError"
     yield made
     made.close()
 

@@ -141,6 +141,16 @@ int rm_rows_go_with_profile(const OwnedRows<Row>& owned, const char* left, MIBDI
     return SET_REFUSED;
 }
 
+// The same for rows that follow an ONU, one for each: a service profile has one too, which follows it.
+template <typename Row>
+int rm_row_follows_profile(const FollowRows<ov_sOnuTable_attr_t, Row>& rows, MIBDID did, void* pending) {
+    const auto& profile = *static_cast<const ov_sOnuSrvProfileTable_attr_t*>(pending);
+    const int there =
+        followed_mode<ov_sOnuSrvProfileTable_attr_t>(nullptr, profile, MibRowStatusGet(did, pending), {});
+    return there < 0 || follow_all(rows, ov_app_gpon_template_owner(profile), there == 1) ? SET_ACCEPTED
+                                                                                          : SET_REFUSED;
+}
+
 // ---- doors ------------------------------------------------------------------------------------------------
 
 // Add, edit and delete as commands call them: 0, or OV_GPON_RET_BAD_PARAM behind a log line, "null pointer"

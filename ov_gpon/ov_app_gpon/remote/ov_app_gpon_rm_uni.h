@@ -15,12 +15,20 @@
 
 // ---- where a UNI is ---------------------------------------------------------------------------------------
 
+// The index columns that say which UNI a row belongs to; a table that has other names for them states these.
+template <typename Row>
+struct UniIndex {
+    static constexpr auto card = &Row::onuCardID;
+    static constexpr auto kind = &Row::onuPortType;
+    static constexpr auto port = &Row::onuPortID;
+};
+
 // A UNI's place in a record: what its row's index says. A line of a map: WIRE_INTO(uniPos, fill_uni_place).
 template <typename Row, typename Record>
 void fill_uni_place(const Row& row, Record& record) {
-    record.uniPos.cardId = static_cast<uint16_t>(row.onuCardID);
-    record.uniPos.uniType = row.onuPortType;
-    record.uniPos.uniId = static_cast<uint16_t>(row.onuPortID);
+    record.uniPos.cardId = static_cast<uint16_t>(row.*UniIndex<Row>::card);
+    record.uniPos.uniType = row.*UniIndex<Row>::kind;
+    record.uniPos.uniId = static_cast<uint16_t>(row.*UniIndex<Row>::port);
 }
 
 // The index of the UNI that a record means.
@@ -76,9 +84,10 @@ bool ov_app_gpon_rm_uni_fits(const UniKind& kind, const ov_sOnuTypeProfileTable_
 template <typename Row>
 bool add_uni(const UniRows<Row>& rows, const UniKind& kind, const ov_sOnuTable_attr_t& owner, mib_long card,
              mib_long port) {
-    Row row = {};
-    table_of<Row>::module().set_index_at(&row, owner.shelfID, owner.slotID, owner.portID, owner.onuId, card,
-                                         static_cast<int32_t>(kind.type), port);
+    auto row = onu_key<Row>(owner);
+    row.*UniIndex<Row>::card = static_cast<mib_ulong>(card);
+    row.*UniIndex<Row>::kind = kind.type;
+    row.*UniIndex<Row>::port = static_cast<mib_ulong>(port);
     return mib_access(MIB_CREATEGO_N, row, mibDefFlags, *rows.appid) ||
            ov_refusal_because("UNI %d/%d of kind %d can't be added", card, port, static_cast<int>(kind.type));
 }

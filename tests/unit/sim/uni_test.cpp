@@ -206,38 +206,6 @@ TEST_F(Unis, RefuseWhatTheyAreNot) {
     EXPECT_EQ(refusal(914, SET, ETH_1, 1u << OV_GPON_RMONU_INFO_ATTR_INDEX_reboot), "onu-down");
 }
 
-TEST_F(Unis, AreNamedByServicesThatTakeTheirTraffic) {
-    run();
-    const auto refused = [this](int32_t type, const UniPosition& uni) {
-        ov_gpon_rmservice_attr_t record{};
-        record.onuIfindex = ONU_1;
-        record.uniPos.cardId = uni.card;
-        record.uniPos.uniType = uni.type;
-        record.uniPos.uniId = uni.port;
-        record.type = type;
-        const auto bytes = bytes_of(record);
-        CardRequest request;
-        request.message = find_card_message(913);
-        request.action = card_action::CREATE;
-        request.record = bytes;
-        const auto refusal = check_onu_rules(request, objects, onus);
-        return refusal ? refusal->reason : "";
-    };
-    constexpr UniPosition NONE = {0, -1, 0};
-    constexpr UniPosition IP_HOST = {0, 4, 0};
-    constexpr UniPosition ETH_3 = {1, OV_GPON_RMUNI_TYPE_ETH, 3};
-    for (const int32_t whole :
-         {OV_GPON_RM_SERVICE_VLAN, OV_GPON_RM_SERVICE_VLAN_COS, OV_GPON_RM_SERVICE_TRANSPARNT})
-        for (const UniPosition& uni : {NONE, IP_HOST, ETH_3, ETH_1})
-            EXPECT_EQ(refused(whole, uni), std::string()) << whole;
-    for (const int32_t of_one :
-         {OV_GPON_RM_SERVICE_VLAN_UNI, OV_GPON_RM_SERVICE_VLAN_COS_UNI, OV_GPON_RM_SERVICE_TRANSPARNT_UNI}) {
-        EXPECT_EQ(refused(of_one, ETH_3), std::string("no-such-uni")) << of_one;
-        EXPECT_EQ(refused(of_one, ETH_1), std::string()) << of_one;
-        EXPECT_EQ(refused(of_one, IP_HOST), std::string()) << of_one;
-    }
-}
-
 TEST_F(Unis, AnOnuThatStartsAgainIsAwayAndHasCountedNothing) {
     loop.after(std::chrono::milliseconds(10), [this] {
         set_uni(ETH_1, [](auto& uni) { uni.pmEnabled = 1; });

@@ -146,9 +146,9 @@ TEST(RemoteRegistration, OfTheOtherTables) {
     });
 }
 
-// An ONU's change runs them behind the ONU's own, but services, which the card must lose in front of the ONU;
-// a profile's behind the profile's.
-TEST(RemoteRegistration, RowsFollowBehindTheirOwner) {
+// An ONU's change runs those whose rows a card holds for it in front of the ONU's own, the others behind it;
+// a profile's all behind the profile's.
+TEST(RemoteRegistration, RowsFollowTheirOwnerInTheirOrder) {
     app_chassis::run([](AppChassis& /*chassis*/) {
         const auto of_remote = [](int table, const std::string& own) {
             std::vector<std::string> found;
@@ -157,10 +157,18 @@ TEST(RemoteRegistration, RowsFollowBehindTheirOwner) {
                     found.push_back(label);
             return found;
         };
-        EXPECT_THAT(of_remote(SONU, "app_onu"), ElementsAre("app_rmservice", "app_onu", "app_rmcapa",
-                                                            "app_rminfo", "app_unistatus", "app_univlan"));
+        EXPECT_THAT(of_remote(SONU, "app_onu"),
+                    ElementsAre("app_rmwifi", "app_rmwan", "app_rm_sip_agent_config_data", "app_rmservice",
+                                "app_rm_iphost",
+                                // behind these the card hears of the ONU
+                                "app_onu", "app_rmonu_opt_threshold", "app_rmcapa", "app_rminfo",
+                                "app_rm_voip_line_status", "app_rmonupoe", "app_unipoe", "app_unistatus",
+                                "app_rm_tr069_mgmt", "app_rm_queue_schedule", "app_rm_voip_config_data",
+                                "app_rm_sip_user_data", "app_univlan"));
         EXPECT_THAT(of_remote(SONUSRVPROFILE, "onu_srvprofile"),
-                    ElementsAre("onu_srvprofile", "app_rmservice", "app_unistatus", "app_univlan"));
+                    ElementsAre("onu_srvprofile", "app_rm_sip_agent_config_data", "app_rmservice",
+                                "app_rm_iphost", "app_rmonupoe", "app_unipoe", "app_unistatus",
+                                "app_rm_voip_config_data", "app_univlan"));
     });
 }
 
