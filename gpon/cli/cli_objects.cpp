@@ -4,8 +4,16 @@
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_port.h"
+#include "ov_app_gpon_rm_mac_filter.h"
+#include "ov_app_gpon_rm_tr069_mgmt.h"
+#include "ov_app_gpon_rm_voip_config_data.h"
 #include "ov_app_gpon_rminfo.h"
+#include "ov_app_gpon_rmmulticast.h"
+#include "ov_app_gpon_rmonu_opt_threshold.h"
+#include "ov_app_gpon_rmonupoe.h"
+#include "ov_app_gpon_rmunipoe.h"
 #include "ov_app_gpon_rmunistatus.h"
+#include "ov_app_gpon_rmwifi.h"
 #include "ov_app_gpon_service_port.h"
 #include "rm/ov_gpon_rm_uni_word.h"
 #include "sRmInfoTable.h"
@@ -15,6 +23,8 @@ namespace {
 
 constexpr int GEM_ID = 4;          // of the index columns
 constexpr int SERVICE_PORT_ID = 4; // the same
+constexpr int RM_SERVICE_ID = 4;   // the same
+constexpr int WIFI_INDEX = 4;      // the same
 
 template <typename Row, int (*edit)(Row*, MIB_Flags_t*)>
 int edit_row(void* row, const MIB_Flags_t& columns) {
@@ -31,7 +41,11 @@ using UniStatus = ov_sRmUniStatusTable_attr_t;
 
 constexpr CliIndexWord SERVICE_PORT_WORDS[] = {{"service-port", SERVICE_PORT_ID}};
 constexpr CliIndexWord UNI_WORDS[] = {gpon_rm_uni_index<UniStatus>("ETHUNI")};
+constexpr CliIndexWord MULTICAST_WORDS[] = {gpon_rm_uni_index<ov_sRmMulticastTable_attr_t>("ETHUNI")};
+constexpr CliIndexWord UNI_POE_WORDS[] = {gpon_rm_uni_index<ov_sRmUniPoeTable_attr_t>("ETHUNI")};
+constexpr CliIndexWord RM_SERVICE_WORDS[] = {{"service", RM_SERVICE_ID}};
 constexpr CliIndexWord VIDEO_WORDS[] = {gpon_rm_uni_index<UniStatus>("VIDEO")};
+constexpr CliIndexWord WIFI_WORDS[] = {{"wifi", WIFI_INDEX}};
 
 } // namespace
 
@@ -51,5 +65,29 @@ const CliObject rm_uni = {table_desc_sRmUniStatusTable, INDEX_TO_ONU,
                           edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>, UNI_WORDS};
 const CliObject rm_video = {table_desc_sRmUniStatusTable, INDEX_TO_ONU,
                             edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>, VIDEO_WORDS};
+const CliObject rm_uni_multicast = {table_desc_sRmUniStatusTable, INDEX_TO_ONU,
+                                    edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>, UNI_WORDS};
+const CliObject rm_multicast = {table_desc_sRmMulticastTable, INDEX_TO_ONU,
+                                edit_row<ov_sRmMulticastTable_attr_t, ov_app_gpon_rmmulticast_edit>,
+                                MULTICAST_WORDS};
+const CliObject rm_mac_filter_mode = {
+    table_desc_rmServiceMacFilterModeTable, INDEX_TO_ONU,
+    edit_row<ov_rmServiceMacFilterModeTable_attr_t, ov_app_gpon_rm_mac_filter_mode_edit>, RM_SERVICE_WORDS};
+const CliObject rm_mac_filter_limit = {
+    table_desc_rmServiceMacFilterDynamicTable, INDEX_TO_ONU,
+    edit_row<ov_rmServiceMacFilterDynamicTable_attr_t, ov_app_gpon_rm_mac_filter_dyn_edit>, RM_SERVICE_WORDS};
+const CliObject rm_tr069 = {table_desc_sRmTr069MgmtTable, INDEX_TO_ONU,
+                            edit_row<ov_sRmTr069MgmtTable_attr_t, ov_app_gpon_rm_tr069_mgmt_edit>};
+const CliObject rm_uni_poe = {table_desc_sRmUniPoeTable, INDEX_TO_ONU,
+                              edit_row<ov_sRmUniPoeTable_attr_t, ov_app_gpon_rmunipoe_edit>, UNI_POE_WORDS};
+const CliObject rm_onu_poe = {table_desc_sRmOnuPoeTable, INDEX_TO_ONU,
+                              edit_row<ov_sRmOnuPoeTable_attr_t, ov_app_gpon_rmonupoe_edit>};
+const CliObject rm_optics = {
+    table_desc_sRmOnuOptThresholdTable, INDEX_TO_ONU,
+    edit_row<ov_sRmOnuOptThresholdTable_attr_t, ov_app_gpon_rmonu_opt_threshold_edit>};
+const CliObject rm_wifi = {table_desc_sRmWifiTable, INDEX_TO_ONU,
+                           edit_row<ov_sRmWifiTable_attr_t, ov_app_gpon_rm_wifi_edit>, WIFI_WORDS};
+const CliObject rm_voip = {table_desc_sRmVoipConfigDataTable, INDEX_TO_ONU,
+                           edit_row<ov_sRmVoipConfigDataTable_attr_t, ov_app_gpon_rm_voip_config_data_edit>};
 
 } // namespace cli_objects

@@ -59,8 +59,9 @@ int CliCall::fail(const char* text, int result) const {
 
 int CliCall::fail_of(const char* text, int64_t number, int result) const {
     std::string numbered = text;
-    if (const size_t place = numbered.find("%d"); place != std::string::npos)
-        numbered.replace(place, 2, std::to_string(number));
+    for (const char* sign : {"%d", "%u"})
+        if (const size_t place = numbered.find(sign); place != std::string::npos)
+            numbered.replace(place, 2, std::to_string(number));
     return fail(numbered.c_str(), result);
 }
 

@@ -14,6 +14,7 @@
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_port.h"
 #include "ov_app_gpon_rm_iphost.h"
+#include "ov_app_gpon_rm_mac_filter.h"
 #include "ov_app_gpon_rm_queue_schedule.h"
 #include "ov_app_gpon_rm_sip_agent_config_data.h"
 #include "ov_app_gpon_rm_sip_user_data.h"
@@ -23,8 +24,10 @@
 #include "ov_app_gpon_rm_voip_line_status.h"
 #include "ov_app_gpon_rmcapa.h"
 #include "ov_app_gpon_rminfo.h"
+#include "ov_app_gpon_rmmulticast.h"
 #include "ov_app_gpon_rmonu_opt_threshold.h"
 #include "ov_app_gpon_rmonupoe.h"
+#include "ov_app_gpon_rmservice.h"
 #include "ov_app_gpon_rmunipm.h"
 #include "ov_app_gpon_rmunipoe.h"
 #include "ov_app_gpon_rmunistatus.h"
@@ -225,6 +228,11 @@ std::vector<SystemMap> system_maps() {
         SYSTEM_MAP(unipoe_map, ov_sRmUniPoeTable_attr_t),
         SYSTEM_MAP(onupoe_map, ov_sRmOnuPoeTable_attr_t),
         SYSTEM_MAP(rmonu_opt_threshold_map, ov_sRmOnuOptThresholdTable_attr_t),
+        SYSTEM_MAP(rmservice_map, ov_sRmServiceTable_attr_t),
+        SYSTEM_MAP(mac_filter_mode_map, ov_rmServiceMacFilterModeTable_attr_t),
+        SYSTEM_MAP(mac_filter_dyn_map, ov_rmServiceMacFilterDynamicTable_attr_t),
+        SYSTEM_MAP(mac_filter_static_map, ov_rmServiceMacFilterStaticTable_attr_t),
+        SYSTEM_MAP(rmmulticast_map, ov_sRmMulticastTable_attr_t),
     };
 }
 
