@@ -6,12 +6,14 @@
 #include "ov_app_gpon_port.h"
 #include "ov_app_gpon_rm_mac_filter.h"
 #include "ov_app_gpon_rm_tr069_mgmt.h"
+#include "ov_app_gpon_rm_voip_config_data.h"
 #include "ov_app_gpon_rminfo.h"
 #include "ov_app_gpon_rmmulticast.h"
 #include "ov_app_gpon_rmonu_opt_threshold.h"
 #include "ov_app_gpon_rmonupoe.h"
 #include "ov_app_gpon_rmunipoe.h"
 #include "ov_app_gpon_rmunistatus.h"
+#include "ov_app_gpon_rmwifi.h"
 #include "ov_app_gpon_service_port.h"
 #include "rm/ov_gpon_rm_uni_word.h"
 #include "sRmInfoTable.h"
@@ -22,6 +24,7 @@ namespace {
 constexpr int GEM_ID = 4;          // of the index columns
 constexpr int SERVICE_PORT_ID = 4; // the same
 constexpr int RM_SERVICE_ID = 4;   // the same
+constexpr int WIFI_INDEX = 4;      // the same
 
 template <typename Row, int (*edit)(Row*, MIB_Flags_t*)>
 int edit_row(void* row, const MIB_Flags_t& columns) {
@@ -42,6 +45,7 @@ constexpr CliIndexWord MULTICAST_WORDS[] = {gpon_rm_uni_index<ov_sRmMulticastTab
 constexpr CliIndexWord UNI_POE_WORDS[] = {gpon_rm_uni_index<ov_sRmUniPoeTable_attr_t>("ETHUNI")};
 constexpr CliIndexWord RM_SERVICE_WORDS[] = {{"service", RM_SERVICE_ID}};
 constexpr CliIndexWord VIDEO_WORDS[] = {gpon_rm_uni_index<UniStatus>("VIDEO")};
+constexpr CliIndexWord WIFI_WORDS[] = {{"wifi", WIFI_INDEX}};
 
 } // namespace
 
@@ -81,5 +85,9 @@ const CliObject rm_onu_poe = {table_desc_sRmOnuPoeTable, INDEX_TO_ONU,
 const CliObject rm_optics = {
     table_desc_sRmOnuOptThresholdTable, INDEX_TO_ONU,
     edit_row<ov_sRmOnuOptThresholdTable_attr_t, ov_app_gpon_rmonu_opt_threshold_edit>};
+const CliObject rm_wifi = {table_desc_sRmWifiTable, INDEX_TO_ONU,
+                           edit_row<ov_sRmWifiTable_attr_t, ov_app_gpon_rm_wifi_edit>, WIFI_WORDS};
+const CliObject rm_voip = {table_desc_sRmVoipConfigDataTable, INDEX_TO_ONU,
+                           edit_row<ov_sRmVoipConfigDataTable_attr_t, ov_app_gpon_rm_voip_config_data_edit>};
 
 } // namespace cli_objects

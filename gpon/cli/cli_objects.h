@@ -12,6 +12,8 @@ extern const CliObject service_port; // "service-port" of the same
 extern const CliObject rm_onu;       // what stands behind the session's ONU, as a whole
 extern const CliObject rm_uni;       // a UNI, by its word ETHUNI
 extern const CliObject rm_video;     // the same, by VIDEO
+extern const CliObject rm_wifi;      // a wireless network, by "wifi"
+extern const CliObject rm_voip;      // telephony of the session's ONU or service profile
 
 // What stands behind the session's ONU, or service profile.
 extern const CliObject rm_uni_multicast;    // the switch of multicast at a UNI, by ETHUNI

@@ -109,11 +109,21 @@ constexpr auto* ov_gpon_cli_rm_onu_poe_cfg =
     gpon_rm_config_settings<ov_sRmOnuPoeTable_attr_t, cli_objects::rm_onu_poe>;
 
 // In the order of their lines.
-// TODO: VoIP, WAN, Wi-Fi
 constexpr int (*FAMILIES[])(struct vty*, const gpon_config_onu_t&) = {
-    ov_gpon_cli_rm_uni_cfg,        ov_gpon_cli_rm_uni_vlan_cfg,     ov_gpon_cli_rm_mcast_cfg,
-    ov_gpon_cli_rm_iphost_cfg,     ov_gpon_cli_rm_tr069_mgmt_cfg,   ov_gpon_cli_rm_queue_schedule_cfg,
-    ov_gpon_cli_rm_service_cfg,    ov_gpon_cli_rmonu_threshold_cfg, ov_gpon_cli_rm_uni_poe_cfg,
+    ov_gpon_cli_rm_uni_cfg,
+    ov_gpon_cli_rm_uni_vlan_cfg,
+    ov_gpon_cli_rm_mcast_cfg,
+    ov_gpon_cli_rm_iphost_cfg,
+    ov_gpon_cli_rm_tr069_mgmt_cfg,
+    ov_gpon_cli_rm_queue_schedule_cfg,
+    ov_gpon_cli_rm_service_cfg,
+    ov_gpon_cli_rmonu_threshold_cfg,
+    ov_gpon_cli_rm_voip_config_data_cfg,
+    ov_gpon_cli_rm_voip_sip_agent_config_data_cfg,
+    ov_gpon_cli_rm_voip_sip_user_data_cfg,
+    ov_gpon_cli_rm_wan_cfg,
+    ov_gpon_cli_rm_wifi_cfg,
+    ov_gpon_cli_rm_uni_poe_cfg,
     ov_gpon_cli_rm_onu_poe_cfg,
     ov_gpon_cli_rm_mac_filter_cfg, // behind the services
 };

@@ -16,6 +16,11 @@ int ov_gpon_cli_rm_tr069_mgmt_cfg(struct vty* vty, const gpon_config_onu_t& onu)
 int ov_gpon_cli_rm_queue_schedule_cfg(struct vty* vty, const gpon_config_onu_t& onu);
 int ov_gpon_cli_rm_service_cfg(struct vty* vty, const gpon_config_onu_t& onu);
 int ov_gpon_cli_rm_mac_filter_cfg(struct vty* vty, const gpon_config_onu_t& onu);
+int ov_gpon_cli_rm_voip_config_data_cfg(struct vty* vty, const gpon_config_onu_t& onu);
+int ov_gpon_cli_rm_voip_sip_agent_config_data_cfg(struct vty* vty, const gpon_config_onu_t& onu);
+int ov_gpon_cli_rm_voip_sip_user_data_cfg(struct vty* vty, const gpon_config_onu_t& onu);
+int ov_gpon_cli_rm_wan_cfg(struct vty* vty, const gpon_config_onu_t& onu);
+int ov_gpon_cli_rm_wifi_cfg(struct vty* vty, const gpon_config_onu_t& onu);
 
 // ---- what they share ------------------------------------------------------------------------------------
 

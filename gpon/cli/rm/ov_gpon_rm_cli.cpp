@@ -14,5 +14,7 @@ void gpon_vty_rm_cli_init() {
     gpon_rm_mgmt_cli_init();
     gpon_rm_poe_cli_init();
     gpon_rm_optical_cli_init();
-    // TODO: WAN, Wi-Fi, VoIP
+    gpon_rm_wan_cli_init();
+    gpon_rm_wifi_cli_init();
+    gpon_rm_voip_cli_init();
 }

@@ -27,6 +27,10 @@ void gpon_rm_multicast_cli_init();
 void gpon_rm_mgmt_cli_init();
 void gpon_rm_poe_cli_init();
 void gpon_rm_optical_cli_init();
+// Its WAN connections, wireless networks and telephony.
+void gpon_rm_wan_cli_init();
+void gpon_rm_wifi_cli_init();
+void gpon_rm_voip_cli_init();
 
 // Words for numbers that commands take, saved lines have and shows print.
 inline constexpr ColName GPON_RM_AUTO_DETECTION[] = {
@@ -36,6 +40,8 @@ inline constexpr ColName GPON_RM_AUTO_DETECTION[] = {
 inline constexpr ColName GPON_RM_ETHERNET_INTERFACE[] = {{0, "bridged"}, {1, "ip-router"}, {2, "default"}};
 inline constexpr ColName GPON_RM_DOT1X_ACTION[] = {{0, "-"}, {1, "re-auth"}, {2, "unauth"}, {3, "auth"}};
 inline constexpr ColName GPON_RM_VIDEO_STATE[] = {{0, "unlock"}, {1, "lock"}};
+inline constexpr ColName GPON_RM_VOIP_PROTOCOL[] = {
+    {0, "none"}, {1, "sip"}, {2, "h248"}, {3, "mgcp"}, {255, "non_omci"}};
 inline constexpr ColName GPON_RM_LINK[] = {{0, "down"}, {1, "up"}};
 
 // Whether the ONU that a row belongs to is up, so that it can be asked.

@@ -20,6 +20,8 @@
 #include "ov_hal_gpon_records.h"
 #include "sRmServiceTable.h"
 #include "sRmUniPoeTable.h"
+#include "sRmVoipLineStatusTable.h"
+#include "sRmVoipSipUserDataTable.h"
 
 // Takes a word apart. 0, or 104006 behind a line that tells which form it hasn't; the three are then
 // untouched.
@@ -46,6 +48,12 @@ inline gpon_rm_uni_ref_t gpon_rm_uni_of(ov_sRmUniPoeTable_attr_t& row) {
 }
 inline gpon_rm_uni_ref_t gpon_rm_uni_of(ov_sRmServiceTable_attr_t& row) {
     return {row.sRmServiceTableOnuCardID, row.sRmServiceTableOnuPortType, row.sRmServiceTableOnuPortID};
+}
+inline gpon_rm_uni_ref_t gpon_rm_uni_of(ov_sRmVoipSipUserDataTable_attr_t& row) {
+    return {row.sRmVoipSipUserDataCardID, row.sRmVoipSipUserDataCardType, row.sRmVoipSipUserDataPortID};
+}
+inline gpon_rm_uni_ref_t gpon_rm_uni_of(ov_sRmVoipLineStatusTable_attr_t& row) {
+    return {row.sRmVoipLineStatusCardID, row.sRmVoipLineStatusCardType, row.sRmVoipLineStatusPortID};
 }
 
 // Puts the UNI that a word stands for into a row. 0, or the result of a refusal, behind its text.

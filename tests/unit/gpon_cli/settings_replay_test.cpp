@@ -17,6 +17,8 @@
 #include "sRmUniPmTable.h"
 #include "sRmUniPoeTable.h"
 #include "sRmUniStatusTable.h"
+#include "sRmVoipConfigDataTable.h"
+#include "sRmWifiTable.h"
 #include "table_record.h"
 
 namespace {
@@ -64,6 +66,13 @@ protected:
         active(sRmServiceTable_createEntry(1, slot, port, onu, 1))->sRmServiceTableRmServiceType =
             SRMSERVICETABLERMSERVICETYPE_TRANSPARNT;
         active(rmServiceMacFilterModeTable_createEntry(1, slot, port, onu, 1));
+        active(sRmVoipConfigDataTable_createEntry(1, slot, port, onu));
+        for (const unsigned number : {1u, 5u}) {
+            auto& wifi = *active(sRmWifiTable_createEntry(1, slot, port, onu, number));
+            wifi.sRmWifiMode = number == 1 ? SRMWIFIMODE_B : SRMWIFIMODE_A;
+            wifi.sRmWifiSecurityMode = SRMWIFISECURITYMODE_OPEN;
+            set(wifi.sRmWifiName, "home");
+        }
         add_following_rows(slot, port, onu);
     }
     // Rows that the switch of another row makes and takes away.
@@ -84,13 +93,24 @@ protected:
         return all;
     }
 
-    // The stored row that a setting is entered for: of the session's object, or the one numbered 1 below it.
+    // The number of a row below the session's object: the least that the command takes.
+    static int64_t number_of(const CliPreparedSetting& setting, size_t column) {
+        const auto& words = setting.setting().object->words;
+        for (size_t i = 0; i < setting.uses().size(); i++) {
+            const Use& use = setting.uses()[i];
+            if (use.what == Use::INDEX && words[use.number].column == static_cast<int>(column))
+                return setting.syntax().arguments()[i].ranges.front().least;
+        }
+        return 1;
+    }
+    // The stored row that a setting is entered for: of the session's object, or the first one below it.
     static char* row_of(const CliPreparedSetting& setting, const Place& place) {
         const TableDesc& table = setting.setting().object->table;
         CliRow key(table);
         for (size_t i = 0; i < table.index.size(); i++)
             record_put<uint32_t>(key.get(), table.index[i].offset,
-                                 i < place.index.size() ? place.index[i] : 1);
+                                 i < place.index.size() ? place.index[i]
+                                                        : static_cast<uint32_t>(number_of(setting, i)));
         return const_cast<char*>(
             static_cast<const char*>(table_module_find(table.registry_index)->find_row(key.get())));
     }
@@ -145,7 +165,8 @@ protected:
     // The word of an index argument.
     static std::string index_word(const CliIndexWord& word, const CliPreparedSetting& setting,
                                   const Place& place) {
-        return word.word != nullptr ? word.word(row_of(setting, place)) : "1";
+        return word.word != nullptr ? word.word(row_of(setting, place))
+                                    : std::to_string(number_of(setting, static_cast<size_t>(word.column)));
     }
     // The command for a value.
     static std::string command(const CliPreparedSetting& setting, const Place& place,
