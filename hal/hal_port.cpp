@@ -56,14 +56,27 @@ static_assert(PORT_STAT_GET.len == 312 && PORT_RATE_STAT_GET.len == 328);
 constexpr uint16_t PORT_MSG_FLAGS = 1;
 
 // Values behind the head; zeros behind those. Longer ones are cut to the message.
-unsigned send_bytes(const PortMsg& row, uint32_t slot_id, const void* values, size_t size, hal_msg_t& msg) {
+void fill(const PortMsg& row, uint32_t slot_id, const void* values, size_t size, hal_msg_t& msg) {
     msg = {};
     msg.hdr.nlmsg_len = row.len;
     msg.hdr.nlmsg_type = row.type;
     msg.hdr.nlmsg_flags = PORT_MSG_FLAGS;
     msg.hdr.nlmsg_pid = slot_id;
     std::memcpy(msg.buf, values, std::min<size_t>(size, row.len - sizeof(hal_nlmsghdr)));
+}
+
+unsigned send_bytes(const PortMsg& row, uint32_t slot_id, const void* values, size_t size, hal_msg_t& msg) {
+    fill(row, slot_id, values, size, msg);
     return hal_send(&msg.hdr);
+}
+
+// A message about a port that has nothing but its interface index, without waiting.
+HalRequest request_of(const PortMsg& row, uint32_t ifindex, uint32_t slot_id, hal_reply_handle handle,
+                      void* context) {
+    const big_uint32_at key{ifindex};
+    hal_msg_t msg;
+    fill(row, slot_id, &key, sizeof key, msg);
+    return hal_request(&msg.hdr, handle, context);
 }
 
 unsigned send_record(const PortMsg& row, uint32_t slot_id, const void* record, size_t size) {
@@ -195,4 +208,13 @@ unsigned hal_get_port_info(uint32_t ifindex, hal_msg_if_t* info, uint32_t slot_i
 }
 unsigned hal_port_stat_clear(uint32_t ifindex, uint32_t slot_id) {
     return send_if(PORT_STAT_CLEAR, slot_id, {ifindex});
+}
+
+HalRequest hal_port_stat_get_request(uint32_t ifindex, uint32_t slot_id, hal_reply_handle handle,
+                                     void* context) {
+    return request_of(PORT_STAT_GET, ifindex, slot_id, handle, context);
+}
+HalRequest hal_port_stat_clear_request(uint32_t ifindex, uint32_t slot_id, hal_reply_handle handle,
+                                       void* context) {
+    return request_of(PORT_STAT_CLEAR, ifindex, slot_id, handle, context);
 }

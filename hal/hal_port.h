@@ -4,6 +4,7 @@
 #pragma once
 
 #include "hal_msg.h"
+#include "hal_request.h"
 
 inline constexpr size_t HAL_PORT_MAX = 64; // ports in one message
 
@@ -103,3 +104,9 @@ unsigned hal_port_rate_stat_get(uint32_t ifindex, hal_msg_rate_stat_t* stat, uin
 unsigned hal_get_port_info(uint32_t ifindex, hal_msg_if_t* info, uint32_t slot_id);
 // Sets the port's counters to 0.
 unsigned hal_port_stat_clear(uint32_t ifindex, uint32_t slot_id);
+
+// The last two without waiting (hal_request.h); a reply to the first has the record behind its head.
+HalRequest hal_port_stat_get_request(uint32_t ifindex, uint32_t slot_id, hal_reply_handle handle,
+                                     void* context);
+HalRequest hal_port_stat_clear_request(uint32_t ifindex, uint32_t slot_id, hal_reply_handle handle,
+                                       void* context);

@@ -8,6 +8,7 @@
 #include "hal_debug.h"
 #include "hal_outbox.h"
 #include "hal_recv_tipc.h"
+#include "hal_request.h"
 #include "hal_slot.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
@@ -33,21 +34,6 @@ Leg leg_to(const hal_nlmsghdr& message, unsigned msg_size, unsigned slot) {
     return {.type = message.nlmsg_type,
             .length = static_cast<int>(msg_size),
             .sub_id = _hal_tipc_get_app_slotid(IPC_SERVICE_PACKT_SWITCH_AGENT, static_cast<int>(slot))};
-}
-
-// Puts a message into a frame of any content; the frame's length. What lies behind that isn't sent.
-int fill_frame(hal_frame_t& frame, const hal_nlmsghdr& message, unsigned msg_size, uint32_t topic) {
-    const auto len = static_cast<uint32_t>(sizeof(PKTMSG_HDR_T) + msg_size);
-    frame.hdr = {};
-    std::memcpy(reinterpret_cast<unsigned char*>(&frame) + offsetof(hal_frame_t, nlhdr), &message, msg_size);
-    frame.nlhdr.nlmsg_pid = HAL_CPMU;
-    frame.hdr.msg_topic = topic;
-    frame.hdr.msg_cmd = message.nlmsg_type.value();
-    frame.hdr.msg_count = 1;
-    frame.hdr.msg_len = len;
-    if (g_debug_flag)
-        hal_debug_frame("send", frame);
-    return static_cast<int>(len);
 }
 
 // A message to a card has come back to this socket, as happens when a card has gone. It isn't the one that
@@ -76,33 +62,6 @@ int take_returned(const Leg& leg) {
     OV_LOG_ERROR("LIB", "Send sync message nhtype[%d] to [%d]: no returned message: %d:%s", leg.type,
                  leg.sub_id, rc, ipcGetErrorCodeStr(rc));
     return rc;
-}
-
-// Copies a reply of `received` bytes over the request it answers, never beyond the request's length whatever
-// the lengths in it say. The agent's return code, or KAVO_ERR for a reply that can't be one.
-int accept_reply(hal_nlmsghdr* message, unsigned msg_size, hal_frame_t& reply, size_t received) {
-    const size_t request_len = sizeof(PKTMSG_HDR_T) + msg_size;
-    if (received < sizeof(PKTMSG_HDR_T)) {
-        ov_refusal_because("the card's answer is too short");
-        OV_LOG_ERROR("LIB", "Reply message of %zu bytes is too short", received);
-        return KAVO_ERR;
-    }
-    if (g_debug_flag)
-        hal_debug_frame("reply", reply);
-    if (reply.hdr.msg_len > request_len) {
-        ov_refusal_because("the card's answer is longer than the request");
-        OV_LOG_ERROR("LIB", "Reply message len %d is greater than request message len %d",
-                     static_cast<int>(reply.hdr.msg_len.value()), static_cast<int>(request_len));
-        return KAVO_ERR;
-    }
-    const size_t present = received - sizeof(PKTMSG_HDR_T);
-    const size_t claimed = present < sizeof(hal_nlmsghdr) ? 0 : reply.nlhdr.nlmsg_len.value();
-    const uint32_t slot = message->nlmsg_pid;
-    reply.nlhdr.nlmsg_pid = slot;
-    std::memcpy(static_cast<void*>(message),
-                reinterpret_cast<const unsigned char*>(&reply) + offsetof(hal_frame_t, nlhdr),
-                std::min({claimed, present, size_t{msg_size}}));
-    return reply.hdr.retcode;
 }
 
 // What waits for a card goes first. A request that doesn't come to be sent for it counts as one that failed.
@@ -159,12 +118,7 @@ unsigned send_sync_to_slot(hal_nlmsghdr* nlhdr, uint32_t slot) {
     if (!is_active(slot)) // configuration goes on while a card is away: the card is told when it is back
         return KAVO_OK;
     const int type = nlhdr->nlmsg_type;
-    const int result = _hal_tipc_send_syncmsg(nlhdr, nlhdr->nlmsg_len);
-    if (!is_refusal(result))
-        return static_cast<unsigned>(result);
-    ov_refusal_because("the card in slot %u refused with code %d", slot, result);
-    OV_LOG_ERROR("LIB", "sync message nhtype[%d] to slot %d return %d", type, slot, result);
-    return KAVO_ERR;
+    return _hal_tipc_result_of(_hal_tipc_send_syncmsg(nlhdr, nlhdr->nlmsg_len), type, slot);
 }
 
 // The buffer ends up with the reply of the last card.
@@ -205,6 +159,53 @@ IPC_APP_CB_T* register_name(unsigned service, int sub_id, int rx_service, const 
 
 } // namespace
 
+int _hal_tipc_fill_frame(hal_frame_t& frame, const hal_nlmsghdr& message, unsigned msg_size, uint32_t topic) {
+    const auto len = static_cast<uint32_t>(sizeof(PKTMSG_HDR_T) + msg_size);
+    frame.hdr = {};
+    std::memcpy(reinterpret_cast<unsigned char*>(&frame) + offsetof(hal_frame_t, nlhdr), &message, msg_size);
+    frame.nlhdr.nlmsg_pid = HAL_CPMU;
+    frame.hdr.msg_topic = topic;
+    frame.hdr.msg_cmd = message.nlmsg_type.value();
+    frame.hdr.msg_count = 1;
+    frame.hdr.msg_len = len;
+    if (g_debug_flag)
+        hal_debug_frame("send", frame);
+    return static_cast<int>(len);
+}
+
+int _hal_tipc_accept_reply(hal_nlmsghdr* message, unsigned msg_size, hal_frame_t& reply, size_t received) {
+    const size_t request_len = sizeof(PKTMSG_HDR_T) + msg_size;
+    if (received < sizeof(PKTMSG_HDR_T)) {
+        ov_refusal_because("the card's answer is too short");
+        OV_LOG_ERROR("LIB", "Reply message of %zu bytes is too short", received);
+        return KAVO_ERR;
+    }
+    if (g_debug_flag)
+        hal_debug_frame("reply", reply);
+    if (reply.hdr.msg_len > request_len) {
+        ov_refusal_because("the card's answer is longer than the request");
+        OV_LOG_ERROR("LIB", "Reply message len %d is greater than request message len %d",
+                     static_cast<int>(reply.hdr.msg_len.value()), static_cast<int>(request_len));
+        return KAVO_ERR;
+    }
+    const size_t present = received - sizeof(PKTMSG_HDR_T);
+    const size_t claimed = present < sizeof(hal_nlmsghdr) ? 0 : reply.nlhdr.nlmsg_len.value();
+    const uint32_t slot = message->nlmsg_pid;
+    reply.nlhdr.nlmsg_pid = slot;
+    std::memcpy(static_cast<void*>(message),
+                reinterpret_cast<const unsigned char*>(&reply) + offsetof(hal_frame_t, nlhdr),
+                std::min({claimed, present, size_t{msg_size}}));
+    return reply.hdr.retcode;
+}
+
+unsigned _hal_tipc_result_of(int retcode, int type, uint32_t slot) {
+    if (!is_refusal(retcode))
+        return static_cast<unsigned>(retcode);
+    ov_refusal_because("the card in slot %u refused with code %d", slot, retcode);
+    OV_LOG_ERROR("LIB", "sync message nhtype[%d] to slot %d return %d", type, slot, retcode);
+    return KAVO_ERR;
+}
+
 void hal_init_tipc(unsigned module, struct thread_master* master, hal_recv_handle recv) {
     const int service = hal_module_info_get(module).service;
     if (service == 0) {
@@ -222,6 +223,7 @@ void hal_init_tipc(unsigned module, struct thread_master* master, hal_recv_handl
         exit(1);
     }
     hal_outbox_init(master);
+    hal_request_init(master);
     if (recv)
         hal_tipc_start_recv_timer(master, recv);
 }
@@ -233,7 +235,7 @@ int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size) {
     hal_frame_t request;
     hal_frame_t reply;
     reply.nlhdr = {}; // a reply may end before it
-    const int request_len = fill_frame(request, *message, msg_size, HAL_FRAME_SYNC);
+    const int request_len = _hal_tipc_fill_frame(request, *message, msg_size, HAL_FRAME_SYNC);
     const int rc = exchange(leg, slot, request, request_len, &reply);
     if (rc == IPC_RC_RTRNED_MSG_WAITING)
         return take_returned(leg);
@@ -248,12 +250,12 @@ int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size) {
             cb->num_sync_send_fail);
         return rc;
     }
-    return accept_reply(message, msg_size, reply, static_cast<size_t>(rc));
+    return _hal_tipc_accept_reply(message, msg_size, reply, static_cast<size_t>(rc));
 }
 
 int _hal_tipc_send_asyncmsg(const hal_nlmsghdr* message, unsigned msg_size, unsigned slot) {
     hal_frame_t frame;
-    const int frame_len = fill_frame(frame, *message, msg_size, HAL_FRAME_ASYNC);
+    const int frame_len = _hal_tipc_fill_frame(frame, *message, msg_size, HAL_FRAME_ASYNC);
     return hal_outbox_send(slot, frame, frame_len);
 }
 

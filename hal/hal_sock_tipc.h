@@ -31,6 +31,16 @@ void hal_init_tipc(unsigned module, struct thread_master* master, hal_recv_handl
 unsigned hal_send_sync_tipc(hal_nlmsghdr* nlhdr);
 unsigned hal_send_async_tipc(const hal_nlmsghdr* nlhdr);
 
+// Puts a message of `msg_size` bytes into a frame of any content, as HAL_FRAME_SYNC or HAL_FRAME_ASYNC; the
+// frame's length. What lies behind that isn't sent.
+int _hal_tipc_fill_frame(hal_frame_t& frame, const hal_nlmsghdr& message, unsigned msg_size, uint32_t topic);
+// Copies a reply of `received` bytes over the request it answers, never beyond the request's length whatever
+// the lengths in it say. The agent's return code, or KAVO_ERR for a reply that can't be one.
+int _hal_tipc_accept_reply(hal_nlmsghdr* message, unsigned msg_size, hal_frame_t& reply, size_t received);
+// What a return code of an agent is to whoever asked: 0, OV_GPON_RET_NOT_SUPPORT, or KAVO_ERR behind a reason
+// and a log line.
+unsigned _hal_tipc_result_of(int retcode, int type, uint32_t slot);
+
 // One exchange with the agent of the slot in nlmsg_pid; `msg_size` is the message's length. Returns the
 // agent's return code, KAVO_ERR for a reply that can't be used, or a negative ipc_rc.
 int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size);

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "card_change.h"
 #include "card_fields.h"
 #include "card_rules.h"
 #include "onu_rules.h"
@@ -108,7 +109,7 @@ Card::Outcome Card::perform(const CardRequest& request) {
     ++counters_.by_type[{request.message->number, request.action}];
     if (request.action == card_action::GET || request.action == card_action::GET_CURRENT)
         return read(request);
-    const bool held_before = request.message->use != CardUse::LIVE && change(request);
+    const bool held_before = request.message->use != CardUse::LIVE && change_objects(objects_, request);
     follow(request, held_before);
     Outcome outcome;
     if (request.wants_reply())
@@ -141,29 +142,6 @@ void Card::end_intervals(const CardRequest& request) {
             end_interval(*onu, *uni_of(*request.message, request.record.subspan(i * size, size)));
 }
 
-// A UNI that is set for the first time has else what it was made with.
-void Card::make_uni(const CardRequest& request) {
-    CardObjects::Bytes uni(request.record.size());
-    for (const CardPart& part : request.message->key)
-        std::memcpy(uni.data() + part.offset, request.record.data() + part.offset, part.size);
-    put_uni_factory_settings(uni);
-    objects_.put(*request.message, uni);
-}
-
-bool Card::change(const CardRequest& request) {
-    const bool held_before = objects_.find(*request.message, request.record) != nullptr;
-    if (request.action == card_action::CREATE)
-        objects_.put(*request.message, request.record);
-    else if (request.action == card_action::SET && request.message->number == RM_UNI && !held_before) {
-        make_uni(request);
-        objects_.set(*request.message, request.mask, request.record);
-    } else if (request.action == card_action::SET)
-        objects_.set(*request.message, request.mask, request.record);
-    else
-        objects_.remove(*request.message, request.record);
-    return held_before;
-}
-
 // What a change does to the ONUs, and what the commands do.
 void Card::follow(const CardRequest& request, bool held_before) {
     const uint32_t index = request.record.size() >= 4 ? get_be32(request.record, 0) : 0;
@@ -188,6 +166,8 @@ void Card::follow(const CardRequest& request, bool held_before) {
         forget_what_replay_left_out();
         break;
     default:
+        if (Onu* onu = request.message->parent == CardParent::ONU ? onus_.at_index(index) : nullptr)
+            end_lost_calls(*onu, objects_);
         break;
     }
 }

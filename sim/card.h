@@ -88,11 +88,8 @@ private:
 
     Outcome perform(const CardRequest& request);
     Outcome read(const CardRequest& request);
-    // True if the card held the object before.
-    bool change(const CardRequest& request);
     void follow(const CardRequest& request, bool held_before);
     void end_intervals(const CardRequest& request);
-    void make_uni(const CardRequest& request);
     void command_onu(uint32_t index, const CardRequest& request);
     void follow_port(const CardRequest& request);
     void follow_onu(const CardRequest& request, bool held_before);

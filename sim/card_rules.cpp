@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "home_rules.h"
 #include "text.h"
 
 namespace {
@@ -145,7 +146,7 @@ std::optional<CardRefusal> check_card_rules(const CardRequest& request, uint32_t
     }
     if (auto refusal = check_owner(request, slot))
         return refusal;
-    for (const auto& check : {check_parent, check_use, check_children}) {
+    for (const auto& check : {check_parent, check_use, check_references, check_children}) {
         if (auto refusal = check(request, objects))
             return refusal;
     }

@@ -36,18 +36,24 @@ constexpr Reading READINGS[] = {
     {929, "temperature", 4500, 30},  {933, "txPwr", 350, 5},          {933, "rxPwr", -2100, 20},
     {933, "vcc", 3300, 10},          {933, "bias", 1500, 10},         {933, "temp", 4000, 30},
     {939, "region1_isvalid", 1, 0},  {939, "region1_isactive", 1, 0}, {939, "region1_iscommit", 1, 0},
-    {939, "region2_isvalid", 1, 0},  {962, "detectionSta", 1, 0},     {962, "pseConsumPow", 65, 2},
-    {962, "pseAllocatePow", 154, 0}, {963, "nominalPoePow", 600, 0},  {963, "operStatus", 1, 0},
-    {963, "pseConsumPow", 130, 4},   {963, "inputVoltage", 540, 2},   {964, "voipVoiceSerStatus", 1, 0},
+    {939, "region2_isvalid", 1, 0},
 };
 
 // Counters of these messages grow; all their numbers behind the index do.
 constexpr uint16_t COUNTER_MESSAGES[] = {924, 925, 926, 937};
 
+// Of what the card holds these are told by the ONU all the same: it has them in use, or adds to them.
+constexpr uint16_t IN_USE_MESSAGES[] = {931, 942, 962, 963};
+
+bool is_one_of(std::span<const uint16_t> numbers, uint16_t number) {
+    return std::find(numbers.begin(), numbers.end(), number) != numbers.end();
+}
+
 // Messages for which the card has to ask the ONU itself.
 bool asks_onu(const CardMessage& message) {
-    return message.use == CardUse::LIVE && message.parent == CardParent::ONU && message.number != 925 &&
-           message.number != 940;
+    return is_one_of(IN_USE_MESSAGES, message.number) ||
+           (message.use == CardUse::LIVE && message.parent == CardParent::ONU && message.number != 925 &&
+            message.number != 940);
 }
 
 uint32_t mixed(uint32_t a, uint32_t b) {
@@ -203,8 +209,7 @@ uint32_t CardValues::fill(const CardRequest& request, std::span<uint8_t> record)
     const Onu* onu = message.kind == index_kind::ONU ? onus_.at_index(get_be32(record, 0)) : nullptr;
     if (asks_onu(message) && (!onu || onu->state != OnuState::OPERATIONAL))
         return CARD_DRIVER_ERROR;
-    if (std::find(std::begin(COUNTER_MESSAGES), std::end(COUNTER_MESSAGES), message.number) !=
-        std::end(COUNTER_MESSAGES))
+    if (is_one_of(COUNTER_MESSAGES, message.number))
         fill_counters(message, record);
     const bool measured = message.kind != index_kind::ONU || onu;
     if (measured)
@@ -215,7 +220,9 @@ uint32_t CardValues::fill(const CardRequest& request, std::span<uint8_t> record)
         put_number(*message.record, record, "status", state_number(onu));
         put_number(*message.record, record, "phyDistance", onu ? onu->distance : 0);
     }
-    if (onu)
+    if (onu) {
         fill_unis(request, *onu, record);
+        fill_home(message.number, *onu, objects_, record);
+    }
     return 0;
 }

@@ -185,6 +185,25 @@ int ov_hal_gpon_msg_send(int msgtype, ov_hal_gpon_msg_action_t action, void* att
     return OV_GPON_RET_OK;
 }
 
+HalRequest ov_hal_gpon_msg_request(int msgtype, ov_hal_gpon_msg_action_t action, const void* attr,
+                                   ov_bmp_t mask, hal_reply_handle handle, void* context) {
+    const auto type = static_cast<unsigned>(msgtype);
+    const ov_hal_gpon_msg_desc_t* desc = ov_hal_gpon_msg_desc_get(type);
+    const std::optional<uint32_t> slot = desc && attr ? destination_slot(*desc, attr) : std::nullopt;
+    if (!slot || *slot == 0)
+        return HalRequest::FAILED;
+    if (g_gpon_ipc_msg_debug_flag)
+        OV_LOG_DEBUG("LIB", "=====> HAL GPON MSG request, type = %s:%u   slotId = %u",
+                     ov_hal_gpon_msg_name_get(type), type, *slot);
+    hal_msg_t req;
+    fill_message(req, *desc, *slot, action, mask, attr);
+    return hal_request(&req.hdr, handle, context);
+}
+
+const void* ov_hal_gpon_msg_record(const hal_nlmsghdr* nlhdr) {
+    return reinterpret_cast<const unsigned char*>(nlhdr) + sizeof *nlhdr + RECORD_OFFSET;
+}
+
 int ov_hal_gpon_drv_msg_send(int msgtype, char* msg) {
     if (!msg)
         return OV_GPON_RET_FAIL;

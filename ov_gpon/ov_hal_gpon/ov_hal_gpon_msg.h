@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "hal_msg.h"
+#include "hal_request.h"
 
 enum ov_hal_gpon_msg_action_t : int32_t {
     OV_HAL_GPON_MSG_ACTION_CREATE = 1,
@@ -74,6 +75,14 @@ extern int g_gpon_ipc_msg_debug_flag;
 // get to an absent card is OV_GPON_RET_OK: the card is told when it is back.
 int ov_hal_gpon_msg_send(int msgtype, ov_hal_gpon_msg_action_t action, void* attr, ov_bmp_t mask,
                          int needReply);
+
+// The same for a get or get-current without waiting (hal_request.h): `handle` gets what became of it, and
+// finds the record of the card in the reply. FAILED for what ov_hal_gpon_msg_send refuses, or a record that
+// goes to more than one card.
+HalRequest ov_hal_gpon_msg_request(int msgtype, ov_hal_gpon_msg_action_t action, const void* attr,
+                                   ov_bmp_t mask, hal_reply_handle handle, void* context);
+// The record in a message.
+const void* ov_hal_gpon_msg_record(const hal_nlmsghdr* nlhdr);
 
 // Sends a text command to the driver, on a single board only (elsewhere nothing happens: OV_GPON_RET_OK).
 // The text goes without its terminator for the type OV_HAL_MSG_GPON_DRV_CMD and with it for any other; the

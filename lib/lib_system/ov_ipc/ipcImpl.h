@@ -96,6 +96,8 @@ int ipc_sync_send_until(int ipc_handle, const ipc_peer& to, const ipc_exchange& 
 // IPC_RC_NO_MESSAGE when none has, IPC_RC_RTRNED_MSG_WAITING when a request stands in front (it is left for
 // the next send to report), IPC_RC_FAILED.
 int ipc_take_returned(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg);
+// ipc_take_message by handle, or IPC_RC_INVALID_IDENT.
+int ipc_take(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg, int* returned);
 // Whether the message that came back and is next to be taken is a request.
 bool ipc_request_came_back(int ipc_handle);
 
@@ -114,6 +116,7 @@ int ipcSyncSend_impl_sem(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_su
                          void* reply, int reply_size, int timeout, ipc_non_reply_callback_t callback);
 int ipc_sync_send_until_sem(int ipc_handle, const ipc_peer& to, const ipc_exchange& exchange);
 int ipc_take_returned_sem(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg);
+int ipc_take_sem(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg, int* returned);
 int ipcReceive_impl_sem(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned, int timeout);
 int ipcReceiveNonB_impl_sem(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned);
 

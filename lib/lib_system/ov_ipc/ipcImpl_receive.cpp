@@ -46,6 +46,11 @@ int ipc_take_message(IPC_service_reg_st& reg, ipc_header* hdr, std::span<uint8_t
     return accept(received, *hdr, msg);
 }
 
+int ipc_take(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg, int* returned) {
+    IPC_service_reg_st* reg = ipc_registration(ipc_handle);
+    return reg != nullptr ? ipc_take_message(*reg, hdr, msg, returned) : int(IPC_RC_INVALID_IDENT);
+}
+
 bool ipc_request_came_back(int ipc_handle) {
     IPC_service_reg_st* reg = ipc_registration(ipc_handle);
     ipc_header hdr = {};

@@ -147,6 +147,21 @@ int ipc_post_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size) {
     return rc;
 }
 
+int ipc_post_request(IPC_APP_CB_T* cb, uint32_t serv_id, uint32_t sub, const void* msg, int size,
+                     uint32_t* msg_id) {
+    if (!sendable(cb, msg, size))
+        return IPC_RC_FAILED;
+    Frame frame;
+    frame.fill(msg, size);
+    return ipcSendReq_impl_sem(cb->ipcHandle, serv_id, sub, frame.msg(), size, msg_id);
+}
+
+int ipc_take_msg(IPC_APP_CB_T* cb, ipc_header* header, void* buf, int size, int* returned) {
+    if (cb == nullptr || header == nullptr || buf == nullptr || size < 0)
+        return IPC_RC_FAILED;
+    return ipc_take_sem(cb->ipcHandle, header, {static_cast<uint8_t*>(buf), size_t(size)}, returned);
+}
+
 int ipc_take_returned_msg(IPC_APP_CB_T* cb, ipc_header* header, std::span<uint8_t>* msg) {
     const int rc = ipc_take_returned_sem(cb->ipcHandle, header, msg);
     if (rc < 0 && rc != IPC_RC_NO_MESSAGE && rc != IPC_RC_RTRNED_MSG_WAITING)

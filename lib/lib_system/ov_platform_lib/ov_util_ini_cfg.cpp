@@ -1,5 +1,6 @@
 #include "ov_util_ini_cfg.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <climits>
@@ -161,4 +162,25 @@ int ov_util_ini_cfg_set_val(const char* path, const char* section, const char* k
         iniparser_set(ini.get(), name.c_str(), value) != 0)
         return ENOMEM;
     return ov_file_replace(path, render(*ini));
+}
+
+// ---- ov_util_ini_file -------------------------------------------------------------------------------------
+
+struct ov_util_ini_file::Content {
+    Dictionary dictionary;
+};
+
+ov_util_ini_file::ov_util_ini_file(const char* path) : content_(new Content{load(path)}) {}
+ov_util_ini_file::~ov_util_ini_file() = default;
+
+bool ov_util_ini_file::is_loaded() const {
+    return content_->dictionary != nullptr;
+}
+
+int ov_util_ini_file::get_int(const char* section, const char* key, int dflt) const {
+    const std::string name = std::string(section) + ":" + key;
+    const char* text =
+        is_loaded() ? iniparser_getstring(content_->dictionary.get(), name.c_str(), nullptr) : nullptr;
+    // iniparser's own conversion cuts a number that an int doesn't hold, differently by platform
+    return text != nullptr ? int(std::clamp<long long>(strtoll(text, nullptr, 0), INT_MIN, INT_MAX)) : dflt;
 }

@@ -20,6 +20,7 @@
 #include <cstdio>
 
 #include "app_follow_rows.h"
+#include "app_index.h"
 #include "app_set_callback.h"
 #include "app_write_row.h"
 #include "ov_app_gpon_owner.h"
@@ -69,7 +70,14 @@ bool ov_app_gpon_rm_owner_admits(const Row& row, int action, const RmOwnerRules&
         .waiting_counts = rules.comes_with_owner && action != OV_HAL_GPON_MSG_ACTION_SET,
         .blank_before_bind = rules.blank_before_bind,
     };
-    return ov_app_gpon_owner_admits(row, asked);
+    if (!ov_app_gpon_owner_admits(row, asked))
+        return false;
+    if (action != OV_HAL_GPON_MSG_ACTION_CREATE || rules.comes_with_owner || has_owner_index(row))
+        return true;
+    ov_refusal_because("index %d.%d.%d.%d is no place of an ONU or service profile", row.shelfID, row.slotID,
+                       row.portID, row.onuId);
+    OV_LOG_ERROR("MMG", "illega onu index:%d.%d.%d.%d:", row.shelfID, row.slotID, row.portID, row.onuId);
+    return false;
 }
 
 // The same as the check of a set callback.
@@ -78,12 +86,29 @@ bool rm_owner_admits(RowChange<Row>& change) {
     return ov_app_gpon_rm_owner_admits(change.row, change.action, rules);
 }
 
+// Of a template row: the service profile is there. False behind a log line.
+inline bool ov_app_gpon_rm_has_srvprofile(mib_long profile_id) {
+    if (ov_app_gpon_srvprofile_of(profile_id) != nullptr)
+        return true;
+    ov_refusal_because("no service profile %d", profile_id);
+    OV_LOG_ERROR("MMG", "srvprofile id %d is not exist", profile_id);
+    return false;
+}
+
 // The check callback, `function` by its name: the rows of a protecting port follow those of its working port.
 template <typename Row>
 int rm_refuse_on_protecting_port(const void* row, const char* function) {
     char failed[96];
     std::snprintf(failed, sizeof failed, "%s failed", function);
     return ov_app_gpon_refuse_on_protecting_port(*static_cast<const Row*>(row), failed);
+}
+
+// The same for rows that come and go with another row, on the protecting port too: only their edits are
+// refused.
+template <typename Row>
+int rm_refuse_edit_on_protecting_port(MIBDID did, void* row, const char* function) {
+    return MibRowStatusGet(did, row) == MODE_CHG ? rm_refuse_on_protecting_port<Row>(row, function)
+                                                 : SET_ACCEPTED;
 }
 
 // The last step of a set callback: the partner of a working port is written too.

@@ -208,11 +208,7 @@ char ov_app_gpon_rm_univlan_check(ov_sRmUniVlanTable_attr_t* attr, int action, M
 }
 
 char ov_univlan_multi_srvprofile_exist_check(ov_sRmUniVlanTable_attr_t* attr) {
-    if (ov_app_gpon_srvprofile_of(attr->onuId) != nullptr)
-        return 1;
-    ov_refusal_because("no service profile %d", attr->onuId);
-    OV_LOG_ERROR("MMG", "srvprofile id %d is not exist", attr->onuId);
-    return 0;
+    return ov_app_gpon_rm_has_srvprofile(attr->onuId) ? 1 : 0;
 }
 
 char ov_univlan_multi_srvprofile_parameter_check(ov_sRmUniVlanTable_attr_t* attr) {

@@ -24,9 +24,8 @@ inline constexpr int OV_GPON_RMUNI_VLAN_LIST_MAX = 12; // ids in a list
 // Start-up, in its place of the list.
 void ov_app_gpon_rmunivlan_init();
 
-// ---- doors
-// ------------------------------------------------------------------------------------------------- 0, or
-// OV_GPON_RET_BAD_PARAM behind a log line.
+// ---- doors ------------------------------------------------------------------------------------------------
+// 0, or OV_GPON_RET_BAD_PARAM behind a log line.
 
 // Makes a row with these columns, which no card hears of.
 int ov_app_gpon_rmunivlan_add(ov_sRmUniVlanTable_attr_t* attr, MIB_Flags_t* flag);
@@ -45,9 +44,8 @@ void ov_univlan_table_vlanmode_change_clear(ov_sRmUniVlanTable_attr_t* row);
 // Clears all of them, in modes 2 to 6: what is left of a change of the mode that failed.
 void ov_univlan_table_vlanmode_rollback(ov_sRmUniVlanTable_attr_t* row);
 
-// ---- checks
-// ------------------------------------------------------------------------------------------------ 1 passes;
-// 0 behind a log line.
+// ---- checks -----------------------------------------------------------------------------------------------
+// 1 passes; 0 behind a log line.
 
 // May a row of this ONU become so? `action` is an OV_HAL_GPON_MSG_ACTION_*.
 char ov_app_gpon_rm_univlan_check(ov_sRmUniVlanTable_attr_t* attr, int action, MIB_Flags_t flags);

@@ -16,9 +16,11 @@ namespace {
 std::atomic<int> polls = 0;
 }
 
-// The library's poll goes through here.
+// The library's poll goes through here. Where a long is too short for the time, the C library has two of
+// them.
 extern "C" int ppoll(pollfd* fds, nfds_t count, const timespec* timeout, const sigset_t* mask) {
-    static auto* const next = reinterpret_cast<decltype(&ppoll)>(dlsym(RTLD_NEXT, "ppoll"));
+    constexpr const char* NAME = sizeof(time_t) > sizeof(long) ? "__ppoll64" : "ppoll";
+    static auto* const next = reinterpret_cast<decltype(&ppoll)>(dlsym(RTLD_NEXT, NAME));
     ++polls;
     return next(fds, count, timeout, mask);
 }

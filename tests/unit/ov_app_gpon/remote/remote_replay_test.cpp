@@ -121,7 +121,8 @@ std::vector<unsigned> columns_of_node(const MIB_callback* node) {
 
 TEST(RemoteRegistration, UniStatusRunsFirstOnItsTableAndThenTheCounters) {
     app_chassis::run([](AppChassis& /*chassis*/) {
-        EXPECT_THAT(labels_of(SRMUNISTATUS, CALLBACK_SET), ElementsAre("app_unistatus", "app_unipm"));
+        EXPECT_THAT(labels_of(SRMUNISTATUS, CALLBACK_SET),
+                    ElementsAre("app_unistatus", "app_unipm", "app_multicast"));
         const auto written = testing::ElementsAre(4, 5, 6, 8, 9, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20);
         EXPECT_THAT(columns_of_node(chain_of(SRMUNISTATUS, CALLBACK_SET)), written);
         EXPECT_THAT(columns_of_node(chain_of(SRMUNISTATUS, CALLBACK_CHECK)), written);
@@ -157,16 +158,17 @@ TEST(RemoteRegistration, RowsFollowTheirOwnerInTheirOrder) {
             return found;
         };
         EXPECT_THAT(of_remote(SONU, "app_onu"),
-                    ElementsAre("app_rmwifi", "app_rmwan", "app_rm_sip_agent_config_data", "app_rm_iphost",
+                    ElementsAre("app_rmwifi", "app_rmwan", "app_rm_sip_agent_config_data", "app_rmservice",
+                                "app_rm_iphost",
                                 // behind these the card hears of the ONU
                                 "app_onu", "app_rmonu_opt_threshold", "app_rmcapa", "app_rminfo",
                                 "app_rm_voip_line_status", "app_rmonupoe", "app_unipoe", "app_unistatus",
                                 "app_rm_tr069_mgmt", "app_rm_queue_schedule", "app_rm_voip_config_data",
                                 "app_rm_sip_user_data", "app_univlan"));
         EXPECT_THAT(of_remote(SONUSRVPROFILE, "onu_srvprofile"),
-                    ElementsAre("onu_srvprofile", "app_rm_sip_agent_config_data", "app_rm_iphost",
-                                "app_rmonupoe", "app_unipoe", "app_unistatus", "app_rm_voip_config_data",
-                                "app_univlan"));
+                    ElementsAre("onu_srvprofile", "app_rm_sip_agent_config_data", "app_rmservice",
+                                "app_rm_iphost", "app_rmonupoe", "app_unipoe", "app_unistatus",
+                                "app_rm_voip_config_data", "app_univlan"));
     });
 }
 

@@ -13,9 +13,12 @@
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_port.h"
+#include "ov_app_gpon_rm_mac_filter.h"
 #include "ov_app_gpon_rm_traffic.h"
 #include "ov_app_gpon_rmcapa.h"
 #include "ov_app_gpon_rminfo.h"
+#include "ov_app_gpon_rmmulticast.h"
+#include "ov_app_gpon_rmservice.h"
 #include "ov_app_gpon_rmunipm.h"
 #include "ov_app_gpon_rmunistatus.h"
 #include "ov_app_gpon_rmunivlan.h"
@@ -200,6 +203,11 @@ std::vector<SystemMap> system_maps() {
         SYSTEM_MAP(unistatus_map, ov_sRmUniStatusTable_attr_t),
         SYSTEM_MAP(univlan_map, ov_sRmUniVlanTable_attr_t),
         SYSTEM_MAP(unipm_map, ov_sRmUniPmTable_attr_t),
+        SYSTEM_MAP(rmservice_map, ov_sRmServiceTable_attr_t),
+        SYSTEM_MAP(mac_filter_mode_map, ov_rmServiceMacFilterModeTable_attr_t),
+        SYSTEM_MAP(mac_filter_dyn_map, ov_rmServiceMacFilterDynamicTable_attr_t),
+        SYSTEM_MAP(mac_filter_static_map, ov_rmServiceMacFilterStaticTable_attr_t),
+        SYSTEM_MAP(rmmulticast_map, ov_sRmMulticastTable_attr_t),
     };
 }
 
