@@ -154,7 +154,8 @@ def run_system(machine, place, results):
     tests = [f"tests/system/{test}" for test in suites.SYSTEM]
     report = machine.work / "system.xml"
     report.unlink(missing_ok=True)
-    env = {**os.environ, "GPON_BUILD_DIR": str(place), "PYTHONDONTWRITEBYTECODE": "1", "PYTHONPATH": f"{HERE}:{REPO}/tests/system"}
+    env = {**os.environ, "GPON_BUILD_DIR": str(place), "PYTHONDONTWRITEBYTECODE": "1", "PYTHONPATH": f"{HERE}:{REPO}/tests/system",
+           "GPON_TEST_SNMP_TIMEOUT": "30"}  # fmt: skip
     command = ["/usr/bin/python3", "-m", "pytest", "-q", "-p", "no:cacheprovider", "-p", "patience", "-n", "3", f"--junitxml={report}", *tests]
     began = time.monotonic()
     try:
