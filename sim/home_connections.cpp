@@ -87,6 +87,13 @@ const char* tr069_state(const Onu& onu, const ov_gpon_onu_tr069_mgmt_attr_t& cli
     return client.acsAddr[0] == '\0' ? "no-server" : "up";
 }
 
+bool multicast_is_enabled(const Onu& onu, const CardObjects& objects,
+                          const ov_gpon_rmuni_mcast_attr_t& multicast) {
+    const auto& place = multicast.uniPos;
+    return multicast.enabled != 0 ||
+           uni_settings(onu, objects, {place.cardId, place.uniType, place.uniId}).mcastEnabled != 0u;
+}
+
 bool has_gem_port(const CardObjects& objects, uint32_t onu_index, uint32_t gem) {
     if (gem == 0 || gem > 128)
         return false;
