@@ -55,3 +55,26 @@ def test_what_is_taken_away_leaves_nothing_behind(shelf):
     assert [now[name] for name in ("wan", "wifi", "sip_agents", "ip_host", "services", "mac_filters")] == [[], [], [], None, [], []]
     assert now["lines"][0]["state"] == "no-user"
     assert shelf.chassis.card(1)["reasons"] == {}
+
+
+PROFILE = ["tcont 1 profile default", "gemport 1 tcont 1", "remote service 1 gem 1 vlan 100", "remote wan 1 route internet dhcp vlan-mode tag 100 priority 0",
+           "remote wifi 1 mode 802.11b/g channel 6 ssid-name guests security-mode open", "remote onu mgmt-ip dhcp vlan 200",
+           "remote voip protocol sip", "remote uni eth_1/1 poe adminstate enable",
+           "remote sip-agent 1 registrar-server a.example proxy-server a.example outbound-proxy a.example primary-dns 10.0.0.1 "
+           "secondary-dns 10.0.0.2 tcpudp-port 5060"]  # fmt: skip
+
+
+def test_a_service_profile_makes_a_home(chassis):
+    shelf = start_shelf(chassis)
+    assert shelf.on_gpon("profile onutype HOME-4 eth 4 pots 2") == ([0], "")
+    head = ("gpon", "onu-srvprofile profile-id 5 onu-type HOME-4")
+    assert shelf.typed(head, "profile-name five", *PROFILE) == ([0] * (1 + len(PROFILE)), "")
+    assert shelf.on_port(f"onu 7 profile five sn {SERIAL}") == ([0], "")
+    chassis.simctl("onu", "add", SERIAL, f"port={ONU_PORT}")
+    come_up(shelf)
+    chassis.simctl("poe", SERIAL, "eth_1/1", "attach")
+    now = seen(shelf)
+    assert [now[name][0]["state"] for name in ("services", "wan", "wifi", "poe")] == ["up", "up", "up", "delivering"]
+    assert now["ip_host"]["address"] == "10.1.1.7"
+    assert now["lines"][0]["state"] == "no-user"
+    assert chassis.card(1)["reasons"] == {}
