@@ -22,11 +22,10 @@ bool is_up(const Onu& onu) {
     return onu.state == OnuState::OPERATIONAL;
 }
 
-// An address of the ONU's place: NET.slot.port.onu, the port of the host with this number (0 to 8) 16 higher
-// each.
+// An address of the ONU's place: NET.slot.port.onu, with 16 added to the port for each host (0 to 8).
 uint32_t address_at(uint32_t net, uint32_t index, uint32_t host) {
     const uint32_t port = (index >> 15 & 15) + 1;
-    return net << 24 | slot_of(index) << 16 | (16 * host + port) << 8 | onu_number_of(index);
+    return net << 24 | slot_of(index) << 16 | ((16 * host + port) & 255) << 8 | onu_number_of(index);
 }
 
 Ipv4Setting from_dhcp(const Onu& onu, uint32_t host) {
