@@ -1,6 +1,7 @@
 // What stands behind ONUs, on a chassis that fills up: the rows of UNIs that come and go with each ONU, the
-// ticks of the task that fetches their counters, services with their filters, and the replay of all that to a
-// card that comes up beside as many bare sends. See README.md.
+// ticks of the task that fetches their counters, services with their filters, a home with all that can be set
+// there beside its bare round trips, and the replay of all that to a card that comes up beside as many bare
+// sends. See README.md.
 //
 //   remote_bench [SLOTS]     fills SLOTS (14) cards, 2048 ONUs each
 #include <algorithm>
@@ -16,6 +17,7 @@
 #include "ov_app_gpon_rmunipm_task.h"
 #include "ov_app_gpon_rmunistatus.h"
 #include "ov_app_gpon_rmunivlan.h"
+#include "remote_home.h"
 #include "sRmUniPmTable.h"
 
 namespace {
@@ -23,6 +25,8 @@ namespace {
 using namespace bench_application;
 using Status = ov_sRmUniStatusTable_attr_t;
 using Vlan = ov_sRmUniVlanTable_attr_t;
+using SipUser = ov_sRmVoipSipUserDataTable_attr_t;
+using UniPoe = ov_sRmUniPoeTable_attr_t;
 
 void print_blocks(const char* what, const std::vector<double>& blocks) {
     printf("%-8s per ONU: first %d %.1f us, last %d %.1f us (%.2f), best %.1f us\n", what, BLOCK,
@@ -96,6 +100,34 @@ void delete_services(int slot, int port, int onu) {
     const auto row = row_of<ov_sOnuTable_attr_t>(slot, port, onu);
     check(ov_rmservice_table_iterate_del(&row) == 1 ? OV_GPON_RET_OK : OV_GPON_RET_FAIL, "no service", slot,
           port, onu);
+}
+
+// ---- homes ------------------------------------------------------------------------------------------------
+
+// Microseconds for each home of a port.
+double homes_of_port(int slot, int port, bool bare, int& rows) {
+    const double usec = usec_of([&] {
+        for (int onu = 1; onu <= ONUS; ++onu) {
+            RemoteHome home = {.slot = slot, .port = port, .onu = onu, .bare = bare};
+            home.write_all();
+            rows = home.rows;
+        }
+    });
+    return usec / ONUS;
+}
+
+// Best of some ports each, by turns.
+void measure_homes(int slot) {
+    int rows = 0;
+    double doors = 0;
+    double bare = 0;
+    for (int port = 1; port <= PORTS; ++port) {
+        const double a = homes_of_port(slot, port, false, rows);
+        const double b = homes_of_port(slot, port, true, rows);
+        doors = port == 1 ? a : std::min(doors, a);
+        bare = port == 1 ? b : std::min(bare, b);
+    }
+    printf("a home of %d rows: %.0f us, bare %.0f us (%.2f)\n", rows, doors, bare, doors / bare);
 }
 
 // ---- replay -----------------------------------------------------------------------------------------------
@@ -174,12 +206,6 @@ int main(int argc, char** argv) {
            MibNumberGet(mmg_table_did_getbyindex(SRMUNIVLAN)));
     measure_counters(cards);
     const int slot = card_slot(0);
-    change_all<Status>(slot, [](Status& row) { row.sRmUniStatusMacLearnCount = 17; });
-    change_all<Vlan>(slot, [](Vlan& row) { row.sRmUniVlanTablePvid = 17; });
-    measure_replay("UNI status", slot, ov_app_gpon_config_restore_rm_uni_status, OV_HAL_MSG_GPON_RM_UNI,
-                   unistatus_map);
-    measure_replay("UNI VLAN", slot, ov_app_gpon_config_restore_rm_uni_vlan, OV_HAL_MSG_GPON_RM_UNI_VLAN,
-                   univlan_map);
     print_blocks("services", timed(cards, add_services));
     printf("rows of services: %d, %d modes, %d limits\n", MibNumberGet(mmg_table_did_getbyindex(SRMSERVICE)),
            MibNumberGet(mmg_table_did_getbyindex(SRMMACFMODE)),
@@ -187,6 +213,19 @@ int main(int argc, char** argv) {
     measure_replay("services", slot, ov_app_gpon_config_restore_rm_service, OV_HAL_MSG_GPON_RM_SERVICE,
                    rmservice_map, OV_HAL_GPON_MSG_ACTION_CREATE);
     print_blocks("without", timed(cards, delete_services));
+    measure_homes(slot); // with services of their own
+    change_all<Status>(slot, [](Status& row) { row.sRmUniStatusMacLearnCount = 17; });
+    change_all<Vlan>(slot, [](Vlan& row) { row.sRmUniVlanTablePvid = 17; });
+    change_all<SipUser>(slot, [](SipUser& row) { row.sRmVoipSipUserDataAgentID = 17; });
+    change_all<UniPoe>(slot, [](UniPoe& row) { row.sRmUniPoePseLldpReqPow = 17; });
+    measure_replay("UNI status", slot, ov_app_gpon_config_restore_rm_uni_status, OV_HAL_MSG_GPON_RM_UNI,
+                   unistatus_map);
+    measure_replay("UNI VLAN", slot, ov_app_gpon_config_restore_rm_uni_vlan, OV_HAL_MSG_GPON_RM_UNI_VLAN,
+                   univlan_map);
+    measure_replay("SIP users", slot, ov_app_gpon_config_restore_rm_voip_sip_user,
+                   OV_HAL_MSG_GPON_RMONU_VOIP_SIP_USER_DATA, rm_sip_user_map);
+    measure_replay("UNI PoE", slot, ov_app_gpon_config_restore_rm_uni_poe, OV_HAL_MSG_GPON_RM_UNI_POE,
+                   unipoe_map);
     print_blocks("delete", timed(cards, delete_onu));
     return 0;
 }

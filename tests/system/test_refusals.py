@@ -38,6 +38,7 @@ tcont 1 profile gold
 gemport 1 tcont 1 queue 1
 gemport 2 tcont 1 queue 1
 service-port 1 gemport 1 user-vlan 100 transparent
+remote wan 2 route internet dhcp vlan-mode tag 7 priority 0 eth 1
 """.split("\n")[1:-1]
 
 #: where, line, what the daemon prints, row, reason
@@ -133,6 +134,16 @@ COMMANDS = [
      "secondary-dns 10.0.0.1 vlan-mode tag 5 priority 0", "% Malformed netmask \n", "gpon-onu1/1:1",
      "a netmask is ones up to a place and zeros behind it"),
     (ONU, "no remote wan 1", "%Failed to delete remote wan[1] \n", "sRmWanTable gpon-onu1/1:1 WAN 1", "doesn't exist"),
+    (ONU, "remote wan 3 route internet dhcp vlan-mode tag 7 priority 0", "%Failed to add remote wan, please check \n",
+     "sRmWanTable gpon-onu1/1:1 WAN 3", "WAN 2 has the same mode, type and VLAN"),
+    (ONU, "remote wan 3 route internet dhcp vlan-mode tag 8 priority 0 eth 1,2", "%Failed to add remote wan, please check \n",
+     "sRmWanTable gpon-onu1/1:1 WAN 3", "WAN 2 is bound to some of the same LAN ports"),
+    (ONU, "remote wan 2 route internet dhcp vlan-mode tag 9 priority 0", "%wan[2] exist \n", "gpon-onu1/1:1",
+     "wan 2 is there already"),
+    (BOUND, "remote voip protocol sip", "%Failed to set voip config data\n", "sRmVoipConfigDataTable gpon-onu1/1:2",
+     "gpon-onu1/1:2 takes its settings from service profile 1"),
+    (PROFILE, "remote onu poe arc enable", "%Failed to set onu poe arc\n", "sRmOnuPoeTable onu-srvprofile 1",
+     "1 ONUs have service profile 1, which can't change under them"),
     (ONU, "remote wifi 5 mode 802.11n/a channel 36 bandwidth 20/40/80MHz ssid-name net security-mode open",
      "%Only 802.11ac/n/a support 20/40/80MHz\n", "gpon-onu1/1:1", "other modes have channels of 20 and 40 MHz"),
     (ONU, "remote wifi 1 mode 802.11b channel 1 ssid-name net security-mode wep-128bits wep-auth open key-index 1 abcde",
