@@ -137,6 +137,8 @@ bool CliForms::Form::has_keywords(std::span<const CliValue> all) const {
 void CliForms::add(const char* syntax, std::span<const char* const> names) {
     std::vector<std::vector<const char*>> ways(1);
     const CliSyntax parsed(syntax);
+    if (cli_place_of(parsed.words(), names.front()) == parsed.words().size())
+        return;
     for (const CliSyntax::Argument& argument : parsed.arguments()) {
         const bool is_named = std::any_of(names.begin(), names.end(), [&](const char* name) {
             return cli_place_of(parsed.words(), name) == argument.place;

@@ -23,6 +23,15 @@ constexpr IndexWord INDEX_WORDS[] = {
     {"servicePortId", "service port"},
     {"serviceID", "service"},
     {"onuSrvProfileId", "onu-srvprofile"},
+    {"sRmWanIndex", "WAN"},
+    {"sRmWifiIndex", "Wi-Fi"},
+    {"sRmVoipSipAgentConfigAgentID", "SIP agent"},
+    {"sRmVoipSipUserDataCardType", "type"},
+    {"sRmVoipSipUserDataPortID", "port"},
+    {"sRmVoipSipUserDataCardID", "card"},
+    {"sRmVoipLineStatusCardType", "type"},
+    {"sRmVoipLineStatusPortID", "port"},
+    {"sRmVoipLineStatusCardID", "card"},
 };
 
 std::string word_of(const ColumnDesc& column) {

@@ -74,11 +74,9 @@ int ov_gpon_onu_rm_sip_agent_delete_cli(CliCall& call) {
 // ---- SIP users ------------------------------------------------------------------------------------------
 
 int edit_user(const CliCall& call, User& row, MIB_Flags_t& columns) {
-    if (ov_app_gpon_rm_sip_user_data_edit(&row, &columns) == OV_GPON_RET_OK)
-        return 0;
-    if (find_row(row) == nullptr)
-        ov_refusal_because("the ONU has no telephone %s", gpon_rm_uni_word(row).c_str());
-    return call.fail("%%Failed to add remote sip user %s");
+    return ov_app_gpon_rm_sip_user_data_edit(&row, &columns) == OV_GPON_RET_OK
+               ? 0
+               : call.fail("%%Failed to add remote sip user %s");
 }
 
 int ov_gpon_onu_rm_sip_user_add_cli(CliCall& call) {
@@ -136,27 +134,27 @@ constexpr RmItem LINE[] = {
     {"call 2 to", sRmVoipLineStatusVoipCall2DstAddr},
 };
 
-// The row as the ONU tells it.
-bool read(Line& row) {
-    return mib_access(
-        MIB_GET, row,
-        gpon_cli_columns({sRmVoipLineStatusVoipCodecUsed, sRmVoipLineStatusVoipVoiceSerStatus,
-                          sRmVoipLineStatusVoipPortSessionType, sRmVoipLineStatusVoipCall1PktPeriod,
-                          sRmVoipLineStatusVoipCall2PktPeriod, sRmVoipLineStatusVoipCall1DstAddr,
-                          sRmVoipLineStatusVoipCall2DstAddr}));
+// The columns that the ONU is asked for.
+MIB_Flags_t columns_of_line() {
+    MIB_Flags_t columns = gpon_cli_columns({});
+    for (const RmItem& item : LINE)
+        mib_flag_set(columns, item.column);
+    return columns;
 }
 
 int ov_show_gpon_onu_rm_voip_voice_server_status_cli(CliCall& call) {
     auto row = gpon_cli_onu_key<Line>(call.vty);
     if (const int refusal = gpon_rm_put_uni(call, "POTS", row); refusal != 0)
         return refusal;
-    if (!read(row)) {
+    const bool is_up = gpon_rm_onu_is_up(row);
+    if (!mib_access(MIB_GET, row, columns_of_line())) {
         if (find_row(row) == nullptr)
             ov_refusal_because("the ONU has no telephone %s", call.words.text("POTS"));
         return call.fail("%%Failed to get voip voice server status%s");
     }
     const RmItems items(call.vty, "uni");
     items.begin();
+    items.print(gpon_rm_uni_word(row), "read", is_up ? "now" : "earlier");
     items.print(gpon_rm_uni_word(row), table_desc_sRmVoipLineStatusTable, &row, LINE);
     return 0;
 }

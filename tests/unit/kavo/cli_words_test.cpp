@@ -249,9 +249,15 @@ TEST_F(CliWordsTest, TheWordBehindAKeywordIsAnArgumentOrAKeyword) {
         EXPECT_STREQ(words.word_or("mode", ""), "g");
         EXPECT_STREQ(words.word_or("rate", ""), "9");
     });
+    with("words-pm prot e", [](const CliWords& words) {
+        EXPECT_STREQ(words.word_or("protocol", ""), "enable");
+        EXPECT_STREQ(words.typed_or("protocol", ""), "e");
+        EXPECT_STREQ(words.typed_or("words-pm", ""), "prot");
+    });
     with("words-radio 5 mode a rate 9", [](const CliWords& words) {
         EXPECT_STREQ(words.word_or("mode", ""), "a");
         EXPECT_STREQ(words.word_or("tcont", "none"), "none");
+        EXPECT_STREQ(words.typed_or("tcont", "none"), "none");
     });
 }
 
