@@ -29,17 +29,19 @@ const CliForms& vlan_forms() {
 std::string line_of(const std::string& uni, const VlanOfDirection& of) {
     const bool upstream = std::string_view(of.direction) == "up";
     const CliValue given = CliValue::given(true);
-    const CliValue direction = of.direction;
+    const CliValue down = CliValue::given(!upstream);
+    const CliValue up = CliValue::given(upstream);
     const CliValue untag = CliValue::given(of.vlan == 0);
+    const CliValue vlan = of.vlan != 0 ? CliValue(of.vlan) : given;
     switch (of.action) {
     case SRMMULTICASTTABLEUPVLANACTION_TRANSPARENT:
-        return vlan_forms().line({uni, direction, direction, of.vlan, {}, given, {}, {}, {}});
+        return vlan_forms().line({uni, down, up, of.vlan, {}, given, {}, {}, {}});
     case SRMMULTICASTTABLEUPVLANACTION_XLATE:
-        return vlan_forms().line({uni, direction, direction, of.vlan, {}, {}, {}, of.new_vlan, {}});
+        return vlan_forms().line({uni, down, up, of.vlan, {}, {}, {}, of.new_vlan, {}});
     case SRMMULTICASTTABLEUPVLANACTION_STRIP:
-        return upstream ? "" : vlan_forms().line({uni, given, {}, of.vlan, {}, {}, given, {}, {}});
+        return vlan_forms().line({uni, down, up, of.vlan, {}, {}, given, {}, {}});
     case SRMMULTICASTTABLEUPVLANACTION_ADD:
-        return upstream ? vlan_forms().line({uni, {}, given, of.vlan, untag, {}, {}, {}, of.new_vlan}) : "";
+        return vlan_forms().line({uni, down, up, vlan, untag, {}, {}, {}, of.new_vlan});
     default:
         return "";
     }

@@ -46,13 +46,21 @@ std::string line_of(const Service& row) {
 
 // ---- MAC filters ----------------------------------------------------------------------------------------
 
+// "forward" and "discard" name what stands behind them, the address that is looked at.
 std::string line_of(const Rule& row) {
     static const CliForms forms(gpon_command_syntaxes(),
-                                {"mac_filter service", "rule", "forward", "da", "MMMM-MMMM-MMMM"});
+                                {"mac_filter service", "rule", "forward", "discard", "MMMM-MMMM-MMMM", "no"});
+    const CliValue looked_at = row.rmSmfsRule == RMSMFSRULE_DA   ? "da"
+                               : row.rmSmfsRule == RMSMFSRULE_SA ? CliValue("sa")
+                                                                 : CliValue::untypable();
+    const bool forward = row.rmSmfsFwdFilter == RMSMFSFWDFILTER_FORWARD;
     const bool discard = row.rmSmfsFwdFilter == RMSMFSFWDFILTER_DISCARD;
-    const bool source = row.rmSmfsRule == RMSMFSRULE_SA;
-    return forms.line({row.rmServiceID, row.rmSmfsId, discard ? "discard" : "forward", source ? "sa" : "da",
-                       gpon_rm_mac_word(row.rmSmfsMac)});
+    return forms.line({row.rmServiceID,
+                       row.rmSmfsId,
+                       forward ? looked_at : CliValue(),
+                       discard ? looked_at : CliValue(),
+                       gpon_rm_mac_word(row.rmSmfsMac),
+                       {}});
 }
 
 // The lines of one service.

@@ -73,12 +73,17 @@ protected:
             wifi.sRmWifiSecurityMode = SRMWIFISECURITYMODE_OPEN;
             set(wifi.sRmWifiName, "home");
         }
-        add_following_rows(slot, port, onu);
     }
-    // Rows that the switch of another row makes and takes away.
-    static void add_following_rows(int slot, int port, int onu) {
-        active(sRmMulticastTable_createEntry(1, slot, port, onu, 1, 1, 1));
-        active(rmServiceMacFilterDynamicTable_createEntry(1, slot, port, onu, 1));
+    // The rows that come and go with a switch of another row: those that a setting works on.
+    static void add_following_rows(const CliPreparedSetting& setting) {
+        remove_all<ov_sRmUniPmTable_attr_t>();
+        remove_all<ov_sRmMulticastTable_attr_t>();
+        remove_all<ov_rmServiceMacFilterDynamicTable_attr_t>();
+        for (const auto& [slot, port, onu] : {std::array{1, 2, 7}, {31, 15, 5}}) {
+            active(rmServiceMacFilterDynamicTable_createEntry(1, slot, port, onu, 1));
+            if (&setting.setting().object->table == &table_desc_sRmMulticastTable)
+                active(sRmMulticastTable_createEntry(1, slot, port, onu, 1, 1, 1));
+        }
     }
 
     // The places where a setting's command stands.
@@ -123,15 +128,8 @@ protected:
         return {row.begin() + desc.offset, row.begin() + desc.offset + desc.size};
     }
     static void restore(const CliPreparedSetting& setting, const Place& place, const Bytes& bytes) {
+        add_following_rows(setting);
         std::copy(bytes.begin(), bytes.end(), row_of(setting, place));
-        remove_all<ov_sRmUniPmTable_attr_t>(); // rows that follow a switch
-        const auto& table = setting.setting().object->table;
-        if (&table != &table_desc_sRmUniStatusTable && &table != &table_desc_rmServiceMacFilterModeTable)
-            return;
-        remove_all<ov_sRmMulticastTable_attr_t>();
-        remove_all<ov_rmServiceMacFilterDynamicTable_attr_t>();
-        add_following_rows(1, 2, 7);
-        add_following_rows(31, 15, 5);
     }
 
     // The lines that save the place's object.
@@ -248,6 +246,7 @@ protected:
 CLI_TEST(SettingsReplay, WhatIsEnteredIsSavedAndMakesTheSame) {
     EXPECT_GT(cli_settings().size(), 25u);
     for (const CliPreparedSetting& setting : cli_settings()) {
+        add_following_rows(setting);
         const auto where = places(setting);
         EXPECT_FALSE(where.empty()) << setting.command().syntax << ": a node that this test doesn't know";
         for (const Place& place : where) {
@@ -265,6 +264,7 @@ CLI_TEST(SettingsReplay, NumbersBesideTheSyntaxAreNotSaved) {
     for (const CliPreparedSetting& setting : cli_settings()) {
         if (setting.setting().value.kind != Kind::NUMBER)
             continue;
+        add_following_rows(setting);
         for (const Place& place : places(setting))
             for (const CliColumnOf& column : setting.columns()) {
                 const Bytes before = bytes_of(setting, place);
