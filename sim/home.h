@@ -83,6 +83,10 @@ Connection ip_host_connection(const Onu& onu, const ov_gpon_onu_iphost_attr_t& h
 // "up", or why a network isn't.
 const char* wifi_state(const Onu& onu, const ov_gpon_rmwifi_attr_t& wifi);
 const char* tr069_state(const Onu& onu, const ov_gpon_onu_tr069_mgmt_attr_t& client);
+// Whether group traffic passes a UNI: the UNI's own switch (message 915), or the one in its multicast
+// settings, says so.
+bool multicast_is_enabled(const Onu& onu, const CardObjects& objects,
+                          const ov_gpon_rmuni_mcast_attr_t& multicast);
 // Whether frames find their way: the ONU is up and has the GEM port, and the UNI, if it is one of a UNI, is
 // up.
 bool service_is_up(const Onu& onu, const CardObjects& objects, const ov_gpon_rmservice_attr_t& service);

@@ -22,11 +22,10 @@ bool is_up(const Onu& onu) {
     return onu.state == OnuState::OPERATIONAL;
 }
 
-// An address of the ONU's place: NET.slot.port.onu, the port of the host with this number (0 to 8) 16 higher
-// each.
+// An address of the ONU's place: NET.slot.port.onu, with 16 added to the port for each host (0 to 8).
 uint32_t address_at(uint32_t net, uint32_t index, uint32_t host) {
     const uint32_t port = (index >> 15 & 15) + 1;
-    return net << 24 | slot_of(index) << 16 | (16 * host + port) << 8 | onu_number_of(index);
+    return net << 24 | slot_of(index) << 16 | ((16 * host + port) & 255) << 8 | onu_number_of(index);
 }
 
 Ipv4Setting from_dhcp(const Onu& onu, uint32_t host) {
@@ -85,6 +84,13 @@ const char* tr069_state(const Onu& onu, const ov_gpon_onu_tr069_mgmt_attr_t& cli
     if (client.adminstate != 0)
         return "locked";
     return client.acsAddr[0] == '\0' ? "no-server" : "up";
+}
+
+bool multicast_is_enabled(const Onu& onu, const CardObjects& objects,
+                          const ov_gpon_rmuni_mcast_attr_t& multicast) {
+    const auto& place = multicast.uniPos;
+    return multicast.enabled != 0 ||
+           uni_settings(onu, objects, {place.cardId, place.uniType, place.uniId}).mcastEnabled != 0u;
 }
 
 bool has_gem_port(const CardObjects& objects, uint32_t onu_index, uint32_t gem) {

@@ -72,10 +72,17 @@ NamedValues describe_tr069(const View& view, std::span<const uint8_t> bytes) {
     return {{"state", tr069_state(view.onu, record_of<ov_gpon_onu_tr069_mgmt_attr_t>(bytes))}};
 }
 
-NamedValues describe_position(const View&, std::span<const uint8_t> bytes) {
-    const auto settings = record_of<ov_gpon_rmuni_mcast_attr_t>(bytes);
-    const UniPosition uni{settings.uniPos.cardId, settings.uniPos.uniType, settings.uniPos.uniId};
-    return {{"uni", uni_text(uni)}, {"state", settings.enabled ? "enabled" : "disabled"}};
+template <uint16_t Number>
+NamedValues describe_uni(const View&, std::span<const uint8_t> bytes) {
+    return {{"uni", uni_text(*uni_of(*find_card_message(Number), bytes))}};
+}
+
+NamedValues describe_multicast(const View& view, std::span<const uint8_t> bytes) {
+    NamedValues values = describe_uni<OV_HAL_MSG_GPON_RM_UNI_MCAST>(view, bytes);
+    const auto multicast = record_of<ov_gpon_rmuni_mcast_attr_t>(bytes);
+    const bool is_enabled = multicast_is_enabled(view.onu, view.objects, multicast);
+    values.emplace_back("state", is_enabled ? "enabled" : "disabled");
+    return values;
 }
 
 NamedValues nothing_more(const View&, std::span<const uint8_t>) {
@@ -93,7 +100,7 @@ struct Section {
 constexpr Section SECTIONS[] = {
     {"services", "services", OV_HAL_MSG_GPON_RM_SERVICE, true, describe_service},
     {"MAC filters", "mac_filters", OV_HAL_MSG_GPON_RM_MAC_FLT, true, nothing_more},
-    {"multicast", "multicast", OV_HAL_MSG_GPON_RM_UNI_MCAST, true, describe_position},
+    {"multicast", "multicast", OV_HAL_MSG_GPON_RM_UNI_MCAST, true, describe_multicast},
     {"WAN connections", "wan", OV_HAL_MSG_GPON_RM_WAN, true, describe_wan},
     {"Wi-Fi networks", "wifi", OV_HAL_MSG_GPON_RM_WIFI, true, describe_wifi},
     {"IP host", "ip_host", OV_HAL_MSG_GPON_RMONU_IPHOST, false, describe_ip_host},
@@ -102,9 +109,11 @@ constexpr Section SECTIONS[] = {
     {"optical thresholds", "thresholds", OV_HAL_MSG_GPON_RMONU_OPT_THRESHOLD, false, nothing_more},
     {"VoIP", "voip", OV_HAL_MSG_GPON_RMONU_VOIP_CONFIG_DATA, false, nothing_more},
     {"SIP agents", "sip_agents", OV_HAL_MSG_GPON_RMONU_VOIP_SIP_AGENT_CONFIG, true, nothing_more},
-    {"SIP users", "sip_users", OV_HAL_MSG_GPON_RMONU_VOIP_SIP_USER_DATA, true, nothing_more},
+    {"SIP users", "sip_users", OV_HAL_MSG_GPON_RMONU_VOIP_SIP_USER_DATA, true,
+     describe_uni<OV_HAL_MSG_GPON_RMONU_VOIP_SIP_USER_DATA>},
     {"PoE settings", "poe_settings", OV_HAL_MSG_GPON_RM_ONU_POE, false, nothing_more},
-    {"PoE settings of ports", "poe_port_settings", OV_HAL_MSG_GPON_RM_UNI_POE, true, nothing_more},
+    {"PoE settings of ports", "poe_port_settings", OV_HAL_MSG_GPON_RM_UNI_POE, true,
+     describe_uni<OV_HAL_MSG_GPON_RM_UNI_POE>},
 };
 
 // ---- what is at the ports

@@ -238,12 +238,17 @@ def test_a_port_feeds_what_is_attached(chassis, daemon):
 
 def test_everything_else_is_kept_and_shown(chassis, daemon):
     daemon.do(MCAST, SET, body(MCAST, position(ETH, 2), (16, (">i", 1)), (32, (">I", 8))), mask=1 << 2 | 1 << 6)
+    daemon.do(MCAST, SET, body(MCAST, position(ETH, 1), (32, (">I", 4))), mask=1 << 6)
     daemon.do(TR069, SET, body(TR069, (16, b"http://acs.example/")), mask=1 << 4)
     daemon.do(QUEUES, SET, body(QUEUES, (4, byte(2)), (5, bytes(range(1, 9)))), mask=0b110)
     daemon.do(THRESHOLDS, SET, body(THRESHOLDS, (4, (">i", -50))), mask=1 << 1)
     daemon.do(ONU_POE, SET, body(ONU_POE, (20, (">H", 80))), mask=1 << 5)
     seen = home(chassis)
-    assert [(m["uni"], m["state"], m["settings"]["maxGrpNum"]) for m in seen["multicast"]] == [("eth_1/2", "enabled", 8)]
+    assert [(m["uni"], m["state"], m["settings"]["maxGrpNum"]) for m in seen["multicast"]] == [
+        ("eth_1/1", "disabled", 4), ("eth_1/2", "enabled", 8),
+    ]  # fmt: skip
+    daemon.do(UNI, SET, body(UNI, position(ETH, 1), (24, (">I", 1))), mask=1 << 4)
+    assert home(chassis)["multicast"][0]["state"] == "enabled"
     assert (seen["tr069"]["state"], seen["queues"]["settings"]["qosMode"]) == ("up", 2)
     assert (seen["thresholds"]["settings"]["lowrxPwrthreshod"], seen["poe_settings"]["settings"]["usageThr"]) == (-50, 80)
     told = daemon.do(THRESHOLDS, GET, body(THRESHOLDS)).payload[8:]
