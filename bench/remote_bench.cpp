@@ -1,6 +1,7 @@
 // What stands behind ONUs, on a chassis that fills up: the rows of UNIs that come and go with each ONU, the
-// ticks of the task that fetches their counters, a home with all that can be set there beside its bare round
-// trips, and the replay of settings to a card that comes up beside as many bare sends. See README.md.
+// ticks of the task that fetches their counters, services with their filters, a home with all that can be set
+// there beside its bare round trips, and the replay of all that to a card that comes up beside as many bare
+// sends. See README.md.
 //
 //   remote_bench [SLOTS]     fills SLOTS (14) cards, 2048 ONUs each
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include "bench_application.h"
 #include "hal_outbox.h"
 #include "ov_app_gpon_config_restore_tables.h"
+#include "ov_app_gpon_rmservice.h"
 #include "ov_app_gpon_rmunipm_task.h"
 #include "ov_app_gpon_rmunistatus.h"
 #include "ov_app_gpon_rmunivlan.h"
@@ -76,6 +78,30 @@ void measure_counters(int cards) {
            ticks.empty() ? 0 : *std::max_element(ticks.begin(), ticks.end()), save);
 }
 
+// ---- services ---------------------------------------------------------------------------------------------
+
+constexpr int SERVICES = 4; // of an ONU, each of a VLAN
+
+void add_services(int slot, int port, int onu) {
+    for (int id = 1; id <= SERVICES; ++id) {
+        auto row = row_of<ov_sRmServiceTable_attr_t>(slot, port, onu);
+        row.rmServiceID = static_cast<mib_ulong>(id);
+        row.sRmServiceTableRmServiceType = OV_GPON_RM_SERVICE_VLAN;
+        row.sRmServiceTableGemId = 1;
+        row.sRmServiceTableVlanId = 100 + id;
+        MIB_Flags_t flags = columns(sRmServiceTable_column::sRmServiceTableRmServiceType,
+                                    sRmServiceTable_column::sRmServiceTableGemId,
+                                    sRmServiceTable_column::sRmServiceTableVlanId);
+        check(ov_app_gpon_rmservice_add(&row, &flags), "service", slot, port, onu);
+    }
+}
+
+void delete_services(int slot, int port, int onu) {
+    const auto row = row_of<ov_sOnuTable_attr_t>(slot, port, onu);
+    check(ov_rmservice_table_iterate_del(&row) == 1 ? OV_GPON_RET_OK : OV_GPON_RET_FAIL, "no service", slot,
+          port, onu);
+}
+
 // ---- homes ------------------------------------------------------------------------------------------------
 
 // Microseconds for each home of a port.
@@ -124,7 +150,8 @@ void wait_for_card(int slot) {
 
 // The same messages from memory, in the same order and with the same masks.
 template <typename Row, typename Record>
-double bare_sends(int slot, int message, const MessageMap<Row, Record>& map) {
+double bare_sends(int slot, int message, const MessageMap<Row, Record>& map,
+                  ov_hal_gpon_msg_action_t action) {
     struct Message {
         Record record;
         ov_bmp_t mask;
@@ -133,11 +160,11 @@ double bare_sends(int slot, int message, const MessageMap<Row, Record>& map) {
     for (const Row& row : rows_under(slot_key<Row>(slot), INDEX_TO_SLOT)) {
         Message& made = messages.emplace_back();
         map.encode(&row, &made.record);
-        made.mask = map.replay_mask(&row);
+        made.mask = action == OV_HAL_GPON_MSG_ACTION_SET ? map.replay_mask(&row) : 0;
     }
     return usec_of([&] {
         for (Message& each : messages)
-            ov_hal_gpon_msg_send(message, OV_HAL_GPON_MSG_ACTION_SET, &each.record, each.mask, 0);
+            ov_hal_gpon_msg_send(message, action, &each.record, each.mask, 0);
         wait_for_card(slot);
     });
 }
@@ -145,16 +172,17 @@ double bare_sends(int slot, int message, const MessageMap<Row, Record>& map) {
 // Best of some turns each, by turns: where a turn falls on a busy machine is luck.
 template <typename Row, typename Record>
 void measure_replay(const char* what, int slot, const RestoreTable& table, int message,
-                    const MessageMap<Row, Record>& map) {
+                    const MessageMap<Row, Record>& map,
+                    ov_hal_gpon_msg_action_t action = OV_HAL_GPON_MSG_ACTION_SET) {
     constexpr int TURNS = 5;
     double replay = 0;
     double bare = 0;
     for (int turn = 0; turn < TURNS; ++turn) {
         const double a = usec_of([&] {
-            table(slot, OV_HAL_GPON_MSG_ACTION_SET);
+            table(slot, action);
             wait_for_card(slot);
         });
-        const double b = bare_sends(slot, message, map);
+        const double b = bare_sends(slot, message, map, action);
         replay = turn == 0 ? a : std::min(replay, a);
         bare = turn == 0 ? b : std::min(bare, b);
     }
@@ -178,7 +206,14 @@ int main(int argc, char** argv) {
            MibNumberGet(mmg_table_did_getbyindex(SRMUNIVLAN)));
     measure_counters(cards);
     const int slot = card_slot(0);
-    measure_homes(slot);
+    print_blocks("services", timed(cards, add_services));
+    printf("rows of services: %d, %d modes, %d limits\n", MibNumberGet(mmg_table_did_getbyindex(SRMSERVICE)),
+           MibNumberGet(mmg_table_did_getbyindex(SRMMACFMODE)),
+           MibNumberGet(mmg_table_did_getbyindex(SRMMACFD)));
+    measure_replay("services", slot, ov_app_gpon_config_restore_rm_service, OV_HAL_MSG_GPON_RM_SERVICE,
+                   rmservice_map, OV_HAL_GPON_MSG_ACTION_CREATE);
+    print_blocks("without", timed(cards, delete_services));
+    measure_homes(slot); // with services of their own
     change_all<Status>(slot, [](Status& row) { row.sRmUniStatusMacLearnCount = 17; });
     change_all<Vlan>(slot, [](Vlan& row) { row.sRmUniVlanTablePvid = 17; });
     change_all<SipUser>(slot, [](SipUser& row) { row.sRmVoipSipUserDataAgentID = 17; });

@@ -1,4 +1,6 @@
 // MAC filters of services: how modes, limits and rules follow one another, and what cards hear of them.
+#include <random>
+
 #include "../../support/test_clock.h"
 #include "../support/service_chassis.h"
 
@@ -223,6 +225,88 @@ TEST(MacFilterMode, ACardThatFailsKeepsIt) {
         EXPECT_EQ(set_filter_mode(ONE, STATIC), OV_GPON_RET_BAD_PARAM);
         EXPECT_THAT(chassis.hal.log.lines(), Contains("set rm macfilter mode to hal error"));
         EXPECT_EQ(everything(), before);
+    });
+}
+
+// Which message fails, counted from here; the card does the others.
+class OneFailure {
+public:
+    OneFailure(AppChassis& chassis, int type, int action) {
+        chassis.card.behave([&chassis, type, action](FakeCard& card, const wire::Bytes& request) {
+            const bool fails = wire::get16(request, wire::NL + 4) == type &&
+                               wire::get32(request, wire::PAYLOAD) == static_cast<uint32_t>(action);
+            card.reply(request, fails ? 1009 : 0);
+        });
+    }
+};
+
+TEST(MacFilterMode, AModeThatTheCardDoesNotTakeHasItsLimitAgain) {
+    run_services([](AppChassis& chassis) {
+        ASSERT_EQ(set_filter_mode(TWO, STATIC), 0);
+        const auto before = everything();
+        const OneFailure failure(chassis, FILTER_MESSAGE, OV_HAL_GPON_MSG_ACTION_SET);
+        EXPECT_EQ(set_filter_mode(ONE, STATIC), OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(set_filter_mode(TWO, DYNAMIC), OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(everything(), before);
+    });
+}
+
+TEST(MacFilter, AServiceThatTheCardKeepsHasAFilterAgain) {
+    run_services([](AppChassis& chassis) {
+        ASSERT_EQ(set_filter_mode(ONE, STATIC), 0);
+        const OneFailure failure(chassis, SERVICE_MESSAGE, OV_HAL_GPON_MSG_ACTION_DELETE);
+        EXPECT_EQ(remote_test::del(ONE), OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(remote_test::del(TWO), OV_GPON_RET_BAD_PARAM);
+        for (const Service& of : {ONE, TWO}) {
+            EXPECT_EQ(mode_of(of), DYNAMIC);
+            EXPECT_TRUE(has_limit(of));
+            EXPECT_NE(find_row(of), nullptr);
+        }
+    });
+}
+
+// Whatever is written and whatever the card says: services and modes come in pairs, and a limit is there
+// while its mode is dynamic.
+TEST(MacFilter, RowsFitTogetherAfterThousandsOfWrites) {
+    run([](AppChassis& chassis) {
+        std::mt19937 random(7);
+        const auto any = [&random](int below) {
+            return static_cast<int>(random() % static_cast<unsigned>(below));
+        };
+        for (int turn = 0; turn < 3000; ++turn) {
+            chassis.card_answers(SERVICE_MESSAGE, any(10) == 0 ? 1009 : any(10) == 0 ? 1008 : 0);
+            chassis.card_answers(FILTER_MESSAGE, any(10) == 0 ? 1009 : any(10) == 0 ? 1008 : 0);
+            const Service of = service(1 + any(6), {.vlan = any(8)});
+            switch (any(7)) {
+            case 0:
+            case 1:
+                remote_test::add(of);
+                break;
+            case 2:
+                remote_test::del(of);
+                break;
+            case 3:
+                set_filter_mode(of, 1 + any(2));
+                break;
+            case 4:
+                set_filter_limit(of, any(256));
+                break;
+            case 5:
+                add(rule_of(of, 1 + any(3), {2, 0, 0, 0, 0, static_cast<uint8_t>(any(4))}));
+                break;
+            default:
+                del(rule_of(of, 1 + any(3)));
+            }
+            for (int id = 1; id <= 6; ++id) {
+                const bool there = find_stored_row(service(id)) != nullptr;
+                ASSERT_EQ(mode_of(service(id)) != 0, there) << turn << " service " << id;
+                ASSERT_EQ(has_limit(service(id)), mode_of(service(id)) == DYNAMIC) << turn << " limit " << id;
+            }
+        }
+        chassis.card_answers(SERVICE_MESSAGE, 0);
+        chassis.card_answers(FILTER_MESSAGE, 0);
+        EXPECT_EQ(delete_onu(), 0);
+        EXPECT_THAT(everything(), IsEmpty());
     });
 }
 
