@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include "app_loop.h"
 #include "app_modules.h"
 #include "app_rows.h"
 #include "bench_place.h"
@@ -70,10 +71,16 @@ inline void start_cards(const char* sim, int cards) {
     usleep(300000);
 }
 
+inline struct thread_master* loop() {
+    static struct thread_master* const made = thread_master_create("bench");
+    return made;
+}
+
 inline void start_application(int cards) {
     ov_slot_init();
     ov_gpon_const_val_init();
-    hal_init(HAL_GPON, thread_master_create("bench"), nullptr);
+    app_loop_set(loop());
+    hal_init(HAL_GPON, loop(), nullptr);
 #define OV_TABLE_INIT(function) function();
 #include "table_init_list.def"
 #undef OV_TABLE_INIT

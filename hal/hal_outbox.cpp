@@ -13,6 +13,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "hal_request.h"
 #include "hal_slot.h"
 #include "hal_sock_tipc.h"
 #include "kavo_timer.h"
@@ -200,6 +201,12 @@ int collect() {
         rc = ipc_take_returned_msg(g_agent_msg_tx_cb, &header, &msg);
         if (rc >= 0)
             take_back(header, msg.data(), msg.size());
+        // one of hal_request.h is of no concern to the next send
+        if (rc == IPC_RC_RTRNED_MSG_WAITING && hal_request_is_under_way(header)) {
+            ipc_receive_nonblock(g_agent_msg_tx_cb, &header, buffer, sizeof buffer);
+            hal_request_notice_returned(header);
+            rc = 0;
+        }
     } while (rc >= 0);
     watch_returns(rc);
     return rc;

@@ -33,14 +33,21 @@ struct Request {
     bool came_back = false; // and waits to be sent again
 };
 
+// A reply that came while a send waited for another, or the return of a request.
+struct Noticed {
+    ipc_header header;
+    std::vector<uint8_t> reply; // empty: the request came back
+    bool is_gone = true;        // why it did: nobody there, else no room
+};
+
 // By the id of the IPC, which is a random number: two may have the same.
 using Requests = std::unordered_multimap<uint32_t, Request>;
 
 struct thread_master* g_master = nullptr;
-IPC_APP_CB_T* g_cb = nullptr;
 Requests g_requests;
+std::vector<Noticed> g_noticed;
 struct thread* g_reply_event = nullptr;
-struct thread* g_return_event = nullptr;
+struct thread* g_noticed_event = nullptr;
 struct thread* g_look_timer = nullptr;
 struct thread* g_again_timer = nullptr;
 
@@ -91,7 +98,7 @@ void take_reply(const ipc_header& header, hal_frame_t& frame, size_t received) {
     const unsigned result = _hal_tipc_result_of(retcode, type, request.slot);
     if (result == KAVO_OK)
         hal_backup_async(&head_of(request));
-    request.handle(request.context, result, retcode == KAVO_ERR ? nullptr : &message.hdr);
+    request.handle(request.context, result, &message.hdr);
 }
 
 // ---- requests that come back ------------------------------------------------------------------------------
@@ -104,9 +111,9 @@ Post post(Request& request) {
     const int length = _hal_tipc_fill_frame(frame, head_of(request),
                                             static_cast<unsigned>(request.message.size()), HAL_FRAME_SYNC);
     uint32_t msg_id = 0;
-    const int rc = ipc_post_request(g_cb, IPC_SERVICE_PACKT_SWITCH_AGENT, agent_of(request.slot), &frame,
-                                    length, &msg_id);
-    if (rc == IPC_RC_SND_BUFF_FULL || (rc == IPC_RC_MSG_RTRNED && ipcReturnedForRoom(g_cb->ipcHandle)))
+    const int rc = ipc_post_request(g_agent_msg_tx_cb, agent_of(request.slot), &frame, length, &msg_id);
+    if (rc == IPC_RC_SND_BUFF_FULL ||
+        (rc == IPC_RC_MSG_RTRNED && ipcReturnedForRoom(g_agent_msg_tx_cb->ipcHandle)))
         return Post::NO_ROOM;
     if (rc != IPC_RC_SUCCESS && rc != IPC_RC_RTRNED_MSG_WAITING)
         return Post::FAILED;
@@ -149,11 +156,11 @@ void arm_again() {
             kavo_add_timer_msec(g_master, on_again, nullptr, AGAIN_MSEC, &g_again_timer);
 }
 
-void take_returned(const ipc_header& header) {
+void take_returned(const ipc_header& header, bool is_gone) {
     const auto at = g_requests.find(header.msg_id);
     if (at == g_requests.end())
         return;
-    if (!ipcReturnedForRoom(g_cb->ipcHandle)) {
+    if (is_gone) {
         fail(at, "the card is gone");
         return;
     }
@@ -164,47 +171,56 @@ void take_returned(const ipc_header& header) {
 // ---- the loop ---------------------------------------------------------------------------------------------
 
 int on_reply(struct thread* thread);
-int on_returned(struct thread* thread);
 int on_look(struct thread* thread);
 
 void watch() {
     if (g_reply_event == nullptr)
-        kavo_add_read(g_master, on_reply, nullptr, ipcGetReadFd(g_cb->ipcHandle), &g_reply_event);
-    if (g_return_event == nullptr)
-        kavo_add_read(g_master, on_returned, nullptr, ipcGetReturnFd(g_cb->ipcHandle), &g_return_event);
+        kavo_add_read(g_master, on_reply, nullptr, ipcGetReadFd(g_agent_msg_tx_cb->ipcHandle),
+                      &g_reply_event);
     if (g_look_timer == nullptr && !g_requests.empty())
         kavo_add_timer_msec(g_master, on_look, nullptr, HAL_REQUEST_LOOK_MSEC, &g_look_timer);
 }
 
+void take_noticed() {
+    std::vector<Noticed> noticed;
+    noticed.swap(g_noticed);
+    for (const Noticed& each : noticed) {
+        hal_frame_t frame;
+        frame.nlhdr = {}; // a reply may end before it
+        std::memcpy(static_cast<void*>(&frame), each.reply.data(), each.reply.size());
+        if (each.reply.empty())
+            take_returned(each.header, each.is_gone);
+        else
+            take_reply(each.header, frame, each.reply.size());
+    }
+}
+
+int on_noticed(struct thread* /*thread*/) {
+    g_noticed_event = nullptr;
+    take_noticed();
+    return 0;
+}
+
 void take_all() {
+    take_noticed();
     for (unsigned n = 0; n < REPLIES_PER_RUN; ++n) {
         ipc_header header;
         hal_frame_t frame;
-        frame.nlhdr = {}; // a reply may end before it
-        int returned = 0;
-        const int rc = ipc_take_msg(g_cb, &header, &frame, IPC_MAX_MSG_SIZE, &returned);
+        frame.nlhdr = {};
+        const int rc = ipc_take_msg(g_agent_msg_tx_cb, &header, &frame, IPC_MAX_MSG_SIZE);
         if (rc == IPC_RC_NO_MESSAGE)
             return;
         if (rc < 0) {
             OV_LOG_ERROR("LIB", "receiving replies failed: %s", ipcGetErrorCodeStr(rc));
             return;
         }
-        if (returned != 0)
-            take_returned(header);
-        else if (header.msg_type == IPC_REPLY)
+        if (header.msg_type == IPC_REPLY)
             take_reply(header, frame, static_cast<size_t>(rc));
     }
 }
 
 int on_reply(struct thread* /*thread*/) {
     g_reply_event = nullptr;
-    take_all();
-    watch();
-    return 0;
-}
-
-int on_returned(struct thread* /*thread*/) {
-    g_return_event = nullptr;
     take_all();
     watch();
     return 0;
@@ -237,15 +253,6 @@ int on_look(struct thread* /*thread*/) {
 
 // ---- sending ----------------------------------------------------------------------------------------------
 
-// The name, with the first request.
-bool open_name() {
-    if (g_cb != nullptr)
-        return true;
-    const uint32_t own = agent_of(ov_product_slot_id_get());
-    g_cb = ipc_app_cb_init(IPC_SERVICE_PACKT_GPON, own, 0, nullptr);
-    return g_cb != nullptr;
-}
-
 // While the board recovers.
 struct Echo {
     std::vector<uint8_t> message;
@@ -269,6 +276,28 @@ size_t hal_requests_under_way() {
     return g_requests.size();
 }
 
+bool hal_request_is_under_way(const ipc_header& header) {
+    return g_requests.contains(header.msg_id);
+}
+
+void hal_request_notice_reply(const ipc_header& header, const void* msg, size_t size) {
+    if (!hal_request_is_under_way(header) || size == 0 || size > sizeof(hal_frame_t))
+        return;
+    const auto* bytes = static_cast<const uint8_t*>(msg);
+    g_noticed.push_back({.header = header, .reply = {bytes, bytes + size}});
+    if (g_noticed_event == nullptr)
+        kavo_add_event(g_master, on_noticed, nullptr, 0, &g_noticed_event);
+}
+
+void hal_request_notice_returned(const ipc_header& header) {
+    if (!hal_request_is_under_way(header))
+        return;
+    g_noticed.push_back(
+        {.header = header, .reply = {}, .is_gone = !ipcReturnedForRoom(g_agent_msg_tx_cb->ipcHandle)});
+    if (g_noticed_event == nullptr)
+        kavo_add_event(g_master, on_noticed, nullptr, 0, &g_noticed_event);
+}
+
 HalRequest hal_request(const hal_nlmsghdr* nlhdr, hal_reply_handle handle, void* context) {
     ov_assert_on_loop();
     if (g_master == nullptr || nlhdr == nullptr || nlhdr->nlmsg_len < sizeof *nlhdr ||
@@ -282,7 +311,7 @@ HalRequest hal_request(const hal_nlmsghdr* nlhdr, hal_reply_handle handle, void*
         return HalRequest::SENT;
     }
     const uint32_t slot = nlhdr->nlmsg_pid;
-    if (!is_active(slot) || !open_name())
+    if (!is_active(slot) || g_agent_msg_tx_cb == nullptr)
         return HalRequest::FAILED;
     if (hal_outbox_messages(slot) != 0)
         return HalRequest::NO_ROOM;

@@ -2,8 +2,8 @@
 // that has much to ask.
 //
 // Any number may be under way, to one card and to many; a reply finds its request by the id that the named
-// IPC gave it, whatever the order. They have a name of their own on the carrier (service 111, sub id of
-// service 101 and this board's slot), so that a hal_send that waits meanwhile sees none of their replies.
+// IPC gave it, whatever the order. They go out under the name of hal_send: a reply that comes while one waits
+// is put aside for the loop.
 //
 // A request goes behind the one-way messages that wait for its card: while there are any, and while the card
 // has no room, it isn't sent (NO_ROOM), and the caller tries again in a moment. One that comes back later
@@ -13,6 +13,7 @@
 // Event loop's thread only.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "hal_msg.h"
@@ -22,8 +23,8 @@ struct thread_master;
 inline constexpr long HAL_REQUEST_LOOK_MSEC = 200; // between two looks for what can't be answered any more
 
 // Takes what became of a request, once, from the event loop and never from within hal_request: `result` as
-// hal_send returns it; `reply` the message with the card's answer over it, valid for the call, null when
-// there was none (no answer in time, the card is gone, an answer that can't be used).
+// hal_send returns it; `reply` the message with the card's answer over it as far as that can be used, valid
+// for the call, null when the card didn't answer in time or is gone.
 typedef void (*hal_reply_handle)(void* context, unsigned result, const hal_nlmsghdr* reply);
 
 enum class HalRequest : uint8_t {
@@ -38,6 +39,13 @@ HalRequest hal_request(const hal_nlmsghdr* nlhdr, hal_reply_handle handle, void*
 
 // Requests whose handler is still to be called.
 size_t hal_requests_under_way();
+
+// What the transport finds instead of an awaited reply, or on its way: a reply, or a request that came back.
+// Passed over if it is nobody's. The handler is called later.
+struct ipc_header;
+void hal_request_notice_reply(const ipc_header& header, const void* msg, size_t size);
+bool hal_request_is_under_way(const ipc_header& header);
+void hal_request_notice_returned(const ipc_header& header);
 
 // Takes the loop; null for a program without one, in which every request fails.
 void hal_request_init(struct thread_master* master);

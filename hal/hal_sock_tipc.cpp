@@ -52,6 +52,7 @@ int take_returned(const Leg& leg) {
         return 0;
     }
     if (rc == IPC_RC_MSG_RTRNED) {
+        hal_request_notice_returned(header);
         OV_LOG_INFO("LIB",
                     "Send sync message Num[%d] nhtype[%d] length[%d] to [%d]Total sync returned message %d "
                     "cmd[%d]",
@@ -291,9 +292,13 @@ unsigned hal_send_async_tipc(const hal_nlmsghdr* nlhdr) {
 int _hal_tipc_non_reply_callback(void* msg_ptr, int msg_size, int rtrned_msg) {
     ipc_header header;
     std::memcpy(static_cast<void*>(&header), msg_ptr, sizeof header);
-    if (rtrned_msg)
-        hal_outbox_notice(header, static_cast<const uint8_t*>(msg_ptr) + sizeof header,
-                          static_cast<size_t>(msg_size));
+    const auto* const msg = static_cast<const uint8_t*>(msg_ptr) + sizeof header;
+    if (rtrned_msg && header.msg_type == IPC_REQUEST)
+        hal_request_notice_returned(header);
+    else if (!rtrned_msg && header.msg_type == IPC_REPLY)
+        hal_request_notice_reply(header, msg, static_cast<size_t>(msg_size));
+    else if (rtrned_msg)
+        hal_outbox_notice(header, msg, static_cast<size_t>(msg_size));
     if (!g_debug_flag)
         return 0;
     OV_LOG_DEBUG("LIB", "!Oh, got a non reply, %s message, here it its header:\n",

@@ -49,7 +49,7 @@ int _hal_tipc_send_syncmsg(hal_nlmsghdr* message, unsigned msg_size);
 int _hal_tipc_send_asyncmsg(const hal_nlmsghdr* message, unsigned msg_size, unsigned slot);
 
 // Shown what arrives instead of an awaited reply: gives a one-way message that has come back to its outbox,
-// drops anything else, and lets the wait go on (0).
+// what belongs to a request of hal_request.h to that, drops anything else, and lets the wait go on (0).
 int _hal_tipc_non_reply_callback(void* msg_ptr, int msg_size, int rtrned_msg);
 
 void hal_sock_tipc_debug_flag_set(int debug_flag);

@@ -36,6 +36,7 @@ int edit_service_port(void* row, const MIB_Flags_t& columns) {
     return ov_app_gpon_service_port_edit(static_cast<ov_servicePortTable_attr_t*>(row), columns);
 }
 
+constexpr char NO_UNI[] = "the ONU has no UNI %s";
 constexpr CliIndexWord GEM_WORDS[] = {{"gemport", GEM_ID}};
 using UniStatus = ov_sRmUniStatusTable_attr_t;
 
@@ -61,25 +62,45 @@ const CliObject service_port = {table_desc_servicePortTable, INDEX_TO_ONU, edit_
                                 SERVICE_PORT_WORDS, "%%Could not find service port: %d%s"};
 const CliObject rm_onu = {table_desc_sRmInfoTable, INDEX_TO_ONU,
                           edit_row<ov_sRmInfoTable_attr_t, ov_app_gpon_rminfo_edit>};
-const CliObject rm_uni = {table_desc_sRmUniStatusTable, INDEX_TO_ONU,
-                          edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>, UNI_WORDS};
-const CliObject rm_video = {table_desc_sRmUniStatusTable, INDEX_TO_ONU,
-                            edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>, VIDEO_WORDS};
-const CliObject rm_uni_multicast = {table_desc_sRmUniStatusTable, INDEX_TO_ONU,
-                                    edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>, UNI_WORDS};
-const CliObject rm_multicast = {table_desc_sRmMulticastTable, INDEX_TO_ONU,
-                                edit_row<ov_sRmMulticastTable_attr_t, ov_app_gpon_rmmulticast_edit>,
-                                MULTICAST_WORDS};
+const CliObject rm_uni = {.table = table_desc_sRmUniStatusTable,
+                          .from_session = INDEX_TO_ONU,
+                          .edit = edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>,
+                          .words = UNI_WORDS,
+                          .absent = NO_UNI};
+const CliObject rm_video = {.table = table_desc_sRmUniStatusTable,
+                            .from_session = INDEX_TO_ONU,
+                            .edit = edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>,
+                            .words = VIDEO_WORDS,
+                            .absent = NO_UNI};
+const CliObject rm_uni_multicast = {.table = table_desc_sRmUniStatusTable,
+                                    .from_session = INDEX_TO_ONU,
+                                    .edit = edit_row<UniStatus, ov_app_gpon_rmunistatus_edit>,
+                                    .words = UNI_WORDS,
+                                    .absent = NO_UNI};
+const CliObject rm_multicast = {.table = table_desc_sRmMulticastTable,
+                                .from_session = INDEX_TO_ONU,
+                                .edit = edit_row<ov_sRmMulticastTable_attr_t, ov_app_gpon_rmmulticast_edit>,
+                                .words = MULTICAST_WORDS,
+                                .absent = "multicast isn't enabled at %s"};
 const CliObject rm_mac_filter_mode = {
-    table_desc_rmServiceMacFilterModeTable, INDEX_TO_ONU,
-    edit_row<ov_rmServiceMacFilterModeTable_attr_t, ov_app_gpon_rm_mac_filter_mode_edit>, RM_SERVICE_WORDS};
+    .table = table_desc_rmServiceMacFilterModeTable,
+    .from_session = INDEX_TO_ONU,
+    .edit = edit_row<ov_rmServiceMacFilterModeTable_attr_t, ov_app_gpon_rm_mac_filter_mode_edit>,
+    .words = RM_SERVICE_WORDS,
+    .absent = "there is no remote service %s"};
 const CliObject rm_mac_filter_limit = {
-    table_desc_rmServiceMacFilterDynamicTable, INDEX_TO_ONU,
-    edit_row<ov_rmServiceMacFilterDynamicTable_attr_t, ov_app_gpon_rm_mac_filter_dyn_edit>, RM_SERVICE_WORDS};
+    .table = table_desc_rmServiceMacFilterDynamicTable,
+    .from_session = INDEX_TO_ONU,
+    .edit = edit_row<ov_rmServiceMacFilterDynamicTable_attr_t, ov_app_gpon_rm_mac_filter_dyn_edit>,
+    .words = RM_SERVICE_WORDS,
+    .absent = "there is no remote service %s of mode dynamic"};
 const CliObject rm_tr069 = {table_desc_sRmTr069MgmtTable, INDEX_TO_ONU,
                             edit_row<ov_sRmTr069MgmtTable_attr_t, ov_app_gpon_rm_tr069_mgmt_edit>};
-const CliObject rm_uni_poe = {table_desc_sRmUniPoeTable, INDEX_TO_ONU,
-                              edit_row<ov_sRmUniPoeTable_attr_t, ov_app_gpon_rmunipoe_edit>, UNI_POE_WORDS};
+const CliObject rm_uni_poe = {.table = table_desc_sRmUniPoeTable,
+                              .from_session = INDEX_TO_ONU,
+                              .edit = edit_row<ov_sRmUniPoeTable_attr_t, ov_app_gpon_rmunipoe_edit>,
+                              .words = UNI_POE_WORDS,
+                              .absent = "%s has no Power over Ethernet"};
 const CliObject rm_onu_poe = {table_desc_sRmOnuPoeTable, INDEX_TO_ONU,
                               edit_row<ov_sRmOnuPoeTable_attr_t, ov_app_gpon_rmonupoe_edit>};
 const CliObject rm_optics = {

@@ -206,6 +206,15 @@ int fail(const CliSetting& setting, const CliCall& call, const char* word, const
 
 } // namespace
 
+void cli_tell_absent(const CliObject& object, const CliCall& call, const void* row) {
+    if (object.absent == nullptr || is_there(object.table, row))
+        return;
+    std::string reason = object.absent;
+    if (const size_t place = reason.find("%s"); place != reason.npos)
+        reason.replace(place, 2, call.words.text(object.words.front().name));
+    ov_refusal_because("%s", reason.c_str());
+}
+
 int cli_setting_cli(CliCall& call) {
     const auto& setting = *static_cast<const CliSetting*>(call.command.description);
     const CliObject& object = *setting.object;
@@ -214,6 +223,8 @@ int cli_setting_cli(CliCall& call) {
         return refusal;
     if (object.missing != nullptr && !is_there(object.table, row.get()))
         return call.fail_of(object.missing, last_index(object.table, row.get()), KAVO_CLI_BAD_INPUT);
+
+    cli_tell_absent(object, call, row.get());
 
     const auto arguments = call.words.arguments();
     const char* const word = arguments.empty() ? "" : arguments.back();

@@ -47,6 +47,8 @@ struct CliObject {
     // What a row that isn't there is refused with, its "%d" the last number of the index; null for rows that
     // the application looks for.
     const char* missing = nullptr;
+    // Why there is no row, in an operator's words, "%s" its word; for rows that come and go with something.
+    const char* absent = nullptr;
 };
 
 // The record of a row, cleared.
@@ -141,6 +143,9 @@ struct CliCommand {
 
 // The handler of all settings.
 int cli_setting_cli(CliCall& call);
+
+// States why there is no row, if there is none: for handlers of their own that write rows of an object.
+void cli_tell_absent(const CliObject& object, const CliCall& call, const void* row);
 
 // Installs a file's commands, in its order. What is wrong in itself is logged at error level and left out:
 // beside the reasons of kavo_cmd_install, a setting with an argument that it has no use for.

@@ -205,6 +205,8 @@ def test_a_card_that_refuses_leaves_nothing_behind(home):
 
 
 def test_no_log_has_a_password(home):
+    for line in ("debug gpon tipc", "debug gpon snmp detail"):
+        assert home.typed((), line) == ([0], "")
     typed(home, *ALL)
     home.on_onu(WANS[0])  # is refused: it is there already
     home.on_onu("remote wan 4 route other pppoe anna gre4t|secret vlan-mode tag 0 priority 0")

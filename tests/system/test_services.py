@@ -5,6 +5,7 @@ import pytest
 
 from snmp_manager import Table
 from test_provision import INT, TEXT, UINT, Chassis, add_onu, serial
+from test_refusals import mark, refusals
 from test_restore import replay, restart_card
 
 ONU = (1, 1, 1, 7)
@@ -102,6 +103,33 @@ def test_filters_that_cannot_be_are_refused_and_change_nothing(world):
     assert world.filters() == before
     assert world.rules.create((*ONU, 2, 2), {4: "abcdef"}) == "noError"
     assert world.kept()[:4] == [2, 2, 2, 2]
+
+
+def test_a_refused_request_says_why_and_names_the_variable(world):
+    assert world.services.create((*ONU, 1), vlan(100)) == "noError"
+    assert world.rules.create((*ONU, 1, 1), {4: "abcdef"}) == "noError"
+    assert world.srvprofile.create((1,), {4: "KLM-618"}) == "noError"
+    cases = [
+        (world.services, (*ONU, 2), vlan(100) | {9: 4}, 1,
+         "remote service 1 of type 1 takes the same traffic, or tells it apart otherwise"),
+        (world.services, (*ONU, 1), {7: 5, 6: 65537}, 2, "65537 is no number of the ONU's"),
+        (world.services, (1, 1, 1, 9, 1), vlan(1) | {9: 4}, 1, "no ONU gpon-onu1/1:9"),
+        (world.services, (1, 31, 15, 2, 1), vlan(1) | {9: 4}, 1, "no service profile 2"),
+        (world.services, (1, 31, 15, 1, 1), {5: 1, 7: 1, 6: 3, 9: 4}, 3, "service profile 1 has no GEM port 3"),
+        (world.rules, (*ONU, 1, 2), {2: 1, 4: "abcdef", 5: 4}, 2, "rule 1 of the service has this address"),
+        (world.rules, (*ONU, 1, 256), {4: "ghijkl", 5: 4}, 1, "rule 256 of remote service 1 can't be"),
+        (world.limits, (*ONU, 1), {2: 6}, 1, "the row is there while remote service 1 filters dynamically"),
+    ]
+    wrong = []
+    for table, index, values, place, reason in cases:
+        before = mark(world.chassis)
+        name = ".".join(map(str, index))
+        kinds = table.columns | {table.status: INT}
+        answer = world.manager.set(*((f"{table.entry}.{column}.{name}", kinds[column], value) for column, value in values.items()))
+        (logged,) = refusals(world.chassis, before) or ("",)
+        if (answer["status"], answer["index"]) != ("badValue", place) or not logged.endswith(f": {reason}"):
+            wrong.append((index, values, answer["status"], answer["index"], logged))
+    assert wrong == []
 
 
 def test_a_refusal_of_the_card_leaves_all_as_it_was(world):

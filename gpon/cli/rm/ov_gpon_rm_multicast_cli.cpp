@@ -49,6 +49,7 @@ int set_vlan(CliCall& call) {
     Multicast row;
     if (const int refusal = gpon_rm_uni_key(call, "ETHUNI", row); refusal != 0)
         return refusal;
+    cli_tell_absent(rm_multicast, call, &row);
     const mib_long vlan = call.words.has("untag") ? 0 : call.words.number("vlan");
     const TagAction tag = action_of(call.words);
     MIB_Flags_t columns =

@@ -76,7 +76,7 @@ constexpr RmItem OF_ONU[] = {
 template <typename Row>
 int read(const CliCall& call, Row& row, const char* not_up, const char* failure) {
     if (find_row(row) == nullptr) {
-        ov_refusal_because("the ONU has none");
+        ov_refusal_because("it has no Power over Ethernet");
         return call.fail(failure);
     }
     if (!gpon_rm_onu_is_up(row)) {

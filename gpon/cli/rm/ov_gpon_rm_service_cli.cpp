@@ -34,15 +34,25 @@ mib_long type_of(const CliWords& words) {
     return 0;
 }
 
+// The UNI of the line, if it has one. 0, or the result of a refusal, behind its text. A keyword whose number
+// was forgotten reads as a UNI.
+int take_uni(const CliCall& call, Service& row) {
+    row.sRmServiceTableOnuPortType = OV_GPON_RMUNI_TYPE_NONE;
+    if (!call.words.has("ETHUNI"))
+        return 0;
+    const std::string_view word = call.words.text("ETHUNI");
+    if (word == "vlan" || word == "cos")
+        ov_refusal_because("\"%s\" needs a number behind it", word.data());
+    return gpon_rm_put_uni(call, "ETHUNI", row);
+}
+
 // All forms of "service". What a form hasn't is written too, so that nothing is left of a service that the
 // number had before.
 int add_service(CliCall& call) {
     auto row = gpon_cli_onu_key<Service>(call.vty);
     row.rmServiceID = call.words.number<mib_ulong>("service");
-    row.sRmServiceTableOnuPortType = OV_GPON_RMUNI_TYPE_NONE;
-    if (call.words.has("ETHUNI"))
-        if (const int refusal = gpon_rm_put_uni(call, "ETHUNI", row); refusal != 0)
-            return refusal;
+    if (const int refusal = take_uni(call, row); refusal != 0)
+        return refusal;
     row.sRmServiceTableRmServiceType = type_of(call.words);
     row.sRmServiceTableGemId = call.words.number<mib_ulong>("gem");
     row.sRmServiceTableVlanId = call.words.number_or("vlan", 0);

@@ -96,8 +96,9 @@ int ipc_sync_send_until(int ipc_handle, const ipc_peer& to, const ipc_exchange& 
 // IPC_RC_NO_MESSAGE when none has, IPC_RC_RTRNED_MSG_WAITING when a request stands in front (it is left for
 // the next send to report), IPC_RC_FAILED.
 int ipc_take_returned(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg);
-// ipc_take_message by handle, or IPC_RC_INVALID_IDENT.
-int ipc_take(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg, int* returned);
+// Takes what has arrived, without waiting and without a look at what came back: a length, IPC_RC_NO_MESSAGE,
+// IPC_RC_FAILED.
+int ipc_take_arrived(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg);
 // Whether the message that came back and is next to be taken is a request.
 bool ipc_request_came_back(int ipc_handle);
 
@@ -116,7 +117,7 @@ int ipcSyncSend_impl_sem(int ipc_handle, uint32_t dest_serv_id, uint32_t dest_su
                          void* reply, int reply_size, int timeout, ipc_non_reply_callback_t callback);
 int ipc_sync_send_until_sem(int ipc_handle, const ipc_peer& to, const ipc_exchange& exchange);
 int ipc_take_returned_sem(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg);
-int ipc_take_sem(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg, int* returned);
+int ipc_take_arrived_sem(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg);
 int ipcReceive_impl_sem(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned, int timeout);
 int ipcReceiveNonB_impl_sem(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned);
 

@@ -46,9 +46,12 @@ int ipc_take_message(IPC_service_reg_st& reg, ipc_header* hdr, std::span<uint8_t
     return accept(received, *hdr, msg);
 }
 
-int ipc_take(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg, int* returned) {
-    IPC_service_reg_st* reg = ipc_registration(ipc_handle);
-    return reg != nullptr ? ipc_take_message(*reg, hdr, msg, returned) : int(IPC_RC_INVALID_IDENT);
+int ipc_take_arrived(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg) {
+    const IPC_service_reg_st* reg = ipc_registration(ipc_handle);
+    if (reg == nullptr)
+        return IPC_RC_INVALID_IDENT;
+    const wi_ipc_frame_buffer buffer = {{reinterpret_cast<uint8_t*>(hdr), sizeof(*hdr)}, msg};
+    return accept(wi_ipc_receive(reg->sockets, buffer), *hdr, msg);
 }
 
 bool ipc_request_came_back(int ipc_handle) {

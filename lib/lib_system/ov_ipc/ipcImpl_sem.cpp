@@ -66,8 +66,8 @@ int ipc_take_returned_sem(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* m
     return with_sem(ipc_take_returned, ipc_handle, hdr, msg);
 }
 
-int ipc_take_sem(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg, int* returned) {
-    return with_sem<ipc_header*, std::span<uint8_t>, int*>(ipc_take, ipc_handle, hdr, msg, returned);
+int ipc_take_arrived_sem(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg) {
+    return with_sem<ipc_header*, std::span<uint8_t>>(ipc_take_arrived, ipc_handle, hdr, msg);
 }
 
 int ipcReceive_impl_sem(int ipc_handle, ipc_header* hdr, void* msg, int size, int* returned, int timeout) {

@@ -147,19 +147,18 @@ int ipc_post_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size) {
     return rc;
 }
 
-int ipc_post_request(IPC_APP_CB_T* cb, uint32_t serv_id, uint32_t sub, const void* msg, int size,
-                     uint32_t* msg_id) {
+int ipc_post_request(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size, uint32_t* msg_id) {
     if (!sendable(cb, msg, size))
         return IPC_RC_FAILED;
     Frame frame;
     frame.fill(msg, size);
-    return ipcSendReq_impl_sem(cb->ipcHandle, serv_id, sub, frame.msg(), size, msg_id);
+    return ipcSendReq_impl_sem(cb->ipcHandle, cb->serv_id, sub, frame.msg(), size, msg_id);
 }
 
-int ipc_take_msg(IPC_APP_CB_T* cb, ipc_header* header, void* buf, int size, int* returned) {
+int ipc_take_msg(IPC_APP_CB_T* cb, ipc_header* header, void* buf, int size) {
     if (cb == nullptr || header == nullptr || buf == nullptr || size < 0)
         return IPC_RC_FAILED;
-    return ipc_take_sem(cb->ipcHandle, header, {static_cast<uint8_t*>(buf), size_t(size)}, returned);
+    return ipc_take_arrived_sem(cb->ipcHandle, header, {static_cast<uint8_t*>(buf), size_t(size)});
 }
 
 int ipc_take_returned_msg(IPC_APP_CB_T* cb, ipc_header* header, std::span<uint8_t>* msg) {

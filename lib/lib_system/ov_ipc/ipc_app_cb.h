@@ -58,14 +58,13 @@ int ipc_post_msg(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size);
 // a request stands in front, which the next send reports. Ends the process on any other result.
 int ipc_take_returned_msg(IPC_APP_CB_T* cb, ipc_header* header, std::span<uint8_t>* msg);
 
-// Sends a request to (serv_id, sub) without waiting for the reply, which is taken with ipc_take_msg and has
-// the id that `msg_id` gets. Results as ipc_post_msg. A name that requests go out under has no other use:
-// ipc_send_sync_msg on it would drop their replies.
-int ipc_post_request(IPC_APP_CB_T* cb, uint32_t serv_id, uint32_t sub, const void* msg, int size,
-                     uint32_t* msg_id);
-// Takes whatever is there, without waiting: a reply, or (`returned` 1) a message that came back. Its length,
-// of which at most `size` bytes are in `buf`; IPC_RC_NO_MESSAGE; another ipc_rc.
-int ipc_take_msg(IPC_APP_CB_T* cb, ipc_header* header, void* buf, int size, int* returned);
+// Sends a request to (cb->serv_id, sub) without waiting for the reply, which has the id that `msg_id` gets:
+// it is taken with ipc_take_msg, or, while a sync send on the block waits for another, goes to its callback.
+// Results as ipc_post_msg.
+int ipc_post_request(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int size, uint32_t* msg_id);
+// Takes a message that has arrived, without waiting, and none that came back. Its length, of which at most
+// `size` bytes are in `buf`; IPC_RC_NO_MESSAGE; another ipc_rc.
+int ipc_take_msg(IPC_APP_CB_T* cb, ipc_header* header, void* buf, int size);
 
 // Sends a one-way message to (cb->serv_id, sub). A message that comes back is tried once more after a
 // millisecond. IPC_RC_RTRNED_MSG_WAITING means sent, and that an older message had come back: it has been

@@ -64,6 +64,10 @@ int ov_app_gpon_rm_mac_filter_static_del(ov_rmServiceMacFilterStaticTable_attr_t
 
 // Makes the mode's row of a service that has come. False behind a log line.
 bool ov_app_gpon_rm_mac_filter_mode_add(const ov_sRmServiceTable_attr_t& service);
+// The same for a service that had to stay when its filter had gone, in the tables alone.
+void ov_app_gpon_rm_mac_filter_put_back(const ov_sRmServiceTable_attr_t& service);
+// Makes or removes the limit's row, in the table alone, as the mode of that row wants it.
+void ov_app_gpon_rm_mac_filter_dyn_put_back(const ov_rmServiceMacFilterModeTable_attr_t& mode);
 // Removes what is left of an ONU's filters, in the tables alone.
 void ov_app_gpon_rm_mac_filter_iterate_del(const ov_sOnuTable_attr_t& onu);
 

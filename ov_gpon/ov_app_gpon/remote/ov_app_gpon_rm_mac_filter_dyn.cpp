@@ -50,6 +50,16 @@ int ov_app_gpon_rm_mac_filter_dyn_edit(ov_rmServiceMacFilterDynamicTable_attr_t*
     return DOORS.edit(attr, flag);
 }
 
+void ov_app_gpon_rm_mac_filter_dyn_put_back(const ov_rmServiceMacFilterModeTable_attr_t& mode) {
+    static constexpr FollowRows<Mode, Row> SILENT = {
+        .key = service_key<Row, Mode>,
+        .add = MIB_CREATEGO_S_N,
+        .remove = MIB_DEL_S_N,
+        .appid = &gpon_rm_mac_filter_dyn_appid,
+    };
+    follow_all(SILENT, mode, mode.rmSmfmMode == RMSMFMMODE_DYNAMIC);
+}
+
 ov_bmp_t ov_rmservice_macfilter_dynamic_table_attr_mask_get(const void* row) {
     return mac_filter_dyn_map.replay_mask(row);
 }

@@ -30,6 +30,14 @@ constexpr FollowRows<Service, Row> FOLLOWS_SERVICE = {
 constexpr RmOwnerRules OWNER = {};
 constexpr RmDoors<Row> DOORS = {.table = "rm_mac_filter_mode", .appid = &gpon_rm_mac_filter_mode_appid};
 
+// The limit has followed the new mode already, which the card didn't take.
+void put_limit_back(RowChange<Row>& change) {
+    Row before = change.row;
+    before.rmSmfmMode = change.row.old_rmSmfmMode;
+    if (change.sets() && change.has(column::rmSmfmMode))
+        ov_app_gpon_rm_mac_filter_dyn_put_back(before);
+}
+
 template <typename Filter>
 void remove_left(const ov_sOnuTable_attr_t& onu) {
     static constexpr OwnedRows<Filter> OWNED = {.remove = MIB_DEL_S_N,
@@ -52,6 +60,12 @@ bool ov_app_gpon_rm_mac_filter_mode_add(const ov_sRmServiceTable_attr_t& service
     return follow_all(FOLLOWS_SERVICE, service, true);
 }
 
+void ov_app_gpon_rm_mac_filter_put_back(const ov_sRmServiceTable_attr_t& service) {
+    Row row = service_key<Row>(service);
+    if (mib_access(MIB_CREATEGO_S_N, row, mibDefFlags, gpon_rm_mac_filter_mode_appid))
+        ov_app_gpon_rm_mac_filter_dyn_put_back(row);
+}
+
 void ov_app_gpon_rm_mac_filter_iterate_del(const ov_sOnuTable_attr_t& onu) {
     remove_left<ov_rmServiceMacFilterStaticTable_attr_t>(onu);
     remove_left<ov_rmServiceMacFilterDynamicTable_attr_t>(onu);
@@ -72,6 +86,7 @@ int ov_mac_filter_mode_table_set_callback(MIBDID did, void* row, MIB_Flags_t col
         .dumps = true,
         .follow = rm_follow_on_pair<SYNC_RMONU_MACFILTER_MODE>,
         .not_supported = NotSupported::FOLLOW,
+        .give_back = put_limit_back,
         .failure = "set rm macfilter mode to hal error",
     };
     return run_set_callback(CALLBACK, did, row, column_flag);

@@ -122,6 +122,13 @@ int follow(Change& change) {
     return rm_follow_on_pair<SYNC_RMONU_SERVICE>(change);
 }
 
+// A service that the card didn't let go has a filter again, as a new one has: its own has gone in front of
+// it.
+void put_filter_back(Change& change) {
+    if (change.deletes())
+        ov_app_gpon_rm_mac_filter_put_back(change.row);
+}
+
 // ---- the rows' life ---------------------------------------------------------------------------------------
 
 void log_left(const char* failure, const Row& row) {
@@ -226,6 +233,7 @@ int ov_rmservice_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_fl
         .dumps = true,
         .follow = follow,
         .not_supported = NotSupported::FOLLOW,
+        .give_back = put_filter_back,
         .failure = "set rm service to hal error",
     };
     return run_set_callback(CALLBACK, did, row, column_flag);

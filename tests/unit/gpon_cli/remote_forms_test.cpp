@@ -2,10 +2,12 @@
 // ends of what its arguments take, entered, saved, entered again. Driven by the syntaxes themselves.
 #include "remote_fixture.h"
 
+#include <random>
 #include <sstream>
 
 #include "cli_forms.h"
 #include "command_syntaxes.h"
+#include "rm/ov_gpon_rm_wan_forms.h"
 #include "sRmVoipSipAgentConfigTable.h"
 #include "sRmVoipSipUserDataTable.h"
 #include "sRmWanTable.h"
@@ -289,6 +291,73 @@ CLI_TEST(RemoteForms, AWirelessNetworkThatNoFormSaysHasNoLine) {
         wifi = made;
     }
     EXPECT_EQ(saved(place, "remote wifi"), Texts{line});
+}
+
+// What a manager may do to rows: other values in some columns, near what commands give and far from it.
+class Manager {
+public:
+    size_t choose(size_t among) { return std::uniform_int_distribution<size_t>(0, among - 1)(random_); }
+    template <typename Row>
+    void change(Row& row) {
+        const auto columns = table_of<Row>::module().desc().columns;
+        for (size_t times = choose(4); times > 0; times--) {
+            const ColumnDesc& column = columns[choose(columns.size())];
+            fill(column, reinterpret_cast<char*>(&row) + column.offset);
+        }
+    }
+
+private:
+    int number(int least, int most) { return std::uniform_int_distribution<int>(least, most)(random_); }
+    void fill(const ColumnDesc& column, char* at) {
+        const uint32_t address = static_cast<uint32_t>(number(0, 0x7fffffff));
+        const int value = number(0, 3) == 0 ? number(-1, 4100) : number(0, 16);
+        if (column.type == ColType::TEXT) {
+            memset(at, 0, column.size);
+            for (int length = number(0, column.limit); length > 0; length--)
+                *at++ = static_cast<char>(number(0, 99) == 0 ? number(1, 255) : number('!', 'z'));
+        } else if (column.type == ColType::IPADDR) {
+            memcpy(at, &address, sizeof address);
+        } else if (column.type != ColType::ROWSTATUS) {
+            memcpy(at, &value, sizeof value);
+        }
+    }
+
+    std::mt19937 random_{7};
+};
+
+CLI_TEST(RemoteForms, WhatIsSavedOfAChangedRowMakesTheSameLine) {
+    const Place place = places()[0];
+    Manager manager;
+    int saved_rows = 0;
+    const auto play = [&]<typename Row>(Row* /*type*/, const std::string& beginning, const Texts& lines,
+                                        const CliRowForms& forms) {
+        run(far_, lines[manager.choose(lines.size())]);
+        Row row = rows_copied(onu_key<Row>(3, 2, 7), INDEX_TO_ONU)[0];
+        manager.change(row);
+        remove_all<Row>();
+        const std::string line = forms.line(&row);
+        if (line.empty())
+            return;
+        EXPECT_EQ(run(far_, line), "") << line;
+        EXPECT_EQ(saved(place, beginning), Texts{line});
+        remove_all<Row>();
+        saved_rows++;
+    };
+    const auto all_lines = [](const std::string& beginning, const std::string& with) {
+        Texts lines;
+        for (const std::string& syntax : syntaxes_of(beginning, with))
+            for (const std::string& line : lines_of(syntax))
+                lines.push_back(line);
+        return lines;
+    };
+    const Texts wans = all_lines("remote wan ", "");
+    const Texts networks = all_lines("remote wifi ", " mode ");
+    for (int i = 0; i < 2000; i++) {
+        play(static_cast<Wan*>(nullptr), "remote wan ", wans, gpon_rm_wan_forms());
+        play(static_cast<Wifi*>(nullptr), "remote wifi ", networks, gpon_rm_wifi_forms());
+    }
+    EXPECT_GT(saved_rows, 1000);
+    EXPECT_LT(saved_rows, 3500);
 }
 
 CLI_TEST(RemoteForms, ASwitchedOffNetworkIsSavedBehindItself) {

@@ -447,13 +447,28 @@ CLI_TEST(RemoteWan, ASipUser) {
 
 CLI_TEST(RemoteWan, TheStateOfALineIsAskedOfTheOnu) {
     ov_rm_voip_line_status_attr_t record = {};
+    record.voipVoiceSerStatus = 5;
+    record.voipPortSessionType = 2;
+    record.voipCodecUsed = 18;
     chassis_.card_reads(OV_HAL_MSG_GPON_RMONU_VOIP_LINE_STATUS, record);
     const std::string shown = run(far_, "show onu remote sip-user pots_1/1 status");
-    EXPECT_THAT(shown, testing::HasSubstr("pots_1/1   server status"));
+    for (const char* line :
+         {"pots_1/1   read                     now\n",
+          "pots_1/1   server status            registration failed: authentication\n",
+          "pots_1/1   session                  3 way\n", "pots_1/1   codec                    G.729\n"})
+        EXPECT_THAT(shown, testing::HasSubstr(line));
     EXPECT_EQ(told(OV_HAL_MSG_GPON_RMONU_VOIP_LINE_STATUS), 1u);
-    EXPECT_EQ(run(far_, "show onu remote sip-user pots_1/2 status", 104006),
-              "%Failed to get voip voice server status\n");
+    const char* failure = "%Failed to get voip voice server status\n";
+    EXPECT_EQ(run(far_, "show onu remote sip-user pots_1/2 status", 104006), failure);
     EXPECT_EQ(run(far_, "show onu remote sip-user pots status", 104006), "%Bad format ONU interface pots\n");
+    chassis_.card_answers(OV_HAL_MSG_GPON_RMONU_VOIP_LINE_STATUS, 1009);
+    EXPECT_EQ(run(far_, "show onu remote sip-user pots_1/1 status", 104006), failure);
+    const_cast<ov_sOnuTable_attr_t&>(*find_row(onu_key<ov_sOnuTable_attr_t>(3, 2, 7))).sOnuTableOnuState =
+        SONUTABLEONUSTATE_ADDED;
+    const size_t before = told(OV_HAL_MSG_GPON_RMONU_VOIP_LINE_STATUS);
+    EXPECT_THAT(run(far_, "show onu remote sip-user pots_1/1 status"),
+                testing::HasSubstr("read                     earlier\n"));
+    EXPECT_EQ(told(OV_HAL_MSG_GPON_RMONU_VOIP_LINE_STATUS), before);
 }
 
 } // namespace

@@ -84,8 +84,8 @@ TEST(HalRequest, TheReplyComesByTheLoopAndNotBefore) {
         EXPECT_EQ(wire::get32(seen, wire::FRAME), 1u);
         EXPECT_EQ(wire::get16(seen, wire::NL + 4), TYPE);
         EXPECT_EQ(wire::get32(seen, wire::NL + 12), 1001u);
-        EXPECT_EQ(wire::get32(seen, 12), 111u); // not the name of hal_send
-        EXPECT_EQ(wire::get32(seen, 16), 10100u + HalChassis::OWN_SLOT);
+        EXPECT_EQ(wire::get32(seen, 12), 101u); // the name that agents know
+        EXPECT_EQ(wire::get32(seen, 16), 11100u + HalChassis::OWN_SLOT);
     });
 }
 
@@ -149,7 +149,7 @@ TEST(HalRequest, ReturnCodesAreThoseOfASend) {
     });
 }
 
-TEST(HalRequest, AnAnswerThatCannotBeOneIsNone) {
+TEST(HalRequest, AnAnswerThatCannotBeOneFailsTheRequest) {
     hal_chassis::run([](HalChassis&) {
         const FakeCard card(3, [](FakeCard& self, const wire::Bytes& request) {
             wire::Bytes reply = self.reply_to(request, 0);
@@ -166,7 +166,7 @@ TEST(HalRequest, AnAnswerThatCannotBeOneIsNone) {
         ASSERT_TRUE(asker.wait_for(2));
         for (const Ended& each : asker.ended) {
             EXPECT_EQ(each.result, unsigned{KAVO_ERR});
-            EXPECT_EQ(each.answered, -1);
+            EXPECT_EQ(each.answered, each.asked); // nothing of it came in
         }
     });
 }
