@@ -55,11 +55,14 @@ def test_thresholds_are_the_modules_while_the_port_is_on_and_else_those_read_las
     assert optics.card(1)["reasons"] == {}
 
 
-def test_a_card_that_cannot_tell_its_thresholds_fails_the_read(optics):
+def test_of_a_card_that_cannot_tell_a_manager_sees_what_was_read_last(optics):
     set_admin(optics, "up")
-    optics.chassis.card_fault(1, "code", type="pon-module-threshold", code=1008)
-    entry = optics.threshold.entry
-    assert optics.manager.get(f"{entry}.2.1.1.1")["status"] != "noError"
+    for code in (1008, 1009):
+        optics.chassis.card_fault(1, "code", type="pon-module-threshold", code=code)
+        assert optics.threshold.get(PORT, 2) == "0"
+    assert optics.threshold.get(PORT, 2) == "150"
+    optics.chassis.simctl("optics", PORT_NAME, "txPwr_low=5")
+    optics.chassis.card_fault(1, "code", type="pon-module-threshold", code=1009)
     assert optics.threshold.get(PORT, 2) == "150"
 
 
