@@ -73,6 +73,8 @@ public:
     const CardObjects& objects() const { return objects_; }
     Onus& onus() { return onus_; }
     const Onus& onus() const { return onus_; }
+    // What somebody has set of the optical module of a PON port.
+    SetReadings& module(uint32_t port) { return values_.module(port); }
     Faults& faults() { return faults_; }
     const CardCounters& counters() const { return counters_; }
     // The last texts for the driver.

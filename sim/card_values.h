@@ -9,6 +9,7 @@
 #include "card_frame.h"
 #include "card_objects.h"
 #include "onu.h"
+#include "readings.h"
 
 class CardValues {
 public:
@@ -20,6 +21,8 @@ public:
     // All counters, or those of a port, start at 0 again.
     void restart();
     void clear_port(uint32_t index);
+    // What somebody has set of the optical module of a PON port.
+    SetReadings& module(uint32_t index) { return modules_[index]; }
 
 private:
     void fill_unis(const CardRequest& request, const Onu& onu, std::span<uint8_t> record) const;
@@ -32,4 +35,5 @@ private:
     Onus::Clock::time_point start_ = Onus::Clock::now();
     // When the counters of a message and index were read and cleared.
     std::map<std::pair<uint32_t, uint32_t>, Onus::Clock::time_point> cleared_;
+    std::map<uint32_t, SetReadings> modules_; // by index of the port
 };

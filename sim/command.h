@@ -86,6 +86,7 @@ std::span<const Command> card_event_commands();
 std::span<const Command> onu_commands();
 std::span<const Command> uni_commands();
 std::span<const Command> home_commands();
+std::span<const Command> optics_commands();
 
 // The rest of "show onu".
 Action parse_show_onu(Chassis& chassis, Arguments& args);
