@@ -10,9 +10,6 @@ int ov_app_dump_qos_cfg_vtysh(struct vty* /*vty*/) {
 int ov_gpon_cli_pon_protect_cfg_write(struct vty* /*vty*/) {
     return 0; // TODO: protection groups
 }
-int ov_gpon_uplink_pm_cfg(struct vty* /*vty*/) {
-    return 0; // TODO: performance records of uplink ports
-}
 
 int ov_gpon_cli_pon_port_threshold_alarm_cfg(struct vty* /*vty*/, const ov_sPonTable_attr_t& /*port*/) {
     return 0; // TODO: optical thresholds
