@@ -7,6 +7,3 @@ int ov_app_dump_qos_cfg_vtysh(struct vty* /*vty*/) {
 int ov_gpon_cli_pon_protect_cfg_write(struct vty* /*vty*/) {
     return 0; // TODO: protection groups
 }
-int ov_gpon_uplink_pm_cfg(struct vty* /*vty*/) {
-    return 0; // TODO: performance records of uplink ports
-}
