@@ -1,6 +1,7 @@
 // What stands behind ONUs, on a chassis that fills up: the rows of UNIs that come and go with each ONU, the
-// ticks of the task that fetches their counters, and the replay of their settings to a card that comes up
-// beside as many bare sends. See README.md.
+// ticks of the task that fetches their counters, services with their filters, a home with all that can be set
+// there beside its bare round trips, and the replay of all that to a card that comes up beside as many bare
+// sends. See README.md.
 //
 //   remote_bench [SLOTS]     fills SLOTS (14) cards, 2048 ONUs each
 #include <algorithm>
@@ -12,9 +13,11 @@
 #include "bench_application.h"
 #include "hal_outbox.h"
 #include "ov_app_gpon_config_restore_tables.h"
+#include "ov_app_gpon_rmservice.h"
 #include "ov_app_gpon_rmunipm_task.h"
 #include "ov_app_gpon_rmunistatus.h"
 #include "ov_app_gpon_rmunivlan.h"
+#include "remote_home.h"
 #include "sRmUniPmTable.h"
 
 namespace {
@@ -22,6 +25,8 @@ namespace {
 using namespace bench_application;
 using Status = ov_sRmUniStatusTable_attr_t;
 using Vlan = ov_sRmUniVlanTable_attr_t;
+using SipUser = ov_sRmVoipSipUserDataTable_attr_t;
+using UniPoe = ov_sRmUniPoeTable_attr_t;
 
 void print_blocks(const char* what, const std::vector<double>& blocks) {
     printf("%-8s per ONU: first %d %.1f us, last %d %.1f us (%.2f), best %.1f us\n", what, BLOCK,
@@ -73,6 +78,58 @@ void measure_counters(int cards) {
            ticks.empty() ? 0 : *std::max_element(ticks.begin(), ticks.end()), save);
 }
 
+// ---- services ---------------------------------------------------------------------------------------------
+
+constexpr int SERVICES = 4; // of an ONU, each of a VLAN
+
+void add_services(int slot, int port, int onu) {
+    for (int id = 1; id <= SERVICES; ++id) {
+        auto row = row_of<ov_sRmServiceTable_attr_t>(slot, port, onu);
+        row.rmServiceID = static_cast<mib_ulong>(id);
+        row.sRmServiceTableRmServiceType = OV_GPON_RM_SERVICE_VLAN;
+        row.sRmServiceTableGemId = 1;
+        row.sRmServiceTableVlanId = 100 + id;
+        MIB_Flags_t flags = columns(sRmServiceTable_column::sRmServiceTableRmServiceType,
+                                    sRmServiceTable_column::sRmServiceTableGemId,
+                                    sRmServiceTable_column::sRmServiceTableVlanId);
+        check(ov_app_gpon_rmservice_add(&row, &flags), "service", slot, port, onu);
+    }
+}
+
+void delete_services(int slot, int port, int onu) {
+    const auto row = row_of<ov_sOnuTable_attr_t>(slot, port, onu);
+    check(ov_rmservice_table_iterate_del(&row) == 1 ? OV_GPON_RET_OK : OV_GPON_RET_FAIL, "no service", slot,
+          port, onu);
+}
+
+// ---- homes ------------------------------------------------------------------------------------------------
+
+// Microseconds for each home of a port.
+double homes_of_port(int slot, int port, bool bare, int& rows) {
+    const double usec = usec_of([&] {
+        for (int onu = 1; onu <= ONUS; ++onu) {
+            RemoteHome home = {.slot = slot, .port = port, .onu = onu, .bare = bare};
+            home.write_all();
+            rows = home.rows;
+        }
+    });
+    return usec / ONUS;
+}
+
+// Best of some ports each, by turns.
+void measure_homes(int slot) {
+    int rows = 0;
+    double doors = 0;
+    double bare = 0;
+    for (int port = 1; port <= PORTS; ++port) {
+        const double a = homes_of_port(slot, port, false, rows);
+        const double b = homes_of_port(slot, port, true, rows);
+        doors = port == 1 ? a : std::min(doors, a);
+        bare = port == 1 ? b : std::min(bare, b);
+    }
+    printf("a home of %d rows: %.0f us, bare %.0f us (%.2f)\n", rows, doors, bare, doors / bare);
+}
+
 // ---- replay -----------------------------------------------------------------------------------------------
 
 template <typename Row>
@@ -93,7 +150,8 @@ void wait_for_card(int slot) {
 
 // The same messages from memory, in the same order and with the same masks.
 template <typename Row, typename Record>
-double bare_sends(int slot, int message, const MessageMap<Row, Record>& map) {
+double bare_sends(int slot, int message, const MessageMap<Row, Record>& map,
+                  ov_hal_gpon_msg_action_t action) {
     struct Message {
         Record record;
         ov_bmp_t mask;
@@ -102,11 +160,11 @@ double bare_sends(int slot, int message, const MessageMap<Row, Record>& map) {
     for (const Row& row : rows_under(slot_key<Row>(slot), INDEX_TO_SLOT)) {
         Message& made = messages.emplace_back();
         map.encode(&row, &made.record);
-        made.mask = map.replay_mask(&row);
+        made.mask = action == OV_HAL_GPON_MSG_ACTION_SET ? map.replay_mask(&row) : 0;
     }
     return usec_of([&] {
         for (Message& each : messages)
-            ov_hal_gpon_msg_send(message, OV_HAL_GPON_MSG_ACTION_SET, &each.record, each.mask, 0);
+            ov_hal_gpon_msg_send(message, action, &each.record, each.mask, 0);
         wait_for_card(slot);
     });
 }
@@ -114,16 +172,17 @@ double bare_sends(int slot, int message, const MessageMap<Row, Record>& map) {
 // Best of some turns each, by turns: where a turn falls on a busy machine is luck.
 template <typename Row, typename Record>
 void measure_replay(const char* what, int slot, const RestoreTable& table, int message,
-                    const MessageMap<Row, Record>& map) {
+                    const MessageMap<Row, Record>& map,
+                    ov_hal_gpon_msg_action_t action = OV_HAL_GPON_MSG_ACTION_SET) {
     constexpr int TURNS = 5;
     double replay = 0;
     double bare = 0;
     for (int turn = 0; turn < TURNS; ++turn) {
         const double a = usec_of([&] {
-            table(slot, OV_HAL_GPON_MSG_ACTION_SET);
+            table(slot, action);
             wait_for_card(slot);
         });
-        const double b = bare_sends(slot, message, map);
+        const double b = bare_sends(slot, message, map, action);
         replay = turn == 0 ? a : std::min(replay, a);
         bare = turn == 0 ? b : std::min(bare, b);
     }
@@ -147,12 +206,26 @@ int main(int argc, char** argv) {
            MibNumberGet(mmg_table_did_getbyindex(SRMUNIVLAN)));
     measure_counters(cards);
     const int slot = card_slot(0);
+    print_blocks("services", timed(cards, add_services));
+    printf("rows of services: %d, %d modes, %d limits\n", MibNumberGet(mmg_table_did_getbyindex(SRMSERVICE)),
+           MibNumberGet(mmg_table_did_getbyindex(SRMMACFMODE)),
+           MibNumberGet(mmg_table_did_getbyindex(SRMMACFD)));
+    measure_replay("services", slot, ov_app_gpon_config_restore_rm_service, OV_HAL_MSG_GPON_RM_SERVICE,
+                   rmservice_map, OV_HAL_GPON_MSG_ACTION_CREATE);
+    print_blocks("without", timed(cards, delete_services));
+    measure_homes(slot); // with services of their own
     change_all<Status>(slot, [](Status& row) { row.sRmUniStatusMacLearnCount = 17; });
     change_all<Vlan>(slot, [](Vlan& row) { row.sRmUniVlanTablePvid = 17; });
+    change_all<SipUser>(slot, [](SipUser& row) { row.sRmVoipSipUserDataAgentID = 17; });
+    change_all<UniPoe>(slot, [](UniPoe& row) { row.sRmUniPoePseLldpReqPow = 17; });
     measure_replay("UNI status", slot, ov_app_gpon_config_restore_rm_uni_status, OV_HAL_MSG_GPON_RM_UNI,
                    unistatus_map);
     measure_replay("UNI VLAN", slot, ov_app_gpon_config_restore_rm_uni_vlan, OV_HAL_MSG_GPON_RM_UNI_VLAN,
                    univlan_map);
+    measure_replay("SIP users", slot, ov_app_gpon_config_restore_rm_voip_sip_user,
+                   OV_HAL_MSG_GPON_RMONU_VOIP_SIP_USER_DATA, rm_sip_user_map);
+    measure_replay("UNI PoE", slot, ov_app_gpon_config_restore_rm_uni_poe, OV_HAL_MSG_GPON_RM_UNI_POE,
+                   unipoe_map);
     print_blocks("delete", timed(cards, delete_onu));
     return 0;
 }

@@ -10,6 +10,10 @@ namespace {
 constexpr uint16_t ONU = 903;
 constexpr uint16_t GEMPORT = 909;
 constexpr uint16_t SERVPORT = 910;
+constexpr uint16_t RM_SERVICE = 913;
+constexpr uint16_t RM_MAC_FLT = 934;
+constexpr size_t SERVICE_KEY =
+    6; // index and number of a service, with which the keys of its filters begin too
 constexpr uint32_t LOW_BITS = 127; // GEM and service-port number of an index
 
 std::string word_key(uint32_t word) {
@@ -44,6 +48,12 @@ const CardObjects::Table& CardObjects::table(uint16_t number) const {
     static const Table none;
     const auto it = tables_.find(number);
     return it == tables_.end() ? none : it->second;
+}
+
+std::ranges::subrange<CardObjects::Table::const_iterator> CardObjects::of_index(uint16_t number,
+                                                                                uint32_t index) const {
+    const Table& objects = table(number);
+    return {objects.lower_bound(word_key(index)), objects.lower_bound(word_key(index + 1))};
 }
 
 const CardObjects::Bytes* CardObjects::find(const CardMessage& message,
@@ -97,8 +107,16 @@ size_t CardObjects::remove(const CardMessage& message, std::span<const uint8_t> 
     size_ -= tables_[message.kept_as].erase(key_of(message, record));
     if (message.number == ONU)
         remove_below(get_be32(record, 0));
+    if (message.number == RM_SERVICE)
+        remove_filters(key_of(message, record).substr(0, SERVICE_KEY));
     changes_ += before - size_;
     return before - size_;
+}
+
+void CardObjects::remove_filters(std::string_view service_key) {
+    size_ -= std::erase_if(tables_[RM_MAC_FLT], [service_key](const auto& filter) {
+        return filter.first.starts_with(service_key);
+    });
 }
 
 size_t CardObjects::remove_below(uint32_t onu_index) {

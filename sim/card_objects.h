@@ -3,8 +3,10 @@
 
 #include <cstdint>
 #include <map>
+#include <ranges>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "card_messages.h"
@@ -47,7 +49,8 @@ public:
     // The attributes of the mask, or the whole record of a message without a mask; makes the object when
     // there is none.
     void set(const CardMessage& message, uint32_t mask, std::span<const uint8_t> record);
-    // Of an ONU also everything that stands below it. Gives the number of objects that went.
+    // Of an ONU also everything that stands below it, of a service its MAC filters. Gives the number of
+    // objects that went.
     size_t remove(const CardMessage& message, std::span<const uint8_t> record);
 
     // Whether a GEM port of the T-CONT's ONU uses the T-CONT.
@@ -56,6 +59,8 @@ public:
     bool gem_is_used(uint32_t gem_index) const;
 
     const Table& table(uint16_t number) const;
+    // Those of a message whose keys begin with this index, in their order.
+    std::ranges::subrange<Table::const_iterator> of_index(uint16_t number, uint32_t index) const;
     size_t size() const { return size_; }
     // Objects made, changed and taken away so far; what a message says that is so already doesn't count.
     uint64_t changes() const { return changes_; }
@@ -63,6 +68,7 @@ public:
 
 private:
     size_t remove_below(uint32_t onu_index);
+    void remove_filters(std::string_view service_key);
 
     std::map<uint16_t, Table> tables_;
     size_t size_ = 0;

@@ -85,11 +85,21 @@ std::span<const Command> card_commands();
 std::span<const Command> card_event_commands();
 std::span<const Command> onu_commands();
 std::span<const Command> uni_commands();
+std::span<const Command> home_commands();
+std::span<const Command> optics_commands();
+std::span<const Command> traffic_commands();
 
-// The rest of "show onu".
+// The rest of "show onu" and "show port".
 Action parse_show_onu(Chassis& chassis, Arguments& args);
+Action parse_show_port(Chassis& chassis, Arguments& args);
 // The next word as a serial number; another word is a mistake.
 OnuSerial serial_argument(Arguments& args);
+// The next word as a UNI ("eth_1/1"); another word is a mistake.
+UniPosition uni_argument(Arguments& args);
+// An action on an ONU and the card that it is on, or on one of its UNIs, which must be there when it runs.
+Action on_onu(Chassis& chassis, const OnuSerial& serial, std::function<Answer(Card&, Onu&)> act);
+Action on_uni(Chassis& chassis, const OnuSerial& serial, const UniPosition& uni,
+              std::function<Answer(Card&, Onu&)> act);
 
 // An action for a command line that was split into at least one word; empty, with the reason in error, when
 // it is wrong.

@@ -6,8 +6,9 @@
 
 namespace {
 
-constexpr uint32_t MAX_ONUS = 2048; // of one command: sixteen full ports
-constexpr uint32_t MAX_PORTS = 64;  // of an ONU, of one kind
+constexpr uint32_t MAX_ONUS = 2048;  // of one command: sixteen full ports
+constexpr uint32_t MAX_PORTS = 64;   // of an ONU, of one kind
+constexpr uint32_t MAX_NETWORKS = 4; // of a radio
 
 uint32_t port_option(Arguments& args) {
     const auto text = args.option("port");
@@ -38,6 +39,8 @@ Onu onu_options(Arguments& args) {
     onu.version = args.option("version").value_or(onu.version);
     onu.distance = args.number_option_or("distance", onu.distance);
     onu.ports = port_options(args);
+    onu.home.networks = args.number_option("wifi", MAX_NETWORKS).value_or(onu.home.networks);
+    onu.home.networks_5g = args.number_option("wifi-5g", MAX_NETWORKS).value_or(onu.home.networks_5g);
     const std::string type = args.option("type").value_or("sfu");
     if (type != "sfu" && type != "hgu")
         args.mistake("type must be sfu or hgu");
@@ -151,7 +154,7 @@ Action parse_onu(Chassis& chassis, Arguments& args) {
 constexpr Command COMMANDS[] = {
     {"onu",
      "add SERIAL port=PORT [count=N] [power=on|off] [pw=] [loid=] [loid-pw=] [model=] [version=]\n"
-     "    [type=sfu|hgu] [distance=M] [eth=N] [pots=N] [video=N] [cards=N] |\n"
+     "    [type=sfu|hgu] [distance=M] [eth=N] [pots=N] [video=N] [cards=N] [wifi=N] [wifi-5g=N] |\n"
      "    on|off|gasp|lose|recover|remove SERIAL [count=N] | list | delays [range=MS] [up=MS] [reboot=MS]",
      "plugs an ONU into a PON port, or N with growing serial numbers; switches it on, off, or off\n"
      "with a dying gasp; takes its light away and gives it back; unplugs it; lists all; sets how long\n"

@@ -6,34 +6,6 @@
 
 namespace {
 
-UniPosition uni_argument(Arguments& args) {
-    const std::string text = args.word("UNI");
-    const auto uni = parse_uni(text);
-    if (!uni && args.error().empty())
-        args.mistake("not a UNI, as eth_1/1, pots_1/1, video_1/1 or veip: \"" + text + "\"");
-    return uni.value_or(UniPosition());
-}
-
-// An action on an ONU and the card that it is on, which must be there when it runs.
-Action on_onu(Chassis& chassis, const OnuSerial& serial, std::function<Answer(Card&, Onu&)> act) {
-    return immediate([&chassis, serial, act = std::move(act)] {
-        for (const auto& [slot, card] : chassis.cards.all())
-            if (Onu* onu = card->onus().find(serial))
-                return act(*card, *onu);
-        return Answer::failure("no ONU " + onu_serial_text(serial));
-    });
-}
-
-// The same on one of its UNIs.
-Action on_uni(Chassis& chassis, const OnuSerial& serial, const UniPosition& uni,
-              std::function<Answer(Card&, Onu&)> act) {
-    return on_onu(chassis, serial, [uni, act = std::move(act)](Card& card, Onu& onu) {
-        return has_uni(onu, card.objects(), uni)
-                   ? act(card, onu)
-                   : Answer::failure(onu_serial_text(onu.serial) + " has no UNI " + uni_text(uni));
-    });
-}
-
 Answer pass(const Card& card, Onu& onu, const UniPosition& uni, UniWay way, const UniTraffic& traffic) {
     if (traffic.packets == 0 || pass_traffic(onu, card.objects(), uni, way, traffic))
         return {};
@@ -97,10 +69,37 @@ constexpr Command COMMANDS[] = {
 
 } // namespace
 
+UniPosition uni_argument(Arguments& args) {
+    const std::string text = args.word("UNI");
+    const auto uni = parse_uni(text);
+    if (!uni && args.error().empty())
+        args.mistake("not a UNI, as eth_1/1, pots_1/1, video_1/1 or veip: \"" + text + "\"");
+    return uni.value_or(UniPosition());
+}
+
+Action on_onu(Chassis& chassis, const OnuSerial& serial, std::function<Answer(Card&, Onu&)> act) {
+    return immediate([&chassis, serial, act = std::move(act)] {
+        for (const auto& [slot, card] : chassis.cards.all())
+            if (Onu* onu = card->onus().find(serial))
+                return act(*card, *onu);
+        return Answer::failure("no ONU " + onu_serial_text(serial));
+    });
+}
+
+Action on_uni(Chassis& chassis, const OnuSerial& serial, const UniPosition& uni,
+              std::function<Answer(Card&, Onu&)> act) {
+    return on_onu(chassis, serial, [uni, act = std::move(act)](Card& card, Onu& onu) {
+        return has_uni(onu, card.objects(), uni)
+                   ? act(card, onu)
+                   : Answer::failure(onu_serial_text(onu.serial) + " has no UNI " + uni_text(uni));
+    });
+}
+
 Action parse_show_onu(Chassis& chassis, Arguments& args) {
     const OnuSerial serial = serial_argument(args);
     const bool json = args.has_word() && args.word("--json") == "--json";
     return on_onu(chassis, serial, [json](Card& card, Onu& onu) {
+        card.flows().settle();
         return Answer{{}, json ? onu_details_json(card, onu) : onu_details(card, onu)};
     });
 }

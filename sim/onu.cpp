@@ -188,6 +188,7 @@ void Onus::recover(Onu& onu) {
 
 void Onus::start_ranging(Onu& onu) {
     onu.state = OnuState::RANGING;
+    onu.home.lose_live_state();
     after(onu, range_delay_);
 }
 
@@ -244,6 +245,7 @@ void Onus::go_down(Onu& onu, OnuState state, uint32_t alarm) {
     const bool was_up = is_up(onu);
     leave_unconfigured(onu);
     onu.state = state;
+    onu.home.lose_live_state();
     ++onu.step;
     if (was_up) {
         report_alarm(onu, alarm, ALARM_RAISED);

@@ -1,11 +1,18 @@
 #include "onu_rules.h"
 
+#include "home_rules.h"
 #include "text.h"
+#include "told.h"
 
 namespace {
 
+constexpr uint16_t RM_SERVICE = 913;
 constexpr uint16_t RMONU_INFO = 914;
 constexpr uint16_t RM_UNI = 915;
+constexpr uint16_t RM_UNI_MCAST = 917;
+constexpr uint16_t SIP_USER_DATA = 948;
+constexpr uint16_t RM_UNI_POE = 962;
+constexpr uint16_t LINE_STATUS = 964;
 constexpr uint32_t CARD_NOT_SUPPORTED = 1008;
 
 template <typename... Bits>
@@ -44,15 +51,49 @@ uint32_t attributes_of(const UniPosition& uni) {
     }
 }
 
+bool is_for_kind(uint16_t number, int32_t type) {
+    switch (number) {
+    case RM_UNI_MCAST:
+        return type == OV_GPON_RMUNI_TYPE_ETH || type == OV_GPON_RMUNI_TYPE_VEIP;
+    case RM_UNI_POE:
+        return type == OV_GPON_RMUNI_TYPE_ETH;
+    case SIP_USER_DATA:
+    case LINE_STATUS:
+        return type == OV_GPON_RMUNI_TYPE_POTS;
+    default:
+        return true;
+    }
+}
+
 std::optional<CardRefusal> check_uni(const CardRequest& request, const CardObjects& objects, const Onu& onu,
                                      const UniPosition& uni) {
     const std::string what = "uni=" + uni_text(uni);
     if (request.action != card_action::DELETE && !has_uni(onu, objects, uni))
         return CardRefusal{"no-such-uni", CARD_NOT_FOUND, what};
-    const bool is_set = request.message->number == RM_UNI && request.action == card_action::SET;
-    if (const uint32_t others = request.mask & ~attributes_of(uni); is_set && others != 0)
+    if (request.action != card_action::SET)
+        return {};
+    if (!is_for_kind(request.message->number, uni.type))
+        return CardRefusal{"not-on-this-uni", CARD_NOT_SUPPORTED, what};
+    const uint32_t others = request.mask & ~attributes_of(uni);
+    if (request.message->number == RM_UNI && others != 0)
         return CardRefusal{"not-on-this-uni", CARD_NOT_SUPPORTED, what + format(" mask=0x%x", others)};
     return {};
+}
+
+// The UNI that a service is of; some are of none, and the ONU's own host is no UNI.
+std::optional<UniPosition> uni_of_service(std::span<const uint8_t> record) {
+    const auto service = record_of<ov_gpon_rmservice_attr_t>(record);
+    if (service.type != OV_GPON_RM_SERVICE_VLAN_UNI && service.type != OV_GPON_RM_SERVICE_VLAN_COS_UNI &&
+        service.type != OV_GPON_RM_SERVICE_TRANSPARNT_UNI)
+        return {};
+    if (service.uniPos.uniType == OV_GPON_RMUNI_TYPE_IPHOST)
+        return {};
+    return UniPosition{service.uniPos.cardId, service.uniPos.uniType, service.uniPos.uniId};
+}
+
+UniPosition uni_of_user(std::span<const uint8_t> record) {
+    const auto user = record_of<ov_rm_voip_sip_user_data_attr_t>(record);
+    return {static_cast<uint16_t>(user.onuCardID), user.onuPortType, static_cast<uint16_t>(user.onuPortID)};
 }
 
 } // namespace
@@ -60,6 +101,10 @@ std::optional<CardRefusal> check_uni(const CardRequest& request, const CardObjec
 std::optional<UniPosition> uni_of(const CardMessage& message, std::span<const uint8_t> record) {
     if (!message.record)
         return {};
+    if (message.number == RM_SERVICE)
+        return uni_of_service(record);
+    if (message.number == SIP_USER_DATA)
+        return uni_of_user(record);
     const CardPart card = card_part(*message.record, "uniPos.cardId");
     const CardPart type = card_part(*message.record, "uniPos.uniType");
     const CardPart port = card_part(*message.record, "uniPos.uniId");
@@ -81,6 +126,7 @@ std::optional<CardRefusal> check_onu_rules(const CardRequest& request, const Car
     // of several UNIs each is looked at by itself, when it is read
     if (!is_up || request.record.size() != message.record->size)
         return {};
-    const auto uni = uni_of(message, request.record);
-    return uni ? check_uni(request, objects, *onu, *uni) : std::nullopt;
+    if (const auto uni = uni_of(message, request.record))
+        return check_uni(request, objects, *onu, *uni);
+    return check_home(request, objects, *onu);
 }

@@ -1,5 +1,6 @@
-// What an ONU that is up refuses of what its card was told for it: UNIs that it hasn't, and settings that a
-// UNI of that kind hasn't. Nobody carries out a command for an ONU that isn't up.
+// What an ONU that is up refuses of what its card was told for it: UNIs that it hasn't, settings that a UNI
+// of that kind hasn't, and what its home hasn't (home_rules.h). Nobody carries out a command for an ONU that
+// isn't up.
 #pragma once
 
 #include <optional>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -11,6 +12,7 @@
 #include "kavo_vty_object.h"
 #include "ov_gpon.h"
 #include "ov_ifindex.h"
+#include "ov_refusal.h"
 #include "ovra_mutex.h"
 #include "table_module.h"
 #include "table_record.h"
@@ -89,12 +91,12 @@ const ColumnDesc& desc_of(const CliSetting& setting, unsigned column) {
     return *setting.object->table.column(static_cast<int>(column));
 }
 
-// The column that the line is about.
-unsigned column_of(const CliSetting& setting, const CliWords& words) {
+// The column that the line is about, with its word if a choice has told it.
+CliColumnOf column_of(const CliSetting& setting, const CliWords& words) {
     for (const CliColumnOf& one : setting.by)
         if (one.word != nullptr && words.has(one.word))
-            return one.column;
-    return setting.column;
+            return one;
+    return {nullptr, setting.column};
 }
 
 std::string usual_text(const CliSetting& setting, const ColumnDesc& desc, const void* row) {
@@ -103,47 +105,6 @@ std::string usual_text(const CliSetting& setting, const ColumnDesc& desc, const 
 
 void put_text(const ColumnDesc& desc, void* row, std::string_view text) {
     text.copy(record_bytes(row) + desc.offset, desc.limit);
-}
-
-int64_t number_of(const CliSettingValue& value, const char* word) {
-    for (const ColName& name : value.words)
-        if (strcmp(name.name, word) == 0)
-            return name.value;
-    return strtoll(word, nullptr, 10);
-}
-
-// 0, or the result of a refusal, behind its text.
-int put_value(const CliSetting& setting, const CliCall& call, const char* word, const ColumnDesc& desc,
-              void* row) {
-    const CliSettingValue& value = setting.value;
-    in_addr address = {};
-    switch (value.kind) {
-    case Kind::TEXT:
-        if (strlen(word) > value.longest)
-            return call.fail_name(value.too_long, value.longest);
-        put_text(desc, row, word);
-        return 0;
-    case Kind::ADDRESS:
-        inet_pton(AF_INET, word, &address); // the parser has seen to it that it is one
-        record_put<uint32_t>(row, desc.offset, address.s_addr);
-        return 0;
-    case Kind::FIXED:
-        if (desc.type == ColType::TEXT)
-            put_text(desc, row, usual_text(setting, desc, row));
-        else
-            record_put<uint32_t>(row, desc.offset, static_cast<uint32_t>(value.number));
-        return 0;
-    default:
-        record_put<uint32_t>(row, desc.offset, static_cast<uint32_t>(number_of(value, word)));
-        return 0;
-    }
-}
-
-int64_t stored_number(const ColumnDesc& desc, const void* row) {
-    if (desc.type == ColType::IPADDR)
-        return ntohl(record_get<uint32_t>(row, desc.offset));
-    return desc.type == ColType::UINT ? int64_t{record_get<uint32_t>(row, desc.offset)}
-                                      : int64_t{record_get<int32_t>(row, desc.offset)};
 }
 
 // A typed word as it may stand in a text of CliCall::fail.
@@ -159,6 +120,68 @@ void put_into(std::string& text, const char* sign, const char* word) {
         text.replace(place, strlen(sign), in_text(word));
 }
 
+int64_t number_of(const CliSettingValue& value, const char* word) {
+    for (const ColName& name : value.words)
+        if (strcmp(name.name, word) == 0)
+            return name.value;
+    return strtoll(word, nullptr, 10);
+}
+
+bool is_integer(const CliSettingValue& value, const char* word) {
+    for (const ColName& name : value.words)
+        if (strcmp(name.name, word) == 0)
+            return true;
+    int32_t number = 0;
+    const char* const end = word + strlen(word);
+    const auto read = std::from_chars(word, end, number);
+    return read.ec == std::errc() && read.ptr == end;
+}
+
+int refuse_integer(const CliSettingValue& value, const CliCall& call, const char* word) {
+    ov_refusal_because("\"%s\" isn't a whole number", word);
+    std::string text = value.bad;
+    put_into(text, "%w", word);
+    return call.fail(text.c_str(), KAVO_CLI_BAD_INPUT);
+}
+
+// 0, or the result of a refusal, behind its text.
+int put_value(const CliSetting& setting, const CliCall& call, const char* word, const ColumnDesc& desc,
+              void* row) {
+    const CliSettingValue& value = setting.value;
+    in_addr address = {};
+    switch (value.kind) {
+    case Kind::TEXT:
+        if (strlen(word) > value.longest)
+            return call.fail_name(value.bad, value.longest);
+        put_text(desc, row, word);
+        return 0;
+    case Kind::ADDRESS:
+        inet_pton(AF_INET, word, &address); // the parser has seen to it that it is one
+        record_put<uint32_t>(row, desc.offset, address.s_addr);
+        return 0;
+    case Kind::FIXED:
+        if (desc.type == ColType::TEXT)
+            put_text(desc, row, usual_text(setting, desc, row));
+        else
+            record_put<uint32_t>(row, desc.offset, static_cast<uint32_t>(value.number));
+        return 0;
+    case Kind::INTEGER:
+        if (!is_integer(value, word))
+            return refuse_integer(value, call, word);
+        [[fallthrough]];
+    default:
+        record_put<uint32_t>(row, desc.offset, static_cast<uint32_t>(number_of(value, word)));
+        return 0;
+    }
+}
+
+int64_t stored_number(const ColumnDesc& desc, const void* row) {
+    if (desc.type == ColType::IPADDR)
+        return ntohl(record_get<uint32_t>(row, desc.offset));
+    return desc.type == ColType::UINT ? int64_t{record_get<uint32_t>(row, desc.offset)}
+                                      : int64_t{record_get<int32_t>(row, desc.offset)};
+}
+
 // How many words a text has room for in front of the line end, its last "%s".
 size_t words_in(std::string_view text) {
     size_t found = 0;
@@ -171,14 +194,26 @@ int fail(const CliSetting& setting, const CliCall& call, const char* word, const
     std::string text = setting.failure;
     put_into(text, "%w", word);
     const size_t words = words_in(setting.failure);
+    const CliColumnOf column = column_of(setting, call.words);
     if (words > 0 && !setting.object->words.empty())
         put_into(text, "%s", call.words.text(setting.object->words.front().name));
+    else if (words > 0 && column.word != nullptr)
+        put_into(text, "%s", column.word);
     if (words > 1)
         put_into(text, "%s", word);
     return call.fail_of(text.c_str(), last_index(setting.object->table, row), setting.result);
 }
 
 } // namespace
+
+void cli_tell_absent(const CliObject& object, const CliCall& call, const void* row) {
+    if (object.absent == nullptr || is_there(object.table, row))
+        return;
+    std::string reason = object.absent;
+    if (const size_t place = reason.find("%s"); place != reason.npos)
+        reason.replace(place, 2, call.words.text(object.words.front().name));
+    ov_refusal_because("%s", reason.c_str());
+}
 
 int cli_setting_cli(CliCall& call) {
     const auto& setting = *static_cast<const CliSetting*>(call.command.description);
@@ -189,10 +224,14 @@ int cli_setting_cli(CliCall& call) {
     if (object.missing != nullptr && !is_there(object.table, row.get()))
         return call.fail_of(object.missing, last_index(object.table, row.get()), KAVO_CLI_BAD_INPUT);
 
+    cli_tell_absent(object, call, row.get());
+
     const auto arguments = call.words.arguments();
     const char* const word = arguments.empty() ? "" : arguments.back();
-    const unsigned column = column_of(setting, call.words);
+    const unsigned column = column_of(setting, call.words).column;
     if (const int refusal = put_value(setting, call, word, desc_of(setting, column), row.get()); refusal != 0)
+        return refusal;
+    if (const int refusal = setting.allowed != nullptr ? setting.allowed(call, row.get()) : 0; refusal != 0)
         return refusal;
     MIB_Flags_t columns = {};
     mib_flag_set(columns, column);
@@ -214,7 +253,7 @@ CliPreparedSetting::CliPreparedSetting(const CliCommand& command)
         for (size_t n = 0; n < words.size(); n++)
             if (cli_place_of(syntax_.words(), words[n].name) == arguments[i].place)
                 uses_[i] = {Use::INDEX, n};
-        const bool tells_column = setting().column == 0 && arguments[i].can_hold(setting().by[0].word);
+        const bool tells_column = setting().column == 0 && arguments[i].has_keyword(setting().by[0].word);
         if (uses_[i].what == Use::NOTHING && tells_column)
             uses_[i] = {Use::COLUMN, 0};
     }
@@ -263,7 +302,7 @@ CliValue CliPreparedSetting::number_value(int64_t number) const {
 // `text` keeps what the value points at.
 CliValue CliPreparedSetting::value_of(const ColumnDesc& desc, const void* row, std::string& text) const {
     const CliSettingValue& value = setting().value;
-    if (value.kind == Kind::NUMBER)
+    if (value.kind == Kind::NUMBER || value.kind == Kind::INTEGER)
         return number_value(stored_number(desc, row));
     if (value.kind == Kind::TEXT) {
         const char* stored = record_bytes(row) + desc.offset;

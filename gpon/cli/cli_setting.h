@@ -47,6 +47,8 @@ struct CliObject {
     // What a row that isn't there is refused with, its "%d" the last number of the index; null for rows that
     // the application looks for.
     const char* missing = nullptr;
+    // Why there is no row, in an operator's words, "%s" its word; for rows that come and go with something.
+    const char* absent = nullptr;
 };
 
 // The record of a row, cleared.
@@ -64,15 +66,17 @@ private:
 struct CliSettingValue {
     enum class Kind {
         NUMBER,  // the last argument: a number, or a word that stands for one
+        INTEGER, // the same, of any size and with a sign: a word of the syntax that isn't a range
         TEXT,    // the last argument, of a text column
         ADDRESS, // the last argument, A.B.C.D for a column of IP addresses
         FIXED,   // the command itself: there is no argument for it
     };
     Kind kind;
-    std::span<const ColName> words = {}; // NUMBER: those that stand for numbers
-    int64_t number = 0;        // FIXED: what a column of numbers gets; one of texts gets its usual text
-    size_t longest = 0;        // TEXT: in characters
-    const char* too_long = ""; // TEXT: what a longer one is refused with
+    std::span<const ColName> words = {}; // NUMBER, INTEGER: those that stand for numbers
+    int64_t number = 0; // FIXED: what a column of numbers gets; one of texts gets its usual text
+    size_t longest = 0; // TEXT: in characters
+    const char* bad =
+        ""; // what a TEXT that is longer, an INTEGER that is none ("%w" the word) is refused with
 };
 
 namespace cli_setting_values {
@@ -83,6 +87,10 @@ inline constexpr CliSettingValue ADDRESS = {CliSettingValue::Kind::ADDRESS};
 // A choice of words, or of words and numbers.
 constexpr CliSettingValue WORDS(std::span<const ColName> words) {
     return {CliSettingValue::Kind::NUMBER, words};
+}
+// A number of 32 bits, or one of the words.
+constexpr CliSettingValue INTEGER(std::span<const ColName> words, const char* bad) {
+    return {CliSettingValue::Kind::INTEGER, words, 0, 0, bad};
 }
 constexpr CliSettingValue FIXED(int64_t number) {
     return {CliSettingValue::Kind::FIXED, {}, number};
@@ -113,8 +121,8 @@ struct CliSetting {
     unsigned column; // 0: the line has them in `by`
     CliSettingValue value;
     // What a failure prints, as in CliCall::fail; "%d" is the last number of the row's index, "%w" the value
-    // as it was typed. A "%s" in front of that of the line end is the word of the row ("eth_1/2"), a second
-    // one the value.
+    // as it was typed. A "%s" in front of that of the line end is the word of the row ("eth_1/2") or, of an
+    // object without words, that of the column; a second one the value.
     const char* failure;
     int result = KAVO_CLI_FAILED; // of a failure
     CliColumnOf by[2] = {};
@@ -123,6 +131,8 @@ struct CliSetting {
     std::string (*usual)(const void* row) = nullptr;
     // Of the order in which an object's settings are saved: by this number, else as in the file.
     int place = 0;
+    // What must hold before the row is asked to change: 0, or the result of a refusal, behind its text.
+    int (*allowed)(const CliCall& call, const void* row) = nullptr;
 };
 
 // A line of a file of commands: with an empty setting for one that has a handler of its own.
@@ -133,6 +143,9 @@ struct CliCommand {
 
 // The handler of all settings.
 int cli_setting_cli(CliCall& call);
+
+// States why there is no row, if there is none: for handlers of their own that write rows of an object.
+void cli_tell_absent(const CliObject& object, const CliCall& call, const void* row);
 
 // Installs a file's commands, in its order. What is wrong in itself is logged at error level and left out:
 // beside the reasons of kavo_cmd_install, a setting with an argument that it has no use for.

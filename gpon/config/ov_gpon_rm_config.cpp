@@ -1,14 +1,13 @@
 // The saved configuration of what lies behind ONUs.
-#include <string>
+#include "ov_gpon_rm_config.h"
 
-#include "app_rows.h"
 #include "cli_forms.h"
-#include "cli_objects.h"
 #include "command_syntaxes.h"
-#include "gpon_config_parts.h"
-#include "ov_gpon_onu_config.h"
 #include "ov_product_log.h"
 #include "rm/ov_gpon_rm_uni_word.h"
+#include "sRmOnuOptThresholdTable.h"
+#include "sRmOnuPoeTable.h"
+#include "sRmUniPoeTable.h"
 #include "sRmUniStatusTable.h"
 #include "sRmUniVlanTable.h"
 
@@ -17,17 +16,13 @@ namespace {
 using UniStatus = ov_sRmUniStatusTable_attr_t;
 using UniVlan = ov_sRmUniVlanTable_attr_t;
 
-enum node_type node_of(const gpon_config_onu_t& onu) {
-    return onu.row != nullptr ? GPON_ONU_NODE : ONU_SRV_PROFILE_NODE;
-}
-
 // ---- UNIs -----------------------------------------------------------------------------------------------
 
 int ov_gpon_cli_rm_uni_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;
     for (const UniStatus& uni : rows_under(gpon_config_key_of<UniStatus>(onu), INDEX_TO_ONU)) {
-        lines += cli_settings_print(vty, cli_objects::rm_uni, &uni, node_of(onu));
-        lines += cli_settings_print(vty, cli_objects::rm_video, &uni, node_of(onu));
+        lines += cli_settings_print(vty, cli_objects::rm_uni, &uni, gpon_rm_config_node(onu));
+        lines += cli_settings_print(vty, cli_objects::rm_video, &uni, gpon_rm_config_node(onu));
     }
     return lines;
 }
@@ -96,34 +91,56 @@ std::string line_of(const UniVlan& row) {
     }
 }
 
-int print_vlan(struct vty* vty, const UniVlan& row) {
-    const std::string line = line_of(row);
+int ov_gpon_cli_rm_uni_vlan_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
+    int lines = 0;
+    for (const UniVlan& row : rows_under(gpon_config_key_of<UniVlan>(onu), INDEX_TO_ONU))
+        if (row.sRmUniVlanTableVlanMode != SRMUNIVLANTABLEVLANMODE_DISCARD)
+            lines += gpon_rm_config_print(vty, onu, gpon_rm_uni_word(row) + " vlan-mode", line_of(row));
+    return lines;
+}
+
+// ---- those that are settings alone ----------------------------------------------------------------------
+
+constexpr auto* ov_gpon_cli_rmonu_threshold_cfg =
+    gpon_rm_config_settings<ov_sRmOnuOptThresholdTable_attr_t, cli_objects::rm_optics>;
+constexpr auto* ov_gpon_cli_rm_uni_poe_cfg =
+    gpon_rm_config_settings<ov_sRmUniPoeTable_attr_t, cli_objects::rm_uni_poe>;
+constexpr auto* ov_gpon_cli_rm_onu_poe_cfg =
+    gpon_rm_config_settings<ov_sRmOnuPoeTable_attr_t, cli_objects::rm_onu_poe>;
+
+// In the order of their lines.
+constexpr int (*FAMILIES[])(struct vty*, const gpon_config_onu_t&) = {
+    ov_gpon_cli_rm_uni_cfg,
+    ov_gpon_cli_rm_uni_vlan_cfg,
+    ov_gpon_cli_rm_mcast_cfg,
+    ov_gpon_cli_rm_iphost_cfg,
+    ov_gpon_cli_rm_tr069_mgmt_cfg,
+    ov_gpon_cli_rm_queue_schedule_cfg,
+    ov_gpon_cli_rm_service_cfg,
+    ov_gpon_cli_rmonu_threshold_cfg,
+    ov_gpon_cli_rm_voip_config_data_cfg,
+    ov_gpon_cli_rm_voip_sip_agent_config_data_cfg,
+    ov_gpon_cli_rm_voip_sip_user_data_cfg,
+    ov_gpon_cli_rm_wan_cfg,
+    ov_gpon_cli_rm_wifi_cfg,
+    ov_gpon_cli_rm_uni_poe_cfg,
+    ov_gpon_cli_rm_onu_poe_cfg,
+    ov_gpon_cli_rm_mac_filter_cfg, // behind the services
+};
+
+} // namespace
+
+int gpon_rm_config_print(struct vty* vty, const gpon_config_onu_t& onu, const std::string& what,
+                         const std::string& line) {
     if (!line.empty()) {
         vty_out(vty, " %s%s", line.c_str(), kavo_newline(vty));
         return 1;
     }
     if (vty->write_term_flag == WRITE_TERM_FILE)
-        OV_LOG_WARN("LIB", "gpon-onu%d/%d:%d %s is in no saved configuration: no command gives it its VLANs",
-                    row.slotID, row.portID, row.onuId, gpon_rm_uni_word(row).c_str());
+        OV_LOG_WARN("LIB", "gpon-onu%d/%d:%d %s is in no saved configuration: no command makes it",
+                    onu.slotID, onu.portID, onu.onuId, what.c_str());
     return 0;
 }
-
-int ov_gpon_cli_rm_uni_vlan_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
-    int lines = 0;
-    for (const UniVlan& row : rows_under(gpon_config_key_of<UniVlan>(onu), INDEX_TO_ONU))
-        if (row.sRmUniVlanTableVlanMode != SRMUNIVLANTABLEVLANMODE_DISCARD)
-            lines += print_vlan(vty, row);
-    return lines;
-}
-
-// In the order of their lines.
-// TODO: multicast, IP host, TR-069, queues, services, optical thresholds, VoIP, WAN, Wi-Fi, PoE
-constexpr int (*FAMILIES[])(struct vty*, const gpon_config_onu_t&) = {
-    ov_gpon_cli_rm_uni_cfg,
-    ov_gpon_cli_rm_uni_vlan_cfg,
-};
-
-} // namespace
 
 int ov_gpon_cli_rm_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;

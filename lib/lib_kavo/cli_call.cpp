@@ -57,9 +57,17 @@ int CliCall::fail(const char* text, int result) const {
     return result;
 }
 
+// Of the first "%d" or "%u", which that of a percent sign, "%%u", isn't.
+static size_t place_of_number(std::string_view text) {
+    for (size_t at = text.find('%'); at != text.npos && at + 1 < text.size(); at = text.find('%', at + 2))
+        if (text[at + 1] == 'd' || text[at + 1] == 'u')
+            return at;
+    return text.npos;
+}
+
 int CliCall::fail_of(const char* text, int64_t number, int result) const {
     std::string numbered = text;
-    if (const size_t place = numbered.find("%d"); place != std::string::npos)
+    if (const size_t place = place_of_number(numbered); place != std::string::npos)
         numbered.replace(place, 2, std::to_string(number));
     return fail(numbered.c_str(), result);
 }

@@ -36,7 +36,7 @@ public:
     // line end (for texts that stand in tables), and gives the result handed in, so that a handler can end
     // with it. The text stands for the reason of the refusal when nothing else was stated or logged.
     int fail(const char* text, int result = KAVO_CLI_FAILED) const;
-    // For a text that tells the number of an object, its "%d".
+    // For a text that tells the number of an object, its "%d" or "%u".
     int fail_of(const char* text, int64_t number, int result = KAVO_CLI_FAILED) const;
     // For a name that is longer than `longest`, which the reason tells.
     int fail_name(const char* text, size_t longest) const;

@@ -61,7 +61,7 @@ bool CliSyntax::Argument::has_keyword(std::string_view word) const {
 }
 
 bool CliSyntax::Argument::can_hold(const CliValue& value) const {
-    if (value.is_none())
+    if (value.is_none() || value.is_given())
         return false;
     if (!value.is_number())
         return (is_variable && cli_is_word(value.text())) || has_keyword(value.text());
@@ -120,15 +120,25 @@ std::string CliSyntax::typed(std::span<const CliValue> values) const {
     return line += literals_.back();
 }
 
-CliForms::CliForms(std::span<const char* const> syntaxes, std::initializer_list<const char*> names) {
+CliForms::CliForms(std::span<const char* const> syntaxes, std::span<const char* const> names) {
     for (const char* syntax : syntaxes)
-        add(syntax, {names.begin(), names.size()});
+        add(syntax, names);
+}
+
+// Whether the values of names without an argument are those that the form has.
+bool CliForms::Form::has_keywords(std::span<const CliValue> all) const {
+    return std::all_of(fixed.begin(), fixed.end(), [&](const auto& one) {
+        const CliValue& value = all[one.first];
+        return value.is_given() || (!value.is_number() && value.text() == one.second);
+    });
 }
 
 // Settles the choices that no name stands for, each in all ways.
 void CliForms::add(const char* syntax, std::span<const char* const> names) {
     std::vector<std::vector<const char*>> ways(1);
     const CliSyntax parsed(syntax);
+    if (cli_place_of(parsed.words(), names.front()) == parsed.words().size())
+        return;
     for (const CliSyntax::Argument& argument : parsed.arguments()) {
         const bool is_named = std::any_of(names.begin(), names.end(), [&](const char* name) {
             return cli_place_of(parsed.words(), name) == argument.place;
@@ -149,12 +159,14 @@ void CliForms::add(const char* syntax, std::span<const char* const> names) {
 }
 
 void CliForms::add_settled(const CliSyntax& syntax, std::span<const char* const> names) {
-    Form form = {syntax, 0, std::vector<size_t>(syntax.arguments().size(), names.size())};
+    Form form = {syntax, 0, std::vector<size_t>(syntax.arguments().size(), names.size()), {}};
     for (size_t n = 0; n < names.size() && n < NAMES_MAX; n++) {
         if (!cli_has_name(syntax.words(), names[n]))
             continue;
         form.names |= 1u << n;
         const size_t place = cli_place_of(syntax.words(), names[n]);
+        if (place == syntax.words().size())
+            form.fixed.emplace_back(n, cli_keyword_behind(syntax.words(), names[n]));
         for (size_t i = 0; i < form.values.size(); i++)
             if (syntax.arguments()[i].place == place)
                 form.values[i] = n;
@@ -173,7 +185,7 @@ bool CliForms::find(std::span<const CliValue> values, Use use) const {
         given |= (values[n].is_none() ? 0u : 1u) << n;
     std::array<CliValue, NAMES_MAX> ordered;
     for (const Form& form : forms_) {
-        if (form.names != given)
+        if (form.names != given || !form.has_keywords(values))
             continue;
         for (size_t i = 0; i < form.values.size(); i++)
             ordered[i] = values[form.values[i]];

@@ -28,17 +28,22 @@ public:
     constexpr CliValue(const char* text) : CliValue(std::string_view(text)) {}
     constexpr CliValue(const std::string& text) : CliValue(std::string_view(text)) {}
     // For a keyword without an argument: whether the line has it.
-    static constexpr CliValue given(bool yes) { return yes ? CliValue(1) : CliValue(); }
+    static constexpr CliValue given(bool yes) {
+        CliValue value;
+        value.kind_ = yes ? GIVEN : NONE;
+        return value;
+    }
     // One that no argument can hold, so that there is no line.
     static constexpr CliValue untypable() { return CliValue(" "); }
 
     constexpr bool is_none() const { return kind_ == NONE; }
+    constexpr bool is_given() const { return kind_ == GIVEN; }
     constexpr bool is_number() const { return kind_ == NUMBER; }
     constexpr int64_t number() const { return number_; }
     constexpr std::string_view text() const { return text_; }
 
 private:
-    enum Kind : uint8_t { NONE, NUMBER, TEXT };
+    enum Kind : uint8_t { NONE, GIVEN, NUMBER, TEXT };
     Kind kind_ = NONE;
     int64_t number_ = 0;
     std::string_view text_;
@@ -90,10 +95,13 @@ private:
 //     const CliForms gem_ports(syntaxes, {"gemport", "tcont", "name", "queue"});
 //     gem_ports.line({5, 1, "data", {}})      // "gemport 5 tcont 1 name data"
 //
-// A name may be that of a keyword without an argument (CliValue::given). There can be 32 of them.
+// A name may be that of a keyword without an argument (CliValue::given); a text is then the keyword behind
+// it, so that "mode 802.11a" is a form beside "mode (802.11b|802.11g)". There can be 32 names.
 class CliForms {
 public:
-    CliForms(std::span<const char* const> syntaxes, std::initializer_list<const char*> names);
+    CliForms(std::span<const char* const> syntaxes, std::span<const char* const> names);
+    CliForms(std::span<const char* const> syntaxes, std::initializer_list<const char*> names)
+        : CliForms(syntaxes, std::span(names.begin(), names.size())) {}
 
     // The command that says just these values, in the order of the names; empty when no form has just those,
     // or none can hold them.
@@ -115,6 +123,10 @@ private:
         CliSyntax syntax;
         uint32_t names;             // that it has, a bit each
         std::vector<size_t> values; // which one stands for each argument
+        // Those of names without an argument, with the keyword behind each.
+        std::vector<std::pair<size_t, std::string>> fixed;
+
+        bool has_keywords(std::span<const CliValue> values) const;
     };
     void add(const char* syntax, std::span<const char* const> names);
     void add_settled(const CliSyntax& syntax, std::span<const char* const> names);

@@ -153,6 +153,33 @@ const char* CliWords::text_or(std::string_view name, const char* otherwise) cons
     return otherwise;
 }
 
+// The word directly behind a keyword, or the argument that has the name; null for none.
+const CliWords::Word* CliWords::word_behind(std::string_view name) const {
+    const Word* found = nullptr;
+    const size_t argument = position_of(name);
+    if (argument != NONE)
+        return &line_[argument];
+    each_match(TypedLine{line_}, name, [&](size_t /*match*/, size_t behind) {
+        if (found == nullptr && behind < line_.size())
+            found = &line_[behind];
+    });
+    if (found == nullptr && !kavo_cmd_has_name(command_.handler, name))
+        tell_wrong_name(command_, name);
+    return found;
+}
+
+const char* CliWords::word_or(std::string_view name, const char* otherwise) const {
+    const Word* const word = word_behind(name);
+    if (word == nullptr)
+        return otherwise;
+    return word->argument != nullptr ? word->argument : word->keyword;
+}
+
+const char* CliWords::typed_or(std::string_view name, const char* otherwise) const {
+    const Word* const word = word_behind(name);
+    return word != nullptr ? word->typed : otherwise;
+}
+
 bool CliWords::is_enable(std::string_view name) const {
     return strcmp(text(name), "enable") == 0;
 }
@@ -175,6 +202,15 @@ std::vector<const char*> CliWords::arguments() const {
 size_t cli_place_of(std::span<const kavo_cmd_word_t> syntax, std::string_view name) {
     const size_t place = argument_of(SyntaxLine{syntax}, name);
     return place != NONE ? place : syntax.size();
+}
+
+std::string_view cli_keyword_behind(std::span<const kavo_cmd_word_t> syntax, std::string_view name) {
+    std::string_view found;
+    each_match(SyntaxLine{syntax}, name, [&](size_t /*match*/, size_t behind) {
+        if (behind < syntax.size() && syntax[behind].kind == kavo_cmd_word_t::KEYWORD)
+            found = syntax[behind].alternatives.front();
+    });
+    return found;
 }
 
 bool cli_has_name(std::span<const kavo_cmd_word_t> syntax, std::string_view name) {

@@ -46,6 +46,7 @@ public:
         const kavo_cmd_word_t* syntax;
         const char* keyword;  // in full; null for an argument that is none
         const char* argument; // what was typed, a chosen keyword in full; null for a keyword of the command
+        const char* typed = argument; // a keyword as short as it was typed
     };
     CliWords(const kavo_cmd_t& command, std::vector<Word> line);
 
@@ -71,6 +72,12 @@ public:
     // Whether the argument is "enable", of a choice of that and "disable".
     bool is_enable(std::string_view name) const;
 
+    // The word directly behind a keyword, be it an argument or a keyword of the command: of "mode 802.11a"
+    // and "mode (802.11b|802.11g)" it says which. What stands for one that the line doesn't have.
+    const char* word_or(std::string_view name, const char* otherwise) const;
+    // That word as short as it was typed: "voice" may stand for "voice_internet" where there is no "voice".
+    const char* typed_or(std::string_view name, const char* otherwise) const;
+
     // All arguments from the one on that a name stands for, up to the next keyword of the command: for a tail
     // all of its words. Empty when the line doesn't have it.
     std::span<const char* const> all(std::string_view name) const;
@@ -79,6 +86,7 @@ public:
     std::vector<const char*> arguments() const;
 
 private:
+    const Word* word_behind(std::string_view name) const;
     static int64_t to_number(const char* word);
     size_t position_of(std::string_view name) const;
 
@@ -90,6 +98,8 @@ private:
 // The words of a syntax that a name stands for: the word's place, or how many words there are for a name that
 // it doesn't have or that stands for two of its arguments. For a choice any of its keywords will do.
 size_t cli_place_of(std::span<const kavo_cmd_word_t> syntax, std::string_view name);
+// The keyword of a syntax that stands directly behind another and is no choice; empty when there is none.
+std::string_view cli_keyword_behind(std::span<const kavo_cmd_word_t> syntax, std::string_view name);
 // Whether a name can be read or asked for in a syntax.
 bool cli_has_name(std::span<const kavo_cmd_word_t> syntax, std::string_view name);
 

@@ -76,7 +76,7 @@ bool is_one_of(const kavo_cmd_word_t& word, const struct cmd_token* token) {
 CliWords::Word word_of(const kavo_cmd_word_t& word, const struct cmd_token* token) {
     const bool fixed = word.kind == kavo_cmd_word_t::KEYWORD;
     const char* keyword = token->type == WORD_TKN ? token->text : nullptr;
-    return {&word, keyword, fixed ? nullptr : keyword != nullptr ? keyword : token->arg};
+    return {&word, keyword, fixed ? nullptr : keyword != nullptr ? keyword : token->arg, token->arg};
 }
 
 /// The line in the words of the syntax; the library has a token for each typed word.

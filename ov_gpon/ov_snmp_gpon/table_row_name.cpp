@@ -23,6 +23,23 @@ constexpr IndexWord INDEX_WORDS[] = {
     {"servicePortId", "service port"},
     {"serviceID", "service"},
     {"onuSrvProfileId", "onu-srvprofile"},
+    {"onuCardID", "card"},
+    {"onuPortType", "type"},
+    {"onuPortID", "port"},
+    {"rmServiceID", "service"},
+    {"rmSmfsId", "rule"},
+    {"sRmUniPoeOnuCardID", "card"},
+    {"sRmUniPoeOnuPortType", "type"},
+    {"sRmUniPoeOnuPortID", "port"},
+    {"sRmWanIndex", "WAN"},
+    {"sRmWifiIndex", "Wi-Fi"},
+    {"sRmVoipSipAgentConfigAgentID", "SIP agent"},
+    {"sRmVoipSipUserDataCardType", "type"},
+    {"sRmVoipSipUserDataPortID", "port"},
+    {"sRmVoipSipUserDataCardID", "card"},
+    {"sRmVoipLineStatusCardType", "type"},
+    {"sRmVoipLineStatusPortID", "port"},
+    {"sRmVoipLineStatusCardID", "card"},
 };
 
 std::string word_of(const ColumnDesc& column) {

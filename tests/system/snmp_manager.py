@@ -8,10 +8,10 @@ ACTIVE, CREATE_AND_GO, CREATE_AND_WAIT, DESTROY = 1, 4, 5, 6
 
 #: Runs in the sandbox: one request of the other make's library each, as JSON in and out.
 MANAGER = r"""
-import json, sys
+import json, os, sys
 from pysnmp import hlapi as h
 auth = h.CommunityData("private", mpModel=1)
-def target(): return h.UdpTransportTarget(("127.0.0.1", 161), timeout=5, retries=0)
+def target(): return h.UdpTransportTarget(("127.0.0.1", 161), timeout=float(os.environ.get("GPON_TEST_SNMP_TIMEOUT", "5")), retries=0)
 engine = h.SnmpEngine()
 def answer(error, status, index, binds):
     return {"error": str(error) if error else "", "status": status.prettyPrint() if status else "noError",

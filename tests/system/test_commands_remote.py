@@ -133,7 +133,7 @@ def test_bad_words_and_lists_are_refused_and_change_nothing(home):
         ("show onu remote uni eth_1/1 pm", NOT_COUNTED),
     ]:
         assert home.on_onu(line) == ([1], text)
-    for line in ("remote uni eth_1/1 max-frame 63", "remote uni eth_1/1 vlan-mode access pvlan 4095", "remote onu explode"):
+    for line in ("remote uni eth_1/1 max-frame 63", "remote uni eth_1/1 vlan-mode access pvlan 4095"):
         assert home.on_onu(line)[0] == [NO_SUCH_COMMAND], line
     assert saved(home) == []
     assert home.held(1, "RM_UNI") == [] and home.held(1, "RM_UNI_VLAN") == []

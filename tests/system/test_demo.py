@@ -14,6 +14,7 @@ sys.path.insert(0, str(REPO / "tools" / "demo"))
 import tour  # noqa: E402
 
 DEMO = REPO / "tools" / "demo.sh"
+HOME = tour.TOUR.with_name("home.txt")
 GUIDE = REPO / "docs" / "operators-guide.md"
 
 
@@ -37,16 +38,23 @@ def demo(*args, lines="", binds=(), timeout=90, shell=None):
     return done.returncode, done.stdout
 
 
-def commands():
-    return [command for step in tour.read_tour() for command in step.commands]
+def commands(path=tour.TOUR):
+    return [command for step in tour.read_tour(path) for command in step.commands]
 
 
-def test_every_step_of_the_tour_holds():
-    status, output = demo("--demo")
+@pytest.mark.parametrize("path", [tour.TOUR, HOME], ids=lambda path: path.stem)
+def test_every_step_of_the_tour_holds(path):
+    status, output = demo("--demo", *([] if path == tour.TOUR else [path]))
     assert status == 0, output
     shown = [line for line in output.splitlines() if re.match(r"gpon\S*# |\$ ", line)]
-    assert shown == [command.shown for command in commands()]
-    assert f"All as expected: steps {len(tour.read_tour())}, commands {len(commands())}," in output
+    assert shown == [command.shown for command in commands(path)]
+    assert f"All as expected: steps {len(tour.read_tour(path))}, commands {len(commands(path))}," in output
+
+
+def test_only_the_demos_that_there_are_can_be_asked_for():
+    for words in (["nothing"], ["home", "tour"]):
+        done = subprocess.run([str(REPO / "run"), "--demo", *words], capture_output=True, text=True, timeout=20)
+        assert (done.returncode, done.stderr) == (2, "./run --demo: there is tour (or nothing) and home\n")
 
 
 @pytest.mark.parametrize(
@@ -215,9 +223,11 @@ def test_lines_from_a_pipe_are_run_and_their_end_takes_the_chassis_down():
     assert re.search(r"^ +2 +lc +27 +yes +yes", output, re.MULTILINE)
 
 
-def test_the_guide_has_the_tour_as_it_is():
+@pytest.mark.parametrize("path", [tour.TOUR, HOME], ids=lambda path: path.stem)
+def test_the_guide_has_the_tour_as_it_is(path):
     guide = GUIDE.read_text()
-    assert tour.updated(guide, tour.read_tour()) == guide, "tools/demo/tour.py --update docs/operators-guide.md"
+    change = f"tools/demo/tour.py --tour {path.relative_to(REPO)} --update docs/operators-guide.md"
+    assert tour.updated(guide, tour.read_tour(path), path) == guide, change
 
 
 def test_all_that_a_user_is_shown_is_typed_by_the_demo(capsys):

@@ -19,7 +19,7 @@ sys.dont_write_bytecode = True
 import suites  # noqa: E402
 from broker import Broker  # noqa: E402
 from skips import read_skips  # noqa: E402
-from vm import HERE, REPO, Vm, VmError  # noqa: E402
+from vm import BUSYBOX_TOOLS, HERE, REPO, Vm, VmError  # noqa: E402
 
 BUILDS = {"amd64": REPO / "build/dev", "powerpc": REPO / "build/target"}
 HOST_BUILD = BUILDS["amd64"]
@@ -84,7 +84,7 @@ class Machine:
         busybox = pathlib.Path(kernel) / "busybox"
         caches = [os.environ.get(name) for name in ("GPON_CACHE_DIR", "XDG_CACHE_HOME")]
         self.keep = [str(REPO), *(path for path in caches if path)]
-        self.path = "/usr/bin:/bin"
+        self.path = f"{BUSYBOX_TOOLS}:/usr/bin:/bin" if processor == "powerpc" else "/usr/bin:/bin"
         subprocess.run([REPO / "third_party/linux/build.sh", processor], check=True)
         self.vm = Vm(processor, work, self.keep, busybox if processor == "powerpc" else None)
 
@@ -154,7 +154,8 @@ def run_system(machine, place, results):
     tests = [f"tests/system/{test}" for test in suites.SYSTEM]
     report = machine.work / "system.xml"
     report.unlink(missing_ok=True)
-    env = {**os.environ, "GPON_BUILD_DIR": str(place), "PYTHONDONTWRITEBYTECODE": "1", "PYTHONPATH": f"{HERE}:{REPO}/tests/system"}
+    env = {**os.environ, "GPON_BUILD_DIR": str(place), "PYTHONDONTWRITEBYTECODE": "1", "PYTHONPATH": f"{HERE}:{REPO}/tests/system",
+           "GPON_TEST_SNMP_TIMEOUT": "30"}  # fmt: skip
     command = ["/usr/bin/python3", "-m", "pytest", "-q", "-p", "no:cacheprovider", "-p", "patience", "-n", "3", f"--junitxml={report}", *tests]
     began = time.monotonic()
     try:

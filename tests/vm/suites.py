@@ -29,12 +29,12 @@ UNITS = [
 FIGURE = Unit("unit_hal", {"OV_IPC_CARRIER": "unix"}, "HalOutbox.AFullRestore*AsFastAsItCan")
 FIGURE_AT_LEAST = 0.5  # of the other carrier's rate
 
-#: System tests whose daemon and chassis run inside.
+#: System tests whose daemon and chassis run inside. Not the one in which messages wait for a card that stops reading and
+#: its slot goes: a kernel's TIPC takes all of so small a restore, and nothing waits.
 SYSTEM = [
     "test_restore.py::test_a_card_that_restarts_empty_gets_everything_back_in_order",
     "test_restore.py::test_a_card_that_leaves_in_the_middle_of_a_stage_costs_what_it_was_not_told",
     "test_restore.py::test_a_card_that_stops_reading_during_its_replay_holds_nobody_and_gets_all_in_order",
-    "test_restore.py::test_what_waits_for_a_card_is_dropped_when_its_slot_goes_inactive",
     "test_restore.py::test_two_cards_at_once_get_each_its_own",
     "test_restore.py::test_a_card_that_goes_down_takes_its_onus_out_of_service",
     "test_restore.py::test_a_card_that_is_taken_out_takes_its_configuration_with_it",

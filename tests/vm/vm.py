@@ -26,6 +26,7 @@ REPO = HERE.parents[1]
 AGENT_SOURCES = sorted((HERE / "init").glob("*.cpp"))
 BOOT_TIME = 120  # seconds, on a machine that is busy with other things
 MEMORY = 1024  # MB
+BUSYBOX_TOOLS = "/run/tools"  # inside
 
 
 @dataclasses.dataclass(frozen=True)
@@ -123,6 +124,15 @@ class Vm:
         if self._qemu.poll() is not None:
             raise VmError(f"the machine ({self.processor}) ended:\n{self.console()}")
         self.boot_seconds = time.monotonic() - began
+        if self._busybox:
+            self._install_busybox()
+
+    def _install_busybox(self):
+        """Its tools by their names, for programs that start programs."""
+        script = 'mkdir $1 && for tool in $($0 --list); do $0 ln -s $0 $1/$tool || exit 1; done'
+        done = self.run(self._busybox, "sh", "-c", script, self._busybox, BUSYBOX_TOOLS)
+        if done.returncode != 0:
+            raise VmError(f"the tools of busybox: {done.stdout}{done.stderr}")
 
     def stop(self):
         """There is nothing in it that could be lost."""
@@ -144,7 +154,7 @@ class Vm:
         program = self._dir / "init"
         sources = [*AGENT_SOURCES, *(HERE / "init").glob("*.h")]
         if not program.exists() or any(s.stat().st_mtime > program.stat().st_mtime for s in sources):
-            flags = ["-std=c++20", "-O1", "-Wall", "-Wextra", "-Werror", "-static"]
+            flags = ["-std=c++20", "-O1", "-Wall", "-Wextra", "-Werror", "-static", "-D_TIME_BITS=64", "-D_FILE_OFFSET_BITS=64"]
             subprocess.run([self._kind.compiler, *flags, *AGENT_SOURCES, "-o", program], check=True)
         return program
 
@@ -156,7 +166,8 @@ class Vm:
     def _boot(self, kernel, archive):
         agent_socket = self._dir / "agent.socket"
         agent_socket.unlink(missing_ok=True)
-        words = [f"console={self._kind.console}", "quiet", "panic=-1", f"gpon.keep={':'.join(map(str, self._keep))}"]
+        words = [f"console={self._kind.console}", "quiet", "panic=-1", f"gpon.clock={time.time():.0f}"]
+        words.append(f"gpon.keep={':'.join(map(str, self._keep))}")
         if self._busybox:
             words.append(f"gpon.busybox={self._busybox}")
         command = [

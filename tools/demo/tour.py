@@ -6,7 +6,7 @@
     tour.py --guide      prints the chapter of the operator's guide
     tour.py --update F   puts that chapter into a guide, between its two marks
 
-With --tour FILE all that of another tour.
+With --tour FILE all that of another tour: home.txt is a chapter of the guide too.
 """
 
 import argparse
@@ -21,7 +21,6 @@ import time
 TOUR = pathlib.Path(__file__).with_name("tour.txt")
 PROMPT = r"(?:^|\n)(gpon(?:\([^\r\n]*\))?[>#]) $"
 ANSWER_TIME = 30  # seconds that the shell or a command may take for one line; a card gets its configuration in 17
-GUIDE_MARKS = ("<!-- The tour, made by tools/demo/tour.py: begin -->", "<!-- The tour: end -->")
 
 
 @dataclasses.dataclass
@@ -114,9 +113,15 @@ def guide(steps):
     return "\n\n".join(parts) + "\n"
 
 
-def updated(text, steps):
+def guide_marks(path):
+    """Between which lines the chapter of a tour stands."""
+    name = "The tour" if path.name == TOUR.name else f"The tour of {path.name}"
+    return f"<!-- {name}, made by tools/demo/tour.py: begin -->", f"<!-- {name}: end -->"
+
+
+def updated(text, steps, path=TOUR):
     """A guide's text with the chapter as it is now."""
-    begin, end = GUIDE_MARKS
+    begin, end = guide_marks(path)
     before, rest = text.split(begin + "\n", 1)
     _, after = rest.split(end, 1)
     return f"{before}{begin}\n{guide(steps)}{end}{after}"
@@ -268,7 +273,7 @@ def main():
         return play_tour(steps, options.tour.name)
     if options.update:
         path = pathlib.Path(options.update)
-        path.write_text(updated(path.read_text(), steps))
+        path.write_text(updated(path.read_text(), steps, options.tour))
     elif options.guide:
         print(guide(steps), end="")
     else:

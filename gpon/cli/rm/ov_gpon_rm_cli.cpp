@@ -8,5 +8,13 @@ void gpon_vty_rm_cli_init() {
     gpon_rm_uni_vlan_cli_init();
     gpon_rm_uni_pm_cli_init();
     gpon_rm_onu_cli_init();
-    // TODO: services, MAC filters, multicast, PoE, IP host, TR-069, queues, WAN, Wi-Fi, VoIP, optics
+    gpon_rm_service_cli_init();
+    gpon_rm_mac_filter_cli_init();
+    gpon_rm_multicast_cli_init();
+    gpon_rm_mgmt_cli_init();
+    gpon_rm_poe_cli_init();
+    gpon_rm_optical_cli_init();
+    gpon_rm_wan_cli_init();
+    gpon_rm_wifi_cli_init();
+    gpon_rm_voip_cli_init();
 }

@@ -41,15 +41,6 @@ constexpr RmItem INFORMATION[] = {
     {"operational state", sRmInfoTableOperationalState},
 };
 
-bool is_operational(const Info& row) {
-    const Onu* onu = find_row(onu_key<Onu>(row));
-    return onu != nullptr && onu->sOnuTableOnuState == SONUTABLEONUSTATE_OPERATIONAL;
-}
-
-std::string place(const Info& row) {
-    return std::to_string(row.slotID) + "/" + std::to_string(row.portID) + ":" + std::to_string(row.onuId);
-}
-
 // Shows ONUs one after the other, each in a step of its own: every one that is up is asked by way of its
 // card. A card that doesn't tell of one isn't asked for the others; they are shown as they told last.
 class InformationOfMany {
@@ -66,8 +57,8 @@ public:
         }
         Info row = next_;
         const char* const read = fetch(row);
-        items_.print(place(row), "read", read);
-        items_.print(place(row), table_desc_sRmInfoTable, &row, INFORMATION);
+        items_.print(gpon_rm_place(row), "read", read);
+        items_.print(gpon_rm_place(row), table_desc_sRmInfoTable, &row, INFORMATION);
         count_++;
         next_.onuId++;
         return true;
@@ -87,7 +78,7 @@ private:
     }
     // How the row was had.
     const char* fetch(Info& row) {
-        if (!is_operational(row))
+        if (!gpon_rm_onu_is_up(row))
             return "earlier";
         if (silent_.contains(row.slotID))
             return "earlier, its card doesn't tell";
@@ -125,13 +116,13 @@ int refuse_read(const CliCall& call, const Row& row) {
 
 int show_one(const CliCall& call, const Scope& scope) {
     auto row = onu_key<Info>(scope.slot, scope.port, scope.onu);
-    const bool is_up = is_operational(row);
+    const bool is_up = gpon_rm_onu_is_up(row);
     if (!mib_access(MIB_GET, row, gpon_cli_columns({sRmInfoTableVersion})))
         return refuse_read(call, row);
     const RmItems items(call.vty, "onu");
     items.begin();
-    items.print(place(row), "read", is_up ? "now" : "earlier");
-    items.print(place(row), table_desc_sRmInfoTable, &row, INFORMATION);
+    items.print(gpon_rm_place(row), "read", is_up ? "now" : "earlier");
+    items.print(gpon_rm_place(row), table_desc_sRmInfoTable, &row, INFORMATION);
     return 0;
 }
 
@@ -198,13 +189,13 @@ constexpr RmItem CAPABILITY[] = {
 int ov_show_onu_rm_capability_cli(CliCall& call) {
     auto row = gpon_cli_onu_key<Capability>(call.vty);
     const auto info = onu_key<Info>(row);
-    const bool is_up = is_operational(info);
+    const bool is_up = gpon_rm_onu_is_up(info);
     if (!mib_access(MIB_GET, row, gpon_cli_columns({sRmOnuCapaTcontNum})))
         return refuse_read(call, row);
     const RmItems items(call.vty, "onu");
     items.begin();
-    items.print(place(info), "read", is_up ? "now" : "earlier");
-    items.print(place(info), table_desc_sRmOnuCapaTable, &row, CAPABILITY);
+    items.print(gpon_rm_place(info), "read", is_up ? "now" : "earlier");
+    items.print(gpon_rm_place(info), table_desc_sRmOnuCapaTable, &row, CAPABILITY);
     return 0;
 }
 

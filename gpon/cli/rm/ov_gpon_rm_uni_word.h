@@ -18,6 +18,10 @@
 #include "cli_call.h"
 #include "cli_setting.h"
 #include "ov_hal_gpon_records.h"
+#include "sRmServiceTable.h"
+#include "sRmUniPoeTable.h"
+#include "sRmVoipLineStatusTable.h"
+#include "sRmVoipSipUserDataTable.h"
 
 // Takes a word apart. 0, or 104006 behind a line that tells which form it hasn't; the three are then
 // untouched.
@@ -29,17 +33,44 @@ const char* ov_gpon_rm_cli_uni_pos_str(uint32_t card, uint32_t port, int portype
 
 // ---- rows ----------------------------------------------------------------------------------------------
 
-// Puts the UNI that the argument `name` of a command is into a row's index. 0, or the result of a refusal,
-// behind its text.
+// The UNI that a row tells of. Rows of a table that calls these columns otherwise have their own overload.
+struct gpon_rm_uni_ref_t {
+    mib_ulong& card;
+    mib_long& type;
+    mib_ulong& port;
+};
+template <typename Row>
+gpon_rm_uni_ref_t gpon_rm_uni_of(Row& row) {
+    return {row.onuCardID, row.onuPortType, row.onuPortID};
+}
+inline gpon_rm_uni_ref_t gpon_rm_uni_of(ov_sRmUniPoeTable_attr_t& row) {
+    return {row.sRmUniPoeOnuCardID, row.sRmUniPoeOnuPortType, row.sRmUniPoeOnuPortID};
+}
+inline gpon_rm_uni_ref_t gpon_rm_uni_of(ov_sRmServiceTable_attr_t& row) {
+    return {row.sRmServiceTableOnuCardID, row.sRmServiceTableOnuPortType, row.sRmServiceTableOnuPortID};
+}
+inline gpon_rm_uni_ref_t gpon_rm_uni_of(ov_sRmVoipSipUserDataTable_attr_t& row) {
+    return {row.sRmVoipSipUserDataCardID, row.sRmVoipSipUserDataCardType, row.sRmVoipSipUserDataPortID};
+}
+inline gpon_rm_uni_ref_t gpon_rm_uni_of(ov_sRmVoipLineStatusTable_attr_t& row) {
+    return {row.sRmVoipLineStatusCardID, row.sRmVoipLineStatusCardType, row.sRmVoipLineStatusPortID};
+}
+
+// Puts the UNI that a word stands for into a row. 0, or the result of a refusal, behind its text.
+template <typename Row>
+int gpon_rm_put_uni_word(struct vty* vty, const char* word, Row& row) {
+    ov_gpon_rmuni_type_t type{};
+    const gpon_rm_uni_ref_t uni = gpon_rm_uni_of(row);
+    const int refusal = ov_gpon_rm_uni_pos_parse(vty, word, &type, &uni.card, &uni.port);
+    if (refusal == 0)
+        uni.type = static_cast<mib_long>(type);
+    return refusal;
+}
+
+// The same with the argument `name` of a command.
 template <typename Row>
 int gpon_rm_put_uni(const CliCall& call, const char* name, Row& row) {
-    ov_gpon_rmuni_type_t type{};
-    if (const int refusal =
-            ov_gpon_rm_uni_pos_parse(call.vty, call.words.text(name), &type, &row.onuCardID, &row.onuPortID);
-        refusal != 0)
-        return refusal;
-    row.onuPortType = static_cast<int32_t>(type);
-    return 0;
+    return gpon_rm_put_uni_word(call.vty, call.words.text(name), row);
 }
 
 // The key of the row that another table has for the same UNI.
@@ -53,23 +84,17 @@ Row gpon_rm_key_of_uni(const OfUni& of) {
 }
 
 template <typename Row>
-std::string gpon_rm_uni_word(const Row& row) {
-    return ov_gpon_rm_cli_uni_pos_str(row.onuCardID, row.onuPortID, row.onuPortType);
+std::string gpon_rm_uni_word(Row row) {
+    const gpon_rm_uni_ref_t uni = gpon_rm_uni_of(row);
+    return ov_gpon_rm_cli_uni_pos_str(uni.card, uni.port, uni.type);
 }
 
 // The argument `name` as part of the index of a table's settings (cli_setting.h).
 template <typename Row>
 constexpr CliIndexWord gpon_rm_uni_index(const char* name) {
     return {.name = name,
-            .put =
-                [](const CliCall& call, const char* word, void* row) {
-                    auto& its = *static_cast<Row*>(row);
-                    ov_gpon_rmuni_type_t type{};
-                    const int refusal =
-                        ov_gpon_rm_uni_pos_parse(call.vty, word, &type, &its.onuCardID, &its.onuPortID);
-                    its.onuPortType = static_cast<int32_t>(type);
-                    return refusal;
-                },
+            .put = [](const CliCall& call, const char* word,
+                      void* row) { return gpon_rm_put_uni_word(call.vty, word, *static_cast<Row*>(row)); },
             .word = [](const void* row) { return gpon_rm_uni_word(*static_cast<const Row*>(row)); }};
 }
 

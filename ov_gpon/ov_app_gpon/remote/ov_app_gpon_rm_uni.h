@@ -8,6 +8,7 @@
 #include <span>
 
 #include "app_follow_rows.h"
+#include "app_index.h"
 #include "ov_app_gpon_owner.h"
 #include "ov_hal_gpon_enums.h"
 #include "ov_hal_gpon_records.h"
@@ -15,12 +16,20 @@
 
 // ---- where a UNI is ---------------------------------------------------------------------------------------
 
+// The index columns that say which UNI a row belongs to; a table that has other names for them states these.
+template <typename Row>
+struct UniIndex {
+    static constexpr auto card = &Row::onuCardID;
+    static constexpr auto kind = &Row::onuPortType;
+    static constexpr auto port = &Row::onuPortID;
+};
+
 // A UNI's place in a record: what its row's index says. A line of a map: WIRE_INTO(uniPos, fill_uni_place).
 template <typename Row, typename Record>
 void fill_uni_place(const Row& row, Record& record) {
-    record.uniPos.cardId = static_cast<uint16_t>(row.onuCardID);
-    record.uniPos.uniType = row.onuPortType;
-    record.uniPos.uniId = static_cast<uint16_t>(row.onuPortID);
+    record.uniPos.cardId = static_cast<uint16_t>(row.*UniIndex<Row>::card);
+    record.uniPos.uniType = row.*UniIndex<Row>::kind;
+    record.uniPos.uniId = static_cast<uint16_t>(row.*UniIndex<Row>::port);
 }
 
 // The index of the UNI that a record means.
@@ -31,6 +40,32 @@ Row uni_key_of_record(const Record& record) {
     key.onuPortType = record.uniPos.uniType;
     key.onuPortID = record.uniPos.uniId;
     return key;
+}
+
+// The index of the UNI that another table's row stands for.
+template <typename Row, typename UniRow>
+Row uni_key(const UniRow& of) {
+    auto key = onu_key<Row>(of);
+    key.onuCardID = of.onuCardID;
+    key.onuPortType = of.onuPortType;
+    key.onuPortID = of.onuPortID;
+    return key;
+}
+
+// A card's number and a port's are one byte each in the ONU (ITU-T G.988).
+inline constexpr mib_long UNI_NUMBER_MAX = 255;
+
+// Whether it is a place that an ONU can have. A record holds the numbers in 16 bits: port 65537 would be
+// port 1.
+template <typename Row>
+bool is_uni_place(const Row& row) {
+    return fits(row.*UniIndex<Row>::card, UNI_NUMBER_MAX) && fits(row.*UniIndex<Row>::port, UNI_NUMBER_MAX);
+}
+
+// Whether the row's UNI can be asked: of an ONU in operation, at a place that managers haven't made up.
+template <typename Row>
+Asked ov_app_gpon_asked_of_uni(const Row& row) {
+    return is_uni_place(row) ? ov_app_gpon_asked_of_onu(row) : Asked::NO;
 }
 
 // ---- which UNIs there are ---------------------------------------------------------------------------------
@@ -44,9 +79,6 @@ struct UniKind {
     Number cards;        // null: one
     const char* failure; // logged when a row of them can't be added
 };
-
-// A card's number and a port's are one byte each in the ONU (ITU-T G.988).
-inline constexpr mib_long UNI_NUMBER_MAX = 255;
 
 template <typename Row>
 struct UniRows {
@@ -66,9 +98,10 @@ bool ov_app_gpon_rm_uni_fits(const UniKind& kind, const ov_sOnuTypeProfileTable_
 template <typename Row>
 bool add_uni(const UniRows<Row>& rows, const UniKind& kind, const ov_sOnuTable_attr_t& owner, mib_long card,
              mib_long port) {
-    Row row = {};
-    table_of<Row>::module().set_index_at(&row, owner.shelfID, owner.slotID, owner.portID, owner.onuId, card,
-                                         static_cast<int32_t>(kind.type), port);
+    auto row = onu_key<Row>(owner);
+    row.*UniIndex<Row>::card = static_cast<mib_ulong>(card);
+    row.*UniIndex<Row>::kind = kind.type;
+    row.*UniIndex<Row>::port = static_cast<mib_ulong>(port);
     return mib_access(MIB_CREATEGO_N, row, mibDefFlags, *rows.appid) ||
            ov_refusal_because("UNI %d/%d of kind %d can't be added", card, port, static_cast<int>(kind.type));
 }

@@ -68,16 +68,8 @@ constexpr FollowSwitch<Status> PM_ENABLE = {
     .before = &Status::old_sRmUniStatusTablePmEnable,
 };
 
-Row pm_key(const Status& status) {
-    auto key = onu_key<Row>(status);
-    key.onuCardID = status.onuCardID;
-    key.onuPortType = status.onuPortType;
-    key.onuPortID = status.onuPortID;
-    return key;
-}
-
 constexpr FollowRows<Status, Row> FOLLOWS_PM_ENABLE = {
-    .key = pm_key,
+    .key = uni_key<Row, Status>,
     .by_switch = &PM_ENABLE,
     .looks_first = false,
     .appid = &gpon_unipm_appid,
@@ -100,7 +92,7 @@ int ov_get_uni_pm_ds_data_from_hal(ov_sRmUniPmTable_attr_t* row, ov_hal_gpon_msg
 int ov_unipm_unistatustable_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
     const int answer = follow_rows(FOLLOWS_PM_ENABLE, did, row, column_flag);
     if (answer != SET_ACCEPTED) {
-        auto pm = pm_key(*static_cast<const Status*>(row));
+        auto pm = uni_key<Row>(*static_cast<const Status*>(row));
         sRmUniPmTable_Dump(&pm);
     }
     return answer;

@@ -1,11 +1,34 @@
-// Power over Ethernet at the UNIs of an ONU (sRmUniPoeTable).
+// Power over Ethernet at the UNIs of an ONU (sRmUniPoeTable): one row for each Ethernet port of an ONU, or of
+// a service profile, which comes and goes with it.
+//
+// Main loop only.
 #pragma once
 
+#include "app_message_map.h"
+#include "app_restore_line.h"
 #include "mmg_access.h"
+#include "ov_hal_gpon_records.h"
 #include "sRmUniPoeTable.h"
+
+extern int gpon_unipoe_appid;
+extern const MessageMap<ov_sRmUniPoeTable_attr_t, ov_gpon_rmuni_poe_attr_t> unipoe_map;
+extern const RestoreTable ov_app_gpon_config_restore_rm_uni_poe;
+extern const RestoreTable ov_app_gpon_config_restore_onusrvprofile_uni_poe;
 
 // Start-up, in its place of the list.
 void ov_app_gpon_rmunipoe_init();
 
-// Doors of the commands: 0, or OV_GPON_RET_BAD_PARAM behind a log line.
+// Door of the commands: 0, or OV_GPON_RET_BAD_PARAM behind a log line.
 int ov_app_gpon_rmunipoe_edit(ov_sRmUniPoeTable_attr_t* attr, MIB_Flags_t* flag);
+
+// The attributes that a card's replay sets for a row: its settings that aren't at their default.
+ov_bmp_t ov_rmuni_poe_table_attr_mask_get(const void* row);
+
+// ---- callbacks -------------------------------------------------------------------------------------------
+
+int ov_unipoe_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
+int ov_unipoe_table_set_check_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
+// What the ONU reports, live.
+int ov_unipoe_table_get_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
+int ov_unipoe_onutable_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
+int ov_unipoe_onu_srvprofile_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

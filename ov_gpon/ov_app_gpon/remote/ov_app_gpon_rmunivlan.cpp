@@ -6,9 +6,7 @@
 
 #include <boost/endian/conversion.hpp>
 
-#include "app_set_callback.h"
-#include "app_write_row.h"
-#include "ov_app_gpon_pair.h"
+#include "ov_app_gpon_rm_owner.h"
 #include "ov_app_gpon_rm_uni.h"
 
 int gpon_univlan_appid = 0;
@@ -107,9 +105,7 @@ void clear_for_new_mode(Change& change) {
         ov_univlan_table_vlanmode_change_clear(&change.row);
 }
 
-int follow(Change& change) {
-    return ov_app_gpon_follow_on_pair(SYNC_RMONU_UNIVLAN, change);
-}
+constexpr auto follow = rm_follow_on_pair<SYNC_RMONU_UNIVLAN, Row>;
 
 // A template row goes out as its mode has it; that of an ONU as it was written, and is cleared when the card
 // has taken it.
@@ -144,6 +140,10 @@ constexpr UniRows<Row> ROWS = {
     .no_type = "can't get onutype id",
     .left = "iterate delete univlan fail",
 };
+constexpr RmDoors<Row> DOORS = {.table = "rm_uni_vlan",
+                                .appid = &gpon_univlan_appid,
+                                .status_column = column::sRmUniVlanTableRowStatus,
+                                .status = &Row::sRmUniVlanTableRowStatus};
 
 } // namespace
 
@@ -156,19 +156,15 @@ RESTORE_TEMPLATES(rmunivlan, SRMUNIVLAN, OV_HAL_MSG_GPON_RM_UNI_VLAN, univlan_ma
 // ---- doors ------------------------------------------------------------------------------------------------
 
 int ov_app_gpon_rmunivlan_add(ov_sRmUniVlanTable_attr_t* attr, MIB_Flags_t* flag) {
-    if (attr && flag) {
-        attr->sRmUniVlanTableRowStatus = OVRA_CREATEANDGO;
-        mib_flag_set(*flag, column::sRmUniVlanTableRowStatus);
-    }
-    return write_row(MIB_SET, attr, flag, gpon_univlan_appid, "mib add error for rm_uni_vlan table");
+    return DOORS.add(attr, flag);
 }
 
 int ov_app_gpon_rmunivlan_edit(ov_sRmUniVlanTable_attr_t* attr, MIB_Flags_t* flag) {
-    return write_row(MIB_SET, attr, flag, gpon_univlan_appid, "mib set error for rm_uni_vlan table");
+    return DOORS.edit(attr, flag);
 }
 
 int ov_app_gpon_rmunivlan_del(ov_sRmUniVlanTable_attr_t* attr) {
-    return write_row(MIB_DEL, attr, &mibDefFlags, gpon_univlan_appid, "mib del error for rm_uni_vlan table");
+    return DOORS.del(attr);
 }
 
 char ov_rmunivlan_table_del_init(const ov_sOnuTable_attr_t* onu) {
@@ -208,17 +204,11 @@ void ov_univlan_table_vlanmode_rollback(ov_sRmUniVlanTable_attr_t* row) {
 // ---- checks -----------------------------------------------------------------------------------------------
 
 char ov_app_gpon_rm_univlan_check(ov_sRmUniVlanTable_attr_t* attr, int action, MIB_Flags_t /*flags*/) {
-    const bool edits = action == OV_HAL_GPON_MSG_ACTION_SET;
-    const OwnerRules rules = {.onu_sets_itself = edits, .waiting_counts = !edits};
-    return ov_app_gpon_owner_admits(*attr, rules) ? 1 : 0;
+    return ov_app_gpon_rm_owner_admits(*attr, action, {.comes_with_owner = true}) ? 1 : 0;
 }
 
 char ov_univlan_multi_srvprofile_exist_check(ov_sRmUniVlanTable_attr_t* attr) {
-    if (ov_app_gpon_srvprofile_of(attr->onuId) != nullptr)
-        return 1;
-    ov_refusal_because("no service profile %d", attr->onuId);
-    OV_LOG_ERROR("MMG", "srvprofile id %d is not exist", attr->onuId);
-    return 0;
+    return ov_app_gpon_rm_has_srvprofile(attr->onuId) ? 1 : 0;
 }
 
 char ov_univlan_multi_srvprofile_parameter_check(ov_sRmUniVlanTable_attr_t* attr) {
@@ -266,8 +256,7 @@ int ov_univlan_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag
 }
 
 int ov_univlan_table_set_check_callback(MIBDID /*did*/, void* row, MIB_Flags_t /*column_flag*/) {
-    return ov_app_gpon_refuse_on_protecting_port(*static_cast<const Row*>(row),
-                                                 "ov_univlan_table_set_check_callback failed");
+    return rm_refuse_on_protecting_port<Row>(row, __func__);
 }
 
 int ov_univlan_onutable_set_callback(MIBDID did, void* row, MIB_Flags_t /*column_flag*/) {

@@ -50,6 +50,18 @@ struct GetCallback {
     const char* failure = nullptr; // logged when the card failed
 };
 
+// Asks the card of the row about these columns: its result, and its answer in a zeroed record.
+template <typename Row, typename Record>
+int ask_card(const GetCallback<Row, Record>& callback, const Row& row, const MIB_Flags_t& columns,
+             Record& record) {
+    if (callback.address)
+        callback.address(row, record);
+    else
+        callback.map->encode_address(&row, &record);
+    const ov_bmp_t mask = callback.masked_by_columns ? callback.map->get_mask(columns) : callback.mask;
+    return ov_hal_gpon_msg_send(callback.message, OV_HAL_GPON_MSG_ACTION_GET, &record, mask, 1);
+}
+
 template <typename Row, typename Record>
 int run_get_callback(const GetCallback<Row, Record>& callback, void* read_row, const MIB_Flags_t& columns) {
     const MIB_Flags_t read = columns_in(columns, callback.columns);
@@ -61,15 +73,8 @@ int run_get_callback(const GetCallback<Row, Record>& callback, void* read_row, c
         return SET_ACCEPTED;
     Record record = {};
     if (asked == Asked::YES) {
-        if (callback.address)
-            callback.address(row, record);
-        else
-            callback.map->encode_address(&row, &record);
-        const ov_bmp_t mask = callback.masked_by_columns ? callback.map->get_mask(columns) : callback.mask;
-        const int result =
-            ov_hal_gpon_msg_send(callback.message, OV_HAL_GPON_MSG_ACTION_GET, &record, mask, 1);
-        const CardAnswer answer =
-            card_answer(result, callback.not_supported, callback.tag, "get which not support");
+        const CardAnswer answer = card_answer(ask_card(callback, row, columns, record),
+                                              callback.not_supported, callback.tag, "get which not support");
         if (answer == CardAnswer::NOT_SUPPORTED)
             return SET_ACCEPTED;
         if (answer == CardAnswer::FAILED) {

@@ -22,11 +22,13 @@
 //   MAP_AS(column, field, bit, convert)   the same, the field is convert(column); not read back
 //   MAP_INTO(column, field, bit, fill)    the same by fill(row, record), for a field that is a record
 //   UNMASKED(column, field)               the column is the field; no bit stands for it
+//   UNMASKED_IPV4(column, field)          the same of an IPv4 address, which columns hold in network order
 //   MASK_ONLY(column, bit)                the column raises the bit; nothing of it is in the record
 //   WIRE_ONLY(field, value)               no column: the field is value(row), such as the index
 //   WIRE_INTO(field, fill)                the same by fill(row, record)
 //   READ_ONLY(column, field)              the field of an answer is the column; never sent
 //   READ_INTO(column, field, take)        the same by take(record, row), for a column that is made of it
+//   READ_IPV4(column, field)              the same of an IPv4 address
 //
 // and what may be said of a line:
 //
@@ -39,6 +41,8 @@
 // Texts are cut at their field and filled with zeros, octets copied, numbers converted. Any thread; a map is
 // constant.
 #pragma once
+
+#include <arpa/inet.h>
 
 #include <array>
 #include <cstddef>
@@ -76,6 +80,7 @@ struct MapLine {
     void (*encode)(const void* row, void* record) = nullptr;
     void (*decode)(const void* record, void* row) = nullptr;
     bool (*condition)(const void* row) = nullptr;
+    bool is_conditional = false; // known when compiling, which under sanitizers the address isn't
     MapReplay replay = MapReplay::DIFFERS;
     int32_t low = 0;
     int32_t high = 0;
@@ -91,6 +96,7 @@ struct MapLine {
     constexpr MapLine applies_when(bool (*holds)(const void* row)) const {
         MapLine line = *this;
         line.condition = holds;
+        line.is_conditional = true;
         return line;
     }
     constexpr bool has_attribute() const { return attribute != NO_ATTRIBUTE; }
@@ -137,7 +143,7 @@ protected:
             if (bits_[line.column] == marker)
                 bits_[line.column] = 0;
             bits_[line.column] |= 1u << line.attribute;
-            conditional_ |= line.condition != nullptr ? 1u << line.attribute : 0;
+            conditional_ |= line.is_conditional ? 1u << line.attribute : 0;
         }
     }
 
@@ -214,6 +220,11 @@ template <auto column, auto field>
 void decode(const void* record, void* row) {
     put(static_cast<object_of<column>*>(row)->*column, static_cast<const object_of<field>*>(record)->*field);
 }
+template <auto column, auto field>
+void decode_ipv4(const void* record, void* row) {
+    static_cast<object_of<column>*>(row)->*column =
+        htonl(plain(static_cast<const object_of<field>*>(record)->*field));
+}
 template <auto column, auto field, auto convert>
 void encode_as(const void* row, void* record) {
     static_cast<object_of<field>*>(record)->*field =
@@ -256,6 +267,7 @@ bool condition(const void* row) {
         .encode = &message_map_detail::encode_into<Row, Record, fill>,                                       \
     }
 #define UNMASKED(name, record_field) MAP(name, record_field, MapLine::NO_ATTRIBUTE)
+#define UNMASKED_IPV4(name, record_field) MAP_AS(name, record_field, MapLine::NO_ATTRIBUTE, ntohl)
 #define MASK_ONLY(name, bit)                                                                                 \
     MapLine {                                                                                                \
         .column = column::name, .attribute = (bit)                                                           \
@@ -278,6 +290,11 @@ bool condition(const void* row) {
     MapLine {                                                                                                \
         .column = column::name, .field = #record_field,                                                      \
         .decode = &message_map_detail::decode_into<Row, Record, take>,                                       \
+    }
+#define READ_IPV4(name, record_field)                                                                        \
+    MapLine {                                                                                                \
+        .column = column::name, .field = #record_field,                                                      \
+        .decode = &message_map_detail::decode_ipv4<&Row::name, &Record::record_field>,                       \
     }
 // What .applies_when() takes.
 #define ROW_IS(holds) (&message_map_detail::condition<Row, holds>)

@@ -80,8 +80,9 @@ struct ActionWords {
 // else is done.
 enum class SentChanges : uint8_t {
     ALL,
+    OF_ONUS,       // rows of service profiles stay in the table
     EDITS,         // creates and deletes are the table's own
-    EDITS_OF_ONUS, // the same, and rows of service profiles stay in the table
+    EDITS_OF_ONUS, // both
 };
 
 // The steps, in their order. Those that a module doesn't have stay null.
@@ -155,12 +156,11 @@ bool passes(RowChange<Row>& change) {
 
 template <typename Row>
 constexpr bool is_sent(SentChanges sent, const RowChange<Row>& change) {
-    if (sent == SentChanges::ALL)
-        return true;
     if constexpr (requires { change.row.slotID; })
-        if (sent == SentChanges::EDITS_OF_ONUS && is_template_row(change.row))
+        if ((sent == SentChanges::OF_ONUS || sent == SentChanges::EDITS_OF_ONUS) &&
+            is_template_row(change.row))
             return false;
-    return change.sets();
+    return sent == SentChanges::ALL || sent == SentChanges::OF_ONUS || change.sets();
 }
 
 // The record of the change to its card: the card's result, or 0 when there was nothing to send.

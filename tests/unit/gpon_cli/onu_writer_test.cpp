@@ -5,9 +5,18 @@
 #include "ov_app_gpon_bwtype.h"
 #include "ov_slot.h"
 #include "sRmInfoTable.h"
+#include "sRmMulticastTable.h"
 #include "sRmOnuCapaTable.h"
+#include "sRmOnuOptThresholdTable.h"
+#include "sRmOnuPoeTable.h"
+#include "sRmOnuQosPriorityQueueScheduleTable.h"
+#include "sRmTr069MgmtTable.h"
+#include "sRmUniPoeTable.h"
 #include "sRmUniStatusTable.h"
 #include "sRmUniVlanTable.h"
+#include "sRmVoipConfigDataTable.h"
+#include "sRmVoipLineStatusTable.h"
+#include "sRmVoipSipUserDataTable.h"
 
 #include <random>
 #include <sstream>
@@ -384,6 +393,15 @@ class RandomRows : public OnuWriter {
         remove_all<ov_sRmOnuCapaTable_attr_t>();
         remove_all<ov_sRmUniStatusTable_attr_t>();
         remove_all<ov_sRmUniVlanTable_attr_t>();
+        remove_all<ov_sRmVoipConfigDataTable_attr_t>();
+        remove_all<ov_sRmVoipSipUserDataTable_attr_t>();
+        remove_all<ov_sRmVoipLineStatusTable_attr_t>();
+        remove_all<ov_sRmTr069MgmtTable_attr_t>();
+        remove_all<ov_sRmOnuQosPriorityQueueScheduleTable_attr_t>();
+        remove_all<ov_sRmUniPoeTable_attr_t>();
+        remove_all<ov_sRmOnuPoeTable_attr_t>();
+        remove_all<ov_sRmOnuOptThresholdTable_attr_t>();
+        remove_all<ov_sRmMulticastTable_attr_t>();
         for (uint32_t slot = 0; slot < ov_slot_get_max_lc_num(); slot++)
             g_gponCntLimit[slot] = {};
     }

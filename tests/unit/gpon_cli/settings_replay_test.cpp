@@ -6,9 +6,19 @@
 #include <sstream>
 
 #include "cli_setting.h"
+#include "rmServiceMacFilterDynamicTable.h"
+#include "rmServiceMacFilterModeTable.h"
 #include "sRmInfoTable.h"
+#include "sRmMulticastTable.h"
+#include "sRmOnuOptThresholdTable.h"
+#include "sRmOnuPoeTable.h"
+#include "sRmServiceTable.h"
+#include "sRmTr069MgmtTable.h"
 #include "sRmUniPmTable.h"
+#include "sRmUniPoeTable.h"
 #include "sRmUniStatusTable.h"
+#include "sRmVoipConfigDataTable.h"
+#include "sRmWifiTable.h"
 #include "table_record.h"
 
 namespace {
@@ -49,6 +59,31 @@ protected:
         service_port.servicePortVlanAction = SERVICEPORTVLANACTION_ALLTRANSPARENT;
         active(sRmInfoTable_createEntry(1, slot, port, onu));
         active(sRmUniStatusTable_createEntry(1, slot, port, onu, 1, 1, 1)); // pots_1/1
+        active(sRmUniPoeTable_createEntry(1, slot, port, onu, 1, 1, 1));
+        active(sRmOnuPoeTable_createEntry(1, slot, port, onu));
+        active(sRmTr069MgmtTable_createEntry(1, slot, port, onu));
+        active(sRmOnuOptThresholdTable_createEntry(1, slot, port, onu));
+        active(sRmServiceTable_createEntry(1, slot, port, onu, 1))->sRmServiceTableRmServiceType =
+            SRMSERVICETABLERMSERVICETYPE_TRANSPARNT;
+        active(rmServiceMacFilterModeTable_createEntry(1, slot, port, onu, 1));
+        active(sRmVoipConfigDataTable_createEntry(1, slot, port, onu));
+        for (const unsigned number : {1u, 5u}) {
+            auto& wifi = *active(sRmWifiTable_createEntry(1, slot, port, onu, number));
+            wifi.sRmWifiMode = number == 1 ? SRMWIFIMODE_B : SRMWIFIMODE_A;
+            wifi.sRmWifiSecurityMode = SRMWIFISECURITYMODE_OPEN;
+            set(wifi.sRmWifiName, "home");
+        }
+    }
+    // The rows that come and go with a switch of another row: those that a setting works on.
+    static void add_following_rows(const CliPreparedSetting& setting) {
+        remove_all<ov_sRmUniPmTable_attr_t>();
+        remove_all<ov_sRmMulticastTable_attr_t>();
+        remove_all<ov_rmServiceMacFilterDynamicTable_attr_t>();
+        for (const auto& [slot, port, onu] : {std::array{1, 2, 7}, {31, 15, 5}}) {
+            active(rmServiceMacFilterDynamicTable_createEntry(1, slot, port, onu, 1));
+            if (&setting.setting().object->table == &table_desc_sRmMulticastTable)
+                active(sRmMulticastTable_createEntry(1, slot, port, onu, 1, 1, 1));
+        }
     }
 
     // The places where a setting's command stands.
@@ -63,13 +98,24 @@ protected:
         return all;
     }
 
-    // The stored row that a setting is entered for: of the session's object, or the one numbered 1 below it.
+    // The number of a row below the session's object: the least that the command takes.
+    static int64_t number_of(const CliPreparedSetting& setting, size_t column) {
+        const auto& words = setting.setting().object->words;
+        for (size_t i = 0; i < setting.uses().size(); i++) {
+            const Use& use = setting.uses()[i];
+            if (use.what == Use::INDEX && words[use.number].column == static_cast<int>(column))
+                return setting.syntax().arguments()[i].ranges.front().least;
+        }
+        return 1;
+    }
+    // The stored row that a setting is entered for: of the session's object, or the first one below it.
     static char* row_of(const CliPreparedSetting& setting, const Place& place) {
         const TableDesc& table = setting.setting().object->table;
         CliRow key(table);
         for (size_t i = 0; i < table.index.size(); i++)
             record_put<uint32_t>(key.get(), table.index[i].offset,
-                                 i < place.index.size() ? place.index[i] : 1);
+                                 i < place.index.size() ? place.index[i]
+                                                        : static_cast<uint32_t>(number_of(setting, i)));
         return const_cast<char*>(
             static_cast<const char*>(table_module_find(table.registry_index)->find_row(key.get())));
     }
@@ -82,8 +128,8 @@ protected:
         return {row.begin() + desc.offset, row.begin() + desc.offset + desc.size};
     }
     static void restore(const CliPreparedSetting& setting, const Place& place, const Bytes& bytes) {
+        add_following_rows(setting);
         std::copy(bytes.begin(), bytes.end(), row_of(setting, place));
-        remove_all<ov_sRmUniPmTable_attr_t>(); // rows that follow a switch
     }
 
     // The lines that save the place's object.
@@ -107,6 +153,8 @@ protected:
             all.insert(all.end(), {std::to_string(range.least), std::to_string(range.most)});
         if (value.kind == Kind::ADDRESS)
             all.insert(all.end(), {"10.0.0.1", "255.255.255.255"});
+        else if (value.kind == Kind::INTEGER)
+            all.insert(all.end(), {"-20", "0", "2147483647", "-2147483648"});
         else if (argument.is_variable)
             all.insert(all.end(), {"x", std::string(value.longest, 'y')});
         return all;
@@ -115,7 +163,8 @@ protected:
     // The word of an index argument.
     static std::string index_word(const CliIndexWord& word, const CliPreparedSetting& setting,
                                   const Place& place) {
-        return word.word != nullptr ? word.word(row_of(setting, place)) : "1";
+        return word.word != nullptr ? word.word(row_of(setting, place))
+                                    : std::to_string(number_of(setting, static_cast<size_t>(word.column)));
     }
     // The command for a value.
     static std::string command(const CliPreparedSetting& setting, const Place& place,
@@ -197,6 +246,7 @@ protected:
 CLI_TEST(SettingsReplay, WhatIsEnteredIsSavedAndMakesTheSame) {
     EXPECT_GT(cli_settings().size(), 25u);
     for (const CliPreparedSetting& setting : cli_settings()) {
+        add_following_rows(setting);
         const auto where = places(setting);
         EXPECT_FALSE(where.empty()) << setting.command().syntax << ": a node that this test doesn't know";
         for (const Place& place : where) {
@@ -214,6 +264,7 @@ CLI_TEST(SettingsReplay, NumbersBesideTheSyntaxAreNotSaved) {
     for (const CliPreparedSetting& setting : cli_settings()) {
         if (setting.setting().value.kind != Kind::NUMBER)
             continue;
+        add_following_rows(setting);
         for (const Place& place : places(setting))
             for (const CliColumnOf& column : setting.columns()) {
                 const Bytes before = bytes_of(setting, place);
@@ -221,7 +272,8 @@ CLI_TEST(SettingsReplay, NumbersBesideTheSyntaxAreNotSaved) {
                 const ColumnDesc& desc =
                     *setting.setting().object->table.column(static_cast<int>(column.column));
                 for (const int64_t number : {int64_t{-1}, int64_t{19}, int64_t{35}, int64_t{0x7fffffff}}) {
-                    if (can_give(setting, number))
+                    const bool has_sign = desc.type != ColType::UINT;
+                    if (can_give(setting, has_sign ? number : static_cast<uint32_t>(number)))
                         continue;
                     record_put<int32_t>(row_of(setting, place), desc.offset, static_cast<int32_t>(number));
                     EXPECT_EQ(saved(place), lines_before) << setting.command().syntax << " " << number;

@@ -99,4 +99,18 @@ TEST(CliForms, OfFormsForOtherRangesTheOneThatHoldsTheValuesIsTaken) {
     EXPECT_EQ(forms.line({5, 13}), "");
 }
 
+constexpr const char* RADIO[] = {"radio <1-4> mode (b|g) rate <1-9>", "radio <5-8> mode a rate <1-9>",
+                                 "radio <5-8> mode (n|ac) rate <1-9>", "radio <1-8> off"};
+
+TEST(CliForms, AKeywordInThePlaceOfAChoiceIsWhatItsNameSays) {
+    const CliForms forms(RADIO, {"radio", "mode", "rate"});
+    EXPECT_EQ(forms.line({1, "g", 9}), "radio 1 mode g rate 9");
+    EXPECT_EQ(forms.line({5, "a", 9}), "radio 5 mode a rate 9");
+    EXPECT_EQ(forms.line({5, "ac", 1}), "radio 5 mode ac rate 1");
+    EXPECT_EQ(forms.line({5, "b", 1}), "") << "another keyword";
+    EXPECT_EQ(forms.line({1, "a", 1}), "");
+    EXPECT_EQ(forms.line({5, 1, 1}), "") << "a number";
+    EXPECT_EQ(forms.line({5, CliValue::given(true), 1}), "radio 5 mode a rate 1");
+}
+
 } // namespace

@@ -38,6 +38,8 @@ const kavo_cmd_t table[] = {
     {{test_node}, "words-tag <1-8> tag .VLAN", "", run_test},
     {{test_node}, "words-power <0-4294967295>", "", run_test},
     {{test_node}, "words-snmp (detail|)", "", run_test},
+    {{test_node}, "words-radio <1-4> mode (b|g) rate <1-9>", "", run_test},
+    {{test_node}, "words-radio <5-8> mode a rate <1-9>", "", run_test},
     {{test_node}, "words-other <1-8> elsewhere <1-8>", "", run_other},
 };
 
@@ -240,6 +242,23 @@ TEST_F(CliCallTest, TextsAndLinesArePrinted) {
                   true)
                   .text,
               "a=1 b%\r\n");
+}
+
+TEST_F(CliWordsTest, TheWordBehindAKeywordIsAnArgumentOrAKeyword) {
+    with("words-radio 1 mode g rate 9", [](const CliWords& words) {
+        EXPECT_STREQ(words.word_or("mode", ""), "g");
+        EXPECT_STREQ(words.word_or("rate", ""), "9");
+    });
+    with("words-pm prot e", [](const CliWords& words) {
+        EXPECT_STREQ(words.word_or("protocol", ""), "enable");
+        EXPECT_STREQ(words.typed_or("protocol", ""), "e");
+        EXPECT_STREQ(words.typed_or("words-pm", ""), "prot");
+    });
+    with("words-radio 5 mode a rate 9", [](const CliWords& words) {
+        EXPECT_STREQ(words.word_or("mode", ""), "a");
+        EXPECT_STREQ(words.word_or("tcont", "none"), "none");
+        EXPECT_STREQ(words.typed_or("tcont", "none"), "none");
+    });
 }
 
 } // namespace

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include <poll.h>
+#include <sched.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -148,6 +149,9 @@ public:
 
 private:
     void serve() {
+        // A card is on a board of its own: it doesn't interrupt the sender for each message.
+        const sched_param none = {};
+        sched_setscheduler(0, SCHED_BATCH, &none);
         while (!stop_) {
             pollfd p = {.fd = fd_, .events = short(stopped_ ? 0 : POLLIN), .revents = 0};
             if (poll(&p, 1, stopped_ ? 1 : 10) <= 0)

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -124,6 +126,13 @@ void loopback_up() {
     close(fd);
 }
 
+// Not every machine that is played has a clock that goes on while it is off.
+void set_clock(const std::string& seconds) {
+    const timespec now = {.tv_sec = std::strtoll(seconds.c_str(), nullptr, 10), .tv_nsec = 0};
+    if (now.tv_sec > 0)
+        must(clock_settime(CLOCK_REALTIME, &now) == 0, "the clock");
+}
+
 void write_file(const char* path, const char* text) {
     std::ofstream(path) << text;
 }
@@ -141,6 +150,7 @@ void boot() {
     mount_fresh({"/proc", "proc", ""});
     const std::string keep = boot_option("gpon.keep");
     const std::string busybox = boot_option("gpon.busybox");
+    const std::string clock = boot_option("gpon.clock");
     load_modules();
     mount_host();
     enter_host();
@@ -157,6 +167,7 @@ void boot() {
     show_kept(kept);
     use_busybox(busybox);
     loopback_up();
+    set_clock(clock);
     write_file("/proc/sys/kernel/core_pattern", "core");
     sethostname("vm", 2);
 }

@@ -121,7 +121,8 @@ std::vector<unsigned> columns_of_node(const MIB_callback* node) {
 
 TEST(RemoteRegistration, UniStatusRunsFirstOnItsTableAndThenTheCounters) {
     app_chassis::run([](AppChassis& /*chassis*/) {
-        EXPECT_THAT(labels_of(SRMUNISTATUS, CALLBACK_SET), ElementsAre("app_unistatus", "app_unipm"));
+        EXPECT_THAT(labels_of(SRMUNISTATUS, CALLBACK_SET),
+                    ElementsAre("app_unistatus", "app_unipm", "app_multicast"));
         const auto written = testing::ElementsAre(4, 5, 6, 8, 9, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20);
         EXPECT_THAT(columns_of_node(chain_of(SRMUNISTATUS, CALLBACK_SET)), written);
         EXPECT_THAT(columns_of_node(chain_of(SRMUNISTATUS, CALLBACK_CHECK)), written);
@@ -145,8 +146,9 @@ TEST(RemoteRegistration, OfTheOtherTables) {
     });
 }
 
-// An ONU's change runs them behind the ONU's own, a profile's behind the profile's.
-TEST(RemoteRegistration, RowsFollowBehindTheirOwner) {
+// An ONU's change runs those whose rows a card holds for it in front of the ONU's own, the others behind it;
+// a profile's all behind the profile's.
+TEST(RemoteRegistration, RowsFollowTheirOwnerInTheirOrder) {
     app_chassis::run([](AppChassis& /*chassis*/) {
         const auto of_remote = [](int table, const std::string& own) {
             std::vector<std::string> found;
@@ -156,9 +158,17 @@ TEST(RemoteRegistration, RowsFollowBehindTheirOwner) {
             return found;
         };
         EXPECT_THAT(of_remote(SONU, "app_onu"),
-                    ElementsAre("app_onu", "app_rmcapa", "app_rminfo", "app_unistatus", "app_univlan"));
+                    ElementsAre("app_rmwifi", "app_rmwan", "app_rm_sip_agent_config_data", "app_rmservice",
+                                "app_rm_iphost",
+                                // behind these the card hears of the ONU
+                                "app_onu", "app_rmonu_opt_threshold", "app_rmcapa", "app_rminfo",
+                                "app_rm_voip_line_status", "app_rmonupoe", "app_unipoe", "app_unistatus",
+                                "app_rm_tr069_mgmt", "app_rm_queue_schedule", "app_rm_voip_config_data",
+                                "app_rm_sip_user_data", "app_univlan"));
         EXPECT_THAT(of_remote(SONUSRVPROFILE, "onu_srvprofile"),
-                    ElementsAre("onu_srvprofile", "app_unistatus", "app_univlan"));
+                    ElementsAre("onu_srvprofile", "app_rm_sip_agent_config_data", "app_rmservice",
+                                "app_rm_iphost", "app_rmonupoe", "app_unipoe", "app_unistatus",
+                                "app_rm_voip_config_data", "app_univlan"));
     });
 }
 

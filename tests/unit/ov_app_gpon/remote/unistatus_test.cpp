@@ -67,9 +67,8 @@ TEST(UniStatus, EachSettingReachesTheCardInItsFieldWithItsBit) {
             chassis.forget_messages();
             ASSERT_EQ(set_value(UNI, setting.column, setting.value), OV_GPON_RET_OK) << setting.column;
             EXPECT_EQ(get(*find_row(UNI), setting.column), setting.value);
-            const auto messages = chassis.messages();
+            const auto messages = chassis.messages_of(MESSAGE);
             ASSERT_THAT(messages, SizeIs(1)) << setting.column;
-            EXPECT_EQ(messages[0].type, MESSAGE);
             EXPECT_EQ(messages[0].action, OV_HAL_GPON_MSG_ACTION_SET);
             EXPECT_EQ(messages[0].mask, 1u << setting.bit) << setting.column;
             // Behind index and place the fields follow their attributes, a word each.

@@ -13,12 +13,27 @@
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_port.h"
+#include "ov_app_gpon_rm_iphost.h"
+#include "ov_app_gpon_rm_mac_filter.h"
+#include "ov_app_gpon_rm_queue_schedule.h"
+#include "ov_app_gpon_rm_sip_agent_config_data.h"
+#include "ov_app_gpon_rm_sip_user_data.h"
+#include "ov_app_gpon_rm_tr069_mgmt.h"
 #include "ov_app_gpon_rm_traffic.h"
+#include "ov_app_gpon_rm_voip_config_data.h"
+#include "ov_app_gpon_rm_voip_line_status.h"
 #include "ov_app_gpon_rmcapa.h"
 #include "ov_app_gpon_rminfo.h"
+#include "ov_app_gpon_rmmulticast.h"
+#include "ov_app_gpon_rmonu_opt_threshold.h"
+#include "ov_app_gpon_rmonupoe.h"
+#include "ov_app_gpon_rmservice.h"
 #include "ov_app_gpon_rmunipm.h"
+#include "ov_app_gpon_rmunipoe.h"
 #include "ov_app_gpon_rmunistatus.h"
 #include "ov_app_gpon_rmunivlan.h"
+#include "ov_app_gpon_rmwan.h"
+#include "ov_app_gpon_rmwifi.h"
 #include "ov_app_gpon_service.h"
 #include "ov_app_gpon_service_port.h"
 #include "ov_app_gpon_tcont.h"
@@ -200,6 +215,24 @@ std::vector<SystemMap> system_maps() {
         SYSTEM_MAP(unistatus_map, ov_sRmUniStatusTable_attr_t),
         SYSTEM_MAP(univlan_map, ov_sRmUniVlanTable_attr_t),
         SYSTEM_MAP(unipm_map, ov_sRmUniPmTable_attr_t),
+        SYSTEM_MAP(rmwan_map, ov_sRmWanTable_attr_t),
+        SYSTEM_MAP(rmwifi_map, ov_sRmWifiTable_attr_t),
+        SYSTEM_MAP(rm_iphost_map, ov_sRmIPHostTable_attr_t),
+        SYSTEM_MAP(rm_iphost_current_map, ov_sRmIPHostTable_attr_t),
+        SYSTEM_MAP(rm_tr069_mgmt_map, ov_sRmTr069MgmtTable_attr_t),
+        SYSTEM_MAP(rm_queue_schedule_map, ov_sRmOnuQosPriorityQueueScheduleTable_attr_t),
+        SYSTEM_MAP(rm_voip_config_data_map, ov_sRmVoipConfigDataTable_attr_t),
+        SYSTEM_MAP(rm_sip_agent_map, ov_sRmVoipSipAgentConfigTable_attr_t),
+        SYSTEM_MAP(rm_sip_user_map, ov_sRmVoipSipUserDataTable_attr_t),
+        SYSTEM_MAP(rm_voip_line_status_map, ov_sRmVoipLineStatusTable_attr_t),
+        SYSTEM_MAP(unipoe_map, ov_sRmUniPoeTable_attr_t),
+        SYSTEM_MAP(onupoe_map, ov_sRmOnuPoeTable_attr_t),
+        SYSTEM_MAP(rmonu_opt_threshold_map, ov_sRmOnuOptThresholdTable_attr_t),
+        SYSTEM_MAP(rmservice_map, ov_sRmServiceTable_attr_t),
+        SYSTEM_MAP(mac_filter_mode_map, ov_rmServiceMacFilterModeTable_attr_t),
+        SYSTEM_MAP(mac_filter_dyn_map, ov_rmServiceMacFilterDynamicTable_attr_t),
+        SYSTEM_MAP(mac_filter_static_map, ov_rmServiceMacFilterStaticTable_attr_t),
+        SYSTEM_MAP(rmmulticast_map, ov_sRmMulticastTable_attr_t),
     };
 }
 

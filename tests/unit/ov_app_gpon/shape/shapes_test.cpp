@@ -299,6 +299,21 @@ TEST(SetShape, SendsEditsAlone) {
     });
 }
 
+TEST(SetShape, SendsRowsOfOnusAlone) {
+    run([](AppChassis& chassis) {
+        Callback callback = PLAIN;
+        callback.sent = SentChanges::OF_ONUS;
+        Row row = row_at();
+        Row of_profile = row_at(GPON_TEMPLATE_SLOT);
+        for (const auto action :
+             {OV_HAL_GPON_MSG_ACTION_CREATE, OV_HAL_GPON_MSG_ACTION_SET, OV_HAL_GPON_MSG_ACTION_DELETE}) {
+            EXPECT_EQ(answer_to(callback, row, LIMIT, action), SET_ACCEPTED);
+            EXPECT_EQ(answer_to(callback, of_profile, LIMIT, action), SET_ACCEPTED);
+        }
+        EXPECT_THAT(chassis.messages(3), SizeIs(3));
+    });
+}
+
 TEST(SetShape, ChecksAndReservesBeforeItSendsAndGivesBackWhatTheCardRefused) {
     run([](AppChassis& chassis) {
         static std::string steps;
