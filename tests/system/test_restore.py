@@ -122,7 +122,8 @@ def test_a_card_that_restarts_empty_gets_everything_back_in_order(world):
 
     # Stage by stage, a second apart; nothing is waited for but the end.
     stages = [
-        [("ONU_TYPE", "create"), ("BW_TYPE", "create"), ("RMONU_TRAFFIC_PROFILE", "create"), ("TCONT", "create"), ("GEMPORT", "create"), ("SERVPORT", "create")],
+        [("ONU_TYPE", "create"), ("BW_TYPE", "create"), ("ONU_RSSI", "create"), ("RMONU_TRAFFIC_PROFILE", "create"), ("TCONT", "create"),
+         ("GEMPORT", "create"), ("SERVPORT", "create")],  # fmt: skip
         [("PORT", "create"), ("PORT", "set")],
         [("ONU", "create"), ("ONU", "set")],
         [("TCONT", "create")],
@@ -140,8 +141,8 @@ def test_a_card_that_restarts_empty_gets_everything_back_in_order(world):
     assert all(record["ipc"] == "async" for record in records[:-1])
     assert records[-1]["ipc"] == "request"
     assert world.chassis.records(since=since, kind="refused") == []
-    # Another card hears of the templates, which are every card's, and of nothing else.
-    assert [kind_of(record) for record in told(world, since, 2)] == ["TCONT", "GEMPORT", "SERVPORT"]
+    # Another card hears of the templates and of profiles of limits, which are every card's, and of nothing else.
+    assert [kind_of(record) for record in told(world, since, 2)] == ["ONU_RSSI", "TCONT", "GEMPORT", "SERVPORT"]
     texts = world.chassis.log_lines(r"slot 1 stage|finished pon config restore")
     assert [line.split("stage ")[1].split(":")[0] for line in texts if "stage " in line] == STAGES * 2
     assert results(world, since, 1) == ALL_DONE
