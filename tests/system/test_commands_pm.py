@@ -1,9 +1,12 @@
 """Counters by command: shown, and recorded."""
 
 import json
+import re
+import subprocess
 
 import pytest
 
+from chassis import VTY_SOCKET, program
 from test_commands_frame import new_port
 from test_commands_onu import ONU_PORT, add, start_shelf
 from test_commands_remote import SERIAL, TYPE, come_up
@@ -69,6 +72,18 @@ def test_json_has_the_numbers_as_numbers(shelf):
     assert results == [0]
     assert [(row["onu"], row["gem"], row["counter"]) for row in rows][3] == ("1/1:7", 3, "tx bytes")
     assert all(isinstance(row["value"], int) for row in rows)
+
+
+def test_the_shell_tells_what_a_repeated_show_gains(shelf):
+    line = f"show statistic {ONU_PORT} onu 7 gem 3 clear disable repeat 1 2"
+    shell = [program("gponsh"), "-s", str(shelf.chassis.path(VTY_SOCKET)), "-c", "configure terminal", "-c", line]
+    shown = subprocess.run(shell, capture_output=True, text=True, timeout=60)
+    assert shown.returncode == 0
+    rates = re.findall(r"^1/1:7 +3 (\S+ \S+) +\d+ +(\S+)$", shown.stdout, re.M)
+    assert [name for name, _ in rates] == ["rx packets", "rx bytes", "tx packets", "tx bytes"] * 2
+    assert [rate for _, rate in rates[:4]] == ["-"] * 4
+    assert all(re.fullmatch(r"\d+\.\d", rate) for _, rate in rates[4:])
+    assert shown.stdout.count(" value       per second\n") == 2
 
 
 def test_what_is_not_there_is_refused(shelf):
