@@ -17,6 +17,7 @@ namespace {
 
 constexpr uint16_t PORT = 901;
 constexpr uint16_t ONU = 903;
+constexpr uint16_t GEMPORT = 909;
 constexpr uint16_t RMONU_INFO = 914;
 constexpr uint16_t RM_UNI = 915;
 constexpr uint16_t RM_UNI_STATS = 918;
@@ -44,7 +45,7 @@ Card::Card(const CardShelf& shelf, uint32_t slot)
             [this](uint16_t number, uint32_t action, std::span<const uint8_t> record) {
                 report(number, action, record);
             }),
-      values_(objects_, onus_) {}
+      flows_(shelf.loop, objects_, onus_), values_(objects_, onus_, flows_) {}
 
 bool Card::open(std::string& error) {
     return receiver_.open(
@@ -57,7 +58,8 @@ void Card::restart() {
     alarms_.clear();
     replayed_.clear();
     driver_texts_.clear();
-    values_.restart();
+    flows_.settle();
+    flows_.counts().clear();
     onus_.card_restarted();
 }
 
@@ -152,12 +154,17 @@ void Card::follow(const CardRequest& request, bool held_before) {
     case PORT:
         follow_port(request);
         break;
+    case GEMPORT:
+        if (request.action == card_action::DELETE)
+            flows_.counts().forget_gem(index);
+        break;
     case RMONU_INFO:
         if (request.action == card_action::SET)
             command_onu(index, request);
         break;
     case PORT_STAT_CLEAR:
-        values_.clear_port(index);
+        flows_.settle();
+        flows_.counts().clear(pm_message::PORT_STAT, index);
         break;
     case TRAP_SYNC:
         replay();
@@ -234,6 +241,8 @@ void Card::switch_onu(uint32_t index, const CardRequest& request) {
 
 void Card::forget_onu(uint32_t index) {
     std::erase_if(alarms_, [index](const auto& alarm) { return alarm.first.first == index; });
+    flows_.settle();
+    flows_.counts().forget_onu(index);
     onus_.forgotten(index);
 }
 
@@ -337,75 +346,6 @@ bool Card::send_event(uint16_t number, uint32_t action, uint32_t mask, std::span
     return sent;
 }
 
-// ---- replies ---------------------------------------------------------------------------------------------
-
-// Faults in whose place nothing else happens.
-bool Card::use_fault_instead(const Fault& fault) {
-    if (fault.what->kind == FaultKind::LOSE)
-        return true;
-    if (fault.what->kind != FaultKind::CLOSE)
-        return false;
-    close();
-    shelf_.loop.after(std::chrono::milliseconds(fault.value), [this, alive = std::weak_ptr(alive_)] {
-        std::string error;
-        if (alive.lock() && !is_open() && !open(error))
-            shelf_.records.add("card", {{"slot", std::to_string(slot_)}, {"error", error}});
-    });
-    return true;
-}
-
-void Card::stop_for(uint32_t ms) {
-    stop();
-    shelf_.loop.after(std::chrono::milliseconds(ms), [this, alive = std::weak_ptr(alive_)] {
-        if (alive.lock())
-            go_on();
-    });
-}
-
-void Card::reply(const CardRequest& request, Outcome outcome, const std::optional<Fault>& fault) {
-    const FaultKind kind = fault ? fault->what->kind : FaultKind::CODE;
-    if (fault && kind == FaultKind::NO_REPLY)
-        return;
-    if (fault && (kind == FaultKind::OVERSIZE || kind == FaultKind::SHORT_REPLY))
-        outcome.record.resize(fault->value);
-    const bool has_words = request.message && request.message->use != CardUse::PLAIN;
-    const auto payload =
-        has_words ? card_payload(request.action, request.mask, outcome.record) : std::move(outcome.record);
-    CardHeader header = event_header(request.header.nlmsg_type, payload.size());
-    header.ipc_type = static_cast<uint32_t>(IpcType::REPLY);
-    header.msg_id = request.header.msg_id;
-    header.topic = request.header.topic;
-    header.nlmsg_flags = request.header.nlmsg_flags;
-    header.nlmsg_seq = request.header.nlmsg_seq;
-    header.retcode = outcome.retcode;
-    if (fault) {
-        const uint32_t value = fault->value;
-        header.msg_id += kind == FaultKind::WRONG_SEQ ? value : 0;
-        header.msg_len += kind == FaultKind::BAD_LEN ? value : 0;
-        header.nlmsg_len += kind == FaultKind::BAD_NLMSG_LEN ? value : 0;
-        if (kind == FaultKind::WRONG_TYPE)
-            header.ipc_type = value;
-        if (kind == FaultKind::WRONG_MESSAGE)
-            header.nlmsg_type = static_cast<uint16_t>(value);
-    }
-    send_reply(request, build_card_frame(header, payload), fault);
-}
-
-void Card::send_reply(const CardRequest& request, const std::vector<uint8_t>& frame,
-                      const std::optional<Fault>& fault) {
-    const IpcName client{request.header.sender_service, request.header.sender_sub_id};
-    ++counters_.replies;
-    if (fault && fault->what->kind == FaultKind::LATE) {
-        IpcSender& sender = shelf_.sender;
-        shelf_.loop.after(std::chrono::milliseconds(fault->value),
-                          [&sender, client, frame] { sender.send(client, frame); });
-        return;
-    }
-    if (fault && fault->what->kind == FaultKind::DUPLICATE)
-        shelf_.sender.send(client, frame);
-    shelf_.sender.send(client, frame);
-}
-
 // ---- records ---------------------------------------------------------------------------------------------
 
 // A restore is tens of thousands of messages: beyond some in a second they are only counted.
@@ -466,6 +406,8 @@ void Card::record_refusal(const CardRequest& request, const CardRefusal& refusal
 }
 
 void Card::record_fault(const CardRequest& request, const Fault& fault) {
+    if (!may_record())
+        return;
     NamedValues values = describe(request);
     values.emplace_back("fault", fault.what->name);
     shelf_.records.add("fault", std::move(values));

@@ -17,6 +17,7 @@
 #include "event_loop.h"
 #include "faults.h"
 #include "onu.h"
+#include "pm_traffic.h"
 #include "records.h"
 
 // What the cards of a chassis share.
@@ -73,6 +74,9 @@ public:
     const CardObjects& objects() const { return objects_; }
     Onus& onus() { return onus_; }
     const Onus& onus() const { return onus_; }
+    // What passes through the card, and what it has counted.
+    PmFlows& flows() { return flows_; }
+    const PmFlows& flows() const { return flows_; }
     Faults& faults() { return faults_; }
     const CardCounters& counters() const { return counters_; }
     // The last texts for the driver.
@@ -106,6 +110,9 @@ private:
     void reply(const CardRequest& request, Outcome outcome, const std::optional<Fault>& fault);
     void send_reply(const CardRequest& request, const std::vector<uint8_t>& frame,
                     const std::optional<Fault>& fault);
+    void reply_later(const IpcName& client, const std::vector<uint8_t>& frame, Onus::Clock::time_point due);
+    void reply_behind_next(const IpcName& client, const std::vector<uint8_t>& frame, uint32_t ms);
+    void send_held_back();
 
     bool may_record();
     void record_request(const CardRequest& request, uint32_t retcode);
@@ -118,6 +125,7 @@ private:
     IpcReceiver receiver_;
     CardObjects objects_;
     Onus onus_;
+    PmFlows flows_;
     CardValues values_;
     Faults faults_;
     CardCounters counters_;
@@ -126,7 +134,9 @@ private:
     // PON ports that were created anew, each with the ONUs that the card was told of since: a replay's.
     std::map<uint32_t, std::set<uint32_t>> replayed_;
     uint32_t msg_num_ = 0;
-    Onus::Clock::time_point second_{}; // in which records are counted
+    Onus::Clock::time_point busy_until_{};                           // with the answers of one that is slow
+    std::deque<std::pair<IpcName, std::vector<uint8_t>>> held_back_; // answers that let the next one pass
+    Onus::Clock::time_point second_{};                               // in which records are counted
     uint32_t recorded_ = 0;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true); // for timers that outlive the card
 };

@@ -1,6 +1,7 @@
 #include "card_json.h"
 
 #include "card_fields.h"
+#include "pm_view.h"
 #include "port_name.h"
 #include "text.h"
 
@@ -103,7 +104,7 @@ std::vector<std::string> card_json(const Card& card, const CardMessage* only) {
     left = onus.size();
     for (const Onu* onu : onus)
         lines.push_back(onu_json(*onu) + (--left ? "," : ""));
-    lines.push_back("]}");
+    lines.push_back("], \"counters\": " + pm_json(card) + ", \"flows\": " + pm_flows_json(card) + "}");
     return lines;
 }
 
@@ -118,6 +119,8 @@ std::vector<std::string> card_summary(const Card& card) {
         if (const size_t rows = card.objects().table(message.number).size())
             lines.push_back(format("type=%s rows=%zu", message.name, rows));
     }
+    const auto counters_of_it = pm_lines(card);
+    lines.insert(lines.end(), counters_of_it.begin(), counters_of_it.end());
     return lines;
 }
 

@@ -81,7 +81,7 @@ bool has_parent(const CardRequest& request, const CardObjects& objects) {
         return own_onu && (profile_provides(objects, index) || objects.find(GEMPORT, gem));
     }
     case CardParent::GEM_PORT:
-        return own_onu && (profile_provides(objects, index) || objects.find(GEMPORT, index));
+        return own_onu && has_gem_port(objects, index);
     }
     return true;
 }
@@ -131,6 +131,10 @@ std::optional<CardRefusal> check_use(const CardRequest& request, const CardObjec
 }
 
 } // namespace
+
+bool has_gem_port(const CardObjects& objects, uint32_t index) {
+    return profile_provides(objects, index) || objects.find(GEMPORT, index);
+}
 
 bool is_template(const CardRequest& request) {
     return request.message->owner == CardOwner::SHARED_INDEX && slot_of(owner_word(request)) == TEMPLATE_SLOT;

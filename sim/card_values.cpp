@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "card_fields.h"
 #include "onu_rules.h"
 
 namespace {
@@ -16,7 +15,10 @@ constexpr uint16_t RMONU_CAPA = 928;
 constexpr uint16_t RM_UNI_STATS_US = 960;
 constexpr uint16_t RM_UNI_STATS_DS = 961;
 constexpr uint16_t RMONU_IMG_INFO = 939;
-constexpr uint16_t PORT_STAT_CLEAR = 96;
+constexpr uint16_t PORT_STAT = 97;
+constexpr uint16_t PORT_RATE_STAT = 110;
+constexpr size_t RX_RATE_AT = 296; // of message 110, behind the counters of message 97
+constexpr size_t TX_RATE_AT = 304;
 
 // Readings that are the same for every ONU or port but for a little noise.
 struct Reading {
@@ -39,7 +41,7 @@ constexpr Reading READINGS[] = {
     {939, "region2_isvalid", 1, 0},
 };
 
-// Counters of these messages grow; all their numbers behind the index do.
+// Messages with which counters are read.
 constexpr uint16_t COUNTER_MESSAGES[] = {924, 925, 926, 937};
 
 // Of what the card holds these are told by the ONU all the same: it has them in use, or adds to them.
@@ -129,56 +131,25 @@ int state_number(const Onu* onu) {
 
 } // namespace
 
-void CardValues::restart() {
-    start_ = Onus::Clock::now();
-    cleared_.clear();
-}
-
-void CardValues::clear_port(uint32_t index) {
-    cleared_[{PORT_STAT_CLEAR, index}] = Onus::Clock::now();
-}
-
-// Milliseconds that the counters of this record have run; a read with read_clean set starts them again.
-uint64_t CardValues::counted(uint32_t number, std::span<uint8_t> record) {
-    const auto now = Onus::Clock::now();
-    const auto key = std::pair(number, get_be32(record, 0));
-    const auto it = cleared_.find(key);
-    const auto since = it == cleared_.end() ? start_ : it->second;
-    const bool has_read_clean = number >= 924 && number <= 937;
-    if (has_read_clean && get_be32(record, 4) != 0)
-        cleared_[key] = now;
-    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now - since).count());
-}
-
-// Each counter has a rate of its own; names of errors and drops have a small one.
-void CardValues::fill_counters(const CardMessage& message, std::span<uint8_t> record) {
-    const uint64_t elapsed = counted(message.number, record);
+// A read with read_clean set clears what it reads.
+void CardValues::fill_counters(uint16_t number, std::span<uint8_t> record) {
     const uint32_t index = get_be32(record, 0);
-    for (size_t base = 0; base < record.size(); base += message.record->size) {
-        const auto one = record.subspan(base, message.record->size);
-        walk_card_fields(*message.record,
-                         [&](const std::string& path, const HalFieldDesc& field, uint16_t at) {
-                             if (path.starts_with("index.") || path.starts_with("uniPos.") ||
-                                 path == "onuIfindex" || path == "enabled")
-                                 return;
-                             const bool is_error = path.find("rr") != std::string::npos ||
-                                                   path.find("rop") != std::string::npos;
-                             const uint64_t per_second = 20 + mixed(index, at) % (is_error ? 100 : 100'000);
-                             const uint64_t value = elapsed * per_second / 1000;
-                             if (field.element_size == 8)
-                                 put_be64(one, at, value);
-                             else
-                                 put_be32(one, at, static_cast<uint32_t>(value));
-                         });
-    }
+    flows_.settle();
+    flows_.counts().read(number, index, record);
+    if (get_be32(record, 4) != 0)
+        flows_.counts().clear(number, index);
 }
 
-// The counters of a network port: 64-bit numbers behind the index.
-void CardValues::fill_plain_counters(const CardMessage& message, std::span<uint8_t> record) {
-    const uint64_t elapsed = counted(PORT_STAT_CLEAR, record);
-    for (size_t at = 8; at + 8 <= record.size(); at += 8)
-        put_be64(record, at,
-                 elapsed * (1 + mixed(message.number, static_cast<uint32_t>(at)) % 10'000) / 1000);
+// Counters of a network port, and perhaps its present rates.
+void CardValues::fill_port_counters(uint16_t number, std::span<uint8_t> record) {
+    const uint32_t index = get_be32(record, 0);
+    flows_.settle();
+    flows_.counts().read(PORT_STAT, index, record.first(std::min(record.size(), RX_RATE_AT)));
+    if (number != PORT_RATE_STAT)
+        return;
+    const auto [up, down] = flows_.rates(index);
+    put_be64(record, RX_RATE_AT, down);
+    put_be64(record, TX_RATE_AT, up);
 }
 
 // The ONU's own UNIs: how many, links, and what they count.
@@ -202,15 +173,15 @@ void CardValues::fill_unis(const CardRequest& request, const Onu& onu, std::span
 uint32_t CardValues::fill(const CardRequest& request, std::span<uint8_t> record) {
     const CardMessage& message = *request.message;
     if (!message.record) {
-        if (message.size > 200)
-            fill_plain_counters(message, record);
+        if (message.number == PORT_STAT || message.number == PORT_RATE_STAT)
+            fill_port_counters(message.number, record);
         return 0;
     }
     const Onu* onu = message.kind == index_kind::ONU ? onus_.at_index(get_be32(record, 0)) : nullptr;
     if (asks_onu(message) && (!onu || onu->state != OnuState::OPERATIONAL))
         return CARD_DRIVER_ERROR;
     if (is_one_of(COUNTER_MESSAGES, message.number))
-        fill_counters(message, record);
+        fill_counters(message.number, record);
     const bool measured = message.kind != index_kind::ONU || onu;
     if (measured)
         fill_readings(message, record);

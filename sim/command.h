@@ -86,9 +86,11 @@ std::span<const Command> card_event_commands();
 std::span<const Command> onu_commands();
 std::span<const Command> uni_commands();
 std::span<const Command> home_commands();
+std::span<const Command> traffic_commands();
 
-// The rest of "show onu".
+// The rest of "show onu" and "show port".
 Action parse_show_onu(Chassis& chassis, Arguments& args);
+Action parse_show_port(Chassis& chassis, Arguments& args);
 // The next word as a serial number; another word is a mistake.
 OnuSerial serial_argument(Arguments& args);
 // The next word as a UNI ("eth_1/1"); another word is a mistake.

@@ -96,13 +96,15 @@ Answer show_cards(Chassis& chassis) {
 }
 
 Action parse_show(Chassis& chassis, Arguments& args) {
-    const std::string what = args.word("card, cards or onu");
+    const std::string what = args.word("card, cards, port or onu");
     if (what == "cards")
         return immediate([&chassis] { return show_cards(chassis); });
     if (what == "onu")
         return parse_show_onu(chassis, args);
+    if (what == "port")
+        return parse_show_port(chassis, args);
     if (what != "card")
-        args.mistake("must be card, cards or onu, not \"" + what + "\"");
+        args.mistake("must be card, cards, port or onu, not \"" + what + "\"");
     const uint32_t slot = slot_argument(args);
     const bool json = args.has_word() && args.word("--json") == "--json";
     const CardMessage* only = nullptr;
@@ -112,6 +114,7 @@ Action parse_show(Chassis& chassis, Arguments& args) {
             args.mistake("no message \"" + *type + "\"");
     }
     return on_card(chassis, slot, [json, only](Card& card) {
+        card.flows().settle();
         return Answer{{}, json ? card_json(card, only) : card_summary(card)};
     });
 }
@@ -183,9 +186,9 @@ constexpr Command COMMANDS[] = {
      "was told; stop leaves what comes unread and continue reads on, as if the agent had hung;\n"
      "restart forgets everything and is gone for N milliseconds (0)",
      parse_card},
-    {"show", "cards | card SLOT [--json] [type=TYPE] | onu SERIAL [--json]",
-     "the cards, one card and its objects, or one ONU and its UNIs; --json is one document, perhaps of one\n"
-     "message only",
+    {"show", "cards | card SLOT [--json] [type=TYPE] | port PORT [--json] | onu SERIAL [--json]",
+     "the cards, one card with its objects and counters, the counters of a PON or network port, or one ONU\n"
+     "with its UNIs; --json is one document, perhaps of one message only",
      parse_show},
     {"card-types", "", "the messages that go to and come from line cards", parse_card_types},
     {"card-board", "SLOT", "slot of the daemon's board, to which events go before its first request",

@@ -99,6 +99,7 @@ Action parse_show_onu(Chassis& chassis, Arguments& args) {
     const OnuSerial serial = serial_argument(args);
     const bool json = args.has_word() && args.word("--json") == "--json";
     return on_onu(chassis, serial, [json](Card& card, Onu& onu) {
+        card.flows().settle();
         return Answer{{}, json ? onu_details_json(card, onu) : onu_details(card, onu)};
     });
 }

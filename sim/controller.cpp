@@ -414,6 +414,8 @@ void Controller::answer_with_fault(Connection& conn, const Frame& request, Reply
     case FaultKind::DUPLICATE:
     case FaultKind::WRONG_MESSAGE:
     case FaultKind::STOP:
+    case FaultKind::SLOW:
+    case FaultKind::BEHIND_NEXT:
     case FaultKind::BAD_NLMSG_LEN:
         break;
     }

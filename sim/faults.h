@@ -12,6 +12,8 @@ enum class FaultKind {
     NO_REPLY,          // the request stays unanswered
     LOSE,              // and nothing is done either
     LATE,              // value: milliseconds
+    SLOW,              // value: milliseconds for each reply, one after the other
+    BEHIND_NEXT,       // value: milliseconds that the reply waits at most for one that passes it
     CODE,              // value: the reply's errcode
     WRONG_SEQ,         // value: added to the right sequence number
     WRONG_TYPE,        // value: message type in place of UMSG_REPLY

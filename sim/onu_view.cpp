@@ -6,6 +6,7 @@
 #include "card_json.h"
 #include "home_view.h"
 #include "onu_rules.h"
+#include "pm_view.h"
 #include "text.h"
 
 namespace {
@@ -87,6 +88,8 @@ std::vector<std::string> onu_details(const Card& card, const Onu& onu) {
                                                           onu.mib_syncs, onu.restores)};
     for (const UniPosition& uni : shown_unis(card, onu))
         lines.push_back(uni_line(card, onu, uni));
+    const auto counters = pm_lines(card, onu.index);
+    lines.insert(lines.end(), counters.begin(), counters.end());
     const auto home = home_lines(card, onu);
     lines.insert(lines.end(), home.begin(), home.end());
     return lines;
@@ -103,7 +106,7 @@ std::vector<std::string> onu_details_json(const Card& card, const Onu& onu) {
     size_t left = unis.size();
     for (const UniPosition& uni : unis)
         lines.push_back(uni_json(card, onu, uni) + (--left ? "," : ""));
-    lines.push_back("]");
+    lines.push_back("], \"counters\": " + pm_json(card, onu.index));
     for (const std::string& member : home_json(card, onu))
         lines.push_back(", " + member);
     lines.push_back("}");

@@ -1,9 +1,11 @@
 """The simulated line cards, seen by a small daemon that speaks the named IPC."""
 
 import itertools
+import json
 import socket
 import struct
 import subprocess
+import threading
 import time
 
 import pytest
@@ -262,7 +264,7 @@ def test_plain_messages_are_taken(chassis, daemon):
     limit = struct.pack(">4I", pon(), 1, 2, 3)
     assert daemon.ask(168, 0, b"", payload=limit, flags=1).retcode == 0
     counters = daemon.ask(97, 0, b"", payload=struct.pack(">I", index(2, 1, 1)) + bytes(292), flags=1)
-    assert len(counters.payload) == 296
+    assert counters.payload == struct.pack(">I", index(2, 1, 1)) + bytes(292)
 
 
 def test_a_text_for_the_driver_is_kept(chassis, daemon):
@@ -412,17 +414,61 @@ def test_an_onu_that_is_away_cannot_be_read(chassis, daemon):
     assert daemon.ask(ANI_OPTICS, GET, record(ANI_OPTICS, (0, onu_index()))).retcode == 1009
 
 
-def test_counters_grow_and_are_cleared_by_a_read(chassis, daemon):
+def test_counters_are_those_of_the_traffic_and_are_cleared_by_a_read(chassis, daemon):
+    chassis.simctl("onu", "add", "ABCD00000001", "port=gpon-olt1/3")
     daemon.make_service()
+    assert daemon.state()[1] == 2 and daemon.state()[1] == 3
     keys = record(PM_GEM, (0, gem_index(5)))
-    first = daemon.do(PM_GEM, GET, keys)
-    time.sleep(0.3)
-    second = daemon.do(PM_GEM, GET, keys)
-    assert second.word(0) == gem_index(5)
-    assert all(second.u64(at) > first.u64(at) for at in (8, 16, 24, 32))
-    daemon.do(PM_GEM, GET, record(PM_GEM, (0, gem_index(5)), (4, 1)))
-    assert daemon.do(PM_GEM, GET, keys).u64(8) < second.u64(8)
+    chassis.simctl("traffic", "ABCD00000001", "gem=5", "up=7", "down=2", "size=100")
+    counted = lambda: [daemon.do(PM_GEM, GET, keys).u64(at) for at in (8, 16, 24, 32)]
+    assert daemon.do(PM_GEM, GET, keys).word(0) == gem_index(5)
+    assert counted() == counted() == [7, 700, 2, 200]
+    assert daemon.do(PM_GEM, GET, record(PM_GEM, (0, gem_index(5)), (4, 1))).u64(8) == 7
+    assert counted() == [0, 0, 0, 0]
     assert daemon.ask(PM_GEM, GET, record(PM_GEM, (0, gem_index(6)))).retcode == 1001
+
+    chassis.simctl("traffic", "ABCD00000001", "per-second", "gem=5", "up=2000")
+    chassis.wait_for(lambda: counted()[0] > 100, what="frames to pass")
+    chassis.simctl("onu", "off", "ABCD00000001")
+    assert counted() == counted() != [0, 0, 0, 0]
+    with pytest.raises(SimctlError, match="is away"):
+        chassis.simctl("traffic", "ABCD00000001", "up=1")
+    chassis.simctl("onu", "on", "ABCD00000001")
+    before = counted()[0]
+    chassis.wait_for(lambda: counted()[0] > before, what="frames to pass again")
+    chassis.simctl("traffic", "ABCD00000001", "stop", "gem=5")
+    assert counted() == counted()
+    chassis.simctl("card", 1, "restart")
+    assert chassis.card(1)["counters"] == {}
+
+
+def test_network_ports_have_statistics_that_are_cleared_by_a_message(chassis, daemon):
+    ge = index(2, 1, 1)
+    ask = lambda number, size: daemon.ask(number, 0, b"", payload=struct.pack(">I", ge) + bytes(size - 4), flags=1).payload
+    chassis.simctl("traffic", "ge1/1", "up=20", "down=30", "size=64", "kind=broadcast")
+    chassis.simctl("errors", "ge1/1", "crc=3")
+    statistics = lambda: struct.unpack(">36Q", ask(97, 296)[8:296])
+    found = statistics()
+    assert (found[:4], found[8:10], found[14], found[18], found[27]) == ((30, 20, 1920, 1280), (30, 20), 3, 30, 20)
+    (text,) = chassis.simctl("show", "port", "ge1/1")[:1]
+    assert "rx_packets=30 tx_packets=20" in text
+    shown = json.loads("".join(chassis.simctl("show", "port", "ge1/1", "--json")))
+    assert shown["port-stat"]["ge1/1"]["rx_fcs_errors"] == 3
+    assert shown["OV_HAL_MSG_GPON_PM_NNI"]["ge1/1"]["rx_fcs_errors"] == 3
+    ask(96, 56)
+    assert statistics() == (0,) * 36
+    chassis.simctl("traffic", "ge1/1", "per-second", "up=10", "down=20")
+    assert struct.unpack(">2Q", ask(110, 312)[296:312]) == (10240, 5120)
+
+
+def test_traffic_and_errors_that_cannot_be(chassis, daemon):
+    for words in (("traffic", "nobody", "up=1"), ("traffic", "ABCD00000001", "up=1"), ("traffic", "gpon-olt1/3", "gem=5", "up=1"),
+                  ("traffic", "gpon-olt1/3"), ("traffic", "gpon-olt1/3", "up=1", "size=63"), ("traffic", "gpon-olt2/3", "up=1"),
+                  ("traffic", "gpon-olt1/3", "stop"), ("traffic", "gpon-olt1/3", "now", "up=1"), ("errors", "gpon-olt1/3"),
+                  ("errors", "gpon-olt1/3", "rdi=1"), ("errors", "gpon-olt1/3", "fire=1"), ("show", "port", "gpon-olt2/1")):  # fmt: skip
+        with pytest.raises(SimctlError):
+            chassis.simctl(*words)
+    assert chassis.card(1)["counters"] == {}
 
 
 def test_every_readable_message_is_answered(chassis, daemon):
@@ -685,6 +731,36 @@ def test_a_late_answer(chassis, daemon):
     start = time.monotonic()
     daemon.do(ONU, CREATE, onu_record())
     assert time.monotonic() - start > 0.19
+
+
+def test_a_slow_card_answers_thousands_one_after_the_other(chassis, daemon):
+    chassis.card_fault(1, "slow", ms=2, type="onu", times="forever")
+    start = time.monotonic()
+    frame = [daemon.frame(ONU, CREATE, onu_record()) for _ in range(2000)]
+    asker = threading.Thread(target=lambda: [daemon.post(one) for one in frame])
+    asker.start()
+    answered = [daemon.reply().msg_id for _ in frame]
+    asker.join()
+    assert answered == sorted(answered) and len(set(answered)) == 2000
+    assert time.monotonic() - start > 3.9
+
+
+def test_answers_change_places(chassis, daemon):
+    chassis.card_fault(1, "swap", type="onu")
+    sent = [daemon.frame(ONU, CREATE, onu_record()) for _ in range(2)]
+    for frame in sent:
+        daemon.post(frame)
+    assert [daemon.reply().msg_id for _ in sent] == [Reply(frame).msg_id for frame in reversed(sent)]
+    chassis.card_fault(1, "swap", ms=50, type="onu")
+    daemon.do(ONU, CREATE, onu_record())  # by itself when there is none behind it
+
+
+def test_a_card_that_has_gone_answers_no_more(chassis, daemon):
+    chassis.card_fault(1, "late", ms=100)
+    daemon.post(daemon.frame(ONU, CREATE, onu_record()))
+    chassis.wait_record(kind="fault")
+    chassis.simctl("card", 1, "remove")
+    daemon.no_reply(0.3)
 
 
 def test_a_double_answer(chassis, daemon):
