@@ -11,6 +11,7 @@
 
 #include "command_tree.h"
 #include "config_save.h"
+#include "counter_rates.h"
 #include "refusal_text.h"
 #include "shown_answer.h"
 #include "vty_client.h"
@@ -76,8 +77,9 @@ bool run_line(VtyClient& daemon, GivenLines& given, const std::string& line) {
         return false;
     }
     const auto& tail = std::get<LineTail>(taken);
+    CounterRates rates;
     for (unsigned turn = 1;; turn++) {
-        const auto reply = shown_answer(tail, answer_to(daemon, line_for_daemon(tail)));
+        const auto reply = shown_answer(tail, rates.rated(tail, answer_to(daemon, line_for_daemon(tail))));
         print(reply.text);
         if (reply.result != 0)
             print(given.second_line(line, reply));

@@ -11,6 +11,7 @@
 
 #include "command_tree.h"
 #include "config_save.h"
+#include "counter_rates.h"
 #include "line_editor.h"
 #include "line_tail.h"
 #include "name_source.h"
@@ -74,13 +75,14 @@ private:
             return;
         }
         const auto& tail = std::get<LineTail>(taken);
+        CounterRates rates;
         if (tail.seconds == 0) {
-            run_one(tail);
+            run_one(tail, rates);
             return;
         }
         for (unsigned turn = 1;; turn++) {
             print((colours_ ? "\033[H\033[2J" : "") + repeat_heading(tail));
-            if (!run_one(tail) || turn == tail.times || interrupted_within(tail.seconds))
+            if (!run_one(tail, rates) || turn == tail.times || interrupted_within(tail.seconds))
                 return;
         }
     }
@@ -92,7 +94,7 @@ private:
     }
 
     /// False if it makes no sense to run the line once more.
-    bool run_one(const LineTail& tail) {
+    bool run_one(const LineTail& tail, CounterRates& rates) {
         const auto line = line_for_daemon(tail);
         if (!session_.connected() && session_.mode().depth() == 1 && may_end_session(line))
             exit(EXIT_LOST);
@@ -103,7 +105,7 @@ private:
             const auto answer = asks_to_save(line) ? save_configuration(ask) : ask(line);
             if (!answer)
                 return false;
-            const auto reply = shown_answer(tail, *answer);
+            const auto reply = shown_answer(tail, rates.rated(tail, *answer));
             if (reply.result != 0) {
                 show_refusal(before, line, reply);
                 return false;

@@ -60,13 +60,22 @@ std::set<int> nodes_that_have(const char* syntax) {
     return nodes;
 }
 
+// Commands of one syntax may do different things on different nodes.
+std::set<int> nodes_of_all(const char* syntax) {
+    std::set<int> nodes;
+    for (const Expected& command : expected)
+        if (strcmp(command.syntax, syntax) == 0)
+            nodes.merge(nodes_of(command.nodes));
+    return nodes;
+}
+
 class CommandList : public Cli {};
 
 CLI_TEST(CommandList, EveryCommandStandsOnExactlyItsNodes) {
     for (const Expected& command : expected) {
         if (strcmp(command.syntax, "show slot info") == 0)
             continue; // installed by the start-up itself, before all others
-        EXPECT_EQ(nodes_that_have(command.syntax), nodes_of(command.nodes)) << command.syntax;
+        EXPECT_EQ(nodes_that_have(command.syntax), nodes_of_all(command.syntax)) << command.syntax;
     }
 }
 

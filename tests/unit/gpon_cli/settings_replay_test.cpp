@@ -20,6 +20,7 @@
 #include "sRmVoipConfigDataTable.h"
 #include "sRmWifiTable.h"
 #include "table_record.h"
+#include "uplinkPmActTable.h"
 
 namespace {
 
@@ -50,6 +51,8 @@ protected:
         add_bandwidth("gold");
         add_rows(1, 2, 7);
         add_rows(31, 15, 5);
+        uplink_.vty->index = add_interface("xe1/3");
+        active(uplinkPmActTable_createEntry(1, 1, 3));
     }
     static void add_rows(int slot, int port, int onu) {
         set(active(sTcontTable_createEntry(1, slot, port, onu, 1))->sTcontTableBwProfileName, "gold");
@@ -89,7 +92,8 @@ protected:
     // The places where a setting's command stands.
     std::vector<Place> places(const CliPreparedSetting& setting) {
         std::vector<Place> all;
-        const Place every[] = {{IF_GPON_NODE, &port_, {1, 1, 2}},
+        const Place every[] = {{IF_NODE, &uplink_, {1, 1, 3}},
+                               {IF_GPON_NODE, &port_, {1, 1, 2}},
                                {GPON_ONU_NODE, &onu_, {1, 1, 2, 7}},
                                {ONU_SRV_PROFILE_NODE, &profile_, {1, 31, 15, 5}}};
         for (const Place& place : every)
@@ -240,6 +244,7 @@ protected:
         return setting.syntax().arguments().back().can_hold(number);
     }
 
+    FrrSession uplink_{IF_NODE};
     int entered_ = 0; // lines that were saved
 };
 
