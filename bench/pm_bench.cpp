@@ -110,7 +110,8 @@ double cpu_usec() {
 struct Pass {
     double usec;
     double cpu;
-    double held; // the longest event of the loop
+    double held;     // the longest event of the loop
+    double held_cpu; // and the one that took most of the processor
 };
 
 Pass run_pass() {
@@ -122,8 +123,10 @@ Pass run_pass() {
     struct thread event;
     while (ONU_PM.pass().running() && thread_fetch(loop(), &event)) {
         const auto at = Clock::now();
+        const double at_cpu = cpu_usec();
         thread_call(&event);
         pass.held = std::max(pass.held, usec_since(at));
+        pass.held_cpu = std::max(pass.held_cpu, cpu_usec() - at_cpu);
     }
     pass.usec = usec_since(began);
     pass.cpu = cpu_usec() - cpu;
@@ -138,7 +141,8 @@ Pass best_pass() {
     Pass best = run_pass();
     for (int turn = 1; turn < TURNS; ++turn) {
         const Pass pass = run_pass();
-        best = {std::min(best.usec, pass.usec), std::min(best.cpu, pass.cpu), std::max(best.held, pass.held)};
+        best = {std::min(best.usec, pass.usec), std::min(best.cpu, pass.cpu), std::max(best.held, pass.held),
+                std::max(best.held_cpu, pass.held_cpu)};
     }
     return best;
 }
@@ -186,6 +190,7 @@ int main(int argc, char** argv) {
            one.usec / answers);
     printf("%d cards: %.0f ms (%.2f of one), %.1f us of processor time a row\n", cards, all.usec / 1000,
            all.usec / one.usec, all.cpu / ROWS / cards);
-    printf("the loop was held for %.1f ms at most\n", std::max({quick.held, one.held, all.held}) / 1000);
+    printf("the loop was held for %.1f ms at most, %.1f ms of processor time\n", all.held / 1000,
+           all.held_cpu / 1000);
     return 0;
 }

@@ -60,6 +60,7 @@ void Card::restart() {
     driver_texts_.clear();
     flows_.settle();
     flows_.counts().clear();
+    values_.restart();
     onus_.card_restarted();
 }
 

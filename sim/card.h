@@ -74,6 +74,8 @@ public:
     const CardObjects& objects() const { return objects_; }
     Onus& onus() { return onus_; }
     const Onus& onus() const { return onus_; }
+    // What somebody has set of the optical module of a PON port.
+    SetReadings& module(uint32_t port) { return values_.module(port); }
     // What passes through the card, and what it has counted.
     PmFlows& flows() { return flows_; }
     const PmFlows& flows() const { return flows_; }

@@ -33,13 +33,19 @@ void forget_limit(CardObjects& objects, const CardRequest& request) {
     objects.put(*request.message, filter);
 }
 
+// The switch of a module's alarms is set with the action word that deletes elsewhere.
+bool deletes(const CardRequest& request) {
+    return request.action == card_action::DELETE &&
+           request.message->number != OV_HAL_MSG_GPON_PON_MODULE_THRESHOLD;
+}
+
 } // namespace
 
 bool change_objects(CardObjects& objects, const CardRequest& request) {
     const CardMessage& message = *request.message;
     const bool held_before = objects.find(message, request.record) != nullptr;
     const bool is_filter = is_filter_itself(request);
-    if (request.action == card_action::DELETE) {
+    if (deletes(request)) {
         if (is_filter)
             forget_limit(objects, request);
         else

@@ -20,27 +20,6 @@ constexpr uint16_t PORT_RATE_STAT = 110;
 constexpr size_t RX_RATE_AT = 296; // of message 110, behind the counters of message 97
 constexpr size_t TX_RATE_AT = 304;
 
-// Readings that are the same for every ONU or port but for a little noise.
-struct Reading {
-    uint16_t number;
-    const char* field;
-    int32_t value;
-    int32_t noise; // the value goes up and down by this much
-};
-constexpr Reading READINGS[] = {
-    {901, "priStatus", 1, 0},        {903, "oltRxPw", -1950, 20},     {914, "rxPwr", -1800, 20},
-    {914, "txPwr", 220, 5},          {914, "omccVer", 0xA0, 0},       {914, "AdminState", 1, 0},
-    {914, "OperationalState", 1, 0}, {914, "ProductCode", 1, 0},      {914, "SchedulerNumber", 8, 0},
-    {914, "PriorityQueue", 64, 0},   {928, "tcontNum", 8, 0},         {928, "gemucNum", 32, 0},
-    {928, "queueNum", 64, 0},        {928, "usQueueNum", 32, 0},      {928, "dsQueueNum", 32, 0},
-    {928, "schedulerNum", 8, 0},     {928, "specVersion", 1, 0},      {929, "rxpwr", -1800, 20},
-    {929, "txpwr", 220, 5},          {929, "biascurrent", 1250, 10},  {929, "powervol", 3300, 10},
-    {929, "temperature", 4500, 30},  {933, "txPwr", 350, 5},          {933, "rxPwr", -2100, 20},
-    {933, "vcc", 3300, 10},          {933, "bias", 1500, 10},         {933, "temp", 4000, 30},
-    {939, "region1_isvalid", 1, 0},  {939, "region1_isactive", 1, 0}, {939, "region1_iscommit", 1, 0},
-    {939, "region2_isvalid", 1, 0},
-};
-
 // Messages with which counters are read.
 constexpr uint16_t COUNTER_MESSAGES[] = {924, 925, 926, 937};
 
@@ -58,12 +37,6 @@ bool asks_onu(const CardMessage& message) {
             message.number != 940);
 }
 
-uint32_t mixed(uint32_t a, uint32_t b) {
-    uint32_t x = a * 2654435761u ^ b * 40503u;
-    x ^= x >> 15;
-    return x * 2246822519u ^ x >> 13;
-}
-
 void put_number(const HalRecordDesc& record, std::span<uint8_t> bytes, const char* field, int64_t value) {
     const CardPart part = card_part(record, field);
     for (size_t i = 0; i < part.size; ++i)
@@ -78,17 +51,9 @@ void put_text(const HalRecordDesc& record, std::span<uint8_t> bytes, const char*
     std::copy_n(text.begin(), std::min<size_t>(text.size(), part.size - 1), to.begin());
 }
 
-void fill_readings(const CardMessage& message, std::span<uint8_t> bytes) {
-    const auto tick = static_cast<uint32_t>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(Onus::Clock::now().time_since_epoch()).count() /
-        100);
-    for (const Reading& reading : READINGS) {
-        if (reading.number != message.number)
-            continue;
-        const uint32_t range = static_cast<uint32_t>(reading.noise) * 2 + 1;
-        const auto noise = static_cast<int32_t>(mixed(get_be32(bytes, 0), tick) % range) - reading.noise;
-        put_number(*message.record, bytes, reading.field, reading.value + noise);
-    }
+void fill_readings(const CardMessage& message, const SetReadings& set, std::span<uint8_t> bytes) {
+    for (const Reading& reading : readings_of(message.number, get_be32(bytes, 0), set))
+        put_number(*message.record, bytes, reading.field.c_str(), reading.value);
 }
 
 void fill_identity(const CardMessage& message, const Onu& onu, std::span<uint8_t> bytes) {
@@ -130,6 +95,10 @@ int state_number(const Onu* onu) {
 }
 
 } // namespace
+
+void CardValues::restart() {
+    modules_.clear();
+}
 
 // A read with read_clean set clears what it reads.
 void CardValues::fill_counters(uint16_t number, std::span<uint8_t> record) {
@@ -184,7 +153,7 @@ uint32_t CardValues::fill(const CardRequest& request, std::span<uint8_t> record)
         fill_counters(message.number, record);
     const bool measured = message.kind != index_kind::ONU || onu;
     if (measured)
-        fill_readings(message, record);
+        fill_readings(message, onu ? onu->readings : modules_[get_be32(record, 0)], record);
     if (onu)
         fill_identity(message, *onu, record);
     if (message.number == ONU) {

@@ -3,12 +3,14 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <span>
 
 #include "card_frame.h"
 #include "card_objects.h"
 #include "onu.h"
 #include "pm_traffic.h"
+#include "readings.h"
 
 class CardValues {
 public:
@@ -18,6 +20,10 @@ public:
     // Fills the answer to a read. record comes with the keys of the request, over what the card holds. An ONU
     // that has to be asked and doesn't answer gives a return code that isn't 0.
     uint32_t fill(const CardRequest& request, std::span<uint8_t> record);
+    // What somebody has set of the optical modules is forgotten.
+    void restart();
+    // What somebody has set of the optical module of a PON port.
+    SetReadings& module(uint32_t index) { return modules_[index]; }
 
 private:
     void fill_unis(const CardRequest& request, const Onu& onu, std::span<uint8_t> record) const;
@@ -27,4 +33,5 @@ private:
     const CardObjects& objects_;
     const Onus& onus_;
     PmFlows& flows_;
+    std::map<uint32_t, SetReadings> modules_; // by index of the port
 };

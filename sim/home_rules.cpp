@@ -91,6 +91,26 @@ std::optional<CardRefusal> check_wifi(const CardRequest& request, const Onu& onu
     return {};
 }
 
+// Profile 0 is in every card.
+bool has_rssi_profile(const CardObjects& objects, uint32_t profile) {
+    return profile == 0 || objects.find(OV_HAL_MSG_GPON_ONU_RSSI, profile) != nullptr;
+}
+
+std::optional<CardRefusal> check_onu(const CardRequest& request, const CardObjects& objects) {
+    const auto profile =
+        static_cast<uint32_t>(record_of<ov_gpon_onu_attr_t>(request.record).rssiProfileId.value());
+    if (touches(request, OV_GPON_ONU_ATTR_INDEX_rssi) && !has_rssi_profile(objects, profile))
+        return CardRefusal{"no-rssi-profile", CARD_NOT_FOUND, format("profile=%u", profile)};
+    return {};
+}
+
+std::optional<CardRefusal> check_rssi_profile(const CardRequest& request, const CardObjects& objects) {
+    const uint32_t profile = get_be32(request.record, 0);
+    if (request.action == card_action::SET && !has_rssi_profile(objects, profile))
+        return CardRefusal{"not-found", CARD_NOT_FOUND, format("profile=%u", profile)};
+    return {};
+}
+
 bool is_write(const CardRequest& request) {
     return request.action == card_action::CREATE || request.action == card_action::SET;
 }
@@ -101,6 +121,10 @@ std::optional<CardRefusal> check_references(const CardRequest& request, const Ca
     if (!is_write(request))
         return {};
     switch (request.message->number) {
+    case OV_HAL_MSG_GPON_ONU:
+        return check_onu(request, objects);
+    case OV_HAL_MSG_GPON_ONU_RSSI:
+        return check_rssi_profile(request, objects);
     case OV_HAL_MSG_GPON_RM_SERVICE:
         return check_service(request, objects);
     case OV_HAL_MSG_GPON_RM_MAC_FLT:

@@ -8,7 +8,7 @@
 #include "onu.h"
 
 // References to other objects of the card: the GEM port of a service, the service of a MAC filter's rule, the
-// agent of a SIP user; and two services under one number.
+// agent of a SIP user, the RSSI profile of an ONU; and two services under one number.
 std::optional<CardRefusal> check_references(const CardRequest& request, const CardObjects& objects);
 
 // What this ONU, which is up, hasn't: ports and networks that a connection is bound to, networks of its

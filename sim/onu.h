@@ -20,6 +20,7 @@
 #include "card_objects.h"
 #include "event_loop.h"
 #include "home.h"
+#include "readings.h"
 #include "uni.h"
 
 using OnuSerial = std::array<uint8_t, 8>;
@@ -54,6 +55,7 @@ struct Onu {
     std::optional<UniPorts> ports;   // those of its type when there are none
     std::map<UniPosition, Uni> unis; // those with which something has happened
     OnuHome home;
+    SetReadings readings; // of its optics
     OnuState state = OnuState::OFF;
     uint32_t index = 0;   // that the card was told, once authenticated
     uint32_t temp_id = 0; // while unconfigured

@@ -15,9 +15,11 @@
 #include "ov_app_gpon_rmunistatus.h"
 #include "ov_app_gpon_rmwifi.h"
 #include "ov_app_gpon_service_port.h"
+#include "ov_app_uplink_pm_action.h"
 #include "rm/ov_gpon_rm_uni_word.h"
 #include "sRmInfoTable.h"
 #include "sRmUniStatusTable.h"
+#include "uplinkPmActTable.h"
 
 namespace {
 
@@ -54,6 +56,10 @@ namespace cli_objects {
 
 const CliObject pon_port = {table_desc_sPonTable, INDEX_TO_PORT,
                             edit_row<ov_sPonTable_attr_t, ov_app_gpon_port_edit>};
+const CliObject uplink_pm = {.table = table_desc_uplinkPmActTable,
+                             .from_session = INDEX_TO_PORT,
+                             .edit = edit_row<ov_uplinkPmActTable_attr_t, ov_app_uplink_pm_action_edit>,
+                             .absent = "counters are recorded of GE and XE ports only"};
 const CliObject onu = {table_desc_sOnuTable, INDEX_TO_ONU,
                        edit_row<ov_sOnuTable_attr_t, ov_app_gpon_onu_edit>};
 const CliObject gem_port = {table_desc_sGemTable, INDEX_TO_ONU,

@@ -6,6 +6,7 @@
 namespace cli_objects {
 
 extern const CliObject pon_port;     // of the session
+extern const CliObject uplink_pm;    // the switch of counters of the session's uplink port
 extern const CliObject onu;          // of the session
 extern const CliObject gem_port;     // "gemport" of the session's ONU or service profile
 extern const CliObject service_port; // "service-port" of the same

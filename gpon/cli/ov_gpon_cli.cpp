@@ -133,6 +133,7 @@ int ov_gpon_cli_ctc_set_cfg(struct vty* vty) {
 void gpon_vty_cli_init() {
     kavo_cmd_install(frame_cmds);
     gpon_profile_cli_init();
+    gpon_onu_rssi_cli_init();
     gpon_srvprofile_cli_init();
     kavo_cmd_install(system_cmds);
 }

@@ -4,10 +4,11 @@
 #include "ov_gpon_onu_cli.h"
 
 void gpon_vty_olt_cli_init() {
-    // TODO: performance, optics and upgrades
+    // TODO: optics and upgrades
     gpon_port_cli_init();
     gpon_onu_life_cli_init();
     gpon_onu_show_cli_init();
     gpon_onu_reason_cli_init();
     gpon_alarm_cli_init();
+    gpon_pm_cli_init();
 }

@@ -3,3 +3,5 @@
 
 // Settings of a port.
 void gpon_port_cli_init();
+// Counters of ports, ONUs and GEM ports.
+void gpon_pm_cli_init();

@@ -188,6 +188,12 @@ bool gpon_config_is_word(const char* text) {
     return cli_is_word(text);
 }
 
+bool gpon_config_port_wanted(const struct vty* vty, const char* name) {
+    char head[HEAD_SIZE];
+    snprintf(head, sizeof(head), "interface %s", name);
+    return wanted(vty, head);
+}
+
 void gpon_config_current_head(struct vty* vty, char* head, size_t size) {
     ov_ifindex_t ifindex = 0;
     char port[HEAD_SIZE] = "";
@@ -196,6 +202,9 @@ void gpon_config_current_head(struct vty* vty, char* head, size_t size) {
     const auto slot = static_cast<mib_long>(ov_ifindex_get_slot_id(ifindex));
     const auto port_id = static_cast<mib_long>(ov_ifindex_get_port_id(ifindex));
     switch (vty->node) {
+    case IF_NODE:
+        snprintf(port, sizeof(port), "interface %s", uif_ifindex_to_name(ifindex));
+        break;
     case IF_GPON_NODE:
         port_head(port, slot, port_id);
         break;
@@ -224,6 +233,7 @@ int ov_gpon_cli_pon_port_cfg(struct vty* vty) {
 }
 
 int ov_gpon_cli_uplink_if_cfg(struct vty* vty) {
+    write_asked_name_in_full(vty);
     return print_block_parts(vty, Block::UPLINKS);
 }
 

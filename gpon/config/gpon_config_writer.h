@@ -22,6 +22,9 @@ int ov_gpon_cli_onu_cfg(struct vty* vty);
 // The ONU service profiles with their names and template rows.
 int ov_gpon_cli_onu_srvprofile_setname_cfg(struct vty* vty);
 
+// Whether the block of an interface is asked for.
+bool gpon_config_port_wanted(const struct vty* vty, const char* name);
+
 // For "write terminal current": the head line of the block of the session's object, "" on a node whose block
 // has no object.
 void gpon_config_current_head(struct vty* vty, char* head, size_t size);

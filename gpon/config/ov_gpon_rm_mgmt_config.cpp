@@ -44,10 +44,10 @@ std::string static_line(const Host& row) {
     return syntax.line(values);
 }
 
-// No command gives a priority or an identifier; a host that has one isn't that of a line without.
+// No command gives a priority: a host that has one isn't that of a line without. Its identifier is a label.
 std::string line_of(const Host& row) {
     static const CliSyntax dhcp = syntax_of("remote onu mgmt-ip dhcp");
-    if (row.sRmIPHostPriority != 0 || row.sRmIPHostIdentifier[0] != '\0')
+    if (row.sRmIPHostPriority != 0)
         return "";
     const CliValue vlan[] = {row.sRmIPHostVlanId};
     return row.sRmIPHostMode == SRMIPHOSTMODE_DHCP ? dhcp.line(vlan) : static_line(row);
@@ -69,9 +69,8 @@ std::string server_line(const Client& row) {
                                 {"acs", "validate", "disable", "username", "password"});
     const CliValue server = word_of(row.sRmTr069MgmtAcsAddr);
     const CliValue given = CliValue::given(true);
-    const bool has_credentials = row.sRmTr069MgmtUsername[0] != '\0' || row.sRmTr069MgmtPassword[0] != '\0';
     if (row.sRmTr069MgmtValidateMode == SRMTR069MGMTVALIDATEMODE_DISABLE)
-        return has_credentials ? "" : forms.line({server, given, given, {}, {}});
+        return forms.line({server, given, given, {}, {}});
     const bool basic = row.sRmTr069MgmtValidateMode == SRMTR069MGMTVALIDATEMODE_BASIC;
     return forms.line({server,
                        basic ? "basic" : "md5",
@@ -117,19 +116,22 @@ int ov_gpon_cli_rm_iphost_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     return lines;
 }
 
+// A service profile has neither clients nor queues.
 int ov_gpon_cli_rm_tr069_mgmt_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;
+    if (gpon_rm_config_node(onu) != GPON_ONU_NODE)
+        return lines;
     for (const Client& row : rows_under(gpon_config_key_of<Client>(onu), INDEX_TO_ONU))
-        if (gpon_rm_config_node(onu) == GPON_ONU_NODE)
-            lines += print_client(vty, onu, row);
+        lines += print_client(vty, onu, row);
     return lines;
 }
 
 int ov_gpon_cli_rm_queue_schedule_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;
+    if (gpon_rm_config_node(onu) != GPON_ONU_NODE)
+        return lines;
     for (const Schedule& row : rows_under(gpon_config_key_of<Schedule>(onu), INDEX_TO_ONU))
-        if (row.sRmQueueScheduleMode != SRMQUEUESCHEDULEMODE_NOT_SET &&
-            gpon_rm_config_node(onu) == GPON_ONU_NODE)
+        if (row.sRmQueueScheduleMode != SRMQUEUESCHEDULEMODE_NOT_SET)
             lines += gpon_rm_config_print(vty, onu, "queue-schedule", line_of(row));
     return lines;
 }

@@ -64,13 +64,14 @@ int print_vlans(struct vty* vty, const gpon_config_onu_t& onu, const Multicast& 
 
 } // namespace
 
-// The switch comes first: the other settings stand in a row that is there while it is on.
+// The switch comes first: the other settings stand in a row that is there while it is on. No command makes
+// one of a service profile.
 int ov_gpon_cli_rm_mcast_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     const auto node = gpon_rm_config_node(onu);
+    if (node != GPON_ONU_NODE)
+        return 0;
     int lines = gpon_rm_config_settings<UniStatus, cli_objects::rm_uni_multicast>(vty, onu);
     for (const Multicast& row : rows_under(gpon_config_key_of<Multicast>(onu), INDEX_TO_ONU)) {
-        if (node != GPON_ONU_NODE)
-            continue; // no command makes one of a service profile
         lines += cli_settings_print(vty, cli_objects::rm_multicast, &row, node);
         lines += print_vlans(vty, onu, row);
     }

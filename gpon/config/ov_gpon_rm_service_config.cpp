@@ -91,10 +91,12 @@ int ov_gpon_cli_rm_service_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     return lines;
 }
 
+// No command makes one of a service profile.
 int ov_gpon_cli_rm_mac_filter_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;
+    if (gpon_rm_config_node(onu) != GPON_ONU_NODE)
+        return lines;
     for (const Service& row : rows_under(gpon_config_key_of<Service>(onu), INDEX_TO_ONU))
-        if (gpon_rm_config_node(onu) == GPON_ONU_NODE)
-            lines += print_mac_filter(vty, onu, row);
+        lines += print_mac_filter(vty, onu, row);
     return lines;
 }

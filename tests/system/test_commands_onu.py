@@ -216,6 +216,7 @@ def test_what_the_card_refuses_is_told_and_not_kept(shelf):
     chassis.card_fault(1, "code", type="onu", code=1009)
     assert shelf.on_port("onu 7 type KLM-618 sn ABCD00000007") == ([1], FAILED.format(1003))
     add(shelf)
+    assert shelf.on_gpon("profile onu-rssi 3 vcc-threshold 1 2 3 4") == ([0], "")
     on_onu = [
         ("deactive", "onu", "%Failed to deactive onu\n"),
         ("name x", "onu", "%Failed to set onu name\n"),
@@ -255,6 +256,7 @@ def test_what_the_card_refuses_is_told_and_not_kept(shelf):
 
 def test_each_setting_is_saved_as_typed_and_can_be_taken_back(shelf):
     add(shelf)
+    assert shelf.on_gpon("profile onu-rssi 32 vcc-threshold 1 2 3 4") == ([0], "")
     for command, back in [
         ("name " + "n" * 32, "no name"),
         ("name !it's#a<strange>[name]", f"name {ONU}"),
@@ -503,7 +505,9 @@ def random_configuration(rng):
                 lines.append("" if template else maybe(f"{port} queue {rng.randint(1, 7)}"))
         return [line for line in lines if line]
 
-    blocks = [("gpon", [profile])]
+    limits = [f"profile onu-rssi {number} {what}-threshold -{number} 0 1 {rng.randint(2, 9999)}"
+              for number in (1, 32) for what in ("txpwr", "temp")]  # fmt: skip
+    blocks = [("gpon", [profile, *limits])]
     for number, called in ((5, "home"), (6, "6")):
         named = [] if called == str(number) else [f"profile-name {called}"]
         blocks.append((f"onu-srvprofile profile-id {number} onu-type KLM-618", named + services(True)))
@@ -519,7 +523,7 @@ def random_configuration(rng):
                 adds.append(f"onu {onu} {of} {auth}")
                 settings = [
                     maybe("name " + name(32)), maybe("splitter " + name(32)), maybe("fec upstream enable"),
-                    maybe(f"onu-rssi-profile {rng.randint(1, 32)}"), maybe("pm enable"), maybe("deactive"),
+                    maybe(f"onu-rssi-profile {rng.choice((1, 32))}"), maybe("pm enable"), maybe("deactive"),
                 ]  # fmt: skip
                 own = services(False) if of.startswith("type") else []
                 onus.append((f"interface gpon-onu{slot}/{port}:{onu}", [line for line in settings if line] + own))
@@ -547,6 +551,7 @@ def test_a_saved_configuration_typed_on_an_empty_chassis_makes_the_same(chassis,
             for line in lines:
                 assert shelf.typed((head,), f"no onu {line.split()[1]}")[0] == [0]
     assert shelf.on_gpon("no onu-srvprofile profile-id 5", "no onu-srvprofile profile-id 6", "no profile bandwidth bw")[0] == [0, 0, 0]
+    assert shelf.on_gpon("no profile onu-rssi 1", "no profile onu-rssi 32") == ([0, 0], "")
     for table in TABLES:
         assert shelf.rows(table).endswith(" total 0 rows\n"), table
     assert replay(chassis, saved) == []

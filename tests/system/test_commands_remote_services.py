@@ -193,6 +193,17 @@ def test_every_form_of_a_service_reaches_the_onu_and_is_saved(served):
         assert saved(served) == []
 
 
+def test_a_password_stands_in_no_log(served):
+    for kind in ("tipc", "snmp detail"):
+        assert served.typed((), f"debug gpon {kind}")[0] == [0]
+    typed(served, "remote onu tr069-mgmt acs http://acs validate md5 username me password open-sesame")
+    served.chassis.simctl("card-fault", 1, "code", "code=1", "type=rmonu-tr069-srv")
+    assert served.on_onu("remote onu tr069-mgmt acs http://acs validate md5 username me password open-sesame2")[0] == [1]
+    log = served.chassis.path("/tmp/product/gpon.log").read_text(errors="replace")
+    assert "RmTr069" in log or "tr069" in log
+    assert "open-sesame" not in log
+
+
 # ---- what is refused -----------------------------------------------------------------------------------------
 
 NOT_TAKEN = [

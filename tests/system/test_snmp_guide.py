@@ -52,7 +52,7 @@ def run(world, settings, commands):
 def test_a_step_without_those_before_it_is_refused_as_the_guide_says(world):
     (_, settings, _), *rest = steps()
     below_an_onu = [text for _, text, _ in rest if ".1.1.1.7.1 i 4" in text]
-    assert len(below_an_onu) == 4
+    assert len(below_an_onu) == 5
     for commands in reversed(below_an_onu):
         done = run(world, settings, commands)
         assert "badValue" in done.stderr, f"{commands}\n{done.stdout}{done.stderr}"

@@ -1,6 +1,7 @@
 // Optics of an ONU: the thresholds that it holds, and what they read.
 #include "cli_command_rows.h"
 #include "cli_objects.h"
+#include "ov_app_gpon_pon_role.h"
 #include "ov_gpon_rm_cli.h"
 #include "sOnuExtendInfoTable.h"
 #include "sRmOnuOptThresholdTable.h"
@@ -44,6 +45,11 @@ constexpr RmItem POWER[] = {
     {"onu tx power", sOnuExtendInfoRmOnuTxPower},
 };
 
+// The session's ONU, in a protection group on the port that serves it.
+Readings key_in_service(const CliCall& call) {
+    return ov_app_gpon_on_port_in_service(gpon_cli_onu_key<Readings>(call.vty));
+}
+
 int refuse_read(const CliCall& call, const Readings& row) {
     if (!gpon_rm_onu_is_up(row))
         ov_refusal_because("the ONU isn't operational");
@@ -52,7 +58,7 @@ int refuse_read(const CliCall& call, const Readings& row) {
 
 // Of an ONU that isn't up there are no readings, and its own thresholds are those that it told last.
 int ov_show_gpon_onu_rm_op_info_cli(CliCall& call) {
-    auto row = gpon_cli_onu_key<Readings>(call.vty);
+    Readings row = key_in_service(call);
     auto thresholds = onu_key<Thresholds>(row);
     const bool is_up = gpon_rm_onu_is_up(row);
     if (is_up && !mib_access(MIB_GET, row, gpon_cli_columns({sOnuExtendInfoRmOnuRxPower})))
@@ -69,7 +75,7 @@ int ov_show_gpon_onu_rm_op_info_cli(CliCall& call) {
 }
 
 int ov_show_gpon_onu_rm_power_cli(CliCall& call) {
-    auto row = gpon_cli_onu_key<Readings>(call.vty);
+    Readings row = key_in_service(call);
     const MIB_Flags_t columns = gpon_cli_columns({sOnuExtendInfoOltRxPower, sOnuExtendInfoRmOnuRxPower});
     if (!gpon_rm_onu_is_up(row) || !mib_access(MIB_GET, row, columns))
         return refuse_read(call, row);

@@ -21,14 +21,9 @@ bool is_operational(const Onu& onu) {
     return onu.sOnuTableOnuState == SONUTABLEONUSTATE_OPERATIONAL;
 }
 
-// The port that serves the ONU now: of a protection group that is the one in service.
+// The ONU on the port that serves it now.
 Onu onu_in_service(const ExtendInfo& info) {
-    auto onu = onu_key<Onu>(info);
-    const bool in_group = ov_app_gpon_port_is_protect_pon_port(onu.slotID, onu.portID) == 1 ||
-                          ov_app_gpon_port_is_group_work_pon_port(onu.slotID, onu.portID) == 1;
-    if (in_group && ov_app_gpon_port_is_group_active_pon_port(onu.slotID, onu.portID) == 0)
-        move_to_port(onu, ov_pon_protect_group_get_pair_port_index(onu.slotID, onu.portID));
-    return onu;
+    return ov_app_gpon_on_port_in_service(onu_key<Onu>(info));
 }
 
 // ---- the readings -----------------------------------------------------------------------------------------

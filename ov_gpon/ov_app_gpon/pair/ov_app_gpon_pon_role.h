@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "app_key.h"
 #include "ov_types.h"
 
 enum ov_pon_protect_pon_status_e : int32_t {
@@ -35,3 +36,13 @@ void ov_pon_protect_group_pon_active_status_set(int slotid, int ponid, int act);
 int ov_app_gpon_port_is_protect_pon_port(int slotid, int portid);
 int ov_app_gpon_port_is_group_work_pon_port(int slotid, int portid);
 int ov_app_gpon_port_is_group_active_pon_port(int slotid, int ponid);
+
+// The row on the port that serves now: of a protection group the one in service, else its own.
+template <typename Row>
+Row ov_app_gpon_on_port_in_service(Row row) {
+    const bool in_group = ov_app_gpon_port_is_protect_pon_port(row.slotID, row.portID) == 1 ||
+                          ov_app_gpon_port_is_group_work_pon_port(row.slotID, row.portID) == 1;
+    if (in_group && ov_app_gpon_port_is_group_active_pon_port(row.slotID, row.portID) == 0)
+        move_to_port(row, ov_pon_protect_group_get_pair_port_index(row.slotID, row.portID));
+    return row;
+}

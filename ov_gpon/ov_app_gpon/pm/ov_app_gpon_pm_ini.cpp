@@ -1,5 +1,7 @@
 #include "ov_app_gpon_pm_ini.h"
 
+#include <unistd.h>
+
 #include "ov_product.h"
 #include "ov_product_log.h"
 #include "ov_util_ini_cfg.h"
@@ -16,7 +18,7 @@ ov_gemPmThrTable_attr_t gem_default;
 const char* file_name() {
     if (const char* name = ov_product_pm_ini_file())
         return name;
-    OV_LOG_ERROR("MMG", "get pm ini file from env fail!");
+    OV_LOG_NOTICE("MMG", "get pm ini file from env fail!");
     return FALLBACK_FILE;
 }
 
@@ -24,7 +26,8 @@ void read_defaults() {
     const char* name = file_name();
     const ov_util_ini_file file(name);
     if (!file.is_loaded()) {
-        OV_LOG_ERROR("MMG", "cannot parse file: %s!", name);
+        const bool is_there = access(name, F_OK) == 0; // a system needs none
+        OV_APP_LOG(is_there ? OV_LOG_LVL_ERROR : OV_LOG_LVL_NOTICE, "MMG", "cannot parse file: %s!", name);
         return;
     }
     pm_thr_read_default(PON_PM_THR, file, &pon_default);

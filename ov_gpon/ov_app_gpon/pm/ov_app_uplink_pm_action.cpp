@@ -7,9 +7,12 @@ namespace {
 int appid = 0;
 } // namespace
 
-// What the port's switch was set to isn't looked at by anybody: the row of counters comes with an edit.
+// The row of counters comes with an edit. A port that appears again, or a GE and an XE port at one place,
+// find their row: it keeps what it says.
 int ov_app_uplink_pm_action_add(ov_uplinkPmActTable_attr_t* attr, MIB_Flags_t* flag) {
     if (attr != nullptr && flag != nullptr) {
+        if (find_stored_row(*attr) != nullptr)
+            return OV_GPON_RET_OK;
         attr->uplinkPmActRowStatus = OVRA_CREATEANDGO;
         mib_flag_set(*flag, uplinkPmActTable_column::uplinkPmAction);
         mib_flag_set(*flag, uplinkPmActTable_column::uplinkPmActRowStatus);

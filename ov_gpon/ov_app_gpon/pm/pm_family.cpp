@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "app_set_callback.h"
+#include "ov_clock.h"
 #include "ov_local_time.h"
 #include "ov_product_log.h"
 #include "ovra_mutex.h"
@@ -47,6 +48,16 @@ bool access(const PmFamily& family, int operation, void* row) {
 
 // ---- reading ----------------------------------------------------------------------------------------------
 
+uint32_t pm_now() {
+    static time_t asked = -1; // a pass wants the same second ten thousand times
+    static uint32_t answered = 0;
+    if (const time_t now = ov_wall_time(); now != asked) {
+        asked = now;
+        answered = get_local_time();
+    }
+    return answered;
+}
+
 void pm_stamp_start(const PmFamily& family, void* row, uint32_t seconds) {
     put(row, family.closing.start, seconds);
 }
@@ -61,7 +72,7 @@ void pm_mark_unavailable(const PmFamily& family, void* row) {
 
 void pm_take_record(const PmFamily& family, const void* record, void* row) {
     pm_copy_counters(family.reading, record, row);
-    pm_stamp_stop(family, row, get_local_time());
+    pm_stamp_stop(family, row, pm_now());
     put(row, family.closing.valid, PmValid::AVAILABLE);
 }
 
@@ -103,9 +114,9 @@ bool pm_add_row(const PmFamily& family, const void* owner) {
     BlankRow row(family, owner);
     if (exists(family, row.get()))
         return true;
-    family.pass().forget_row(row.get()); // of one that was there before
+    family.pass().note_new_row(row.get());
     pm_read(family, row.get(), true, false);
-    pm_stamp_start(family, row.get(), get_local_time());
+    pm_stamp_start(family, row.get(), pm_now());
     put(row.get(), family.closing.status, mib_long{OVRA_CREATEANDGO});
     if (access(family, family.add, row.get()))
         return true;

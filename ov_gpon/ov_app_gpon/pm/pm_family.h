@@ -80,6 +80,8 @@ int pm_read(const PmFamily& family, void* row, bool clean, bool check);
 void pm_mark_unavailable(const PmFamily& family, void* row);
 // What a good one brings, out of the card's record.
 void pm_take_record(const PmFamily& family, const void* record, void* row);
+// The seconds that stamps are made of.
+uint32_t pm_now();
 void pm_stamp_start(const PmFamily& family, void* row, uint32_t seconds);
 void pm_stamp_stop(const PmFamily& family, void* row, uint32_t seconds);
 

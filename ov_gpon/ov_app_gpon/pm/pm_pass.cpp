@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "ov_local_time.h"
 #include "ovra_mutex.h"
 
 namespace {
@@ -70,9 +69,11 @@ bool PmPass::has_asked(const void* row) const {
     return card != nullptr && card->begun && key_of(row) <= card->at;
 }
 
-void PmPass::forget_row(const void* row) {
-    if (running())
-        forget(key_of(row));
+void PmPass::note_new_row(const void* row) {
+    if (!running())
+        return;
+    forget(key_of(row));
+    made_.insert(key_of(row));
 }
 
 // ---- the pass ---------------------------------------------------------------------------------------------
@@ -81,7 +82,8 @@ void PmPass::begin() {
     once_more_ = running();
     if (once_more_)
         return;
-    began_ = get_local_time();
+    began_ = pm_now();
+    made_.clear();
     {
         const auto lock = lock_of(family_);
         find_cards();
@@ -91,7 +93,7 @@ void PmPass::begin() {
 
 void PmPass::miss(void* row) {
     pm_mark_unavailable(family_, row);
-    pm_stamp_stop(family_, row, get_local_time());
+    pm_stamp_stop(family_, row, pm_now());
 }
 
 CardPipeline::Next PmPass::ask(size_t lane, Place& place) {
@@ -129,6 +131,7 @@ void PmPass::take(const Place& place, unsigned result, const hal_nlmsghdr* reply
     void* row = stored_row(place.key);
     if (row == nullptr)
         return;
+    made_.erase(place.key);
     if (result != KAVO_OK || reply == nullptr) {
         miss(row);
         return;
@@ -144,8 +147,9 @@ void PmPass::end() {
         const MIBDID table = family_.module().did();
         family_.save();
         for (void* row = get_table_head(table); row != nullptr; row = row_getNext(table, row))
-            pm_stamp_start(family_, row,
-                           family_.interval_start == PmIntervalStart::PASS ? began_ : get_local_time());
+            if (!made_.contains(key_of(row)))
+                pm_stamp_start(family_, row,
+                               family_.interval_start == PmIntervalStart::PASS ? began_ : pm_now());
     }
     if (once_more_)
         begin();

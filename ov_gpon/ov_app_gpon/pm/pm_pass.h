@@ -10,6 +10,7 @@
 // Main loop only.
 #pragma once
 
+#include <set>
 #include <vector>
 
 #include "app_card_pipeline.h"
@@ -23,8 +24,9 @@ public:
     void begin();
     // Whether the pass that runs has come to this row, or past it.
     bool has_asked(const void* row) const;
-    // A reply that is on its way isn't for the row that is about to be made at this index.
-    void forget_row(const void* row);
+    // A row is about to be made at this index: a reply that is on its way isn't for it, and its interval has
+    // begun already.
+    void note_new_row(const void* row);
 
 protected:
     Next ask(size_t lane, Place& place) override;
@@ -48,6 +50,7 @@ private:
 
     const PmFamily& family_;
     std::vector<Card> cards_;
+    std::set<Key> made_; // rows, since the pass began, that haven't been read since
     uint32_t began_ = 0; // seconds
     bool once_more_ = false;
 };

@@ -8,6 +8,7 @@
 #include <span>
 
 #include "app_follow_rows.h"
+#include "app_index.h"
 #include "ov_app_gpon_owner.h"
 #include "ov_hal_gpon_enums.h"
 #include "ov_hal_gpon_records.h"
@@ -51,6 +52,22 @@ Row uni_key(const UniRow& of) {
     return key;
 }
 
+// A card's number and a port's are one byte each in the ONU (ITU-T G.988).
+inline constexpr mib_long UNI_NUMBER_MAX = 255;
+
+// Whether it is a place that an ONU can have. A record holds the numbers in 16 bits: port 65537 would be
+// port 1.
+template <typename Row>
+bool is_uni_place(const Row& row) {
+    return fits(row.*UniIndex<Row>::card, UNI_NUMBER_MAX) && fits(row.*UniIndex<Row>::port, UNI_NUMBER_MAX);
+}
+
+// Whether the row's UNI can be asked: of an ONU in operation, at a place that managers haven't made up.
+template <typename Row>
+Asked ov_app_gpon_asked_of_uni(const Row& row) {
+    return is_uni_place(row) ? ov_app_gpon_asked_of_onu(row) : Asked::NO;
+}
+
 // ---- which UNIs there are ---------------------------------------------------------------------------------
 
 // The UNIs of one kind: `ports` of them on each of `cards` cards, both numbers of the ONU type.
@@ -62,9 +79,6 @@ struct UniKind {
     Number cards;        // null: one
     const char* failure; // logged when a row of them can't be added
 };
-
-// A card's number and a port's are one byte each in the ONU (ITU-T G.988).
-inline constexpr mib_long UNI_NUMBER_MAX = 255;
 
 template <typename Row>
 struct UniRows {

@@ -43,7 +43,7 @@ constexpr GetCallback<Row, Record> READS = {
                    column::sRmVoipLineStatusVoipPortSessionType, column::sRmVoipLineStatusVoipCall1PktPeriod,
                    column::sRmVoipLineStatusVoipCall2PktPeriod, column::sRmVoipLineStatusVoipCall1DstAddr,
                    column::sRmVoipLineStatusVoipCall2DstAddr),
-    .asked = ov_app_gpon_asked_of_onu,
+    .asked = ov_app_gpon_asked_of_uni<Row>,
     .failure = "get rm voip line status from low level error",
 };
 

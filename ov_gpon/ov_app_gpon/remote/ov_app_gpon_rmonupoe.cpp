@@ -27,8 +27,10 @@ constexpr MapLine ONUPOE_LINES[] = {
     REPORTED(sRmOnuPoeInputVoltage, inputVoltage),
     REPORTED(sRmOnuPoeInputCur, inputCur),
 };
-constexpr MIB_Flags_t SETTINGS = columns_of(column::sRmOnuPoeUsageThr, column::sRmOnuPoeArc,
-                                            column::sRmOnuPoeExtPowAvl, column::sRmOnuPoeExtBatteryPowAvl);
+// What managers may write; a row that they make is looked at too.
+constexpr MIB_Flags_t WRITTEN =
+    columns_of(column::sRmOnuPoeUsageThr, column::sRmOnuPoeArc, column::sRmOnuPoeExtPowAvl,
+               column::sRmOnuPoeExtBatteryPowAvl, column::sRmOnuPoeRowStatus);
 
 constexpr GetCallback<Row, Record> READS = {
     .message = OV_HAL_MSG_GPON_RM_ONU_POE,
@@ -71,6 +73,7 @@ int ov_rm_onupoe_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_fl
         .map = &onupoe_map,
         .sent = SentChanges::EDITS,
         .check = rm_owner_admits<OWNER, Row>,
+        .skips_empty_mask = true,
         .dumps = true,
         .follow = rm_follow_on_pair<SYNC_RMONU_ONUPOE, Row>,
         .not_supported = NotSupported::FOLLOW,
@@ -99,8 +102,8 @@ void ov_app_gpon_rmonupoe_init() {
     gpon_onupoe_appid = AssignAppId();
     const CallbackRegistration app = {"app_rmonupoe", gpon_onupoe_appid,
                                       "app_rmonupoe register set call back error"};
-    app.add(SRMONUPOE, CALLBACK_SET, ov_rm_onupoe_table_set_callback, SETTINGS);
-    app.add(SRMONUPOE, CALLBACK_CHECK, ov_rm_onupoe_table_set_check_callback, SETTINGS);
+    app.add(SRMONUPOE, CALLBACK_SET, ov_rm_onupoe_table_set_callback, WRITTEN);
+    app.add(SRMONUPOE, CALLBACK_CHECK, ov_rm_onupoe_table_set_check_callback, WRITTEN);
     app.add(SRMONUPOE, CALLBACK_GET, ov_rm_onupoe_table_get_callback, READS.columns);
     app.add(SONU, CALLBACK_SET, ov_rm_onupoe_onutable_set_callback,
             columns_of(sOnuTable_column::sOnuTableRowStatus));

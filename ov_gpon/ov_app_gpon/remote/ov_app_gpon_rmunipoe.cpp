@@ -40,8 +40,10 @@ constexpr MapLine UNIPOE_LINES[] = {
     REPORTED(sRmUniPoePseConsumPow, pseConsumPow),
     REPORTED(sRmUniPoePseAllocatePow, pseAllocatePow),
 };
-constexpr MIB_Flags_t SETTINGS = columns_of(column::sRmUniPoeAdminState, column::sRmUniPoePowPairs,
-                                            column::sRmUniPoePowPri, column::sRmUniPoePseLldpReqPow);
+// What managers may write; a row that they make is looked at too.
+constexpr MIB_Flags_t WRITTEN =
+    columns_of(column::sRmUniPoeAdminState, column::sRmUniPoePowPairs, column::sRmUniPoePowPri,
+               column::sRmUniPoePseLldpReqPow, column::sRmUniPoeRowStatus);
 
 constexpr GetCallback<Row, Record> READS = {
     .message = OV_HAL_MSG_GPON_RM_UNI_POE,
@@ -51,11 +53,22 @@ constexpr GetCallback<Row, Record> READS = {
                           column::sRmUniPoeInvalidSigCount, column::sRmUniPoePowDeniedCount,
                           column::sRmUniPoeOverLoadCount, column::sRmUniPoeShortCount,
                           column::sRmUniPoePseConsumPow, column::sRmUniPoePseAllocatePow),
-    .asked = ov_app_gpon_asked_of_onu,
+    .asked = ov_app_gpon_asked_of_uni<Row>,
     .failure = "get rm unipoe from low level error",
 };
 
 constexpr RmOwnerRules OWNER = {.comes_with_owner = true};
+
+// Managers may make rows, also of ports that the ONU's type doesn't have.
+bool unipoe_admits(RowChange<Row>& change) {
+    const Row& row = change.row;
+    if (!change.deletes() && !is_uni_place(row)) {
+        OV_LOG_ERROR("MMG", "wrong uni %u/%u", row.sRmUniPoeOnuCardID, row.sRmUniPoeOnuPortID);
+        return ov_refusal_because("an ONU has no UNI %u/%u", row.sRmUniPoeOnuCardID, row.sRmUniPoeOnuPortID);
+    }
+    return rm_owner_admits<OWNER, Row>(change);
+}
+
 constexpr RmDoors<Row> DOORS = {.table = "rm_uni_poe", .appid = &gpon_unipoe_appid};
 
 // Power goes over Ethernet alone.
@@ -90,7 +103,8 @@ int ov_unipoe_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag)
         .message = OV_HAL_MSG_GPON_RM_UNI_POE,
         .map = &unipoe_map,
         .sent = SentChanges::EDITS,
-        .check = rm_owner_admits<OWNER, Row>,
+        .check = unipoe_admits,
+        .skips_empty_mask = true,
         .dumps = true,
         .follow = rm_follow_on_pair<SYNC_RMONU_UNIPOE, Row>,
         .not_supported = NotSupported::FOLLOW,
@@ -119,8 +133,8 @@ void ov_app_gpon_rmunipoe_init() {
     gpon_unipoe_appid = AssignAppId();
     const CallbackRegistration app = {"app_unipoe", gpon_unipoe_appid,
                                       "app_unipoe register set call back error"};
-    app.add(SRMUNIPOE, CALLBACK_SET, ov_unipoe_table_set_callback, SETTINGS);
-    app.add(SRMUNIPOE, CALLBACK_CHECK, ov_unipoe_table_set_check_callback, SETTINGS);
+    app.add(SRMUNIPOE, CALLBACK_SET, ov_unipoe_table_set_callback, WRITTEN);
+    app.add(SRMUNIPOE, CALLBACK_CHECK, ov_unipoe_table_set_check_callback, WRITTEN);
     app.add(SRMUNIPOE, CALLBACK_GET, ov_unipoe_table_get_callback, READS.columns);
     app.add(SONU, CALLBACK_SET, ov_unipoe_onutable_set_callback,
             columns_of(sOnuTable_column::sOnuTableRowStatus));

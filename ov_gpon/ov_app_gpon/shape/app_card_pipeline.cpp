@@ -14,6 +14,7 @@ void CardPipeline::start(size_t lanes) {
     filling_ = true;
     for (size_t n = 0; n < lanes; ++n) {
         Lane& lane = lanes_.emplace_back();
+        lane.number = n;
         for (Place& place : lane.places)
             place = {.pipeline = this, .lane = n};
     }
@@ -38,16 +39,13 @@ void CardPipeline::fill(Lane& lane) {
 }
 
 CardPipeline::Next CardPipeline::ask_next(Lane& lane) {
-    const auto number = static_cast<size_t>(
-        std::find_if(lanes_.begin(), lanes_.end(), [&lane](const Lane& each) { return &each == &lane; }) -
-        lanes_.begin());
     if (lane.given_up)
-        return skip(number);
+        return skip(lane.number);
     Place& place = *std::find_if(lane.places.begin(), lane.places.end(),
                                  [](const Place& each) { return !each.under_way; });
     place.forgotten = false;
     place.heard = lane.heard;
-    const Next next = ask(number, place);
+    const Next next = ask(lane.number, place);
     if (next == Next::ASKED) {
         place.under_way = true;
         ++lane.under_way;

@@ -80,6 +80,7 @@ struct MapLine {
     void (*encode)(const void* row, void* record) = nullptr;
     void (*decode)(const void* record, void* row) = nullptr;
     bool (*condition)(const void* row) = nullptr;
+    bool is_conditional = false; // known when compiling, which under sanitizers the address isn't
     MapReplay replay = MapReplay::DIFFERS;
     int32_t low = 0;
     int32_t high = 0;
@@ -95,6 +96,7 @@ struct MapLine {
     constexpr MapLine applies_when(bool (*holds)(const void* row)) const {
         MapLine line = *this;
         line.condition = holds;
+        line.is_conditional = true;
         return line;
     }
     constexpr bool has_attribute() const { return attribute != NO_ATTRIBUTE; }
@@ -141,7 +143,7 @@ protected:
             if (bits_[line.column] == marker)
                 bits_[line.column] = 0;
             bits_[line.column] |= 1u << line.attribute;
-            conditional_ |= line.condition != nullptr ? 1u << line.attribute : 0;
+            conditional_ |= line.is_conditional ? 1u << line.attribute : 0;
         }
     }
 

@@ -71,11 +71,23 @@ constexpr CliIndexWord BY_NUMBERS[] = {{.name = "card", .column = 4}, {.name = "
 const CliObject lamp = {LAMPS, INDEX_TO_ONU, edit_lamp, BY_WORD};
 const CliObject socket_lamp = {LAMPS, INDEX_TO_ONU, edit_lamp, BY_NUMBERS, "%%No lamp %d%s"};
 
+const CliObject lamps = {LAMPS, INDEX_TO_ONU, edit_lamp};
+const CliObject dark_lamp = {.table = LAMPS,
+                             .from_session = INDEX_TO_ONU,
+                             .edit = edit_lamp,
+                             .words = BY_WORD,
+                             .absent = "%s isn't screwed in"};
+
+int may_flicker(const CliCall& call, const void* row) {
+    return static_cast<const Lamp*>(row)->lit == 0 ? 0 : call.fail("%%Lamps must not flicker%s", 104002);
+}
+
 std::string usual_url(const void* row) {
     return "http://" + std::to_string(static_cast<const Lamp*>(row)->onu);
 }
 
 constexpr ColName MODES[] = {{1, "auto"}, {2, "warm"}, {3, "cold"}};
+constexpr ColName OWN[] = {{-7, "own"}};
 constexpr char FAILURE[] = "%%Failed to set lamp %d to %w%s";
 
 const CliCommand commands[] = {
@@ -86,12 +98,15 @@ const CliCommand commands[] = {
     GPON_SETTING(, NODES(O), "no remote lamp LAMP url", "", lamp, URL, USUAL, FAILURE, .usual = usual_url)
     GPON_SETTING(, NODES(O), "remote lamp LAMP server  A.B.C.D", "", lamp, SERVER, ADDRESS, FAILURE, .with = {SOURCE, 2})
     GPON_SETTING(, NODES(O), "remote lamp LAMP lit", "", lamp, LIT, FIXED(1), FAILURE, .place = -1)
+    GPON_SETTING(, NODES(O), "remote lamp LAMP flicker (enable|disable)", "", dark_lamp, LIT, SWITCH, FAILURE, .allowed = may_flicker)
+    GPON_SETTING(, NODES(O), "remote lamps (lit|source) (VALUE|own)", "", lamps, 0, INTEGER(OWN, "%%Bad value %w of lamps%s"),
+                 "%%Failed to set %s %s%s", .by = {{"lit", LIT}, {"source", SOURCE}})
     GPON_SETTING(, NODES(O), "remote card <1-4> socket <1-8> (enable|disable)", "", socket_lamp, LIT, SWITCH, FAILURE)
     // clang-format on
 };
 const CliCommand wrong[] = {
     GPON_SETTING(, NODES(O), "remote lamp LAMP <1-4> lit", "", lamp, LIT, FIXED(1), FAILURE) //
-    GPON_SETTING(, NODES(O), "remote lamps (enable|disable)", "", lamp, LIT, SWITCH, FAILURE)};
+    GPON_SETTING(, NODES(O), "remote all lamps (enable|disable)", "", lamp, LIT, SWITCH, FAILURE)};
 
 class Lamps : public OnuCli {
 protected:
@@ -153,6 +168,43 @@ CLI_TEST(Lamps, NumbersHaveTheirWholeRange) {
     stored = {.mode = 1};
     expect_replayed("remote lamp lamp_1/2 power 4294967295");
     EXPECT_EQ(stored.power, 4294967295u);
+}
+
+CLI_TEST(Lamps, IntegersHaveASignAndNamesForSome) {
+    for (const char* number : {"-2147483648", "-1", "2147483647"}) {
+        EXPECT_EQ(run(onu_, std::string("remote lamps lit ") + number), "");
+        EXPECT_EQ(std::to_string(stored.lit), number);
+        EXPECT_TRUE(is_asked(LIT) && !is_asked(SOURCE));
+        stored.source = 1;
+        EXPECT_EQ(saved(lamps), std::string(" remote lamps lit ") + number + "\n");
+    }
+    EXPECT_EQ(run(onu_, "remote lamps source own"), "");
+    EXPECT_EQ(stored.source, -7);
+    EXPECT_EQ(saved(lamps), " remote lamps source -7\n");
+}
+
+CLI_TEST(Lamps, WhatIsNoIntegerIsRefusedAsItWasTyped) {
+    asked = {};
+    for (const char* word : {"x", "1x", "1.0", "+1", "2147483648", "-2147483649", "%s%n%d%w"})
+        EXPECT_EQ(run(onu_, std::string("remote lamps lit ") + word, 104001),
+                  std::string("%Bad value ") + word + " of lamps\n");
+    EXPECT_FALSE(is_asked(LIT));
+    answer = 1003;
+    EXPECT_EQ(run(onu_, "remote lamps source own", 104006), "%Failed to set source own\n");
+}
+
+CLI_TEST(Lamps, WhatMustHoldIsAskedInFrontOfTheWrite) {
+    asked = {};
+    EXPECT_EQ(run(onu_, "remote lamp lamp_1/2 flicker enable", 104002), "%Lamps must not flicker\n");
+    EXPECT_FALSE(is_asked(LIT));
+    EXPECT_EQ(run(onu_, "remote lamp lamp_1/2 flicker disable"), "");
+    EXPECT_TRUE(is_asked(LIT));
+}
+
+CLI_TEST(Lamps, AReasonIsGivenForARowThatIsNotThere) {
+    answer = 1003;
+    run(onu_, "remote lamp lamp_1/2 flicker disable", 104006);
+    EXPECT_THAT(log_.lines(), testing::Contains(testing::HasSubstr("lamp_1/2 isn't screwed in")));
 }
 
 CLI_TEST(Lamps, TextsAreAsLongAsTheColumn) {

@@ -143,7 +143,7 @@ CLI_TEST(RemoteIpHost, WhatNoCommandMakesIsInNoSavedConfiguration) {
         EXPECT_EQ(saved(place), Lines{});
         host = right;
         set(host.sRmIPHostIdentifier, "me");
-        EXPECT_EQ(saved(place), Lines{});
+        EXPECT_EQ(saved(place), Lines{STATIC}) << "a label alone is left out";
         host = right;
         host.sRmIPHostVlanId = 0;
         EXPECT_EQ(saved(place), Lines{});
@@ -261,6 +261,8 @@ CLI_TEST(RemoteTr069, WhatNoCommandMakesIsInNoSavedConfiguration) {
     client().sRmTr069MgmtValidateMode = 7;
     EXPECT_EQ(saved(on_onu()), Lines{});
     client().sRmTr069MgmtValidateMode = SRMTR069MGMTVALIDATEMODE_DISABLE;
+    EXPECT_EQ(saved(on_onu()), Lines{"remote onu tr069-mgmt acs http://acs validate disable"});
+    set(client().sRmTr069MgmtUsername, "of before");
     EXPECT_EQ(saved(on_onu()), Lines{"remote onu tr069-mgmt acs http://acs validate disable"});
     client().sRmTr069MgmtPri = 3; // of no tag
     EXPECT_EQ(saved(on_onu()), Lines{"remote onu tr069-mgmt acs http://acs validate disable"});

@@ -1,6 +1,9 @@
 // Power over Ethernet and the optics of an ONU by command.
 #include "remote_services_fixture.h"
 
+#include "ov_app_gpon_pon_role.h"
+#include "ov_gpon.h"
+
 namespace {
 
 using UniPoe = ov_sRmUniPoeTable_attr_t;
@@ -282,6 +285,25 @@ CLI_TEST(RemoteOptics, PowerAtBothEndsIsShown) {
     EXPECT_EQ(item(text, "olt rx power"), "-1950");
     EXPECT_EQ(item(text, "onu rx power"), "-1800");
     EXPECT_EQ(item(text, "onu tx power"), "220");
+}
+
+CLI_TEST(RemoteOptics, OfAProtectionGroupAreThoseOfThePortInService) {
+    ov_pon_protect_group_pon_status_init();
+    ov_pon_protect_group_pon_status_set(3, 2, OV_PON_PROTECT_PON_STATUS_PROTECTING);
+    ov_pon_protect_group_pair_port_index_set(3, 2, index_of("gpon-olt3/1"));
+    ov_startup_gpon_config_sync_end_set(3, 1);
+    row<ov_sOnuTable_attr_t>(on_onu())->sOnuTableOnuState = SONUTABLEONUSTATE_ADDED;
+    add_onu(3, 1, 7).sOnuTableOnuState = SONUTABLEONUSTATE_OPERATIONAL;
+    active(sOnuExtendInfoTable_createEntry(1, 3, 1, 7));
+    active(sRmOnuOptThresholdTable_createEntry(1, 3, 1, 7));
+    chassis_.forget_messages();
+    for (const char* line : {"show onu power", "show onu remote optical info"})
+        EXPECT_NE(run(far_, line).find("\n3/1:7 "), std::string::npos) << line;
+    for (const auto& asked : chassis_.messages_of(OV_HAL_MSG_GPON_RMONU_ANI_OPT_INFO))
+        EXPECT_EQ(asked.record<ov_gpon_rmonu_opt_ani_info_attr_t>().onuIfindex, index_of("gpon-onu3/1:7"));
+    EXPECT_EQ(chassis_.messages_of(OV_HAL_MSG_GPON_RMONU_ANI_OPT_INFO).size(), 2u);
+    ov_pon_protect_group_pon_active_status_set(3, 2, 1);
+    EXPECT_EQ(run(far_, "show onu power", 104006), "%Failed to get port info \n") << "that one isn't up";
 }
 
 CLI_TEST(RemoteOptics, OfAnOnuThatDoesNotTellAreNotShown) {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "card_change.h"
+
 namespace {
 
 constexpr uint32_t SLOT = 3;
@@ -140,6 +142,39 @@ TEST_F(CardRules, ABitWithoutAnAttributeIsRefused) {
               ""); // "no attribute", as columns say
     EXPECT_EQ(reason(request(903, card_action::SET, onu(12), 1u << 16)), "mask");
     EXPECT_EQ(reason(request(903, card_action::CREATE, onu(12), 0xFFFFFFFF)), "");
+}
+
+TEST_F(CardRules, AnOnuHasAnRssiProfileThatTheCardWasTold) {
+    constexpr size_t RSSI_AT = 300;
+    constexpr uint32_t RSSI_BIT = 1u << 12;
+    std::vector<uint8_t> profile(84);
+    put_be32(profile, 0, 3);
+    std::vector<uint8_t> record = onu(7);
+    put_be32(record, RSSI_AT, 3);
+    EXPECT_EQ(create(903, record), "no-rssi-profile");
+    EXPECT_EQ(create(903, onu(7)), ""); // every card has profile 0
+    EXPECT_EQ(reason(request(903, card_action::SET, record, RSSI_BIT)), "no-rssi-profile");
+    EXPECT_EQ(reason(request(903, card_action::SET, record, 2)), "");
+    EXPECT_EQ(reason(request(904, card_action::SET, profile)), "not-found");
+    EXPECT_EQ(create(904, profile), "");
+    EXPECT_EQ(reason(request(904, card_action::SET, profile)), "");
+    EXPECT_EQ(reason(request(903, card_action::SET, record, RSSI_BIT)), "");
+    put_be32(profile, 0, 0);
+    EXPECT_EQ(reason(request(904, card_action::SET, profile)), "");
+}
+
+// Its thresholds are the module's; the switch alone is told, by the action that deletes elsewhere.
+TEST_F(CardRules, TheSwitchOfAModuleIsKeptByTheActionThatDeletes) {
+    std::vector<uint8_t> record(48);
+    put_be32(record, 0, index_at(9, SLOT, 2, 1, 0));
+    for (const uint8_t on : {1, 0}) {
+        record[4] = on;
+        const CardRequest made = request(932, card_action::DELETE, record, 2);
+        EXPECT_EQ(reason(made), "");
+        change_objects(objects, made);
+        ASSERT_NE(objects.find(*made.message, record), nullptr);
+        EXPECT_EQ((*objects.find(*made.message, record))[4], on);
+    }
 }
 
 } // namespace

@@ -262,6 +262,7 @@ TEST(PmPass, ARowThatIsDeletedTakesNoReply) {
 
 TEST(PmPass, ARowThatIsMadeAnewIsNotTheOneThatWasAsked) {
     run([](AppChassis& chassis) {
+        TestClock clock(AT_10_15);
         put_onus(chassis, 3);
         const auto kept = std::make_shared<PatientCard>();
         chassis.card.behave(PatientCard::of(kept));
@@ -272,13 +273,17 @@ TEST(PmPass, ARowThatIsMadeAnewIsNotTheOneThatWasAsked) {
         chassis.card.behave([](FakeCard& card, const wire::Bytes& request) {
             card.answer(request, counted(card, request, 77));
         });
+        clock.advance(3s);
         ASSERT_TRUE(pm_add_row(ONU_PM, &row));
         EXPECT_EQ(stored_onu_pm(2)->opmFecCodeWords, 77u);
+        clock.advance(3s);
         while (kept->waiting() > 0)
             answer(chassis.card, kept->take());
         ASSERT_TRUE(pass_ends(ONU_PM));
         EXPECT_EQ(stored_onu_pm(1)->opmFecCodeWords, 1001u);
+        EXPECT_EQ(stored_onu_pm(1)->opmStartTimeStamp, uint32_t(AT_10_15) + 6);
         EXPECT_EQ(stored_onu_pm(2)->opmFecCodeWords, 77u);
+        EXPECT_EQ(stored_onu_pm(2)->opmStartTimeStamp, uint32_t(AT_10_15) + 3); // its own
     });
 }
 

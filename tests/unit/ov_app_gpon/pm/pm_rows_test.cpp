@@ -358,6 +358,10 @@ TEST(PmRows, AnUplinkPortsRowComesWithItsAction) {
         // read, and cleared behind that
         EXPECT_THAT(chassis.messages_of(STAT_GET), SizeIs(1));
         EXPECT_THAT(chassis.messages_of(STAT_CLEAR), SizeIs(1));
+        Action again = action_row(); // with another action
+        ASSERT_EQ(ov_app_uplink_pm_action_add(&again, &flags), 0);
+        EXPECT_EQ(find_row(action_row())->uplinkPmAction, UPLINKPMACTION_ENABLE);
+        EXPECT_NE(find_row(port_row<UplinkPm>()), nullptr);
         Action gone = action_row();
         ASSERT_EQ(ov_app_uplink_pm_action_del(&gone), 0);
         EXPECT_EQ(find_row(port_row<UplinkPm>()), nullptr);

@@ -198,6 +198,45 @@ TEST(RmUniPoe, TheRecordSaysWhichUniIsMeant) {
     });
 }
 
+// A card would take port 65537 for port 1.
+TEST(RmUniPoe, ARowThatAManagerMakesIsOfAPlaceThatAnOnuCanHave) {
+    run([](AppChassis& chassis) {
+        bring_up();
+        const auto make = [](mib_ulong card, mib_ulong port, int onu = ONU) {
+            UniPoe::Row row = row_of<UniPoe>(onu);
+            row.sRmUniPoeOnuCardID = card;
+            row.sRmUniPoeOnuPortID = port;
+            return mib_access(MIB_CREATEGO, row, columns_of(sRmUniPoeTable_column::sRmUniPoeRowStatus));
+        };
+        for (const mib_ulong wrong : {0u, 256u, 65537u}) {
+            EXPECT_FALSE(make(1, wrong)) << wrong;
+            EXPECT_FALSE(make(wrong, 1)) << wrong;
+        }
+        EXPECT_THAT(chassis.hal.log.lines(), Contains("wrong uni 1/65537"));
+        EXPECT_FALSE(make(1, 1, 99));
+        EXPECT_THAT(chassis.hal.log.lines(), Contains("onu id 99 is not exist"));
+        EXPECT_TRUE(make(255, 255));
+        EXPECT_THAT(chassis.messages_of(UniPoe::MESSAGE), IsEmpty());
+        // one that is there all the same asks for no other, and goes with its ONU
+        chassis.put_row<UniPoe::Row>([](auto&) {}, 1, SLOT, PORT, ONU, 1, ETH, 65537);
+        UniPoe::Row row = row_of<UniPoe>();
+        row.sRmUniPoeOnuPortID = 65537;
+        EXPECT_TRUE(mib_access(MIB_GET, row));
+        EXPECT_THAT(chassis.messages_of(UniPoe::MESSAGE), IsEmpty());
+        EXPECT_EQ(delete_onu(), OV_GPON_RET_OK);
+        EXPECT_THAT(all_of<UniPoe::Row>(), IsEmpty());
+    });
+}
+
+TEST(RmOnuPoe, ARowThatAManagerMakesHasAnOnu) {
+    run([](AppChassis& chassis) {
+        OnuPoe::Row row = row_of<OnuPoe>(99);
+        EXPECT_FALSE(mib_access(MIB_CREATEGO, row, columns_of(sRmOnuPoeTable_column::sRmOnuPoeRowStatus)));
+        EXPECT_THAT(chassis.hal.log.lines(), Contains("onu id 99 is not exist"));
+        EXPECT_EQ(find_stored_row(row), nullptr);
+    });
+}
+
 TEST(RmPoeOfProfiles, ABoundProfileIsNamedWithoutABlank) {
     run([](AppChassis& chassis) {
         ASSERT_EQ(add_profile(), OV_GPON_RET_OK);

@@ -21,7 +21,7 @@ public:
     // The chassis with ONU 7, and the table's row of it.
     static void run(const std::function<void(AppChassis&, const Row&)>& body) {
         remote_test::run([&](AppChassis& chassis) {
-            put_row_of<Table>(chassis, row_of<Table>());
+            put_row_of<Table>(row_of<Table>());
             body(chassis, row_of<Table>());
         });
     }
@@ -29,7 +29,7 @@ public:
     static void run_with_profile(const std::function<void(AppChassis&, const Row&)>& body) {
         remote_test::run([&](AppChassis& chassis) {
             ASSERT_EQ(add_profile(), OV_GPON_RET_OK);
-            put_row_of<Table>(chassis, template_row_of<Table>());
+            put_row_of<Table>(template_row_of<Table>());
             chassis.forget_messages();
             body(chassis, template_row_of<Table>());
         });
@@ -111,7 +111,7 @@ TYPED_TEST(RemoteTables, RowsOfAnOnuThatIsNotThere) {
     using Table = TypeParam;
     TestFixture::run([](AppChassis& chassis, const auto&) {
         const auto row = row_of<Table>(99);
-        put_row_of<Table>(chassis, row);
+        put_row_of<Table>(row);
         EXPECT_EQ(edit_one<Table>(row), Table::ASKS_FOR_ONU ? OV_GPON_RET_BAD_PARAM : OV_GPON_RET_OK);
         EXPECT_EQ(Table::is_set(*find_row(row)), !Table::ASKS_FOR_ONU);
         EXPECT_THAT(chassis.hal.log.lines(),
@@ -125,7 +125,7 @@ TYPED_TEST(RemoteTables, RowsOfAnOnuThatTakesItsSettingsFromAProfile) {
         ASSERT_EQ(add_profile(), 0);
         ASSERT_EQ(new_onu(8, "ABCD00000008").templet(PROFILE).add(), 0);
         const auto row = row_of<Table>(8);
-        put_row_of<Table>(chassis, row);
+        put_row_of<Table>(row);
         EXPECT_EQ(edit_one<Table>(row), Table::TEMPLET_REFUSES ? OV_GPON_RET_BAD_PARAM : OV_GPON_RET_OK);
         EXPECT_EQ(Table::is_set(*find_row(row)), !Table::TEMPLET_REFUSES);
         EXPECT_THAT(chassis.hal.log.lines(),
@@ -160,7 +160,7 @@ TYPED_TEST(RemoteTables, RowsOfAProfileThatIsNotThereAreNobodys) {
     using Table = TypeParam;
     TestFixture::run([](AppChassis& chassis, const auto&) {
         const auto row = template_row_of<Table>(33);
-        put_row_of<Table>(chassis, row);
+        put_row_of<Table>(row);
         EXPECT_EQ(edit_one<Table>(row), OV_GPON_RET_BAD_PARAM);
         EXPECT_THAT(chassis.hal.log.lines(), Contains("multi-srvprofile id 33 is not exist"));
         EXPECT_THAT(chassis.messages(), IsEmpty());
@@ -183,7 +183,7 @@ TYPED_TEST(RemoteTables, GoWithTheirOnu) {
     using Table = TypeParam;
     TestFixture::run([](AppChassis& chassis, const auto& row) {
         ASSERT_EQ(new_onu(8, "ABCD00000008").add(), OV_GPON_RET_OK);
-        put_row_of<Table>(chassis, row_of<Table>(8));
+        put_row_of<Table>(row_of<Table>(8));
         chassis.forget_messages();
         EXPECT_EQ(delete_onu(), OV_GPON_RET_OK);
         EXPECT_EQ(find_stored_row(row), nullptr);
@@ -220,7 +220,7 @@ TYPED_TEST(RemoteTables, FollowTheirProfile) {
         EXPECT_THAT(chassis.messages_of(Table::MESSAGE), IsEmpty());
         if (Table::BOUND == nullptr)
             return;
-        put_row_of<Table>(chassis, row);
+        put_row_of<Table>(row);
         EXPECT_EQ(ov_gpon_onu_service_profile_del(PROFILE), OV_GPON_RET_OK);
         EXPECT_EQ(find_stored_row(row) == nullptr, Table::GOES_WITH_PROFILE);
         EXPECT_THAT(chassis.messages_of(Table::MESSAGE),

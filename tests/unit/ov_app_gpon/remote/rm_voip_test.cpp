@@ -235,7 +235,7 @@ TEST(RmSipUser, ARowOfAProfileStaysInItsTable) {
     run([](AppChassis& chassis) {
         ASSERT_EQ(add_profile(), OV_GPON_RET_OK);
         const User row = template_row_of<SipUser>();
-        put_row_of<SipUser>(chassis, row);
+        put_row_of<SipUser>(row);
         chassis.forget_messages();
         EXPECT_EQ(edit_one<SipUser>(row), OV_GPON_RET_OK);
         EXPECT_THAT(chassis.messages(), IsEmpty());
@@ -322,6 +322,18 @@ TEST(RmVoipLine, IsReadFromTheOnuWhileItIsInOperation) {
         EXPECT_EQ(row.sRmVoipLineStatusVoipCall2PktPeriod, 40);
         EXPECT_EQ(row.sRmVoipLineStatusVoipCall1DstAddr, text_of(25, '5'));
         EXPECT_STREQ(row.sRmVoipLineStatusVoipCall2DstAddr, "sip:b");
+    });
+}
+
+// A card would take port 65537 for port 1.
+TEST(RmVoipLine, ALineThatAnOnuCannotHaveIsNotAskedFor) {
+    run([](AppChassis& chassis) {
+        bring_up();
+        Line row = line();
+        row.sRmVoipLineStatusPortID = 65537;
+        ASSERT_TRUE(mib_access(MIB_CREATEGO, row));
+        EXPECT_TRUE(mib_access(MIB_GET, row));
+        EXPECT_THAT(chassis.messages_of(LINE_MESSAGE), IsEmpty());
     });
 }
 

@@ -223,14 +223,13 @@ typename Table::Row template_row_of(int profile = PROFILE) {
 
 // Puts the row past all callbacks, unless it is there.
 template <typename Table>
-void put_row_of(const AppChassis& chassis, const typename Table::Row& at) {
+void put_row_of(const typename Table::Row& at) {
     if (find_stored_row(at) != nullptr)
         return;
     using Row = typename Table::Row;
     TableModule& table = table_of<Row>::module();
     Row row = at;
     ASSERT_EQ(MibAccessHandle(MIB_CREATEGO_S_N, 0, table.did(), &row, mibDefFlags, 0), MIB_OK);
-    (void)chassis;
     LogCapture::clear();
 }
 
