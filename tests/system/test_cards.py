@@ -442,6 +442,45 @@ def test_counters_are_those_of_the_traffic_and_are_cleared_by_a_read(chassis, da
     assert chassis.card(1)["counters"] == {}
 
 
+def test_counters_and_traffic_are_shown(chassis, daemon):
+    chassis.simctl("onu", "add", "ABCD00000001", "port=gpon-olt1/3")
+    daemon.make_service()
+    assert daemon.state()[1] == 2 and daemon.state()[1] == 3
+    chassis.simctl("traffic", "gpon-onu1/3:12", "gem=5", "up=7", "size=100")
+    chassis.simctl("errors", "ABCD00000001", "ploam=2")
+    chassis.simctl("traffic", "gpon-olt1/4", "per-second", "down=1", "size=64")
+    card = chassis.card(1)
+    onu, gem = "gpon-onu1/3:12", "gpon-onu1/3:12 gem=5"
+    assert card["counters"]["OV_HAL_MSG_GPON_PM_GEM"][gem] == {"rx_packets": 7, "rx_bytes": 700, "tx_packets": 0, "tx_bytes": 0}
+    assert card["counters"]["OV_HAL_MSG_GPON_PM_PON"]["gpon-olt1/3"]["rx_ploams_error"] == 2
+    assert card["flows"] == [{"target": "gpon-olt1/4", "up": 0, "down": 1, "size": 64}]
+    shown = json.loads("".join(chassis.simctl("show", "onu", "ABCD00000001", "--json")))
+    assert shown["counters"]["OV_HAL_MSG_GPON_PM_ONU"][onu]["rx_ploams_crc_error"] == 2
+    assert list(shown["counters"]["OV_HAL_MSG_GPON_PM_GEM"]) == [gem]
+    lines = chassis.simctl("show", "onu", "ABCD00000001")
+    assert "counters=pm-gem of=gpon-onu1/3:12 gem=5 rx_packets=7 rx_bytes=700" in lines
+    lines = chassis.simctl("show", "card", 1)
+    assert any(line.startswith("counters=pm-nni of=gpon-olt1/3 tx_frames_65_127=7 tx_frames=7") for line in lines)
+    assert "flow=gpon-olt1/4 up=0 down=1 size=64" in lines
+    assert chassis.simctl("show", "port", "gpon-olt1/3")[0].startswith("counters=pm-pon of=gpon-olt1/3 fec_codewords=3 ")
+    chassis.simctl("traffic", "gpon-olt1/4", "stop")
+
+
+def test_counters_go_with_what_they_are_of(chassis, daemon):
+    chassis.simctl("onu", "add", "ABCD00000001", "port=gpon-olt1/3")
+    daemon.make_service()
+    assert daemon.state()[1] == 2 and daemon.state()[1] == 3
+    kinds = lambda: {name.removeprefix("OV_HAL_MSG_GPON_PM_") for name in chassis.card(1)["counters"]}
+    chassis.simctl("traffic", "ABCD00000001", "gem=5", "up=7")
+    daemon.do(SERVPORT, DELETE, servport_record())
+    daemon.do(GEMPORT, DELETE, gem_record())
+    assert kinds() == {"PON", "ONU", "NNI"}
+    with pytest.raises(SimctlError, match="no such GEM port"):
+        chassis.simctl("traffic", "ABCD00000001", "gem=5", "up=7")
+    daemon.do(ONU, DELETE, onu_record())
+    assert kinds() == {"PON", "NNI"}
+
+
 def test_network_ports_have_statistics_that_are_cleared_by_a_message(chassis, daemon):
     ge = index(2, 1, 1)
     ask = lambda number, size: daemon.ask(number, 0, b"", payload=struct.pack(">I", ge) + bytes(size - 4), flags=1).payload

@@ -181,19 +181,21 @@ def test_a_card_that_goes_in_the_middle_of_a_pass_costs_its_rows_alone(world):
     world.provision(slot=2)
     world.count(other)
     world.traffic(serial(2, 1, 7), "up=77")
-    world.chassis.card_fault(1, "late", ms=400, type="pm-onu", times=4)
-    world.chassis.card_fault(1, "lose", type="pm-onu", times="forever")
-    since = world.chassis.mark()
+    world.chassis.card_fault(1, "slow", ms=0, type="pm-onu", times=3)
+    world.chassis.card_fault(1, "late", ms=60000, type="pm-onu", times="forever")
     world.quarter += QUARTER
-    world.tell_time(world.quarter + PASS_SLOT + 1)
-    world.chassis.wait_record(TICK, since=since, kind="fault", type="pm-onu")
+    now = str(world.quarter + PASS_SLOT + 1)
+    world.tell_time(now)
+    wait_for(lambda: world.onus.get((1, 1, 1, 3), "stop") == now, TICK, "the third answer")
     world.chassis.simctl("card", 1, "remove")
     world.chassis.event("slot-deactive", slot_id=1, card_type=27)
-    wait_for(lambda: f"\x1f{world.quarter + PASS_SLOT + 1}\x1f" in world.onus.file(), 60, "the pass to end")
+    wait_for(lambda: f"\x1f{now}\x1f" in world.onus.file(), 60, "the pass to end")
     world.tell_time(world.quarter + 60)
-    pulled = {(1, 1, 1, onu) for onu in range(1, 11)}
-    assert {world.onus.saved(index)["valid"] for index in pulled} == {NOT_AVAILABLE}
-    assert world.onus.rows() == pulled | {other}
+    rows = {onu: world.onus.saved((1, 1, 1, onu)) for onu in range(1, 11)}
+    assert [rows[onu]["rx_packets"] for onu in (1, 2, 3)] == ["1", "2", "3"]
+    assert [row["valid"] for row in rows.values()] == [AVAILABLE] * 3 + [NOT_AVAILABLE] * 7
+    assert {row["stop"] for row in rows.values()} == {now}
+    assert world.onus.rows() == {(1, 1, 1, onu) for onu in rows} | {other}
     assert (world.onus.saved(other)["rx_packets"], world.onus.saved(other)["valid"]) == ("77", AVAILABLE)
     assert world.chassis.vty("show version"), "it serves on"
 
@@ -211,3 +213,30 @@ def test_answers_that_are_late_twice_or_out_of_order_reach_their_rows(world):
     assert {onu: row["rx_packets"] for onu, row in saved.items()} == {onu: str(onu) for onu in onus}
     assert {row["valid"] for row in saved.values()} == {AVAILABLE}
     assert world.chassis.vty("show version")
+
+
+def test_statistics_of_an_onu_are_read_and_perhaps_cleared(world):
+    statistics = Table(world.manager, "33.9", 21, {20: INT})
+    packets = lambda: statistics.get(ONU, 2)
+    world.provision()
+    world.traffic(SERIAL, "up=9")
+    assert [packets(), packets()] == ["9", "9"]
+    assert statistics.set(ONU, {20: 1}) == "noError"
+    assert [packets(), packets()] == ["9", "0"]
+    assert world.onu.destroy(ONU) == "noError"
+    assert packets() is None
+
+
+def test_a_card_that_starts_again_counts_from_0(world):
+    world.provision()
+    world.count(PORT)
+    world.traffic(GPON_PORT, "up=7", "down=5")
+    assert world.nni.read(PORT, "rx_frames", "tx_frames", "valid") == ["5", "7", AVAILABLE]
+    started = world.nni.get(PORT, "start")
+    world.chassis.simctl("card", 1, "restart")
+    assert world.nni.read(PORT, "rx_frames", "tx_frames", "valid") == ["0", "0", AVAILABLE]
+    assert world.nni.get(PORT, "start") == started, "the row doesn't tell"
+    world.chassis.simctl("card", 1, "off")
+    world.chassis.event("slot-deactive", slot_id=1, card_type=27)
+    world.count(ONU)  # its first read fails
+    assert world.onus.get(ONU, "valid") == NOT_AVAILABLE
