@@ -55,6 +55,29 @@ def test_each_thing_has_its_counters(shelf):
         assert len(found) == count and one in found, words
 
 
+def test_traffic_of_a_gem_port_counts_there_at_its_onu_and_at_the_port(shelf):
+    shelf.chassis.simctl("traffic", SERIAL, "gem=3", "up=10", "down=4", "size=100")
+    gem = counters(shelf, f"{ONU_PORT} onu 7 gem 3")
+    assert gem == {"rx packets": 10, "rx bytes": 1000, "tx packets": 4, "tx bytes": 400}
+    onu = counters(shelf, f"{ONU_PORT} onu 7")
+    assert (onu["rx packets"], onu["rx bytes"], onu["tx packets"]) == (10, 1000, 4)
+    assert (onu["tx bytes"], onu["bip8 errors"]) == (400, 0)
+    # What comes up from the ONUs, the port sends to the switch.
+    data = counters(shelf, f"{ONU_PORT} data")
+    assert (data["tx frames"], data["rx frames"]) == (10, 4)
+    assert (data["tx frames 65-127"], data["rx frames 65-127"], data["tx frames 128-255"]) == (10, 4, 0)
+
+
+def test_a_card_begins_at_0_behind_a_show_that_clears(shelf):
+    shelf.chassis.simctl("traffic", SERIAL, "gem=3", "up=10")
+    words = f"{ONU_PORT} onu 7 gem 3"
+    assert counters(shelf, words)["rx packets"] == 10
+    assert counters(shelf, words)["rx packets"] == 10
+    result, text = statistic(shelf, words, clear="enable")
+    assert result == 0 and re.search(r" rx packets +10$", text, re.M)
+    assert counters(shelf, words)["rx packets"] == 0
+
+
 def test_counters_are_shown_where_their_things_are(shelf):
     onu, port = f"show statistic {ONU_PORT} onu 7 clear disable", f"show statistic {ONU_PORT} data clear disable"
     for line in (onu, port):
