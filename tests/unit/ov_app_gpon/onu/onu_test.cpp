@@ -402,7 +402,8 @@ TEST(OnuEdit, NewCredentialsAloneWaitForTheNextChangeOfTheMode) {
             request.row.sOnuTablePmEnable = 1;
             EXPECT_EQ(request.with(column).edit(), OV_GPON_RET_OK) << column;
         }
-        EXPECT_THAT(chassis.messages(), IsEmpty());
+        EXPECT_THAT(chassis.messages_of(OV_HAL_MSG_GPON_ONU), IsEmpty());
+        EXPECT_THAT(chassis.messages(), SizeIs(1)); // the counters are read for the first time
         EXPECT_STREQ(stored_onu(1)->sOnuTableSn, "EFGH00000002");
         EXPECT_STREQ(stored_onu(1)->sOnuTablePw, "secret");
         EXPECT_EQ(stored_onu(1)->sOnuTablePmEnable, 1);
