@@ -50,7 +50,7 @@ void wait_for_work(int fd, const std::deque<Answer>& answers) {
         return;
     }
     const auto left = std::max(answers.front().due - Clock::now(), Clock::duration::zero());
-    const timespec wait = {.tv_sec = 0, .tv_nsec = std::chrono::nanoseconds(left).count()};
+    const timespec wait = {.tv_sec = 0, .tv_nsec = static_cast<long>(std::chrono::nanoseconds(left).count())};
     ppoll(&p, 1, &wait, nullptr);
 }
 
