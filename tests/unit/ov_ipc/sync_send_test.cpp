@@ -215,14 +215,19 @@ TEST(IpcSyncSend, ARequestThatComesBackAtOnceIsReturned) {
 
 TEST(IpcSyncSend, ARequestThatComesBackDuringTheWaitIsReturned) {
     in_private_network([] {
-        const int handle = registered(101, 11101);
-        const Result got = ask(
-            [&](const Peer&, const Bytes& request) {
-                give_back(handle, word(request, 20) + 1, IPC_REQUEST); // another's: passed over
-                give_back(handle, word(request, 20), IPC_ASYNC);       // no request: passed over
-                give_back(handle, word(request, 20), IPC_REQUEST);
-            },
-            64, 5, [](void*, int, int returned) { return returned == 1 ? 0 : 1; }, handle);
+        Result got = {};
+        // What comes back before the call has come to its wait ends it there, as an older message does.
+        do {
+            const int handle = registered(101, 11101);
+            got = ask(
+                [&](const Peer&, const Bytes& request) {
+                    give_back(handle, word(request, 20) + 1, IPC_REQUEST); // another's: passed over
+                    give_back(handle, word(request, 20), IPC_ASYNC);       // no request: passed over
+                    give_back(handle, word(request, 20), IPC_REQUEST);
+                },
+                64, 5, [](void*, int, int returned) { return returned == 1 ? 0 : 1; }, handle);
+            ipcUnregisterService(handle);
+        } while (got.rc == IPC_RC_RTRNED_MSG_WAITING);
         EXPECT_EQ(got.rc, IPC_RC_MSG_RTRNED);
         EXPECT_LT(got.took, milliseconds(4000));
     });
