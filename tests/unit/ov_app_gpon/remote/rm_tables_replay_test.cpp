@@ -29,7 +29,7 @@ struct Replay;
     template <>                                                                                              \
     struct Replay<table> {                                                                                   \
         static constexpr const RestoreTable* onus = &ov_app_gpon_config_restore_##of_onus;                   \
-        static constexpr const RestoreTable* profiles = of_profiles;                                         \
+        static constexpr auto profiles = of_profiles;                                                        \
         static constexpr auto action = action_;                                                              \
     };
 #define PROFILES(word) &ov_app_gpon_config_restore_onusrvprofile_##word
@@ -100,7 +100,7 @@ TYPED_TEST(RemoteTablesReplay, RowsOfTheSlotGoOut) {
 
 TYPED_TEST(RemoteTablesReplay, RowsOfProfilesGoToEveryCard) {
     using Table = TypeParam;
-    if constexpr (Replay<Table>::profiles != nullptr)
+    if constexpr (!std::is_null_pointer_v<decltype(Replay<Table>::profiles)>)
         run_restore_chassis([](RestoreChassis& chassis) {
             TestFixture::put(row_of<Table>(1), true);
             TestFixture::put(template_row_of<Table>(), true);

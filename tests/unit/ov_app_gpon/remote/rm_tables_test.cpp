@@ -140,7 +140,7 @@ TYPED_TEST(RemoteTables, RowsOfAnOnuThatTakesItsSettingsFromAProfile) {
 
 TYPED_TEST(RemoteTables, ARowOfAProfileGoesToTheCardsUntilAnOnuIsBound) {
     using Table = TypeParam;
-    if constexpr (Table::BOUND != nullptr)
+    if (Table::BOUND != nullptr)
         TestFixture::run_with_profile([](AppChassis& chassis, const auto& row) {
             EXPECT_EQ(edit_one<Table>(row), OV_GPON_RET_OK);
             ASSERT_THAT(chassis.messages(), SizeIs(1));
