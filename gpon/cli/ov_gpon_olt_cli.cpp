@@ -4,7 +4,7 @@
 #include "ov_gpon_onu_cli.h"
 
 void gpon_vty_olt_cli_init() {
-    // TODO: optics and upgrades
+    // TODO: upgrades of ONUs
     gpon_port_cli_init();
     gpon_onu_life_cli_init();
     gpon_onu_show_cli_init();

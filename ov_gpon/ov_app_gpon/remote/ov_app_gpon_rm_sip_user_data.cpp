@@ -5,9 +5,9 @@
 
 template <>
 struct UniIndex<ov_sRmVoipSipUserDataTable_attr_t> {
-    static constexpr auto card = &ov_sRmVoipSipUserDataTable_attr_t::sRmVoipSipUserDataCardID;
-    static constexpr auto kind = &ov_sRmVoipSipUserDataTable_attr_t::sRmVoipSipUserDataCardType;
-    static constexpr auto port = &ov_sRmVoipSipUserDataTable_attr_t::sRmVoipSipUserDataPortID;
+    static constexpr auto CARD = &ov_sRmVoipSipUserDataTable_attr_t::sRmVoipSipUserDataCardID;
+    static constexpr auto KIND = &ov_sRmVoipSipUserDataTable_attr_t::sRmVoipSipUserDataCardType;
+    static constexpr auto PORT = &ov_sRmVoipSipUserDataTable_attr_t::sRmVoipSipUserDataPortID;
 };
 
 int gpon_rm_sip_user_appid = 0;
@@ -26,9 +26,9 @@ auto index_of(const Row& row) {
 // The other columns are stored alone.
 constexpr MapLine SIP_USER_LINES[] = {
     WIRE_ONLY(onuIfindex, onu_ifindex_of<Row>),
-    WIRE_ONLY(onuCardID, index_of<UniIndex<Row>::card>),
-    WIRE_ONLY(onuPortType, index_of<UniIndex<Row>::kind>),
-    WIRE_ONLY(onuPortID, index_of<UniIndex<Row>::port>),
+    WIRE_ONLY(onuCardID, index_of<UniIndex<Row>::CARD>),
+    WIRE_ONLY(onuPortType, index_of<UniIndex<Row>::KIND>),
+    WIRE_ONLY(onuPortID, index_of<UniIndex<Row>::PORT>),
     MAP(sRmVoipSipUserDataAgentID, agentID, OV_RM_VOIP_SIP_USER_DATA_INDEX_AGENTID),
     MAP(sRmVoipSipUserDataUserAor, user_aor, OV_RM_VOIP_SIP_USER_DATA_INDEX_USERAOR),
     MAP(sRmVoipSipUserDataDisplayName, display_name, OV_RM_VOIP_SIP_USER_DATA_INDEX_DISPLAYNAME),

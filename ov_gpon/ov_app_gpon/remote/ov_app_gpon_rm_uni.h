@@ -19,17 +19,17 @@
 // The index columns that say which UNI a row belongs to; a table that has other names for them states these.
 template <typename Row>
 struct UniIndex {
-    static constexpr auto card = &Row::onuCardID;
-    static constexpr auto kind = &Row::onuPortType;
-    static constexpr auto port = &Row::onuPortID;
+    static constexpr auto CARD = &Row::onuCardID;
+    static constexpr auto KIND = &Row::onuPortType;
+    static constexpr auto PORT = &Row::onuPortID;
 };
 
 // A UNI's place in a record: what its row's index says. A line of a map: WIRE_INTO(uniPos, fill_uni_place).
 template <typename Row, typename Record>
 void fill_uni_place(const Row& row, Record& record) {
-    record.uniPos.cardId = static_cast<uint16_t>(row.*UniIndex<Row>::card);
-    record.uniPos.uniType = row.*UniIndex<Row>::kind;
-    record.uniPos.uniId = static_cast<uint16_t>(row.*UniIndex<Row>::port);
+    record.uniPos.cardId = static_cast<uint16_t>(row.*UniIndex<Row>::CARD);
+    record.uniPos.uniType = row.*UniIndex<Row>::KIND;
+    record.uniPos.uniId = static_cast<uint16_t>(row.*UniIndex<Row>::PORT);
 }
 
 // The index of the UNI that a record means.
@@ -59,7 +59,7 @@ inline constexpr mib_long UNI_NUMBER_MAX = 255;
 // port 1.
 template <typename Row>
 bool is_uni_place(const Row& row) {
-    return fits(row.*UniIndex<Row>::card, UNI_NUMBER_MAX) && fits(row.*UniIndex<Row>::port, UNI_NUMBER_MAX);
+    return fits(row.*UniIndex<Row>::CARD, UNI_NUMBER_MAX) && fits(row.*UniIndex<Row>::PORT, UNI_NUMBER_MAX);
 }
 
 // Whether the row's UNI can be asked: of an ONU in operation, at a place that managers haven't made up.
@@ -99,9 +99,9 @@ template <typename Row>
 bool add_uni(const UniRows<Row>& rows, const UniKind& kind, const ov_sOnuTable_attr_t& owner, mib_long card,
              mib_long port) {
     auto row = onu_key<Row>(owner);
-    row.*UniIndex<Row>::card = static_cast<mib_ulong>(card);
-    row.*UniIndex<Row>::kind = kind.type;
-    row.*UniIndex<Row>::port = static_cast<mib_ulong>(port);
+    row.*UniIndex<Row>::CARD = static_cast<mib_ulong>(card);
+    row.*UniIndex<Row>::KIND = kind.type;
+    row.*UniIndex<Row>::PORT = static_cast<mib_ulong>(port);
     return mib_access(MIB_CREATEGO_N, row, mibDefFlags, *rows.appid) ||
            ov_refusal_because("UNI %d/%d of kind %d can't be added", card, port, static_cast<int>(kind.type));
 }

@@ -6,9 +6,9 @@
 
 template <>
 struct UniIndex<ov_sRmVoipLineStatusTable_attr_t> {
-    static constexpr auto card = &ov_sRmVoipLineStatusTable_attr_t::sRmVoipLineStatusCardID;
-    static constexpr auto kind = &ov_sRmVoipLineStatusTable_attr_t::sRmVoipLineStatusCardType;
-    static constexpr auto port = &ov_sRmVoipLineStatusTable_attr_t::sRmVoipLineStatusPortID;
+    static constexpr auto CARD = &ov_sRmVoipLineStatusTable_attr_t::sRmVoipLineStatusCardID;
+    static constexpr auto KIND = &ov_sRmVoipLineStatusTable_attr_t::sRmVoipLineStatusCardType;
+    static constexpr auto PORT = &ov_sRmVoipLineStatusTable_attr_t::sRmVoipLineStatusPortID;
 };
 
 int gpon_rm_voip_line_status_appid = 0;

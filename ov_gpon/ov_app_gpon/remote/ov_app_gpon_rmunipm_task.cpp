@@ -159,7 +159,7 @@ int pm_clone_whole_mib() {
     return onus;
 }
 
-pm_onu_taken_e pm_get_one_onu_mib() {
+PmOnuTaken pm_get_one_onu_mib() {
     ONU.empty();
     if (CYCLE.first() == nullptr)
         return PM_ONU_NONE;

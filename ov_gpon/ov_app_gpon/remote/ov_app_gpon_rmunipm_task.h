@@ -30,13 +30,13 @@ void rm_uni_pm_onu_task(unsigned int clientreg, void* clientarg);
 // Rows that follow each other with the same port and ONU count as one ONU, whatever their slot.
 int pm_clone_whole_mib();
 
-enum pm_onu_taken_e : int32_t {
+enum PmOnuTaken : int32_t {
     PM_ONU_TAKEN = 1, // and there are more
     PM_ONU_LAST = 2,
     PM_ONU_NONE = 3, // the cycle is over
 };
 // Moves the rows of the next ONU from SRMUNIPMPON to SRMUNIPMONU.
-pm_onu_taken_e pm_get_one_onu_mib();
+PmOnuTaken pm_get_one_onu_mib();
 
 // Makes the request for the rows of SRMUNIPMONU that are in the table still. `mask` gets a bit for each UNI.
 // How many they are; 0 also when their ONU isn't there; -1 when it isn't in operation.

@@ -6,9 +6,9 @@
 
 template <>
 struct UniIndex<ov_sRmUniPoeTable_attr_t> {
-    static constexpr auto card = &ov_sRmUniPoeTable_attr_t::sRmUniPoeOnuCardID;
-    static constexpr auto kind = &ov_sRmUniPoeTable_attr_t::sRmUniPoeOnuPortType;
-    static constexpr auto port = &ov_sRmUniPoeTable_attr_t::sRmUniPoeOnuPortID;
+    static constexpr auto CARD = &ov_sRmUniPoeTable_attr_t::sRmUniPoeOnuCardID;
+    static constexpr auto KIND = &ov_sRmUniPoeTable_attr_t::sRmUniPoeOnuPortType;
+    static constexpr auto PORT = &ov_sRmUniPoeTable_attr_t::sRmUniPoeOnuPortID;
 };
 
 int gpon_unipoe_appid = 0;

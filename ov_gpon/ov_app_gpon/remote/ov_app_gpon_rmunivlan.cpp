@@ -105,7 +105,9 @@ void clear_for_new_mode(Change& change) {
         ov_univlan_table_vlanmode_change_clear(&change.row);
 }
 
-constexpr auto follow = rm_follow_on_pair<SYNC_RMONU_UNIVLAN, Row>;
+int follow(Change& change) {
+    return rm_follow_on_pair<SYNC_RMONU_UNIVLAN>(change);
+}
 
 // A template row goes out as its mode has it; that of an ONU as it was written, and is cleared when the card
 // has taken it.
