@@ -223,6 +223,7 @@ void hal_init_tipc(unsigned module, struct thread_master* master, hal_recv_handl
         OV_LOG_ERROR("LIB", "IPC cpm_hal_init_tipc_recv 2 failed, exiting!");
         exit(1);
     }
+    g_agent_msg_tx_cb->is_awaited = hal_request_is_under_way;
     hal_outbox_init(master);
     hal_request_init(master);
     if (recv)
