@@ -46,7 +46,8 @@ LearnChoice choice_of(LearnRule rule, mib_long profile) {
 LearnChoice choose_learn_profile(const Port& port, const Report& report) {
     if (const auto slot = slot_named(port.sPonTableModelSrvProfileName, text_in(report.eqptId), MODEL_BYTES))
         return choice_of_slot(LearnRule::MODEL, *slot, port.sPonTableModelSrvProfile);
-    if (const auto slot = slot_named(port.sPonTableVendorSrvProfileName, text_in(report.vendorId), MODEL_BYTES))
+    if (const auto slot =
+            slot_named(port.sPonTableVendorSrvProfileName, text_in(report.vendorId), MODEL_BYTES))
         return choice_of_slot(LearnRule::VENDOR, *slot, port.sPonTableVendorSrvProfile);
     if (port.sPonTableSfuSrvProfile != 0 && report.onuType == 0)
         return choice_of(LearnRule::SFU, port.sPonTableSfuSrvProfile);

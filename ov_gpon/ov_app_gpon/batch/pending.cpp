@@ -1,12 +1,6 @@
-// Copies of service profiles and learnt ONUs, which aren't there yet.
-#include "ov_app_gpon_autolearn_flow.h"
+// Copies of service profiles, which aren't there yet.
 #include "ov_app_gpon_onusrv_batch_config.h"
 #include "ov_types.h"
-
-int ov_app_gpon_autolearn_onu_add(ov_gpon_autolearn_onu_attr_t* /*attr*/) {
-    // TODO: the learnt ONU's row with its profile; learning isn't there yet.
-    return OV_GPON_RET_FAIL;
-}
 
 ov_batch_cfg_rtn_t ov_gpon_multi_onu_service_config(ov_ifindex_t /*ifindex*/, ov_batch_onu_flags_t /*onuId*/,
                                                     mib_ulong /*profileId*/) {

@@ -60,10 +60,10 @@ bool stands(const Learnt& learnt) {
 
 } // namespace
 
-std::string ov_app_gpon_learn_rule_text(const gpon_learnt_onu_t& onu) {
+std::string ov_app_gpon_learn_rule_text(LearnRule rule, int slot) {
     static constexpr std::array TEXTS = {"-", "model", "vendor", "sfu", "hgu", "default"};
-    const std::string text = TEXTS.at(static_cast<size_t>(onu.rule));
-    return onu.slot != 0 ? text + " " + std::to_string(onu.slot) : text;
+    const std::string text = TEXTS.at(static_cast<size_t>(rule));
+    return slot != 0 ? text + " " + std::to_string(slot) : text;
 }
 
 const char* ov_app_gpon_learn_outcome_text(LearnOutcome outcome) {

@@ -44,13 +44,13 @@ struct gpon_learnt_onu_t {
     int slot = 0;          // of models or vendors, from 1; 0 for the other rules
     mib_ulong profile = 0; // 0 for none
     LearnOutcome outcome = LearnOutcome::REFUSED;
-    std::string reason;    // why it was refused, or which row of the copy; "" for neither
-    mib_ulong at = 0;      // of the last report, seconds of local time
-    unsigned reports = 0;  // how often it was reported
+    std::string reason;   // why it was refused, or which row of the copy; "" for neither
+    mib_ulong at = 0;     // of the last report, seconds of local time
+    unsigned reports = 0; // how often it was reported
 };
 
 // In words: "model 2", "hgu"; "-" for NONE.
-std::string ov_app_gpon_learn_rule_text(const gpon_learnt_onu_t& onu);
+std::string ov_app_gpon_learn_rule_text(LearnRule rule, int slot);
 // In words: "bound", "refused".
 const char* ov_app_gpon_learn_outcome_text(LearnOutcome outcome);
 
