@@ -3,9 +3,8 @@
 // PON port, and the way back: their services are taken away.
 //
 // Which ONUs is said by a list of flags, entry `onuId - 1` for each. It is prepared by whoever asks: by the
-// commands with ov_gpon_batch_onus_mark() and ov_gpon_batch_onus_classify(), by managers' actions with
-// functions of their own room (ov_app_onu_range_parse, ov_gpon_multi_onu_add_state_check,
-// ov_gpon_onu_state_check), by learning with one flag that it sets itself.
+// commands, by managers' actions (ov_app_onu_range_parse, ov_gpon_multi_onu_add_state_check and
+// ov_gpon_onu_state_check of their room), by learning with one flag that it sets itself.
 //
 // Main loop only.
 #pragma once
@@ -81,6 +80,10 @@ ov_batch_cfg_rtn_t ov_gpon_multi_onu_service_config(ov_ifindex_t ifindex, ov_bat
 // through. `done` is called once, from a step and never from within this call.
 void ov_gpon_multi_onu_service_config_start(ov_ifindex_t ifindex, ov_batch_onu_flags_in_t onuId,
                                             mib_ulong profileId, ov_batch_cfg_done_t done);
+
+// Works on the copies that have been started, for about as long as one step does: for a session that has
+// nothing better to do than to wait for its own.
+void ov_gpon_multi_onu_service_config_go_on();
 
 // ---- delete -----------------------------------------------------------------------------------------------
 
