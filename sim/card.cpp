@@ -204,6 +204,8 @@ void Card::follow_port(const CardRequest& request) {
         replayed_[index].clear();
         forget_qinq_of_port(objects_, index);
     }
+    if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_PORT_ATTR_INDEX_AutoLearn))
+        onus_.set_learning(index);
     if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_PORT_ATTR_INDEX_adminStatus))
         onus_.set_enabled(index, get_be32(request.record, offsetof(ov_gpon_port_attr_t, adminStatus)) != 0);
 }
