@@ -10,6 +10,7 @@ void gpon_vty_olt_cli_init() {
     gpon_onu_batch_cli_init();
     gpon_onu_show_cli_init();
     gpon_onu_reason_cli_init();
+    gpon_onu_learnt_cli_init();
     gpon_alarm_cli_init();
     gpon_pm_cli_init();
 }
