@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "card_qos.h"
 #include "told.h"
 #include "uni.h"
 
@@ -50,6 +51,8 @@ bool change_objects(CardObjects& objects, const CardRequest& request) {
             forget_limit(objects, request);
         else
             objects.remove(message, request.record);
+    } else if (is_port_qos(message)) {
+        change_port_qos(objects, request);
     } else if (request.action == card_action::CREATE && !is_filter) {
         objects.put(message, request.record);
     } else {
