@@ -28,7 +28,7 @@ std::deque<Started>& started() {
     return copies;
 }
 
-std::string g_refusal; // of the copy that ends
+std::string g_refusal; // of the copy that ends, or of the last one in one go
 
 void end_first() {
     const Started ended = std::move(started().front());
@@ -61,6 +61,7 @@ ov_batch_cfg_rtn_t ov_gpon_multi_onu_service_config(ov_ifindex_t ifindex, ov_bat
     while (copy.step()) {
     }
     std::copy(copy.onus().begin(), copy.onus().end(), onuId.begin());
+    g_refusal = copy.first_refusal();
     return copy.result();
 }
 
