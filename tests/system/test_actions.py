@@ -9,7 +9,7 @@ import time
 
 import pytest
 
-from chassis import BIN, SINGLE_BOARD, Chassis, wait_for
+from chassis import BIN, REPO, SINGLE_BOARD, Chassis, wait_for
 from snmp_manager import Manager, Table
 
 INT, TEXT = "Integer32", "OctetString"
@@ -201,6 +201,46 @@ def test_the_system_is_told_by_its_flags(world):
     for number, flag, value in ((10, "fast_save_flag", "1"), (20, "restore_flag", "1"), (30, "reboot_flag", "2")):
         assert world.act(number) == SUCCESS
         assert world.chassis.run("ov_env_get", flag, env=TOOLS).stdout == value + "\n"
+
+
+# ---- the manager's guide -------------------------------------------------------------------------------------
+
+
+def guide_steps():
+    """(commands, what they print) of the chapter, in its order; the settings first."""
+    chapter = re.search(r"^## Actions\n(.*?)^## ", (REPO / "docs" / "managers-guide.md").read_text(), re.S | re.M)[1]
+    found = []
+    for kind, text in re.findall(r"^```(\w+)\n(.*?)^```$", chapter, re.S | re.M):
+        if kind == "sh":
+            found.append([text, ""])
+        else:
+            found[-1][1] = text
+    return found
+
+
+def test_the_guides_commands_do_what_it_says(world):
+    bare = ("MIBS=", "SNMPCONFPATH=/tmp/snmpd", "SNMP_PERSISTENT_DIR=/tmp/snmpd")
+    world.chassis.run("sh", "-c", f"rm -f {VERSIONS}/*")
+    world.write(f"{SERVED}/hg-1.bin", "firmware")
+    for number in (2, 45, 46, 48):
+        world.table.destroy((1, 1, number))
+    (settings, _), *rest = guide_steps()
+    assert len(rest) == 7
+    for commands, printed in rest:
+        run = lambda: world.chassis.run("env", *bare, "sh", "-c", settings + commands).stdout
+        if "snmpset" in commands:
+            assert run() == printed, commands
+        wait_for(lambda: "snmpset" in commands or run() == printed, what=commands)  # it may still be running
+    wait_for(lambda: world.ended((1, 1, 48)), 10)
+    assert world.read(f"{SERVED}/east.conf") == world.read(CONFIG)
+    assert world.read(f"{SERVED}/ports.mib").startswith("1\x1f1\x1f1\x1f")
+
+
+def test_the_guides_codes_are_those_of_the_tables(world):
+    told = re.findall(r"\b(1\d{3}) `(\w+)`", (REPO / "docs" / "managers-guide.md").read_text())
+    listed = (REPO / "ov_gpon/ov_app_gpon/action/action_tables.def").read_text()
+    names = re.findall(r"^ACTION_TABLE\((\w+)\)", listed, re.M)
+    assert told == [(str(code), name) for code, name in enumerate(names, 1000)]
 
 
 # ---- words from outside --------------------------------------------------------------------------------------
