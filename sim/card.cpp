@@ -9,6 +9,7 @@
 #include "card_rules.h"
 #include "onu_rules.h"
 #include "port_name.h"
+#include "qinq_rules.h"
 #include "text.h"
 
 using namespace card_wire;
@@ -215,8 +216,10 @@ void Card::command_onu(uint32_t index, const CardRequest& request) {
 
 void Card::follow_port(const CardRequest& request) {
     const uint32_t index = get_be32(request.record, 0);
-    if (request.action == card_action::CREATE)
+    if (request.action == card_action::CREATE) {
         replayed_[index].clear();
+        forget_qinq_of_port(objects_, index);
+    }
     if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_PORT_ATTR_INDEX_AutoLearn))
         onus_.set_learning(index);
     if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_PORT_ATTR_INDEX_adminStatus))
