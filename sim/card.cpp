@@ -23,8 +23,12 @@ constexpr uint16_t RMONU_INFO = 914;
 constexpr uint16_t RM_UNI = 915;
 constexpr uint16_t RM_UNI_STATS = 918;
 constexpr uint16_t WN_TRAP = 923;
+constexpr uint16_t RMONU_UPDATE = 930;
+constexpr uint16_t RMONU_UPD_STATUS = 940;
 constexpr uint16_t TRAP_SYNC = 949;
 constexpr uint16_t CONF_SYNC_END = 950;
+constexpr uint16_t DEBUG = 966;
+constexpr uint16_t ONU_NET_UPGRADE = 967;
 constexpr uint16_t PORT_STAT_CLEAR = 96;
 constexpr size_t DRIVER_TEXTS = 100;
 
@@ -46,7 +50,7 @@ Card::Card(const CardShelf& shelf, uint32_t slot)
             [this](uint16_t number, uint32_t action, std::span<const uint8_t> record) {
                 report(number, action, record);
             }),
-      flows_(shelf.loop, objects_, onus_), values_(objects_, onus_, flows_) {}
+      flows_(shelf.loop, objects_, onus_), values_(objects_, onus_, flows_), upgrades_(shelf.loop, onus_) {}
 
 bool Card::open(std::string& error) {
     return receiver_.open(
@@ -62,6 +66,7 @@ void Card::restart() {
     flows_.settle();
     flows_.counts().clear();
     values_.restart();
+    upgrades_.restart();
     onus_.card_restarted();
 }
 
@@ -134,6 +139,8 @@ Card::Outcome Card::read(const CardRequest& request) {
     if (!held && request.message->number == RM_UNI)
         put_uni_factory_settings(outcome.record);
     outcome.retcode = values_.fill(request, outcome.record);
+    if (request.message->number == RMONU_UPD_STATUS)
+        upgrades_.fill_progress(get_be32(request.record, 0), outcome.record);
     return outcome;
 }
 
@@ -163,6 +170,15 @@ void Card::follow(const CardRequest& request, bool held_before) {
     case RMONU_INFO:
         if (request.action == card_action::SET)
             command_onu(index, request);
+        break;
+    case RMONU_UPDATE:
+        upgrades_.command(request.record);
+        break;
+    case ONU_NET_UPGRADE:
+        upgrades_.command_from_server(request.record);
+        break;
+    case DEBUG:
+        upgrades_.set_switch(request.record);
         break;
     case PORT_STAT_CLEAR:
         flows_.settle();

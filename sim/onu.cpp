@@ -67,10 +67,6 @@ bool proves_identity(const Onu& onu, const ov_gpon_onu_auth_attr_t& auth) {
     }
 }
 
-uint32_t onu_index(uint32_t pon, uint32_t number) {
-    return onu_of(pon) | (number - 1) << 7;
-}
-
 bool is_up(const Onu& onu) {
     return onu.state == OnuState::AUTHPASS || onu.state == OnuState::OPERATIONAL;
 }
@@ -165,8 +161,10 @@ Onus::on_port(uint32_t pon) {
 // ---- what happens to an ONU ------------------------------------------------------------------------------
 
 void Onus::power_on(Onu& onu) {
-    if (onu.state == OnuState::OFF)
-        start_ranging(onu);
+    if (onu.state != OnuState::OFF)
+        return;
+    onu.images.start(onu.version);
+    start_ranging(onu);
 }
 
 void Onus::power_off(Onu& onu, bool gasp) {
@@ -225,6 +223,7 @@ void Onus::go_down(Onu& onu, OnuState state, uint32_t alarm) {
     leave_unconfigured(onu);
     onu.state = state;
     onu.home.lose_live_state();
+    ++onu.losses;
     ++onu.step;
     if (was_up) {
         report_alarm(onu, alarm, ALARM_RAISED);
@@ -305,6 +304,7 @@ void Onus::reboot(uint32_t index) {
     for (auto& [position, uni] : onu->unis)
         uni.clear_counts();
     lose(*onu);
+    onu->images.start(onu->version);
     after(*onu, reboot_delay_);
 }
 

@@ -21,6 +21,7 @@
 #include "card_objects.h"
 #include "event_loop.h"
 #include "home.h"
+#include "onu_images.h"
 #include "readings.h"
 #include "uni.h"
 
@@ -50,7 +51,8 @@ struct Onu {
     std::string loid;
     std::string loid_password;
     std::string model = "SIM-ONU-4E2V";
-    std::string version = "V1.0.0";
+    std::string version = "V1.0.0"; // that runs
+    OnuImages images;
     std::string vendor; // of whom it says that it is; that of its serial number when there is none
     bool is_hgu = false;
     uint32_t distance = 1200;        // m
@@ -61,6 +63,7 @@ struct Onu {
     OnuState state = OnuState::OFF;
     uint32_t index = 0;   // that the card was told, once authenticated
     uint32_t temp_id = 0; // while unconfigured
+    uint32_t losses = 0;  // how often it went down
     uint32_t step = 0;    // of the one timed step that is under way; an older one does nothing
     // What it was told to do, so often.
     uint32_t reboots = 0;
