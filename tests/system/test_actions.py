@@ -201,6 +201,20 @@ def test_the_system_is_told_by_its_flags(world):
         assert world.chassis.run("ov_env_get", flag, env=TOOLS).stdout == value + "\n"
 
 
+def test_a_range_of_onus_ends_with_a_byte_for_each(world):
+    profiles = Table(world.manager, "39.1", 6, {3: TEXT, 4: TEXT})
+    tconts = Table(world.manager, "6", 6, {5: TEXT})
+    assert profiles.create((9,), {4: "KLM-618"}) == "noError"
+    assert tconts.create((1, 31, 15, 9, 1), {5: "default"}) == "noError"
+    assert world.act(49, "1", "9", "1-2,128") == SUCCESS
+    assert world.told(49, 5) == "0x" + "07" * 2 + "00" * 62, "they aren't there"
+    assert world.told(49, 6) == "0x" + "00" * 63 + "07"
+    for words in (("1", "8", "1"), ("1", "9", "0"), ("17", "9", "1"), ("1", "9", "1 2")):
+        assert world.act(49, *words) == FAIL
+    assert world.chassis.log_lines("Wrong onu srvprofile id!") and world.chassis.log_lines("wrong parameter!")
+    assert world.act(50, "1", "", "1") == FAIL
+
+
 # ---- the manager's guide -------------------------------------------------------------------------------------
 
 
