@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <deque>
+#include <string>
 #include <utility>
 
 #include "app_loop.h"
@@ -27,10 +28,14 @@ std::deque<Started>& started() {
     return copies;
 }
 
+std::string g_refusal; // of the copy that ends, or of the last one in one go
+
 void end_first() {
     const Started ended = std::move(started().front());
     started().pop_front();
+    g_refusal = ended.copy.first_refusal();
     ended.done(ended.copy.result());
+    g_refusal.clear();
 }
 
 struct thread* g_next_step = nullptr;
@@ -56,6 +61,7 @@ ov_batch_cfg_rtn_t ov_gpon_multi_onu_service_config(ov_ifindex_t ifindex, ov_bat
     while (copy.step()) {
     }
     std::copy(copy.onus().begin(), copy.onus().end(), onuId.begin());
+    g_refusal = copy.first_refusal();
     return copy.result();
 }
 
@@ -64,6 +70,10 @@ void ov_gpon_multi_onu_service_config_start(ov_ifindex_t ifindex, ov_batch_onu_f
     ov_assert_on_loop();
     started().push_back({BatchCopy(ifindex, onuId, profileId), std::move(done)});
     arm_next_step();
+}
+
+const char* ov_gpon_multi_onu_service_config_refusal() {
+    return g_refusal.c_str();
 }
 
 void ov_gpon_multi_onu_service_config_go_on() {
