@@ -15,6 +15,8 @@ import tour  # noqa: E402
 
 DEMO = REPO / "tools" / "demo.sh"
 HOME = tour.TOUR.with_name("home.txt")
+FIRMWARE = tour.TOUR.with_name("firmware.txt")
+ALL = [tour.TOUR, HOME, FIRMWARE]
 GUIDE = REPO / "docs" / "operators-guide.md"
 
 
@@ -42,7 +44,7 @@ def commands(path=tour.TOUR):
     return [command for step in tour.read_tour(path) for command in step.commands]
 
 
-@pytest.mark.parametrize("path", [tour.TOUR, HOME], ids=lambda path: path.stem)
+@pytest.mark.parametrize("path", ALL, ids=lambda path: path.stem)
 def test_every_step_of_the_tour_holds(path):
     status, output = demo("--demo", *([] if path == tour.TOUR else [path]))
     assert status == 0, output
@@ -54,7 +56,7 @@ def test_every_step_of_the_tour_holds(path):
 def test_only_the_demos_that_there_are_can_be_asked_for():
     for words in (["nothing"], ["home", "tour"]):
         done = subprocess.run([str(REPO / "run"), "--demo", *words], capture_output=True, text=True, timeout=20)
-        assert (done.returncode, done.stderr) == (2, "./run --demo: there is tour (or nothing) and home\n")
+        assert (done.returncode, done.stderr) == (2, "./run --demo: there is tour (or nothing), home and firmware\n")
 
 
 @pytest.mark.parametrize(
@@ -223,7 +225,7 @@ def test_lines_from_a_pipe_are_run_and_their_end_takes_the_chassis_down():
     assert re.search(r"^ +2 +lc +27 +yes +yes", output, re.MULTILINE)
 
 
-@pytest.mark.parametrize("path", [tour.TOUR, HOME], ids=lambda path: path.stem)
+@pytest.mark.parametrize("path", ALL, ids=lambda path: path.stem)
 def test_the_guide_has_the_tour_as_it_is(path):
     guide = GUIDE.read_text()
     change = f"tools/demo/tour.py --tour {path.relative_to(REPO)} --update docs/operators-guide.md"

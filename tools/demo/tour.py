@@ -6,7 +6,7 @@
     tour.py --guide      prints the chapter of the operator's guide
     tour.py --update F   puts that chapter into a guide, between its two marks
 
-With --tour FILE all that of another tour: home.txt is a chapter of the guide too.
+With --tour FILE all that of another tour: home.txt and firmware.txt are chapters of the guide too.
 """
 
 import argparse
