@@ -51,10 +51,10 @@ class Operator:
         return self.chassis.card(slot)["objects"].get(f"OV_HAL_MSG_GPON_{name}", {"rows": []})["rows"]
 
 
-def start_shelf(chassis, ports=2):
+def start_shelf(chassis, ports=2, **env):
     """Two line cards in service with so many ports each."""
     chassis.start(SHELF)
-    chassis.start_daemon(env={"OV_IPC_CARRIER": "unix"})
+    chassis.start_daemon(env={"OV_IPC_CARRIER": "unix"} | env)
     chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
     chassis.event("slot-active", slot_id=8, card_type=2)
     for slot in (1, 2):
