@@ -1,14 +1,16 @@
-// Protection groups, which aren't there yet: no port has a role, and no group is to be switched.
-#include "app_restore_line.h"
-#include "ov_app_gpon_pon_protect.h"
+// Edits of a port's QoS, which aren't there yet: the port has none.
+#include "ov_app_gpon_port_qos.h"
 
-void ov_app_gpon_pon_protect_init() {
-    // TODO: the role store (ov_app_gpon_pon_role.h), callbacks of portProtectTable
+// TODO: those of the room of QoS take their place when they are there.
+[[gnu::weak]] int ov_app_port_qos_edit_sched_mode(ov_app_port_qos_s* /*qos*/, int32_t /*model*/) {
+    return OV_QOS_ERR;
 }
-
-void ov_app_gpon_pon_protect_status_switch_set(ov_gpon_pon_protect_group_attr_t* /*attr*/) {
-    // TODO: the group's active port; without a group nothing is to be done.
+[[gnu::weak]] int ov_app_port_qos_edit_qos_sched_profile(ov_app_port_qos_s* /*qos*/, uint32_t /*id*/) {
+    return OV_QOS_ERR;
 }
-
-// A replay to a card brings nothing of it.
-RESTORE_LATER(pon_protect, SPORTPROTECT, OV_HAL_MSG_GPON_PON_PROTECT) // TODO: map of record 952
+[[gnu::weak]] int ov_app_port_qos_edit_qos_traffic_profile(ov_app_port_qos_s* /*qos*/, uint32_t /*id*/) {
+    return OV_QOS_ERR;
+}
+[[gnu::weak]] int ov_app_port_qos_set(ov_app_port_qos_s* /*qos*/, uint32_t /*flag*/) {
+    return OV_QOS_ERR;
+}
