@@ -4,6 +4,3 @@
 int ov_app_dump_qos_cfg_vtysh(struct vty* /*vty*/) {
     return 0; // TODO: QoS profiles and settings, by vty->cfg_node
 }
-int ov_gpon_cli_pon_protect_cfg_write(struct vty* /*vty*/) {
-    return 0; // TODO: protection groups
-}
