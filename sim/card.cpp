@@ -24,6 +24,7 @@ constexpr uint16_t RM_UNI_STATS = 918;
 constexpr uint16_t WN_TRAP = 923;
 constexpr uint16_t TRAP_SYNC = 949;
 constexpr uint16_t CONF_SYNC_END = 950;
+constexpr uint16_t PON_PROTECT = 952;
 constexpr uint16_t PORT_STAT_CLEAR = 96;
 constexpr size_t DRIVER_TEXTS = 100;
 
@@ -45,6 +46,8 @@ Card::Card(const CardShelf& shelf, uint32_t slot)
             [this](uint16_t number, uint32_t action, std::span<const uint8_t> record) {
                 report(number, action, record);
             }),
+      protection_(onus_, [this](uint16_t number, uint32_t action,
+                                std::span<const uint8_t> record) { report(number, action, record); }),
       flows_(shelf.loop, objects_, onus_), values_(objects_, onus_, flows_) {}
 
 bool Card::open(std::string& error) {
@@ -61,6 +64,7 @@ void Card::restart() {
     flows_.settle();
     flows_.counts().clear();
     values_.restart();
+    protection_.restart();
     onus_.card_restarted();
 }
 
@@ -158,6 +162,9 @@ void Card::follow(const CardRequest& request, bool held_before) {
     case GEMPORT:
         if (request.action == card_action::DELETE)
             flows_.counts().forget_gem(index);
+        break;
+    case PON_PROTECT:
+        protection_.follow(request);
         break;
     case RMONU_INFO:
         if (request.action == card_action::SET)

@@ -15,7 +15,7 @@ std::vector<const Command*> all_commands() {
     for (const auto group :
          {std::span<const Command>(HELP), record_commands(), controller_commands(), fault_commands(),
           card_commands(), card_event_commands(), onu_commands(), uni_commands(), home_commands(),
-          optics_commands(), traffic_commands(), chassis_commands()}) {
+          optics_commands(), traffic_commands(), protect_commands(), chassis_commands()}) {
         for (const Command& command : group)
             commands.push_back(&command);
     }
