@@ -20,6 +20,7 @@
 #include "pm_traffic.h"
 #include "protection.h"
 #include "records.h"
+#include "upgrades.h"
 
 // What the cards of a chassis share.
 struct CardShelf {
@@ -81,6 +82,7 @@ public:
     // What passes through the card, and what it has counted.
     PmFlows& flows() { return flows_; }
     const PmFlows& flows() const { return flows_; }
+    Upgrades& upgrades() { return upgrades_; }
     Faults& faults() { return faults_; }
     const CardCounters& counters() const { return counters_; }
     // The last texts for the driver.
@@ -132,6 +134,7 @@ private:
     Protection protection_;
     PmFlows flows_;
     CardValues values_;
+    Upgrades upgrades_;
     Faults faults_;
     CardCounters counters_;
     std::deque<std::string> driver_texts_;

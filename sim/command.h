@@ -86,6 +86,7 @@ std::span<const Command> card_event_commands();
 std::span<const Command> onu_commands();
 std::span<const Command> uni_commands();
 std::span<const Command> home_commands();
+std::span<const Command> upgrade_commands();
 std::span<const Command> optics_commands();
 std::span<const Command> traffic_commands();
 std::span<const Command> protect_commands();

@@ -9,6 +9,7 @@
 
 // A port's ONUs: added, changed, deleted.
 void gpon_onu_life_cli_init();
+void gpon_onu_batch_cli_init();
 // What is shown of them.
 void gpon_onu_show_cli_init();
 // Why they aren't up, and the alarms that stand.

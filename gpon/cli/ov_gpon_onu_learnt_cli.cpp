@@ -109,8 +109,7 @@ struct Sum {
 };
 
 int gpon_show_onu_learned_summary_cli(CliCall& call) {
-    Scope scope;
-    scope_of(call, scope);
+    const Scope scope = gpon_cli_scope_of(call.vty);
     std::map<std::pair<std::string, mib_ulong>, Sum> sums; // by rule and profile
     Sum all;
     for (const Learnt& learnt : ov_app_gpon_onus_learnt(scope.slot, scope.port)) {

@@ -40,7 +40,8 @@ bool boots_from_second() {
 // As the system sees it, whatever dots, slashes and links it is written with.
 std::filesystem::path real(const std::string& path) {
     std::error_code error;
-    return std::filesystem::weakly_canonical(path, error).lexically_normal();
+    const auto place = std::filesystem::weakly_canonical(path, error).lexically_normal();
+    return place.has_filename() ? place : place.parent_path(); // without a slash behind it
 }
 
 } // namespace

@@ -25,7 +25,7 @@ constexpr char FETCHED_CONFIG[] = "/tmp/gpon.conf";
 constexpr char CONFIG_PACK_DIR[] = "/app/config";
 constexpr char LOG_PACK[] = "logs.tar.gz";
 constexpr char LOG_PACK_PATH[] = "/tmp/logs.tar.gz";
-constexpr char GATHERED[] = "/tmp/tmplog"; // where tar finds what was gathered
+constexpr char GATHERED[] = "/tmp/tmplog"; // where tar finds it; the temporary directory is a link to it
 constexpr char CRASH_DIR[] = "/app/crash";
 constexpr char LOG_DIR[] = "/tmp/product";
 
@@ -99,8 +99,8 @@ void remove_tree(const std::string& path) {
 
 void remove_gathered(const std::string& temporary) {
     unlink(LOG_PACK_PATH);
-    unlink(GATHERED);
     remove_tree(temporary);
+    remove_tree(GATHERED);
 }
 
 bool gather(const char* what, const std::string& into) {
@@ -109,9 +109,10 @@ bool gather(const char* what, const std::string& into) {
 
 bool gather_all(const std::string& temporary) {
     sync_disk();
-    return ov_directory_make(temporary) == 0 && gather(LOG_DIR, temporary + "/log") &&
-           gather(ov_product_config_file().c_str(), temporary) && gather(CRASH_DIR, temporary + "/crash") &&
-           link_to(temporary, GATHERED);
+    return ov_directory_make(GATHERED) == 0 && link_to(GATHERED, temporary) &&
+           gather(LOG_DIR, temporary + "/log") &&
+           gather(ov_product_config_file().c_str(), temporary + "/gpon.conf") &&
+           gather(CRASH_DIR, temporary + "/crash");
 }
 
 bool pack_gathered() {
@@ -192,6 +193,7 @@ int ov_product_transmit_log_by_tftp(const char* host, const char* port, const ch
     if (!words_ok(server, remote))
         return -1;
     remove_gathered(temporary); // of one that was killed
+    ov_directory_make(fs::path(temporary).parent_path());
     const bool sent =
         gather_all(temporary) && pack_gathered() && ov_product_tftp_put(server, LOG_PACK_PATH, remote) == 0;
     remove_gathered(temporary);

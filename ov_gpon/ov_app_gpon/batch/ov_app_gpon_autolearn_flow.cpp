@@ -244,6 +244,7 @@ int ov_app_gpon_onu_traffic_autolearn(ov_ifindex_t onu_ifindex, mib_long profile
     const int error = done.errorCode[entry];
     if (error == NO_ERROR)
         return OV_GPON_RET_OK;
+    ov_refusal_because("%s", ov_gpon_multi_onu_service_config_refusal());
     OV_LOG_ERROR("LIB", "%s:%d Config onu[%d] srv-profile[%d] failed errorCode=%d", __func__, __LINE__,
                  onu.onuId, profileId, error);
     return OV_GPON_RET_FAIL;

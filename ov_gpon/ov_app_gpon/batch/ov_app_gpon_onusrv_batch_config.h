@@ -81,6 +81,10 @@ ov_batch_cfg_rtn_t ov_gpon_multi_onu_service_config(ov_ifindex_t ifindex, ov_bat
 void ov_gpon_multi_onu_service_config_start(ov_ifindex_t ifindex, ov_batch_onu_flags_in_t onuId,
                                             mib_ulong profileId, ov_batch_cfg_done_t done);
 
+// Why the first ONU that refused a row did, as "REASON (ROW)", empty when none has: of the copy whose `done`
+// is running, else of the last one in one go.
+const char* ov_gpon_multi_onu_service_config_refusal();
+
 // Works on the copies that have been started, for about as long as one step does: for a session that has
 // nothing better to do than to wait for its own.
 void ov_gpon_multi_onu_service_config_go_on();

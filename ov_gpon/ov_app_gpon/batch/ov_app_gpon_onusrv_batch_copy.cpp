@@ -1,6 +1,7 @@
 #include "ov_app_gpon_onusrv_batch_copy.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "app_rows.h"
 #include "ov_product_log.h"
@@ -45,7 +46,7 @@ bool BatchCopy::visit(const BatchRow& row, size_t position) {
 }
 
 void BatchCopy::give(const BatchRow& row, size_t position) {
-    const OvRefusal door("batch", OvRefusal::Kind::EVENT); // each refusal leaves its line
+    OvRefusal door("batch");
     auto onu = onu_key_of_ifindex<ov_sOnuTable_attr_t>(port_);
     onu.shelfID = GPON_SHELF;
     onu.onuId = static_cast<mib_long>(position + 1);
@@ -55,4 +56,13 @@ void BatchCopy::give(const BatchRow& row, size_t position) {
     onus_[position] = OV_BATCH_ONU_FAILED;
     result_.errorCode[position] = error;
     OV_LOG_INFO("MMG", "%s", ov_gpon_batch_failure_text(row, onu).c_str());
+    note_refusal(door, onu);
+}
+
+void BatchCopy::note_refusal(OvRefusal& door, const ov_sOnuTable_attr_t& onu) {
+    char name[40];
+    snprintf(name, sizeof name, "gpon-onu%d/%d:%d", onu.slotID, onu.portID, onu.onuId);
+    const char* why = door.refuse(name, nullptr);
+    if (first_refusal_.empty())
+        first_refusal_ = why;
 }

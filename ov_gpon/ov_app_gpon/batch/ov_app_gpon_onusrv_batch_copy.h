@@ -4,9 +4,12 @@
 #pragma once
 
 #include <array>
+#include <string>
 #include <vector>
 
 #include "ov_app_gpon_onusrv_batch_lines.h"
+
+class OvRefusal;
 
 class BatchCopy {
 public:
@@ -19,16 +22,20 @@ public:
 
     const ov_batch_cfg_rtn_t& result() const { return result_; }
     const std::array<char, OV_BATCH_ONU_MAX>& onus() const { return onus_; }
+    // Why the first ONU that refused did, as the log has it: "REASON (ROW)"; empty when none has.
+    const std::string& first_refusal() const { return first_refusal_; }
 
 private:
     void begin();
     bool visit(const BatchRow& row, size_t position);
     void give(const BatchRow& row, size_t position);
+    void note_refusal(OvRefusal& door, const ov_sOnuTable_attr_t& onu);
 
     ov_ifindex_t port_;
     mib_ulong profile_;
     std::array<char, OV_BATCH_ONU_MAX> onus_; // the flags
     ov_batch_cfg_rtn_t result_ = {};
+    std::string first_refusal_;
     bool begun_ = false;
     std::vector<BatchRow> rows_;
     size_t row_ = 0; // the next one,

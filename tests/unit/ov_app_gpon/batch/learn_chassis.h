@@ -102,7 +102,7 @@ inline std::vector<gpon_learnt_onu_t> remembered(int port = PORT) {
 inline void on_chassis(const std::function<void(AppChassis&)>& body) {
     app_chassis::run([&](AppChassis& chassis) {
         put_type_with(chassis, {});
-        put_type_with(chassis, {}, DEFAULT_TYPE, TYPE_ID + 1);
+        put_type_with(chassis, {.eth = 4}, DEFAULT_TYPE, TYPE_ID + 1);
         ASSERT_EQ(ov_pon_protect_group_pon_status_init(), KAVO_OK);
         for (int id = 5; id <= PROFILE; ++id)
             ASSERT_EQ(add_profile(id), OV_GPON_RET_OK);
