@@ -42,7 +42,8 @@ Action parse_compare(Chassis& chassis, Arguments& args) {
             Answer answer;
             answer.lines = compare_ports(card.objects(), first, second);
             if (!answer.lines.empty())
-                answer.error = format("%zu differences", answer.lines.size());
+                answer.error =
+                    format("%zu differences: %s", answer.lines.size(), answer.lines.front().c_str());
             return answer;
         });
     });

@@ -1,6 +1,7 @@
 #include "port_compare.h"
 
 #include <map>
+#include <string_view>
 
 #include "card_fields.h"
 #include "card_frame.h"
@@ -55,10 +56,16 @@ std::map<std::string, Described> objects_of(const CardObjects& objects, const Ca
     return found;
 }
 
-std::string differences(const Described& one, const Described& other) {
+// A new ONU is on, whatever the record says that it was made with, and its state is the card's own.
+bool counts(const CardMessage& message, std::string_view field) {
+    return message.number != OV_HAL_MSG_GPON_ONU || (field != "adminStatus" && field != "status");
+}
+
+std::string differences(const CardMessage& message, const Described& one, const Described& other) {
     std::string text;
     for (const auto& [field, value] : one)
-        if (const auto there = other.find(field); there != other.end() && there->second != value)
+        if (const auto there = other.find(field);
+            there != other.end() && there->second != value && counts(message, field))
             text += " " + field + ": " + value + " and " + there->second;
     return text;
 }
@@ -71,7 +78,7 @@ void compare(const CardObjects& objects, const CardMessage& message, uint32_t fi
         const auto other = others.find(name);
         if (other == others.end())
             lines.push_back(name + " only on " + port_of_ifindex(first));
-        else if (const std::string text = differences(one, other->second); !text.empty())
+        else if (const std::string text = differences(message, one, other->second); !text.empty())
             lines.push_back(name + text);
     }
     for (const auto& [name, other] : others)

@@ -1,5 +1,6 @@
 // Protection groups of PON ports, and a port's configuration as a whole: the commands and what is saved.
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "app_rows.h"
@@ -48,6 +49,22 @@ Group group_of(const CliCall& call) {
 
 // ---- groups -----------------------------------------------------------------------------------------------
 
+// The session waits for the copy, and the loop serves others meanwhile.
+int make_group(const CliCall& call, const Group& row, const MIB_Flags_t& flags) {
+    const auto result = std::make_shared<std::optional<int>>();
+    if (ov_app_gpon_protect_group_add_start(row, flags, [result](int made) { *result = made; }) !=
+        OV_GPON_RET_OK)
+        return call.fail("Failed to add gpon protect group%s");
+    gpon_show_in_steps(call.vty, [result, vty = call.vty] {
+        if (!result->has_value())
+            ov_app_gpon_port_config_copy_go_on();
+        if (result->value_or(OV_GPON_RET_OK) != OV_GPON_RET_OK)
+            vty_out(vty, "Failed to add gpon protect group%s", kavo_newline(vty));
+        return !result->has_value();
+    });
+    return result->value_or(OV_GPON_RET_OK) == OV_GPON_RET_OK ? 0 : KAVO_CLI_FAILED;
+}
+
 int ov_gpon_pon_protect_group_add_cli(CliCall& call) {
     Group row = group_of(call);
     if (!gpon_cli_copy_word(row.ppGroupName, call.words.text("name"), GROUP_NAME_MAX))
@@ -59,10 +76,9 @@ int ov_gpon_pon_protect_group_add_cli(CliCall& call) {
     row.ppWorkPonIfindex = static_cast<mib_long>(work);
     row.ppProtectPonIfindex = static_cast<mib_long>(protect);
     row.ppProtectType = PPPROTECTTYPE_TYPEB;
-    MIB_Flags_t flags = gpon_cli_columns({ppGroupName, ppWorkPonIfindex, ppProtectPonIfindex, ppProtectType});
-    if (ov_app_gpon_protect_group_add(&row, &flags) == OV_GPON_RET_OK)
-        return 0;
-    return call.fail("Failed to add gpon protect group%s");
+    const MIB_Flags_t flags =
+        gpon_cli_columns({ppGroupName, ppWorkPonIfindex, ppProtectPonIfindex, ppProtectType});
+    return make_group(call, row, flags);
 }
 
 int ov_gpon_pon_protect_group_del_cli(CliCall& call) {

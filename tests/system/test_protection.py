@@ -54,10 +54,13 @@ class Pair(Chassis):
             self.chassis.simctl("compare", WORK, PROTECT)
             return ""
         except SimctlError as error:
-            return str(error)
+            return error.reason
 
     def wait_equal(self):
-        wait_for(lambda: self.differences() == "", what="both ports to be equal")
+        try:
+            wait_for(lambda: self.differences() == "", what="both ports to be equal")
+        finally:
+            assert self.differences() == ""
 
 
 @pytest.fixture

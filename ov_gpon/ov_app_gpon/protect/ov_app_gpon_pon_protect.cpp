@@ -3,6 +3,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "app_index.h"
 #include "app_restore_line.h"
@@ -167,9 +168,17 @@ bool is_blank(const Group& group) {
            ov_refusal_because("the protecting port isn't at its defaults");
 }
 
+// The protecting port of the group that is being made behind its copy: it is blank no more. 0 for none.
+ov_ifindex_t g_copied_to = 0;
+
+bool is_copied(const Group& group) {
+    return g_copied_to != 0 && protecting_port(group) == g_copied_to;
+}
+
 bool may_be_made(const Group& group) {
     return are_free(group) && are_two(group) && are_on_one_card(group) && are_pon_ports(group) &&
-           has_name(group) && has_no_onus(group) && lets_addresses_move(group) && is_blank(group);
+           has_name(group) && (is_copied(group) || has_no_onus(group)) && lets_addresses_move(group) &&
+           (is_copied(group) || is_blank(group));
 }
 
 // Any other command switches over too.
@@ -187,7 +196,7 @@ bool changes_port_in_service(const Group& group) {
 using Change = RowChange<Group>;
 
 bool copy_for_new_group(Change& change) {
-    if (change.creates())
+    if (change.creates() && !is_copied(change.row))
         ov_app_gpon_port_config_copy(working_port(change.row), protecting_port(change.row));
     return true;
 }
@@ -262,14 +271,55 @@ void ov_app_gpon_pon_protect_init() {
 
 // ---- doors ------------------------------------------------------------------------------------------------
 
+namespace {
+
+bool names_all(const MIB_Flags_t& columns) {
+    for (const unsigned needed : {column::ppGroupName, column::ppWorkPonIfindex, column::ppProtectPonIfindex})
+        if (!mib_flag_is_set(columns, needed))
+            return ov_refusal_because("a group needs a name and two ports");
+    return true;
+}
+
+// As a working port the one has its writes repeated; the other one takes them, and those of the copy, but is
+// in no other group.
+void hold_for_copy(const Group& group) {
+    set_role(working_port(group), OV_PON_PROTECT_PON_STATUS_WORKING, protecting_port(group));
+    set_active(working_port(group), true);
+    set_role(protecting_port(group), OV_PON_PROTECT_PON_STATUS_ERR, working_port(group));
+}
+
+int add_behind_copy(Group& group, MIB_Flags_t& columns) {
+    take_roles(group);
+    g_copied_to = protecting_port(group);
+    const int result = ov_app_gpon_protect_group_add(&group, &columns);
+    g_copied_to = 0;
+    if (result != OV_GPON_RET_OK)
+        ov_app_gpon_port_config_clear(protecting_port(group));
+    return result;
+}
+
+} // namespace
+
+int ov_app_gpon_protect_group_add_start(const ov_portProtectTable_attr_t& attr, const MIB_Flags_t& flag,
+                                        std::function<void(int)> done) {
+    Group group = attr;
+    MIB_Flags_t columns = flag;
+    if (!names_all(columns) || find_stored_row(group) != nullptr)
+        return ov_app_gpon_protect_group_add(&group, &columns);
+    if (!may_be_made(group))
+        return refused("mib add error for gpon protect group table");
+    hold_for_copy(group);
+    ov_app_gpon_port_config_copy_start(
+        working_port(group), protecting_port(group),
+        [group, columns, done = std::move(done)]() mutable { done(add_behind_copy(group, columns)); });
+    return OV_GPON_RET_OK;
+}
+
 int ov_app_gpon_protect_group_add(ov_portProtectTable_attr_t* attr, MIB_Flags_t* flag) {
     if (attr == nullptr || flag == nullptr)
         return refused("null pointer");
-    for (const unsigned needed : {column::ppGroupName, column::ppWorkPonIfindex, column::ppProtectPonIfindex})
-        if (!mib_flag_is_set(*flag, needed)) {
-            ov_refusal_because("a group needs a name and two ports");
-            return refused("missing parameter");
-        }
+    if (!names_all(*flag))
+        return refused("missing parameter");
     attr->portProtectRowStatus = OVRA_CREATEANDGO;
     mib_flag_set(*flag, column::portProtectRowStatus);
     return write_row(MIB_SET, attr, flag, gpon_protect_appid, "mib add error for gpon protect group table");

@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "app_columns.h"
 #include "app_rows.h"
 #include "onuQosTable.h"
 #include "ov_app_gpon_gemport.h"
@@ -74,9 +75,16 @@ bool create_and_go(Row& row) {
     return mib_access(MIB_SET_N, row);
 }
 
+// Its QoS comes with it and takes a profile later: without one there is nothing to be told.
 bool create_service_port(ov_servicePortTable_attr_t& row) {
-    return ov_app_gpon_srvport_exist_check(&row) != 1 &&
-           create_and_go<&ov_servicePortTable_attr_t::servicePortRowStatus>(row);
+    namespace column = servicePortTable_column;
+    if (ov_app_gpon_srvport_exist_check(&row) == 1)
+        return false;
+    row.servicePortRowStatus = OVRA_CREATEANDGO;
+    return mib_access(MIB_SET_N, row,
+                      row.servicePortUplinkCosToCosProfileId != 0
+                          ? mibDefFlags
+                          : columns_but(column::servicePortUplinkCosToCosProfileId));
 }
 
 // ---- how it is changed and removed ------------------------------------------------------------------------

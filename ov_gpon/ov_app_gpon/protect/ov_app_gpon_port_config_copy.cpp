@@ -20,9 +20,10 @@ bool PortConfigCopy::step() {
 void PortConfigCopy::write_next() {
     const OvRefusal door("copy", OvRefusal::Kind::EVENT); // each refusal leaves its line
     const PortCopyWrite& write = table().writes[write_];
+    const bool is_there = table().refresh(rows_[row_]);
     const void* row = rows_[row_].data();
-    const bool given = write.give(row, to_);
-    if (!given)
+    const bool given = is_there && write.give(row, to_);
+    if (is_there && !given)
         copies_[copy_]->log_failure(from_, to_, table().place(row), write.verb);
     if (given && ++write_ < table().writes.size())
         return;

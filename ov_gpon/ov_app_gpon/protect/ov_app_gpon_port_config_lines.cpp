@@ -43,6 +43,16 @@ void collect(ov_ifindex_t from, std::vector<CopiedRow>& rows) {
 }
 
 template <typename Row>
+bool refresh(CopiedRow& row) {
+    Row key;
+    std::memcpy(&key, row.data(), sizeof key);
+    const Row* stored = find_row(key);
+    if (stored != nullptr)
+        std::memcpy(row.data(), stored, sizeof *stored);
+    return stored != nullptr;
+}
+
+template <typename Row>
 std::string place(const void* row) {
     std::string text;
     const auto index = table_of<Row>::module().desc().index;
@@ -78,7 +88,7 @@ constexpr PortCopyWrite write(const char* verb) {
 
 template <typename Row>
 constexpr PortCopyTable table(std::span<const PortCopyWrite> writes) {
-    return {collect<Row>, place<Row>, writes};
+    return {collect<Row>, refresh<Row>, place<Row>, writes};
 }
 
 // ---- which columns ----------------------------------------------------------------------------------------

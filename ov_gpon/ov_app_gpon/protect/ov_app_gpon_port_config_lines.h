@@ -11,7 +11,7 @@
 
 #include "ov_ifindex.h"
 
-// A row of the source as it stood when its table's turn came.
+// A row of the source as it stands when it is written.
 using CopiedRow = std::vector<std::byte>;
 
 // One write that a row leads to.
@@ -24,6 +24,8 @@ struct PortCopyWrite {
 struct PortCopyTable {
     // Adds the rows that the port `from` has.
     void (*collect)(ov_ifindex_t from, std::vector<CopiedRow>& rows);
+    // Fetches a row anew: others write between the steps of a copy. False when it has gone.
+    bool (*refresh)(CopiedRow& row);
     // Which of the port's rows it is: "onuid [7] tcontId [1] "; nothing for the row of the port itself.
     std::string (*place)(const void* row);
     // In their order; those behind a refused one are left out.

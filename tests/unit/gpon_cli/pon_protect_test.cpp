@@ -1,6 +1,7 @@
 // Protection groups, copy and clear of a port.
 #include "cli_fixture.h"
 
+#include "app_loop.h"
 #include "gpon_config_parts.h"
 #include "ov_app_gpon_pon_protect.h"
 #include "ov_app_gpon_pon_role.h"
@@ -20,6 +21,7 @@ protected:
             add_port(3, port);
         add_port(1, 1);
         ov_startup_gpon_config_sync_end_set(3, 1);
+        app_loop_set(frr_master());
     }
     int run(const std::string& line) { return session_.run(line); }
     // What the session printed since it was asked last.
@@ -47,13 +49,11 @@ CLI_TEST(Protection, GroupIsMadeSwitchedShownAndEnded) {
     EXPECT_EQ(group(3)->ppActivePort, group(3)->ppProtectPonIfindex);
     EXPECT_EQ(run("show protectgroup 3"), CMD_SUCCESS);
     EXPECT_EQ(output(),
-              "\n"
-              "group name                 working      state          protecting   state          in "
-              "service   command request type\n"
-              "--------------------------------------------------------------------------------------"
-              "----------------------------------\n"
-              "3     north                gpon-olt3/1  normal         gpon-olt3/2  normal         "
-              "gpon-olt3/2  msp     no      typeb\n");
+              "\ngroup name                 working      state          protecting   state          "
+              "in service   command request type\n" +
+                  std::string(116, '-') +
+                  "\n3     north                gpon-olt3/1  normal         gpon-olt3/2  normal         "
+                  "gpon-olt3/2  msp     no      typeb\n");
     EXPECT_EQ(run("protectgroup 3 switchover w2p"), CMD_SUCCESS);
     EXPECT_EQ(group(3)->ppExternalCommand, PPEXTERNALCOMMAND_MSW);
     EXPECT_EQ(group(3)->ppActivePort, group(3)->ppWorkPonIfindex);

@@ -161,6 +161,68 @@ TEST(ProtectGroup, IsRefusedWhenThePortsDontFit) {
         });
 }
 
+// ---- a copy that goes on in steps -------------------------------------------------------------------------
+
+int start_group(int* result, ov_ifindex_t protect = index_of(PROTECT)) {
+    Group row = {};
+    row.ppGroupId = 1;
+    set_text(row.ppGroupName, "north");
+    row.ppWorkPonIfindex = static_cast<mib_long>(index_of(WORK));
+    row.ppProtectPonIfindex = static_cast<mib_long>(protect);
+    return ov_app_gpon_protect_group_add_start(row,
+                                               columns_of(group_column::ppGroupName,
+                                                          group_column::ppWorkPonIfindex,
+                                                          group_column::ppProtectPonIfindex),
+                                               [result](int made) { *result = made; });
+}
+
+TEST(ProtectGroupInSteps, IsMadeBehindItsCopyWithWhatWasWrittenMeanwhile) {
+    on_two_ports([](AppChassis&, TestClock& clock) {
+        for (const int onu : {1, 2, 3})
+            add_whole_onu(onu);
+        int result = -1;
+        ASSERT_EQ(start_group(&result), OV_GPON_RET_OK);
+        EXPECT_EQ(result, -1);
+        EXPECT_EQ(stored_group(), nullptr);
+        EXPECT_EQ(add_group({.id = 2, .protect = index_of(6)}), OV_GPON_RET_BAD_PARAM); // both are taken
+        EXPECT_EQ(add_group({.id = 2, .work = index_of(6)}), OV_GPON_RET_BAD_PARAM);
+        add_whole_onu(4);
+        ASSERT_EQ(delete_onu(2, WORK), OV_GPON_RET_OK);
+        ASSERT_EQ(
+            edit_gem(sGemTable_column::sGemTableIfEnableEncryption, &Gem::sGemTableIfEnableEncryption, 1, 3),
+            OV_GPON_RET_OK);
+        while (clock.armed() > 0)
+            clock.run_next();
+        EXPECT_EQ(result, OV_GPON_RET_OK);
+        EXPECT_EQ(role_of(WORK), "working, pair 5, active");
+        EXPECT_EQ(role_of(PROTECT), "protecting, pair 4");
+        EXPECT_EQ(rows_of<Onu>(PROTECT), rows_of<Onu>(WORK));
+        EXPECT_EQ(rows_of<Onu>(PROTECT).size(), 3u);
+        EXPECT_EQ(rows_of<Gem>(PROTECT), rows_of<Gem>(WORK));
+        EXPECT_EQ(rows_of<ServicePort>(PROTECT), rows_of<ServicePort>(WORK));
+        EXPECT_EQ(rows_of<Service>(PROTECT), rows_of<Service>(WORK));
+    });
+}
+
+TEST(ProtectGroupInSteps, IsRefusedAtOnceOrByTheCard) {
+    on_two_ports([](AppChassis& chassis, TestClock& clock) {
+        int result = -1;
+        EXPECT_EQ(start_group(&result, index_of(WORK)), OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(clock.armed(), 0u);
+        EXPECT_EQ(result, -1);
+        add_whole_onu(1);
+        chassis.card_answers(GROUP_MESSAGE, OV_GPON_RET_FAIL);
+        EXPECT_EQ(start_group(&result), OV_GPON_RET_OK);
+        while (clock.armed() > 0)
+            clock.run_next();
+        EXPECT_EQ(result, OV_GPON_RET_BAD_PARAM);
+        EXPECT_EQ(role_of(WORK), "none");
+        EXPECT_EQ(role_of(PROTECT), "none");
+        EXPECT_THAT(rows_of<Onu>(PROTECT), IsEmpty());
+        EXPECT_EQ(stored_group(), nullptr);
+    });
+}
+
 TEST(ProtectGroup, NeedsItsNameAndBothPorts) {
     on_two_ports([](AppChassis& chassis, TestClock&) {
         for (const unsigned missing :
