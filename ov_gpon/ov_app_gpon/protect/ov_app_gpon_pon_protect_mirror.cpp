@@ -5,11 +5,9 @@
 
 #include "app_columns.h"
 #include "app_rows.h"
-#include "onuQosTable.h"
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_pair.h"
-#include "ov_app_gpon_port_qos.h"
 #include "ov_app_gpon_rmwan.h"
 #include "ov_app_gpon_rmwifi.h"
 #include "ov_app_gpon_service_port.h"
@@ -17,7 +15,6 @@
 #include "ov_hal_gpon_msg.h"
 #include "ov_product_log.h"
 #include "ov_refusal.h"
-#include "ponPortQosTable.h"
 #include "rmServiceMacFilterModeTable.h"
 #include "rmServiceMacFilterStaticTable.h"
 #include "sPonTable.h"
@@ -105,25 +102,6 @@ bool remove(Row& row, const MIB_Flags_t& /*columns*/) {
     return find_stored_row(row) == nullptr || mib_access(MIB_DEL_N, row);
 }
 
-// The object of the port has the values, and the row after it.
-bool set_port_qos(ov_ponPortQosTable_attr_t& row, const MIB_Flags_t& columns) {
-    namespace column = ponPortQosTable_column;
-    auto* qos = ov_app_find_port_qos_by_ifindex(port_ifindex_of(row));
-    if (qos == nullptr)
-        return false;
-    const auto takes = [&](unsigned number, int (*edit)(ov_app_port_qos_s*, uint32_t), mib_long value) {
-        return !mib_flag_is_set(columns, number) || edit(qos, static_cast<uint32_t>(value)) == OV_QOS_OK;
-    };
-    if (mib_flag_is_set(columns, column::ponPortQosSchedulerModel) &&
-        ov_app_port_qos_edit_sched_mode(qos, row.ponPortQosSchedulerModel) != OV_QOS_OK)
-        return false;
-    return takes(column::ponPortQosSchedulerProfileId, ov_app_port_qos_edit_qos_sched_profile,
-                 row.ponPortQosSchedulerProfileId) &&
-           takes(column::ponPortQosTrafficProfileId, ov_app_port_qos_edit_qos_traffic_profile,
-                 row.ponPortQosTrafficProfileId) &&
-           ov_app_port_qos_set(qos, SYNC_EVERY_COPY) == OV_QOS_OK;
-}
-
 // ---- the tables -------------------------------------------------------------------------------------------
 
 struct MirroredTable {
@@ -147,7 +125,6 @@ constexpr MirroredTable table(ov_pon_protect_sync_table_e number, const char* ha
 
 #define HANDLER(word) "ov_app_pon_protect_group_sync_" word
 using Port = ov_sPonTable_attr_t;
-using PortQos = ov_ponPortQosTable_attr_t;
 using Onu = ov_sOnuTable_attr_t;
 using Gem = ov_sGemTable_attr_t;
 using Tcont = ov_sTcontTable_attr_t;
@@ -163,12 +140,10 @@ using Wifi = ov_sRmWifiTable_attr_t;
 
 constexpr std::array TABLES = {
     table<Port, is_there<Port>, set<Port>, stays<Port>>(SYNC_SPON, HANDLER("sPontable")),
-    table<PortQos, is_there<PortQos>, set_port_qos, stays<PortQos>>(SYNC_SPORTQOS, HANDLER("PortQostable")),
     table<Onu, add_unchecked<ov_app_gpon_onu_add, Onu>>(SYNC_SONU, HANDLER("sOnutable")),
     table<Gem, add_unchecked<ov_app_gpon_gemport_add, Gem>>(SYNC_SGEM, HANDLER("sGemtable")),
     table<Tcont, add_unchecked<ov_app_gpon_tcont_add, Tcont>>(SYNC_STCONT, HANDLER("sTconttable")),
     table<ServicePort, create_service_port>(SYNC_SSERVICEPORT, HANDLER("servicePorttable")),
-    table<ov_onuQosTable_attr_t>(SYNC_ONUQOS, HANDLER("onuQostable")),
     table<ov_sRmUniStatusTable_attr_t>(SYNC_RMONU_UNISTATUS, HANDLER("sRmOnuUniStatusTable")),
     table<IpHost, create_and_go<&IpHost::sRmIPHostRowStatus, IpHost>>(SYNC_RMONU_IPHOST,
                                                                       HANDLER("sRmIPHostTable")),
@@ -193,7 +168,7 @@ constexpr std::array TABLES = {
     table<ov_sRmOnuPoeTable_attr_t>(SYNC_RMONU_ONUPOE, HANDLER("sRmOnuPoeTable")),
 };
 #undef HANDLER
-static_assert(TABLES.size() == SYNC_TABLES);
+static_assert(TABLES.size() == SYNC_TABLES - 2); // those of QoS stand beside its objects
 
 bool repeat(const MirroredTable& table, void* row, const MIB_Flags_t& columns, int action) {
     switch (action) {

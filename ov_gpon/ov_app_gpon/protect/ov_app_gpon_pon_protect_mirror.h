@@ -8,5 +8,5 @@
 // Main loop only; it waits for the card.
 #pragma once
 
-// Enters a writer for each table. Start-up.
+// Enters a writer for each table but those of QoS, which has its own (ov_app_gpon_qos_pair.h). Start-up.
 void ov_app_pon_protect_group_sync_init();

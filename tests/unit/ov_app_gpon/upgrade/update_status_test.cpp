@@ -2,7 +2,7 @@
 #include "upgrade_chassis.h"
 
 #include "app_loop.h"
-#include "onu_update_pass.h"
+#include "onu_read_pass.h"
 
 using namespace upgrade_test;
 using testing::Contains;
@@ -235,16 +235,16 @@ void report_progress(FakeCard& card, const wire::Bytes& request) {
 }
 
 bool passes_through(uint64_t pass) {
-    return loop_until([pass] { return onu_update_pass().has_ended(pass); });
+    return loop_until([pass] { return onu_update_status_pass().has_ended(pass); });
 }
 
-TEST(OnuUpdatePass, ReadsWhoeverIsInOperation) {
+TEST(OnuReadPassOfUpdates, ReadsWhoeverIsInOperation) {
     with_onu([](AppChassis& chassis) {
         app_loop_set(frr_master());
         put_many(chassis);
         put_status(2, "old.bin", SONUUPDSTATUSCURRSTATUS_DOWNLOADSUC, 5);
         chassis.card.behave(report_progress);
-        ASSERT_TRUE(passes_through(onu_update_pass().begin()));
+        ASSERT_TRUE(passes_through(onu_update_status_pass().begin()));
         EXPECT_THAT(chassis.messages_of(PROGRESS_MESSAGE), SizeIs(MANY / 2 + 1)); // and ONU 7 of port 4
         for (const int onu : {1, 51, 99}) {
             const Status& row = *find_row(onu_key<Status>(SLOT, 10, onu));
@@ -256,11 +256,11 @@ TEST(OnuUpdatePass, ReadsWhoeverIsInOperation) {
     });
 }
 
-TEST(OnuUpdatePass, OneThatIsAskedForDuringAnotherBeginsBehindIt) {
+TEST(OnuReadPassOfUpdates, OneThatIsAskedForDuringAnotherBeginsBehindIt) {
     with_onu([](AppChassis& chassis) {
         app_loop_set(frr_master());
         chassis.card.behave(report_progress);
-        OnuUpdatePass& pass = onu_update_pass();
+        OnuReadPass& pass = onu_update_status_pass();
         const uint64_t first = pass.begin();
         const uint64_t second = pass.begin();
         EXPECT_EQ(pass.begin(), second); // asked for at the same time
@@ -271,25 +271,25 @@ TEST(OnuUpdatePass, OneThatIsAskedForDuringAnotherBeginsBehindIt) {
     });
 }
 
-TEST(OnuUpdatePass, ACardThatRefusesLeavesTheValues) {
+TEST(OnuReadPassOfUpdates, ACardThatRefusesLeavesTheValues) {
     with_onu([](AppChassis& chassis) {
         app_loop_set(frr_master());
         put_status(ONU, "old.bin", SONUUPDSTATUSCURRSTATUS_DOWNLOADSUC);
         chassis.card_answers(PROGRESS_MESSAGE, 1009);
-        ASSERT_TRUE(passes_through(onu_update_pass().begin()));
+        ASSERT_TRUE(passes_through(onu_update_status_pass().begin()));
         EXPECT_STREQ(find_row(STATUS)->sOnuUpdStatusVerName, "old.bin");
         EXPECT_EQ(find_row(STATUS)->sOnuUpdStatusCurrStatus, SONUUPDSTATUSCURRSTATUS_DOWNLOADSUC);
     });
 }
 
-TEST(OnuUpdatePass, AnOnuThatGoesMeanwhileTakesNoAnswer) {
+TEST(OnuReadPassOfUpdates, AnOnuThatGoesMeanwhileTakesNoAnswer) {
     with_onu([](AppChassis& chassis) {
         app_loop_set(frr_master());
         put_many(chassis);
         bool gone = false;
         chassis.card.behave(
             [&](FakeCard& card, const wire::Bytes& request) { report_progress(card, request); });
-        const uint64_t pass = onu_update_pass().begin();
+        const uint64_t pass = onu_update_status_pass().begin();
         Status row = onu_key<Status>(SLOT, 10, 99);
         gone = mib_access(MIB_DEL_N, row);
         EXPECT_TRUE(gone);
@@ -299,10 +299,10 @@ TEST(OnuUpdatePass, AnOnuThatGoesMeanwhileTakesNoAnswer) {
     });
 }
 
-TEST(OnuUpdatePass, WithoutOnusItIsThroughAtOnce) {
+TEST(OnuReadPassOfUpdates, WithoutOnusItIsThroughAtOnce) {
     app_chassis::run([](AppChassis& /*chassis*/) {
         app_loop_set(frr_master());
-        EXPECT_TRUE(onu_update_pass().has_ended(onu_update_pass().begin()));
+        EXPECT_TRUE(onu_update_status_pass().has_ended(onu_update_status_pass().begin()));
     });
 }
 
