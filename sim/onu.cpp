@@ -190,7 +190,7 @@ void Onus::start_ranging(Onu& onu) {
 }
 
 void Onus::ranged(Onu& onu) {
-    if (disabled_.contains(onu.pon)) {
+    if (disabled_.contains(onu.pon) || dark_.contains(onu.pon)) {
         onu.state = OnuState::LOST;
         return;
     }
@@ -232,6 +232,48 @@ void Onus::go_down(Onu& onu, OnuState state, uint32_t alarm) {
     }
     by_index_.erase(onu.index);
     onu.index = 0;
+}
+
+// ---- what happens to a port ------------------------------------------------------------------------------
+
+void Onus::lose_port(uint32_t pon) {
+    dark_.insert(pon);
+    const auto [first, last] = on_port(pon);
+    for (auto it = first; it != last; ++it)
+        lose(it->second);
+}
+
+void Onus::recover_port(uint32_t pon) {
+    dark_.erase(pon);
+    const auto [first, last] = on_port(pon);
+    for (auto it = first; it != last; ++it)
+        recover(it->second);
+}
+
+// Without an alarm: it doesn't fail, another port carries it.
+void Onus::leave_port(Onu& onu) {
+    leave_unconfigured(onu);
+    if (is_up(onu))
+        report_state(onu, STATE_ADDED);
+    by_index_.erase(onu.index);
+    onu.index = 0;
+    ++onu.step;
+}
+
+void Onus::move_port(uint32_t from, uint32_t to) {
+    const auto [first, last] = on_port(from);
+    std::vector<Onu> moving;
+    for (auto it = first; it != last; ++it) {
+        leave_port(it->second);
+        moving.push_back(it->second);
+    }
+    onus_.erase(first, last);
+    for (Onu& onu : moving) {
+        onu.pon = to;
+        Onu& moved = onus_.insert_or_assign(Key(to, onu.serial), onu).first->second;
+        if (moved.state != OnuState::OFF)
+            start_ranging(moved);
+    }
 }
 
 // ---- what the card is told -------------------------------------------------------------------------------
