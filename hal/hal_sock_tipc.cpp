@@ -113,6 +113,35 @@ bool is_refusal(int result) {
     return result != 0 && result != OV_GPON_RET_NOT_SUPPORT;
 }
 
+// What the codes mean that cards share with this side; null for another.
+const char* meaning_of(int result) {
+    switch (result) {
+    case OV_GPON_RET_NOT_FOUND:
+        return "what it is about or refers to isn't there";
+    case OV_GPON_RET_EXISTED:
+        return "it is there already";
+    case OV_GPON_RET_BAD_PARAM:
+        return "a value it can't take";
+    case OV_GPON_RET_NO_MEM:
+        return "it has no memory left";
+    case OV_GPON_RET_NO_RESOURCE:
+        return "it has no room for more";
+    case OV_GPON_RET_BUSY:
+        return "it is busy or in use";
+    case OV_GPON_RET_DRV_ERR:
+        return "its driver failed";
+    default:
+        return nullptr;
+    }
+}
+
+void tell_refusal(uint32_t slot, int result) {
+    if (const char* const meaning = meaning_of(result); meaning != nullptr)
+        ov_refusal_because("the card in slot %u refused with code %d: %s", slot, result, meaning);
+    else
+        ov_refusal_because("the card in slot %u refused with code %d", slot, result);
+}
+
 unsigned send_sync_to_slot(hal_nlmsghdr* nlhdr, uint32_t slot) {
     if (!slot_number_ok(*nlhdr, slot))
         return KAVO_ERR;
@@ -138,7 +167,7 @@ unsigned broadcast_sync(hal_nlmsghdr* nlhdr) {
         if (!is_refusal(result))
             continue;
         ++failed;
-        ov_refusal_because("the card in slot %u refused with code %d", slot, result);
+        tell_refusal(slot, result);
         OV_LOG_ERROR("LIB", "sync broadcast message nhtype[%d] to slot %d return %d", type, slot, result);
     }
     if (failed == 0)
@@ -202,7 +231,7 @@ int _hal_tipc_accept_reply(hal_nlmsghdr* message, unsigned msg_size, hal_frame_t
 unsigned _hal_tipc_result_of(int retcode, int type, uint32_t slot) {
     if (!is_refusal(retcode))
         return static_cast<unsigned>(retcode);
-    ov_refusal_because("the card in slot %u refused with code %d", slot, retcode);
+    tell_refusal(slot, retcode);
     OV_LOG_ERROR("LIB", "sync message nhtype[%d] to slot %d return %d", type, slot, retcode);
     return KAVO_ERR;
 }
@@ -223,6 +252,7 @@ void hal_init_tipc(unsigned module, struct thread_master* master, hal_recv_handl
         OV_LOG_ERROR("LIB", "IPC cpm_hal_init_tipc_recv 2 failed, exiting!");
         exit(1);
     }
+    g_agent_msg_tx_cb->is_awaited = hal_request_is_under_way;
     hal_outbox_init(master);
     hal_request_init(master);
     if (recv)

@@ -11,6 +11,8 @@ namespace {
 constexpr NamePlace PLACES[] = {
     {"interface", "IFNAME", "interface", ""},
     {"distance", "IFNAME", "interface", ""},
+    {"ingress-port", "IFNAME", "interface", ""},
+    {"port", "IFNAME", "interface", ""},
     {"type", "TYPE", "onutype", ""},
     {"onu-type", "ONUTYPENAME", "onutype", ""},
     {"onutype", "NAME", "onutype", ""},

@@ -9,6 +9,7 @@
 #include "card_rules.h"
 #include "onu_rules.h"
 #include "port_name.h"
+#include "qinq_rules.h"
 #include "text.h"
 
 using namespace card_wire;
@@ -22,8 +23,13 @@ constexpr uint16_t RMONU_INFO = 914;
 constexpr uint16_t RM_UNI = 915;
 constexpr uint16_t RM_UNI_STATS = 918;
 constexpr uint16_t WN_TRAP = 923;
+constexpr uint16_t RMONU_UPDATE = 930;
+constexpr uint16_t RMONU_UPD_STATUS = 940;
 constexpr uint16_t TRAP_SYNC = 949;
 constexpr uint16_t CONF_SYNC_END = 950;
+constexpr uint16_t PON_PROTECT = 952;
+constexpr uint16_t DEBUG = 966;
+constexpr uint16_t ONU_NET_UPGRADE = 967;
 constexpr uint16_t PORT_STAT_CLEAR = 96;
 constexpr size_t DRIVER_TEXTS = 100;
 
@@ -45,7 +51,9 @@ Card::Card(const CardShelf& shelf, uint32_t slot)
             [this](uint16_t number, uint32_t action, std::span<const uint8_t> record) {
                 report(number, action, record);
             }),
-      flows_(shelf.loop, objects_, onus_), values_(objects_, onus_, flows_) {}
+      protection_(onus_, [this](uint16_t number, uint32_t action,
+                                std::span<const uint8_t> record) { report(number, action, record); }),
+      flows_(shelf.loop, objects_, onus_), values_(objects_, onus_, flows_), upgrades_(shelf.loop, onus_) {}
 
 bool Card::open(std::string& error) {
     return receiver_.open(
@@ -61,6 +69,8 @@ void Card::restart() {
     flows_.settle();
     flows_.counts().clear();
     values_.restart();
+    protection_.restart();
+    upgrades_.restart();
     onus_.card_restarted();
 }
 
@@ -133,6 +143,8 @@ Card::Outcome Card::read(const CardRequest& request) {
     if (!held && request.message->number == RM_UNI)
         put_uni_factory_settings(outcome.record);
     outcome.retcode = values_.fill(request, outcome.record);
+    if (request.message->number == RMONU_UPD_STATUS)
+        upgrades_.fill_progress(get_be32(request.record, 0), outcome.record);
     return outcome;
 }
 
@@ -159,9 +171,21 @@ void Card::follow(const CardRequest& request, bool held_before) {
         if (request.action == card_action::DELETE)
             flows_.counts().forget_gem(index);
         break;
+    case PON_PROTECT:
+        protection_.follow(request);
+        break;
     case RMONU_INFO:
         if (request.action == card_action::SET)
             command_onu(index, request);
+        break;
+    case RMONU_UPDATE:
+        upgrades_.command(request.record);
+        break;
+    case ONU_NET_UPGRADE:
+        upgrades_.command_from_server(request.record);
+        break;
+    case DEBUG:
+        upgrades_.set_switch(request.record);
         break;
     case PORT_STAT_CLEAR:
         flows_.settle();
@@ -199,8 +223,12 @@ void Card::command_onu(uint32_t index, const CardRequest& request) {
 
 void Card::follow_port(const CardRequest& request) {
     const uint32_t index = get_be32(request.record, 0);
-    if (request.action == card_action::CREATE)
+    if (request.action == card_action::CREATE) {
         replayed_[index].clear();
+        forget_qinq_of_port(objects_, index);
+    }
+    if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_PORT_ATTR_INDEX_AutoLearn))
+        onus_.set_learning(index);
     if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_PORT_ATTR_INDEX_adminStatus))
         onus_.set_enabled(index, get_be32(request.record, offsetof(ov_gpon_port_attr_t, adminStatus)) != 0);
 }

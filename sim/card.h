@@ -18,7 +18,9 @@
 #include "faults.h"
 #include "onu.h"
 #include "pm_traffic.h"
+#include "protection.h"
 #include "records.h"
+#include "upgrades.h"
 
 // What the cards of a chassis share.
 struct CardShelf {
@@ -74,11 +76,13 @@ public:
     const CardObjects& objects() const { return objects_; }
     Onus& onus() { return onus_; }
     const Onus& onus() const { return onus_; }
+    Protection& protection() { return protection_; }
     // What somebody has set of the optical module of a PON port.
     SetReadings& module(uint32_t port) { return values_.module(port); }
     // What passes through the card, and what it has counted.
     PmFlows& flows() { return flows_; }
     const PmFlows& flows() const { return flows_; }
+    Upgrades& upgrades() { return upgrades_; }
     Faults& faults() { return faults_; }
     const CardCounters& counters() const { return counters_; }
     // The last texts for the driver.
@@ -127,8 +131,10 @@ private:
     IpcReceiver receiver_;
     CardObjects objects_;
     Onus onus_;
+    Protection protection_;
     PmFlows flows_;
     CardValues values_;
+    Upgrades upgrades_;
     Faults faults_;
     CardCounters counters_;
     std::deque<std::string> driver_texts_;

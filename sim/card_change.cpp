@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "card_qos.h"
+#include "qinq_rules.h"
 #include "told.h"
 #include "uni.h"
 
@@ -33,8 +35,11 @@ void forget_limit(CardObjects& objects, const CardRequest& request) {
     objects.put(*request.message, filter);
 }
 
-// The switch of a module's alarms is set with the action word that deletes elsewhere.
+// The switch of a module's alarms is set with the action word that deletes elsewhere, and a QinQ rule is
+// deleted by its mask.
 bool deletes(const CardRequest& request) {
+    if (is_qinq_delete(request))
+        return true;
     return request.action == card_action::DELETE &&
            request.message->number != OV_HAL_MSG_GPON_PON_MODULE_THRESHOLD;
 }
@@ -50,6 +55,8 @@ bool change_objects(CardObjects& objects, const CardRequest& request) {
             forget_limit(objects, request);
         else
             objects.remove(message, request.record);
+    } else if (is_port_qos(message)) {
+        change_port_qos(objects, request);
     } else if (request.action == card_action::CREATE && !is_filter) {
         objects.put(message, request.record);
     } else {

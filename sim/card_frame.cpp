@@ -98,6 +98,7 @@ std::optional<CardRefusal> read_plain(std::span<const uint8_t> payload, CardRequ
     if (request.header.nlmsg_flags != 1)
         return refuse("flags", "flags", request.header.nlmsg_flags);
     request.action = request.message->action;
+    request.mask = request.message->attributes.empty() ? 0 : 1;
     request.record = payload;
     return {};
 }

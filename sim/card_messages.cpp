@@ -97,6 +97,13 @@ CardMessage describe_plain(uint16_t number, const char* name, uint16_t kept_as, 
     return describe_plain(number, name, carried.record, carried.size, kept_as, action, key);
 }
 
+CardMessage describe_field(uint16_t number, const char* name, uint16_t kept_as, const char* key,
+                           const char* field) {
+    CardMessage message = describe_plain(number, name, kept_as, card_action::SET, key);
+    message.attributes = parts_of(message.record, field);
+    return message;
+}
+
 std::vector<CardMessage> make_messages() {
     std::vector<CardMessage> messages = {
 #define CARD_MESSAGE(message, kind, use, parent, key)                                                        \
@@ -105,6 +112,7 @@ std::vector<CardMessage> make_messages() {
     describe_plain(number, name, nullptr, size, kept_as, card_action::action, key),
 #define CARD_PLAIN_RECORD(number, name, kept_as, action, key)                                                \
     describe_plain(number, name, kept_as, card_action::action, key),
+#define CARD_PLAIN_FIELD(number, name, kept_as, key, field) describe_field(number, name, kept_as, key, field),
 #include "card_messages.def"
     };
     std::sort(messages.begin(), messages.end(),

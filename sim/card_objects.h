@@ -29,6 +29,10 @@ inline uint32_t pon_of(uint32_t index) {
 inline uint32_t onu_of(uint32_t index) {
     return index_kind::ONU << 27 | (index & 0x07FFFF80);
 }
+// Of ONU 1 to 128 of a PON port.
+inline uint32_t onu_index(uint32_t pon, uint32_t number) {
+    return onu_of(pon) | (number - 1) << 7;
+}
 
 class CardObjects {
 public:

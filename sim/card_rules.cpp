@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "card_qos.h"
 #include "home_rules.h"
 #include "text.h"
 
@@ -143,7 +144,7 @@ bool is_template(const CardRequest& request) {
 std::optional<CardRefusal> check_card_rules(const CardRequest& request, uint32_t slot,
                                             const CardObjects& objects) {
     if (request.message->use == CardUse::PLAIN)
-        return {};
+        return check_qos(request, slot, objects);
     for (const auto& check : {check_index, check_mask}) {
         if (auto refusal = check(request))
             return refusal;
@@ -154,5 +155,5 @@ std::optional<CardRefusal> check_card_rules(const CardRequest& request, uint32_t
         if (auto refusal = check(request, objects))
             return refusal;
     }
-    return {};
+    return check_qos(request, slot, objects);
 }

@@ -56,6 +56,14 @@ void fill_readings(const CardMessage& message, const SetReadings& set, std::span
         put_number(*message.record, bytes, reading.field.c_str(), reading.value);
 }
 
+void fill_image(const HalRecordDesc& record, std::span<uint8_t> bytes, const std::string& region,
+                const OnuImages::Image& image) {
+    put_text(record, bytes, (region + "Name").c_str(), image.version);
+    put_number(record, bytes, (region + "isvalid").c_str(), image.is_valid ? 1 : 0);
+    put_number(record, bytes, (region + "isactive").c_str(), image.is_active ? 1 : 0);
+    put_number(record, bytes, (region + "iscommit").c_str(), image.is_committed ? 1 : 0);
+}
+
 void fill_identity(const CardMessage& message, const Onu& onu, std::span<uint8_t> bytes) {
     const HalRecordDesc& record = *message.record;
     const std::string_view serial(reinterpret_cast<const char*>(onu.serial.data()), onu.serial.size());
@@ -70,8 +78,8 @@ void fill_identity(const CardMessage& message, const Onu& onu, std::span<uint8_t
     }
     if (message.number == RMONU_IMG_INFO) {
         put_text(record, bytes, "product_code", onu.model);
-        put_text(record, bytes, "region1_Name", onu.version);
-        put_text(record, bytes, "region2_Name", onu.version);
+        fill_image(record, bytes, "region1_", onu.images.image(0, onu.version));
+        fill_image(record, bytes, "region2_", onu.images.image(1, onu.version));
     }
 }
 

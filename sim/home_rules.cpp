@@ -3,6 +3,7 @@
 #include <bit>
 
 #include "home.h"
+#include "qinq_rules.h"
 #include "text.h"
 #include "told.h"
 
@@ -118,6 +119,8 @@ bool is_write(const CardRequest& request) {
 } // namespace
 
 std::optional<CardRefusal> check_references(const CardRequest& request, const CardObjects& objects) {
+    if (is_qinq(*request.message))
+        return check_qinq(request, objects);
     if (!is_write(request))
         return {};
     switch (request.message->number) {

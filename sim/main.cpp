@@ -133,7 +133,7 @@ public:
     void start() {
         chassis_.controller.set_session_handler([this](bool up) { on_session(up); });
         chassis_.scenario_state = "running";
-        on_start_.start(scenario_, scenario_.on_start, 0, [this](const std::string& error) {
+        on_start_.start(scenario_.on_start, 0, [this](const std::string& error) {
             chassis_.scenario_state = error.empty() ? "done" : "failed";
             if (!error.empty())
                 give_up(error);
@@ -150,7 +150,7 @@ private:
             return;
         chassis_.loop.after(std::chrono::milliseconds(0), [this] {
             const uint64_t since = chassis_.controller.session_since();
-            on_connect_.start(scenario_, scenario_.on_connect, since, [this](const std::string& error) {
+            on_connect_.start(scenario_.on_connect, since, [this](const std::string& error) {
                 if (!error.empty())
                     note_failure(error);
                 else

@@ -9,12 +9,9 @@
 
 namespace {
 
-constexpr uint16_t PORT = 901;
 constexpr uint16_t ONU = 903;
-constexpr uint16_t UNCFG_ONU = 922;
 constexpr uint16_t WN_TRAP = 923;
 constexpr uint16_t ONUSTATES_TRAP = 927;
-constexpr uint16_t AUTO_LEARN_ONU = 938;
 
 constexpr uint8_t STATE_ADDED = 1;
 constexpr uint8_t STATE_AUTHPASS = 2;
@@ -27,6 +24,7 @@ constexpr uint32_t ALARM_CLEARED = 2;
 constexpr uint32_t SOURCE_ONU = 6;
 
 constexpr uint32_t ONUS_PER_PON = 128;
+constexpr int STEPS_AT_ONCE = 32;
 
 template <size_t Size>
 void put_text(char (&field)[Size], std::string_view text) {
@@ -70,10 +68,6 @@ bool proves_identity(const Onu& onu, const ov_gpon_onu_auth_attr_t& auth) {
     }
 }
 
-uint32_t onu_index(uint32_t pon, uint32_t number) {
-    return onu_of(pon) | (number - 1) << 7;
-}
-
 bool is_up(const Onu& onu) {
     return onu.state == OnuState::AUTHPASS || onu.state == OnuState::OPERATIONAL;
 }
@@ -112,10 +106,11 @@ const char* onu_state_name(OnuState state) {
 }
 
 void Onus::set_delays(std::chrono::milliseconds range, std::chrono::milliseconds up,
-                      std::chrono::milliseconds reboot) {
+                      std::chrono::milliseconds reboot, std::chrono::milliseconds again) {
     range_delay_ = range;
     up_delay_ = up;
     reboot_delay_ = reboot;
+    learn_again_delay_ = again;
 }
 
 bool Onus::add(Onu onu) {
@@ -167,8 +162,10 @@ Onus::on_port(uint32_t pon) {
 // ---- what happens to an ONU ------------------------------------------------------------------------------
 
 void Onus::power_on(Onu& onu) {
-    if (onu.state == OnuState::OFF)
-        start_ranging(onu);
+    if (onu.state != OnuState::OFF)
+        return;
+    onu.images.start(onu.version);
+    start_ranging(onu);
 }
 
 void Onus::power_off(Onu& onu, bool gasp) {
@@ -193,7 +190,7 @@ void Onus::start_ranging(Onu& onu) {
 }
 
 void Onus::ranged(Onu& onu) {
-    if (disabled_.contains(onu.pon)) {
+    if (disabled_.contains(onu.pon) || dark_.contains(onu.pon)) {
         onu.state = OnuState::LOST;
         return;
     }
@@ -222,30 +219,12 @@ void Onus::operational(Onu& onu) {
     report_alarm(onu, ALARM_DYING_GASP, ALARM_CLEARED);
 }
 
-void Onus::unknown(Onu& onu) {
-    const uint32_t index = learns(onu.pon) ? free_index(onu.pon) : 0;
-    if (index) {
-        onu.state = OnuState::LEARNING;
-        promised_[index] = Key(onu.pon, onu.serial);
-        report_learnt(onu, index);
-        return;
-    }
-    onu.state = OnuState::UNCONFIGURED;
-    onu.temp_id = next_temp_id_++;
-    report_unconfigured(onu, card_action::CREATE);
-}
-
-void Onus::leave_unconfigured(Onu& onu) {
-    if (onu.state == OnuState::UNCONFIGURED)
-        report_unconfigured(onu, card_action::DELETE);
-    std::erase_if(promised_, [&](const auto& entry) { return entry.second == Key(onu.pon, onu.serial); });
-}
-
 void Onus::go_down(Onu& onu, OnuState state, uint32_t alarm) {
     const bool was_up = is_up(onu);
     leave_unconfigured(onu);
     onu.state = state;
     onu.home.lose_live_state();
+    ++onu.losses;
     ++onu.step;
     if (was_up) {
         report_alarm(onu, alarm, ALARM_RAISED);
@@ -253,6 +232,48 @@ void Onus::go_down(Onu& onu, OnuState state, uint32_t alarm) {
     }
     by_index_.erase(onu.index);
     onu.index = 0;
+}
+
+// ---- what happens to a port ------------------------------------------------------------------------------
+
+void Onus::lose_port(uint32_t pon) {
+    dark_.insert(pon);
+    const auto [first, last] = on_port(pon);
+    for (auto it = first; it != last; ++it)
+        lose(it->second);
+}
+
+void Onus::recover_port(uint32_t pon) {
+    dark_.erase(pon);
+    const auto [first, last] = on_port(pon);
+    for (auto it = first; it != last; ++it)
+        recover(it->second);
+}
+
+// Without an alarm: it doesn't fail, another port carries it.
+void Onus::leave_port(Onu& onu) {
+    leave_unconfigured(onu);
+    if (is_up(onu))
+        report_state(onu, STATE_ADDED);
+    by_index_.erase(onu.index);
+    onu.index = 0;
+    ++onu.step;
+}
+
+void Onus::move_port(uint32_t from, uint32_t to) {
+    const auto [first, last] = on_port(from);
+    std::vector<Onu> moving;
+    for (auto it = first; it != last; ++it) {
+        leave_port(it->second);
+        moving.push_back(it->second);
+    }
+    onus_.erase(first, last);
+    for (Onu& onu : moving) {
+        onu.pon = to;
+        Onu& moved = onus_.insert_or_assign(Key(to, onu.serial), onu).first->second;
+        if (moved.state != OnuState::OFF)
+            start_ranging(moved);
+    }
 }
 
 // ---- what the card is told -------------------------------------------------------------------------------
@@ -326,6 +347,7 @@ void Onus::reboot(uint32_t index) {
     for (auto& [position, uni] : onu->unis)
         uni.clear_counts();
     lose(*onu);
+    onu->images.start(onu->version);
     after(*onu, reboot_delay_);
 }
 
@@ -356,10 +378,8 @@ void Onus::card_restarted() {
 void Onus::replay() const {
     for (const auto& [key, object] : objects_.table(ONU))
         report_again(get_be32(object, 0));
-    for (const auto& [key, onu] : onus_) {
-        if (onu.state == OnuState::UNCONFIGURED)
-            report_unconfigured(onu, card_action::CREATE);
-    }
+    for (const auto& [key, onu] : onus_)
+        report_waiting(onu);
 }
 
 // ---- looking things up -----------------------------------------------------------------------------------
@@ -378,25 +398,6 @@ uint32_t Onus::find_index(const Onu& onu) const {
     return 0;
 }
 
-bool Onus::is_promised(uint32_t index) const {
-    return promised_.contains(index);
-}
-
-// 0 when the port is full.
-uint32_t Onus::free_index(uint32_t pon) const {
-    for (uint32_t number = 1; number <= ONUS_PER_PON; ++number) {
-        const uint32_t index = onu_index(pon, number);
-        if (!objects_.find(ONU, index) && !is_promised(index))
-            return index;
-    }
-    return 0;
-}
-
-bool Onus::learns(uint32_t pon) const {
-    const auto* port = objects_.find(PORT, pon);
-    return port && read_record<ov_gpon_port_attr_t>(*port).autolearn == 1;
-}
-
 // ---- events ----------------------------------------------------------------------------------------------
 
 void Onus::report_state(const Onu& onu, uint8_t state) const {
@@ -409,28 +410,6 @@ void Onus::report_state(const Onu& onu, uint8_t state) const {
     std::memcpy(record.sn, onu.serial.data(), onu.serial.size());
     std::memcpy(record.pw, onu.password.data(), std::min(onu.password.size(), sizeof record.pw - 1));
     report_(ONUSTATES_TRAP, card_action::SET, bytes_of(record));
-}
-
-void Onus::report_unconfigured(const Onu& onu, uint32_t action) const {
-    ov_gpon_uncfg_onu_attr_t record{};
-    record.ponIfindex = onu.pon;
-    record.index = onu.temp_id;
-    std::memcpy(record.sn, onu.serial.data(), onu.serial.size());
-    put_text(record.pw, onu.password);
-    put_text(record.loid, onu.loid);
-    put_text(record.loidPw, onu.loid_password);
-    put_text(record.eqptId, onu.model);
-    report_(UNCFG_ONU, action, bytes_of(record));
-}
-
-void Onus::report_learnt(const Onu& onu, uint32_t index) const {
-    ov_gpon_autolearn_onu_attr_t record{};
-    record.onuIfindex = index;
-    std::memcpy(record.sn, onu.serial.data(), onu.serial.size());
-    record.onuType = onu.is_hgu ? 1 : 0;
-    std::memcpy(record.vendorId, onu.serial.data(), 4);
-    put_text(record.eqptId, onu.model);
-    report_(AUTO_LEARN_ONU, card_action::CREATE, bytes_of(record));
 }
 
 void Onus::report_alarm(const Onu& onu, uint32_t code, uint32_t state) const {
@@ -464,7 +443,8 @@ void Onus::arm() {
 
 void Onus::run_due() {
     const auto now = Clock::now();
-    while (!due_.empty() && due_.begin()->first <= now) {
+    // A card ranges its ONUs one by one and answers in between.
+    for (int left = STEPS_AT_ONCE; left > 0 && !due_.empty() && due_.begin()->first <= now; --left) {
         const auto [key, step] = due_.begin()->second;
         due_.erase(due_.begin());
         const auto it = onus_.find(key);
@@ -476,6 +456,8 @@ void Onus::run_due() {
             operational(it->second);
         else if (it->second.state == OnuState::LOST) // it has started again
             recover(it->second);
+        else if (it->second.state == OnuState::LEARNING)
+            wait_anew(it->second); // nobody has provisioned it
     }
     arm();
 }

@@ -3,7 +3,8 @@
 //
 // An ONU that is switched on is ranged, then looked for among the ONUs that the card was told of. One that is
 // found passes the authentication and becomes operational; one that isn't is reported as unconfigured, or to
-// be learnt on a port that learns, and comes up when the card is told of it.
+// be learnt on a port that learns, and comes up when the card is told of it. One that is to be learnt and
+// that nobody provisions is reported again after a while (onu_learning.cpp).
 #pragma once
 
 #include <array>
@@ -20,6 +21,7 @@
 #include "card_objects.h"
 #include "event_loop.h"
 #include "home.h"
+#include "onu_images.h"
 #include "readings.h"
 #include "uni.h"
 
@@ -49,7 +51,9 @@ struct Onu {
     std::string loid;
     std::string loid_password;
     std::string model = "SIM-ONU-4E2V";
-    std::string version = "V1.0.0";
+    std::string version = "V1.0.0"; // that runs
+    OnuImages images;
+    std::string vendor; // of whom it says that it is; that of its serial number when there is none
     bool is_hgu = false;
     uint32_t distance = 1200;        // m
     std::optional<UniPorts> ports;   // those of its type when there are none
@@ -59,6 +63,7 @@ struct Onu {
     OnuState state = OnuState::OFF;
     uint32_t index = 0;   // that the card was told, once authenticated
     uint32_t temp_id = 0; // while unconfigured
+    uint32_t losses = 0;  // how often it went down
     uint32_t step = 0;    // of the one timed step that is under way; an older one does nothing
     // What it was told to do, so often.
     uint32_t reboots = 0;
@@ -78,10 +83,11 @@ public:
     Onus& operator=(const Onus&) = delete;
     ~Onus() { loop_.cancel(timer_); }
 
-    // From power to ranged, from authenticated to operational, and how long one that starts again is without
-    // light.
+    // From power to ranged, from authenticated to operational, how long one that starts again is without
+    // light, and after what time one that is to be learnt is reported again.
     void set_delays(std::chrono::milliseconds range, std::chrono::milliseconds up,
-                    std::chrono::milliseconds reboot = std::chrono::milliseconds(20));
+                    std::chrono::milliseconds reboot = std::chrono::milliseconds(20),
+                    std::chrono::milliseconds again = std::chrono::seconds(30));
 
     // False when the port has this serial number already.
     bool add(Onu onu);
@@ -100,6 +106,12 @@ public:
     void lose(Onu& onu);
     void recover(Onu& onu);
 
+    // Light of a whole port, lost and found; an ONU that is switched on meanwhile finds none.
+    void lose_port(uint32_t pon);
+    void recover_port(uint32_t pon);
+    // The ONUs of a port are on another one from now on, and ranged there.
+    void move_port(uint32_t from, uint32_t to);
+
     // The card was told of the ONU with this index, or told something new. False when that changed nothing
     // for any ONU on the port.
     bool told(uint32_t index);
@@ -110,6 +122,8 @@ public:
     void set_enabled(uint32_t index, bool enabled);
     // The ONU with this index starts again: it is away for a while, and its counters begin at 0.
     void reboot(uint32_t index);
+    // The PON port begins to learn, or ends it: those that wait there wait anew.
+    void set_learning(uint32_t pon);
     // It gets its settings anew, or goes back to those that it was made with, for which it starts again.
     void synchronise_mib(uint32_t index);
     void restore_default(uint32_t index);
@@ -126,18 +140,20 @@ private:
     void authenticated(Onu& onu, uint32_t index);
     void operational(Onu& onu);
     void unknown(Onu& onu);
+    void wait_anew(Onu& onu);
     void go_down(Onu& onu, OnuState state, uint32_t alarm);
     void leave_unconfigured(Onu& onu);
+    void leave_port(Onu& onu);
 
     bool is_for(const Onu& onu, uint32_t index) const;
     uint32_t find_index(const Onu& onu) const;
     uint32_t free_index(uint32_t pon) const;
-    bool is_promised(uint32_t index) const;
     bool learns(uint32_t pon) const;
     std::pair<std::map<Key, Onu>::iterator, std::map<Key, Onu>::iterator> on_port(uint32_t pon);
 
     void report_state(const Onu& onu, uint8_t state) const;
     void report_unconfigured(const Onu& onu, uint32_t action) const;
+    void report_waiting(const Onu& onu) const;
     void report_learnt(const Onu& onu, uint32_t index) const;
     void report_alarm(const Onu& onu, uint32_t code, uint32_t state) const;
 
@@ -152,10 +168,12 @@ private:
     std::map<uint32_t, Key> by_index_;
     std::map<uint32_t, Key> promised_; // indexes given to ONUs that are to be learnt
     std::set<uint32_t> disabled_;      // ONUs and ports
+    std::set<uint32_t> dark_;          // ports whose fibre is cut
     std::multimap<Clock::time_point, std::pair<Key, uint32_t>> due_;
     EventLoop::TimerId timer_ = 0;
     std::chrono::milliseconds range_delay_{20};
     std::chrono::milliseconds up_delay_{20};
     std::chrono::milliseconds reboot_delay_{20};
+    std::chrono::milliseconds learn_again_delay_{30'000};
     uint32_t next_temp_id_ = 1;
 };

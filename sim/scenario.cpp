@@ -2,81 +2,131 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 namespace {
 
 constexpr size_t MAX_LINE = 65536;
+constexpr unsigned MAX_DEPTH = 8;
 
-std::string at_line(const Scenario& scenario, unsigned line, const std::string& why) {
-    return scenario.file + ":" + std::to_string(line) + ": " + why;
+std::string at_line(const std::string& file, unsigned line, const std::string& why) {
+    return file + ":" + std::to_string(line) + ": " + why;
 }
 
 bool is(const Words& words, std::initializer_list<std::string_view> wanted) {
     return std::equal(words.begin(), words.end(), wanted.begin(), wanted.end());
 }
 
-// Takes one line into the script being read; false with the reason.
-bool take_line(Chassis& chassis, Scenario& scenario, const std::string& text, unsigned line, bool& in_block,
-               std::string& why) {
-    Words words;
-    if (text.size() > MAX_LINE) {
-        why = "line too long";
+// A file that is being read, perhaps for a line of another one.
+struct Reading {
+    Chassis& chassis;
+    Scenario& scenario;
+    std::string file;
+    unsigned depth = 0; // of files that include one another
+    unsigned line = 0;
+    bool in_block = false;
+
+    std::string here(const std::string& why) const { return at_line(file, line, why); }
+};
+
+bool read_file(Reading reading, std::istream& in, std::string& error);
+
+bool open_and_read(const Reading& reading, std::string& error) {
+    std::ifstream in(reading.file);
+    if (in)
+        return read_file(reading, in, error);
+    error = reading.file + ": " + std::strerror(errno);
+    return false;
+}
+
+bool take_include(const Reading& reading, const Words& words, std::string& error) {
+    if (words.size() != 2 || reading.in_block || reading.depth == MAX_DEPTH) {
+        error = reading.here(words.size() != 2  ? "include: which file?"
+                             : reading.in_block ? "\"include\" inside \"on connect\""
+                                                : "too many files include one another");
         return false;
     }
-    if (!split_words(text, words, why))
+    const auto place = std::filesystem::path(reading.file).parent_path();
+    return open_and_read({.chassis = reading.chassis,
+                          .scenario = reading.scenario,
+                          .file = (place / words[1]).string(),
+                          .depth = reading.depth + 1},
+                         error);
+}
+
+// "on connect" and "end".
+bool take_bracket(Reading& reading, const Words& words, std::string& error) {
+    const bool opens = is(words, {"on", "connect"});
+    std::string why;
+    if (!opens && !is(words, {"end"}))
+        why = "only \"on connect\" and \"end\" are known";
+    else if (opens == reading.in_block)
+        why = opens ? "\"on connect\" inside \"on connect\"" : "\"end\" without \"on connect\"";
+    reading.in_block = opens;
+    if (!why.empty())
+        error = reading.here(why);
+    return why.empty();
+}
+
+bool take_command(const Reading& reading, const Words& words, std::string& error) {
+    std::string why;
+    Action action = parse_command(reading.chassis, words, why);
+    if (!action) {
+        error = reading.here(why);
         return false;
+    }
+    Script& script = reading.in_block ? reading.scenario.on_connect : reading.scenario.on_start;
+    script.push_back({reading.file, reading.line, std::move(action)});
+    return true;
+}
+
+// Takes one line into the script being read; false with the reason.
+bool take_line(Reading& reading, const std::string& text, std::string& error) {
+    Words words;
+    std::string why;
+    if (text.size() > MAX_LINE)
+        why = "line too long";
+    else
+        split_words(text, words, why);
+    if (!why.empty()) {
+        error = reading.here(why);
+        return false;
+    }
     if (words.empty())
         return true;
-    if (words[0] == "on" || words[0] == "end") {
-        const bool opens = is(words, {"on", "connect"});
-        if (!opens && !is(words, {"end"}))
-            why = "only \"on connect\" and \"end\" are known";
-        else if (opens == in_block)
-            why = opens ? "\"on connect\" inside \"on connect\"" : "\"end\" without \"on connect\"";
-        in_block = opens;
-        return why.empty();
+    if (words[0] == "on" || words[0] == "end")
+        return take_bracket(reading, words, error);
+    return words[0] == "include" ? take_include(reading, words, error) : take_command(reading, words, error);
+}
+
+bool read_file(Reading reading, std::istream& in, std::string& error) {
+    std::string text;
+    while (std::getline(in, text)) {
+        ++reading.line;
+        if (!take_line(reading, text, error))
+            return false;
     }
-    Action action = parse_command(chassis, words, why);
-    if (!action)
-        return false;
-    (in_block ? scenario.on_connect : scenario.on_start).push_back({line, std::move(action)});
-    return true;
+    if (in.bad())
+        error = reading.file + ": can't be read";
+    else if (reading.in_block)
+        error = reading.here("\"end\" is missing");
+    return error.empty();
 }
 
 } // namespace
 
 bool read_scenario(Chassis& chassis, std::istream& in, Scenario& scenario, std::string& error) {
-    std::string text;
-    unsigned line = 0;
-    bool in_block = false;
-    while (std::getline(in, text)) {
-        std::string why;
-        if (!take_line(chassis, scenario, text, ++line, in_block, why)) {
-            error = at_line(scenario, line, why);
-            return false;
-        }
-    }
-    if (in.bad())
-        error = scenario.file + ": can't be read";
-    else if (in_block)
-        error = at_line(scenario, line, "\"end\" is missing");
-    return error.empty();
+    return read_file({.chassis = chassis, .scenario = scenario, .file = scenario.file}, in, error);
 }
 
 bool load_scenario(Chassis& chassis, const std::string& file, Scenario& scenario, std::string& error) {
     scenario.file = file;
-    std::ifstream in(file);
-    if (!in) {
-        error = file + ": " + std::strerror(errno);
-        return false;
-    }
-    return read_scenario(chassis, in, scenario, error);
+    return open_and_read({.chassis = chassis, .scenario = scenario, .file = file}, error);
 }
 
-void ScriptRun::start(const Scenario& scenario, const Script& script, uint64_t since, Finished finished) {
+void ScriptRun::start(const Script& script, uint64_t since, Finished finished) {
     cancel();
-    scenario_ = &scenario;
     script_ = &script;
     next_ = 0;
     context_.since = since;
@@ -115,13 +165,13 @@ void ScriptRun::go_on() {
 void ScriptRun::step_done(uint64_t run, const Answer& answer) {
     if (run != run_)
         return;
-    const unsigned line = (*script_)[next_++].line;
+    const Step& step = (*script_)[next_++];
     const bool later = static_cast<bool>(cancel_step_);
     cancel_step_ = nullptr;
     in_step_ = false;
     if (!answer.error.empty()) {
         script_ = nullptr;
-        finished_(at_line(*scenario_, line, answer.error));
+        finished_(at_line(step.file, step.line, answer.error));
         return;
     }
     if (later)

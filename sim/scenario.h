@@ -1,6 +1,7 @@
 // Scenario files: commands that run when the chassis starts, and others for each time a daemon connects.
 //
 //   env PDT_INFO_SHELF_TYPE 52      # commands of the control socket, one per line
+//   include chassis.scn             # the lines of another file, from the place of this one
 //   mono-ready 1
 //   on connect                      # run when the daemon's connections stand; a lost connection stops it
 //       event slot-active slot_id=1
@@ -16,6 +17,7 @@
 #include "command.h"
 
 struct Step {
+    std::string file; // where it stands
     unsigned line;
     Action action;
 };
@@ -38,7 +40,7 @@ public:
     using Finished = std::function<void(std::string error)>;
 
     // What is over at once is done before this returns. A script that runs already is cancelled.
-    void start(const Scenario& scenario, const Script& script, uint64_t since, Finished finished);
+    void start(const Script& script, uint64_t since, Finished finished);
     // finished isn't called after this.
     void cancel();
 
@@ -46,7 +48,6 @@ private:
     void go_on();
     void step_done(uint64_t run, const Answer& answer);
 
-    const Scenario* scenario_ = nullptr;
     const Script* script_ = nullptr;
     size_t next_ = 0;
     uint64_t run_ = 0; // tells the callbacks of a cancelled run

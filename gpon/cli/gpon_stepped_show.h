@@ -21,6 +21,11 @@ using gpon_show_step_t = std::function<bool()>;
 // long as the show. Returns 0, the handler's result.
 int gpon_show_in_steps(struct vty* vty, gpon_show_step_t step);
 
+// The same for a command that can fail in the end: behind its last step `end` is called once, and gives the
+// command's result, as its handler would have; what it states (ov_refusal.h) is the reason. For the end of a
+// handler, too. Not called for a session that has closed.
+int gpon_run_in_steps(struct vty* vty, gpon_show_step_t step, std::function<int()> end);
+
 // A walk over the rows of a table that agree with a key on its leading index columns, in pieces. Without
 // those that wait (app_rows.h), unless all stored ones are asked for. Between these rows may come and go; it
 // holds the table's mutex during a piece only.

@@ -9,11 +9,14 @@
 
 // A port's ONUs: added, changed, deleted.
 void gpon_onu_life_cli_init();
+void gpon_onu_batch_cli_init();
 // What is shown of them.
 void gpon_onu_show_cli_init();
 // Why they aren't up, and the alarms that stand.
 void gpon_onu_reason_cli_init();
 void gpon_alarm_cli_init();
+// Who provisioned themselves.
+void gpon_onu_learnt_cli_init();
 // T-CONTs and GEM ports of one ONU.
 void gpon_onu_tcont_cli_init();
 // Its service ports.

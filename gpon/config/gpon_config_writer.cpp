@@ -10,9 +10,11 @@
 #include "gpon_config_parts.h"
 #include "kavo_cmd.h"
 #include "kavo_if.h"
+#include "kavo_trunk.h"
 #include "kavo_vty_object.h"
 #include "ov_gpon_onu_config.h"
 #include "ov_ifindex.h"
+#include "ov_ifindex_name.h"
 #include "sOnuSrvProfileTable.h"
 
 namespace {
@@ -76,15 +78,40 @@ bool wanted(const struct vty* vty, const char* head) {
     return strcmp(head, vty->write_term_info) == 0;
 }
 
+constexpr std::string_view ASKED = "interface "; // in front of the name
+
 // The name of the interface that is asked for may be shortened (gp1/1); the heads have it in full.
 void write_asked_name_in_full(struct vty* vty) {
-    constexpr std::string_view COMMAND = "interface ";
     if (vty->write_term_flag != WRITE_TERM_INTERFACE ||
-        !std::string_view(vty->write_term_info).starts_with(COMMAND))
+        !std::string_view(vty->write_term_info).starts_with(ASKED))
         return;
     char name[UIF_NAME_SIZE];
-    if (uif_extend_ifname(name, vty->write_term_info + COMMAND.size()) != nullptr)
+    if (uif_extend_ifname(name, vty->write_term_info + ASKED.size()) != nullptr)
         snprintf(vty->write_term_info, sizeof(vty->write_term_info), "interface %s", name);
+}
+
+// Whether there is such an interface, or a row of one whose card isn't there.
+bool is_interface(const char* name) {
+    if (uif_get_by_name(name) != nullptr || trunk_get_by_name(name) != nullptr)
+        return true;
+    const ov_ifindex_t ifindex = ov_ifindex_gen_by_name(name);
+    char full[UIF_NAME_SIZE] = "";
+    if (ov_gen_ifname_by_ifindex(ifindex, full, sizeof full) == nullptr || strcmp(full, name) != 0)
+        return false;
+    switch (ov_port_type_of_name(name)) {
+    case PORT_TYPE_GPON:
+        return find_row(port_key_of_ifindex<ov_sPonTable_attr_t>(ifindex)) != nullptr;
+    case PORT_TYPE_GONU:
+        return find_row(onu_key_of_ifindex<ov_sOnuTable_attr_t>(ifindex)) != nullptr;
+    default:
+        return false;
+    }
+}
+
+// The name that is asked for; null when all are.
+const char* asked_name(struct vty* vty) {
+    write_asked_name_in_full(vty);
+    return vty->write_term_flag == WRITE_TERM_INTERFACE ? vty->write_term_info + ASKED.size() : nullptr;
 }
 
 void print_head(struct vty* vty, const char* head) {
@@ -221,6 +248,10 @@ void gpon_config_current_head(struct vty* vty, char* head, size_t size) {
 }
 
 int ov_gpon_cli_gpon_cfg(struct vty* vty) {
+    if (const char* const name = asked_name(vty); name != nullptr && !is_interface(name)) {
+        vty_out(vty, "%% Interface[%s] not exist%s", name, kavo_newline(vty));
+        return 0;
+    }
     vty_out(vty, "gpon%s", kavo_newline(vty));
     if (vty->write_term_flag == WRITE_TERM_INTERFACE)
         return 1;
@@ -228,6 +259,7 @@ int ov_gpon_cli_gpon_cfg(struct vty* vty) {
 }
 
 int ov_gpon_cli_pon_port_cfg(struct vty* vty) {
+    write_asked_name_in_full(vty);
     const int lines = vty->write_term_more ? 0 : print_block_parts(vty, Block::PON_PORTS);
     return lines + print_rows(vty, print_port);
 }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -17,7 +18,15 @@ struct avl_tree_s* g_uif_avl = nullptr;
 
 namespace {
 
-// Room for as many records as the tree has nodes. Memory of records that were never used isn't touched.
+// Operators' sessions point at the records of such kinds (kavo_vty_object.h), and outlive them.
+bool may_be_pointed_at(ov_ifindex_t ifindex) {
+    const uint16_t kind = ov_ifindex_get_port_type(ifindex);
+    return kind != PORT_TYPE_GPON && kind != PORT_TYPE_GONU;
+}
+
+// Room for as many records as the tree has nodes. Memory of records that were never used isn't touched. A
+// record that a session may point at is kept for the same port while there are others, so that the session
+// stands on that port or on none.
 class RecordPool {
 public:
     bool init() {
@@ -29,29 +38,47 @@ public:
     void deinit() {
         records_.reset();
         free_.reset();
+        kept_.clear();
     }
 
     // A cleared record, or null.
-    uif_t* take() {
+    uif_t* take(ov_ifindex_t ifindex) {
         uif_t* record = nullptr;
-        if (free_count_ > 0)
+        if (const auto own = kept_.find(ifindex); own != kept_.end())
+            record = take_kept(own);
+        else if (free_count_ > 0)
             record = free_[--free_count_];
         else if (used_ < UIF_MAX)
             record = &records_[used_++];
+        else if (!kept_.empty())
+            record = take_kept(kept_.begin());
         if (record != nullptr)
             *record = {};
         return record;
     }
     void give_back(uif_t* record) {
+        const ov_ifindex_t ifindex = record->ifindex;
         *record = {};
-        free_[free_count_++] = record;
+        if (may_be_pointed_at(ifindex))
+            kept_.emplace(ifindex, record);
+        else
+            free_[free_count_++] = record;
     }
 
 private:
+    using Kept = std::map<ov_ifindex_t, uif_t*>;
+
+    uif_t* take_kept(Kept::iterator at) {
+        uif_t* const record = at->second;
+        kept_.erase(at);
+        return record;
+    }
+
     std::unique_ptr<uif_t[]> records_;
     std::unique_ptr<uif_t*[]> free_; // the records given back
     int used_ = 0;                   // records ever taken, from the start of the array
     int free_count_ = 0;
+    Kept kept_; // by the port that they were of
 };
 
 RecordPool g_records;
@@ -115,7 +142,7 @@ uif_t* uif_create_by_ifindex(ov_ifindex_t ifindex) {
     char name[UIF_NAME_SIZE] = {};
     if (ov_gen_ifname_by_ifindex(ifindex, name, sizeof name) == nullptr)
         return nullptr;
-    uif_t* uif = g_records.take();
+    uif_t* uif = g_records.take(ifindex);
     if (uif == nullptr)
         return nullptr;
     uif->ifindex = ifindex;

@@ -54,7 +54,8 @@ ov_ifindex_t uif_get_ifindex_by_name(const char* name);
 // The name of an index in the list, "unknown" for one that isn't.
 const char* uif_ifindex_to_name(ov_ifindex_t ifindex);
 
-// Takes the record out and frees it; null does nothing.
+// Takes the record out and clears it; null does nothing. It may be used for another PON port or ONU; that of
+// any other port stays clear until the port is back, since a session may stand on it.
 void uif_delete(uif_t* uif);
 
 bool uif_is_up(const uif_t* uif);

@@ -20,6 +20,7 @@ using Function = void (*)(struct thread*);
 std::unordered_map<Function, kavo_loop_handler_t> g_handlers;
 uint32_t g_slow_runs = 0;
 const char* g_doing = nullptr;
+const struct thread* g_running = nullptr;
 
 // ---- lines -----------------------------------------------------------------------------------------------
 
@@ -96,7 +97,9 @@ void kavo_loop_call(struct thread* event) {
     g_doing = nullptr;
     const time_t began_at = ov_wall_time();
     const ov_mono_time_t began = ov_mono_now();
+    g_running = event;
     thread_call(event);
+    g_running = nullptr;
     const ov_mono_time_t now = ov_mono_now();
     const auto took = duration_cast<microseconds>(now - began);
     note(handler, took, began_at);
@@ -114,6 +117,10 @@ void kavo_loop_run(struct thread_master* master) {
 
 void kavo_loop_doing(const char* what) {
     g_doing = what;
+}
+
+const struct thread* kavo_loop_running() {
+    return g_running;
 }
 
 std::vector<kavo_loop_handler_t> kavo_loop_handlers() {

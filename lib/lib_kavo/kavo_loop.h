@@ -36,6 +36,9 @@ void kavo_loop_call(struct thread* event);
 /// What the running handler does, for its line; the text must stay valid. Forgotten when the handler ends.
 void kavo_loop_doing(const char* what);
 
+/// The event that kavo_loop_call() runs at present; null within none.
+const struct thread* kavo_loop_running();
+
 /// What the runs of one handler took since the start.
 struct kavo_loop_handler_t {
     std::string name;

@@ -58,12 +58,16 @@ const kavo_cmd_t refusal_cmds[] = {
 } // namespace
 
 void kavo_refusal_keep(const struct vty* vty, const char* reason) {
+    kavo_refusal_keep(vty, reason, kavo_refusal_line_number(vty->buf != nullptr ? vty->buf : ""));
+}
+
+void kavo_refusal_keep(const struct vty* vty, const char* reason, uint32_t line) {
     const Session session = session_of(vty);
     if (session.fd < 0)
         return;
     if (kept().size() == KEPT_MAX)
         kept().pop_front();
-    kept().push_back({session, kavo_refusal_line_number(vty->buf != nullptr ? vty->buf : ""), reason});
+    kept().push_back({session, line, reason});
 }
 
 std::string kavo_refusal_object(const struct vty* vty) {

@@ -12,6 +12,8 @@
 // Keeps the reason of the command that the session has just been running; the oldest of all sessions goes
 // when there are more than enough.
 void kavo_refusal_keep(const struct vty* vty, const char* reason);
+// The same for a line that the session has sent before: its number is that of kavo_refusal_line_number.
+void kavo_refusal_keep(const struct vty* vty, const char* reason, uint32_t line);
 
 // What the session's commands work on, as an operator calls it: "gpon-onu1/1:1", "onu-srvprofile 3", "gpon";
 // empty for the nodes without an object.

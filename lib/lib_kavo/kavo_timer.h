@@ -46,6 +46,13 @@ bool kavo_timer_arm_taken(void (*function)(struct thread*), void* arg, std::chro
 /// Take a timer back and clear *event; nothing for null there.
 void kavo_cancel_timer(struct thread** event);
 
+/// Call the handler of a running event (kavo_loop_running) once again after so many milliseconds. ref as for
+/// kavo_add_read().
+inline void kavo_add_timer_again(const struct thread& running, long msec, struct thread** ref) {
+    if (!kavo_timer_arm_taken(running.func, running.arg, std::chrono::milliseconds(msec), ref))
+        thread_add_timer_msec(running.master, running.func, running.arg, msec, ref);
+}
+
 // Macros, so that "show thread" names the handler; they evaluate their arguments twice.
 
 /// Call handler once after so many seconds. arg, ref as for kavo_add_read().

@@ -44,9 +44,10 @@ int ov_get_ifindex_from_vtysh(const struct vty* vty, ov_ifindex_t* ifindex) {
         *ifindex = static_cast<ov_ifindex_t>(reinterpret_cast<uintptr_t>(vty->index));
         return 0;
     }
-    if (vty->index == nullptr)
+    const auto* const port = static_cast<const uif_t*>(vty->index);
+    if (port == nullptr || port->ifindex == 0)
         return -1;
-    *ifindex = static_cast<const uif_t*>(vty->index)->ifindex;
+    *ifindex = port->ifindex;
     return 0;
 }
 

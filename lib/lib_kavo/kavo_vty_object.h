@@ -14,7 +14,8 @@ inline constexpr size_t KAVO_INTERFACE_NAME_MAX = 20;
 
 // Gives the index of the current object: on the uplink port node the first word of the interface record that
 // the session points at, on any other node the session's index itself, as a number. Returns 0, or -1 for a
-// null argument or a port node without a record; *ifindex is then untouched.
+// null argument, or a port node without a record or with that of a port which is gone; *ifindex is then
+// untouched.
 int ov_get_ifindex_from_vtysh(const struct vty* vty, ov_ifindex_t* ifindex);
 
 // Makes a number the session's object.

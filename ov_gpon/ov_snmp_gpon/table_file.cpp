@@ -7,6 +7,9 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <string>
+
+#include <unistd.h>
 
 #include "mmg_mib_save_task.h"
 #include "ov_product_log.h"
@@ -84,6 +87,7 @@ void TableModule::load() {
     if (!find_path())
         return;
     find_cut_off_save();
+    find_set_aside_file();
     if (copy_is_needed_) {
         const TableFile copy(table_copy_path(path()).c_str(), TableFile::EXISTING);
         add_rows(copy, table_copy_content(copy).value_or(0));
@@ -116,6 +120,7 @@ void TableModule::add_rows(const TableFile& file, uint64_t size) {
 void TableModule::save_file() {
     if (path_.front() == '\0')
         return;
+    ++saves_;
     // The store's walk is no business of two threads at once, and rows must not go away under it.
     OvraMutexGuard lock(getMutex(did()));
     if (!finish_cut_off_save())
@@ -149,6 +154,14 @@ void TableModule::find_cut_off_save() {
         OV_LOG_WARN(LOG_TAG, "the last save of %s was cut off before the file was touched", path());
         table_file_calls.unlink(copy_path.c_str());
     }
+}
+
+// An upload of the table sets the file aside while it writes a fresh one (ov_app_gpon_action_transfer.h). If
+// it was cut off then, the file that stands now is as good, unless there is none.
+void TableModule::find_set_aside_file() const {
+    const std::string aside = path_.data() + std::string(".bak");
+    if (access(path(), F_OK) != 0 && rename(aside.c_str(), path()) == 0)
+        OV_LOG_WARN(LOG_TAG, "an upload of %s was cut off, the file is back", path());
 }
 
 // Writes the file from a copy that is better than the file. False if that can't be done: the copy must not be

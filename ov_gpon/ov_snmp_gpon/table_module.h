@@ -185,6 +185,9 @@ public:
     // before the first load. Failures are logged; one of a full disk leaves the file as it was. Takes the
     // table's mutex; any thread.
     void save_file();
+    // How often that has been asked for, failures included: whoever sets the file aside for a while sees by
+    // it whether somebody has saved the table meanwhile. Any thread.
+    unsigned saves() const { return saves_; }
     // mib_save_<table>: notes that the table has changed. No file is written.
     void mark_changed() {
         changed_.store(true, std::memory_order_relaxed);
@@ -195,6 +198,16 @@ public:
     bool changed() const { return changed_; }
     // The file's path; empty before the first load.
     const char* path() const { return path_.data(); }
+
+    // ---- answers to managers ----------------------------------------------------------------------
+
+    // Which text columns of which rows hold bytes and not a text: a GET answers them as a whole, zeros
+    // included. Start-up.
+    using WholeText = bool (*)(const ColumnDesc& text, const void* row);
+    void set_whole_text(WholeText is_whole) { is_whole_text_ = is_whole; }
+    bool is_whole_text(const ColumnDesc& text, const void* row) const {
+        return is_whole_text_ != nullptr && is_whole_text_(text, row);
+    }
 
     // ---- inspection: any thread -------------------------------------------------------------------
 
@@ -233,6 +246,7 @@ private:
     bool find_path();
     void add_rows(const TableFile& file, uint64_t size);
     void find_cut_off_save();
+    void find_set_aside_file() const;
     bool finish_cut_off_save();
     uint64_t write_rows(TableFileWriter& writer) const;
     bool write_file_from(const TableFile& copy, uint64_t size);
@@ -248,6 +262,8 @@ private:
     std::array<char, 256> path_{};
     bool copy_is_needed_ = false; // beside the file stands a copy that is better
     std::atomic<bool> changed_ = false;
+    std::atomic<unsigned> saves_ = 0;
+    WholeText is_whole_text_ = nullptr;
     uint64_t generation_ = 0;
 };
 

@@ -62,7 +62,8 @@ void answer_counter(netsnmp_variable_list* variable, uint64_t value) {
     snmp_set_var_typed_value(variable, ASN_COUNTER64, &counter, sizeof(counter));
 }
 
-void answer(netsnmp_variable_list* variable, const ColumnDesc& column, const void* row) {
+void answer(const TableModule& module, netsnmp_variable_list* variable, const ColumnDesc& column,
+            const void* row) {
     const char* value = record_bytes(row) + column.offset;
     switch (column.type) {
     case ColType::INT:
@@ -80,7 +81,8 @@ void answer(netsnmp_variable_list* variable, const ColumnDesc& column, const voi
         snmp_set_var_typed_value(variable, ASN_IPADDRESS, value, column.size);
         break;
     case ColType::TEXT:
-        snmp_set_var_typed_value(variable, ASN_OCTET_STR, value, text_length(column, row));
+        snmp_set_var_typed_value(variable, ASN_OCTET_STR, value,
+                                 module.is_whole_text(column, row) ? column.limit : text_length(column, row));
         break;
     case ColType::BIN:
         snmp_set_var_typed_value(variable, ASN_OCTET_STR, value, column.limit);
@@ -103,7 +105,7 @@ void snmp_serve_get(TableModule& module, netsnmp_agent_request_info* reqinfo,
             continue;
         }
         if (const ColumnDesc* column = snmp_readable_column(module.desc(), info->colnum))
-            answer(request->requestvb, *column, row);
+            answer(module, request->requestvb, *column, row);
         else
             netsnmp_set_request_error(reqinfo, request, SNMP_NOSUCHOBJECT);
     }

@@ -3,22 +3,13 @@
 #include <arpa/inet.h>
 #include <cstdint>
 
+#include "ov_gpon_rm_address.h"
+
 namespace {
 
-// Numbers here are in the host's order; those of a row aren't.
-constexpr uint32_t NONE = 0;
-constexpr uint32_t NO_NETWORK = 0;  // 0.0.0.0/8
-constexpr uint32_t LOOPBACK = 127;  // 127.0.0.0/8
-constexpr uint32_t MULTICAST = 224; // from 224.0.0.0 on there are no hosts
-
-bool is_host(uint32_t address) {
-    const uint32_t first = address >> 24;
-    return first != NO_NETWORK && first != LOOPBACK && first < MULTICAST;
-}
-
+// A network of one address has no other host to talk to.
 bool is_mask(uint32_t mask) {
-    const uint32_t hosts = ~mask;
-    return mask != 0 && hosts != 0 && (hosts & (hosts + 1)) == 0;
+    return gpon_rm_is_netmask(mask) && ~mask != 0;
 }
 
 // Networks of two addresses have neither a first nor a last one (RFC 3021).
@@ -40,7 +31,7 @@ constexpr RmAddressFault SECONDARY = {"%%Inconsistent secondary DNS server%s",
                                       "the DNS server's address isn't one of a host"};
 
 const RmAddressFault* fault_of(uint32_t address, uint32_t mask) {
-    if (!is_host(address))
+    if (!gpon_rm_is_host(address))
         return &ADDRESS;
     if (!is_mask(mask))
         return &MASK;
@@ -48,12 +39,8 @@ const RmAddressFault* fault_of(uint32_t address, uint32_t mask) {
 }
 
 bool is_gateway(uint32_t gateway, uint32_t address, uint32_t mask) {
-    return gateway == NONE || (gateway != address && (gateway & mask) == (address & mask) &&
-                               is_host(gateway) && is_host_of_network(gateway, mask));
-}
-
-bool is_server(uint32_t address) {
-    return address == NONE || is_host(address);
+    return gateway == RM_NO_ADDRESS || (gateway != address && (gateway & mask) == (address & mask) &&
+                                        gpon_rm_is_host(gateway) && is_host_of_network(gateway, mask));
 }
 
 } // namespace
@@ -65,7 +52,7 @@ const RmAddressFault* gpon_rm_address_fault(const ov_sRmIPHostTable_attr_t& host
         return fault;
     if (!is_gateway(ntohl(host.sRmIPHostGateway), address, mask))
         return &GATEWAY;
-    if (!is_server(ntohl(host.sRmIPHostPrimaryDns)))
+    if (!gpon_rm_is_host_or_none(ntohl(host.sRmIPHostPrimaryDns)))
         return &PRIMARY;
-    return is_server(ntohl(host.sRmIPHostSecondaryDns)) ? nullptr : &SECONDARY;
+    return gpon_rm_is_host_or_none(ntohl(host.sRmIPHostSecondaryDns)) ? nullptr : &SECONDARY;
 }

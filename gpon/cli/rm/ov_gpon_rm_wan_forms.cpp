@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 
+#include "ov_gpon_rm_address.h"
 #include "ov_refusal.h"
 #include "sRmWanTable.h"
 #include "table_record.h"
@@ -76,20 +77,14 @@ uint32_t address_of(const CliRowWord& word, const void* row) {
     return ntohl(record_get<uint32_t>(row, desc_of(word).offset));
 }
 
-// Of one host: neither this network or host, nor a group, nor reserved (RFC 1122, 3.2.1.3).
 bool is_host(const CliRowWord& word, const void* row) {
-    const uint32_t first = address_of(word, row) >> 24;
-    return first != 0 && first != 127 && first < 224;
+    return gpon_rm_is_host(address_of(word, row));
 }
 bool is_host_or_none(const CliRowWord& word, const void* row) {
-    return address_of(word, row) == 0 || is_host(word, row);
+    return gpon_rm_is_host_or_none(address_of(word, row));
 }
-
-// Ones up to a place and zeros behind it.
 bool is_netmask(const CliRowWord& word, const void* row) {
-    const uint32_t mask = address_of(word, row);
-    const uint32_t hosts = ~mask;
-    return mask != 0 && (hosts & (hosts + 1)) == 0;
+    return gpon_rm_is_netmask(address_of(word, row));
 }
 
 constexpr const char* NO_HOST = "it isn't the address of one host";

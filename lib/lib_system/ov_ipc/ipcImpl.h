@@ -88,6 +88,7 @@ struct ipc_exchange {
     std::span<uint8_t> reply;
     std::chrono::steady_clock::time_point deadline;
     ipc_non_reply_callback_t callback;
+    bool (*is_awaited)(const ipc_header& request) = nullptr; // as ipc_app_cb
 };
 // ipcSyncSend with a point in time, which bounds the whole wait whatever arrives meanwhile.
 int ipc_sync_send_until(int ipc_handle, const ipc_peer& to, const ipc_exchange& exchange);
@@ -99,8 +100,8 @@ int ipc_take_returned(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg);
 // Takes what has arrived, without waiting and without a look at what came back: a length, IPC_RC_NO_MESSAGE,
 // IPC_RC_FAILED.
 int ipc_take_arrived(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg);
-// Whether the message that came back and is next to be taken is a request.
-bool ipc_request_came_back(int ipc_handle);
+// Whether the message that came back and is next to be taken is a request, whose header is then in *hdr.
+bool ipc_request_came_back(int ipc_handle, ipc_header* hdr);
 
 // ---- the same with the handle's semaphore held, so that threads can share a handle ---------------------
 // Besides the plain functions' results: IPC_RC_SEM_WAIT_FAIL (nothing was done), IPC_RC_SEM_POST_FAIL.

@@ -54,12 +54,12 @@ int ipc_take_arrived(int ipc_handle, ipc_header* hdr, std::span<uint8_t> msg) {
     return accept(wi_ipc_receive(reg->sockets, buffer), *hdr, msg);
 }
 
-bool ipc_request_came_back(int ipc_handle) {
+bool ipc_request_came_back(int ipc_handle, ipc_header* hdr) {
     IPC_service_reg_st* reg = ipc_registration(ipc_handle);
-    ipc_header hdr = {};
-    const wi_ipc_frame_buffer buffer = {{reinterpret_cast<uint8_t*>(&hdr), sizeof(hdr)}, {}};
+    *hdr = {};
+    const wi_ipc_frame_buffer buffer = {{reinterpret_cast<uint8_t*>(hdr), sizeof(*hdr)}, {}};
     return reg != nullptr && wi_ipc_take_returned(reg->sockets, buffer, true).error == 0 &&
-           hdr.msg_type == IPC_REQUEST;
+           hdr->msg_type == IPC_REQUEST;
 }
 
 int ipc_take_returned(int ipc_handle, ipc_header* hdr, std::span<uint8_t>* msg) {

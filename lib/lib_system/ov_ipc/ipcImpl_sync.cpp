@@ -69,6 +69,13 @@ int await_reply(int ipc_handle, uint32_t msg_id, std::span<uint8_t> reply,
     return IPC_RC_TIMEOUT;
 }
 
+// Whether a request came back whose sender has to be told; whoever awaits it gets it by the callback.
+bool forgotten_request_came_back(int ipc_handle, const ipc_exchange& exchange) {
+    ipc_header header;
+    return ipc_request_came_back(ipc_handle, &header) &&
+           (exchange.is_awaited == nullptr || !exchange.is_awaited(header));
+}
+
 } // namespace
 
 int ipc_sync_send_until(int ipc_handle, const ipc_peer& to, const ipc_exchange& exchange) {
@@ -77,7 +84,7 @@ int ipc_sync_send_until(int ipc_handle, const ipc_peer& to, const ipc_exchange& 
     // A one-way message that came back is the callback's, and no reason not to wait for the reply.
     const bool goes_on =
         rc == IPC_RC_SUCCESS || (rc == IPC_RC_RTRNED_MSG_WAITING && exchange.callback != nullptr &&
-                                 !ipc_request_came_back(ipc_handle));
+                                 !forgotten_request_came_back(ipc_handle, exchange));
     if (!goes_on)
         return rc;
     return await_reply(ipc_handle, msg_id, exchange.reply, exchange.deadline, exchange.callback);

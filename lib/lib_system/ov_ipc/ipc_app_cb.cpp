@@ -100,7 +100,8 @@ int ipc_send_sync_msg_until(IPC_APP_CB_T* cb, uint32_t sub, const void* msg, int
                                             .size = size,
                                             .reply = {answer.msg(), size_t(IPC_MAX_MSG_SIZE)},
                                             .deadline = deadline,
-                                            .callback = cb->non_reply_callback});
+                                            .callback = cb->non_reply_callback,
+                                            .is_awaited = cb->is_awaited});
     if (rc < 0) {
         count(rc == IPC_RC_RTRNED_MSG_WAITING ? cb->num_sync_send_return : cb->num_sync_send_fail);
         return rc;

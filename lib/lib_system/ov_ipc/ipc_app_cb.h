@@ -15,6 +15,9 @@ typedef struct ipc_app_cb {
     uint32_t my_slot_app_id; // own sub id
     int timeout;             // seconds that a sync send waits; 1 after ipc_app_cb_init, 0 means 5
     ipc_non_reply_callback_t non_reply_callback;
+    // Whether a request is one whose sender waits for it elsewhere: when it comes back it is the callback's,
+    // and no reason for a sync send to end. Null: none is.
+    bool (*is_awaited)(const ipc_header& request);
 
     uint32_t num_sync_send;
     uint32_t num_sync_send_fail;

@@ -9,6 +9,7 @@
 #include "kavo_if.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_onu_history.h"
+#include "ov_app_gpon_onu_learnt.h"
 #include "ov_gpon.h"
 #include "ov_hal_gpon_enums.h"
 #include "ov_slot.h"
@@ -137,6 +138,14 @@ std::string detail_of_port(const Onu& onu) {
            (count > 1 ? " and " + std::to_string(count - 1) + " more" : "");
 }
 
+// An ONU may be up and lack half of its services: it was learnt, and the copy of its profile failed.
+std::string detail_of_learning(const Onu& onu) {
+    const gpon_learnt_onu_t* learnt = ov_app_gpon_onu_learnt(onu);
+    if (learnt == nullptr || learnt->outcome != LearnOutcome::COPY_FAILED)
+        return "";
+    return "learnt with a part of service profile " + std::to_string(learnt->profile) + ": " + learnt->reason;
+}
+
 // An ONU that is up, may come up, or is silent.
 OnuNow state_of(const Onu& onu, const Past& past, std::string& detail) {
     if (onu.sOnuTableOnuState == SONUTABLEONUSTATE_OPERATIONAL)
@@ -192,6 +201,8 @@ gpon_onu_why_t ov_app_gpon_onu_why(const ov_sOnuTable_attr_t& onu) {
         why.now = *held;
     else
         why.now = state_of(onu, past, why.detail);
+    if (why.detail.empty())
+        why.detail = detail_of_learning(onu);
     why.since = since(onu, why.now, past);
     return why;
 }

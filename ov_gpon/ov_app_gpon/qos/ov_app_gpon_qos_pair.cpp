@@ -41,7 +41,8 @@ void ov_app_pon_protect_group_sync_onuQostable(void* pending, const MIB_Flags_t&
     auto& row = *static_cast<ov_onuQosTable_attr_t*>(pending);
     row.shelfID = GPON_SHELF;
     move_to_port(row, partner);
-    if (action == OV_HAL_GPON_MSG_ACTION_CREATE)
+    const bool gone = find_stored_row(row) == nullptr; // with its ONU
+    if (action == OV_HAL_GPON_MSG_ACTION_CREATE || (action == OV_HAL_GPON_MSG_ACTION_DELETE && gone))
         return;
     const int operation = action == OV_HAL_GPON_MSG_ACTION_DELETE ? MIB_DEL_N : MIB_SET_N;
     if (!mib_access(operation, row, columns, ov_gpon_qos_appid))

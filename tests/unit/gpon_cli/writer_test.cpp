@@ -219,6 +219,7 @@ CLI_TEST(Writer, EachSettingOfAPortIsWritten) {
     port.sPonTableKeyExchangeCtrl = 1;
     port.sPonTableKeyExchangeInterval = 1000;
     port.sPonTableMaxLogicDistance = 60;
+    make_hierarchical("gpon-olt1/1");
     port.sPonTableScbMaxBW = 2500000;
     port.sPonTablePmEnable = 1;
     port.sPonTableNniPmEnable = 1;
@@ -250,6 +251,7 @@ CLI_TEST(Writer, EachSettingOfAPortIsWritten) {
 // A replay stops a block at the first line that is refused, so there must be none.
 CLI_TEST(Writer, ASettingOfAPortThatCannotBeTypedIsLeftOut) {
     auto& port = add_port(1, 1);
+    make_hierarchical("gpon-olt1/1");
     port.sPonTableKeyExchangeInterval = 0;
     const std::string head = "interface gpon-olt1/1\n";
     for (const mib_long silence : {-1, 1, 59, 361}) {
@@ -367,7 +369,7 @@ CLI_TEST(Writer, OneInterfaceIsWrittenWithTheHeadOfTheProfiles) {
     EXPECT_EQ(write("write terminal interface gpon-olt1/2"),
               "gpon\n!\ninterface gpon-olt1/2\n fec downstream  enable\n!\n");
     EXPECT_EQ(write("write terminal interface gpon-onu1/2:1"), "gpon\n!\ninterface gpon-onu1/2:1\n!\n");
-    EXPECT_EQ(write("write terminal interface gpon-olt1/4"), "gpon\n!\n");
+    EXPECT_EQ(write("write terminal interface gpon-olt1/4"), "% Interface[gpon-olt1/4] not exist\n");
 }
 
 CLI_TEST(Writer, TheNameOfTheInterfaceMayBeShortened) {
@@ -377,8 +379,19 @@ CLI_TEST(Writer, TheNameOfTheInterfaceMayBeShortened) {
     }
     EXPECT_EQ(write("write terminal interface gp1/2"), "gpon\n!\ninterface gpon-olt1/2\n!\n");
     EXPECT_EQ(write("write terminal interface gp1/2:1"), "gpon\n!\ninterface gpon-onu1/2:1\n!\n");
-    for (const char* name : {"gp1/3", "gp1/2:2", "gp1/2:1:1", "g", "xe1/2", "gpon-olt1/2x"})
-        EXPECT_EQ(write((std::string("write terminal interface ") + name).c_str()), "gpon\n!\n") << name;
+}
+
+CLI_TEST(Writer, ANameThatNoInterfaceHasIsToldAsSuch) {
+    add_port(1, 2);
+    add_onu(1, 2, 1);
+    for (const auto& [typed, name] :
+         {std::pair("gp1/3", "gpon-olt1/3"), std::pair("gp1/2:2", "gpon-onu1/2:2"),
+          std::pair("gp1/2:1:1", "gp1/2:1:1"), std::pair("g", "g"), std::pair("xe1/2", "xe1/2"),
+          std::pair("gpon-olt1/2x", "gpon-olt1/2x")})
+        EXPECT_EQ(write((std::string("write terminal interface ") + typed).c_str()),
+                  std::string("% Interface[") + name + "] not exist\n");
+    add_interface("xe1/3");
+    EXPECT_EQ(write("write terminal interface xe1/3"), "gpon\n!\n");
 }
 
 CLI_TEST(Writer, TheCurrentObjectIsWrittenAlone) {

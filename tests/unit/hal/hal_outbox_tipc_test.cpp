@@ -4,13 +4,16 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <thread>
+#include <utility>
 
 #include <linux/tipc.h>
 #include <poll.h>
 
 #include "../support/hal_chassis.h"
 #include "../tipc/fake_tipc.h"
+#include "hal_request.h"
 #include "hal_sock.h"
 #include "ov_types.h"
 
@@ -236,6 +239,92 @@ TEST(HalOutboxTipc, WhatComesBackWhileAReplyIsAwaitedIsNotLost) {
         card.seen.pop_back();
         ASSERT_TRUE(card_gets(card, LIMIT + 3));
         EXPECT_EQ(card.numbers(), up_to(LIMIT + 3));
+    });
+}
+
+// ---- requests of the loop that come back (hal_request.h)
+// ---------------------------------------------------
+
+using Ends = std::vector<std::pair<uint32_t, bool>>; // what was asked, and whether it was answered
+
+struct Ask {
+    Ends* ends;
+    uint32_t number;
+};
+
+void note_end(void* context, unsigned result, const hal_nlmsghdr* reply) {
+    const Ask& ask = *static_cast<Ask*>(context);
+    ask.ends->emplace_back(ask.number, result == 0 && reply != nullptr);
+}
+
+// Asks the card 3 for each of the numbers, until its queue holds what it can and `beyond` more.
+std::vector<Ask> ask_beyond(Ends& ends, uint32_t beyond) {
+    std::vector<Ask> asks;
+    for (uint32_t n = 0; n < LIMIT + beyond; n++)
+        asks.push_back({&ends, n});
+    for (Ask& ask : asks) {
+        hal_msg_t request = test_message(925, 3, 8);
+        for (int n = 0; n < 4; n++)
+            request.buf[n] = uint8_t(ask.number >> (24 - 8 * n));
+        EXPECT_EQ(hal_request(&request.hdr, note_end, &ask), HalRequest::SENT);
+    }
+    return asks;
+}
+
+TEST(HalOutboxTipc, AnAskedRequestThatComesBackIsSentAgainAndAnsweredOnce) {
+    run_tipc([](HalChassis&) {
+        TipcCard card(3);
+        fake_tipc::hold_returns();
+        Ends ends;
+        const auto asks = ask_beyond(ends, 5);
+        fake_tipc::release_returns();
+        ASSERT_TRUE(card_gets(card, LIMIT + 5));
+        ASSERT_TRUE(loop_until([&] { return ends.size() == LIMIT + 5; }));
+        EXPECT_EQ(hal_requests_under_way(), 0u);
+        std::sort(ends.begin(), ends.end());
+        for (uint32_t n = 0; n < LIMIT + 5; n++)
+            EXPECT_EQ(ends[n], std::pair(n, true));
+    });
+}
+
+TEST(HalOutboxTipc, AnAskedRequestThatFindsTheCardGoneFails) {
+    run_tipc([](HalChassis&) {
+        TipcCard card(3);
+        fake_tipc::hold_returns();
+        Ends ends;
+        const auto asks = ask_beyond(ends, 0);
+        card.leave(); // what it hadn't read comes back
+        fake_tipc::release_returns();
+        ASSERT_TRUE(loop_until([&] { return ends.size() == LIMIT; }));
+        for (const auto& [number, answered] : ends)
+            EXPECT_FALSE(answered) << number;
+        EXPECT_EQ(hal_requests_under_way(), 0u);
+    });
+}
+
+// The worst moment: it comes back when a send that waits has just looked for what came back.
+TEST(HalOutboxTipc, AnAskedRequestThatComesBackEndsNoOtherSend) {
+    run_tipc([](HalChassis&) {
+        TipcCard card(3);
+        fake_tipc::hold_returns();
+        Ends ends;
+        const auto asks = ask_beyond(ends, 1);
+        card.read(LIMIT);
+        fake_tipc::release_returns();
+        std::thread agent([&card] {
+            while (card.seen.size() < LIMIT + 1)
+                card.read_one();
+        });
+        const Bytes request(8, 5);
+        Bytes reply(64);
+        EXPECT_EQ(ipc_send_sync_msg(g_agent_msg_tx_cb, 10103, request.data(), int(request.size()),
+                                    reply.data(), int(reply.size())),
+                  int(request.size()));
+        agent.join();
+        ASSERT_TRUE(card_gets(card, LIMIT + 2));
+        ASSERT_TRUE(loop_until([&] { return ends.size() == LIMIT + 1; }));
+        for (const auto& [number, answered] : ends)
+            EXPECT_TRUE(answered) << number;
     });
 }
 

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 #include "../support/hal_chassis.h"
 #include "../support/log_capture.h"
@@ -13,6 +14,7 @@
 #include "hal_debug.h"
 #include "hal_outbox.h"
 #include "ipcImpl.h"
+#include "ov_refusal.h"
 #include "ov_types.h"
 
 using testing::Contains;
@@ -300,6 +302,21 @@ TEST(HalSend, ReturnCodeOfTheCardArrivesAsFailure) {
         EXPECT_EQ(send_to_card_that([](FakeCard& c, const Bytes& request) { c.reply(request, 1003); }),
                   KAVO_ERR);
         EXPECT_THAT(chassis.log.lines(), Contains("sync message nhtype[908] to slot 3 return 1003"));
+    });
+}
+
+TEST(HalSend, ARefusalSaysWhatTheCardsCodeMeans) {
+    hal_chassis::run([](HalChassis&) {
+        for (const auto& [code, reason] : {
+                 std::pair(1001, "the card in slot 3 refused with code 1001: what it is about or refers to "
+                                 "isn't there"),
+                 std::pair(1006, "the card in slot 3 refused with code 1006: it is busy or in use"),
+                 std::pair(77, "the card in slot 3 refused with code 77"),
+             }) {
+            const OvRefusal door("test");
+            EXPECT_EQ(send_to_card_that([code](FakeCard& c, const Bytes& r) { c.reply(r, code); }), KAVO_ERR);
+            EXPECT_STREQ(OvRefusal::current()->notes().reason.data(), reason);
+        }
     });
 }
 

@@ -28,6 +28,23 @@ TEST(VtyObject, OnTheUplinkPortNodeTheRecordsIndexIsRead) {
     EXPECT_EQ(index, port.ifindex);
 }
 
+TEST(VtyObject, APortThatGoesIsNoOthersAndIsBackWhenItComes) {
+    ASSERT_EQ(uif_init(), 0);
+    uif_t* const port = uif_create_by_name("xe1/3");
+    const ov_ifindex_t own = port->ifindex;
+    const struct vty session = session_on(IF_NODE, port);
+    uif_delete(port);
+    for (const char* const other : {"xe1/2", "gpon-olt1/1", "gpon-onu1/1:1"})
+        ASSERT_NE(uif_create_by_name(other), nullptr);
+    ov_ifindex_t index = 7;
+    EXPECT_EQ(ov_get_ifindex_from_vtysh(&session, &index), -1);
+    EXPECT_EQ(index, 7u);
+    uif_create_by_name("xe1/3");
+    EXPECT_EQ(ov_get_ifindex_from_vtysh(&session, &index), 0);
+    EXPECT_EQ(index, own);
+    uif_deinit();
+}
+
 // The number is no address: reading through it would end the daemon.
 TEST(VtyObject, OnPonPortAndOnuNodesTheNumberIsNotFollowed) {
     for (int node : {IF_GPON_NODE, GPON_ONU_NODE, ONU_SRV_PROFILE_NODE}) {

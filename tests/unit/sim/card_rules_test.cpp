@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "card_change.h"
+#include "qinq_rules.h"
 
 namespace {
 
@@ -175,6 +176,78 @@ TEST_F(CardRules, TheSwitchOfAModuleIsKeptByTheActionThatDeletes) {
         ASSERT_NE(objects.find(*made.message, record), nullptr);
         EXPECT_EQ((*objects.find(*made.message, record))[4], on);
     }
+}
+
+// ---- QinQ rules -------------------------------------------------------------------------------------------
+
+class QinqRules : public CardRules {
+protected:
+    static constexpr uint32_t ADD = 1u << 1;
+    static constexpr uint32_t DELETE = 1u << 2;
+    static constexpr uint16_t PORT_RULE = 902;
+    static constexpr uint16_t ONU_RULE = 905;
+
+    static std::vector<uint8_t> rule(uint16_t number, uint32_t place, uint16_t id, uint16_t vlan = 10) {
+        std::vector<uint8_t> record(20);
+        put_be32(record, 0,
+                 number == PORT_RULE ? index_at(9, SLOT, place, 1, 0) : index_at(10, SLOT, 2, place, 0));
+        put_be16(record, 4, id);
+        put_be16(record, 6, vlan);
+        return record;
+    }
+    std::string tell(uint16_t number, const std::vector<uint8_t>& record, uint32_t mask,
+                     uint32_t action = card_action::SET) {
+        const CardRequest made = request(number, action, record, mask);
+        const std::string why = reason(made);
+        if (why.empty())
+            change_objects(objects, made);
+        return why;
+    }
+};
+
+TEST_F(QinqRules, TheMaskSaysWhetherARuleComesOrGoes) {
+    EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, 1), ADD), "");
+    EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, 32), ADD), "");
+    EXPECT_EQ(objects.table(PORT_RULE).size(), 2u);
+    EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, 1), DELETE), "");
+    EXPECT_EQ(objects.table(PORT_RULE).size(), 1u);
+    for (const uint32_t mask : {0u, ADD | DELETE, 1u, 8u})
+        EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, 2), mask), "mask");
+    for (const uint32_t action : {card_action::CREATE, card_action::DELETE, card_action::GET})
+        EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, 2), ADD, action), "qinq-action");
+}
+
+TEST_F(QinqRules, AnIdIsOneOf32AndStandsOnceOnAnInterface) {
+    for (const uint16_t id : {0, 33, 65535})
+        EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, id), ADD), "rule-id");
+    EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, 1, 10), ADD), "");
+    EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, 1, 11), ADD), "exists");
+    EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, 1, 10), ADD), ""); // told again
+    EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 3, 1, 11), ADD), "");
+    EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, 1, 10), DELETE), "");
+    EXPECT_EQ(tell(PORT_RULE, rule(PORT_RULE, 2, 1, 11), ADD), "");
+}
+
+TEST_F(QinqRules, AnOnuThatTheCardDoesntKnowHasNone) {
+    EXPECT_EQ(tell(ONU_RULE, rule(ONU_RULE, 12, 1), ADD), "missing-parent");
+    create(903, onu(12));
+    EXPECT_EQ(tell(ONU_RULE, rule(ONU_RULE, 12, 1), ADD), "");
+    objects.remove(*find_card_message(903u), onu(12));
+    EXPECT_EQ(objects.table(ONU_RULE).size(), 0u);
+    EXPECT_EQ(tell(PORT_RULE, rule(ONU_RULE, 12, 1), ADD), "index-kind");
+}
+
+TEST_F(QinqRules, APortThatIsCreatedAnewHasNone) {
+    for (const uint32_t number : {12u, 128u}) {
+        create(903, onu(number));
+        tell(ONU_RULE, rule(ONU_RULE, number, 1), ADD);
+    }
+    tell(PORT_RULE, rule(PORT_RULE, 2, 1), ADD);
+    tell(PORT_RULE, rule(PORT_RULE, 3, 1), ADD);
+    forget_qinq_of_port(objects, index_at(9, SLOT, 2, 1, 0));
+    EXPECT_EQ(objects.table(ONU_RULE).size(), 0u);
+    EXPECT_EQ(objects.table(PORT_RULE).size(), 1u);
+    EXPECT_NE(objects.find(*find_card_message(uint32_t(PORT_RULE)), rule(PORT_RULE, 3, 1)), nullptr);
 }
 
 } // namespace

@@ -40,6 +40,21 @@ protected:
         objects.remove(*find_card_message(903u), record);
         onus.forgotten(index);
     }
+    void set_learning(bool on) {
+        std::vector<uint8_t> port(124);
+        put_be32(port, 0, PON);
+        port[108] = on ? 1 : 0;
+        objects.put(*find_card_message(901u), port);
+        onus.set_learning(PON);
+    }
+    // Numbers and actions of what was reported, "922/1 938/1".
+    std::string told_up() {
+        std::string text;
+        for (const Event& event : std::exchange(events, {}))
+            text +=
+                (text.empty() ? "" : " ") + std::to_string(event.number) + "/" + std::to_string(event.action);
+        return text;
+    }
     void run() {
         loop.after(std::chrono::milliseconds(10), [this] { loop.stop(); });
         loop.run();
@@ -135,16 +150,74 @@ TEST_F(OnuLife, AForgottenOneIsRangedAgain) {
 }
 
 TEST_F(OnuLife, LearntOnesGetDifferentNumbers) {
-    std::vector<uint8_t> port(124);
-    put_be32(port, 0, PON);
-    port[108] = 1;
-    objects.put(*find_card_message(901u), port);
+    set_learning(true);
     for (const uint32_t serial : {1u, 2u})
         onus.power_on(plug(serial));
     run();
     ASSERT_EQ(events.size(), 2u);
     EXPECT_EQ(events[0].number, 938);
     EXPECT_NE(get_be32(events[0].record, 0), get_be32(events[1].record, 0));
+}
+
+TEST_F(OnuLife, OneThatIsToBeLearntIsReportedAgainUntilItIsProvisioned) {
+    const auto none = std::chrono::milliseconds(0);
+    onus.set_delays(none, none, none, std::chrono::milliseconds(1));
+    set_learning(true);
+    Onu& onu = plug(1);
+    onus.power_on(onu);
+    std::vector<Event> asked;
+    loop.after(std::chrono::milliseconds(5), [&] {
+        asked = std::exchange(events, {});
+        tell(ONU_1, onu.serial);
+    });
+    run();
+    ASSERT_GE(asked.size(), 2u);
+    for (const Event& event : asked) {
+        EXPECT_EQ(event.number, 938);
+        EXPECT_EQ(get_be32(event.record, 0), ONU_1);
+    }
+    EXPECT_EQ(onu.state, OnuState::OPERATIONAL);
+    EXPECT_EQ(states(), (std::vector<int>{2, 3}));
+    EXPECT_EQ(told_up().find("938"), std::string::npos);
+}
+
+TEST_F(OnuLife, PortThatBeginsToLearnOffersThoseThatWait) {
+    Onu& onu = plug(1);
+    onus.power_on(onu);
+    run();
+    EXPECT_EQ(told_up(), "922/1");
+    set_learning(true);
+    EXPECT_EQ(told_up(), "922/2 938/1");
+    EXPECT_EQ(onu.state, OnuState::LEARNING);
+    onus.replay();
+    EXPECT_EQ(told_up(), "938/1");
+    set_learning(true);
+    EXPECT_EQ(told_up(), "");
+    set_learning(false);
+    EXPECT_EQ(told_up(), "922/1");
+    EXPECT_EQ(onu.state, OnuState::UNCONFIGURED);
+}
+
+TEST_F(OnuLife, OneThatIsToBeLearntSaysWhoItIs) {
+    set_learning(true);
+    Onu& onu = plug(1);
+    onu.model = "HOME-4";
+    onu.is_hgu = true;
+    onus.power_on(onu);
+    Onu& other = plug(2);
+    other.vendor = "SIMA";
+    onus.power_on(other);
+    run();
+    ASSERT_EQ(events.size(), 2u);
+    const auto text = [this](size_t event, size_t at, size_t size) {
+        return std::string(events[event].record.begin() + static_cast<long>(at),
+                           events[event].record.begin() + static_cast<long>(at + size));
+    };
+    EXPECT_EQ(events[0].record[45], 1);
+    EXPECT_EQ(text(0, 46, 4), "ABCD");
+    EXPECT_EQ(text(0, 51, 7), std::string("HOME-4\0", 7));
+    EXPECT_EQ(events[1].record[45], 0);
+    EXPECT_EQ(text(1, 46, 4), "SIMA");
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 #include <optional>
 #include <sstream>
 
+#include "../support/temp_dir.h"
+
 namespace {
 
 class ScenarioTest : public testing::Test {
@@ -18,7 +20,7 @@ protected:
     // Starts the main script; the result of its end, when it has ended.
     void start() {
         result_.reset();
-        run_.start(scenario_, scenario_.on_start, 0, [this](const std::string& error) {
+        run_.start(scenario_.on_start, 0, [this](const std::string& error) {
             result_ = error;
             chassis_.loop.stop();
         });
@@ -58,6 +60,36 @@ TEST_F(ScenarioTest, NamesFileAndLineOfAMistake) {
     EXPECT_EQ(error_, "x.scn:2: \"on connect\" inside \"on connect\"");
     EXPECT_FALSE(read("note " + std::string(70000, 'x')));
     EXPECT_EQ(error_, "x.scn:1: line too long");
+}
+
+TEST_F(ScenarioTest, TakesTheLinesOfAnotherFile) {
+    const TempDir dir;
+    dir.write("inner.scn", "note b\non connect\n note c\nend\nnote d\n");
+    ASSERT_TRUE(load_scenario(chassis_, dir.write("outer.scn", "note a\ninclude inner.scn\nnote e\n"),
+                              scenario_, error_))
+        << error_;
+    start();
+    EXPECT_EQ(notes(), "abde");
+    EXPECT_EQ(scenario_.on_connect.size(), 1u);
+    EXPECT_EQ(scenario_.on_start[1].file, dir.file("inner.scn"));
+}
+
+TEST_F(ScenarioTest, NamesTheFileThatIsWrongOfSeveral) {
+    const TempDir dir;
+    dir.write("bad.scn", "note a\nnosuch thing\n");
+    dir.write("open.scn", "on connect\n");
+    dir.write("loop.scn", "include loop.scn\n");
+    const auto error_of = [&](const std::string& text) {
+        error_.clear();
+        EXPECT_FALSE(load_scenario(chassis_, dir.write("outer.scn", text), scenario_, error_)) << text;
+        return error_.substr(error_.find(dir.path()) == 0 ? dir.path().size() + 1 : 0);
+    };
+    EXPECT_EQ(error_of("include bad.scn"), "bad.scn:2: no command \"nosuch\"; \"help\" lists them");
+    EXPECT_EQ(error_of("include none.scn"), "none.scn: No such file or directory");
+    EXPECT_EQ(error_of("include open.scn\nend"), "open.scn:1: \"end\" is missing");
+    EXPECT_EQ(error_of("include loop.scn"), "loop.scn:1: too many files include one another");
+    EXPECT_EQ(error_of("\ninclude"), "outer.scn:2: include: which file?");
+    EXPECT_EQ(error_of("on connect\ninclude bad.scn\nend"), "outer.scn:2: \"include\" inside \"on connect\"");
 }
 
 TEST_F(ScenarioTest, RunsStepsAtOnceWhenNothingWaits) {
@@ -118,8 +150,7 @@ TEST_F(ScenarioTest, ARunMayBeStartedAnew) {
 TEST_F(ScenarioTest, RecordsBeforeItsBeginDontCountForItsWaits) {
     chassis_.records.add("note", {{"text", "old"}});
     ASSERT_TRUE(read("wait timeout=1 kind=note\n"));
-    run_.start(scenario_, scenario_.on_start, chassis_.records.last_id(),
-               [this](const auto& e) { result_ = e; });
+    run_.start(scenario_.on_start, chassis_.records.last_id(), [this](const auto& e) { result_ = e; });
     pass(10);
     EXPECT_NE(result_, "");
 }

@@ -1,0 +1,9 @@
+// Firmware files of ONUs on their way to the line cards. Any thread; waits for the copy.
+#pragma once
+
+// Copies a file of the directory of firmware files to /tmp, from where the cards take it ("cp -f"). 0, or
+// OV_GPON_RET_NO_RESOURCE when it isn't there, couldn't be copied, or has a name that no file may have here
+// (ov_command_word_ok).
+int ov_product_onuupdate_mibdata_convert_to_hal(const char* version);
+// Whether a file of such a name is in the directory.
+bool ov_product_onu_image_exists(const char* version);
