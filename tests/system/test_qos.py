@@ -249,6 +249,25 @@ def test_managers_make_profiles_and_bind_them(chassis):
     manager.close()
 
 
+def test_a_card_that_refuses_the_third_message_of_a_binding(chassis):
+    shelf = Shelf(chassis, snmp=True)
+    chassis.wait_agent(15)
+    manager = Manager(chassis)
+    assert shelf.on_gpon(*PROFILES)[0] == [0] * 5
+    uplink = Table(manager, "30.2", 7, {2: INT, 3: INT, 4: INT})
+    chassis.card_fault(8, "code", type="port-qos-traffic", code=1004)
+    wanted = {2: 16, 3: 128, 4: 4}
+    assert uplink.set((1, 8, 1), wanted) != "noError"
+    assert [uplink.get((1, 8, 1), column) for column in wanted] == ["0", "0", "0"]
+    assert uplink.set((1, 8, 1), wanted) == "noError"
+    assert [uplink.get((1, 8, 1), column) for column in wanted] == ["16", "128", "4"]
+    assert shelf.told(8)["ports"] == [(1, 16, 4, 128, [0, 0])]
+    assert uplink.set((1, 8, 1), {2: 0, 3: 0, 4: 0}) == "noError"
+    assert shelf.on_gpon(*(f"no profile {profile}" for profile in NONE_LEFT)) == ([0] * 5, "")  # nothing counts twice
+    assert shelf.refusals() == [{}, {}]
+    manager.close()
+
+
 # ---- the guide ------------------------------------------------------------------------------------------------------
 
 
