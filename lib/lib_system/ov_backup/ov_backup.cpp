@@ -1,5 +1,6 @@
 #include "ov_backup.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -80,6 +81,16 @@ int ov_backup_get_self_host(uint32_t slot, char* host, size_t size) {
 
 namespace {
 
+// One that is longer than a command may be is cut; with what else a command has, it is too long then.
+[[gnu::format(printf, 1, 2)]] std::string text_of(const char* format, ...) {
+    char text[OV_BACKUP_ARG_SIZE];
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    return length < 0 ? std::string() : std::string(text);
+}
+
 bool is_directory(const char* path, bool& yes) {
     struct stat status {};
     if (stat(path, &status) != 0 || (!S_ISDIR(status.st_mode) && !S_ISREG(status.st_mode)))
@@ -105,17 +116,21 @@ bool credentials_of(uint32_t slot, std::string& words) {
         ov_backup_ask_for_env_value(slot, "ftppasswd", password) != OV_SUCCESS || !ov_command_word_ok(user) ||
         !ov_command_word_ok(password))
         return false;
-    words = std::string("-u ") + user + " -p \"" + password + "\" ";
+    words = text_of("-u %s -p \"%s\" ", user, password);
     return true;
 }
 
 // The two kinds of transfer, up to the host.
-constexpr const char* FETCH_AND_TEST = "ov_backup_get_and_test -h ";
-constexpr const char* FETCH = "ov_get -m ncftp -h ";
+using Fetch = std::string(const char* host);
+std::string fetch_and_test(const char* host) {
+    return text_of("ov_backup_get_and_test -h %s ", host);
+}
+std::string fetch_alone(const char* host) {
+    return text_of("ov_get -m ncftp -h %s ", host);
+}
 
 // The command that fetches `source`; empty when there is none.
-std::string command_of(const char* fetch, uint32_t slot, const ov_backup_src_path_t& source,
-                       const char* path) {
+std::string command_of(Fetch* fetch, uint32_t slot, const ov_backup_src_path_t& source, const char* path) {
     const std::string text = source.text;
     const size_t colon = text.find(':');
     if (colon == text.npos)
@@ -127,12 +142,13 @@ std::string command_of(const char* fetch, uint32_t slot, const ov_backup_src_pat
     if (!ov_command_word_ok(host) || !ov_command_word_ok(remote) || !ov_command_word_ok(path) ||
         !is_directory(remote.c_str(), whole_directory) || !credentials_of(slot, credentials))
         return "";
-    const std::string command =
-        fetch + host + " " + credentials + "-l " + path + " -r " + remote + (whole_directory ? " -R" : "");
+    const std::string paths = whole_directory ? text_of("-l %s -r %s -R", path, remote.c_str())
+                                              : text_of("-l %s -r %s", path, remote.c_str());
+    const std::string command = fetch(host.c_str()) + credentials + paths;
     return command.size() < OV_BACKUP_ARG_SIZE ? command : "";
 }
 
-int inform_slot(const char* fetch, uint32_t slot, const ov_backup_src_path_t& source, const char* path) {
+int inform_slot(Fetch* fetch, uint32_t slot, const ov_backup_src_path_t& source, const char* path) {
     const std::string command = command_of(fetch, slot, source, path);
     const int result = command.empty()
                            ? OV_FAIL
@@ -146,17 +162,17 @@ int inform_slot(const char* fetch, uint32_t slot, const ov_backup_src_path_t& so
 
 int ov_backup_inform_slot_ftpget_and_test(uint32_t /*own_slot*/, uint32_t slot,
                                           const ov_backup_src_path_t& source, const char* path) {
-    return inform_slot(FETCH_AND_TEST, slot, source, path);
+    return inform_slot(fetch_and_test, slot, source, path);
 }
 
 int ov_backup_inform_slot_ftpget(uint32_t /*own_slot*/, uint32_t slot, const ov_backup_src_path_t& source,
                                  const char* path) {
-    return inform_slot(FETCH, slot, source, path);
+    return inform_slot(fetch_alone, slot, source, path);
 }
 
 int ov_backup_save_path_to_slot(uint32_t slot, const char* path) {
     char host[OV_BACKUP_HOST_SIZE];
-    if (ov_backup_get_self_host(slot, host, sizeof host) != OV_SUCCESS)
+    if (path == nullptr || ov_backup_get_self_host(slot, host, sizeof host) != OV_SUCCESS)
         return OV_FAIL;
     bool directory = false;
     if (!is_directory(path, directory)) {

@@ -371,6 +371,9 @@ TEST(Backup, NoWordThatMeansSomethingToAShellGetsIntoACommand) {
         EXPECT_EQ(ov_backup_inform_slot_ftpget(OWN, MATE, {"$(reboot):/tmp/env"}, "/tmp/env"), OV_FAIL);
         EXPECT_EQ(ov_backup_inform_slot_ftpget(OWN, MATE, {"126.1.0.8:/tmp/env"}, "`reboot`"), OV_FAIL);
         EXPECT_EQ(ov_backup_inform_slot_ftpget(OWN, MATE, {"no-colon"}, "/tmp/env"), OV_FAIL);
+        const std::string long_path = "/tmp/" + std::string(1020, 'x'); // more than a command can hold
+        EXPECT_EQ(ov_backup_inform_slot_ftpget(OWN, MATE, {"126.1.0.8:/tmp/env"}, long_path.c_str()),
+                  OV_FAIL);
         EXPECT_THAT(peer.asked(), Each(testing::StartsWith("4 ")));
     });
 }
