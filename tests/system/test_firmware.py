@@ -173,6 +173,18 @@ def test_an_upgrade_that_was_committed_survives_a_power_cut(few):
     wait_for(lambda: few.versions() == ["V2.0.0"] + ["V1.0.0"] * 3, what="ONU 1 to run what was committed")
 
 
+def test_a_card_that_refuses_is_told_with_its_reason(few):
+    few.start()
+    few.wait_for("DOWNLOADSUC")
+    few.chassis.card_fault(1, "code", type="rmonu-update", code=1009)
+    reply = few.session(f"cpe commit file {FILE}")
+    assert (reply.result, str(reply)) == (
+        1, f"%Collection 4 ONU version {FILE} commited success \n%Failed to commit onu \n")  # fmt: skip
+    assert "refused with code 1009" in str(few.session("show refusal"))
+    few.typed(f"cpe commit file {FILE}")
+    few.wait_for("COMMITOK")
+
+
 def test_from_a_server_the_onus_do_all_of_it(few):
     line = f"onu upgrade enable file v3.bin size 5000 version V3.0.0 eqptid {MODEL} serverip 10.0.0.1"
     assert few.typed(f"{line} {PORT} onu-range 1 3") == ""

@@ -160,8 +160,8 @@ TEST_F(UpgradeRun, GoesInItsSteps) {
     plug(1);
     start();
     wait_for(4);
-    EXPECT_EQ(progress().verSize, 16);
-    EXPECT_EQ(progress().transmitted, 16);
+    EXPECT_EQ(progress().verSize, 17);
+    EXPECT_EQ(progress().transmitted, 17);
     EXPECT_EQ(std::string(progress().verName), path.filename().string());
     tell(COMMIT);
     wait_for(6);
