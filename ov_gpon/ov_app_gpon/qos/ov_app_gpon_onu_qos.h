@@ -67,9 +67,9 @@ uint32_t ov_app_onu_qos_get_max_bw(const ov_app_onu_qos_s*);
 uint32_t ov_app_onu_qos_get_min_bw(const ov_app_onu_qos_s*);
 uint32_t ov_app_onu_qos_get_weight(const ov_app_onu_qos_s*);
 
-// Adds the object to the copies of `flag` and takes it over; on any other answer than OV_QOS_OK it stays the
-// caller's. A row that is there already counts as added: the object takes its values. OV_ONU_QOS_IN_USE when
-// the ONU has an object.
+// Adds the object to the copies of `flag`, and with SYNC_APP takes it over; on any other answer than
+// OV_QOS_OK it stays the caller's. A row that is there already counts as added: the object takes its values.
+// OV_ONU_QOS_IN_USE when the ONU has an object.
 int ov_app_onu_qos_add(ov_app_onu_qos_s*, uint32_t flag);
 // Takes the object out of the copies of `flag` and, if that is of the application's, ends it. With SYNC_HAL
 // its profiles are free of it; the card isn't told. OV_ONU_QOS_NOT_IN_USE for one that isn't held, or null.

@@ -60,17 +60,17 @@ uint32_t ov_app_port_qos_get_qos_traffic_profile(const ov_app_port_qos_s*);
 uint32_t ov_app_port_qos_get_cosq_map_profile(const ov_app_port_qos_s*);
 uint32_t ov_app_port_qos_get_cos_to_cos_profile(const ov_app_port_qos_s*, qos_link_e link);
 
-// Adds the object to the copies of `flag` and takes it over; on any other answer than OV_QOS_OK it stays the
-// caller's. A row that is there already counts as added: the object takes its values. The card is told what
-// differs from the defaults. OV_PORT_QOS_IN_USE when the port has an object.
+// Adds the object to the copies of `flag`, and with SYNC_APP takes it over; on any other answer than
+// OV_QOS_OK it stays the caller's. A row that is there already counts as added: the object takes its values.
+// The card is told what differs from the defaults. OV_PORT_QOS_IN_USE when the port has an object.
 int ov_app_port_qos_add(ov_app_port_qos_s*, uint32_t flag);
 // Takes the object out of the copies of `flag` and, if that is of the application's, ends it. With SYNC_HAL
 // its profiles are free of it. OV_PORT_QOS_NO_IN_USE for one that isn't held, or null.
 int ov_app_port_qos_del(ov_app_port_qos_s*, uint32_t flag);
 // Hands what has changed to the copies of `flag`: one message for each attribute, waiting for the card. At
-// the first that it refuses that attribute is as before, those behind it still wait, and the answer is
-// OV_QOS_HAL_FAIL. A change of the model tells the controller; one to hierarchy takes every profile off the
-// port, one to simple tells the card its ONUs again.
+// the first that it refuses, that attribute and those behind it are as before, those in front of it stay, no
+// row is written, and the answer is OV_QOS_HAL_FAIL. A change of the model tells the controller; one to
+// hierarchy takes every profile off the port, one to simple tells the card its ONUs again.
 int ov_app_port_qos_set(ov_app_port_qos_s*, uint32_t flag);
 // The object of a port; null for none. It stays the module's.
 ov_app_port_qos_s* ov_app_find_port_qos_by_ifindex(ov_ifindex_t ifindex);
