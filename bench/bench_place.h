@@ -102,6 +102,7 @@ inline void set_up_platform() {
                                       "PDT_INFO_SHELF_TYPE) echo 53 ;;\n"
                                       "PDT_INFO_CARD_SLOTID) echo 8 ;;\n"
                                       "OV_APP_FLAG_FILE_HA_RECOVERY) echo /tmp/recovering ;;\n"
+                                      "OV_APP_FLAG_SYS_OPSTATUS) cat /tmp/operational 2>/dev/null ;;\n"
                                       "*) exit 1 ;;\n"
                                       "esac\n");
     chmod("/tmp/bin/ov_env_get", 0755);

@@ -27,6 +27,7 @@ constexpr uint16_t RMONU_UPDATE = 930;
 constexpr uint16_t RMONU_UPD_STATUS = 940;
 constexpr uint16_t TRAP_SYNC = 949;
 constexpr uint16_t CONF_SYNC_END = 950;
+constexpr uint16_t PON_PROTECT = 952;
 constexpr uint16_t DEBUG = 966;
 constexpr uint16_t ONU_NET_UPGRADE = 967;
 constexpr uint16_t PORT_STAT_CLEAR = 96;
@@ -50,6 +51,8 @@ Card::Card(const CardShelf& shelf, uint32_t slot)
             [this](uint16_t number, uint32_t action, std::span<const uint8_t> record) {
                 report(number, action, record);
             }),
+      protection_(onus_, [this](uint16_t number, uint32_t action,
+                                std::span<const uint8_t> record) { report(number, action, record); }),
       flows_(shelf.loop, objects_, onus_), values_(objects_, onus_, flows_), upgrades_(shelf.loop, onus_) {}
 
 bool Card::open(std::string& error) {
@@ -66,6 +69,7 @@ void Card::restart() {
     flows_.settle();
     flows_.counts().clear();
     values_.restart();
+    protection_.restart();
     upgrades_.restart();
     onus_.card_restarted();
 }
@@ -166,6 +170,9 @@ void Card::follow(const CardRequest& request, bool held_before) {
     case GEMPORT:
         if (request.action == card_action::DELETE)
             flows_.counts().forget_gem(index);
+        break;
+    case PON_PROTECT:
+        protection_.follow(request);
         break;
     case RMONU_INFO:
         if (request.action == card_action::SET)

@@ -18,6 +18,7 @@
 #include "faults.h"
 #include "onu.h"
 #include "pm_traffic.h"
+#include "protection.h"
 #include "records.h"
 #include "upgrades.h"
 
@@ -75,6 +76,7 @@ public:
     const CardObjects& objects() const { return objects_; }
     Onus& onus() { return onus_; }
     const Onus& onus() const { return onus_; }
+    Protection& protection() { return protection_; }
     // What somebody has set of the optical module of a PON port.
     SetReadings& module(uint32_t port) { return values_.module(port); }
     // What passes through the card, and what it has counted.
@@ -129,6 +131,7 @@ private:
     IpcReceiver receiver_;
     CardObjects objects_;
     Onus onus_;
+    Protection protection_;
     PmFlows flows_;
     CardValues values_;
     Upgrades upgrades_;

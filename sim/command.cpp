@@ -12,10 +12,10 @@ constexpr Command HELP[] = {
 
 std::vector<const Command*> all_commands() {
     std::vector<const Command*> commands;
-    for (const auto group :
-         {std::span<const Command>(HELP), record_commands(), controller_commands(), fault_commands(),
-          card_commands(), card_event_commands(), onu_commands(), uni_commands(), home_commands(),
-          upgrade_commands(), optics_commands(), traffic_commands(), chassis_commands()}) {
+    for (const auto group : {std::span<const Command>(HELP), record_commands(), controller_commands(),
+                             fault_commands(), card_commands(), card_event_commands(), onu_commands(),
+                             uni_commands(), home_commands(), upgrade_commands(), optics_commands(),
+                             traffic_commands(), protect_commands(), chassis_commands()}) {
         for (const Command& command : group)
             commands.push_back(&command);
     }

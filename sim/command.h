@@ -89,6 +89,7 @@ std::span<const Command> home_commands();
 std::span<const Command> upgrade_commands();
 std::span<const Command> optics_commands();
 std::span<const Command> traffic_commands();
+std::span<const Command> protect_commands();
 
 // The rest of "show onu" and "show port".
 Action parse_show_onu(Chassis& chassis, Arguments& args);

@@ -24,6 +24,7 @@ constexpr uint32_t ALARM_CLEARED = 2;
 constexpr uint32_t SOURCE_ONU = 6;
 
 constexpr uint32_t ONUS_PER_PON = 128;
+constexpr int STEPS_AT_ONCE = 32;
 
 template <size_t Size>
 void put_text(char (&field)[Size], std::string_view text) {
@@ -189,7 +190,7 @@ void Onus::start_ranging(Onu& onu) {
 }
 
 void Onus::ranged(Onu& onu) {
-    if (disabled_.contains(onu.pon)) {
+    if (disabled_.contains(onu.pon) || dark_.contains(onu.pon)) {
         onu.state = OnuState::LOST;
         return;
     }
@@ -231,6 +232,48 @@ void Onus::go_down(Onu& onu, OnuState state, uint32_t alarm) {
     }
     by_index_.erase(onu.index);
     onu.index = 0;
+}
+
+// ---- what happens to a port ------------------------------------------------------------------------------
+
+void Onus::lose_port(uint32_t pon) {
+    dark_.insert(pon);
+    const auto [first, last] = on_port(pon);
+    for (auto it = first; it != last; ++it)
+        lose(it->second);
+}
+
+void Onus::recover_port(uint32_t pon) {
+    dark_.erase(pon);
+    const auto [first, last] = on_port(pon);
+    for (auto it = first; it != last; ++it)
+        recover(it->second);
+}
+
+// Without an alarm: it doesn't fail, another port carries it.
+void Onus::leave_port(Onu& onu) {
+    leave_unconfigured(onu);
+    if (is_up(onu))
+        report_state(onu, STATE_ADDED);
+    by_index_.erase(onu.index);
+    onu.index = 0;
+    ++onu.step;
+}
+
+void Onus::move_port(uint32_t from, uint32_t to) {
+    const auto [first, last] = on_port(from);
+    std::vector<Onu> moving;
+    for (auto it = first; it != last; ++it) {
+        leave_port(it->second);
+        moving.push_back(it->second);
+    }
+    onus_.erase(first, last);
+    for (Onu& onu : moving) {
+        onu.pon = to;
+        Onu& moved = onus_.insert_or_assign(Key(to, onu.serial), onu).first->second;
+        if (moved.state != OnuState::OFF)
+            start_ranging(moved);
+    }
 }
 
 // ---- what the card is told -------------------------------------------------------------------------------
@@ -400,7 +443,8 @@ void Onus::arm() {
 
 void Onus::run_due() {
     const auto now = Clock::now();
-    while (!due_.empty() && due_.begin()->first <= now) {
+    // A card ranges its ONUs one by one and answers in between.
+    for (int left = STEPS_AT_ONCE; left > 0 && !due_.empty() && due_.begin()->first <= now; --left) {
         const auto [key, step] = due_.begin()->second;
         due_.erase(due_.begin());
         const auto it = onus_.find(key);

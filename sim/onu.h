@@ -106,6 +106,12 @@ public:
     void lose(Onu& onu);
     void recover(Onu& onu);
 
+    // Light of a whole port, lost and found; an ONU that is switched on meanwhile finds none.
+    void lose_port(uint32_t pon);
+    void recover_port(uint32_t pon);
+    // The ONUs of a port are on another one from now on, and ranged there.
+    void move_port(uint32_t from, uint32_t to);
+
     // The card was told of the ONU with this index, or told something new. False when that changed nothing
     // for any ONU on the port.
     bool told(uint32_t index);
@@ -137,6 +143,7 @@ private:
     void wait_anew(Onu& onu);
     void go_down(Onu& onu, OnuState state, uint32_t alarm);
     void leave_unconfigured(Onu& onu);
+    void leave_port(Onu& onu);
 
     bool is_for(const Onu& onu, uint32_t index) const;
     uint32_t find_index(const Onu& onu) const;
@@ -161,6 +168,7 @@ private:
     std::map<uint32_t, Key> by_index_;
     std::map<uint32_t, Key> promised_; // indexes given to ONUs that are to be learnt
     std::set<uint32_t> disabled_;      // ONUs and ports
+    std::set<uint32_t> dark_;          // ports whose fibre is cut
     std::multimap<Clock::time_point, std::pair<Key, uint32_t>> due_;
     EventLoop::TimerId timer_ = 0;
     std::chrono::milliseconds range_delay_{20};

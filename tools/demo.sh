@@ -63,8 +63,11 @@ keep_shell() {
     done
 }
 
+# A tour may have a chassis of its own.
+scenario=sim/scenarios/$(basename "${2:-demo}" .txt).scn
+[ -e "$scenario" ] || scenario=sim/scenarios/demo.scn
 mkdir -p /tmp/product
-setsid chassis-sim --scenario sim/scenarios/demo.scn >/tmp/chassis-sim.out 2>&1 &
+setsid chassis-sim --scenario "$scenario" >/tmp/chassis-sim.out 2>&1 &
 wait_for $control $! "The simulated chassis" /tmp/chassis-sim.out
 start_snmpd
 setsid tools/demo/keep-daemon $vty >/tmp/gpon.out 2>&1 &

@@ -6,6 +6,7 @@
 
 void gpon_vty_olt_cli_init() {
     gpon_port_cli_init();
+    gpon_pon_protect_cli_init();
     gpon_onu_life_cli_init();
     gpon_onu_batch_cli_init();
     gpon_onu_show_cli_init();

@@ -3,5 +3,7 @@
 
 // Settings of a port.
 void gpon_port_cli_init();
+// Protection groups, and copy and clear of a port.
+void gpon_pon_protect_cli_init();
 // Counters of ports, ONUs and GEM ports.
 void gpon_pm_cli_init();

@@ -40,14 +40,14 @@ std::string place_of(const Learnt& learnt) {
     return std::to_string(key.slotID) + "/" + std::to_string(key.portID) + ":" + std::to_string(key.onuId);
 }
 
-std::string profile_of(const Learnt& learnt) {
-    return learnt.profile != 0 ? std::to_string(learnt.profile) : "-";
+kavo_cell_t profile_cell(mib_ulong profile) {
+    return profile != 0 ? kavo_cell_t(profile) : kavo_cell_t("-");
 }
 
 void print_onu(const kavo_table_t& table, const Learnt& learnt) {
     const std::string result = ov_app_gpon_learn_outcome_text(learnt.outcome);
     table.row({place_of(learnt), learnt.sn, learnt.is_hgu ? "hgu" : "sfu", learnt.model, learnt.vendor,
-               ov_app_gpon_learn_rule_text(learnt.rule, learnt.slot), profile_of(learnt),
+               ov_app_gpon_learn_rule_text(learnt.rule, learnt.slot), profile_cell(learnt.profile),
                ov_local_time_text(learnt.at),
                learnt.reason.empty() ? result : result + ": " + learnt.reason});
 }
@@ -118,8 +118,8 @@ int gpon_show_onu_learned_summary_cli(CliCall& call) {
     }
     const kavo_table_t table = begin_table(call.vty, SUMMARY_COLUMNS);
     for (const auto& [key, sum] : sums)
-        table.row({key.first, key.second != 0 ? std::to_string(key.second) : "-", sum.onus, sum.refused,
-                   ov_local_time_text(sum.last_at)});
+        table.row(
+            {key.first, profile_cell(key.second), sum.onus, sum.refused, ov_local_time_text(sum.last_at)});
     table.line("total %d, refused %d", all.onus + all.refused, all.refused);
     return 0;
 }

@@ -134,7 +134,7 @@ def machine(tmp_path):
     sbin = tmp_path / "sbin"
     sbin.mkdir()
     fakes = tmp_path / "fakes"
-    asks = "for s in snmpd snmpd.service cron; do /usr/sbin/policy-rc.d $s start; echo $s $? >>$NOTES; done\n"
+    asks = "for s in snmpd snmpd.service tftpd-hpa cron; do /usr/sbin/policy-rc.d $s start; echo $s $? >>$NOTES; done\n"
     script(fakes / "apt-get", f'echo "apt-get $*" >>$NOTES\ncase "$*" in *install*) {asks} exit $APT_STATUS ;; esac')
     script(fakes / "systemctl", 'echo "systemctl $*" >>$NOTES')
     box = Sandbox(binds=[tmp_path, REPO])
@@ -154,12 +154,13 @@ def machine(tmp_path):
 INSTALL = REPO / "tools" / "install_packages.sh"
 
 
-def test_a_new_master_agent_is_neither_started_nor_enabled(machine):
-    status, notes = machine(INSTALL, "snmp", "snmpd")
+def test_a_new_service_is_neither_started_nor_enabled(machine):
+    status, notes = machine(INSTALL, "snmp", "snmpd", "tftpd-hpa")
     assert status == 0
     assert notes[0] == "apt-get update"
-    assert notes[1].endswith("install -y --no-install-recommends snmp snmpd")
-    assert notes[2:] == ["snmpd 101", "snmpd.service 101", "cron 0", "systemctl disable snmpd.service"]
+    assert notes[1].endswith("install -y --no-install-recommends snmp snmpd tftpd-hpa")
+    assert notes[2:6] == ["snmpd 101", "snmpd.service 101", "tftpd-hpa 101", "cron 0"]
+    assert notes[6:] == ["systemctl disable snmpd.service", "systemctl disable tftpd-hpa.service"]
     assert not list(machine.sbin.iterdir())
 
 
@@ -169,7 +170,7 @@ def test_the_machines_own_rule_for_services_stands_and_comes_back(machine, apt_s
     before = own.read_text()
     status, notes = machine(INSTALL, "snmpd", apt_status=apt_status)
     assert status == apt_status
-    assert notes[2:5] == ["snmpd 101", "snmpd.service 101", "cron 104"]
+    assert notes[2:6] == ["snmpd 101", "snmpd.service 101", "tftpd-hpa 0", "cron 104"]
     assert own.read_text() == before
     assert [path.name for path in machine.sbin.iterdir()] == ["policy-rc.d"]
 
@@ -186,7 +187,7 @@ def test_other_packages_are_installed_as_usual(machine):
     own = script(machine.sbin / "policy-rc.d", "exit 0\n")
     status, notes = machine(INSTALL, "ninja-build")
     assert status == 0
-    assert notes[2:] == ["snmpd 0", "snmpd.service 0", "cron 0"]
+    assert notes[2:] == ["snmpd 0", "snmpd.service 0", "tftpd-hpa 0", "cron 0"]
     assert own.exists()
 
 

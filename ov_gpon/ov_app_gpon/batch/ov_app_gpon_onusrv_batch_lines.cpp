@@ -4,6 +4,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "app_row_doors.h"
 #include "app_rows.h"
 #include "onuQosTable.h"
 #include "ov_app_gpon_gemport.h"
@@ -23,26 +24,6 @@
 #include "ov_app_gpon_tcont.h"
 
 namespace {
-
-// ---- the three shapes of a table's door -------------------------------------------------------------------
-
-template <typename Row>
-int write_by(int (*door)(Row*, MIB_Flags_t*), Row& row, MIB_Flags_t& columns) {
-    return door(&row, &columns);
-}
-template <typename Row>
-int write_by(int (*door)(Row*, MIB_Flags_t), Row& row, MIB_Flags_t& columns) {
-    return door(&row, columns);
-}
-// The check callbacks are passed over: they ask what the set callbacks ask again.
-template <typename Row>
-int write_by(int (*door)(Row*, MIB_Flags_t*, int), Row& row, MIB_Flags_t& columns) {
-    constexpr int NO_CHECK = 0;
-    return door(&row, &columns, NO_CHECK);
-}
-
-template <typename Row, typename... More>
-Row row_of_door(int (*door)(Row*, More...));
 
 // ---- rows -------------------------------------------------------------------------------------------------
 
@@ -66,7 +47,8 @@ template <auto door>
 ov_batch_cfg_error_e give(const BatchRow& from, const ov_sOnuTable_attr_t& onu) {
     auto row = row_for<decltype(row_of_door(door))>(from, onu);
     MIB_Flags_t columns = from.columns;
-    return write_by(door, row, columns) == OV_GPON_RET_OK ? NO_ERROR : from.line->error;
+    // The check callbacks ask what the set callbacks ask again.
+    return write_by(door, row, columns, Checks::PASSED_OVER) == OV_GPON_RET_OK ? NO_ERROR : from.line->error;
 }
 
 template <typename Row>

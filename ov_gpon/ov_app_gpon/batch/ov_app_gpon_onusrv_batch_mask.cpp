@@ -1,38 +1,9 @@
 #include "ov_app_gpon_onusrv_batch_mask.h"
 
-#include <algorithm>
-#include <cstring>
-
 #include "app_columns.h"
-#include "table_module.h"
+#include "app_row_settings.h"
 
 namespace {
-
-// ---- settings that aren't at their default ----------------------------------------------------------------
-
-bool has_default(const ColumnDesc& column, const char* value) {
-    if (column.type == ColType::TEXT)
-        return std::strcmp(value, column.dflt_text) == 0;
-    if (column.type == ColType::BIN)
-        return std::count(value, value + column.size, '\0') == column.size;
-    int32_t number = 0;
-    static_assert(sizeof(mib_long) == sizeof number && sizeof(mib_ulong) == sizeof number);
-    std::memcpy(&number, value, sizeof number);
-    return number == static_cast<int32_t>(column.dflt);
-}
-
-bool is_setting(const ColumnDesc& column) {
-    return column.access != ColAccess::READ_ONLY && column.type != ColType::ROWSTATUS;
-}
-
-template <typename Row>
-MIB_Flags_t settings_of(const Row& row) {
-    MIB_Flags_t columns = {};
-    for (const ColumnDesc& column : table_of<Row>::module().desc().columns)
-        if (is_setting(column) && !has_default(column, reinterpret_cast<const char*>(&row) + column.offset))
-            mib_flag_set(columns, column.number);
-    return columns;
-}
 
 // ---- service ports ----------------------------------------------------------------------------------------
 

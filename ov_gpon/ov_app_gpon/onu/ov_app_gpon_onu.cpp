@@ -99,7 +99,7 @@ void move_to_pair(Onu& onu) {
 bool add_on_pair(const OnuChange& change) {
     Onu copy = change.row;
     MIB_Flags_t columns = mibDefFlags;
-    if (text_in(copy.sOnuTableOnuName) == default_name_of(copy).data())
+    if (ov_app_gpon_onu_is_named_by_place(copy))
         mib_flag_clear(columns, column::sOnuTableOnuName); // the pair's ONU gets its own
     move_to_pair(copy);
     return ov_app_gpon_onu_add(&copy, &columns, 0) == OV_GPON_RET_OK;
@@ -222,7 +222,7 @@ int bad_param(const char* text) {
 // Completes a new ONU's row and mask: what the profile dictates, its identity, its row status.
 void complete_new_onu(Onu& onu, MIB_Flags_t& columns) {
     if (!mib_flag_is_set(columns, column::sOnuTableOnuName))
-        set_text(onu.sOnuTableOnuName, default_name_of(onu).data());
+        ov_app_gpon_onu_name_by_place(onu);
     onu.sOnuTableIfIndex = onu_ifindex_of(onu);
     onu.sOnuTableRowStatus = OVRA_CREATEANDGO;
     for (const unsigned filled : {column::sOnuTableIfIndex, column::sOnuTableOnuName,
@@ -353,6 +353,14 @@ void ov_app_gpon_onu_init() {
 }
 
 // ---- doors -----------------------------------------------------------------------------------------------
+
+bool ov_app_gpon_onu_is_named_by_place(const ov_sOnuTable_attr_t& onu) {
+    return text_in(onu.sOnuTableOnuName) == default_name_of(onu).data();
+}
+
+void ov_app_gpon_onu_name_by_place(ov_sOnuTable_attr_t& onu) {
+    set_text(onu.sOnuTableOnuName, default_name_of(onu).data());
+}
 
 int ov_app_gpon_onu_add(ov_sOnuTable_attr_t* attr, MIB_Flags_t* flag, int is_need_check) {
     if (!attr || !flag)

@@ -35,6 +35,10 @@ int ov_app_gpon_onu_edit(ov_sOnuTable_attr_t* attr, MIB_Flags_t* flag);
 // Removes an ONU and all that hangs off it. 0 or OV_GPON_RET_BAD_PARAM.
 int ov_app_gpon_onu_del(ov_sOnuTable_attr_t* attr);
 
+// Whether an ONU has the name that its place gives it, "gpon-onu%d/%d:%d"; and gives it that name.
+bool ov_app_gpon_onu_is_named_by_place(const ov_sOnuTable_attr_t& onu);
+void ov_app_gpon_onu_name_by_place(ov_sOnuTable_attr_t& onu);
+
 // May the row become so? Resolves names into ids. `action` is an OV_HAL_GPON_MSG_ACTION_*. 1 passes.
 char ov_app_gpon_onu_may_become(ov_sOnuTable_attr_t* onu, int action, MIB_Flags_t columns);
 // Takes for a template ONU's create what its service profile brings along, or gives it back for its delete:

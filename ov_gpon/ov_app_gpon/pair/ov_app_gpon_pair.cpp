@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <deque>
+#include <new>
 #include <vector>
 
 #include "app_loop.h"
@@ -23,7 +24,7 @@ struct RepeatedWrite {
 std::array<ov_app_gpon_pair_writer_t, SYNC_TABLES + 1> writers; // by number; 0 is none
 std::deque<RepeatedWrite> on_their_way;                         // a timer for each
 
-// TODO: the writers, and the protection groups that alone give a port a role.
+// Null for a number that nobody knows.
 ov_app_gpon_pair_writer_t writer_of(int table) {
     return table >= 1 && table <= SYNC_TABLES ? writers[static_cast<size_t>(table)] : nullptr;
 }
@@ -31,7 +32,8 @@ ov_app_gpon_pair_writer_t writer_of(int table) {
 int ov_app_pon_protect_group_cfg_sync_handle_timer(struct thread* /*thread*/) {
     RepeatedWrite write = std::move(on_their_way.front());
     on_their_way.pop_front();
-    write.writer(write.row.data(), write.columns, write.action, write.partner);
+    if (write.writer != nullptr)
+        write.writer(write.row.data(), write.columns, write.action, write.partner);
     return 0;
 }
 
@@ -44,13 +46,13 @@ void ov_app_gpon_pair_writer_set(ov_pon_protect_sync_table_e table, ov_app_gpon_
 int ov_app_pon_protect_group_config_table_sync(int syncTable, const void* row, int len,
                                                const MIB_Flags_t& column_flag, int action,
                                                ov_ifindex_t protect) {
-    const ov_app_gpon_pair_writer_t writer = writer_of(syncTable);
-    if (writer == nullptr) {
+    const auto* bytes = static_cast<const std::byte*>(row);
+    try {
+        on_their_way.push_back({writer_of(syncTable), {bytes, bytes + len}, column_flag, action, protect});
+    } catch (const std::bad_alloc&) {
         OV_LOG_ERROR("MMG", "Failed: XMALLOC MTYPE_PON.\n");
         return 0;
     }
-    const auto* bytes = static_cast<const std::byte*>(row);
-    on_their_way.push_back({writer, {bytes, bytes + len}, column_flag, action, protect});
     app_add_timer_msec(ov_app_pon_protect_group_cfg_sync_handle_timer, nullptr, BEHIND_THE_ACCESS_MSEC);
     return 1;
 }

@@ -44,8 +44,8 @@ typedef void (*ov_app_gpon_pair_writer_t)(void* row, const MIB_Flags_t& columns,
 void ov_app_gpon_pair_writer_set(ov_pon_protect_sync_table_e table, ov_app_gpon_pair_writer_t writer);
 
 // Repeats a write of a working port's row (of `len` bytes, copied) on the partner port `protect`, when the
-// loop comes round: the table is locked as long as the access lasts. 1 when that is on its way, 0 behind a
-// log line when it can't be, as for a table without a writer.
+// loop comes round: the table is locked as long as the access lasts. Repeated writes keep their order. 1 when
+// that is on its way, or nobody writes that table; 0 behind a log line without memory.
 int ov_app_pon_protect_group_config_table_sync(int syncTable, const void* row, int len,
                                                const MIB_Flags_t& column_flag, int action,
                                                ov_ifindex_t protect);

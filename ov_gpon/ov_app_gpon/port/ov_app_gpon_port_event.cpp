@@ -52,7 +52,10 @@ void add_pon_row(const uif_t& uif) {
     enter_onus_of_port(row);
 }
 
+// A port that has appeared before has its object, and so has one whose row was loaded from its file.
 void add_port_qos(const uif_t& uif) {
+    if (ov_app_find_port_qos_by_ifindex(uif.ifindex) != nullptr)
+        return;
     ov_app_port_qos_s* qos = ov_app_port_qos_new();
     if (!qos) {
         OV_LOG_ERROR("LIB", "new port qos of %s failed", uif.name);

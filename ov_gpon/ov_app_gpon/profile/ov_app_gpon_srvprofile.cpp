@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "app_index.h"
 #include "app_name_index.h"
 #include "app_set_callback.h"
 #include "sOnuTable.h"
@@ -32,6 +33,12 @@ void send_removal(mib_ulong id) {
     constexpr auto REMOVAL = static_cast<ov_hal_gpon_msg_action_t>(MODE_DEL);
     big_uint32_at record = id;
     ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_ONU_SRV_PROFILE, REMOVAL, &record, 0, 0);
+}
+
+// Its id stands where ONU ids stand, in rows and in what cards are told.
+bool has_place(const Row& profile) {
+    return fits(profile.onuSrvProfileId, ov_gpon_max_srvpofile_num()) ||
+           ov_refusal_because("a service profile has a number from 1 to %d", ov_gpon_max_srvpofile_num());
 }
 
 // Whether a port or an ONU has the profile; states which one.
@@ -158,7 +165,10 @@ int ov_gpon_onu_srvpofile_set_callback(MIBDID did, void* row, MIB_Flags_t /*colu
     if (profile.onuSrvProfileName[0] == '\0')
         snprintf(profile.onuSrvProfileName, sizeof profile.onuSrvProfileName, "%d",
                  static_cast<int>(profile.onuSrvProfileId));
-    if (MibRowStatusGet(did, row) != MODE_DEL)
+    const int mode = MibRowStatusGet(did, row);
+    if (mode == MODE_CRE && !has_place(profile))
+        return SET_REFUSED;
+    if (mode != MODE_DEL)
         return SET_ACCEPTED;
     if (refuse_while_used(profile.onuSrvProfileId))
         return SET_REFUSED;

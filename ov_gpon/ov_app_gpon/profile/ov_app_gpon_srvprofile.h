@@ -1,12 +1,10 @@
 // Service profiles: sOnuSrvProfileTable, a named set of rows that many ONUs share. The rows of a profile
-// stand in the ordinary tables under slot 31, port 15, the profile's id for the ONU (app_rows.h).
+// stand in the ordinary tables under slot 31, port 15, the profile's id for the ONU (app_key.h): ids are 1 to
+// ov_gpon_max_srvpofile_num().
 #pragma once
 
 #include "mmg_access.h"
 #include "sOnuSrvProfileTable.h"
-
-// Profile ids are 1 to this: they stand where ONU ids stand.
-inline constexpr int OV_GPON_SRVPROFILE_ID_MAX = 128;
 
 extern int gpon_onu_srvprofile_appid;
 

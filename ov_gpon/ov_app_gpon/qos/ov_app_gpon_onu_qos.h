@@ -7,10 +7,13 @@
 // Main loop only. Functions answer OV_QOS_RET; a null object is OV_QOS_ERR.
 #pragma once
 
+#include "app_message_map.h"
 #include "mmg_access.h"
+#include "onuQosTable.h"
 #include "ov_app_gpon_qos_codes.h"
 #include "ov_app_gpon_qos_list.h"
 #include "ov_hal_gpon_msg.h"
+#include "ov_hal_gpon_records.h"
 #include "ov_types.h"
 
 struct ov_app_cosq_map_profile_s;
@@ -107,6 +110,8 @@ int ov_onu_qos_onu_srvprofile_set_callback(MIBDID did, void* row, MIB_Flags_t co
 // Tells the card in `slot` what its ONUs and service ports have beside the defaults, without waiting for it.
 // OV_QOS_OK.
 int ov_app_onu_qos_config_restore(int slot);
+// How the columns of its table reach the card.
+extern const MessageMap<ov_onuQosTable_attr_t, ov_gpon_onu_qos_attr_t> onu_qos_map;
 // Which attributes a replay's set brings for a row of the table: those whose columns differ from what the
 // create has given the card, as the lines of the table's map say (app_message_map.h).
 ov_bmp_t ov_onu_qos_table_attr_mask_get(const void* row);

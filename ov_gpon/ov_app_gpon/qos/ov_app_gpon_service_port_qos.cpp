@@ -1,17 +1,14 @@
-// The QoS of service ports: the one kind of QoS object that is numerous, hence a tree bounded by the chassis.
 #include <memory>
 #include <new>
 
-#include "app_rows.h"
 #include "app_set_callback.h"
 #include "avltree.h"
-#include "cosToCosProfileTable.h"
-#include "ov_app_gpon_qos.h"
-#include "ov_hal_gpon_msg.h"
 #include "ov_hal_gpon_records.h"
+#include "ov_hal_qos_msg.h"
 #include "ov_ifindex.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
+#include "qos_port.h"
 #include "servicePortTable.h"
 
 avl_tree_s* g_service_port_qos_avl_entry = nullptr;
@@ -20,9 +17,16 @@ namespace {
 
 using Qos = ov_app_service_port_qos_s;
 using QosOwner = std::unique_ptr<Qos, decltype(&ov_app_service_port_qos_destroy)>;
+using Field = QosField<Qos>;
 namespace column = servicePortTable_column;
 
-constexpr uint32_t COS_TO_COS_CHANGED = 1u << OV_GPON_SERVICE_PORT_ATTR_INDEX_cos_to_cos;
+constexpr unsigned COS_TO_COS_BIT = OV_GPON_SERVICE_PORT_ATTR_INDEX_cos_to_cos;
+template <qos_link_e link>
+constexpr Field COS_TO_COS =
+    Field::of_link<&Qos::cos_to_cos_profile_id, &Qos::cos_to_cos_profile_id_old, link>(COS_TO_COS_BIT)
+        .naming(QOS_PROFILE_COS_TO_COS);
+constexpr Field FIELDS[] = {COS_TO_COS<QOS_UP_LINK>, COS_TO_COS<QOS_DOWN_LINK>};
+constexpr QosFields<Qos> ALL(FIELDS);
 
 avl_tree_s* objects() {
     if (g_service_port_qos_avl_entry == nullptr)
@@ -33,14 +37,6 @@ avl_tree_s* objects() {
 
 bool is_held(const Qos* qos) {
     return qos != nullptr && ov_app_find_service_port_qos_by_ifindex(qos->index) == qos;
-}
-
-// Profile 0 is always there: each COS stays what it is.
-bool is_cos_to_cos_profile(uint32_t id) {
-    ov_cosToCosProfileTable_attr_t key = {};
-    key.shelfID = GPON_SHELF;
-    key.cosToCosProfileId = static_cast<decltype(key.cosToCosProfileId)>(id);
-    return id == 0 || (id < OV_QOS_COS_TO_COS_PROFILE_INVALID && find_row(key) != nullptr);
 }
 
 ov_servicePortTable_attr_t row_key_of(ov_ifindex_t index) {
@@ -58,30 +54,24 @@ void take_values_of(const ov_servicePortTable_attr_t& row, Qos& qos) {
                          static_cast<int>(profiles[link]), qos.index);
 }
 
-void settle(Qos& qos) {
-    for (const qos_link_e link : {QOS_UP_LINK, QOS_DOWN_LINK})
-        qos.cos_to_cos_profile_id_old[link] = qos.cos_to_cos_profile_id[link];
-    qos.sflag = 0;
-}
+// ---- the card ---------------------------------------------------------------------------------------------
 
-void roll_back(Qos& qos) {
-    for (const qos_link_e link : {QOS_UP_LINK, QOS_DOWN_LINK})
-        qos.cos_to_cos_profile_id[link] = qos.cos_to_cos_profile_id_old[link];
-    qos.sflag = 0;
-}
-
-// Tells the card the uplink profile; the downlink's is the ONU's matter there.
-int sync_card(Qos& qos) {
+// The card has the uplink profile; the downlink's is the ONU's matter there.
+int send(const Qos& qos, HalWait wait) {
     ov_gpon_service_port_attr_t record = {};
     record.ifindex = qos.index;
     record.cos_to_cos_profile = qos.cos_to_cos_profile_id[QOS_UP_LINK];
-    if (ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_SERVPORT, OV_HAL_GPON_MSG_ACTION_SET, &record,
-                             static_cast<ov_bmp_t>(COS_TO_COS_CHANGED), 1) == OV_GPON_RET_OK) {
-        // TODO: the use counters of both COS-to-COS profiles; the profiles aren't there yet.
+    return ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_SERVPORT, OV_HAL_GPON_MSG_ACTION_SET, &record,
+                                static_cast<ov_bmp_t>(1u << COS_TO_COS_BIT),
+                                wait == HalWait::FOR_CARD ? 1 : 0);
+}
+
+int tell(const Qos& qos) {
+    const int result = send(qos, HalWait::FOR_CARD);
+    if (result == OV_GPON_RET_OK)
         return OV_QOS_OK;
-    }
+    refuse_for_card(result, OV_HAL_MSG_GPON_SERVPORT);
     OV_LOG_ERROR("QOS", "SYNC_HAL failed");
-    roll_back(qos);
     return OV_QOS_HAL_FAIL;
 }
 
@@ -97,9 +87,21 @@ int sync_row(const Qos& qos) {
     return OV_QOS_MIB_FAIL;
 }
 
+// The first object whose index isn't below this one; null behind the last.
+const avl_node_s* first_from(ov_ifindex_t index) {
+    const avl_node_s* found = nullptr;
+    for (const avl_node_s* node = avl_top(objects()); node != nullptr;) {
+        const bool is_below = static_cast<const Qos*>(node->info)->index < index;
+        if (!is_below)
+            found = node;
+        node = is_below ? node->right : node->left;
+    }
+    return found;
+}
+
 } // namespace
 
-// ---- life -------------------------------------------------------------------------------------------------
+// ---- start and replay -------------------------------------------------------------------------------------
 
 unsigned qos_servport_get_max_count() {
     switch (ov_product_get_shelf_type()) {
@@ -133,18 +135,32 @@ void ov_app_service_port_qos_init() {
             return;
         qos->index = index;
         take_values_of(row, *qos);
-        settle(*qos);
         if (ov_app_service_port_qos_add(qos.get(), SYNC_APP) == OV_QOS_OK)
             static_cast<void>(qos.release());
     }
 }
+
+void _restore_service_port_qos_by_onuif(ov_ifindex_t onu) {
+    constexpr ov_ifindex_t MOST_BEHIND_ONU = 127;
+    const ov_ifindex_t first =
+        service_port_ifindex(onu_key_of_ifindex<ov_servicePortTable_attr_t>(onu), 1) & ~MOST_BEHIND_ONU;
+    for (const avl_node_s* node = first_from(first); node != nullptr; node = avl_next_sort(node)) {
+        const Qos& qos = *static_cast<const Qos*>(node->info);
+        if (qos.index > first + MOST_BEHIND_ONU)
+            return;
+        if (qos.cos_to_cos_profile_id[QOS_UP_LINK] != OV_QOS_DEFAULT_INDEX_ID)
+            send(qos, HalWait::NO);
+    }
+}
+
+// ---- life -------------------------------------------------------------------------------------------------
 
 ov_app_service_port_qos_s* ov_app_service_port_qos_new() {
     auto* qos = new (std::nothrow) Qos{};
     if (qos == nullptr)
         return nullptr;
     qos->cos_to_cos_profile_id[QOS_DOWN_LINK] = OV_QOS_COS_TO_COS_PROFILE_INVALID;
-    settle(*qos);
+    qos_binding_start(ALL, *qos);
     return qos;
 }
 
@@ -171,11 +187,10 @@ int ov_app_service_port_qos_edit_index(ov_app_service_port_qos_s* qos, ov_ifinde
 
 int ov_app_service_port_qos_edit_cos_to_cos(ov_app_service_port_qos_s* qos, uint32_t profile_id,
                                             qos_link_e link) {
-    if (qos == nullptr || link >= QOS_LINKS || !is_cos_to_cos_profile(profile_id))
+    if (link >= QOS_LINKS)
         return OV_QOS_ERR;
-    qos->cos_to_cos_profile_id[link] = profile_id;
-    qos->sflag |= COS_TO_COS_CHANGED;
-    return OV_QOS_OK;
+    const Field& field = link == QOS_UP_LINK ? COS_TO_COS<QOS_UP_LINK> : COS_TO_COS<QOS_DOWN_LINK>;
+    return qos_binding_edit(qos, field, profile_id) == OV_QOS_OK ? OV_QOS_OK : OV_QOS_ERR;
 }
 
 // ---- copies -----------------------------------------------------------------------------------------------
@@ -196,11 +211,13 @@ int ov_app_service_port_qos_add(ov_app_service_port_qos_s* qos, uint32_t flag) {
     }
     // A card starts a service port with the defaults.
     if ((flag & SYNC_HAL) != 0 && qos->sflag != 0)
-        if (const int result = sync_card(*qos); result != OV_QOS_OK)
+        if (const int result = tell(*qos); result != OV_QOS_OK)
             return result;
-    settle(*qos);
-    if ((flag & SYNC_APP) != 0 && avl_insert(objects(), qos) != 0)
+    if ((flag & SYNC_APP) == 0)
+        return OV_QOS_OK;
+    if (avl_insert(objects(), qos) != 0)
         return OV_QOS_ERR;
+    qos_binding_enter(ALL, *qos);
     return OV_QOS_OK;
 }
 
@@ -208,7 +225,8 @@ int ov_app_service_port_qos_del(ov_app_service_port_qos_s* qos, uint32_t flag) {
     if (!is_held(qos))
         return OV_QOS_SERVICE_PORT_NOT_IN_USE;
     // Row and card lose the service port itself, with all that it has.
-    // TODO: with SYNC_HAL, the use counters of both COS-to-COS profiles; the profiles aren't there yet.
+    if ((flag & (SYNC_HAL | SYNC_APP)) != 0)
+        qos_binding_leave(ALL, *qos);
     if ((flag & SYNC_APP) != 0) {
         avl_delete(objects(), qos);
         ov_app_service_port_qos_destroy(qos);
@@ -219,10 +237,16 @@ int ov_app_service_port_qos_del(ov_app_service_port_qos_s* qos, uint32_t flag) {
 int ov_app_service_port_qos_set(ov_app_service_port_qos_s* qos, uint32_t flag) {
     if (!is_held(qos))
         return OV_QOS_SERVICE_PORT_NOT_IN_USE;
-    if ((flag & SYNC_HAL) != 0)
-        if (const int result = sync_card(*qos); result != OV_QOS_OK)
-            return result;
-    const int result = (flag & SYNC_MIB) != 0 ? sync_row(*qos) : OV_QOS_OK;
-    settle(*qos);
+    int result = OV_QOS_OK;
+    if ((flag & SYNC_HAL) != 0) {
+        result = tell(*qos);
+        if (result == OV_QOS_OK)
+            qos_binding_taken(ALL, *qos, qos->sflag);
+        else
+            qos_binding_roll_back(ALL, *qos, qos->sflag);
+    }
+    if (result == OV_QOS_OK && (flag & SYNC_MIB) != 0)
+        result = sync_row(*qos);
+    qos->sflag = 0;
     return result;
 }

@@ -27,14 +27,6 @@ bool is_for_all(const Rule& rule) {
 
 // ---- the card ---------------------------------------------------------------------------------------------
 
-// While the configuration is replayed at a start nothing is sent: each card is told when its turn comes.
-bool is_operational() {
-    if (ov_product_sys_oper_status_get())
-        return true;
-    OV_LOG_INFO("QINQ", "qinq hal vtysh init");
-    return false;
-}
-
 // 0 for an interface that no card has rules for.
 int message_of(ov_ifindex_t ifindex) {
     switch (ov_ifindex_get_port_type(ifindex)) {
@@ -58,9 +50,12 @@ int send_rule(Rule rule, int op) {
     return result;
 }
 
+// While the configuration is replayed at a start nothing is sent: each card is told when its turn comes.
 int ov_app_gpon_qinq_hal(const Rule& rule, int op) {
-    if (!is_operational())
+    if (!ov_product_sys_oper_status_get()) {
+        OV_LOG_INFO("QINQ", "qinq hal vtysh init");
         return OV_GPON_RET_OK;
+    }
     if (op != OV_GPON_QINQ_ATTR_INDEX_add && op != OV_GPON_QINQ_ATTR_INDEX_del)
         return OV_GPON_RET_NOT_SUPPORT;
     return send_rule(rule, op);
@@ -180,9 +175,8 @@ int ov_app_gpon_onu_qinq_on_onu_table_callback(MIBDID did, void* row, MIB_Flags_
 
 // ---- a card that comes up ---------------------------------------------------------------------------------
 
+// At a start that is while the system isn't in operation yet: it is what the rules have waited for.
 int ov_app_gpon_qinq_config_restore(int slot_id) {
-    if (list_empty(&g_qinq_attr) || !is_operational())
-        return OV_GPON_RET_OK;
     for (const QinqLink* link = g_qinq_attr.next; link != &g_qinq_attr; link = link->next) {
         const Rule& rule = qinq_element(*link).attr;
         if (ov_ifindex_get_slot_id(rule.ifindex) != static_cast<uint32_t>(slot_id))

@@ -272,10 +272,9 @@ TEST(RecordsMessages, UniStatisticsAreEightRecordsInARow) {
 }
 
 TEST(RecordsMessages, PlainQosMessagesCarryTheirRecordWithoutAction) {
-    const std::map<unsigned, unsigned> sizes = {{708, 36}, {709, 36}, {710, 68}, {711, 68},
-                                                {712, 68}, {713, 68}, {714, 28}, {715, 28},
-                                                {716, 28}, {717, 28}, {718, 36}, {719, 36},
-                                                {720, 28}};
+    const std::map<unsigned, unsigned> sizes = {{708, 36}, {709, 36}, {710, 68}, {711, 68}, {712, 68},
+                                                {713, 68}, {714, 28}, {715, 28}, {716, 28}, {717, 28},
+                                                {718, 36}, {719, 36}, {720, 28}};
     for (const auto& [type, size] : sizes) {
         SCOPED_TRACE(type);
         const HalMessageDesc* message = hal_message_desc(type);

@@ -128,6 +128,17 @@ TEST_F(ShellTools, CheckFileTellsAReadableFile) {
     EXPECT_EQ(run({"ov_check_file", path}), geteuid() == 0 ? 0 : 1);
 }
 
+TEST_F(ShellTools, CheckFileLooksAtTheDigestIfThereIsOne) {
+    const std::string path = dir_.write("load; x", "load");
+    const auto with_digest = [&](const std::string& digest) {
+        dir_.write("load; x.md5", digest);
+        return run({"ov_check_file", path});
+    };
+    EXPECT_EQ(with_digest("ec4d1eb36b22d19728e9d1d23ca84d1c  load\n"), 0);
+    EXPECT_EQ(with_digest("ec4d1eb36b22d19728e9d1d23ca84d1d  load\n"), 1);
+    EXPECT_EQ(with_digest(""), 1);
+}
+
 // ---- replacing a file --------------------------------------------------------------------------
 
 TEST(FileReplace, ReadersSeeWholeFilesOnly) {

@@ -69,13 +69,31 @@ TEST(PairWrite, ComesBehindTheAccessInTheOrderOfTheWrites) {
     });
 }
 
-TEST(PairWrite, WithoutAWriterIsRefused) {
+TEST(PairWrite, OfATableThatNobodyWritesIsForgotten) {
     with_writers([](LogCapture& log, TestClock& clock) {
+        written.clear();
         ov_app_gpon_pair_writer_set(SYNC_SGEM, nullptr);
-        for (const int table : {int{SYNC_SGEM}, int{SYNC_SPON}, 0, -1, SYNC_TABLES + 1, INT_MIN, INT_MAX})
-            EXPECT_EQ(repeat(table, {3, 16, 5}, 1, 77), 0) << table;
+        for (const int table : {int{SYNC_SGEM}, int{SYNC_SPON}, 0, -1, SYNC_TABLES + 1, INT_MIN, INT_MAX}) {
+            EXPECT_EQ(repeat(table, {3, 16, 5}, 1, 77), 1) << table;
+            EXPECT_EQ(clock.run_next(), 1);
+        }
         EXPECT_EQ(clock.armed(), 0u);
-        EXPECT_EQ(log.lines(), std::vector<std::string>(7, "Failed: XMALLOC MTYPE_PON.\n"));
+        EXPECT_EQ(written, "");
+        EXPECT_TRUE(log.lines().empty());
+    });
+}
+
+TEST(PairWrite, OfManyRowsKeepsTheirOrder) {
+    with_writers([](LogCapture& /*log*/, TestClock& clock) {
+        written.clear();
+        std::string expected;
+        for (int n = 0; n < 1000; ++n) {
+            ASSERT_EQ(repeat(n % 2 == 0 ? SYNC_SONU : SYNC_SGEM, {3, 16, n}, 3, 77), 1);
+            expected += (n % 2 == 0 ? "onu " : "gem ") + std::to_string(n) + " column 7 yes action 3 on 77\n";
+        }
+        while (clock.armed() > 0)
+            clock.run_next();
+        EXPECT_EQ(written, expected);
     });
 }
 

@@ -625,6 +625,18 @@ TEST(PortQos, ALimitNeedsTheHierarchicalScheduler) {
                     Contains("ov_app_qos_port_model_get_by_ifindex failed or port model isn't hierarchy"));
         EXPECT_EQ(stored().sPonTableScbMaxBW, 0u);
         EXPECT_THAT(chassis.messages(), IsEmpty());
+
+        auto* qos = ov_app_port_qos_new();
+        ASSERT_EQ(ov_app_port_qos_edit_ifindex(qos, ifindex_of(PORT)), OV_QOS_OK);
+        ASSERT_EQ(ov_app_port_qos_add(qos, SYNC_MIB | SYNC_APP), OV_QOS_OK);
+        EXPECT_EQ(edit([](Port& row) { row.sPonTableScbMaxBW = 1000; }, sPonTableScbMaxBW),
+                  OV_GPON_RET_BAD_PARAM); // the simple one won't do
+        ASSERT_EQ(ov_app_port_qos_edit_sched_mode(qos, OV_QOS_SCHED_HIERARCHY), OV_QOS_OK);
+        ASSERT_EQ(ov_app_port_qos_set(qos, SYNC_EVERY_COPY), OV_QOS_OK);
+        LogCapture::clear();
+        EXPECT_EQ(edit([](Port& row) { row.sPonTableScbMaxBW = 1000; }, sPonTableScbMaxBW), 0);
+        EXPECT_EQ(stored().sPonTableScbMaxBW, 1000u);
+        EXPECT_THAT(chassis.hal.log.lines(), IsEmpty());
     });
 }
 

@@ -91,6 +91,18 @@ TEST(SrvProfile, ACreatedRowWithoutANameIsNamedForManagersToo) {
     });
 }
 
+TEST(SrvProfile, IdsAreThoseThatOnusCanHave) {
+    run([](AppChassis& chassis) {
+        EXPECT_EQ(add(profile(0)), OV_GPON_RET_FAIL);
+        EXPECT_EQ(add(profile(129)), OV_GPON_RET_FAIL);
+        EXPECT_EQ(add(profile(0xffffffff)), OV_GPON_RET_FAIL);
+        EXPECT_EQ(rows_of<Row>(), 0);
+        EXPECT_EQ(add(profile(1)), 0);
+        EXPECT_EQ(add(profile(128)), 0);
+        EXPECT_THAT(chassis.messages(), IsEmpty());
+    });
+}
+
 // ---- questions --------------------------------------------------------------------------------------------
 
 TEST(SrvProfile, AnIdTakenByAnotherOnuTypeIsTold) {
@@ -215,7 +227,7 @@ TEST(SrvProfile, RemovalIsToldToEveryCardWithoutWaiting) {
         FakeCard other(5, FakeCard::be_silent);
         HalChassis::activate(5);
         chassis.card.behave(FakeCard::be_silent);
-        ASSERT_EQ(add(profile(0x01020304)), 0);
+        chassis.put_row<Row>([](auto&) {}, 0x01020304); // from a file, so that each of its bytes is seen
         EXPECT_EQ(ov_gpon_onu_service_profile_del(0x01020304), 0);
         EXPECT_EQ(stored(0x01020304), nullptr);
         const auto seen = chassis.messages(1);

@@ -13,6 +13,7 @@
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_port.h"
+#include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_rm_iphost.h"
 #include "ov_app_gpon_rm_mac_filter.h"
 #include "ov_app_gpon_rm_queue_schedule.h"
@@ -202,6 +203,7 @@ std::vector<SystemMap> system_maps() {
     return {
         SYSTEM_MAP(pon_port_map, ov_sPonTable_attr_t),
         SYSTEM_MAP(onu_map, ov_sOnuTable_attr_t),
+        SYSTEM_MAP(onu_qos_map, ov_onuQosTable_attr_t),
         SYSTEM_MAP(tcont_map, ov_sTcontTable_attr_t),
         SYSTEM_MAP(gem_map, ov_sGemTable_attr_t),
         SYSTEM_MAP(service_port_map, ov_servicePortTable_attr_t),

@@ -5,7 +5,15 @@
 #include "ov_app_gpon_bwtype.h"
 #include "ov_app_gpon_onutype.h"
 #include "ov_app_gpon_qosprofile.h"
+#include "ov_app_gpon_rm_iphost.h"
+#include "ov_app_gpon_rm_sip_agent_config_data.h"
 #include "ov_app_gpon_rm_traffic.h"
+#include "ov_app_gpon_rm_voip_config_data.h"
+#include "ov_app_gpon_rmonupoe.h"
+#include "ov_app_gpon_rmservice.h"
+#include "ov_app_gpon_rmunipoe.h"
+#include "ov_app_gpon_rmunistatus.h"
+#include "ov_app_gpon_rmunivlan.h"
 #include "ov_app_gpon_service.h"
 #include "ov_app_gpon_srvprofile.h"
 #include "ov_app_gpon_vlan.h"
@@ -91,14 +99,27 @@ TEST(Registration, ServicePortsGoBeforeGemPortsAndTheseBeforeTconts) {
                                     ov_service_port_table_on_onu_table_callback}),
                     ElementsAre(ov_service_port_table_on_onu_table_callback,
                                 ov_gemport_table_onu_del_callback, ov_tcont_table_onu_del_callback));
-        EXPECT_THAT(order_of(SONUSRVPROFILE, {ov_tcont_table_multi_srvprofile_del_callback,
-                                              ov_gemport_table_multi_srvprofile_del_callback,
-                                              ov_service_port_table_multi_srvprofile_callback,
-                                              ov_gpon_onu_srvpofile_set_callback}),
-                    ElementsAre(ov_gpon_onu_srvpofile_set_callback,
-                                ov_service_port_table_multi_srvprofile_callback,
-                                ov_gemport_table_multi_srvprofile_del_callback,
-                                ov_tcont_table_multi_srvprofile_del_callback));
+    });
+}
+
+// The profile first, which may refuse; what refers to something in front of that.
+TEST(Registration, TheRowsOfAServiceProfileGoInThisOrder) {
+    app_chassis::run([](AppChassis&) {
+        const std::vector<MIB_callback_ptr> wanted = {
+            ov_gpon_onu_srvpofile_set_callback,
+            ov_app_gpon_rm_voip_sip_agent_config_data_onu_srvprofile_set_callback,
+            ov_rmservice_multi_srvprofile_del_callback,
+            ov_rm_iphost_multi_srvprofile_del_callback,
+            ov_service_port_table_multi_srvprofile_callback,
+            ov_gemport_table_multi_srvprofile_del_callback,
+            ov_tcont_table_multi_srvprofile_del_callback,
+            ov_onupoe_onu_srvprofile_set_callback,
+            ov_unipoe_onu_srvprofile_set_callback,
+            ov_unistatus_onu_srvprofile_set_callback,
+            ov_app_gpon_rm_voip_config_data_onu_srvprofile_set_callback,
+            ov_univlan_onu_srvprofile_set_callback,
+        };
+        EXPECT_EQ(order_of(SONUSRVPROFILE, wanted), wanted);
     });
 }
 

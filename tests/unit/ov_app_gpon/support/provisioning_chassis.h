@@ -10,7 +10,6 @@
 
 #include "../../support/app_chassis.h"
 #include "app_set_callback.h"
-#include "cosToCosProfileTable.h"
 #include "mmg_text.h"
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_pon_role.h"
@@ -66,8 +65,15 @@ inline void bind_service_profile(int count, int id = PROFILE) {
         mib_access(MIB_SET_S_N, row, columns_of(sOnuSrvProfileTable_column::sOnuSrvProfileBindCount)));
 }
 
-inline void put_cos_to_cos(const AppChassis& chassis, int id) {
-    chassis.put_row<ov_cosToCosProfileTable_attr_t>([](auto&) {}, 1, id);
+// A COS-to-COS profile that turns every COS into its id.
+inline void put_cos_to_cos(const AppChassis& /*chassis*/, int id) {
+    const std::vector<uint32_t> mapped(OV_QOS_COS_NUM, static_cast<uint32_t>(id));
+    auto* profile = ov_app_cos_to_cos_map_profile_new();
+    ASSERT_EQ(ov_app_cos_to_cos_map_profile_edit_id(profile, static_cast<uint32_t>(id)), OV_QOS_OK);
+    ASSERT_EQ(ov_app_cos_to_cos_map_profile_edit_mapped_cos(profile, mapped.data(), OV_QOS_COS_NUM),
+              OV_QOS_OK);
+    ASSERT_EQ(ov_app_cos_to_cos_mapping_profile_add(profile, SYNC_MIB | SYNC_APP), OV_QOS_OK);
+    LogCapture::clear();
 }
 
 // Runs the body with ONU 7 on port 4, service profile 5, and bandwidth profiles "small" (100 fixed, 200

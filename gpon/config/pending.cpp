@@ -1,9 +1,0 @@
-// Parts of the configuration whose modules aren't there yet: they print nothing.
-#include "gpon_config_parts.h"
-
-int ov_app_dump_qos_cfg_vtysh(struct vty* /*vty*/) {
-    return 0; // TODO: QoS profiles and settings, by vty->cfg_node
-}
-int ov_gpon_cli_pon_protect_cfg_write(struct vty* /*vty*/) {
-    return 0; // TODO: protection groups
-}
