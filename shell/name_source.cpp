@@ -11,6 +11,11 @@ namespace {
 constexpr NamePlace PLACES[] = {
     {"interface", "IFNAME", "interface", ""},
     {"distance", "IFNAME", "interface", ""},
+    {"commit", "IFNAME", "interface", ""},
+    {"activate", "IFNAME", "interface", ""},
+    {"abort", "IFNAME", "interface", ""},
+    {"update-status", "IFNAME", "interface", ""},
+    {"information", "IFNAME", "interface", ""},
     {"ingress-port", "IFNAME", "interface", ""},
     {"port", "IFNAME", "interface", ""},
     {"type", "TYPE", "onutype", ""},

@@ -20,6 +20,7 @@
 #include "refusal_text.h"
 #include "shown_answer.h"
 #include "signal_watch.h"
+#include "upgrade_progress.h"
 #include "vty_client.h"
 
 namespace {
@@ -105,7 +106,7 @@ private:
             const auto answer = asks_to_save(line) ? save_configuration(ask) : ask(line);
             if (!answer)
                 return false;
-            const auto reply = shown_answer(tail, rates.rated(tail, *answer));
+            const auto reply = shown_answer(tail, with_upgrade_progress(tail, rates.rated(tail, *answer)));
             if (reply.result != 0) {
                 show_refusal(before, line, reply);
                 return false;

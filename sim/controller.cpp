@@ -344,6 +344,10 @@ void Controller::handle_request(Connection& conn, const Frame& frame) {
 }
 
 void Controller::accept_request(const MessageType& type, const Frame& frame) {
+    if (type.number == UMSG_SNMP_MIB_TABLE_SAVE) {
+        std::string error; // without a connection for events nobody is to be told
+        send_event(type, 0, 0, frame.body, error);
+    }
     if (type.number != UMSG_CFG_APP_SYNC_PRIO)
         return;
     umsg_cfg_sync_t body;

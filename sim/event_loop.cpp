@@ -84,5 +84,5 @@ void EventLoop::run() {
         dispatch_ready(next_timeout());
         run_due_timers();
     }
-    stopped_ = false; // for the next time
+    stopped_ = false;
 }

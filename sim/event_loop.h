@@ -25,7 +25,7 @@ public:
     // Does nothing for a timer that ran or was cancelled, or 0.
     void cancel(TimerId id);
 
-    // Until stop(), which may have been called by now.
+    // Until stop(); it can be run again then.
     void run();
     void stop() { stopped_ = true; }
 

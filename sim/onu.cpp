@@ -24,6 +24,7 @@ constexpr uint32_t ALARM_CLEARED = 2;
 constexpr uint32_t SOURCE_ONU = 6;
 
 constexpr uint32_t ONUS_PER_PON = 128;
+constexpr int STEPS_AT_ONCE = 32;
 
 template <size_t Size>
 void put_text(char (&field)[Size], std::string_view text) {
@@ -442,7 +443,8 @@ void Onus::arm() {
 
 void Onus::run_due() {
     const auto now = Clock::now();
-    while (!due_.empty() && due_.begin()->first <= now) {
+    // A card ranges its ONUs one by one and answers in between.
+    for (int left = STEPS_AT_ONCE; left > 0 && !due_.empty() && due_.begin()->first <= now; --left) {
         const auto [key, step] = due_.begin()->second;
         due_.erase(due_.begin());
         const auto it = onus_.find(key);

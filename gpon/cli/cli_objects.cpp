@@ -4,6 +4,7 @@
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_onu.h"
 #include "ov_app_gpon_port.h"
+#include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_rm_mac_filter.h"
 #include "ov_app_gpon_rm_tr069_mgmt.h"
 #include "ov_app_gpon_rm_voip_config_data.h"
@@ -34,8 +35,18 @@ int edit_row(void* row, const MIB_Flags_t& columns) {
     return edit(static_cast<Row*>(row), &flags);
 }
 
+// A card that refuses a COS-to-COS profile keeps nobody from writing the row, so the row is then as before.
 int edit_service_port(void* row, const MIB_Flags_t& columns) {
-    return ov_app_gpon_service_port_edit(static_cast<ov_servicePortTable_attr_t*>(row), columns);
+    auto& port = *static_cast<ov_servicePortTable_attr_t*>(row);
+    const uint32_t profile = port.servicePortUplinkCosToCosProfileId;
+    if (const int result = ov_app_gpon_service_port_edit(&port, columns); result != OV_GPON_RET_OK)
+        return result;
+    auto* qos = ov_app_find_service_port_qos_by_ifindex(service_port_ifindex(port));
+    if (!mib_flag_is_set(columns, servicePortTable_column::servicePortUplinkCosToCosProfileId) ||
+        qos == nullptr || qos->cos_to_cos_profile_id[QOS_UP_LINK] == profile)
+        return OV_GPON_RET_OK;
+    ov_app_service_port_qos_set(qos, SYNC_MIB);
+    return OV_GPON_RET_FAIL;
 }
 
 constexpr char NO_UNI[] = "the ONU has no UNI %s";

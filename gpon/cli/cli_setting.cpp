@@ -328,7 +328,7 @@ bool CliPreparedSetting::has_line() const {
 }
 
 bool CliPreparedSetting::is_to_be_saved(const ColumnDesc& desc, const void* row) const {
-    if (has_default(desc, row))
+    if (has_default(desc, row) || (setting().saved != nullptr && !setting().saved(row)))
         return false;
     const CliCompanion& with = setting().with;
     if (with.column != 0 && stored_number(desc_of(setting(), with.column), row) != with.value)

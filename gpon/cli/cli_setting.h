@@ -133,6 +133,8 @@ struct CliSetting {
     int place = 0;
     // What must hold before the row is asked to change: 0, or the result of a refusal, behind its text.
     int (*allowed)(const CliCall& call, const void* row) = nullptr;
+    // Whether a replay's command will be taken, of a row whose value could be saved; null: it will.
+    bool (*saved)(const void* row) = nullptr;
 };
 
 // A line of a file of commands: with an empty setting for one that has a handler of its own.

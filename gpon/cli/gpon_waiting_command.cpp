@@ -1,6 +1,7 @@
 #include "gpon_waiting_command.h"
 
 #include <map>
+#include <string>
 
 #include "kavo_frr.h"
 #include "kavo_loop.h"
@@ -12,19 +13,30 @@ namespace {
 
 constexpr long MOMENT_MSEC = 20;
 
+struct Command {
+    gpon_step_t step;
+    uint32_t line;      // as kavo_refusal.h calls it
+    std::string reason; // the first that a step stated, for a refusal at the end
+};
+
 // The commands that aren't over. That of a session that closed stays until another session has its place in
 // memory: nothing tells of the end of one, and there are never more than sessions at one time.
-std::map<const struct vty*, gpon_step_t>& commands() {
-    static auto& all = *new std::map<const struct vty*, gpon_step_t>;
+std::map<const struct vty*, Command>& commands() {
+    static auto& all = *new std::map<const struct vty*, Command>;
     return all;
 }
 
-// A step that is behind the handler: the door of the command is open again.
-GponStep take_step(const struct vty* vty, const gpon_step_t& step) {
+// A step behind the handler: the door of the command is open again.
+GponStep take_step(const struct vty* vty, Command& command) {
     OvRefusal request("vty");
-    const GponStep taken = step();
-    if (taken.kind == GponStep::Kind::END && taken.result != 0)
-        kavo_refusal_keep(vty, request.refuse(kavo_refusal_object(vty).c_str(), nullptr));
+    const GponStep taken = command.step();
+    if (command.reason.empty())
+        command.reason = request.notes().reason.data();
+    if (taken.kind != GponStep::Kind::END || taken.result == 0)
+        return taken;
+    if (!command.reason.empty())
+        ov_refusal_because("%s", command.reason.c_str());
+    kavo_refusal_keep(vty, request.refuse(kavo_refusal_object(vty).c_str(), nullptr), command.line);
     return taken;
 }
 
@@ -42,9 +54,13 @@ int next_step(struct vty* vty) {
         pause(vty);
     if (taken.kind != GponStep::Kind::END)
         return CMD_SUCCESS;
-    commands().erase(vty);
     vty->resume = nullptr;
+    commands().erase(vty);
     return taken.result == 0 ? CMD_SUCCESS : CMD_WARNING;
+}
+
+uint32_t line_of(const struct vty* vty) {
+    return kavo_refusal_line_number(vty->buf != nullptr ? vty->buf : "");
 }
 
 } // namespace
@@ -60,7 +76,7 @@ int gpon_run_in_steps(struct vty* vty, gpon_step_t step) {
             return taken.result;
         if (!gpon_can_wait(vty))
             continue;
-        commands()[vty] = std::move(step);
+        commands()[vty] = {std::move(step), line_of(vty), ""};
         vty->resume = next_step;
         return 0;
     }

@@ -10,6 +10,7 @@
 #include "gpon_config_parts.h"
 #include "kavo_vty_object.h"
 #include "ov_app_gpon_port.h"
+#include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_srvprofile.h"
 #include "ov_gpon_olt_cli.h"
 #include "ov_ifindex.h"
@@ -235,6 +236,14 @@ int ov_show_rogue_onu_detect_state_cli(CliCall& call) {
     if (const char* text = ov_app_gpon_rogue_stage_text(stage))
         call.line("%s%s", ov_app_gpon_rogue_stage_label(stage), text);
     return 0;
+}
+
+// Only such a port takes a limit for the single copy.
+bool has_hierarchical_scheduler(const void* row) {
+    const auto& port = *static_cast<const ov_sPonTable_attr_t*>(row);
+    int model = OV_QOS_SCHED_SIMPLE;
+    return ov_app_qos_port_model_get_by_ifindex(port_ifindex_of(port), &model) == OV_QOS_OK &&
+           model == OV_QOS_SCHED_HIERARCHY;
 }
 
 using namespace cli_objects;

@@ -259,6 +259,7 @@ int ov_gpon_cli_gpon_cfg(struct vty* vty) {
 }
 
 int ov_gpon_cli_pon_port_cfg(struct vty* vty) {
+    write_asked_name_in_full(vty);
     const int lines = vty->write_term_more ? 0 : print_block_parts(vty, Block::PON_PORTS);
     return lines + print_rows(vty, print_port);
 }

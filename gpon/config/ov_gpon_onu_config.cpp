@@ -257,7 +257,6 @@ int ov_gpon_cli_onu_srvport_cfg(struct vty* vty, const gpon_config_onu_t& onu) {
     int lines = 0;
     for (const ServicePort& port : rows_under(gpon_config_key_of<ServicePort>(onu), INDEX_TO_ONU)) {
         const int printed = print_row(vty, port, "service-port", static_cast<unsigned>(port.servicePortId));
-        // TODO: the COS-to-COS profile of a service port, with the command that sets it
         lines += printed == 0
                      ? 0
                      : printed + cli_settings_print(vty, cli_objects::service_port, &port, node_of(port));

@@ -33,6 +33,7 @@
 #include "ov_app_ctrl.h"
 #include "ov_app_gpon_config_restore.h"
 #include "ov_app_gpon_trap.h"
+#include "ov_backup.h"
 #include "ov_build_info.h"
 #include "ov_clock.h"
 #include "ov_gpon.h"
@@ -158,6 +159,7 @@ void install_upcalls() {
     };
     uclient_set_upcalls(&upcalls);
     mmg_set_alarm_register(agentx_alarm_register);
+    mmg_set_backup_sync(ov_backup_sync_path_to_backup_sc);
 }
 
 void connect_to_mono() {

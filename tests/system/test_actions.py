@@ -178,10 +178,8 @@ def test_a_station_finds_what_it_asked_for_and_leaves_what_is_to_be_taken(world)
     assert world.told(62, 6) == "/home/nms/upload/config.tar.gz"
     assert world.chassis.run("tar", "-tzf", "/home/nms/upload/config.tar.gz").stdout == "gpon.conf\n"
     mark = world.chassis.mark()
-    index = world.begin(63, "sPonTable")
-    world.chassis.wait_record(kind="request", type="snmp-mib-table-save", since=mark)
-    world.chassis.event("snmp-mib-table-save", sequence=1, tablename="sPonTable")
-    assert wait_for(lambda: world.ended(index), 5) == SUCCESS
+    assert world.act(63, "sPonTable") == SUCCESS
+    assert world.chassis.wait_record(kind="request", type="snmp-mib-table-save", since=mark)["tablename"] == "sPonTable"
     assert world.told(63, 6) == f"{MIBS}/sPonTable.mib"
     assert world.act(63) == FAIL
     assert world.told(63, 6) == "Inavlid table name "
@@ -201,6 +199,20 @@ def test_the_system_is_told_by_its_flags(world):
     for number, flag, value in ((10, "fast_save_flag", "1"), (20, "restore_flag", "1"), (30, "reboot_flag", "2")):
         assert world.act(number) == SUCCESS
         assert world.chassis.run("ov_env_get", flag, env=TOOLS).stdout == value + "\n"
+
+
+def test_a_range_of_onus_ends_with_a_byte_for_each(world):
+    profiles = Table(world.manager, "39.1", 6, {3: TEXT, 4: TEXT})
+    tconts = Table(world.manager, "6", 6, {5: TEXT})
+    assert profiles.create((9,), {4: "KLM-618"}) == "noError"
+    assert tconts.create((1, 31, 15, 9, 1), {5: "default"}) == "noError"
+    assert world.act(49, "1", "9", "1-2,128") == SUCCESS
+    assert world.told(49, 5) == "0x" + "07" * 2 + "00" * 62, "they aren't there"
+    assert world.told(49, 6) == "0x" + "00" * 63 + "07"
+    for words in (("1", "8", "1"), ("1", "9", "0"), ("17", "9", "1"), ("1", "9", "1 2")):
+        assert world.act(49, *words) == FAIL
+    assert world.chassis.log_lines("Wrong onu srvprofile id!") and world.chassis.log_lines("wrong parameter!")
+    assert world.act(50, "1", "", "1") == FAIL
 
 
 # ---- the manager's guide -------------------------------------------------------------------------------------

@@ -11,6 +11,7 @@ from chassis import QUIET_SCENARIO, REPO, SINGLE_BOARD, Chassis, SimctlError, pr
 
 REPLY, GET_IF, NEW_IF, DEL_IF, IF_ADMIN = 0, 1, 2, 3, 4
 GET_HOSTNAME, PROTECT_ADD, ONU_STATUS, SYNC_START, SYNC_PRIO, RECOVER_RESULT = 28, 40, 42, 49, 51, 52
+TABLE_SAVE = 80
 PARAM = 101004
 
 # Runs inside the sandbox and hands its sockets out: connect, listen, send and receive are done by the test
@@ -187,7 +188,7 @@ REQUESTS = [
     (SYNC_PRIO, sync_body(prio=300), {"type": "UMSG_CFG_APP_SYNC_PRIO", "cfg_prio": "300", "appName": "gpon"}),
     (RECOVER_RESULT, sync_body(slot=1, prio=300), {"type": "UMSG_CFG_APP_NOTIFY_RECOVER_RESULT", "slotid": "1"}),
     (76, struct.pack("=II", 1, 2), {"type": "UMSG_PORT_SCHEDULER_SET", "scheduler_mode": "2"}),
-    (80, struct.pack("=I64sI", 4, b"sOnuTable", 0), {"type": "UMSG_SNMP_MIB_TABLE_SAVE", "tablename": "sOnuTable"}),
+    (TABLE_SAVE, struct.pack("=I64sI", 4, b"sOnuTable", 0), {"type": "UMSG_SNMP_MIB_TABLE_SAVE", "tablename": "sOnuTable"}),
 ]  # fmt: skip
 
 
@@ -200,6 +201,8 @@ def test_a_request_is_answered_with_0_and_recorded_with_its_fields(shared, kind,
     (record,) = sim.records(since=mark, kind="request")
     assert {key: record.get(key) for key in fields} == fields
     assert (record["seq"], record["len"]) == ("5", str(len(body)))
+    if kind == TABLE_SAVE:
+        assert connected.receive_event() == (kind, 0, body), "the controller wants it then"
 
 
 def test_requests_in_one_segment_are_all_answered(sim, connected):

@@ -51,10 +51,10 @@ class Operator:
         return self.chassis.card(slot)["objects"].get(f"OV_HAL_MSG_GPON_{name}", {"rows": []})["rows"]
 
 
-def start_shelf(chassis, ports=2):
+def start_shelf(chassis, ports=2, **env):
     """Two line cards in service with so many ports each."""
     chassis.start(SHELF)
-    chassis.start_daemon(env={"OV_IPC_CARRIER": "unix"})
+    chassis.start_daemon(env={"OV_IPC_CARRIER": "unix"} | env)
     chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
     chassis.event("slot-active", slot_id=8, card_type=2)
     for slot in (1, 2):
@@ -382,10 +382,12 @@ def test_showing_service_ports_is_a_command_of_five_nodes(shelf):
     assert shelf.chassis.vty(command).result == NO_SUCH_COMMAND  # not behind "enable"
 
 
-def test_quality_of_service_is_refused_as_long_as_there_is_none(shelf):
+def test_an_onu_has_a_bandwidth_and_a_weight(shelf):
     add(shelf)
-    assert shelf.on_onu("qos-onu-bandwidth min 0 max 10000000") == ([1], "%Failed to set bandwidth\n")
-    assert shelf.on_onu("qos-onu-weight 127")[0] == [1]
+    assert shelf.on_onu("qos-onu-bandwidth min 0 max 10000000", "qos-onu-weight 127") == ([0, 0], "")
+    (qos,) = shelf.held(1, "ONU_QOS")
+    assert (qos["minBw"], qos["maxBw"], qos["weight"]) == (0, 10000000, 127)
+    assert shelf.saved()[:2] == [" qos-onu-bandwidth min 0 max 10000000", " qos-onu-weight 127"]
     assert shelf.on_onu("show qos-onu-weight interface none") == ([1], "%Invalid IFNAME: none\n")
     assert shelf.on_onu(f"show qos-onu-bandwidth interface {ONU_PORT}") == ([1], f"%Interface {ONU_PORT} is not onu\n")
 

@@ -372,10 +372,10 @@ def test_an_empty_daemon_takes_the_saved_configuration_and_saves_the_same(home):
 # ---- the guide ----------------------------------------------------------------------------------------------
 
 
-def example_of_the_guide():
-    """The example of the operator's guide in the form of the tour: what stands below a command is in its output."""
+def example_of_the_guide(mark="compares"):
+    """An example of the operator's guide in the form of the tour: what stands below a command is in its output."""
     guide = (REPO / "docs/operators-guide.md").read_text()
-    session = re.search(r"a test plays this and compares: begin -->\n```\n(.*?)```", guide, re.S)[1]
+    session = re.search(rf"a test plays this and {mark}: begin -->\n```\n(.*?)```", guide, re.S)[1]
     for line in session.splitlines():
         if re.match(r"gpon\S*# |\$ ", line):
             yield line

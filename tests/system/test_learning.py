@@ -5,6 +5,7 @@ import re
 
 import pytest
 
+from chassis import SimctlError
 from test_commands_onu import ONU_PORT, start_shelf
 from test_restore import replay, restart_card
 
@@ -190,3 +191,19 @@ def test_2048_onus_at_once(chassis):
     assert "total 2048, refused 0" in chassis.vty("show onu learned summary")
     assert [own(shelf, 1, name) for name in SERVED] == [2048] * 5
     assert chassis.card(1)["reasons"] == {}
+
+
+@pytest.mark.parametrize(
+    "options, said",
+    [
+        (["port=gpon-olt1/2", "ports=16"], "a card has 16 ports"),
+        (["port=gpon-olt1/1", "ports=17"], "ports must be a number up to 16"),
+        (["port=gpon-olt1/1", "count=129"], "count must be a number up to 128"),
+        (["port=ge1/1"], "port= must name a PON port"),
+        (["port=gpon-olt7/1"], "slot 7 is empty"),
+    ],
+)
+def test_a_crowd_is_plugged_in_where_it_can_be(shelf, options, said):
+    with pytest.raises(SimctlError, match=said):
+        shelf.chassis.simctl("onu", "crowd", "TOWN00000001", *options)
+    assert shelf.chassis.simctl("onu", "states") == ["none"]

@@ -44,13 +44,15 @@ def results(world, since, slot):
     return [(record["appName"], int(record["cfg_prio"]), int(record["retcode"])) for record in found]
 
 
+QOS_PROFILES = ("sched-put", "traffic-put", "cos-to-cos-put", "cosq-map-put")
+
 ALL_DONE = [("gpon", priority, 0) for priority in PRIORITIES]
 
 
 def told(world, since, slot):
-    """What a card was told since a mark, but for questions."""
+    """What a card was told since a mark, but for questions and the default QoS profiles, which come with any replay."""
     requests = world.chassis.records(since=since, kind="card-request", slot=slot)
-    return [record for record in requests if record["action"] != "get"]
+    return [r for r in requests if r["action"] != "get" and r["type"] not in QOS_PROFILES]
 
 
 def kind_of(record):
@@ -94,8 +96,9 @@ def provision_template(world):
 
 
 def held(world, slot):
-    """All objects of a card, by message."""
-    return {name: table["rows"] for name, table in world.card(slot)["objects"].items()}
+    """All objects of a card, by message, but for QoS profiles."""
+    objects = world.card(slot)["objects"].items()
+    return {name: table["rows"] for name, table in objects if name not in QOS_PROFILES}
 
 
 def without_states(rows):

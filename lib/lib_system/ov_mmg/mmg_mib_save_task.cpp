@@ -27,8 +27,6 @@ constexpr unsigned SYNC_RETRY_SECONDS = 5;
 constexpr char SYNC_DIR[] = "/var/run/product/mibdata";
 
 mmg_alarm_register_fn g_alarm_register = nullptr;
-// TODO: the main program installs ov_backup_sync_path_to_backup_sc once the file sync exists; until then
-// there is nothing to transfer with.
 mmg_backup_sync_fn g_backup_sync = nullptr;
 
 bool is_directory(const char* path) {

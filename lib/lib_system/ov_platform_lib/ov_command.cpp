@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -72,6 +73,12 @@ void default_signals() {
         sigaction(signo, &action, nullptr); // some refuse, and those are at their default
 }
 
+// A thread may have a priority that a program's work must not have: the rest of the system would wait for it.
+void default_priority() {
+    const sched_param none = {};
+    sched_setscheduler(0, SCHED_OTHER, &none);
+}
+
 void arrange_files(bool quiet) {
     const int null = open("/dev/null", O_RDWR);
     dup2(null, STDIN_FILENO);
@@ -93,6 +100,7 @@ bool limit_files(rlim_t limit) {
 
 [[noreturn]] void become(const Program& program) {
     default_signals();
+    default_priority();
     setpgid(0, 0);
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     const bool ready = getppid() == program.parent && limit_files(program.file_limit) &&

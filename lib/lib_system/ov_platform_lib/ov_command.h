@@ -26,7 +26,7 @@ struct OvCommandSettings {
 // else's children are waited for.
 //
 // The program has a process group of its own, /dev/null as its standard input, no other file of this process
-// but the two for what it prints, and no signal blocked or ignored. It is killed when the calling thread ends
-// before it, so that a transfer doesn't outlive the daemon that started it.
+// but the two for what it prints, no signal blocked or ignored, and no priority of its caller's. It is killed
+// when the calling thread ends before it, so that a transfer doesn't outlive the daemon that started it.
 int ov_command_run(std::span<const char* const> argv, const OvCommandSettings& settings);
 int ov_command_run(std::initializer_list<const char*> argv, const OvCommandSettings& settings = {});

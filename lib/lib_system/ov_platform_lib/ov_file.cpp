@@ -1,5 +1,6 @@
 #include "ov_file.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -13,6 +14,8 @@
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::chrono::minutes LIMIT(5); // of bringing one file from disk to disk
 
 bool is_directory(const std::string& path) {
     std::error_code error;
@@ -30,7 +33,7 @@ int bring(const char* program, const std::string& from, const std::string& to) {
     const std::string target = is_directory(to) ? to + "/" + ov_file_bare_name(from) : to;
     const std::string way = name_on_the_way(target);
     unlink(way.c_str()); // of one that was killed
-    const int status = ov_command_run({program, from.c_str(), way.c_str()}, {.quiet = true});
+    const int status = ov_command_run({program, from.c_str(), way.c_str()}, {.quiet = true, .limit = LIMIT});
     if (status == 0 && rename(way.c_str(), target.c_str()) == 0)
         return 0;
     unlink(way.c_str());

@@ -79,15 +79,13 @@ int action_download_config(ActionWork& work) {
 
 int action_upgrade(ActionWork& work) {
     const ActionRow& row = work.row;
-    const int fetched =
-        ov_product_get_load_from_tftp(row.sActionParam1, row.sActionParam2, row.sActionParam3);
-    if (fetched != OV_LOAD_OK)
-        return fetched;
-    const int put = ov_product_upgrade_load(row.sActionParam3);
-    if (put != 0)
+    int result = ov_product_get_load_from_tftp(row.sActionParam1, row.sActionParam2, row.sActionParam3);
+    if (result == OV_LOAD_OK)
+        result = ov_product_upgrade_load(row.sActionParam3);
+    if (result != 0)
         OV_LOG_ERROR(LOG_TAG, "Failed to upgrade load ip %s port %s file %s", row.sActionParam1,
                      row.sActionParam2, row.sActionParam3);
-    return put;
+    return result;
 }
 
 int action_send_diagnostics(ActionWork& work) {

@@ -9,6 +9,7 @@
 #include "onuQosTable.h"
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_onusrv_batch_mask.h"
+#include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_rm_iphost.h"
 #include "ov_app_gpon_rm_mac_filter.h"
 #include "ov_app_gpon_rm_sip_agent_config_data.h"
@@ -22,6 +23,7 @@
 #include "ov_app_gpon_rmwifi.h"
 #include "ov_app_gpon_service_port.h"
 #include "ov_app_gpon_tcont.h"
+#include "ov_refusal.h"
 
 namespace {
 
@@ -65,9 +67,20 @@ constexpr BatchLine line(ov_batch_cfg_error_e error, const char* text) {
 
 using OnuQos = ov_onuQosTable_attr_t;
 
-ov_batch_cfg_error_e give_qos(const BatchRow& /*from*/, const ov_sOnuTable_attr_t& /*onu*/) {
-    // TODO: the QoS object of the ONU takes the row's values; ONUs have none yet.
-    return ONU_QOS_ERROR;
+ov_batch_cfg_error_e error_of(int result) {
+    return result == OV_QOS_OK ? NO_ERROR : result == OV_QOS_MIB_FAIL ? MIB_ACCESS_ERROR : ONU_QOS_NOTSUPPORT;
+}
+
+// The row is there since its ONU is: the ONU's object takes what is different, and hands it on.
+ov_batch_cfg_error_e give_qos(const BatchRow& from, const ov_sOnuTable_attr_t& onu) {
+    ov_app_onu_qos_s* qos = ov_app_find_onu_qos_by_ifindex(onu_ifindex_of(onu));
+    if (qos == nullptr) {
+        ov_refusal_because("the ONU has no QoS");
+        return ONU_QOS_ERROR;
+    }
+    if (!ov_onu_qos_mib_to_app(row_for<OnuQos>(from, onu), *qos))
+        return ONU_QOS_NOTSUPPORT;
+    return qos->sflag == 0 ? NO_ERROR : error_of(ov_app_onu_qos_set(qos, SYNC_HAL | SYNC_MIB));
 }
 
 // ---- the table --------------------------------------------------------------------------------------------

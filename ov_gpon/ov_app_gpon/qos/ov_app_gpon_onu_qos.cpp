@@ -78,18 +78,17 @@ bool is_held(const Onu* onu) {
 using Column = QosColumn<Onu, Row>;
 
 constexpr Column COLUMNS[] = {
-    Column::of<&Row::onuQosSchedulerProfileId>(SCHED.value, ov_app_onu_qos_edit_sched_profile),
-    Column::of<&Row::onuQosTrafficProfileId>(TRAFFIC.value, ov_app_onu_qos_edit_traffic_profile),
+    Column::of<&Row::onuQosSchedulerProfileId>(SCHED, ov_app_onu_qos_edit_sched_profile),
+    Column::of<&Row::onuQosTrafficProfileId>(TRAFFIC, ov_app_onu_qos_edit_traffic_profile),
     Column::of<&Row::onuQosDownlinkCosToCosProfileId>(
-        COS_TO_COS<QOS_DOWN_LINK>.value,
+        COS_TO_COS<QOS_DOWN_LINK>,
         [](Onu* onu, uint32_t id) { return ov_app_onu_qos_edit_cos_to_cos_profile(onu, id, QOS_DOWN_LINK); }),
-    Column::of<&Row::onuQosMaxBw>(MAX_BW.value,
+    Column::of<&Row::onuQosMaxBw>(MAX_BW,
                                   [](Onu* onu, uint32_t bw) { return qos_binding_edit(onu, MAX_BW, bw); }),
-    Column::of<&Row::onuQosMinBw>(MIN_BW.value,
+    Column::of<&Row::onuQosMinBw>(MIN_BW,
                                   [](Onu* onu, uint32_t bw) { return qos_binding_edit(onu, MIN_BW, bw); }),
-    Column::of<&Row::onuQosWeight>(WEIGHT.value, ov_app_onu_qos_edit_weight),
-    Column::of<&Row::onuQosDownlinkCosQueueMapProfileId>(COSQ_MAP.value,
-                                                         ov_app_onu_qos_edit_cosq_map_profile),
+    Column::of<&Row::onuQosWeight>(WEIGHT, ov_app_onu_qos_edit_weight),
+    Column::of<&Row::onuQosDownlinkCosQueueMapProfileId>(COSQ_MAP, ov_app_onu_qos_edit_cosq_map_profile),
 };
 constexpr std::span<const Column> ALL_COLUMNS(COLUMNS);
 
@@ -256,11 +255,11 @@ int ov_app_onu_qos_add(Onu* onu, uint32_t flag) {
 int ov_app_onu_qos_del(Onu* onu, uint32_t flag) {
     if (!is_held(onu))
         return OV_ONU_QOS_NOT_IN_USE;
-    if ((flag & (SYNC_HAL | SYNC_APP)) != 0)
-        qos_binding_leave(ALL, *onu);
     Row key = row_of(*onu);
     if ((flag & SYNC_MIB) != 0 && !qos_drop_row(key))
         return OV_QOS_MIB_FAIL;
+    if ((flag & (SYNC_HAL | SYNC_APP)) != 0)
+        qos_binding_leave(ALL, *onu);
     if ((flag & SYNC_APP) != 0)
         g_onu_qos_list.drop(onu->ifindex);
     return OV_QOS_OK;

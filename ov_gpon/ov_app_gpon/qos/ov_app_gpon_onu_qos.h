@@ -10,6 +10,7 @@
 #include "app_message_map.h"
 #include "mmg_access.h"
 #include "onuQosTable.h"
+#include "onuQosTable.h"
 #include "ov_app_gpon_qos_codes.h"
 #include "ov_app_gpon_qos_list.h"
 #include "ov_hal_gpon_msg.h"
@@ -99,6 +100,9 @@ int ov_app_onu_cosq_defId(ov_ifindex_t ifindex, uint32_t* defId);
 
 // ---- tables -----------------------------------------------------------------------------------------------
 
+// The values of a row that differ from the object's become the object's, as changes. False when one can't be,
+// and then nothing has changed.
+bool ov_onu_qos_mib_to_app(const ov_onuQosTable_attr_t& row, ov_app_onu_qos_s& onu);
 // May the row become so? 1 passes.
 int ov_onu_qos_mib_data_check(MIBDID did, void* row, MIB_Flags_t column_flag);
 int ov_onu_qos_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

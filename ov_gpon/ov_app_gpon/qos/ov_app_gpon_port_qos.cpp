@@ -68,20 +68,18 @@ struct PortTable;
         using Row = ov_##prefix##Table_attr_t;                                                               \
         using Column = QosColumn<Port, Row>;                                                                 \
         static constexpr Column COLUMNS[] = {                                                                \
-            Column::of<&Row::prefix##SchedulerModel>(MODEL.value,                                            \
+            Column::of<&Row::prefix##SchedulerModel>(MODEL,                                                  \
                                                      [](Port* port, uint32_t model) {                        \
                                                          return ov_app_port_qos_edit_sched_mode(             \
                                                              port, static_cast<int32_t>(model));             \
                                                      }),                                                     \
-            Column::of<&Row::prefix##SchedulerProfileId>(SCHED.value,                                        \
-                                                         ov_app_port_qos_edit_qos_sched_profile),            \
-            Column::of<&Row::prefix##TrafficProfileId>(TRAFFIC.value,                                        \
-                                                       ov_app_port_qos_edit_qos_traffic_profile),            \
-            Column::of<&Row::prefix##CosQueueMappingProfileId>(COSQ_MAP.value,                               \
+            Column::of<&Row::prefix##SchedulerProfileId>(SCHED, ov_app_port_qos_edit_qos_sched_profile),     \
+            Column::of<&Row::prefix##TrafficProfileId>(TRAFFIC, ov_app_port_qos_edit_qos_traffic_profile),   \
+            Column::of<&Row::prefix##CosQueueMappingProfileId>(COSQ_MAP,                                     \
                                                                ov_app_port_qos_edit_cosq_map_profile),       \
-            Column::of<&Row::prefix##UplinkCosToCosProfileId>(COS_TO_COS<QOS_UP_LINK>.value,                 \
+            Column::of<&Row::prefix##UplinkCosToCosProfileId>(COS_TO_COS<QOS_UP_LINK>,                       \
                                                               edit_cos_to_cos<QOS_UP_LINK>),                 \
-            Column::of<&Row::prefix##DownlinkCosToCosProfileId>(COS_TO_COS<QOS_DOWN_LINK>.value,             \
+            Column::of<&Row::prefix##DownlinkCosToCosProfileId>(COS_TO_COS<QOS_DOWN_LINK>,                   \
                                                                 edit_cos_to_cos<QOS_DOWN_LINK>),             \
         };                                                                                                   \
         static constexpr std::span<const Column> ALL_COLUMNS{COLUMNS};                                       \
@@ -303,10 +301,10 @@ int ov_app_port_qos_add(Port* port, uint32_t flag) {
 int ov_app_port_qos_del(Port* port, uint32_t flag) {
     if (!is_held(port))
         return OV_PORT_QOS_NO_IN_USE;
-    if ((flag & (SYNC_HAL | SYNC_APP)) != 0)
-        qos_binding_leave(ALL, *port);
     if ((flag & SYNC_MIB) != 0 && !drop_row(*port))
         return OV_QOS_MIB_FAIL;
+    if ((flag & (SYNC_HAL | SYNC_APP)) != 0)
+        qos_binding_leave(ALL, *port);
     if ((flag & SYNC_APP) != 0)
         g_port_qos_list.drop(port->ifindex);
     return OV_QOS_OK;

@@ -131,18 +131,22 @@ void qos_binding_leave(const QosFields<Object>& fields, Object& object) {
 
 template <typename Object, typename Row>
 struct QosColumn {
+    QosField<Object> field;
     uint32_t (*in_row)(const Row&);
     void (*to_row)(Row&, uint32_t);
-    uint32_t& (*value)(Object&);
     int (*edit)(Object*, uint32_t); // OV_QOS_RET
 
     template <auto column>
-    static constexpr QosColumn of(uint32_t& (*value)(Object&), int (*edit)(Object*, uint32_t)) {
-        return {[](const Row& row) { return static_cast<uint32_t>(row.*column); },
+    static constexpr QosColumn of(const QosField<Object>& field, int (*edit)(Object*, uint32_t)) {
+        return {field, [](const Row& row) { return static_cast<uint32_t>(row.*column); },
                 [](Row& row, uint32_t number) {
                     row.*column = static_cast<std::remove_reference_t<decltype(row.*column)>>(number);
                 },
-                value, edit};
+                edit};
+    }
+    // Whether the row brings a change: also what the card has refused is one again.
+    bool changes(const Row& row, Object& object) const {
+        return in_row(row) != field.value(object) || in_row(row) != field.before(object);
     }
 };
 
@@ -152,8 +156,7 @@ template <typename Object, typename Row>
 bool qos_binding_take_row(std::span<const QosColumn<Object, Row>> columns, const Row& row, Object& object) {
     const Object kept = object;
     for (const auto& column : columns)
-        if (column.in_row(row) != column.value(object) &&
-            column.edit(&object, column.in_row(row)) != OV_QOS_OK) {
+        if (column.changes(row, object) && column.edit(&object, column.in_row(row)) != OV_QOS_OK) {
             object = kept;
             return false;
         }
@@ -164,8 +167,7 @@ bool qos_binding_take_row(std::span<const QosColumn<Object, Row>> columns, const
 template <typename Object, typename Row>
 void qos_binding_adopt_row(std::span<const QosColumn<Object, Row>> columns, const Row& row, Object& object) {
     for (const auto& column : columns)
-        if (column.in_row(row) != column.value(object) &&
-            column.edit(&object, column.in_row(row)) != OV_QOS_OK)
+        if (column.changes(row, object) && column.edit(&object, column.in_row(row)) != OV_QOS_OK)
             OV_LOG_ERROR("QOS", "%s of %#x: value %u is passed over", table_of<Row>::module().name(),
                          static_cast<unsigned>(object.ifindex), static_cast<unsigned>(column.in_row(row)));
 }
@@ -173,5 +175,5 @@ void qos_binding_adopt_row(std::span<const QosColumn<Object, Row>> columns, cons
 template <typename Object, typename Row>
 void qos_binding_fill_row(std::span<const QosColumn<Object, Row>> columns, Object& object, Row& row) {
     for (const auto& column : columns)
-        column.to_row(row, column.value(object));
+        column.to_row(row, column.field.value(object));
 }

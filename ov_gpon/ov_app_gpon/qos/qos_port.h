@@ -10,7 +10,6 @@
 // and then nothing has changed.
 bool ov_app_port_qos_mib_to_app(const ov_portQosTable_attr_t& row, ov_app_port_qos_s& port);
 bool ov_app_port_qos_mib_to_app(const ov_ponPortQosTable_attr_t& row, ov_app_port_qos_s& port);
-bool ov_onu_qos_mib_to_app(const ov_onuQosTable_attr_t& row, ov_app_onu_qos_s& onu);
 // The object's values into a row.
 void ov_app_port_qos_app_to_mib(ov_app_port_qos_s& port, ov_portQosTable_attr_t& row);
 void ov_app_port_qos_app_to_mib(ov_app_port_qos_s& port, ov_ponPortQosTable_attr_t& row);

@@ -150,8 +150,8 @@ bool service_port_reserve(RowChange<ServicePort>& change) {
 // Hands a new COS-to-COS profile on to the service port's QoS. What goes wrong is logged, no more: the row is
 // good without it.
 std::optional<int> lead_cos_to_cos(RowChange<ServicePort>& change) {
-    if (!change.has(column::servicePortUplinkCosToCosProfileId))
-        return std::nullopt;
+    if (!change.has(column::servicePortUplinkCosToCosProfileId) || is_template_row(change.row))
+        return std::nullopt; // templates have no QoS of their own
     const ov_ifindex_t ifindex = service_port_ifindex(change.row);
     const uint32_t profile = change.row.servicePortUplinkCosToCosProfileId;
     auto* qos = ov_app_find_service_port_qos_by_ifindex(ifindex);

@@ -19,6 +19,7 @@
 #include "kavo_vlan.h"
 #include "kavo_vty_object.h"
 #include "mmg_access.h"
+#include "ov_app_gpon_qos.h"
 #include "sBWProfileTable.h"
 #include "sGemTable.h"
 #include "sOnuSrvProfileTable.h"
@@ -156,6 +157,13 @@ protected:
                                                          static_cast<uint16_t>(port), 0);
         return row;
     }
+    // Gives a port the scheduler that a limit for its single copy needs.
+    static void make_hierarchical(const char* port) {
+        auto* qos = ov_app_port_qos_new();
+        ov_app_port_qos_edit_ifindex(qos, index_of(port));
+        ov_app_port_qos_edit_sched_mode(qos, OV_QOS_SCHED_HIERARCHY);
+        ASSERT_EQ(ov_app_port_qos_add(qos, SYNC_APP), OV_QOS_OK);
+    }
     static ov_sOnuTable_attr_t& add_onu(int slot, int port, int onu) {
         auto& row = *active(sOnuTable_createEntry(1, slot, port, onu));
         row.sOnuTableIfIndex =
@@ -212,11 +220,10 @@ protected:
 
     AppChassis& chassis_ = *cli_test::chassis;
     LogCapture& log_ = chassis_.hal.log;
+    FakeCard other_card_{1};
 
 private:
     static mib_ulong id_of(const char* name) {
         return static_cast<mib_ulong>(BKDRHash(name, static_cast<int>(strlen(name))));
     }
-
-    FakeCard other_card_{1};
 };

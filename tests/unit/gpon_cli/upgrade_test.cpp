@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "app_text.h"
+#include "gpon_cli.h"
 #include "ov_app_gpon_onu_update.h"
 #include "sOnuUpdStatusTable.h"
 #include "sOnuUpdateTable.h"
@@ -147,7 +148,10 @@ CLI_TEST(Upgrade, EachStepHasItsOwnFailure) {
 CLI_TEST(Upgrade, ByEquipmentId) {
     put_file("new.bin");
     onus_report("HG8");
-    set_text(add_onu(3, 2, 9).sOnuTableOnuActVersion, "V2");
+    ov_sOnuTable_attr_t up_to_date = onu_key<ov_sOnuTable_attr_t>(3, 2, 9);
+    set_text(up_to_date.sOnuTableOnuActVersion, "V2");
+    ASSERT_TRUE(
+        mib_access(MIB_SET_S_N, up_to_date, gpon_cli_columns({sOnuTable_column::sOnuTableOnuActVersion})));
     EXPECT_EQ(enable("cpe update file new.bin version V2 eqptid HG8"),
               "%Collection 3 ONU eqptid HG8 need update to V2 \n");
     EXPECT_THAT(told(6), ElementsAre("port 2: action 1 onus 7 new.bin", "port 4: action 1 onus 7 9 new.bin"));

@@ -219,6 +219,7 @@ CLI_TEST(Writer, EachSettingOfAPortIsWritten) {
     port.sPonTableKeyExchangeCtrl = 1;
     port.sPonTableKeyExchangeInterval = 1000;
     port.sPonTableMaxLogicDistance = 60;
+    make_hierarchical("gpon-olt1/1");
     port.sPonTableScbMaxBW = 2500000;
     port.sPonTablePmEnable = 1;
     port.sPonTableNniPmEnable = 1;
@@ -250,6 +251,7 @@ CLI_TEST(Writer, EachSettingOfAPortIsWritten) {
 // A replay stops a block at the first line that is refused, so there must be none.
 CLI_TEST(Writer, ASettingOfAPortThatCannotBeTypedIsLeftOut) {
     auto& port = add_port(1, 1);
+    make_hierarchical("gpon-olt1/1");
     port.sPonTableKeyExchangeInterval = 0;
     const std::string head = "interface gpon-olt1/1\n";
     for (const mib_long silence : {-1, 1, 59, 361}) {

@@ -9,6 +9,7 @@
 #include <string>
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -108,6 +109,16 @@ TEST(CommandRun, SignalsAreAsAProgramExpectsThem) {
     EXPECT_EQ(shell("kill -PIPE $$"), -1);
     pthread_sigmask(SIG_SETMASK, &old, nullptr);
     std::signal(SIGPIPE, before);
+}
+
+TEST(CommandRun, AThreadsPriorityIsNotTheProgramS) {
+    const sched_param mine = {.sched_priority = 1};
+    if (sched_setscheduler(0, SCHED_RR, &mine) != 0)
+        GTEST_SKIP() << "priorities aren't permitted here";
+    const int status = shell("chrt -p $$ | grep -q SCHED_OTHER");
+    const sched_param none = {};
+    sched_setscheduler(0, SCHED_OTHER, &none);
+    EXPECT_EQ(status, 0);
 }
 
 TEST(CommandRun, WhoeverTakesTooLongIsEndedWithAllThatItHasStarted) {

@@ -1,7 +1,7 @@
 // The life of an action: who may start one, one at a time, and what its row says in the end.
 #include "action_chassis.h"
 
-#include "sOnuTable.h"
+#include "../../support/dice.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -144,6 +144,27 @@ TEST(Action, NamesOfAllSixtyFourBytesAreTaken) {
         chassis.create(SACTIONTYPE_CONFIGUPLOAD, {std::string(64, 'h'), "69", name});
         EXPECT_EQ(chassis.outcome(SACTIONTYPE_CONFIGUPLOAD), SACTIONSTATUS_SUCCESS);
         EXPECT_EQ(ActionChassis::served(name), "old");
+    });
+}
+
+// Whatever a manager writes, the action ends, its row tells how, and nothing but the platform's tools is run.
+TEST(Action, AnyParametersEndInAnOutcome) {
+    action_chassis::run([](ActionChassis& chassis) {
+        constexpr char LETTERS[] = "ab19/.-:,%@$`;'\" \\\n\xFF";
+        const int types[] = {1, 2, 3, 4, 10, 21, 25, 40, 45, 46, 47, 48, 49, 50, 62, 71, 72, 73, 99};
+        ActionChassis::make_tool("tftp", "exit 1");
+        Dice dice(1);
+        for (int run = 0; run < 400; ++run) {
+            std::vector<std::string> parameters(ACTION_PARAMETERS);
+            for (std::string& text : parameters)
+                for (size_t length = dice.below(dice.below(4) == 0 ? 65 : 6); length > 0; --length)
+                    text += LETTERS[dice.below(dice.below(2) == 0 ? 6 : sizeof LETTERS - 1)];
+            const int type = types[dice.below(std::size(types))];
+            chassis.create(type, parameters);
+            ASSERT_THAT(chassis.outcome(type), testing::AnyOf(SACTIONSTATUS_FAIL, SACTIONSTATUS_SUCCESS))
+                << type;
+        }
+        EXPECT_EQ(ActionChassis::read("/flash/gpon.conf"), "old");
     });
 }
 

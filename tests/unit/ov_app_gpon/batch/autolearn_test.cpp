@@ -144,6 +144,20 @@ TEST(Autolearn, ReportOfAProtectingPortIsDroppedWithoutAWord) {
     });
 }
 
+TEST(Autolearn, OnuOfAWorkingPortIsMadeOnItsPartnerToo) {
+    on_chassis([](AppChassis& chassis) {
+        for (const int port : {PORT, OTHER_PORT})
+            put_learning_port(
+                chassis, [](Port& row) { row.sPonTableSrvProfileID = 5; }, port);
+        make_group(PORT, OTHER_PORT, true);
+        EXPECT_EQ(learn({.onu = 2}), OV_GPON_RET_OK);
+        ASSERT_NE(stored_onu(2), nullptr);
+        ASSERT_NE(stored_onu(2, OTHER_PORT), nullptr);
+        EXPECT_STREQ(stored_onu(2, OTHER_PORT)->sOnuTableOnuName, "gpon-onu3/5:2");
+        EXPECT_EQ(stored_onu(2, OTHER_PORT)->sOnuTableSrvProfileId, 5u);
+    });
+}
+
 TEST(Autolearn, NumberAbove128IsNone) {
     on_chassis([](AppChassis& chassis) {
         put_learning_port(chassis, [](Port& port) { port.sPonTableSrvProfileID = 5; });

@@ -19,6 +19,7 @@ TEST(BatchCopy, EveryTableReachesTheOnu) {
         EXPECT_EQ(find_row(service_key<FilterMode>(service(2)))->rmSmfmMode, RMSMFMMODE_STATIC);
         EXPECT_EQ(find_row(rule_of(service(2), 1))->rmSmfsMac[5], 7);
         EXPECT_TRUE(IpHost::is_set(*find_row(row_of<IpHost>())));
+        EXPECT_EQ(find_row(onu_key<OnuQos>(SLOT, PORT, ONU))->onuQosMaxBw, MAX_BW);
         EXPECT_TRUE(Wifi::is_set(*find_row(row_of<Wifi>())));
         EXPECT_TRUE(Wan::is_set(*find_row(row_of<Wan>())));
         EXPECT_TRUE(VoipConfig::is_set(*find_row(row_of<VoipConfig>())));
@@ -42,6 +43,7 @@ TEST(BatchCopy, TablesFollowEachOtherAndOnusTakeARowInTurn) {
                                 "913 create", "934 create", "913 create", "934 create", // services
                                 "913 create", "934 create", "913 create", "934 create", //
                                 "916 set", "916 set", "942 create", "942 create",       // UNI, IP host
+                                "921 set", "921 set",                                   // QoS
                                 "956 create", "956 create", "955 create", "955 create", // Wi-Fi, WAN
                                 "946 set", "946 set", "947 create", "947 create",       // VoIP, SIP agent
                                 "948 set", "948 set",                                   // SIP users
@@ -184,6 +186,7 @@ const Refusal REFUSALS[] = {
     {913, "4", "rm-srv 1 failed"},
     {916, "5", "rm uni failed..."},
     {942, "11", "rm iphost failed..."},
+    {921, "9", "onu qos failed..."},
     {956, "12", "rm-wifi 2 failed"},
     {955, "13", "rm-wan 2 failed"},
     {946, "14", "rm-voipConfigData failed"},
@@ -214,6 +217,30 @@ TEST(BatchCopy, TheLinesOfMacFiltersAreTold) {
             EXPECT_THAT(copy_to(flags_of({ONU})), ElementsAre("7: 19"));
             EXPECT_TRUE(provisioning::logged(chassis, std::string("onu 1/3/4:7 config ") + line));
         });
+}
+
+TEST(BatchCopy, QosFailsByItsSteps) {
+    run_with_profile([](AppChassis& chassis) {
+        put_onus(9, 9);
+        put_template<OnuQos>(chassis, [](auto& row) { row.onuQosMaxBw = MAX_BW; });
+        auto* gone = ov_app_find_onu_qos_by_ifindex(onu_ifindex(SLOT, PORT, 7));
+        ASSERT_EQ(ov_app_onu_qos_del(gone, SYNC_APP), OV_QOS_OK);
+        EXPECT_THAT(copy_to(flags_of({7, 9})), ElementsAre("7: 8"));
+        EXPECT_TRUE(provisioning::logged(chassis, "onu 1/3/4:7 config onu qos failed..."));
+        EXPECT_EQ(find_row(onu_key<OnuQos>(SLOT, PORT, 9))->onuQosMaxBw, MAX_BW);
+
+        put_template<OnuQos>(chassis, [](auto& row) { row.onuQosSchedulerProfileId = 3; });
+        EXPECT_THAT(copy_to(flags_of({9})), ElementsAre("9: 9")); // there is no such profile
+        EXPECT_EQ(find_row(onu_key<OnuQos>(SLOT, PORT, 9))->onuQosSchedulerProfileId, 0);
+    });
+}
+
+TEST(BatchCopy, QosAsTheOnuHasItIsNotSent) {
+    run_with_profile([](AppChassis& chassis) {
+        put_template<OnuQos>(chassis, [](auto& row) { row.onuQosMaxBw = 0; });
+        EXPECT_THAT(copy_to(flags_of({ONU})), IsEmpty());
+        EXPECT_THAT(chassis.messages_of(921), IsEmpty());
+    });
 }
 
 TEST(BatchCopy, AnOnuThatRefusesGetsNoMoreAndTheOthersGoOn) {

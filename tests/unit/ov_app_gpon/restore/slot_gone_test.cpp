@@ -3,6 +3,7 @@
 
 #include "../support/check_callbacks.h"
 #include "../support/restore_chassis.h"
+#include "ov_app_gpon_qinq.h"
 #include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_service_port.h"
 #include "sBWProfileTable.h"
@@ -253,6 +254,27 @@ void put_card(const RestoreChassis& chassis, int slot) {
     ov_app_service_port_qos_edit_index(
         qos, service_port_ifindex(*row_at<ov_servicePortTable_attr_t>(1, slot, 4, 7, 1)));
     ASSERT_EQ(ov_app_service_port_qos_add(qos, SYNC_APP), OV_QOS_OK);
+}
+
+TEST(SlotRemove, TheQinqRulesOfItsPortsAndOnusGo) {
+    run_restore_chassis([](RestoreChassis& chassis) {
+        put_onu(chassis, SLOT, 4, 7);
+        const ov_ifindex_t port = port_ifindex(PORT_TYPE_GPON, SLOT, 16);
+        const ov_ifindex_t onu = onu_ifindex(SLOT, 4, 7);
+        const ov_ifindex_t other = port_ifindex(PORT_TYPE_GPON, SLOT + 1, 16);
+        for (const ov_ifindex_t ifindex : {port, onu, other}) {
+            ov_gpon_qinq_attr_t rule = {};
+            rule.ifindex = ifindex;
+            rule.opflag = ov_gpon_qinq_op(OV_GPON_ONU_QINQ_OP_PORT_TSP);
+            ASSERT_EQ(ov_app_gpon_qinq_add(&rule, QINQ_SYNC_ALL), OV_GPON_RET_OK);
+        }
+        hal_slot_active_flag_clear("test", 0, SLOT);
+        EXPECT_EQ(remove(SLOT), KAVO_OK);
+        HeldTimers::run_all();
+        EXPECT_THAT(ov_app_gpon_qinq_rules_of(port), IsEmpty());
+        EXPECT_THAT(ov_app_gpon_qinq_rules_of(onu), IsEmpty());
+        EXPECT_THAT(ov_app_gpon_qinq_rules_of(other), SizeIs(1));
+    });
 }
 
 TEST(SlotRemove, RowsGoFromTheOnuSideToThePort) {

@@ -113,6 +113,7 @@ TEST(Registration, TheRowsOfAServiceProfileGoInThisOrder) {
             ov_service_port_table_multi_srvprofile_callback,
             ov_gemport_table_multi_srvprofile_del_callback,
             ov_tcont_table_multi_srvprofile_del_callback,
+            ov_onu_qos_onu_srvprofile_set_callback,
             ov_onupoe_onu_srvprofile_set_callback,
             ov_unipoe_onu_srvprofile_set_callback,
             ov_unistatus_onu_srvprofile_set_callback,

@@ -130,11 +130,15 @@ inline void fill_services(const AppChassis& chassis) {
         1, ETH, 1);
 }
 
-// A row in each of the tables (17 lines and two more rows), QoS left out.
+using OnuQos = ov_onuQosTable_attr_t;
+inline constexpr mib_ulong MAX_BW = 5000;
+
+// A row in each of the tables.
 inline void fill_profile(const AppChassis& chassis) {
     fill_traffic(chassis);
     fill_services(chassis);
     put_template_of<IpHost>(chassis);
+    put_template<OnuQos>(chassis, [](auto& row) { row.onuQosMaxBw = MAX_BW; });
     put_template_of<Wifi>(chassis);
     put_template_of<Wan>(chassis);
     put_template_of<VoipConfig>(chassis);
