@@ -57,7 +57,7 @@ int make_group(const CliCall& call, const Group& row, const MIB_Flags_t& flags) 
         return call.fail("Failed to add gpon protect group%s");
     gpon_show_in_steps(call.vty, [result, vty = call.vty] {
         if (!result->has_value())
-            ov_app_gpon_port_config_copy_go_on();
+            ov_app_gpon_port_config_go_on();
         if (result->value_or(OV_GPON_RET_OK) != OV_GPON_RET_OK)
             vty_out(vty, "Failed to add gpon protect group%s", kavo_newline(vty));
         return !result->has_value();
@@ -138,14 +138,25 @@ int ov_gpon_pon_protect_group_show_cli(CliCall& call) {
 
 // ---- the configuration of a port --------------------------------------------------------------------------
 
+// The session waits, and the loop serves others meanwhile.
+int wait_for(struct vty* vty, const std::shared_ptr<const bool>& done) {
+    return gpon_show_in_steps(vty, [done] {
+        if (!*done)
+            ov_app_gpon_port_config_go_on();
+        return !*done;
+    });
+}
+
 int ov_gpon_pon_clear_config_cli(CliCall& call) {
     const ov_ifindex_t port = pon_port_of(call, "IFNAME");
     if (port == OV_IFINDEX_INVALID)
         return KAVO_CLI_BAD_INPUT;
-    return ov_app_gpon_port_config_clear(port) == OV_GPON_RET_OK ? 0 : KAVO_CLI_FAILED;
+    const auto done = std::make_shared<bool>(false);
+    if (ov_app_gpon_port_config_clear_start(port, [done] { *done = true; }) != OV_GPON_RET_OK)
+        return KAVO_CLI_FAILED;
+    return wait_for(call.vty, done);
 }
 
-// The session waits for its copy, and the loop serves others meanwhile.
 int ov_gpon_pon_cp_config_cli(CliCall& call) {
     const ov_ifindex_t from = pon_port_of(call, "src");
     const ov_ifindex_t to = from != OV_IFINDEX_INVALID ? pon_port_of(call, "dst") : from;
@@ -153,10 +164,7 @@ int ov_gpon_pon_cp_config_cli(CliCall& call) {
         return KAVO_CLI_BAD_INPUT;
     const auto done = std::make_shared<bool>(false);
     ov_app_gpon_port_config_copy_start(from, to, [done] { *done = true; });
-    return gpon_show_in_steps(call.vty, [done] {
-        ov_app_gpon_port_config_copy_go_on();
-        return !*done;
-    });
+    return wait_for(call.vty, done);
 }
 
 const kavo_cmd_t pon_protect_cmds[] = {

@@ -115,15 +115,13 @@ COMMANDS = [
     (BOUND, "tcont 3 profile gold", "%Failed to create tcont:3\n", "sTcontTable gpon-onu1/1:2 T-CONT 3",
      "gpon-onu1/1:2 takes its settings from service profile 1"),
     # protection groups, and a port as a whole
-    (GPON, "protectgroup 1 name n workpon gpon-olt1/2 protectpon gpon-olt1/2 typeB", "Failed to add gpon protect group\n", "gpon",
+    (GPON, "protectgroup 1 name n workpon gpon-olt1/1 protectpon gpon-olt1/1 typeB", "Failed to add gpon protect group\n", "gpon",
      "a port can't protect itself"),
-    (GPON, "protectgroup 1 name n workpon gpon-olt1/2 protectpon gpon-olt2/1 typeB", "Failed to add gpon protect group\n", "gpon",
+    (GPON, "protectgroup 1 name n workpon gpon-olt1/1 protectpon gpon-olt2/1 typeB", "Failed to add gpon protect group\n", "gpon",
      "both ports must be on one card"),
-    (GPON, "protectgroup 1 name n workpon gpon-olt1/2 protectpon gpon-olt1/1 typeB", "Failed to add gpon protect group\n", "gpon",
-     "the protecting port has ONUs"),
     (GPON, "show protectgroup 9", "%No protect group 9\n", "gpon", "no protection group 9"),
     (GPON, "clear config nowhere", "%Invalid IFNAME: nowhere\n", "gpon", 'no interface "nowhere"'),
-    (GPON, "copy config src gpon-onu1/1:1 dst gpon-olt1/2", "%Interface gpon-onu1/1:1 is not PON\n", "gpon", "gpon-onu1/1:1 isn't a PON port"),
+    (GPON, "copy config src gpon-onu1/1:1 dst gpon-olt2/1", "%Interface gpon-onu1/1:1 is not PON\n", "gpon", "gpon-onu1/1:1 isn't a PON port"),
     # what lies behind an ONU
     (ONU, "remote uni lan1 enable", "%Bad format ONU interface lan1\n", "gpon-onu1/1:1",
      '"lan1" isn\'t eth_CARD/PORT, pots_CARD/PORT, video_CARD/PORT, veip or iphost'),

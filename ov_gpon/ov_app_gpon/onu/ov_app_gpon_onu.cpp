@@ -108,7 +108,9 @@ bool add_on_pair(const OnuChange& change) {
 bool delete_on_pair(const OnuChange& change) {
     Onu key = onu_key<Onu>(change.row);
     move_to_pair(key);
-    return mib_access(MIB_DEL_N, key);
+    const bool is_being_copied_to =
+        ov_pon_protect_group_pon_status_get(key.slotID, key.portID) == OV_PON_PROTECT_PON_STATUS_ERR;
+    return (is_being_copied_to && find_stored_row(key) == nullptr) || mib_access(MIB_DEL_N, key);
 }
 
 // ---- the steps of the set callback ---------------------------------------------------------------------

@@ -13,7 +13,7 @@ enum ov_pon_protect_pon_status_e : int32_t {
     OV_PON_PROTECT_PON_STATUS_NONE = 0,
     OV_PON_PROTECT_PON_STATUS_WORKING = 1,
     OV_PON_PROTECT_PON_STATUS_PROTECTING = 2,
-    OV_PON_PROTECT_PON_STATUS_ERR = 3,
+    OV_PON_PROTECT_PON_STATUS_ERR = 3, // the configuration of its partner is being copied to it
 };
 
 struct ov_pon_protect_pon_status_t {

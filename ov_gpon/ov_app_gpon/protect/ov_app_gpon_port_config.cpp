@@ -2,6 +2,7 @@
 
 #include <array>
 #include <utility>
+#include <vector>
 
 #include "app_columns.h"
 #include "app_rows.h"
@@ -21,7 +22,7 @@ namespace {
 using Port = ov_sPonTable_attr_t;
 namespace column = sPonTable_column;
 
-StepQueue& copies() {
+StepQueue& works() {
     static StepQueue queue;
     return queue;
 }
@@ -122,14 +123,23 @@ void ov_app_gpon_port_config_clear_for_PortQostable(ov_ifindex_t port) {
     ov_app_port_qos_set(qos, SYNC_EVERY_COPY);
 }
 
+using Onu = ov_sOnuTable_attr_t;
+
+std::vector<Onu> onus_of(ov_ifindex_t port) {
+    return rows_copied(port_key_of_ifindex<Onu>(port), INDEX_TO_PORT);
+}
+
+// With all that hangs off it.
+void remove_onu(Onu& onu) {
+    if (mib_access(MIB_DEL, onu, mibDefFlags, gpon_onu_appid))
+        OV_LOG_DEBUG("MMG", "del success onuid: %d", onu.onuId);
+    else
+        OV_LOG_ERROR("MMG", "del failed onuid: %d", onu.onuId);
+}
+
 void ov_app_gpon_port_config_clear_for_sOnutable(ov_ifindex_t port) {
-    using Onu = ov_sOnuTable_attr_t;
-    for (Onu& onu : rows_copied(port_key_of_ifindex<Onu>(port), INDEX_TO_PORT)) {
-        if (mib_access(MIB_DEL, onu, mibDefFlags, gpon_onu_appid))
-            OV_LOG_DEBUG("MMG", "del success onuid: %d", onu.onuId);
-        else
-            OV_LOG_ERROR("MMG", "del failed onuid: %d", onu.onuId);
-    }
+    for (Onu& onu : onus_of(port))
+        remove_onu(onu);
 }
 
 bool has_role(ov_ifindex_t port) {
@@ -166,28 +176,52 @@ int ov_app_gpon_port_config_copy(ov_ifindex_t ponIfindex, ov_ifindex_t cp2Ifinde
 
 void ov_app_gpon_port_config_copy_start(ov_ifindex_t ponIfindex, ov_ifindex_t cp2Ifindex,
                                         std::function<void()> done) {
-    copies().start([copy = PortConfigCopy(ponIfindex, cp2Ifindex)]() mutable { return copy.step(); },
-                   std::move(done));
+    works().start([copy = PortConfigCopy(ponIfindex, cp2Ifindex)]() mutable { return copy.step(); },
+                  std::move(done));
 }
 
-void ov_app_gpon_port_config_copy_go_on() {
-    copies().go_on();
+void ov_app_gpon_port_config_go_on() {
+    works().go_on();
 }
+
+namespace {
+
+bool may_be_cleared(ov_ifindex_t port) {
+    if (ov_ifindex_get_port_type(port) != PORT_TYPE_GPON)
+        return ov_refusal_because("not a PON port");
+    return !has_role(port) || ov_refusal_because("the port is in a protection group");
+}
+
+void clear_settings(ov_ifindex_t port) {
+    OV_LOG_INFO("MMG", "clear configuration of port 0x%x: slot %u port %u", port,
+                ov_ifindex_get_slot_id(port), ov_ifindex_get_port_id(port));
+    ov_app_gpon_port_config_clear_for_sPontable(port);
+    ov_app_gpon_port_config_clear_for_PortQostable(port);
+}
+
+} // namespace
 
 int ov_app_gpon_port_config_clear(ov_ifindex_t Ifindex) {
-    if (ov_ifindex_get_port_type(Ifindex) != PORT_TYPE_GPON) {
-        ov_refusal_because("not a PON port");
+    if (!may_be_cleared(Ifindex))
         return OV_GPON_RET_FAIL;
-    }
-    if (has_role(Ifindex)) {
-        ov_refusal_because("the port is in a protection group");
-        return OV_GPON_RET_FAIL;
-    }
-    OV_LOG_INFO("MMG", "clear configuration of port 0x%x: slot %u port %u", Ifindex,
-                ov_ifindex_get_slot_id(Ifindex), ov_ifindex_get_port_id(Ifindex));
-    ov_app_gpon_port_config_clear_for_sPontable(Ifindex);
-    ov_app_gpon_port_config_clear_for_PortQostable(Ifindex);
+    clear_settings(Ifindex);
     ov_app_gpon_port_config_clear_for_sOnutable(Ifindex);
+    return OV_GPON_RET_OK;
+}
+
+int ov_app_gpon_port_config_clear_start(ov_ifindex_t Ifindex, std::function<void()> done) {
+    if (!may_be_cleared(Ifindex))
+        return OV_GPON_RET_FAIL;
+    clear_settings(Ifindex);
+    const auto remove_next = [onus = onus_of(Ifindex)]() mutable {
+        if (onus.empty())
+            return false;
+        const OvRefusal door("clear", OvRefusal::Kind::EVENT); // each refusal leaves its line
+        remove_onu(onus.back());
+        onus.pop_back();
+        return true;
+    };
+    works().start(remove_next, std::move(done));
     return OV_GPON_RET_OK;
 }
 

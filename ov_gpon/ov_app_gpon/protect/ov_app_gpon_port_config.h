@@ -14,17 +14,19 @@
 // Copies it all at once: the loop stands still for as long as the card needs. Always 0.
 int ov_app_gpon_port_config_copy(ov_ifindex_t ponIfindex, ov_ifindex_t cp2Ifindex);
 
-// The same in steps, between which the loop serves others. `done` is called once, from a step and never from
-// within this call. One that is started while another runs begins when that is through.
-void ov_app_gpon_port_config_copy_start(ov_ifindex_t ponIfindex, ov_ifindex_t cp2Ifindex,
-                                        std::function<void()> done);
-// Works on the copies that have been started, for about as long as one step does: for a session that has
-// nothing better to do than to wait for its own.
-void ov_app_gpon_port_config_copy_go_on();
-
 // Puts a port back to its defaults and removes its ONUs. 0, or OV_GPON_RET_FAIL for an index that isn't that
 // of a PON port and for a port of a protection group.
 int ov_app_gpon_port_config_clear(ov_ifindex_t Ifindex);
+
+// The same two in steps, between which the loop serves others. `done` is called once, from a step and never
+// from within these calls, nor when a port isn't to be cleared. What is started while another is under way
+// begins when that is through.
+void ov_app_gpon_port_config_copy_start(ov_ifindex_t ponIfindex, ov_ifindex_t cp2Ifindex,
+                                        std::function<void()> done);
+int ov_app_gpon_port_config_clear_start(ov_ifindex_t Ifindex, std::function<void()> done);
+// Works on what has been started, for about as long as one step does: for a session that has nothing better
+// to do than to wait for its own.
+void ov_app_gpon_port_config_go_on();
 
 // Whether a port is as a new one is: settings, scheduler and profiles at their defaults. 1 when it is, 0 also
 // for a port that isn't there.

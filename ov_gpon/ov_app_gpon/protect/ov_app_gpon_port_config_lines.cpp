@@ -9,6 +9,7 @@
 #include "onuQosTable.h"
 #include "ov_app_gpon_gemport.h"
 #include "ov_app_gpon_onu.h"
+#include "ov_app_gpon_onu_qos.h"
 #include "ov_app_gpon_port.h"
 #include "ov_app_gpon_port_qos.h"
 #include "ov_app_gpon_rm_iphost.h"
@@ -263,9 +264,22 @@ constexpr PortCopyWrite SERVICE_PORT_WRITES[] = {
 
 using OnuQos = ov_onuQosTable_attr_t;
 
+// An ONU starts with the mapping that its queues ask for.
+MIB_Flags_t onu_qos_settings(const OnuQos& row) {
+    using namespace onuQosTable_column;
+    MIB_Flags_t columns = settings_of(row);
+    uint32_t mapping = 0;
+    if (ov_app_onu_cosq_defId(onu_ifindex_of(row), &mapping) == OV_QOS_OK &&
+        static_cast<uint32_t>(row.onuQosDownlinkCosQueueMapProfileId) == mapping)
+        mib_flag_clear(columns, onuQosDownlinkCosQueueMapProfileId);
+    return columns;
+}
+
 int set_onu_qos(OnuQos* row, MIB_Flags_t* columns) {
     return mib_access(MIB_SET, *row, *columns) ? OV_GPON_RET_OK : OV_GPON_RET_BAD_PARAM;
 }
+
+constexpr PortCopyWrite ONU_QOS_WRITES[] = {write<set_onu_qos, onu_qos_settings>("edit")};
 
 // The settings of rows that are there already.
 template <auto edit>
@@ -307,7 +321,7 @@ PORT_COPY(sOnutable, table<Onu>(ONU_WRITES))
 PORT_COPY(sTconttable, table<Tcont>(TCONT_WRITES))
 PORT_COPY(sGemtable, table<Gem>(GEM_WRITES))
 PORT_COPY(servicePorttable, table<ServicePort>(SERVICE_PORT_WRITES))
-PORT_COPY(onuQosTable, settings_by<set_onu_qos>())
+PORT_COPY(onuQosTable, table<OnuQos>(ONU_QOS_WRITES))
 PORT_COPY(sRmOnuUniStatusTable, settings_by<ov_app_gpon_rmunistatus_edit>())
 PORT_COPY(sRmIPhostTable, rows_by<ov_app_gpon_rm_iphost_add>())
 PORT_COPY(sRmTR069MgmtTable, settings_by<ov_app_gpon_rm_tr069_mgmt_edit>())

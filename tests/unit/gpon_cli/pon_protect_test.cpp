@@ -51,7 +51,7 @@ CLI_TEST(Protection, GroupIsMadeSwitchedShownAndEnded) {
     EXPECT_EQ(output(),
               "\ngroup name                 working      state          protecting   state          "
               "in service   command request type\n" +
-                  std::string(116, '-') +
+                  std::string(117, '-') +
                   "\n3     north                gpon-olt3/1  normal         gpon-olt3/2  normal         "
                   "gpon-olt3/2  msp     no      typeb\n");
     EXPECT_EQ(run("protectgroup 3 switchover w2p"), CMD_SUCCESS);

@@ -13,6 +13,7 @@
 #include <map>
 #include <vector>
 
+#include "app_loop.h"
 #include "app_modules.h"
 #include "app_rows.h"
 #include "hal_chassis.h"
@@ -46,6 +47,7 @@ public:
 
     explicit AppChassis(uint32_t shelf_type = OV_SHELF_TYPE_LC14) : hal(shelf_type) {
         hal.open();
+        app_loop_set(frr_master());
         uif_init();
         ov_gpon_const_val_init();
 #define OV_TABLE_INIT(function) function();

@@ -346,6 +346,24 @@ TEST(PortClear, IsRefusedForPortsOfAGroupAndForWhatIsNoPort) {
     });
 }
 
+TEST(PortClear, InStepsIsTheSame) {
+    on_two_ports([](AppChassis&, TestClock& clock) {
+        for (const int onu : {1, 2, 3})
+            add_whole_onu(onu);
+        bool done = false;
+        EXPECT_EQ(ov_app_gpon_port_config_clear_start(index_of(WORK), [&done] { done = true; }),
+                  OV_GPON_RET_OK);
+        EXPECT_EQ(rows_of<Onu>(WORK).size(), 3u);
+        while (clock.armed() > 0)
+            clock.run_next();
+        EXPECT_TRUE(done);
+        EXPECT_THAT(rows_of<Onu>(WORK), IsEmpty());
+        EXPECT_THAT(rows_of<Service>(WORK), IsEmpty());
+        EXPECT_EQ(ov_app_gpon_port_config_clear_start(0, [] { FAIL(); }), OV_GPON_RET_FAIL);
+        EXPECT_EQ(clock.armed(), 0u);
+    });
+}
+
 TEST(PortClear, TellsOfAWriteThatIsRefused) {
     on_two_ports([](AppChassis& chassis, TestClock&) {
         ASSERT_EQ(edit_port(WORK, columns_of(port_column::sPonTableDsFec, port_column::sPonTableAutoFind),
