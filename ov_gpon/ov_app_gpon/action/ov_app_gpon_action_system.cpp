@@ -1,4 +1,5 @@
-// Actions on the system itself and on the firmware files of ONUs: all short, within the creation.
+// Actions on the system itself, on a port's configuration and on the firmware files of ONUs. All are short
+// but the clear of a port, which goes on in steps of the loop.
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -73,8 +74,9 @@ ActionEnd action_clear_port(ActionRow& row) {
     const int port = std::atoi(row.sActionParam1);
     const bool is_port = row.shelfID == GPON_SHELF && fits(row.slotID, ov_gpon_maxslot_get()) &&
                          fits(port, ov_gpon_maxpon_get());
-    if (is_port && ov_app_gpon_port_config_clear(port_ifindex(PORT_TYPE_GPON, row.slotID, port)) == 0)
-        return ActionEnd::DONE;
+    if (is_port && ov_app_gpon_port_config_clear_start(port_ifindex(PORT_TYPE_GPON, row.slotID, port),
+                                                       [row] { action_finished(row); }) == OV_GPON_RET_OK)
+        return ActionEnd::LATER;
     OV_LOG_ERROR(LOG_TAG, "lack of parameter!");
     return ActionEnd::FAILED;
 }

@@ -1,6 +1,7 @@
 // Actions that are done within the creation, and those for a station that moves the files itself.
 #include "action_chassis.h"
 
+#include "../support/onu_chassis.h"
 #include "mmg_definition.h"
 #include "mmg_mib_save_task.h"
 #include "ov_app_gpon_action_station.h"
@@ -65,11 +66,25 @@ TEST(DebugLevel, TurnsTheTwoSwitches) {
 
 TEST(ClearPort, WhatCantBeClearedIsCalledAMissingParameter) {
     action_chassis::run([](ActionChassis& chassis) {
-        for (const char* port : {"0", "17", "x", "-1", "4"}) {
+        onu_test::make_group(4, 5, true);
+        for (const char* port : {"0", "17", "x", "-1", "4", "5"}) {
             chassis.create(SACTIONTYPE_GPONCONFIGCLEAR, {port});
             EXPECT_EQ(chassis.outcome(SACTIONTYPE_GPONCONFIGCLEAR), SACTIONSTATUS_FAIL) << port;
             EXPECT_THAT(chassis.log(), Contains("lack of parameter!")) << port;
         }
+    });
+}
+
+TEST(ClearPort, IsRunningUntilTheLastStep) {
+    action_chassis::run([](ActionChassis& chassis) {
+        onu_test::put_onu(
+            chassis, [](auto& /*onu*/) {}, 1, 4);
+        ASSERT_TRUE(ActionChassis::begin(SACTIONTYPE_GPONCONFIGCLEAR, {"4"}));
+        EXPECT_EQ(chassis.outcome(SACTIONTYPE_GPONCONFIGCLEAR), SACTIONSTATUS_RUNNING);
+        ASSERT_TRUE(loop_until([] { return !ActionChassis::is_busy(); }));
+        EXPECT_EQ(chassis.outcome(SACTIONTYPE_GPONCONFIGCLEAR), SACTIONSTATUS_SUCCESS);
+        EXPECT_EQ(find_row(onu_key_of_ifindex<ov_sOnuTable_attr_t>(onu_ifindex(ActionChassis::SLOT, 4, 1))),
+                  nullptr);
     });
 }
 

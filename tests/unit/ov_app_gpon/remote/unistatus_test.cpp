@@ -215,14 +215,6 @@ TEST(UniStatus, OfAWorkingPortIsRepeatedOnThePartner) {
     });
 }
 
-TEST(UniStatus, ThatCannotBeRepeatedIsRefused) {
-    run([](AppChassis& /*chassis*/) {
-        make_group(PORT, OTHER_PORT, true); // nobody writes on the partner
-        EXPECT_EQ(set_value(UNI, 9, 17), OV_GPON_RET_BAD_PARAM);
-        EXPECT_EQ(find_row(UNI)->sRmUniStatusMacLearnCount, 0u);
-    });
-}
-
 // ---- the link ---------------------------------------------------------------------------------------------
 
 TEST(UniStatus, TheLinkIsAskedOfTheOnu) {
