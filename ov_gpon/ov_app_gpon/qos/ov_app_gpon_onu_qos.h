@@ -10,7 +10,6 @@
 #include "app_message_map.h"
 #include "mmg_access.h"
 #include "onuQosTable.h"
-#include "onuQosTable.h"
 #include "ov_app_gpon_qos_codes.h"
 #include "ov_app_gpon_qos_list.h"
 #include "ov_hal_gpon_msg.h"
