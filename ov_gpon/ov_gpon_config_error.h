@@ -1,7 +1,9 @@
 // At which step the configuration of an ONU from a service profile failed.
 #pragma once
 
-enum ov_gpon_config_error_t : int {
+#include <cstdint>
+
+enum ov_gpon_config_error_t : uint8_t {
     NO_ERROR = 0,
     TCONT_ERROR = 1,
     GEM_ERROR = 2,
@@ -10,9 +12,9 @@ enum ov_gpon_config_error_t : int {
     RMUNI_ERROR = 5,
     ONU_TYPE_ERROR = 6, // the ONU isn't of the profile's type
     ONU_NOT_EXIST = 7,
-    ONU_QOS_ERROR = 8,
-    ONU_QOS_NOTSUPPORT = 9,
-    MIB_ACCESS_ERROR = 10, // of the ONU's QoS row
+    ONU_QOS_ERROR = 8,      // the QoS of the ONU isn't there
+    ONU_QOS_NOTSUPPORT = 9, // it, or its card, doesn't take the values
+    MIB_ACCESS_ERROR = 10,  // its row couldn't be written
     RMIPHOST_ERROR = 11,
     RMWIFI_ERROR = 12,
     RMWAN_ERROR = 13,

@@ -65,7 +65,7 @@ int look_for_onus(const CliCall& call, Flags& onus, Decide decide) {
 // ---- copy -------------------------------------------------------------------------------------------------
 
 struct Failure {
-    ov_batch_cfg_error_e error;
+    ov_gpon_config_error_t error;
     const char* text; // in front of the line's end
 };
 // The others have no text of their own.

@@ -14,6 +14,7 @@
 #include <functional>
 #include <span>
 
+#include "ov_gpon_config_error.h"
 #include "ov_ifindex.h"
 #include "ov_types.h"
 
@@ -29,31 +30,7 @@ enum ov_batch_onu_flag_e : char {
     OV_BATCH_ONU_NOT_THERE = 5,
 };
 
-// What has failed on an ONU.
-enum ov_batch_cfg_error_e : uint8_t {
-    NO_ERROR = 0,
-    TCONT_ERROR = 1,
-    GEM_ERROR = 2,
-    SRVPORT_ERROR = 3,
-    RMSRV_ERROR = 4,
-    RMUNI_ERROR = 5,
-    ONU_TYPE_ERROR = 6,
-    ONU_NOT_EXIST = 7,
-    ONU_QOS_ERROR = 8,      // the QoS of the ONU isn't there
-    ONU_QOS_NOTSUPPORT = 9, // it, or its card, doesn't take the values
-    MIB_ACCESS_ERROR = 10,  // its row couldn't be written
-    RMIPHOST_ERROR = 11,
-    RMWIFI_ERROR = 12,
-    RMWAN_ERROR = 13,
-    RMVOIPCFG_ERROR = 14,
-    RMSIPAGENT_ERROR = 15,
-    RMSIPUSER_ERROR = 16,
-    RMONUPOE_ERROR = 17,
-    RMUNIPOE_ERROR = 18,
-    RMMACFILTER_ERROR = 19,
-};
-
-// What became of a copy: an ov_batch_cfg_error_e for each ONU, entry `onuId - 1`.
+// What became of a copy: an ov_gpon_config_error_t for each ONU, entry `onuId - 1`.
 struct ov_batch_cfg_rtn_t {
     uint8_t errorCode[OV_BATCH_ONU_MAX];
 };

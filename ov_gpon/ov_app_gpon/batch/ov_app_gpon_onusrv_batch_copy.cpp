@@ -50,7 +50,7 @@ void BatchCopy::give(const BatchRow& row, size_t position) {
     auto onu = onu_key_of_ifindex<ov_sOnuTable_attr_t>(port_);
     onu.shelfID = GPON_SHELF;
     onu.onuId = static_cast<mib_long>(position + 1);
-    const ov_batch_cfg_error_e error = row.line->give(row, onu);
+    const ov_gpon_config_error_t error = row.line->give(row, onu);
     if (error == NO_ERROR)
         return;
     onus_[position] = OV_BATCH_ONU_FAILED;

@@ -46,7 +46,7 @@ void collect(const BatchLine& line, mib_ulong profile, std::vector<BatchRow>& ro
 }
 
 template <auto door>
-ov_batch_cfg_error_e give(const BatchRow& from, const ov_sOnuTable_attr_t& onu) {
+ov_gpon_config_error_t give(const BatchRow& from, const ov_sOnuTable_attr_t& onu) {
     auto row = row_for<decltype(row_of_door(door))>(from, onu);
     MIB_Flags_t columns = from.columns;
     // The check callbacks ask what the set callbacks ask again.
@@ -59,7 +59,7 @@ MIB_Flags_t all_columns(const Row& /*row*/) {
 }
 
 template <auto door, auto columns_of_row = all_columns<decltype(row_of_door(door))>>
-constexpr BatchLine line(ov_batch_cfg_error_e error, const char* text) {
+constexpr BatchLine line(ov_gpon_config_error_t error, const char* text) {
     return {collect<decltype(row_of_door(door)), columns_of_row>, give<door>, error, text};
 }
 
@@ -67,12 +67,12 @@ constexpr BatchLine line(ov_batch_cfg_error_e error, const char* text) {
 
 using OnuQos = ov_onuQosTable_attr_t;
 
-ov_batch_cfg_error_e error_of(int result) {
+ov_gpon_config_error_t error_of(int result) {
     return result == OV_QOS_OK ? NO_ERROR : result == OV_QOS_MIB_FAIL ? MIB_ACCESS_ERROR : ONU_QOS_NOTSUPPORT;
 }
 
 // The row is there since its ONU is: the ONU's object takes what is different, and hands it on.
-ov_batch_cfg_error_e give_qos(const BatchRow& from, const ov_sOnuTable_attr_t& onu) {
+ov_gpon_config_error_t give_qos(const BatchRow& from, const ov_sOnuTable_attr_t& onu) {
     ov_app_onu_qos_s* qos = ov_app_find_onu_qos_by_ifindex(onu_ifindex_of(onu));
     if (qos == nullptr) {
         ov_refusal_because("the ONU has no QoS");

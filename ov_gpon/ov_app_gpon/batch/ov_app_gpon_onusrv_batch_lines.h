@@ -26,8 +26,8 @@ struct BatchLine {
     // Adds the template rows that the table has of a service profile.
     void (*collect)(const BatchLine& line, mib_ulong profile, std::vector<BatchRow>& rows);
     // Gives a row to the ONU of this index. What has failed: the line's error, or one of the function's own.
-    ov_batch_cfg_error_e (*give)(const BatchRow& row, const ov_sOnuTable_attr_t& onu);
-    ov_batch_cfg_error_e error;
+    ov_gpon_config_error_t (*give)(const BatchRow& row, const ov_sOnuTable_attr_t& onu);
+    ov_gpon_config_error_t error;
     // Logged for a row that an ONU has refused: a "%d" for each of the first index columns of the ONU's row.
     const char* text;
 };
