@@ -1,5 +1,5 @@
-// The tables that a restore replays to a card. Each module hands in its own line (app_restore_line.h), also
-// those that aren't there yet (pending.cpp). Main loop.
+// The tables that a restore replays to a card. Each module hands in its own line (app_restore_line.h).
+// Main loop.
 #pragma once
 
 #include <cstdint>

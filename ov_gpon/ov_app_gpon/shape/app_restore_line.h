@@ -31,7 +31,7 @@ struct RestoreTable {
     const char* name;         // ov_app_gpon_config_restore_*
     int table;                // registry index
     int message;              // OV_HAL_MSG_GPON_*
-    const AnyMessageMap* map; // null: the table's module isn't there yet, nothing is replayed
+    const AnyMessageMap* map; // null: nothing is replayed
     RestoreSets sets = RestoreSets::CREATED;
     RestoreRows rows = RestoreRows::OF_SLOT;
 
@@ -52,18 +52,4 @@ struct RestoreTable {
         message,                                                                                             \
         &(map),                                                                                              \
         RestoreSets::sets,                                                                                   \
-        RestoreRows::TEMPLATES};
-// Of a table whose module isn't there yet.
-#define RESTORE_LATER(word, table, message)                                                                  \
-    extern const RestoreTable ov_app_gpon_config_restore_##word;                                             \
-    constinit const RestoreTable ov_app_gpon_config_restore_##word = {"ov_app_gpon_config_restore_" #word,   \
-                                                                      table, message, nullptr};
-#define RESTORE_TEMPLATES_LATER(word, of_table, message)                                                     \
-    extern const RestoreTable ov_app_gpon_config_restore_onusrvprofile_##word;                               \
-    constinit const RestoreTable ov_app_gpon_config_restore_onusrvprofile_##word = {                         \
-        "ov_app_gpon_config_restore_onusrvprofile_" #word,                                                   \
-        of_table,                                                                                            \
-        message,                                                                                             \
-        nullptr,                                                                                             \
-        RestoreSets::CREATED,                                                                                \
         RestoreRows::TEMPLATES};
