@@ -13,6 +13,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <poll.h>
@@ -108,12 +109,13 @@ public:
         const std::lock_guard lock(mutex_);
         on_request_ = std::move(on_request);
     }
+    // All that was sent to it before the call, also when its thread has had no processor yet.
     std::vector<Bytes> seen() const {
-        const std::lock_guard lock(mutex_);
+        const std::unique_lock lock = caught_up();
         return seen_;
     }
     size_t count() const {
-        const std::lock_guard lock(mutex_);
+        const std::unique_lock lock = caught_up();
         return seen_.size();
     }
     // Leaves what comes unread, or reads on.
@@ -124,7 +126,7 @@ public:
     void rest_after(size_t messages) { rest_after_ = messages; }
     // Waits for so many messages in all, twenty seconds at most.
     std::vector<Bytes> wait_for(size_t count) const {
-        for (int n = 0; n < 20000 && this->count() < count; n++)
+        for (int n = 0; n < 20000 && this->taken() < count; n++)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return seen();
     }
@@ -148,6 +150,41 @@ public:
     }
 
 private:
+    size_t taken() const {
+        const std::lock_guard lock(mutex_);
+        return seen_.size();
+    }
+    bool has_unread() const {
+        pollfd p = {.fd = fd_, .events = POLLIN, .revents = 0};
+        return !stopped_ && std::this_thread::get_id() != thread_.get_id() && poll(&p, 1, 0) > 0;
+    }
+    // The lock, once nothing that was sent is unread any more: ten seconds at most, for a card that takes its
+    // time.
+    std::unique_lock<std::mutex> caught_up() const {
+        std::unique_lock lock(mutex_);
+        for (int n = 0; n < 10000 && has_unread(); n++) {
+            lock.unlock();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            lock.lock();
+        }
+        return lock;
+    }
+    // The next message, kept among those seen in the same step; empty if there is none.
+    Bytes take() {
+        Bytes request(4096);
+        const std::lock_guard lock(mutex_);
+        const ssize_t got = stopped_ ? -1 : recv(fd_, request.data(), request.size(), MSG_DONTWAIT);
+        if (got < 0)
+            return {};
+        request.resize(size_t(got));
+        seen_.push_back(request);
+        return request;
+    }
+    // How it acts on the message just taken, and whether it rests before.
+    std::pair<Behaviour, bool> next_act() const {
+        const std::lock_guard lock(mutex_);
+        return {on_request_, rest_after_ != 0 && seen_.size() % rest_after_ == 0};
+    }
     void serve() {
         // A card is on a board of its own: it doesn't interrupt the sender for each message.
         const sched_param none = {};
@@ -156,19 +193,10 @@ private:
             pollfd p = {.fd = fd_, .events = short(stopped_ ? 0 : POLLIN), .revents = 0};
             if (poll(&p, 1, stopped_ ? 1 : 10) <= 0)
                 continue;
-            Bytes request(4096);
-            const ssize_t got = recv(fd_, request.data(), request.size(), 0);
-            if (got < 0)
+            const Bytes request = take();
+            if (request.empty())
                 continue;
-            request.resize(size_t(got));
-            Behaviour act;
-            bool rest = false;
-            {
-                const std::lock_guard lock(mutex_);
-                seen_.push_back(request);
-                act = on_request_;
-                rest = rest_after_ != 0 && seen_.size() % rest_after_ == 0;
-            }
+            const auto [act, rest] = next_act();
             if (rest)
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             if (request.size() >= wire::PAYLOAD && wire::get32(request, 8) == 1)
