@@ -30,7 +30,7 @@ LINE_CARDS = (1, 2, 3, 4, 5, 6, 7, 10, 11, 12, 13, 14, 15, 16)
 CONTROL_CARD = 8
 UPLINKS = ("xe8/1", "xe8/2")
 GPON_CARD_TYPE, CONTROL_CARD_TYPE = 27, 2
-LAST_STAGE = 480
+STAGES = (300, 410, 480)
 
 #: Subscribers by their share.
 SHARES = {"home": 55, "flat": 20, "bound": 12, "office": 10, "mast": 3}
@@ -112,8 +112,8 @@ def auth_of(serial, slot, port, number, rng):
     """Most are known by their serial number; some are not."""
     loid, password = f"loid-{slot}-{port}-{number}", f"p{slot:x}{port:x}{number:02x}"
     forms = (f"sn {serial} pw {password}", f"loid {loid}", f"loid {loid} pw {password}", f"pw {password}")
-    choice = rng.random() * 100
-    return forms[int(choice)] if choice < len(forms) else f"sn {serial}"
+    choice = number - 1 if number <= len(forms) else rng.randrange(100)
+    return forms[choice] if choice < len(forms) else f"sn {serial}"
 
 
 class Town:
@@ -191,6 +191,7 @@ class Town:
         for onu in self.onus():
             yield f"interface {onu.name}"
             yield from self.lines_of(onu)
+        yield from self._learning()
         yield "exit"
         yield "end"
 
@@ -236,18 +237,29 @@ class Town:
         first = port.slot == self.slots[0] and port.number == 1
         for chance, line in (
             (0.8, "fec downstream  enable"), (0.5, "aes encryption key_exchange enable"), (0.2, "aes encryption key_exchange interval 20000"),
-            (0.3, f"onu max_distance {rng.choice((20, 30, 50, 60))}"), (0.2, "rogue-onu-detect enable"), (0.1, "uncfg-onu silence enable 60"),
-            (0.3, "pm protocol enable"), (0.3, "pm data enable"), (0.2, "switch-port protected enable"), (0.05, "mib-data-sync disable"),
+            (0.3, f"onu max_distance {rng.choice((30, 40, 60))}"), (0.2, "rogue-onu-detect enable"), (0.1, "uncfg-onu silence enable 60"),
+            (0.3, "pm protocol enable"), (0.3, "pm data enable"), (0.2, "switch-port protected disable"), (0.1, "onu auto-discovery disable"), (0.05, "mib-data-sync disable"),
         ):  # fmt: skip
             if rng.random() < chance or first:
                 yield f" {line}"
-        if first:  # ONUs that nobody knows are only reported
+        if first:
             yield " qos-queue-scheduler model hierarchy"
             yield " qos-queue-scheduler 1"
             yield " qos-queue-traffic 128"
             yield " scb max-bandwidth 2500000"
-        elif port.role == "plain" and rng.random() < 0.5:
-            yield " onu auto-authentication enable auto-flow enable def-srv-profile bound configure_onu_node enable"
+
+    def _learning(self):
+        """Ports that take in whom they don't know: begun when all who are known have been typed."""
+        for port in self.ports():
+            rng = self._rng("learning", port.slot, port.number)
+            if port.role == "protect" or (port.number > 3 and rng.random() < 0.5):
+                continue
+            yield f"interface {port.name}"
+            if port.number % 3 == 1:
+                yield " onu auto-authentication enable"
+                continue
+            copied = " configure_onu_node enable" if port.number % 3 == 0 else ""
+            yield f" onu auto-authentication enable auto-flow enable def-srv-profile bound{copied}"
             yield " onu-auto-flow sfu srv-profile bound"
             yield " onu-auto-flow hgu srv-profile gateways"
             yield " onu-auto-flow vendor 1 SIMD srv-profile gateways"
@@ -265,8 +277,8 @@ class Town:
             head = f"vlan-smart-qinq ingress-port {port.name}"
             for rule in (
                 "user-vlan-range 100 to 199 svlan 1000", "user-vlan-range 200 to 299 svlan 1000 svlancos 7", "user-vlan 10 cos 5 svlan 2000 svlancos copy-cvlan",
-                "user-vlan 11 cos 5 svlan 2000", "ether-type pppoe-data svlan 3000 svlancos 3", "ether-type 34525 svlan 3001", "user-vlan 2 svlan 4094",
-                "user-vlan 3 svlan 4094 svlancos 0", "user-vlan 4 ether-type ip svlan 2", "user-vlan 5 ether-type arp svlan 2 svlancos 1",
+                "user-vlan 11 cos 5 svlan 2000", "ether-type pppoe-data svlan 3000 svlancos 3", "ether-type 35020 svlan 3001", "user-vlan 2 svlan 4094",
+                "user-vlan 3 svlan 4094 svlancos 7", "user-vlan 4 ether-type ip svlan 2", "user-vlan 5 ether-type arp svlan 2 svlancos 1",
                 "cos 7 svlan 3", "cos 6 svlan 3 svlancos copy-cvlan", "ether-type rarp cos 1 svlan 4", "ether-type pppoe-control cos 2 svlan 4 svlancos 4",
             ):  # fmt: skip
                 yield f"{head} {rule}"
@@ -282,8 +294,9 @@ class Town:
             kind = "hgu" if onu.type in ("HOME-4", "LAB-4") else "sfu"
             yield f"onu add {onu.serial} port=gpon-olt{onu.slot}/{onu.port} model={onu.model} type={kind}{words}"
 
-    def events(self):
-        """What the controller tells a daemon that has connected: cards and ports in service."""
+    def events(self, replay=False):
+        """What the controller tells a daemon that has connected: cards and ports in service; with the replay of their
+        configuration (16 seconds and more) or, where nothing is to be told again, only its end."""
         yield f"event slot-add slot_id={CONTROL_CARD} card_type={CONTROL_CARD_TYPE}"
         yield f"event slot-active slot_id={CONTROL_CARD} card_type={CONTROL_CARD_TYPE}"
         for uplink in UPLINKS:
@@ -293,14 +306,22 @@ class Town:
             yield f"event slot-active slot_id={slot} card_type={GPON_CARD_TYPE}"
             for number in range(1, self._ports + 1):
                 yield f"event new-if ifindex=gpon-olt{slot}/{number} flags=up+running"
+        for stage in STAGES if replay else ():
+            for slot in self.slots:
+                yield f"event cfg-slot-sync-start appid=30047 slotid={slot} cfg_prio={stage} appName=gpon"
+            for slot in self.slots:
+                yield f"wait kind=request type=cfg-app-notify-recover-result slotid={slot} cfg_prio={stage} timeout=600000"
+        for slot in self.slots:
+            yield f"event cfg-slot-sync-end slotid={slot}"
 
-    def chassis_scenario(self, with_onus=True):
+    def chassis_scenario(self, with_onus=True, replay=False, in_operation=True):
         lines = [
             "env PDT_INFO_SHELF_TYPE 53", "env PDT_INFO_SHELF_ID 1", f"env PDT_INFO_CARD_SLOTID {CONTROL_CARD}", f"env slot {CONTROL_CARD}",
             "env active 1", "env OV_APP_FLAG_SYS_OPSTATUS 1", f"card-board {CONTROL_CARD}",
             *(line for line in self.plugged_in() if with_onus or not line.startswith("onu ")),
-            "mono-ready 1", "on connect", f"    wait kind=request type=cfg-app-sync-prio cfg_prio={LAST_STAGE} timeout=0",
-            *(f"    {line}" for line in self.events()), "    note in-service", "end",
+            "mono-ready 1", "on connect", "    env OV_APP_FLAG_SYS_OPSTATUS 0", f"    wait kind=request type=cfg-app-sync-prio cfg_prio={STAGES[-1]} timeout=0",
+            *(f"    {line}" for line in self.events(replay)), 
+            f"    env OV_APP_FLAG_SYS_OPSTATUS {int(in_operation)}", "    note in-service", "end",
         ]  # fmt: skip
         return "".join(f"{line}\n" for line in lines)
 

@@ -10,9 +10,11 @@ import itertools
 # ONU types: name and what the command says of it.
 TYPES = {
     "FLAT-1": "eth 1 pots 0",
-    "HOME-4": "eth 4 pots 2 card 1",
-    "OFFICE-8": "eth 8 pots 2 down-queue 8 up-queue 8",
-    "MAST-2": "eth 2 pots 0 card 1 down-queue 8 up-queue 4",
+    "HOME-4": "eth 4 pots 2",
+    "OFFICE-8": "eth 8 pots 2",
+    "MAST-2": "eth 2 pots 0 down-queue 8 up-queue 4",
+    "BLOCK-24": "eth 24 pots 0 card 4",
+    "SHELF-2": "eth 2 pots 1 card 2 down-queue 4 up-queue 1",
     "LAB-4": "eth 4 pots 2 card 2 video 1 down-queue 8 up-queue 8",
 }
 
@@ -118,10 +120,10 @@ def office(onu, rng):
     yield f"service-port 2 gemport 2 user-vlan {VLAN['business']} vlan {own} priority 3 svlan {VLAN['business']} priority 3"
     yield f"service-port 3 gemport 3 user-vlan untagged vlan-add {own} priority 0"
     yield "service-port 2 mac-limit 255"
-    yield "service-port 2 mac-move enable"
     yield "service-port 1 cos-to-cos uplink 1"
     for port in range(1, 5):
-        yield f"remote uni eth_1/{port} pm enable"
+        if port <= 2 and onu.number <= 8:  # the system counts at 800 UNIs
+            yield f"remote uni eth_1/{port} pm enable"
         yield f"remote uni eth_1/{port} mac-limit 64"
     yield "remote uni eth_1/1 dot1x enable"
     yield "remote uni eth_1/8 disable"
@@ -173,7 +175,7 @@ def mast(onu, rng):
     for gem in range(1, 5):
         yield f"remote service {gem} gem {gem} vlan {VLAN['mast'] + gem} cos {gem}"
     yield "remote uni eth_1/1 vlan-mode transparent" if rng.random() < 0.5 else "remote uni eth_1/1 vlan-mode trunk tag 501 502 503 504"
-    yield "remote uni eth_1/1 max-frame 2000"
+    yield "remote uni eth_1/1 max-frame 1522"
     yield "remote onu queue-schedule wrr 1 2 4 8 16 32 64 100"
     yield "qos-onu-weight 127"
 
@@ -260,7 +262,7 @@ def lab_services(onu, _):
         yield f"service-port {number} gemport {number}{form}"
     yield "service-port 32 gemport 10 user-vlan 16 transparent"
     yield "service-port 32 mac-limit 4095"
-    yield "service-port 32 mac-move enable"
+    yield "service-port 32 mac-move disable"
     yield "service-port 32 queue 7"
     yield "service-port 32 cos-to-cos uplink 7"
     for number, form in enumerate(SERVICES, 1):
@@ -269,7 +271,7 @@ def lab_services(onu, _):
     yield "cos-queue-map downlink 4"
     yield "qos-queue-traffic 128"
     yield "qos-onu-bandwidth min 1 max 10000000"
-    yield "qos-onu-weight 1"
+    yield "qos-onu-weight 2"
 
 
 def lab_unis(onu, _):
@@ -324,6 +326,7 @@ def lab_management(onu, _):
 def lab_networks(onu, _, part=0):
     """Eight of the forms of WAN connections, and networks."""
     forms = list(itertools.islice(wan_forms(), 4 * part, 4 * part + 4))
+    yield f"remote onu tr069-mgmt acs http://acs.example.net/{part} validate disable"
     for number, form in enumerate(forms, 1):
         yield f"remote wan {number} {form.format(number, number + 4, 1000 + number)}"
     here = {False: 0, True: 4}
@@ -363,5 +366,5 @@ PROFILES = {
         "remote wifi 1 ssid disable", "remote wifi 5 mode 802.11n/a channel auto bandwidth 20MHz ssid-name town security-mode open",
         "remote uni eth_1/1 poe adminstate enable", "remote onu poe usagethr 80",
     )),
-    128: ("p" * 64, "OFFICE-8", ("tcont 1 profile office", "gemport 30 tcont 1", "service-port 32 gemport 30", "service-port 32 mac-move enable")),
+    128: ("p" * 64, "OFFICE-8", ("tcont 1 profile office", "gemport 30 tcont 1", "service-port 32 gemport 30", "service-port 32 mac-move disable")),
 }  # fmt: skip

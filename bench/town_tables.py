@@ -66,7 +66,8 @@ def _answered(session, lines):
             assert more, f"the daemon hung up behind {lines[found]!r}"
             data += more
             continue
-        assert data[end + 3] == 0, f"{lines[found]!r}: {data[:end].decode(errors='replace')!r}"
+        if data[end + 3] != 0:
+            raise AssertionError(f"{lines[found]!r}: {data[:end].decode(errors='replace')!r} ({session('show refusal')})")
         data = data[end + 4 :]
         found += 1
     return found
