@@ -133,6 +133,9 @@ SAVE = """$ gponsh -c "write memory"
     "title, steps",
     [
         ("What was changed behind the save is gone", [SAVE, KEEP, "gpon(gpon-onu1/1:1)# name second\n", END_DAEMON]),
+        ("What no table keeps is typed", [
+            "gpon(gpon-onu1/1:1)# vlan-smart-qinq ingress-port gpon-olt1/2 cos 3 svlan 300\n", SAVE, KEEP, END_DAEMON,
+        ]),
         ("Without tables the configuration is typed", [SAVE, KEEP, FORGET_TABLES, END_DAEMON]),
         ("The save before is kept", [
             SAVE, KEEP, "gpon(gpon-onu1/1:1)# name second\n", SAVE,
