@@ -140,6 +140,15 @@ def test_every_object_has_the_name_and_the_oid_of_its_description():
     assert translate("-On", *named).split() == [oid for _, oid in objects]
 
 
+def test_another_enterprise_is_one_line(tmp_path):
+    mibs = shutil.copytree(MIBS, tmp_path / "mibs")
+    texts = {file: file.read_text() for file in mibs.glob("*.txt")}
+    assert sum(text.count("47281") for text in texts.values()) == 1
+    root = mibs / "QRX4100-GPON-MIB.txt"
+    root.write_text(texts[root].replace("47281", "99999"))
+    assert translate("-M", f"{BASE}:{mibs}", "-IR", "-On", "sOnuTableSn").split() == [".1.3.6.1.4.1.99999.1.1.1.1.1.2.1.5"]
+
+
 #: Columns whose numbers the commands have words for: the words' file and their name there.
 WORDS = {
     "sRmUniStatusLinkStatus": ("ov_gpon_rm_cli.h", "GPON_RM_LINK"),
@@ -186,7 +195,10 @@ class Town(Provisioned):
             "snmpset", "sOnuTableAuthMode.1.1.1.7", "=", "sn", "sOnuTableSn.1.1.1.7", "=", "ABCD00000007",
             "sOnuTableOnuTypeProfileName.1.1.1.7", "=", "KLM-618", "sOnuTableRowStatus.1.1.1.7", "=", "createAndGo",
         )  # fmt: skip
-        self.snmp("snmpset", "sTcontTableBwProfileName.1.1.1.7.1", "s", "default", "sTcontTableRowStatus.1.1.1.7.1", "i", "createAndGo")
+        self.snmp(
+            "snmpset", "sTcontTableBwProfileName.1.1.1.7.1", "s", "default",
+            "sTcontTableRowStatus.1.1.1.7.1", "i", "createAndGo",
+        )  # fmt: skip
         self.snmp("snmpset", "sGemTableTcontID.1.1.1.7.1", "u", "1", "sGemTableRowStatus.1.1.1.7.1", "i", "createAndGo")
         self.snmp(
             "snmpset", "servicePortGemId.1.1.1.7.1", "i", "1", "servicePortVlan.1.1.1.7.1", "i", "100",
@@ -205,7 +217,8 @@ def town(chassis):
 def test_an_onu_is_provisioned_and_read_by_names(town):
     town.provision()
     assert [len(town.objects(1, name)) for name in ("ONU", "TCONT", "GEMPORT", "SERVPORT")] == [1, 1, 1, 1]
-    assert town.snmp("snmpget", "sOnuTableOnuState.1.1.1.7", "sOnuTableSn.1.1.1.7", "servicePortVlanAction.1.1.1.7.1").splitlines() == [
+    read = town.snmp("snmpget", "sOnuTableOnuState.1.1.1.7", "sOnuTableSn.1.1.1.7", "servicePortVlanAction.1.1.1.7.1")
+    assert read.splitlines() == [
         "QRX4100-GPON-ONU-MIB::sOnuTableOnuState.1.1.1.7 = INTEGER: added(1)",
         "QRX4100-GPON-ONU-MIB::sOnuTableSn.1.1.1.7 = STRING: ABCD00000007",
         "QRX4100-GPON-SERVICE-MIB::servicePortVlanAction.1.1.1.7.1 = INTEGER: xlate(2)",
@@ -238,8 +251,11 @@ def switches(town):
         "snmpset", "sRmUniStatusTablePmEnable.1.1.1.7.1.ethUni.1", "i", "on",
         "sRmUniStatusTableMcastEnable.1.1.1.7.1.ethUni.1", "i", "on",
     )  # fmt: skip
-    town.snmp("snmpset", "sRmServiceTableRmServiceType.1.1.1.7.1", "i", "vlan", "sRmServiceTableGemId.1.1.1.7.1", "u", "1",
-              "sRmServiceTableOnuPortType.1.1.1.7.1", "i", "none", "sRmServiceTableVlanId.1.1.1.7.1", "i", "10", "sRmServiceTableRowStatus.1.1.1.7.1", "i", "createAndGo")  # fmt: skip
+    town.snmp(
+        "snmpset", "sRmServiceTableRmServiceType.1.1.1.7.1", "i", "vlan", "sRmServiceTableGemId.1.1.1.7.1", "u", "1",
+        "sRmServiceTableOnuPortType.1.1.1.7.1", "i", "none", "sRmServiceTableVlanId.1.1.1.7.1", "i", "10",
+        "sRmServiceTableRowStatus.1.1.1.7.1", "i", "createAndGo",
+    )  # fmt: skip
 
 
 #: Rows that a manager makes: the row's status and its index, and what must come along.
@@ -250,7 +266,9 @@ MADE = {
     "sActiveAlarmTableRowStatus.5.onuOff": ("sActiveAlarmTableAlarmSeverity.5.onuOff", "major"),
     "sActionRowStatus.1.1.showonuver": (),
     "sGponTrapEnableTableRowStatus.1": ("sGponTrapEnableTableTableName.1", "sOnuTable"),
-    "sMcastVlanTableRowStatus.1.1": ("sMcastVlanTableMulticasVlanID.1.1", "200", "sMcastVlanTableMulticasMacAdd.1.1", "1:0:5e:0:0:1"),
+    "sMcastVlanTableRowStatus.1.1": (
+        "sMcastVlanTableMulticasVlanID.1.1", "200", "sMcastVlanTableMulticasMacAdd.1.1", "1:0:5e:0:0:1",
+    ),
     "sOnuSrvProfileRowStatus.3": ("onuSrvProfileName.3", "home", "sOnuTypeProfileName.3", "KLM-618"),
     "sQosProfileTableRowStatus.9": ("sQosProfileTableQueueName.9", "old"),
     "sRmFlowTableRowStatus.1.1.1.7.1.1.ethUni.1": (),
@@ -340,14 +358,15 @@ def test_the_guide_tells_of_every_module():
 def test_a_notification_comes_with_names(chassis):
     chassis.start("mono-ready 1\n")
     chassis.write("/tmp/snmptrapd.conf", TRAP_CONF)
-    env = {key: value for key, value in NAMED.items()}
-    chassis.spawn("snmptrapd", "/usr/sbin/snmptrapd", "-C", "-c", "/tmp/snmptrapd.conf", "-f", "-Lo", "-n", "udp:127.0.0.1:1162", env=env)
+    receiver = ["/usr/sbin/snmptrapd", "-C", "-c", "/tmp/snmptrapd.conf", "-f", "-Lo", "-n", "udp:127.0.0.1:1162"]
+    chassis.spawn("snmptrapd", *receiver, env=NAMED)
     chassis.wait_for(lambda: "NET-SNMP version" in chassis.output("snmptrapd"), 30, "the receiver")
     chassis.start_snmpd(SNMPD_CONF + TRAP_SINK)
     chassis.start_daemon()
     chassis.wait_agent(15)
     done = chassis.run(
-        "env", *environment(), "snmpset", "-v2c", "-c", "private", "127.0.0.1", "sActiveAlarmTableAlarmState.5.onuOff", "i", "set",
+        "env", *environment(), "snmpset", "-v2c", "-c", "private", "127.0.0.1",
+        "sActiveAlarmTableAlarmState.5.onuOff", "i", "set",
         "sActiveAlarmTableAlarmSeverity.5.onuOff", "i", "major", "sActiveAlarmTableRowStatus.5.onuOff", "i", "createAndGo",
     )  # fmt: skip
     assert done.returncode == 0, done.stderr
@@ -361,6 +380,7 @@ def test_a_notification_comes_with_names(chassis):
     assert values["sActiveAlarmTableAlarmSeverity"] == "major(3)"
     assert values["sActiveAlarmTableAlarmState"] == "set(1)"
     assert "gponTrapTime" in values
-    listed = re.search(r"sActiveAlarmTrap NOTIFICATION-TYPE\s+OBJECTS \{(.*?)\}", (MIBS / "QRX4100-GPON-ALARM-MIB.txt").read_text(), re.S)[1]
+    module = (MIBS / "QRX4100-GPON-ALARM-MIB.txt").read_text()
+    listed = re.search(r"sActiveAlarmTrap NOTIFICATION-TYPE\s+OBJECTS \{(.*?)\}", module, re.S)[1]
     index = ["sActiveAlarmTableAlarmSource", "sActiveAlarmTableAlarmCode"]
     assert [name for name, _, _ in found] == [*index, *re.findall(r"\w+", listed), "gponTrapTime"]
