@@ -355,6 +355,40 @@ def test_the_guide_tells_of_every_module():
     assert sorted(re.findall(r"^\| `([\w-]+)` \|", chapter, re.M)) == sorted(file.stem for file in MIBS.glob("*.txt"))
 
 
+#: Rows whose columns have ranges that the system's own rules give, not the descriptions; and what makes a rule count.
+JUDGED = {
+    "servicePortTable": (".1.1.1.7.1", {"servicePortCosQueueMappingProfileId": ("servicePortQueueSelectMode", "2")}),
+    "onuQosTable": (".1.1.1.7", {}),
+    "ponPortQosTable": (".1.1.1", {}),
+    "qosTrafficProfileTable": (".1.1", {}),
+}
+
+
+def narrower(table):
+    """(column, least, most) of the texts where the description has no range."""
+    ranges = {}
+    for file in TEXTS.glob("*.txt"):
+        found = re.findall(r"^(\w+)(?: =\w+)? (-?\d+)\.\.(\d+)[: ]", file.read_text(), re.M)
+        ranges.update({name: (int(least), int(most)) for name, least, most in found})
+    columns = re.findall(r"^COLUMN\(\d+, (\w+), INT, \w+, ANY", (TABLES / f"{table}.def").read_text(), re.M)
+    return [(name, *ranges[name]) for name in columns if name in ranges]
+
+
+def test_the_system_refuses_what_is_outside_of_a_narrower_range(town):
+    town.provision()
+    make_rows(town)
+    oids = dict(described())
+    tried = 0
+    for table, (row, along) in JUDGED.items():
+        for name, least, most in narrower(table):
+            switch = [(oids[along[name][0]] + row, "Integer32", int(along[name][1]))] if name in along else []
+            for value in (least - 1, most + 1):
+                reply = town.manager.set((oids[name] + row, "Integer32", value), *switch)
+                assert (reply["error"], reply["status"]) == ("", "badValue"), (name, value)
+                tried += 1
+    assert tried > 50
+
+
 def test_a_notification_comes_with_names(chassis):
     chassis.start("mono-ready 1\n")
     chassis.write("/tmp/snmptrapd.conf", TRAP_CONF)
