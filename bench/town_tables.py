@@ -17,6 +17,7 @@ sys.path.insert(0, str(REPO / "tests" / "system"))
 from chassis import BUILD, Chassis, wait_for  # noqa: E402
 
 DIR = "/var/run/product/mibdata"
+DESCRIPTIONS = REPO / "ov_gpon/ov_snmp_gpon/tables"
 CHUNK = 64  # lines that are on their way to the daemon at once
 
 
@@ -92,7 +93,7 @@ def regroup(town):
 
 def cached(town):
     """A directory with the town's table files, made when this town was not made before. It lies beside the build."""
-    sources = [path.read_bytes() for path in sorted((REPO / "bench").glob("town*.py")) + sorted((REPO / "ov_gpon/ov_snmp_gpon/tables").glob("*.def"))]
+    sources = [path.read_bytes() for path in sorted((REPO / "bench").glob("town*.py")) + sorted(DESCRIPTIONS.glob("*.def"))]
     made_of = hashlib.sha256(b"".join(sources)).hexdigest()[:12]
     directory = BUILD / "town" / f"{town.seed}-{len(town.slots)}x{town.ports_of_card}x{town.onus_of_port}-{made_of}"
     if not (directory / "done").exists():
