@@ -86,7 +86,7 @@ def test_the_lint_finds_what_is_wrong(tmp_path, found, put, said):
 
 
 def check(texts, mibs):
-    done = subprocess.run([program("gpon-mibs"), "--check", str(texts), str(mibs)], capture_output=True, text=True, timeout=60)
+    done = subprocess.run([program("mib-writer"), "--check", str(texts), str(mibs)], capture_output=True, text=True, timeout=60)
     return done.returncode, done.stderr
 
 
@@ -138,6 +138,29 @@ def test_every_object_has_the_name_and_the_oid_of_its_description():
     named = translate("-OS", *(oid for _, oid in objects)).split()
     assert [name.split("::")[1] for name in named] == [name for name, _ in objects]
     assert translate("-On", *named).split() == [oid for _, oid in objects]
+
+
+#: Columns whose numbers the commands have words for: the words' file and their name there.
+WORDS = {
+    "sRmUniStatusLinkStatus": ("ov_gpon_rm_cli.h", "GPON_RM_LINK"),
+    "sRmUniPoePowPairsContAbility": ("ov_gpon_rm_poe_cli.cpp", "ABILITIES"),
+    "sRmUniPoeDetectionSta": ("ov_gpon_rm_poe_cli.cpp", "DETECTION"),
+    "sRmOnuPoeOperStatus": ("ov_gpon_rm_poe_cli.cpp", "SUPPLY"),
+    "sRmVoipLineStatusVoipCodecUsed": ("ov_gpon_rm_voip_cli.cpp", "CODECS"),
+    "sRmVoipLineStatusVoiceSerStatus": ("ov_gpon_rm_voip_cli.cpp", "SERVER_STATES"),
+    "sRmVoipLineStatusSessionType": ("ov_gpon_rm_voip_cli.cpp", "SESSIONS"),
+}
+
+
+@pytest.mark.parametrize("name", WORDS)
+def test_labels_stand_for_the_numbers_that_commands_have_words_for(name):
+    file, words = WORDS[name]
+    text = (REPO / "gpon" / "cli" / "rm" / file).read_text()
+    listed = re.search(rf"ColName {words}\[\] = \{{(.*?)\}};", text, re.S)[1]
+    constants = dict(re.findall(r"constexpr mib_long (\w+) = (\d+);", text))
+    numbers = {int(constants.get(value, value)) for value in re.findall(r"\{(\w+), \"", listed)}
+    syntax = re.search(r"SYNTAX\s+INTEGER \{(.*?)\}", translate("-Td", "-IR", name), re.S)[1]
+    assert {int(value) for value in re.findall(r"\((-?\d+)\)", syntax)} == numbers
 
 
 # ---- with the system ---------------------------------------------------------------------------------------------------
@@ -216,7 +239,7 @@ def switches(town):
         "sRmUniStatusTableMcastEnable.1.1.1.7.1.ethUni.1", "i", "on",
     )  # fmt: skip
     town.snmp("snmpset", "sRmServiceTableRmServiceType.1.1.1.7.1", "i", "vlan", "sRmServiceTableGemId.1.1.1.7.1", "u", "1",
-              "sRmServiceTableVlanId.1.1.1.7.1", "i", "10", "sRmServiceTableRowStatus.1.1.1.7.1", "i", "createAndGo")  # fmt: skip
+              "sRmServiceTableOnuPortType.1.1.1.7.1", "i", "none", "sRmServiceTableVlanId.1.1.1.7.1", "i", "10", "sRmServiceTableRowStatus.1.1.1.7.1", "i", "createAndGo")  # fmt: skip
 
 
 #: Rows that a manager makes: the row's status and its index, and what must come along.

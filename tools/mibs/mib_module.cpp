@@ -88,7 +88,7 @@ private:
 
     std::string head() const {
         std::string text =
-            "-- Written by gpon-mibs from the descriptions of the tables and their texts: edit those.\n\n" +
+            "-- Written by mib-writer from the descriptions of the tables and their texts: edit those.\n\n" +
             module_.name + " DEFINITIONS ::= BEGIN\n\nIMPORTS\n";
         std::string from;
         for (const auto& [module, names] : imports_) {

@@ -45,18 +45,21 @@ Line split(const std::string& line) {
 }
 
 std::vector<Line> lines_of(std::istream& in) {
-    std::vector<Line> lines;
+    std::vector<std::string> joined;
     for (std::string line; std::getline(in, line);) {
         const size_t begin = line.find_first_not_of(' ');
         if (begin == std::string::npos || line[begin] == '#')
             continue;
         if (begin == 0)
-            lines.push_back(split(line));
-        else if (lines.empty())
+            joined.push_back(line);
+        else if (joined.empty())
             throw MibError("it begins with the rest of a line");
         else
-            lines.back().text += " " + line.substr(begin);
+            joined.back() += " " + line.substr(begin);
     }
+    std::vector<Line> lines;
+    for (const std::string& line : joined)
+        lines.push_back(split(line));
     return lines;
 }
 

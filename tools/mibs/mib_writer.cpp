@@ -1,5 +1,5 @@
-// gpon-mibs TEXTS MIBS           writes the MIB modules of the daemon's tables into the directory MIBS
-// gpon-mibs --check TEXTS MIBS   only says what would change there, and fails then
+// mib-writer TEXTS MIBS           writes the MIB modules of the daemon's tables into the directory MIBS
+// mib-writer --check TEXTS MIBS   only says what would change there, and fails then
 //
 // TEXTS: the directory of the texts, see mib_text.h. Exit status: 0 all well, 1 the modules differ, 2 a
 // mistake.
@@ -84,7 +84,7 @@ bool run(bool check, const fs::path& texts, const fs::path& mibs) {
 int main(int argc, char** argv) try {
     const bool check = argc > 1 && std::string(argv[1]) == "--check";
     if (argc != (check ? 4 : 3)) {
-        std::cerr << "usage: gpon-mibs [--check] TEXTS MIBS\n";
+        std::cerr << "usage: mib-writer [--check] TEXTS MIBS\n";
         return 2;
     }
     const bool good = run(check, argv[argc - 2], argv[argc - 1]);
@@ -92,6 +92,6 @@ int main(int argc, char** argv) try {
         std::cerr << "The descriptions have changed: ninja mibs, and commit what it writes.\n";
     return good ? 0 : 1;
 } catch (const std::exception& error) {
-    std::cerr << "gpon-mibs: " << error.what() << "\n";
+    std::cerr << "mib-writer: " << error.what() << "\n";
     return 2;
 }
