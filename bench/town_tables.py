@@ -78,10 +78,12 @@ def save(chassis):
     """Has the daemon write all its table files; gives their names."""
     inits = (REPO / "ov_gpon/ov_snmp_gpon/table_init_list.def").read_text()
     names = re.findall(r"^OV_TABLE_INIT\(init_(\w+)\)", inits, re.M)
-    before = len(chassis.log_lines("Process mibsave request"))
+    flags = [chassis.path(f"/tmp/product/saveflag.{name}") for name in names]
+    for flag in flags:
+        flag.write_text("1\n")  # the daemon takes it back when the table is written
     for number, name in enumerate(names):
         chassis.event("snmp-mib-table-save", sequence=number, tablename=name)
-    wait_for(lambda: len(chassis.log_lines("Process mibsave request")) >= before + len(names), 120, "the tables to be saved")
+    wait_for(lambda: not any(flag.read_text().startswith("1") for flag in flags), 120, "the tables to be saved")
     return names
 
 
