@@ -145,18 +145,21 @@ def run(cards):
             chassis.close()
 
 
+def bare_sends(messages):
+    """Seconds that so many sends without an answer take."""
+    text = subprocess.run([BUILD / "bench" / "hal_bench", "--benchmark_filter=Async"], capture_output=True, text=True).stdout
+    rate = re.search(r"items_per_second=([\d.]+)([kM])", text)
+    return messages / (float(rate[1]) * {"k": 1e3, "M": 1e6}[rate[2]])
+
+
 def main():
     results = {cards: run(cards) for cards in (map(int, sys.argv[1:]) if sys.argv[1:] else (1, 14))}
     if len(results) > 1:
         first, *_, last = results
         print(f"work with {last} cards in the tables: {results[last][1] / results[first][1]:.2f} of that with {first}")
-    bench = BUILD / "bench" / "hal_bench"
-    if bench.exists():
-        text = subprocess.run([bench, "--benchmark_filter=Async"], capture_output=True, text=True).stdout
-        if rate := re.search(r"items_per_second=([\d.]+)([kM])", text):
-            per_second = float(rate[1]) * {"k": 1e3, "M": 1e6}[rate[2]]
-            received = next(iter(results.values()))[0]
-            print(f"bare sends of {received} messages: {received / per_second:.3f} s")
+    if (BUILD / "bench" / "hal_bench").exists():
+        received = next(iter(results.values()))[0]
+        print(f"bare sends of {received} messages: {bare_sends(received):.3f} s")
 
 
 if __name__ == "__main__":

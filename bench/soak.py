@@ -109,6 +109,7 @@ class Soak:
         if whole:  # a handler of a machine that others use too is slow now and then
             self.find("loop", checks.check_loop(network))
         self.find("tables", checks.check_tables(network))
+        self.find("states", checks.check_states(network))
         self.find("counters", checks.check_counters(network))
         self.find("groups", checks.check_groups(network))
         since = network.chassis.mark()
@@ -119,11 +120,12 @@ class Soak:
             self.find("restart", checks.check_restart(network))
             self.growth_check.first.clear()
         self.find("refused", checks.check_refused(network, since))
+        self.find("log", self.log_check(network, at_work=False))
         if whole:
             self.find("typed", checks.check_typed(network))
             self.growth_check.first.clear()
             self.find("groups", checks.check_groups(network))
-        self.find("log", self.log_check(network, at_work=False))
+            self.find("log", self.log_check(network, at_work=True))
         self.network.chassis.simctl("clear-records")
         self.journal.note("soak", "the day is over", f"{len(self.findings)} findings so far")
 

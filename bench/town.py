@@ -120,16 +120,16 @@ class Town:
     def __init__(self, seed=1, cards=14, ports=16, onus=128):
         if not (1 <= cards <= len(LINE_CARDS) and 1 <= ports <= 16 and 1 <= onus <= 128):
             raise ValueError("1 to 14 cards of 1 to 16 ports of 1 to 128 ONUs")
-        self.seed, self.slots, self._ports, self._onus = seed, LINE_CARDS[:cards], ports, onus
+        self.seed, self.slots, self.ports_of_card, self.onus_of_port = seed, LINE_CARDS[:cards], ports, onus
 
     # ---- what there is -------------------------------------------------------------------------------------------
 
     def ports(self):
         for slot in self.slots:
-            for number in range(1, self._ports + 1):
+            for number in range(1, self.ports_of_card + 1):
                 role, partner = "plain", 0
-                if self._ports >= 3 and number > self._ports - 2:
-                    role, partner = ("protect", number - 1) if number == self._ports else ("work", number + 1)
+                if self.ports_of_card >= 3 and number > self.ports_of_card - 2:
+                    role, partner = ("protect", number - 1) if number == self.ports_of_card else ("work", number + 1)
                 yield Port(slot, number, role, partner)
 
     def onus(self):
@@ -139,7 +139,7 @@ class Town:
 
     def onus_of(self, port):
         if port.role != "protect":
-            for number in range(1, self._onus + 1):
+            for number in range(1, self.onus_of_port + 1):
                 yield self._onu(port, number)
 
     def _rng(self, *what):
@@ -168,7 +168,7 @@ class Town:
     def _laboratory(self, port, number):
         """What the laboratory's ONU has, None for others'. It takes the back half of the first port, twelve ONUs of the 128 at least
         are needed to have all of it."""
-        if port.slot != self.slots[0] or port.number != 1 or self._onus < 16:
+        if port.slot != self.slots[0] or port.number != 1 or self.onus_of_port < 16:
             return None
         place = number - 1 - len(SHARES)
         return subscribers.laboratory(place) if place >= 0 else None
@@ -304,7 +304,7 @@ class Town:
         for slot in self.slots:
             yield f"event slot-add slot_id={slot} card_type={GPON_CARD_TYPE}"
             yield f"event slot-active slot_id={slot} card_type={GPON_CARD_TYPE}"
-            for number in range(1, self._ports + 1):
+            for number in range(1, self.ports_of_card + 1):
                 yield f"event new-if ifindex=gpon-olt{slot}/{number} flags=up+running"
         for stage in STAGES if replay else ():
             for slot in self.slots:

@@ -6,6 +6,7 @@ import pathlib
 import re
 
 from soaking import tables
+from soaking.network import place
 
 HERE = pathlib.Path(__file__).resolve().parent
 QOS_PROFILES = ("sched-put", "traffic-put", "cos-to-cos-put", "cosq-map-put")
@@ -186,22 +187,25 @@ def held(network, slot):
             continue
         for row in table["rows"]:
             key = tuple(json.dumps(part_of(row, part)) for part in table["key"])
-            found[name, key] = {field: value for field, value in row.items() if not live.match(field)}
+            of_key = {part.split(".")[0] for part in table["key"]}
+            found[name, key] = {field: value for field, value in row.items() if field not in of_key and not live.match(field)}
     return found
 
 
-def is_plain(row, key):
-    """Whether an object has nothing but defaults: a card that was never told of it is the same."""
-    names = {part.strip('"') for part in key}
-    return not any(value not in (0, "", [], None) and not (isinstance(value, list) and not any(value)) and str(value) not in names
-                   for value in row.values())  # fmt: skip
+def is_plain(value):
+    """Whether there is nothing but zeros: a card that was never told of such an object is the same."""
+    if isinstance(value, dict):
+        return all(map(is_plain, value.values()))
+    if isinstance(value, list):
+        return all(map(is_plain, value))
+    return value in (0, "", None)
 
 
 def differences_of_cards(before, after, where):
     known = reasons("card_reasons.txt")
     for key in sorted(before.keys() | after.keys()):
         only = before.get(key) if key not in after else after.get(key) if key not in before else None
-        if only is not None and is_plain(only, key[1]):
+        if only is not None and is_plain(only):
             continue
         name = f"{where} {key[0]} {' '.join(key[1])}"
         if key not in after:
@@ -243,6 +247,34 @@ def check_groups(network):
             line = f"group {group}, {names[0]} and {names[1]}: {line}"
             if not explained(line, known):
                 yield line
+
+
+def check_states(network):
+    """ONUs that are up, as the simulator has them and as a manager reads it; and those that wait to be configured."""
+    up, waiting = set(), set()
+    for line in network.chassis.simctl("onu", "list"):
+        words = dict(word.split("=", 1) for word in line.split() if "=" in word)
+        if words["state"] == "operational":
+            up.add((words["serial"].upper(), words["port"]))
+        elif words["state"] in ("unconfigured", "waiting"):
+            waiting.add((words["serial"].upper(), words["port"]))
+    network.save_tables()
+    files = network.files()
+    rows = Rows(files, "sOnuTable").all
+    seen = [(index, row) for index, row in rows.items() if row["sOnuTableOnuState"] == "3"]
+    serving = {(index[1], index[2]) for index, _ in seen}
+    ports = {port for _, port in up}
+    for slot, port in serving ^ {place(port) for port in ports}:
+        yield f"port {slot}/{port}: ONUs are up {'by the tables alone' if (slot, port) in serving else 'that no table has'}"
+    for port in ports:
+        have = sum(index[1:3] == place(port) for index, _ in seen)
+        wanted = sum(where == port for _, where in up)
+        if have != wanted:
+            yield f"{port}: {wanted} ONUs are up, the tables say {have}"
+    listed = {(row["sOnuInitTableSn"].upper(), f"gpon-olt{index[1]}/{index[2]}") for index, row in Rows(files, "sOnuInitTable").all.items()}
+    from_file = network.starts > 1
+    for who, port in sorted(waiting - listed if from_file else waiting ^ listed):  # of a file's rows nobody says that they went
+        yield f"unconfigured: {who} at {port} is {'listed and not there' if (who, port) in listed else 'there and not listed'}"
 
 
 # ---- a restart ---------------------------------------------------------------------------------------------------------
@@ -329,9 +361,9 @@ class LogCheck:
 def check_loop(network):
     known = reasons("loop_reasons.txt")
     for row in map(json.loads, network.chassis.vty("json show loop").splitlines()):
-        line = f"{row['handler']} {row.get('doing', '')}".strip()
+        line = f"{row['handler']} {row.get('doing') or ''}".strip()
         if row["longest_us"] > SLOW_MS * 1000 and not explained(line, known):
-            yield f"loop: {line} held it for {row['longest_us'] // 1000} ms"
+            yield f"loop: {line} held it for {row['longest_us'] // 1000} ms at {row.get('when')}"
 
 
 class GrowthCheck:

@@ -194,6 +194,7 @@ class Network:
             with contextlib.suppress(SimctlError, OSError, ChassisError):
                 self.chassis.simctl("replay", f"slot={slot}", "step=120000", timeout=CHAIN)
                 self.chassis.event("cfg-slot-sync-end", slotid=slot)
+                self.chassis.event("cfg-sc-switch-2-active-end", slot_id=8, card_type=2)  # cards say what became of their ONUs
                 self.chassis.simctl("env", "OV_APP_FLAG_SYS_OPSTATUS", 1)
         self._replays[slot] = threading.Thread(target=run, daemon=True)
         self._replays[slot].start()

@@ -1,10 +1,13 @@
 """Who works on the network from outside of it: field staff, planners, firmware, the clock, and the killer."""
 
-from chassis import wait_for
+import time
+
+from chassis import ChassisError, wait_for
 from soaking.actor import Actor
 from soaking.network import EPOCH, SERVED, TABLE_DIR, onu_name, place, serial
 
 QUARTER, PASS_SLOT = 900, 5
+PATIENCE = 60  # seconds for a pass that is due, of a daemon that may be started meanwhile
 FAMILIES = ("ponPmTable", "onuPmTable", "gemPmTable", "ponnniPmTable", "uplinkPmTable")
 
 
@@ -237,18 +240,22 @@ class Clock(Actor):
     def begin(self):
         super().begin()
         self.pending = None
-        self.missed = 0
+        self.told = 0.0
 
     def end_a_quarter(self):
         """Comes to the next quarter, unless the pass of the last one hasn't been seen yet. Nobody waits for it."""
         network = self.network
         if self.pending and not self.seen():
+            if time.monotonic() - self.told > PATIENCE and self.network.alive():
+                name, now = self.pending
+                self.pending = None
+                raise ChassisError(f"{name} wasn't saved at {now - EPOCH}")
             return
         network.quarter += QUARTER
         family = network.quarter // QUARTER % len(FAMILIES)
         now = network.quarter + PASS_SLOT * family + 1
         network.tell_time(now)
-        self.pending = (FAMILIES[family], now)
+        self.pending, self.told = (FAMILIES[family], now), time.monotonic()
         self.note(f"{FAMILIES[family]} at {now - EPOCH}")
 
     def seen(self):
@@ -259,12 +266,13 @@ class Clock(Actor):
 
 
 class Killer(Actor):
-    """Ends the daemon, with its tables saved or not, and the master agent. The platform starts them again."""
+    """Ends the daemon after a save, or the power of the whole chassis without one, and the master agent. The platform starts
+    them again."""
 
     name = "killer"
 
     def deeds(self):
-        return [(1, self.kill_after_a_save), (1, self.kill), (2, self.kill_the_master)]
+        return [(1, self.kill_after_a_save), (1, self.cut_the_power), (2, self.kill_the_master)]
 
     def again(self, what):
         self.note(what)
@@ -278,8 +286,14 @@ class Killer(Actor):
         self.network.save_tables()
         self.again("kills the daemon after a save")
 
-    def kill(self):
-        self.again("kills the daemon")
+    def cut_the_power(self):
+        """What wasn't saved is lost. Cards that stay while the daemon goes would have more than it, which nobody takes away."""
+        self.network.kill_daemon()
+        for slot in self.network.scale.cards:
+            self.network.chassis.simctl("card", slot, "restart")
+        self.network.out.clear()
+        self.note("cuts the power")
+        self.network.start_daemon(wait=False)
 
     def kill_the_master(self):
         self.note("kills the master agent")
