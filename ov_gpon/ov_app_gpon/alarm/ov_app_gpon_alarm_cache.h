@@ -11,7 +11,7 @@ inline constexpr int32_t ALARM_RAISE_HOLD_OFF = 3;
 inline constexpr int32_t ALARM_CLEAR_HOLD_OFF = 10;
 
 typedef struct alarm_cache_s {
-    int32_t expired;                           // 1 once the time is over; nobody asks for it
+    int32_t expired;                           // 1 once the time is over
     int32_t timeout;                           // hold-off in seconds, from the event's state
     int32_t timeleft;                          // seconds left
     struct sActiveAlarmTable_entry* alarmdata; // the event's row, owned

@@ -2,11 +2,14 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <utility>
 
 #include "agentx.h"
 #include "alarm_los_rows.h"
+#include "app_loop.h"
 #include "mmg_internal.h"
 #include "ov_clock.h"
 #include "ov_hal_gpon_msg.h"
@@ -86,15 +89,58 @@ bool apply_clear(sActiveAlarmTable_entry& alarm) {
     return written || deleted;
 }
 
-bool expire(alarm_cache& entry) {
-    entry.expired = 1;
+bool apply(alarm_cache& entry) {
     sActiveAlarmTable_entry& alarm = *entry.alarmdata;
     return alarm.sActiveAlarmTableAlarmState == SACTIVEALARMTABLEALARMSTATE_CLEAR ? apply_clear(alarm)
                                                                                   : apply_raise(alarm);
 }
 
+// A second has passed for all that wait.
+void count_down() {
+    for (alarm_cache* entry = alarm_cache_head; entry != nullptr; entry = entry->next)
+        if (--entry->timeleft < 1)
+            entry->expired = 1;
+}
+
+bool table_changed = false; // since its file was written
+
+// Takes at most so many whose time is over into the table, the newest first, and writes the file behind the
+// last one. Whether more are left.
+bool take_expired(size_t most) {
+    for (alarm_cache* entry = alarm_cache_head; entry != nullptr;) {
+        alarm_cache* following = entry->next;
+        if (entry->expired != 0) {
+            if (most-- == 0)
+                return true;
+            table_changed = apply(*entry) || table_changed;
+            following = entry->next;
+            ov_app_gpon_alarm_cachelist_remove(entry);
+            ov_app_gpon_alarm_cache_free(entry);
+        }
+        entry = following;
+    }
+    if (std::exchange(table_changed, false))
+        mib_save_sActiveAlarmTable_backdoor();
+    return false;
+}
+
+// Alarms between which others get their turn. A fibre that is cut, or a card that goes, takes thousands of
+// ONUs along in the same second: some 70 microseconds each.
+constexpr size_t STEP = 100;
+
+bool is_taking = false; // a step is to come
+
+int on_step(struct thread* /*event*/) {
+    is_taking = take_expired(STEP);
+    if (is_taking)
+        app_add_timer_msec(on_step, nullptr, 0);
+    return 0;
+}
+
 void run_tick(unsigned /*id*/, void* /*arg*/) {
-    alarm_1s_task();
+    count_down();
+    if (!is_taking)
+        on_step(nullptr);
 }
 
 // ---- deleted ONUs ----------------------------------------------------------------------------------------
@@ -154,6 +200,8 @@ void ov_app_gpon_alarm_task_init() {
     agentx_snmp_update(); // the loop has to wake up for it
     ov_app_gpon_alarm_cachelist_clear();
     los_rows.forget();
+    is_taking = false;
+    table_changed = false;
     gpon_alarm_appid = AssignAppId();
     MIB_Flags_t row_status{};
     mib_flag_set(row_status, sOnuTable_column::sOnuTableRowStatus);
@@ -180,20 +228,8 @@ int ov_app_gpon_alarm_eventhandle(const sActiveAlarmTable_entry* pentry) {
 }
 
 void alarm_1s_task() {
-    bool changed = false;
-    for (alarm_cache* entry = alarm_cache_head; entry != nullptr;) {
-        if (--entry->timeleft >= 1) {
-            entry = entry->next;
-            continue;
-        }
-        changed = expire(*entry) || changed;
-        alarm_cache* following = entry->next;
-        ov_app_gpon_alarm_cachelist_remove(entry);
-        ov_app_gpon_alarm_cache_free(entry);
-        entry = following;
-    }
-    if (changed)
-        mib_save_sActiveAlarmTable_backdoor();
+    count_down();
+    take_expired(SIZE_MAX);
 }
 
 void ov_app_gpon_alarm_led() {

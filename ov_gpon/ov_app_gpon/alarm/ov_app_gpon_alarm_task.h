@@ -6,9 +6,11 @@
 //   the same event again      starts the time anew, so what is repeated all the time never gets through
 //   the opposite event        cancels both, and the table never hears of either
 //
-// The tick of one second takes what has waited long enough into the table. Each write of the table sends a
-// notification; a clear is announced twice, as the row with state clear and as the row that goes. The table's
-// file is written once behind all changes of a tick, so the active alarms survive a restart.
+// The tick of one second takes what has waited long enough into the table, a hundred alarms at a time,
+// between which the loop serves others; what comes in between still cancels what is left. Each write of the
+// table sends a notification; a clear is announced twice, as the row with state clear and as the row that
+// goes. The table's file is written once behind all changes of a tick, so the active alarms survive a
+// restart.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +29,7 @@ void ov_app_gpon_alarm_task_init();
 // Takes an event: the driver's columns and the time stamp of a row, which is copied. -1 for null, else 0.
 int ov_app_gpon_alarm_eventhandle(const sActiveAlarmTable_entry* pentry);
 
-// The tick. Called once a second.
+// The tick, all of it at once. Called once a second.
 void alarm_1s_task();
 
 // LEDs of this board, by the numbers of the card's driver.

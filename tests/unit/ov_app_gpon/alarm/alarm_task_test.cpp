@@ -232,6 +232,32 @@ TEST(AlarmTask, NoRowIsAnError) {
     EXPECT_EQ(ov_app_gpon_alarm_eventhandle(nullptr), -1);
 }
 
+// ---- many at once --------------------------------------------------------------------------------------
+
+int rows_seen = 0;
+
+int look(struct thread* /*event*/) {
+    rows_seen = AlarmChassis::rows();
+    AlarmChassis::event(1, ONU_OFF, CLEAR); // the oldest is taken last
+    return 0;
+}
+
+TEST(AlarmTask, ManyAlarmsEnterAHundredAtATimeAndOthersGetTheirTurnBetween) {
+    run([](AlarmChassis& c) {
+        TestClock clock;
+        ov_app_gpon_alarm_task_init();
+        for (uint32_t source = 1; source <= 250; source++)
+            c.event(source, ONU_OFF, RAISE);
+        clock.advance(2500ms);
+        kavo_add_timer_msec(nullptr, look, nullptr, 500, nullptr);
+        clock.advance(500ms);
+        EXPECT_EQ(rows_seen, 100);
+        EXPECT_EQ(c.rows(), 249); // what was cleared in time never enters
+        EXPECT_FALSE(c.row(1, ONU_OFF));
+        EXPECT_EQ(c.cached(), 0u);
+    });
+}
+
 // ---- file --------------------------------------------------------------------------------------------
 
 TEST(AlarmTask, TheFileIsWrittenByTheTickThatChangesTheTable) {
