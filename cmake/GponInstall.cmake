@@ -28,7 +28,9 @@ install(TARGETS gpon RUNTIME DESTINATION sbin COMPONENT gpon)
 get_target_property(libfrr frr::frr IMPORTED_LOCATION)
 file(REAL_PATH ${libfrr} libfrr)
 install(FILES ${libfrr} DESTINATION ${GPON_PRIVATE_LIBRARIES} RENAME libfrr.so.0 COMPONENT gpon)
-gpon_install_manuals(gpon gpon.8 gpon.conf.5 gpon-settings.5 gpon-tables.5)
+install(TARGETS ov_env_get ov_env_put ov_check_file RUNTIME DESTINATION ${GPON_PLATFORM_TOOLS} COMPONENT gpon)
+install(PROGRAMS platform/tools/tftp DESTINATION ${GPON_PLATFORM_TOOLS} COMPONENT gpon)
+gpon_install_manuals(gpon gpon.8 gpon.conf.5 gpon-settings.5 gpon-tables.5 ov_env_get.1 ov_check_file.1)
 gpon_install_completion(gpon gpon)
 install(DIRECTORY docs/ DESTINATION share/doc/gpon COMPONENT gpon FILES_MATCHING PATTERN "*.md" PATTERN man EXCLUDE
         PATTERN examples EXCLUDE)
@@ -40,10 +42,7 @@ gpon_install_completion(tools gponsh)
 
 # ---- sim ---------------------------------------------------------------------------------------------
 install(TARGETS chassis-sim simctl gpon-sandbox RUNTIME DESTINATION bin COMPONENT sim)
-install(TARGETS ov_env_get ov_env_put ov_check_file RUNTIME DESTINATION ${GPON_PLATFORM_TOOLS} COMPONENT sim)
-install(PROGRAMS platform/tools/tftp DESTINATION ${GPON_PLATFORM_TOOLS} COMPONENT sim)
 install(PROGRAMS tools/demo/bin/save-tables DESTINATION sbin COMPONENT sim) # "write memory" starts it
 install(DIRECTORY sim/scenarios DESTINATION share/gpon COMPONENT sim)
-gpon_install_manuals(sim chassis-sim.1 simctl.1 gpon-sandbox.1 ov_env_get.1 ov_check_file.1 save-tables.8
-                     chassis-scenario.5)
+gpon_install_manuals(sim chassis-sim.1 simctl.1 gpon-sandbox.1 save-tables.8 chassis-scenario.5)
 gpon_install_completion(sim chassis-sim simctl gpon-sandbox)
