@@ -12,6 +12,7 @@
 #include "mib_vty.h"
 #include "names_vty.h"
 #include "ov_gpon.h"
+#include "refused_vty.h"
 #include "resource_vty.h"
 #include "slot_vty.h"
 
@@ -61,6 +62,7 @@ void gpon_vty_init() {
     resource_vty_init();
     loop_vty_init();
     chassis_vty_init();
+    refused_vty_init();
     names_vty_init();
     kavo_table_vty_init();
     kavo_refusal_vty_init();

@@ -5,6 +5,10 @@ import re
 
 import pytest
 
+from chassis import VTY_SOCKET
+from snmp_manager import Manager
+from test_gponsh import Terminal
+
 SHELF = """
 env PDT_INFO_SHELF_TYPE 53
 env PDT_INFO_CARD_SLOTID 8
@@ -37,7 +41,7 @@ def shelf(chassis):
         chassis.event("slot-active", slot_id=slot, card_type=27)
     for port in PORTS:
         chassis.event("new-if", ifindex=port, flags="up+running")
-    chassis.wait_for(lambda: chassis.vty(f"show interface {PORTS[-1]} onu status").result == 0, what="the ports")
+    chassis.wait_for(lambda: PORTS[-1] in chassis.vty("show names interface"), what="the ports")
     return chassis
 
 
@@ -118,3 +122,126 @@ def test_saves_and_memory_are_told_by_table(shelf):
     # the widest first
     sizes = [each["bytes"] for each in rows("show chassis memory").values()]
     assert sizes == sorted(sizes, reverse=True)
+
+
+def refused(chassis, which):
+    """(item: value, the log lines) of a request that was refused."""
+    items, log = {}, []
+    for row in map(json.loads, chassis.vty(f"json show refused {which}").splitlines()):
+        if row["item"] == "log":
+            log.append(row["value"])
+        else:
+            items[row["item"]] = row["value"]
+    return items, log
+
+
+def test_a_refused_command_is_told_with_its_log_lines(shelf):
+    assert "total 0" in shelf.vty("show refused")
+    assert shelf.vty("show refused last") == "% no such request is kept\n"
+    line = "onu 3 type nope loid HOME3 pw secret-word"
+    assert "rtn=1003" in shelf.vty("configure terminal", f"interface {PORTS[0]}", line)
+    items, log = refused(shelf, "last")
+    assert re.fullmatch(TIME, items.pop("at"))
+    assert items == {
+        "number": 2,
+        "door": "vty",
+        "on": "gpon-olt1/1",
+        "request": "onu 3 type nope loid HOME3 pw ***",
+        "result": "104006 KAVO_CLI_FAILED",
+        "application": "1003 OV_GPON_RET_BAD_PARAM",
+        "row": "gpon-olt1/1",
+        "reason": 'no ONU type "nope"',
+    }
+    written = [line.split("[", 1)[1] for line in shelf.log_lines("(warn|error)/")]
+    assert log and all(any(text.split("] ", 1)[1] in each for each in written) for text in log)
+    # by its number, and in the list
+    assert refused(shelf, 2)[0]["request"] == items["request"]
+    rows = [json.loads(row) for row in shelf.vty("json show refused").splitlines()]
+    assert [(row["number"], row["request"], row["reason"]) for row in rows] == [
+        (1, "show refused last", "no such request is kept"),
+        (2, items["request"], items["reason"]),
+    ]
+    assert shelf.vty("show refused 77").result == 1
+
+
+SECRETS = [
+    ("remote wan 1 route internet pppoe anna hidden-1 vlan-mode tag 5 priority 0 eth 9", "pppoe anna ***"),
+    ("remote sip-user pots_9/9 sip-agent 1 user-aor 1 display-name a username b password hidden-2", "password ***"),
+    ("remote wifi 1 mode 802.11b/g channel 6 ssid-name a security-mode wpa2-psk share-key hid encrypt-mode aes", "share-key ***"),
+    ("remote wifi 1 mode 802.11b channel 6 ssid-name a security-mode wep-64bits wep-auth open key-index 1 hid", "key-index 1 ***"),
+    ("remote onu tr069-mgmt acs u validate none username a passw hidden-4", "passw ***"),
+    ("tcont 1 profile nope name pw", "name pw"),
+]
+
+
+def test_no_password_is_kept(shelf):
+    shelf.vty("configure terminal", f"interface {PORTS[0]}", "onu 1 type KLM-618 sn ABCD00000001")
+    session = shelf.open_vty()
+    for line in ("configure terminal", "interface gpon-onu1/1:1"):
+        assert session(line).result == 0
+    wrong = []
+    for line, shown in SECRETS:
+        result = session(line).result
+        text = " ".join(map(str, refused(shelf, "last")[0].values())) if result == 1 else ""
+        if result != 1 or shown not in text or "hid" in text:
+            wrong.append((line, result, text))
+    assert wrong == []
+    everything = [str(shelf.vty(f"show refused {number}")) for number in range(1, len(SECRETS) + 1)]
+    assert not any("hid" in text for text in everything)
+
+
+def test_managers_and_cards_are_told_beside_operators(shelf):
+    shelf.start_snmpd()
+    shelf.wait_agent()
+    shelf.vty("configure terminal", f"interface {PORTS[0]}", "onu 1 type KLM-618 sn ABCD00000001")
+    manager = Manager(shelf)
+    tcont = "1.3.6.1.4.1.47281.1.1.1.1.1.6.1"
+    answer = manager.set((f"{tcont}.6.1.1.1.1.3", "Integer32", 4), (f"{tcont}.5.1.1.1.1.3", "OctetString", "nope"))
+    manager.close()
+    assert answer["status"] == "badValue"
+    items, _ = refused(shelf, "last")
+    del items["number"], items["at"]
+    assert items == {
+        "door": "snmp",
+        "request": "SET sTcontTableBwProfileName.1.1.1.1.3",
+        "result": "3 badValue",
+        "row": "sTcontTable gpon-onu1/1:1 T-CONT 3",
+        "reason": 'no bandwidth profile "nope"',
+    }
+    report = {"ponIfindex": PORTS[0], "index": 3, "sn": "ABCD0000beef"}
+    shelf.card_event(1, "uncfg", **report)
+    shelf.card_event(1, "uncfg", **{**report, "sn": "ABCD0000bee0"})
+    shelf.wait_for(lambda: '"door":"card"' in shelf.vty("json show refused"), 20, "the card's")
+    doors = [json.loads(row)["door"] for row in shelf.vty("json show refused").splitlines()]
+    assert doors == ["snmp", "card"]
+    assert refused(shelf, "last")[0]["door"] == "snmp"  # of people
+
+
+def test_a_storm_of_refusals_leaves_the_last_ones(shelf):
+    session = shelf.open_vty()
+    for line in ("configure terminal", "gpon"):
+        session(line)
+    for number in range(1, 131):
+        assert session(f"no profile onutype gone-{number}").result == 1
+    rows = [json.loads(row) for row in shelf.vty("json show refused").splitlines()]
+    assert [row["number"] for row in rows] == list(range(31, 131))
+    assert rows[-1]["request"] == "no profile onutype gone-130"
+
+
+def test_a_terminal_is_told_where_more_stands(shelf, tmp_path):
+    terminal = Terminal(str(shelf.path(VTY_SOCKET)), tmp_path)
+    try:
+        terminal.expect("gpon# $")
+        terminal.run("configure terminal")
+        terminal.run("gpon")
+        text = terminal.run("no profile onutype nope")
+        assert '  no profile "nope" (gpon)\n  % see: show refused 1\n' in text
+        assert "no profile onutype nope" in terminal.run("show refused 1")  # where he stands
+        assert "see: show" not in terminal.run("no profile onutype")  # not understood: nothing is kept
+        terminal.type("show ref\t")
+        terminal.expect("show refused")
+        terminal.type("\x15show chassis ?")
+        for word in ("health", "memory", "metrics", "saves"):
+            terminal.expect(word)
+    finally:
+        terminal.close()

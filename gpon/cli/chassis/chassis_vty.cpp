@@ -7,6 +7,7 @@
 #include "chassis_count.h"
 #include "chassis_matters.h"
 #include "chassis_memory.h"
+#include "chassis_metrics.h"
 #include "kavo_cmd_rows.h"
 #include "kavo_loop.h"
 #include "kavo_table.h"
@@ -60,8 +61,8 @@ constexpr char PART[] = "%-13s  %s";
 // --------------------------------------------------------------------------------------------
 
 constexpr kavo_column_t CARD_COLUMNS[] = {
-    {"slot", 4},    {"type", 4},          {"state", -31}, {"ports", 5},    {"onus", 5},  {"up", 5},
-    {"waiting", 7}, {"restored at", -19}, {"took s", 6},  {"messages", 8}, {"failed", 6}};
+    {"slot", 4},    {"type", 5},          {"state", -31}, {"ports", 5},    {"onus", 5},  {"up", 5},
+    {"waiting", 7}, {"restored at", -19}, {"took s", 9},  {"messages", 10}, {"failed", 10}};
 
 void print_card(const kavo_table_t& table, const ChassisCount& count, const ov_slot_info_t& card) {
     const uint32_t slot = card.slotIndex.slotId;
@@ -209,7 +210,7 @@ int show_chassis_health(CliCall& call) {
 // ---- tables
 // ------------------------------------------------------------------------------------------------
 
-constexpr kavo_column_t MEMORY_COLUMNS[] = {{"table", -36}, {"rows", 8},   {"record", 6},
+constexpr kavo_column_t MEMORY_COLUMNS[] = {{"table", -36}, {"rows", 10},   {"record", 6},
                                             {"index", 5},   {"bytes", 11}, {"reserved", 11}};
 
 int show_chassis_memory(CliCall& call) {
@@ -238,6 +239,13 @@ int show_chassis_saves(CliCall& call) {
                        saves.last_failed ? "failed" : "ok", saves.last_us / 1000});
     }
     return 0;
+}
+
+// ---- for programs
+// ------------------------------------------------------------------------------------------
+
+int show_chassis_metrics(CliCall& call) {
+    return chassis_show_metrics(call.vty, call.words.has("onus"));
 }
 
 const kavo_cmd_t chassis_cmds[] = {
