@@ -105,6 +105,29 @@ def cached(town):
     return directory
 
 
+def copy(chassis, target):
+    """Copies the table files that a daemon has saved; gives how many rows they have."""
+    rows = 0
+    for file in chassis.path(DIR).glob("*.mib"):
+        shutil.copyfile(file, target / file.name)
+        rows += file.read_bytes().count(b"\n")
+    return rows
+
+
+def rows_without_a_town():
+    """The rows that a daemon has by itself: (table, line of its file)."""
+    with tempfile.TemporaryDirectory() as work:
+        chassis = Chassis(pathlib.Path(work))
+        try:
+            chassis.start("mono-ready 1\n")
+            chassis.run("mkdir", "-p", DIR)
+            chassis.start_daemon(env={"OV_IPC_CARRIER": "unix", "OV_LOG_FILE": "/tmp/product/gpon.log"})
+            chassis.wait_record(60, kind="request", type="cfg-app-sync-prio", cfg_prio=480)
+            return {(name, line) for name in save(chassis) for line in chassis.path(f"{DIR}/{name}.mib").open(newline="")}
+        finally:
+            chassis.close()
+
+
 def write(town, directory):
     """Writes the town's table files into a directory; gives how many lines were typed and how many rows there are."""
     target = pathlib.Path(directory)
@@ -115,13 +138,7 @@ def write(town, directory):
             start(chassis, without_cards(town), town)
             lines = type_lines(chassis, town.commands())
             type_lines(chassis, regroup(town), timeout=600)
-            names = save(chassis)
-            rows = 0
-            for name in names:
-                text = chassis.path(f"{DIR}/{name}.mib")
-                if text.exists():
-                    shutil.copyfile(text, target / text.name)
-                    rows += sum(1 for _ in open(text, "rb"))
-            return lines, rows
+            save(chassis)
+            return lines, copy(chassis, target)
         finally:
             chassis.close()

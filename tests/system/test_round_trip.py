@@ -11,7 +11,9 @@ from chassis import BIN, REPO, Chassis, program
 
 sys.path.insert(0, str(REPO / "bench"))
 
+import town_snmp  # noqa: E402
 import town_tables  # noqa: E402
+from snmp_manager import Manager  # noqa: E402
 from town import Town  # noqa: E402
 
 TOWN = Town(seed=3, cards=1, ports=4, onus=24)
@@ -179,3 +181,27 @@ def test_a_town_goes_round_and_stays_the_same(chassis, second):
     restart(second, keep_tables=False)
     load(second, saved)
     same(written(second), text)
+
+
+#: What snmpset's types are to the manager.
+KINDS = {"i": "Integer32", "u": "Gauge32", "s": "OctetString", "x": "OctetString", "a": "IpAddress"}
+
+
+def test_a_manager_makes_the_same_town(chassis, second, tmp_path):
+    town = Town(seed=3, cards=1, ports=3, onus=16)
+    town_tables.start(chassis, town_tables.without_cards(town), town)
+    town_tables.type_lines(chassis, town.commands())
+    town_tables.save(chassis)
+    assert town_tables.copy(chassis, tmp_path) > 1000
+    second.start_snmpd()
+    town_tables.start(second, town_tables.without_cards(town), town)
+    second.wait_agent()
+    manager = Manager(second)
+    try:
+        for triples in town_snmp.sets(town, tmp_path):
+            reply = manager.set(*([oid, KINDS[kind], bytes.fromhex(value).decode("latin-1") if kind == "x" else value] for oid, kind, value in triples))
+            assert (reply["status"], reply["error"]) == ("noError", ""), (triples, reply, second.vty("show refusal"))
+    finally:
+        manager.close()
+    before = "\n".join(line for line in written(chassis).splitlines() if "qinq" not in line and line not in (" ctc enable", "!"))
+    same("\n".join(line for line in written(second).splitlines() if line != "!"), before)
