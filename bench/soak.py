@@ -34,12 +34,12 @@ sys.path[:0] = [str(REPO / "bench"), str(REPO / "tests" / "system")]
 
 from chassis import LOG_FILE, ChassisError  # noqa: E402
 from soaking import checks  # noqa: E402
+from soaking import network as networks  # noqa: E402
 from soaking.journal import Journal  # noqa: E402
-from soaking.network import SMALL, TOWN, Network  # noqa: E402
 from soaking.people import Manager, Operator, Subscribers  # noqa: E402
 from soaking.staff import Clock, Field, Firmware, Killer, Planner  # noqa: E402
 
-SCALES = {"small": SMALL, "town": TOWN}
+SCALES = {"small": networks.small, "town": networks.town}
 #: Who acts how often.
 SHARES = {Operator: 30, Manager: 20, Subscribers: 20, Planner: 12, Firmware: 8, Field: 4, Clock: 20, Killer: 0.7}
 
@@ -47,7 +47,7 @@ SHARES = {Operator: 30, Manager: 20, Subscribers: 20, Planner: 12, Firmware: 8, 
 class Soak:
     def __init__(self, work, seed=1, scale="small", loud=False):
         self.journal = Journal(pathlib.Path(work) / "journal.txt", loud)
-        self.network = Network(work, SCALES[scale], self.journal)
+        self.network = networks.Network(work, SCALES[scale](seed), self.journal)
         self.random = random.Random(f"{seed} soak")
         self.actors = {kind: kind(self.network, seed) for kind in SHARES}
         self.log_check, self.growth_check = checks.LogCheck(), checks.GrowthCheck()
@@ -103,8 +103,8 @@ class Soak:
 
     def end_of_day(self, whole=True):
         """whole: with the daemon killed, and with an empty network that the printed configuration is typed into."""
-        self.find("log", self.log_check(self.network, at_work=True))
         self.calm()
+        self.find("log", self.log_check(self.network, at_work=True))
         network = self.network
         if whole:  # a handler of a machine that others use too is slow now and then
             self.find("loop", checks.check_loop(network))

@@ -89,9 +89,16 @@ class TableCheck:
                         yield line
 
 
+#: A manager's walk of so many variables takes some seconds.
+WALKED = 20_000
+
+
 def check_tables(network):
     known = reasons("table_reasons.txt")
+    network.save_tables()
+    files = network.files()
     each = [TableCheck(name, known) for name in tables.names() if name != "sActionTable"]
+    each = [check for check in each if len(files.get(check.description.name, [])) * len(check.order) <= WALKED]
     walked = {check.description.name: check.walked(network.manager) for check in each}
     network.save_tables()
     files = network.files()
@@ -153,7 +160,7 @@ def counters_shown(network):
         if words[1] == "all":
             cards[int(words[0])] = int(words[2])
         else:
-            ports[int(words[0]), int(words[1])] = (int(words[2]), int(words[3]), int(words[4]) + int(words[5]))
+            ports[int(words[0]), int(words[1])] = (int(words[2]), int(words[3]), int(words[5]))
     return ports, cards
 
 

@@ -11,6 +11,7 @@ from dataclasses import dataclass
 
 from chassis import BIN, ChassisError, Chassis, SimctlError, wait_for
 from snmp_manager import Manager
+from town import Town
 
 CLOCK_FILE = "/tmp/told_time"
 VERSIONS = "/app/appload/onu"
@@ -36,28 +37,28 @@ class Scale:
     ports: int
     onus: int  # on each port that has some
     homes: tuple  # ports with subscribers
-    group: tuple  # working and protecting port
+    groups: tuple  # working and protecting port of each
     learning: str
     spare: tuple
-
-    def all_ports(self):
-        return [f"gpon-olt{slot}/{port}" for slot in self.cards for port in range(1, self.ports + 1)]
+    town: object = None  # whoever lives there, from bench/town.py
 
 
-SMALL = Scale((1, 2), 4, 6, ("gpon-olt1/1", "gpon-olt1/3", "gpon-olt2/1"), ("gpon-olt1/1", "gpon-olt1/2"), "gpon-olt2/3",
-              ("gpon-olt1/4", "gpon-olt2/4"))  # fmt: skip
-TOWN = Scale((1, 2, 3), 16, 64, tuple(f"gpon-olt{s}/{p}" for s in (1, 2, 3) for p in (1, 3, 4, 5, 6, 7)), SMALL.group, "gpon-olt2/16",
-             ("gpon-olt1/15", "gpon-olt2/15", "gpon-olt3/15"))  # fmt: skip
+def small(_seed):
+    return Scale((1, 2), 4, 6, ("gpon-olt1/1", "gpon-olt1/3", "gpon-olt2/1"), (("gpon-olt1/1", "gpon-olt1/2"),), "gpon-olt2/3",
+                 ("gpon-olt1/4", "gpon-olt2/4"))  # fmt: skip
+
+
+def town(seed):
+    """Three cards of a town, with two ports left on each."""
+    made = Town(seed, cards=3, ports=14, onus=32)
+    homes = tuple(port.name for port in made.ports() if port.role != "protect")
+    groups = tuple((port.name, f"gpon-olt{port.slot}/{port.partner}") for port in made.ports() if port.role == "work")
+    return Scale(made.slots, 16, 32, homes, groups, "gpon-olt2/16", tuple(f"gpon-olt{slot}/15" for slot in made.slots), made)
 
 
 def place(port):
     """(slot, port) of a port's name."""
     return tuple(map(int, re.fullmatch(r"gpon-olt(\d+)/(\d+)", port).groups()))
-
-
-def serial(port, onu):
-    slot, number = place(port)
-    return f"SOAK{slot:02X}{number:02X}{onu:04X}"
 
 
 def onu_name(port, onu):
@@ -75,6 +76,7 @@ class Network:
         self.scale, self.journal = scale, journal
         self.chassis = Chassis(work)
         self.quarter = EPOCH
+        self._serials = {(f"gpon-olt{onu.slot}/{onu.port}", onu.number): onu.serial for onu in scale.town.onus()} if scale.town else {}
         self.out = set()  # slots whose card is pulled
         self.cut = set()  # ports whose fibre is
         self.manager = None
@@ -127,7 +129,8 @@ class Network:
         self.chassis.event("start-snmp-agentx")
         for slot in self.inside():
             self.plug(slot)
-        self.chassis.event("new-if", ifindex="xe8/1", flags="up+running")
+        for uplink in ("xe8/1", "xe8/2"):
+            self.chassis.event("new-if", ifindex=uplink, flags="up+running")
         self.chassis.event("cfg-sc-switch-2-active-end", slot_id=8, card_type=2)
         self.chassis.wait_agent(60, connections=self.starts)
         if self.manager is None:
@@ -202,11 +205,16 @@ class Network:
     def replaying(self, slot):
         return slot in self._replays and self._replays[slot].is_alive()
 
-    def group_rests(self):
-        """While its card is away or is being told, no port counts as one of a group, and a write on the working one doesn't
-        reach the other: nobody writes them meanwhile."""
-        slot = place(self.scale.group[0])[0]
-        return slot in self.out or self.replaying(slot)
+    def resting(self):
+        """Ports of groups whose card is away or is being told: none counts as one of a group meanwhile, and a write on the
+        working one doesn't reach the other. Nobody writes them."""
+        rest = {slot for slot in self.scale.cards if slot in self.out or self.replaying(slot)}
+        return [port for group in self.scale.groups for port in group if place(port)[0] in rest]
+
+    def serial(self, port, onu):
+        """Of a subscriber's ONU."""
+        slot, number = place(port)
+        return self._serials.get((port, onu)) or f"SOAK{slot:02X}{number:02X}{onu:04X}"
 
     def lights(self, on):
         """All ONUs have power, or none has."""
@@ -260,7 +268,7 @@ class Network:
 
     def type(self, who, node, *lines, timeout=60.0):
         """Types lines on a node, in a session of their own; the replies."""
-        if self.group_rests() and any(writes(port, *node, *lines) for port in self.scale.group):
+        if any(writes(port, *node, *lines) for port in self.resting()):
             self.journal.note(who, f"waits with {' / '.join((*node[1:], *lines))[:100]}")
             return []
         replies = []

@@ -6,7 +6,7 @@ from chassis import ChassisError
 from soaking import tables
 from soaking.actor import Actor
 from soaking.grammar import Grammar, mistyped
-from soaking.network import onu_name, place, serial
+from soaking.network import onu_name, place
 
 NODES = ("enable", "config", "gpon", "port", "onu", "profile", "uplink")
 
@@ -79,7 +79,7 @@ class Operator(Actor):
 
     def delete_an_onu(self):
         port, onu = self.home()
-        self.on_port(port, f"no onu {onu}", f"onu {onu} type {self.random.choice(('KLM-618', 'HOME-4'))} sn {serial(port, onu)}")
+        self.on_port(port, f"no onu {onu}", f"onu {onu} type {self.random.choice(('KLM-618', 'HOME-4'))} sn {self.network.serial(port, onu)}")
 
 
 class Manager(Actor):
@@ -116,10 +116,8 @@ class Manager(Actor):
 
     def rests(self, table, row):
         """Rows of the working port while its partner can't follow."""
-        if not self.network.group_rests():
-            return False
-        ports = [(1, *place(port)) for port in self.network.scale.group]
-        return table.index[:3] != ["shelfID", "slotID", "portID"] or row[:3] in ports
+        ports = [(1, *place(port)) for port in self.network.resting()]
+        return bool(ports) and (table.index[:3] != ["shelfID", "slotID", "portID"] or row[:3] in ports)
 
     def objects(self, table, row, many):
         columns = table.writable()
@@ -164,16 +162,21 @@ class Subscribers(Actor):
     def begin(self):
         super().begin()
         self.strangers = 0
+        if self.network.scale.town:
+            for line in self.network.scale.town.plugged_in():
+                if line.startswith("onu "):
+                    self.simctl(*line.split())
+            return
         for port in self.network.scale.homes:
             for onu in range(1, self.network.scale.onus + 1):
-                self.simctl("onu", "add", serial(port, onu), f"port={port}", "model=SIM-ONU-4E2V", "vendor=SOAK")
+                self.simctl("onu", "add", self.network.serial(port, onu), f"port={port}", "model=SIM-ONU-4E2V", "vendor=SOAK")
 
     def deeds(self):
         return [(3, self.come_and_go), (1, self.stranger), (2, self.traffic), (1, self.alarms), (1, self.storm), (2, self.use_unis),
                 (1, self.telephone), (1, self.feed), (1, self.light_fades)]  # fmt: skip
 
     def mine(self):
-        return serial(*self.home())
+        return self.network.serial(*self.home())
 
     def come_and_go(self):
         for _ in range(3):
@@ -222,5 +225,5 @@ class Subscribers(Actor):
 
     def light_fades(self):
         port, onu = self.home()
-        self.simctl("optics", serial(port, onu), f"rxpwr={-self.random.randrange(1500, 3500)}")
+        self.simctl("optics", self.network.serial(port, onu), f"rxpwr={-self.random.randrange(1500, 3500)}")
         self.on_port(port, f"show optical module rxpower onuid {onu}")

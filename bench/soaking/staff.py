@@ -4,7 +4,7 @@ import time
 
 from chassis import ChassisError, wait_for
 from soaking.actor import Actor
-from soaking.network import EPOCH, SERVED, TABLE_DIR, onu_name, place, serial
+from soaking.network import EPOCH, SERVED, TABLE_DIR, onu_name, place
 
 QUARTER, PASS_SLOT = 900, 5
 PATIENCE = 60  # seconds for a pass that is due, of a daemon that may be started meanwhile
@@ -42,7 +42,7 @@ class Field(Actor):
         """Out for good, with all that was configured on it, and another one in."""
         network = self.network
         slot = self.a_card()
-        if not slot or slot == place(network.scale.group[0])[0]:
+        if not slot or slot in {place(port)[0] for group in network.scale.groups for port in group}:
             return
         self.note(f"swaps card {slot}")
         network.pull(slot)
@@ -56,7 +56,7 @@ class Field(Actor):
 
     def cut_or_mend(self):
         network = self.network
-        port = self.random.choice((*network.scale.group, *network.scale.group, *network.scale.homes))
+        port = self.random.choice((*self.random.choice(network.scale.groups), self.random.choice(network.scale.homes)))
         if port in network.cut:
             network.cut.discard(port)
             self.simctl("fibre", port, "mend")
@@ -89,10 +89,15 @@ class Planner(Actor):
 
     def begin(self):
         super().begin()
+        if self.network.scale.town:
+            self.network.type_in("\n".join(self.network.scale.town.commands()))
         self.on_gpon("profile bandwidth home assured 2000 maximum 100000", "profile bandwidth voice fixed 256",
                      "profile onutype HOME-4 eth 4 pots 2", "profile traffic car cir 64 cbs 2000 pir 64 pbs 2000")  # fmt: skip
         for number, (name, lines) in enumerate((("homes", HOME[:10]), ("flats", SERVICE), ("offices", SERVICE)), 1):
             self.type(("configure terminal", "gpon", f"onu-srvprofile profile-id {number} onu-type KLM-618"), f"profile-name {name}", *lines)
+        if self.network.scale.town:
+            self.learn()
+            return
         for port in self.network.scale.homes:
             self.provision(port)
         self.on_port(self.network.scale.homes[0], "pm protocol enable", "pm data enable")
@@ -108,25 +113,29 @@ class Planner(Actor):
         """The ONUs that are missing, with a service or a home."""
         port = port or self.random.choice(self.network.scale.homes)
         for onu in range(1, self.network.scale.onus + 1):
-            replies = self.on_port(port, f"onu {onu} type KLM-618 sn {serial(port, onu)}")
+            replies = self.on_port(port, f"onu {onu} type KLM-618 sn {self.network.serial(port, onu)}")
             if replies and replies[0].result == 0:
                 self.on_onu(onu_name(port, onu), *(HOME if onu % 2 else SERVICE))
 
     def homes(self):
         self.on_onu(onu_name(*self.home()), *HOME)
 
-    def protect(self):
-        work, protect = self.network.scale.group
-        self.on_gpon(f"protectgroup 1 name north workpon {work} protectpon {protect} typeB")
+    def protect(self, number=1):
+        work, protect = self.network.scale.groups[number - 1]
+        self.on_gpon(f"protectgroup {number} name north workpon {work} protectpon {protect} typeB")
+
+    def a_group(self):
+        return self.random.randint(1, len(self.network.scale.groups))
 
     def protect_or_not(self):
-        if self.network.cut & set(self.network.scale.group):
-            return
-        self.on_gpon("no protectgroup 1", f"clear config {self.network.scale.group[1]}")
-        self.protect()
+        number = self.a_group()
+        ports = self.network.scale.groups[number - 1]
+        if not self.network.cut & set(ports):
+            self.on_gpon(f"no protectgroup {number}", f"clear config {ports[1]}")
+            self.protect(number)
 
     def switch_over(self):
-        self.on_gpon(f"protectgroup 1 switchover {self.random.choice(('p2w', 'w2p'))}")
+        self.on_gpon(f"protectgroup {self.a_group()} switchover {self.random.choice(('p2w', 'w2p'))}")
 
     def copy_a_port(self):
         spare = self.random.choice(self.network.scale.spare)
@@ -152,7 +161,7 @@ class Planner(Actor):
     def bind(self):
         """An ONU that has a service profile instead of rows of its own."""
         port, onu = self.home()
-        self.on_port(port, f"no onu {onu}", f"onu {onu} profile {self.random.choice(('homes', 'flats', 'offices'))} sn {serial(port, onu)}")
+        self.on_port(port, f"no onu {onu}", f"onu {onu} profile {self.random.choice(('homes', 'flats', 'offices'))} sn {self.network.serial(port, onu)}")
 
     def qinq(self):
         port, onu = self.home()
