@@ -28,6 +28,7 @@ namespace {
 
 constexpr kavo_table_style_t STYLE = {.gap = "  ", .trimmed = true};
 constexpr size_t LARGEST_TABLES = 3; // that the health names
+constexpr size_t MATTERS_MAX = 12;   // of which it tells: the screen has more to show
 
 // ---- texts
 // -------------------------------------------------------------------------------------------------
@@ -61,7 +62,7 @@ constexpr char PART[] = "%-13s  %s";
 // --------------------------------------------------------------------------------------------
 
 constexpr kavo_column_t CARD_COLUMNS[] = {
-    {"slot", 4},    {"type", 5},          {"state", -31}, {"ports", 5},    {"onus", 5},  {"up", 5},
+    {"slot", 4},    {"type", 5},          {"state", -31}, {"ports", 5},     {"onus", 5},   {"up", 5},
     {"waiting", 7}, {"restored at", -19}, {"took s", 9},  {"messages", 10}, {"failed", 10}};
 
 void print_card(const kavo_table_t& table, const ChassisCount& count, const ov_slot_info_t& card) {
@@ -93,8 +94,10 @@ void print_matters(const kavo_table_t& table, const ChassisCount& count) {
         table.line("The chassis is well.");
     else
         table.line("Look at %zu:", matters.size());
-    for (const std::string& matter : matters)
-        table.line("  %s", matter.c_str());
+    for (size_t i = 0; i < std::min(matters.size(), MATTERS_MAX); ++i)
+        table.line("  %s", matters[i].c_str());
+    if (matters.size() > MATTERS_MAX)
+        table.line("  and %zu more", matters.size() - MATTERS_MAX);
     table.line("%s", "");
 }
 
@@ -210,7 +213,7 @@ int show_chassis_health(CliCall& call) {
 // ---- tables
 // ------------------------------------------------------------------------------------------------
 
-constexpr kavo_column_t MEMORY_COLUMNS[] = {{"table", -36}, {"rows", 10},   {"record", 6},
+constexpr kavo_column_t MEMORY_COLUMNS[] = {{"table", -36}, {"rows", 10},  {"record", 6},
                                             {"index", 5},   {"bytes", 11}, {"reserved", 11}};
 
 int show_chassis_memory(CliCall& call) {
