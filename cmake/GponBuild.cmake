@@ -10,6 +10,8 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(GPON_SANITIZE "" CACHE STRING "Build with sanitizers: address (and undefined behaviour), thread, or none")
 set_property(CACHE GPON_SANITIZE PROPERTY STRINGS "" address thread)
 option(GPON_COVERAGE "Count what runs, for tools/coverage.sh" OFF)
+option(GPON_TESTS "Build the tests and benchmarks" ON)
+option(GPON_WARNINGS_END_THE_BUILD "A warning of the compiler is an error" ON)
 option(GPON_NO_CRASH_HANDLERS "Leave the crash handlers out (for profilers)" OFF)
 
 find_program(CCACHE ccache)
@@ -19,7 +21,10 @@ if(CCACHE)
       CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
 endif()
 
-set(GPON_WARNINGS -Wall -Wextra -Wformat=2 -Werror)
+set(GPON_WARNINGS -Wall -Wextra -Wformat=2)
+if(GPON_WARNINGS_END_THE_BUILD)
+  list(APPEND GPON_WARNINGS -Werror)
+endif()
 # No path of the building machine in what is built.
 add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -fno-omit-frame-pointer)
 add_compile_definitions(_GNU_SOURCE)
@@ -55,8 +60,10 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 
 find_package(Threads REQUIRED)
-find_package(GTest REQUIRED)
-find_package(benchmark REQUIRED)
+if(GPON_TESTS)
+  find_package(GTest REQUIRED)
+  find_package(benchmark REQUIRED)
+endif()
 
 # One folder of the system as a library. Its own directory is its public include directory, so
 # a header is reachable only from the layers that link it.

@@ -16,6 +16,7 @@
 #include "ov_loop_thread.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "ov_slot.h"
 #include "ov_types.h"
 
@@ -70,6 +71,8 @@ bool is_active(uint32_t slot) {
 void fail(Requests::iterator at, const char* why) {
     const auto node = g_requests.extract(at);
     const Request& request = node.mapped();
+    const OvRefusal door("card");
+    ov_refusal_because("slot %u: %s", request.slot, why);
     OV_LOG_ERROR("LIB", "request nhtype[%d] to slot %u: %s", head_of(request).nlmsg_type.value(),
                  request.slot, why);
     request.handle(request.context, KAVO_ERR, nullptr);
@@ -90,6 +93,7 @@ void take_reply(const ipc_header& header, hal_frame_t& frame, size_t received) {
         return; // too late, or once more
     const auto node = g_requests.extract(at);
     const Request& request = node.mapped();
+    const OvRefusal door("card");
     hal_msg_t message;
     std::memcpy(static_cast<void*>(&message), request.message.data(), request.message.size());
     const int type = message.hdr.nlmsg_type;

@@ -24,7 +24,8 @@ inline constexpr long HAL_REQUEST_LOOK_MSEC = 200; // between two looks for what
 
 // Takes what became of a request, once, from the event loop and never from within hal_request: `result` as
 // hal_send returns it; `reply` the message with the card's answer over it as far as that can be used, valid
-// for the call, null when the card didn't answer in time or is gone.
+// for the call, null when the card didn't answer in time or is gone. Why it failed is stated in the door that
+// is open meanwhile (OvRefusal::current()).
 typedef void (*hal_reply_handle)(void* context, unsigned result, const hal_nlmsghdr* reply);
 
 enum class HalRequest : uint8_t {

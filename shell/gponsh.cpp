@@ -30,6 +30,10 @@ input, ends it.
       --check         with -f: run nothing, tell what would change
   -h, --help          print this
 
+To begin with: "list" prints the commands of this mode, "find TEXT" those of all
+modes, "?" what can stand here; "configure terminal" enters the configuration,
+"exit" goes up, "write memory" saves.
+
 Behind a command that shows something may stand "| include TEXT", "| exclude
 TEXT", "| count", "| json", and "repeat SECONDS [TIMES]".
 

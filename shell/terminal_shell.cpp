@@ -137,6 +137,8 @@ private:
             print(std::string(before.prompt().size() + trouble->offset, ' ') + "^\n");
         show_error(reply.text);
         print(refusal_second_line(tree_, before.node(), line, reply));
+        if (reply.refused != 0)
+            print("  % see: show refused " + std::to_string(reply.refused) + "\n");
         fflush(stdout);
         if (!trouble || trouble->candidates.empty())
             return;

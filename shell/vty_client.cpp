@@ -19,9 +19,9 @@ namespace {
 /// Three NULs and the result.
 constexpr size_t TRAILER_SIZE = 4;
 
-constexpr char QUESTION[] = "show refusal";
-/// Eight digits and a blank stand in front of a reason.
-constexpr size_t REASON_OFFSET = 9;
+constexpr char QUESTION[] = "show refusal numbered";
+/// Eight digits and a blank stand in front of the number of "show refused".
+constexpr size_t SHOWN_OFFSET = 9;
 
 [[noreturn]] void fail(const std::string& what) {
     throw VtyClientError(what + ": " + strerror(errno));
@@ -107,7 +107,7 @@ void VtyClient::ask_reason() {
     sent_.push_back({0, true});
 }
 
-/// The answer to the question: "NUMBER REASON" for each refusal since the one before, in order.
+/// The answer to the question: "NUMBER SHOWN REASON" for each refusal since the one before, in order.
 void VtyClient::take_reasons(const std::string& text) {
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
@@ -115,8 +115,11 @@ void VtyClient::take_reasons(const std::string& text) {
         const auto of = std::find_if(ready_.begin(), ready_.end(), [=](const Ready& each) {
             return each.lacks_reason && each.reply.reason.empty() && each.number == number;
         });
-        if (of != ready_.end() && line.size() > REASON_OFFSET)
-            of->reply.reason = line.substr(REASON_OFFSET);
+        const size_t reason = line.find(' ', std::min(line.size(), SHOWN_OFFSET));
+        if (of == ready_.end() || reason == line.npos)
+            continue;
+        of->reply.refused = static_cast<unsigned>(strtoul(line.c_str() + SHOWN_OFFSET, nullptr, 10));
+        of->reply.reason = line.substr(reason + 1);
     }
     for (auto& each : ready_)
         each.lacks_reason = false;

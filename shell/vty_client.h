@@ -23,6 +23,8 @@ struct VtyReply {
     int result;
     /// Why the daemon refused the line, if it says so and reasons are asked for.
     std::string reason = {};
+    /// By which number "show refused" tells more of it; 0 for none.
+    unsigned refused = 0;
 };
 
 class VtyClient {

@@ -57,8 +57,18 @@ Card::Card(const CardShelf& shelf, uint32_t slot)
 
 bool Card::open(std::string& error) {
     return receiver_.open(
-        {AGENT_SERVICE, AGENT_SUB_ID + slot_}, [this](std::span<const uint8_t> frame) { handle(frame); },
-        error);
+        name(), [this](std::span<const uint8_t> frame) { handle(frame); }, error);
+}
+
+IpcName Card::name() const {
+    return {AGENT_SERVICE, AGENT_SUB_ID + slot_};
+}
+
+bool Card::transmit(const IpcName& to, const std::vector<uint8_t>& frame) {
+    const bool sent = shelf_.sender.send(to, frame);
+    if (sent)
+        shelf_.capture.add_sent(slot_, name(), to, frame);
+    return sent;
 }
 
 void Card::restart() {
@@ -78,7 +88,7 @@ void Card::restart() {
 
 void Card::handle(std::span<const uint8_t> frame) {
     ++counters_.received;
-    shelf_.capture.add(slot_, frame);
+    shelf_.capture.add_received(slot_, name(), frame);
     CardRequest request;
     auto refusal = parse_card_request(frame, request);
     if (!refusal)
@@ -344,13 +354,13 @@ CardHeader Card::event_header(uint16_t number, size_t payload_size) {
     return header;
 }
 
-bool Card::send_bytes(std::vector<uint8_t> bytes, uint32_t count) {
+bool Card::send_bytes(const std::vector<uint8_t>& bytes, uint32_t count) {
     const IpcName daemon{GPON_SERVICE, GPON_SUB_ID + shelf_.board};
     for (uint32_t i = 1; i < count; ++i) {
-        if (!shelf_.sender.send(daemon, bytes))
+        if (!transmit(daemon, bytes))
             return false;
     }
-    return shelf_.sender.send(daemon, std::move(bytes));
+    return transmit(daemon, bytes);
 }
 
 bool Card::send_event(uint16_t number, uint32_t action, uint32_t mask, std::span<const uint8_t> record,

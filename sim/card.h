@@ -30,7 +30,7 @@ struct CardShelf {
     uint32_t& board; // slot of the daemon's board; a request tells it
     // Messages that each card puts on record in a second; more are only counted.
     uint32_t& records_per_second;
-    Capture& capture; // of what they all are sent
+    Capture& capture; // of what they all are sent and send
 };
 
 struct CardCounters {
@@ -70,7 +70,7 @@ public:
     // The header that an event with this payload has.
     CardHeader event_header(uint16_t number, size_t payload_size);
     // Any bytes, to the daemon.
-    bool send_bytes(std::vector<uint8_t> bytes, uint32_t count = 1);
+    bool send_bytes(const std::vector<uint8_t>& bytes, uint32_t count = 1);
 
     uint32_t slot() const { return slot_; }
     const CardObjects& objects() const { return objects_; }
@@ -95,6 +95,9 @@ private:
         uint32_t retcode = 0;
         CardObjects::Bytes record;
     };
+
+    IpcName name() const; // of its agent
+    bool transmit(const IpcName& to, const std::vector<uint8_t>& frame);
 
     Outcome perform(const CardRequest& request);
     Outcome read(const CardRequest& request);

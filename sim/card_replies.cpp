@@ -74,8 +74,8 @@ void Card::send_reply(const CardRequest& request, const std::vector<uint8_t>& fr
     if (kind == FaultKind::BEHIND_NEXT)
         return reply_behind_next(client, frame, fault->value);
     if (kind == FaultKind::DUPLICATE)
-        shelf_.sender.send(client, frame);
-    shelf_.sender.send(client, frame);
+        transmit(client, frame);
+    transmit(client, frame);
     send_held_back();
 }
 
@@ -86,7 +86,7 @@ void Card::reply_later(const IpcName& client, const std::vector<uint8_t>& frame,
     shelf_.loop.after(wait, [this, alive = std::weak_ptr(alive_), client, frame] {
         if (!alive.lock() || !is_open())
             return;
-        shelf_.sender.send(client, frame);
+        transmit(client, frame);
         send_held_back();
     });
 }
@@ -102,5 +102,5 @@ void Card::reply_behind_next(const IpcName& client, const std::vector<uint8_t>& 
 
 void Card::send_held_back() {
     for (const auto& [client, frame] : std::exchange(held_back_, {}))
-        shelf_.sender.send(client, frame);
+        transmit(client, frame);
 }

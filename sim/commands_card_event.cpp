@@ -111,7 +111,7 @@ Action parse_card_frame(Chassis& chassis, Arguments& args) {
             header.*word = value;
         auto frame = build_card_frame(header, payload);
         frame.resize(length.value_or(static_cast<uint32_t>(frame.size())));
-        return sent_or_not(card->send_bytes(std::move(frame), count));
+        return sent_or_not(card->send_bytes(frame, count));
     });
 }
 

@@ -34,7 +34,7 @@ constexpr char USAGE[] =
     "                    it (OV_IPC_CARRIER, or unix)\n"
     "  --byte-order big|little\n"
     "                    of the daemon's machine, when it isn't this one's\n"
-    "  --capture FILE    what the line cards are sent: a line for each frame, slot and bytes\n"
+    "  --capture FILE    what travels between daemon and line cards, for Wireshark (pcap)\n"
     "  --check           check the scenario and exit\n"
     "  --help            this text\n"
     "\n"

@@ -20,7 +20,10 @@ constexpr char USAGE[] =
     "Usage: simctl [--control PATH] COMMAND [ARG]...\n"
     "\n"
     "Sends a command to a running chassis-sim and prints the answer. \"simctl help\" lists\n"
-    "the commands. PATH is its control socket (/var/run/chassis-sim.ctl).\n"
+    "the commands.\n"
+    "\n"
+    "  --control PATH  its control socket (/var/run/chassis-sim.ctl)\n"
+    "  --help          this text\n"
     "\n"
     "Exit status: 0; 1 when the chassis answers with an error; 2 when it can't be reached.\n";
 

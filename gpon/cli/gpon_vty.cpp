@@ -1,5 +1,6 @@
 #include "gpon_vty.h"
 
+#include "chassis_vty.h"
 #include "cli_themes.h"
 #include "gpon_config_writer.h"
 #include "host_vty.h"
@@ -11,6 +12,7 @@
 #include "mib_vty.h"
 #include "names_vty.h"
 #include "ov_gpon.h"
+#include "refused_vty.h"
 #include "resource_vty.h"
 #include "slot_vty.h"
 
@@ -59,6 +61,8 @@ void gpon_vty_init() {
     mib_inspect_vty_init();
     resource_vty_init();
     loop_vty_init();
+    chassis_vty_init();
+    refused_vty_init();
     names_vty_init();
     kavo_table_vty_init();
     kavo_refusal_vty_init();

@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 
+#include "kavo_cmd.h"
 #include "kavo_frr.h"
 #include "kavo_loop.h"
 #include "kavo_refusal.h"
@@ -16,6 +17,7 @@ constexpr long MOMENT_MSEC = 20;
 struct Command {
     gpon_step_t step;
     uint32_t line;      // as kavo_refusal.h calls it
+    std::string text;   // without its secrets
     std::string reason; // the first that a step stated, for a refusal at the end
 };
 
@@ -36,7 +38,7 @@ GponStep take_step(const struct vty* vty, Command& command) {
         return taken;
     if (!command.reason.empty())
         ov_refusal_because("%s", command.reason.c_str());
-    kavo_refusal_keep(vty, request.refuse(kavo_refusal_object(vty).c_str(), nullptr), command.line);
+    kavo_refusal_tell(vty, request, command.text, taken.result, command.line);
     return taken;
 }
 
@@ -76,7 +78,7 @@ int gpon_run_in_steps(struct vty* vty, gpon_step_t step) {
             return taken.result;
         if (!gpon_can_wait(vty))
             continue;
-        commands()[vty] = {std::move(step), line_of(vty), ""};
+        commands()[vty] = {std::move(step), line_of(vty), kavo_cmd_running_text(), ""};
         vty->resume = next_step;
         return 0;
     }

@@ -16,7 +16,7 @@ using Alarm = ov_sActiveAlarmTable_attr_t;
 using Scope = gpon_cli_scope_t;
 
 constexpr kavo_column_t COLUMNS[] = {{"source", -20}, {"severity", -13}, {"code", -4},
-                                     {"text", -30},   {"since", -19},    {"age", 13}};
+                                     {"text", -31},   {"since", -19},    {"age", 15}};
 
 void print_head(const kavo_table_t& table) {
     table.line("%s", "");

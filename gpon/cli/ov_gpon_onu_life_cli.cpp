@@ -20,6 +20,7 @@ Onu onu_of_port(const CliCall& call, const char* keyword = "onu") {
 }
 
 int failed(const CliCall& call, const Onu& row, int rtn) {
+    ov_refusal_note_code(rtn);
     call.line("add onu ponid = %u, onuid  %u failed , rtn=%d ", static_cast<unsigned>(row.portID),
               static_cast<unsigned>(row.onuId), rtn);
     return KAVO_CLI_FAILED;

@@ -99,10 +99,10 @@ int ov_gpon_pon_protect_group_switchover_cli(CliCall& call) {
     return call.fail("Failed to switchover gpon protect group%s");
 }
 
-constexpr kavo_column_t COLUMNS[] = {{"group", -5},       {"name", -20},
-                                     {"working", -12},    {"state", -14},
-                                     {"protecting", -12}, {"state", -14, "protecting_state"},
-                                     {"in service", -12}, {"command", -7},
+constexpr kavo_column_t COLUMNS[] = {{"group", -5},       {"name", -63},
+                                     {"working", -13},    {"state", -14},
+                                     {"protecting", -13}, {"state", -14, "protecting_state"},
+                                     {"in service", -13}, {"command", -7},
                                      {"request", -7},     {"type", -5}};
 
 std::string port_name(mib_long port) {

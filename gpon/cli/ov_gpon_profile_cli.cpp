@@ -175,9 +175,9 @@ int ov_onutype_profile_del_cli(CliCall& call) {
     return answer(call, ov_app_gpon_onutype_del(&row), "delete", "onutype", call.words.text("onutype"));
 }
 
-constexpr kavo_column_t ONU_TYPE_COLUMNS[] = {{"onu type", -33}, {"eth", 5},   {"pots", 5},
-                                              {"card", 5},       {"video", 5}, {"down-queue", 10},
-                                              {"up-queue", 8}};
+constexpr kavo_column_t ONU_TYPE_COLUMNS[] = {{"onu type", -33}, {"eth", 10},   {"pots", 10},
+                                              {"card", 10},      {"video", 10}, {"down-queue", 10},
+                                              {"up-queue", 10}};
 
 int ov_show_onu_type_profile_cli(CliCall& call) {
     return show_profiles<ov_sOnuTypeProfileTable_attr_t>(

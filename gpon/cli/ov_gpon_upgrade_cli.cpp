@@ -17,6 +17,7 @@
 #include "gpon_waiting_command.h"
 #include "kavo_cmd_rows.h"
 #include "onu_read_pass.h"
+#include "onu_update_action.h"
 #include "ov_app_gpon_onu_update.h"
 #include "ov_app_gpon_rminfo.h"
 #include "ov_gpon.h"
@@ -55,33 +56,71 @@ struct Session {
     CliCall call() const { return {vty, *command, CliWords(*command, {})}; } // without arguments
 };
 
-int write_action(const Port& port, const Action& what) {
+// What is written to the row of a port, with its columns.
+Port row_with(const Port& port, const Action& what, MIB_Flags_t& columns) {
     using namespace sOnuUpdateTable_column;
     Port row = port;
     row.sOnuUpdateAction = what.action;
-    MIB_Flags_t columns = gpon_cli_columns({sOnuUpdateOnuMask, sOnuUpdateAction});
+    columns = gpon_cli_columns({sOnuUpdateOnuMask, sOnuUpdateAction});
     if (what.action == SONUUPDATEACTION_START) {
         set_text(row.sOnuUpdateVersionName, what.file);
         mib_flag_set(columns, sOnuUpdateVersionName);
     }
-    return ov_app_gpon_pon_onu_update_edit(&row, &columns);
+    return row;
 }
 
-// A port in each step: it may wait for its card. The others have their turn, whatever becomes of one.
-gpon_step_t act_in_steps(const Session& session, Ports ports, Action what) {
-    return
-        [session, ports = std::move(ports), what = std::move(what), next = size_t{0}, result = 0]() mutable {
-            if (next == ports.size())
-                return GponStep::end(result);
-            if (write_action(ports[next++], what) != OV_GPON_RET_OK)
-                result = session.call().fail(what.failure);
+// A port behind the other, each with its card's answer. The others have their turn, whatever becomes of one.
+class PortActions {
+public:
+    PortActions(const Session& session, Ports ports, Action what)
+        : session_(session), ports_(std::move(ports)), what_(std::move(what)) {}
+
+    GponStep step() {
+        if (next_ == ports_.size())
+            return GponStep::end(result_);
+        if (!gpon_can_wait(session_.vty)) {
+            MIB_Flags_t columns = {};
+            Port row = row_with(ports_[next_], what_, columns);
+            end_port(ov_app_gpon_pon_onu_update_edit(&row, &columns));
             return GponStep::more();
-        };
+        }
+        if (under_way_ == nullptr)
+            begin_port();
+        if (!under_way_->go_on())
+            return GponStep::wait();
+        end_port(std::exchange(under_way_, nullptr)->result());
+        return GponStep::more();
+    }
+
+private:
+    void begin_port() {
+        MIB_Flags_t columns = {};
+        const Port row = row_with(ports_[next_], what_, columns);
+        under_way_ = OnuUpdateAction::begin(row, columns);
+    }
+    void end_port(int result) {
+        ++next_;
+        if (result != OV_GPON_RET_OK)
+            result_ = session_.call().fail(what_.failure);
+    }
+
+    Session session_;
+    Ports ports_;
+    Action what_;
+    size_t next_ = 0;
+    std::shared_ptr<OnuUpdateAction> under_way_; // the action of the next port
+    int result_ = 0;
+};
+
+gpon_step_t act_in_steps(const Session& session, Ports ports, Action what) {
+    return [actions = PortActions(session, std::move(ports), std::move(what))]() mutable {
+        return actions.step();
+    };
 }
 
 // The same for a command with one port.
 int act(const CliCall& call, const Port& port, const Action& what) {
-    return write_action(port, what) == OV_GPON_RET_OK ? 0 : call.fail(what.failure);
+    return gpon_run_in_steps(call.vty, act_in_steps(Session(call), {port}, what));
 }
 
 // ---- ONUs as they are now -----------------------------------------------------------------------------

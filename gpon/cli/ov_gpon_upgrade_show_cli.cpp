@@ -46,7 +46,7 @@ int percent(const Status& row) {
     return size > 0 && sent >= 0 ? static_cast<int>(std::min<int64_t>(100, sent * 100 / size)) : 0;
 }
 
-constexpr kavo_column_t STATUS_COLUMNS[] = {{"onu", -10}, {"file", -32},  {"size", 10},
+constexpr kavo_column_t STATUS_COLUMNS[] = {{"onu", -10}, {"file", -63},  {"size", 10},
                                             {"sent", 10}, {"percent", 7}, {"status", -17}};
 
 void print_status_head(const kavo_table_t& table) {

@@ -43,6 +43,7 @@
 #include "ov_refusal.h"
 #include "ov_slot.h"
 #include "sTableInit.h"
+#include "service_manager.h"
 #include "slot_vty.h"
 #include "snmp_agent_library.h"
 #include "uclient.h"
@@ -182,6 +183,19 @@ void fill_uclient_slots() {
     uclient->slot_switch_2_active_end = ov_app_gpon_trap_status_sync_callback;
 }
 
+// Where operators connect.
+const char* vty_socket() {
+    const char* moved = getenv(GPON_VTY_SOCKET_ENV);
+    return moved != nullptr && moved[0] != '\0' ? moved : GPON_VTY_SOCKET;
+}
+
+// A service manager that watches the process gets its signs of life from the loop: one that stands still
+// gives none.
+void start_watchdog() {
+    if (const long msec = service_watchdog_interval().count(); msec > 0)
+        kavo_add_timer_msec(master, gpon_watchdog_timer, nullptr, msec, nullptr);
+}
+
 void init_platform_lists() {
     uif_init();
     uvlan_init();
@@ -222,7 +236,7 @@ void start_connected() {
     kavo_add_read(master, gpon_read, uclient, uclient->fd_async, nullptr);
     kavo_add_read(master, gpon_serv, uclient, uclient->async_server_sock, nullptr);
     hal_init(HAL_GPON, master, gpon_nl_msg);
-    vty_serv_sock(nullptr, 0, GPON_VTY_SOCKET);
+    vty_serv_sock(nullptr, 0, vty_socket());
     gpon_register_recovery_seq();
     OV_LOG_NOTICE("LIB", "Gpon %s starting", ov_build_version());
     init_ovra_gpon_table_default_set();
@@ -285,6 +299,7 @@ int gpon_main(int argc, char** argv) {
     umask(027);
     openzlog(program_name(argc, argv), ZLOG_GPON, LOG_PID | LOG_CONS | LOG_NDELAY, LOG_DAEMON);
     set_up(argc, argv);
+    service_manager_tell("STATUS=Waiting for the system controller");
     wait_for_mono();
     if (daemonise)
         become_daemon();
@@ -292,6 +307,8 @@ int gpon_main(int argc, char** argv) {
     start_connected();
     log_start_up_time(began);
     ov_refusal_set_thread_door("timer");
+    start_watchdog();
+    service_manager_tell("READY=1\nSTATUS=In service");
 
     kavo_loop_run(master);
     return 0;
@@ -322,6 +339,12 @@ int gpon_serv(struct thread* thread) {
 int gpon_heartbeat_timer(struct thread* /*thread*/) {
     hb_uds_task_client(GPON_NAME);
     kavo_add_timer(master, gpon_heartbeat_timer, nullptr, GPON_HEARTBEAT_SECONDS, nullptr);
+    return 0;
+}
+
+int gpon_watchdog_timer(struct thread* /*thread*/) {
+    service_manager_tell("WATCHDOG=1");
+    start_watchdog();
     return 0;
 }
 

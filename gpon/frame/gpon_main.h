@@ -16,6 +16,8 @@ inline constexpr unsigned short GPON_SYNC_PORT = 30046;  // our end of the reque
 inline constexpr unsigned short GPON_ASYNC_PORT = 30047; // we listen here; also our feature id for recovery
 inline constexpr long GPON_HEARTBEAT_SECONDS = 15;
 inline constexpr char GPON_VTY_SOCKET[] = "/var/run/gpon.vty";
+inline constexpr char GPON_VTY_SOCKET_ENV[] =
+    "GPON_VTY_SOCKET"; // another place, for who may not write to /var/run
 
 // The one event loop of the process, made at start and never destroyed.
 extern struct thread_master* master;
@@ -42,6 +44,8 @@ int gpon_half_message(struct thread* thread);
 int gpon_serv(struct thread* thread);
 // Every 15 seconds: the sign of life to the process monitor.
 int gpon_heartbeat_timer(struct thread* thread);
+// At half the interval of a service manager that watches: the sign of life to it. Never armed without one.
+int gpon_watchdog_timer(struct thread* thread);
 // A signal has asked for the control files to be looked at.
 int gpon_ctrl_signal(struct thread* thread);
 // A descriptor of the netlink transport has something to read; the TIPC transport polls on a timer of its own

@@ -199,6 +199,48 @@ std::vector<const char*> CliWords::arguments() const {
     return arguments;
 }
 
+namespace {
+
+// Behind these words of a line stands a password or a key.
+constexpr std::string_view SECRET_KEYWORDS[] = {"pw", "password", "share-key"};
+// And in the place of these words of a syntax.
+constexpr std::string_view SECRET_NAMES[] = {"PASSWORD", "SHAREKEY", "KEYVALUE"};
+
+bool is_secret_name(const CliWords::Word& word) {
+    return word.keyword == nullptr &&
+           std::any_of(std::begin(SECRET_NAMES), std::end(SECRET_NAMES),
+                       [&](auto name) { return has_alternative(*word.syntax, name); });
+}
+
+bool is_secret_keyword(std::string_view text) {
+    return std::find(std::begin(SECRET_KEYWORDS), std::end(SECRET_KEYWORDS), text) !=
+           std::end(SECRET_KEYWORDS);
+}
+
+// In a tail, which takes any words, that may be a mistyped command with shortened keywords.
+bool may_be_secret_keyword(std::string_view text) {
+    return text.size() >= 2 && std::any_of(std::begin(SECRET_KEYWORDS), std::end(SECRET_KEYWORDS),
+                                           [&](auto keyword) { return keyword.starts_with(text); });
+}
+
+} // namespace
+
+std::string CliWords::told() const {
+    std::string text;
+    bool is_behind = false;      // the word in front announces a secret
+    bool rest_is_secret = false; // the word in hand and all behind it
+    for (const Word& word : line_) {
+        const bool is_secret =
+            rest_is_secret || is_secret_name(word) || (is_behind && word.keyword == nullptr);
+        const char* shown = word.keyword != nullptr ? word.keyword : word.typed;
+        text += (text.empty() ? "" : " ") + std::string(is_secret ? "***" : shown);
+        is_behind = word.keyword != nullptr && is_secret_keyword(word.keyword);
+        rest_is_secret =
+            rest_is_secret || (word.syntax->kind == kavo_cmd_word_t::TAIL && may_be_secret_keyword(shown));
+    }
+    return text;
+}
+
 size_t cli_place_of(std::span<const kavo_cmd_word_t> syntax, std::string_view name) {
     const size_t place = argument_of(SyntaxLine{syntax}, name);
     return place != NONE ? place : syntax.size();

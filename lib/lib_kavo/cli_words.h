@@ -33,6 +33,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <vector>
@@ -81,6 +82,9 @@ public:
     // All arguments from the one on that a name stands for, up to the next keyword of the command: for a tail
     // all of its words. Empty when the line doesn't have it.
     std::span<const char* const> all(std::string_view name) const;
+
+    // The line as it may be told: keywords in full, what stands for a password or a key as "***".
+    std::string told() const;
 
     // All arguments of the line in their order.
     std::vector<const char*> arguments() const;

@@ -17,6 +17,7 @@ namespace {
 using Words = std::vector<kavo_cmd_word_t>;
 
 int last_result = 0;
+const CliCall* running_call = nullptr;
 
 /// A command as the library keeps it (for good: there is no uninstalling), and ours behind it.
 struct Installed : cmd_element {
@@ -106,9 +107,11 @@ int run_command(const struct cmd_element* self, struct vty* vty, int argc, struc
     } else {
         OvRefusal request("vty");
         kavo_loop_doing(command.name);
+        running_call = &call;
         last_result = command.row.handler(call);
+        running_call = nullptr;
         if (last_result != 0)
-            kavo_refusal_keep(vty, request.refuse(kavo_refusal_object(vty).c_str(), nullptr));
+            kavo_refusal_tell(vty, request, call.words.told(), last_result);
     }
     return last_result == 0 ? CMD_SUCCESS : CMD_WARNING;
 }
@@ -198,6 +201,10 @@ bool kavo_cmd_has_name(const kavo_cmd_handler_t* handler, std::string_view name)
 
 bool kavo_cmd_is_own(const struct cmd_element* command) {
     return command->func == run_command;
+}
+
+std::string kavo_cmd_running_text() {
+    return running_call != nullptr ? running_call->words.told() : "";
 }
 
 int kavo_cmd_last_result() {

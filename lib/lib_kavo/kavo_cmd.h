@@ -67,6 +67,9 @@ bool kavo_cmd_is_own(const struct cmd_element* command);
 /// value that it doesn't know.
 int kavo_cmd_last_result();
 
+/// The command whose handler runs, for those who tell of it (CliWords::told); "" when none does.
+std::string kavo_cmd_running_text();
+
 /// The line end for the terminal: "\r\n" on a terminal connection (type VTY_TERM, 0), "\n" on any
 /// other. Every line that a command prints ends with it.
 const char* kavo_newline(const struct vty* vty);

@@ -7,6 +7,7 @@
 #include "cli_call.h"
 #include "kavo_vty_object.h"
 #include "ov_ifindex.h"
+#include "ov_result_word.h"
 
 namespace {
 
@@ -23,6 +24,7 @@ struct Session {
 struct Kept {
     Session session;
     uint32_t line;
+    uint32_t number; // of "show refused"
     std::string reason;
 };
 
@@ -38,13 +40,23 @@ Session session_of(const struct vty* vty) {
     return {vty->fd, status.st_ino};
 }
 
-int show_refusal(CliCall& call) {
+int show(const CliCall& call, bool numbered) {
     const Session session = session_of(call.vty);
-    for (const Kept& refusal : kept())
-        if (refusal.session == session)
-            call.line("%08x %s", refusal.line, refusal.reason.c_str());
+    for (const Kept& refusal : kept()) {
+        if (refusal.session != session)
+            continue;
+        const std::string number = numbered ? std::to_string(refusal.number) + " " : "";
+        call.line("%08x %s%s", refusal.line, number.c_str(), refusal.reason.c_str());
+    }
     std::erase_if(kept(), [&](const Kept& refusal) { return refusal.session == session; });
     return 0;
+}
+
+int show_refusal(CliCall& call) {
+    return show(call, false);
+}
+int show_refusal_numbered(CliCall& call) {
+    return show(call, true);
 }
 
 const kavo_cmd_t refusal_cmds[] = {
@@ -53,21 +65,36 @@ const kavo_cmd_t refusal_cmds[] = {
      "Show running system information\nWhy this session's last commands were refused\n",
      show_refusal,
      true},
+    {{VIEW_NODE, CONFIG_NODE},
+     "show refusal numbered",
+     "Show running system information\nWhy this session's last commands were refused\n"
+     "With their numbers for show refused\n",
+     show_refusal_numbered,
+     true},
 };
 
-} // namespace
-
-void kavo_refusal_keep(const struct vty* vty, const char* reason) {
-    kavo_refusal_keep(vty, reason, kavo_refusal_line_number(vty->buf != nullptr ? vty->buf : ""));
-}
-
-void kavo_refusal_keep(const struct vty* vty, const char* reason, uint32_t line) {
+void keep(const struct vty* vty, uint32_t line, uint32_t number, const char* reason) {
     const Session session = session_of(vty);
     if (session.fd < 0)
         return;
     if (kept().size() == KEPT_MAX)
         kept().pop_front();
-    kept().push_back({session, line, reason});
+    kept().push_back({session, line, number, reason});
+}
+
+} // namespace
+
+void kavo_refusal_tell(const struct vty* vty, OvRefusal& door, const std::string& command, int result) {
+    kavo_refusal_tell(vty, door, command, result,
+                      kavo_refusal_line_number(vty->buf != nullptr ? vty->buf : ""));
+}
+
+void kavo_refusal_tell(const struct vty* vty, OvRefusal& door, const std::string& command, int result,
+                       uint32_t line) {
+    const std::string object = kavo_refusal_object(vty);
+    const char* reason = door.refuse(object.c_str(), nullptr,
+                                     {.what = command, .result = ov_result_text(result), .object = object});
+    keep(vty, line, door.number(), reason);
 }
 
 std::string kavo_refusal_object(const struct vty* vty) {

@@ -15,6 +15,8 @@
 
 namespace {
 
+kavo_table_watch_t g_watch = nullptr;
+
 // The session whose command is run as "json COMMAND" at present.
 const struct vty* g_json_session = nullptr;
 
@@ -107,7 +109,13 @@ void kavo_table_t::row(std::span<const kavo_cell_t> cells) const {
         text_row(cells);
 }
 
+void kavo_table_set_watch(kavo_table_watch_t watch) {
+    g_watch = watch;
+}
+
 void kavo_table_t::text_row(std::span<const kavo_cell_t> cells) const {
+    if (g_watch != nullptr)
+        g_watch(columns_, cells);
     std::string text = style_.margin;
     for (size_t i = 0; i < cells.size() && i < columns_.size(); i++) {
         const std::string& cell = cells[i].text();

@@ -71,5 +71,10 @@ private:
     bool json_;
 };
 
+// Told of each row that is about to be printed in columns, headings included; for tests. Null takes it away.
+using kavo_table_watch_t = void (*)(std::span<const kavo_column_t> columns,
+                                    std::span<const kavo_cell_t> cells);
+void kavo_table_set_watch(kavo_table_watch_t watch);
+
 // Installs "json COMMAND". Main thread, at start, behind the nodes.
 void kavo_table_vty_init();

@@ -79,6 +79,10 @@ void slot_vty_set_replay_query(int (*is_replayed)(int slot)) {
     g_is_replayed = is_replayed;
 }
 
+std::string slot_vty_state_text(uint32_t slot) {
+    return state_text(slot, ov_slot_lookup_by_slotid(slot));
+}
+
 void slot_vty_dump_all(struct vty* vty) {
     static const char rule[] =
         "   ------------------------------------------------------------------------------------------------"

@@ -4,6 +4,7 @@
 // the line before had them, what is too long is cut, and what can't be a number changes nothing.
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -12,6 +13,7 @@
 #include <unistd.h>
 
 #include "mmg_mib_save_task.h"
+#include "ov_clock.h"
 #include "ov_product_log.h"
 #include "table_field.h"
 #include "table_file_copy.h"
@@ -123,22 +125,36 @@ void TableModule::save_file() {
     ++saves_;
     // The store's walk is no business of two threads at once, and rows must not go away under it.
     OvraMutexGuard lock(getMutex(did()));
+    const ov_mono_time_t began = ov_mono_now();
+    save_record_.last_failed = !write_file();
+    ++(save_record_.last_failed ? save_record_.failed : save_record_.done);
+    save_record_.last_at = ov_wall_time();
+    save_record_.last_us = static_cast<uint32_t>(
+        std::chrono::duration_cast<std::chrono::microseconds>(ov_mono_now() - began).count());
+}
+
+TableSaves TableModule::save_record() const {
+    OvraMutexGuard lock(getMutex(did()));
+    return save_record_;
+}
+
+// False, behind a line in the log, if the file isn't what the table is.
+bool TableModule::write_file() {
     if (!finish_cut_off_save())
-        return;
+        return false;
     const std::string copy_path = table_copy_path(path());
     const TableFile copy(copy_path.c_str(), TableFile::TRUNCATE);
     if (!copy.is_open()) {
         OV_LOG_ERROR(LOG_TAG, "opening %s for saving failed: %s", copy_path.c_str(), std::strerror(errno));
-        return;
+        return false;
     }
     TableFileWriter writer(copy);
     const uint64_t size = write_rows(writer);
-    if (writer.finish()) {
-        write_file_from(copy, size);
-        return;
-    }
+    if (writer.finish())
+        return write_file_from(copy, size);
     OV_LOG_ERROR(LOG_TAG, "saving %s failed: %s", path(), std::strerror(writer.error()));
     table_file_calls.unlink(copy_path.c_str());
+    return false;
 }
 
 // Looks for what a save that was cut off has left beside the file, and takes it if it is whole.

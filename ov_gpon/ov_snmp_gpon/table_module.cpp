@@ -229,6 +229,11 @@ int TableModule::row_count() const {
     return get_row_num(did());
 }
 
+mmg_table_memory_t TableModule::memory() const {
+    OvraMutexGuard lock(getMutex(did()));
+    return get_table_memory(did());
+}
+
 std::string TableModule::row_text(std::span<const uint32_t> index) const {
     if (!registered() || index.size() != desc_.index.size())
         return {};

@@ -16,11 +16,13 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "mmg_access.h"
+#include "mmg_internal.h"
 #include "mmg_mib_save_task.h"
 #include "mmg_text.h"
 #include "ovralist.h"
@@ -48,6 +50,15 @@ struct TableFunctions {
     element_comparator comparator;           // <table>_Comparator
     netsnmp_node_handler* handler = nullptr; // <table>_handler; null keeps the table from the agent
     void (*send_trap)(void* row) = nullptr;  // <table>_Send_Trap; called behind each change of a row
+};
+
+// The saves of a table's file since the start.
+struct TableSaves {
+    unsigned done = 0;
+    unsigned failed = 0;
+    time_t last_at = 0;       // of either kind, at its end: wall clock, seconds; 0 for none yet
+    bool last_failed = false; // the file is that of an earlier save
+    uint32_t last_us = 0;     // how long it took, microseconds
 };
 
 class TableModule {
@@ -188,6 +199,8 @@ public:
     // How often that has been asked for, failures included: whoever sets the file aside for a while sees by
     // it whether somebody has saved the table meanwhile. Any thread.
     unsigned saves() const { return saves_; }
+    // What became of them. Takes the table's mutex; any thread.
+    TableSaves save_record() const;
     // mib_save_<table>: notes that the table has changed. No file is written.
     void mark_changed() {
         changed_.store(true, std::memory_order_relaxed);
@@ -212,6 +225,7 @@ public:
     // ---- inspection: any thread -------------------------------------------------------------------
 
     int row_count() const;
+    mmg_table_memory_t memory() const;
     // The dump of the row with these index values, empty when there is none or their number is wrong.
     std::string row_text(std::span<const uint32_t> index) const;
 
@@ -244,6 +258,7 @@ private:
     void visit_matches(const void* row, int index_flag, Visit visit) const;
 
     bool find_path();
+    bool write_file();
     void add_rows(const TableFile& file, uint64_t size);
     void find_cut_off_save();
     void find_set_aside_file() const;
@@ -263,6 +278,7 @@ private:
     bool copy_is_needed_ = false; // beside the file stands a copy that is better
     std::atomic<bool> changed_ = false;
     std::atomic<unsigned> saves_ = 0;
+    TableSaves save_record_; // under the table's mutex
     WholeText is_whole_text_ = nullptr;
     uint64_t generation_ = 0;
 };

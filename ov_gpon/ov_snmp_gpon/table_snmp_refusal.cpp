@@ -103,11 +103,32 @@ std::string row_name(const TableModule& module, const netsnmp_table_request_info
     return row != nullptr ? table_row_name(module, row) : table_key_name(module, key.data());
 }
 
+// "10 wrongValue": the library's text begins with the name in parentheses.
+std::string status_text(int status) {
+    const std::string text = snmp_errstring(status);
+    const size_t end = text.find(')');
+    const bool has_name = text.starts_with('(') && end != text.npos;
+    return std::to_string(status) + " " + (has_name ? text.substr(1, end - 1) : text);
+}
+
+// "SET sTcontTableTcontName.1.1.1.1.3": not the value, which may be a password.
+OvRefusedRequest request_of(const TableModule& module, const netsnmp_request_info* refused,
+                            const netsnmp_table_request_info& info) {
+    const ColumnDesc* column = module.desc().column(static_cast<int>(info.colnum));
+    std::string what =
+        "SET " + (column != nullptr ? std::string(column->name)
+                                    : std::string(module.name()) + "." + std::to_string(info.colnum));
+    for (size_t i = 0; i < info.index_oid_len; ++i)
+        what += "." + std::to_string(info.index_oid[i]);
+    return {.what = what, .result = status_text(refused->status), .object = ""};
+}
+
 void tell(const TableModule& module, OvRefusal& door, const netsnmp_request_info* refused) {
     const netsnmp_table_request_info* info =
         netsnmp_extract_table_info(const_cast<netsnmp_request_info*>(refused));
     if (info != nullptr)
-        door.refuse(row_name(module, *info).c_str(), reason_of(module, refused, *info).c_str());
+        door.refuse(row_name(module, *info).c_str(), reason_of(module, refused, *info).c_str(),
+                    request_of(module, refused, *info));
     else
         door.refuse(module.name(), nullptr);
 }

@@ -59,11 +59,11 @@ class ChassisError(AssertionError):
 
 
 class SimctlError(ChassisError):
-    """The simulated chassis answered a command with an error; reason is its text."""
+    """The simulated chassis answered a command with an error; reason is its text, lines are what stood above it."""
 
-    def __init__(self, command, reason):
+    def __init__(self, command, reason, lines=()):
         super().__init__(f"simctl {command}: {reason}")
-        self.reason = reason
+        self.reason, self.lines = reason, list(lines)
 
 
 class VtyReply(str):
@@ -341,7 +341,7 @@ class Chassis:
                     if line == "ok":
                         return lines
                     if line.startswith("error "):
-                        raise SimctlError(command, line[6:])
+                        raise SimctlError(command, line[6:], lines)
                     lines.append(line[2:])
         raise ChassisError(f"simctl {command}: chassis-sim closed the connection")
 

@@ -27,11 +27,11 @@ ENV = {"OV_TRANSFER_TIMEOUT": str(LIMIT), "OV_ENV_ONU_VERSION_DIR": VERSIONS}
 class World:
     """A single board with a master agent, a manager, the stock server in SERVED and the bad one."""
 
-    def __init__(self, place, **more):
+    def __init__(self, place, env=ENV, **more):
         self.chassis = Chassis(place)
         self.chassis.start(SINGLE_BOARD)
         self.chassis.start_snmpd()
-        self.chassis.start_daemon(env=ENV, **more)
+        self.chassis.start_daemon(env=env, **more)
         self.chassis.wait_agent()
         for directory in (SERVED, "/flash", "/home/nms/download", VERSIONS, "/app/appload/1"):
             assert self.chassis.run("mkdir", "-p", directory).returncode == 0

@@ -184,6 +184,20 @@ def test_a_card_that_refuses_is_told_with_its_reason(few):
     few.wait_for("COMMITOK")
 
 
+def test_others_are_served_while_a_card_thinks_about_a_step(few):
+    few.start()
+    few.wait_for("DOWNLOADSUC")
+    few.chassis.card_fault(1, "late", type="rmonu-update", ms=5000)
+    mark = few.chassis.mark()
+    with concurrent.futures.ThreadPoolExecutor() as pool:
+        committed = pool.submit(few.typed, f"cpe commit {PORT} onu-range 1-4")
+        few.chassis.wait_record(kind="card-request", type="rmonu-update", since=mark)
+        assert few.chassis.vty("show onu status").endswith("total 4\n")
+        assert not committed.done()
+        assert committed.result() == ""
+    few.wait_for("COMMITOK")
+
+
 def test_from_a_server_the_onus_do_all_of_it(few):
     line = f"onu upgrade enable file v3.bin size 5000 version V3.0.0 eqptid {MODEL} serverip 10.0.0.1"
     assert few.typed(f"{line} {PORT} onu-range 1 3") == ""

@@ -17,7 +17,7 @@ CARDS_WORK = r"1 +lc +27 +yes +yes[^\n]*\n[^\n]* 2 +lc +27 +yes +yes"
 def make_tree(place):
     """A copy of what ./run consists of, with these programs as the built ones."""
     shutil.copy(REPO / "run", place)
-    for part in ("tools", "sim/scenarios", "third_party"):
+    for part in ("tools", "mibs", "sim/scenarios", "third_party"):
         shutil.copytree(REPO / part, place / part, ignore=shutil.ignore_patterns("__pycache__"))
     for script in ("setup.sh", "build.sh"):
         (place / "tools" / script).write_text("#!/bin/sh\n")
@@ -63,6 +63,9 @@ class Terminal:
         """The chassis answers another command of the host's shell."""
         self.type('./run --exec gponsh -c "show slot info"')
         self.expect(CARDS_WORK)
+        self.expect(HOST)
+        self.type("./run --exec snmpget -v2c -c public -m ALL 127.0.0.1 sPonTableMaxLogicDistance.1.1.1")
+        self.expect(r"QRX4100-GPON-PORT-MIB::sPonTableMaxLogicDistance\.1\.1\.1 = INTEGER: km20\(20\)")
         self.expect(HOST)
 
     def expect_gone(self):

@@ -164,6 +164,13 @@ def test_a_new_service_is_neither_started_nor_enabled(machine):
     assert not list(machine.sbin.iterdir())
 
 
+def test_the_notification_receivers_socket_is_disabled_too(machine):
+    status, notes = machine(INSTALL, "snmptrapd")
+    assert status == 0
+    assert notes[2:6] == ["snmpd 0", "snmpd.service 0", "tftpd-hpa 0", "cron 0"]
+    assert notes[6:] == ["systemctl disable snmptrapd.service", "systemctl disable snmptrapd.socket"]
+
+
 @pytest.mark.parametrize("apt_status", [0, 100])
 def test_the_machines_own_rule_for_services_stands_and_comes_back(machine, apt_status):
     own = script(machine.sbin / "policy-rc.d", "[ $1 != cron ] || exit 104\n")

@@ -1,22 +1,38 @@
 """Comparison of what two runs sent to line cards, in the files of chassis-sim's --capture."""
 
 import collections
+import struct
 
 # Of the IPC's header: the transaction's id, which is random, and the sender's running count.
 MASKED = ((20, 24), (24, 28))
 MESSAGE_TYPE = slice(28 + 8, 28 + 12)
 SHOWN = 10
+# Of the file, of a packet in it, and in front of a frame.
+FILE_HEAD, PACKET_HEAD, FRAME_HEAD = 24, 16, 24
+TO_CARD = 0
+
+
+def packets(path):
+    """(direction, slot, frame) of each packet, in order."""
+    octets = path.read_bytes()
+    at = FILE_HEAD
+    while at < len(octets):
+        (size,) = struct.unpack_from(">I", octets, at + 8)
+        packet = octets[at + PACKET_HEAD : at + PACKET_HEAD + size]
+        yield packet[6], packet[7], packet[FRAME_HEAD:]
+        at += PACKET_HEAD + size
 
 
 def read(path):
-    """The frames of each slot, in order, masked."""
+    """The frames that each slot was sent, in order, masked."""
     slots = collections.defaultdict(list)
-    for line in path.read_text().splitlines():
-        slot, octets = line.split()
-        frame = bytearray.fromhex(octets)
+    for direction, slot, octets in packets(path):
+        if direction != TO_CARD:
+            continue
+        frame = bytearray(octets)
         for begin, end in MASKED:
             frame[begin:end] = bytes(end - begin)
-        slots[int(slot)].append(bytes(frame))
+        slots[slot].append(bytes(frame))
     return slots
 
 

@@ -48,6 +48,8 @@ void write_text(const char* lib, const Origin& origin, int level, const char* mo
         ov_error_ring_add(level, module, text);
         ov_refusal_note_error(text);
     }
+    if (level >= OV_LOG_LVL_NOTICE && OvRefusal::current() != nullptr)
+        OvRefusal::keep_line(level, module, text);
     ov_log_util(lib, level, module, origin.file, origin.line, origin.func, text);
 }
 

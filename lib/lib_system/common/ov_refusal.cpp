@@ -4,8 +4,13 @@
 #include <cstdio>
 #include <initializer_list>
 #include <span>
+#include <string_view>
+#include <utility>
 
+#include "ov_clock.h"
 #include "ov_product_log.h"
+#include "ov_refused_ring.h"
+#include "ov_result_word.h"
 
 namespace {
 
@@ -63,10 +68,45 @@ OvRefusal* OvRefusal::current() {
     return t_current;
 }
 
-const char* OvRefusal::refuse(const char* row, const char* reason) {
+void OvRefusal::take_line(int level, const char* module, const char* text) {
+    if (lines_ == nullptr)
+        lines_ = std::make_unique<Lines>();
+    if (lines_->kept.size() == OV_REFUSED_LINES) {
+        ++lines_->left_out;
+        return;
+    }
+    lines_->kept.push_back({level, module != nullptr ? module : "",
+                            std::string(std::string_view(text).substr(0, OV_REFUSED_LINE_TEXT))});
+}
+
+void OvRefusal::keep_line(int level, const char* module, const char* text) {
+    for (OvRefusal* door = t_current; door != nullptr; door = door->outer_)
+        door->take_line(level, module, text);
+}
+
+void OvRefusal::keep_refused(const char* row, const char* reason, const OvRefusedRequest& request) {
+    ov_refused_t refused;
+    refused.at = ov_wall_time();
+    refused.door = door_;
+    refused.who = request.object;
+    refused.what = request.what;
+    refused.result = request.result;
+    if (notes_.code != 0)
+        refused.code = ov_result_text(notes_.code);
+    refused.row = row;
+    refused.reason = reason;
+    if (const auto lines = std::exchange(lines_, nullptr); lines != nullptr) {
+        refused.lines = std::move(lines->kept);
+        refused.lines_left_out = lines->left_out;
+    }
+    number_ = ov_refused_add(std::move(refused));
+}
+
+const char* OvRefusal::refuse(const char* row, const char* reason, const OvRefusedRequest& request) {
     row = first_of({notes_.row.data(), row, "-"});
     reason = first_of({notes_.reason.data(), notes_.error.data(), reason, "no reason known"});
     snprintf(text_.data(), text_.size(), "%s (%s)", reason, row);
+    keep_refused(row, reason, request);
     OV_LOG_WARN("LIB", "refused: %s: %s: %s", door_, row, reason);
     return text_.data();
 }
@@ -87,6 +127,11 @@ bool ov_refusal_because_of(unsigned column, const char* fmt, ...) {
     return false;
 }
 
+void ov_refusal_note_code(int code) {
+    if (t_current != nullptr && t_current->notes().code == 0)
+        t_current->notes().code = code;
+}
+
 bool ov_refusal_wants_row() {
     return t_current != nullptr && !is_set(t_current->notes().row);
 }
@@ -102,7 +147,7 @@ OvRefusalMark ov_refusal_mark() {
     if (t_current == nullptr)
         return {};
     OvRefusalNotes& notes = t_current->notes();
-    return {&notes, is_set(notes.row), is_set(notes.reason), is_set(notes.error)};
+    return {&notes, is_set(notes.row), is_set(notes.reason), is_set(notes.error), notes.code != 0};
 }
 
 void ov_refusal_forget(const OvRefusalMark& mark) {
@@ -118,6 +163,8 @@ void ov_refusal_forget(const OvRefusalMark& mark) {
     }
     if (!mark.error)
         mark.notes->error[0] = '\0';
+    if (!mark.code)
+        mark.notes->code = 0;
 }
 
 void ov_refusal_set_thread_door(const char* door) {

@@ -64,6 +64,17 @@ int get_row_num(MIBDID did) {
     return tree == nullptr ? 0 : tree->num_entries;
 }
 
+mmg_table_memory_t get_table_memory(MIBDID did) {
+    const PTREE* tree = tree_of(did);
+    if (tree == nullptr || tree->rows == nullptr)
+        return {};
+    const auto record = static_cast<unsigned>(tree->params.info_size);
+    return {.rows = static_cast<unsigned>(tree->num_entries),
+            .record = record,
+            .index = static_cast<unsigned>(tree->rows->stride()) - record,
+            .reserved = tree->rows->reserved_bytes()};
+}
+
 unsigned get_row_changes(MIBDID did) {
     PTREE* tree = tree_of(did);
     return tree == nullptr ? 0 : static_cast<unsigned>(tree->sequence);

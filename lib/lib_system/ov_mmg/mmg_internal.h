@@ -19,6 +19,14 @@ int get_row_num(MIBDID did);
 // A number that goes up by one whenever a row enters or leaves the table, and wraps around. The row whose
 // index columns are all 0 isn't counted.
 unsigned get_row_changes(MIBDID did);
+// What the rows of a table take of memory, in bytes.
+struct mmg_table_memory_t {
+    unsigned rows = 0;
+    unsigned record = 0;   // of each row: its columns
+    unsigned index = 0;    // of each row beside them: links of the index, key image, rounding
+    uint64_t reserved = 0; // address space that the table holds, for rows to come and rows that went as well
+};
+mmg_table_memory_t get_table_memory(MIBDID did);
 // The first row, or null.
 void* get_table_head(MIBDID did);
 

@@ -3,12 +3,14 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <string>
 
 #include "app_columns.h"
 #include "app_rows.h"
 #include "app_set_callback.h"
 #include "ov_app_gpon_action_type.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "ovra_thread.h"
 
 unsigned char gpon_action_busy = 0;
@@ -68,7 +70,7 @@ void start_worker(ActionRow& row) {
     copy.release(); // NOLINT(bugprone-unused-return-value): the worker's from here on
 }
 
-void start(const ActionType& type, ActionRow& row) {
+void begin(const ActionType& type, ActionRow& row) {
     if (!action_has_required(type, row)) {
         OV_LOG_ERROR(LOG_TAG, "lack of parameter!");
         end_failed(row);
@@ -83,6 +85,20 @@ void start(const ActionType& type, ActionRow& row) {
         end_done(row);
     else if (end == ActionEnd::FAILED)
         end_failed(row);
+}
+
+// An action that fails was refused to nobody: its row says so, and why is told by the door.
+void tell_failure(OvRefusal& door, const ActionRow& row) {
+    const char* name = ov_app_gpon_action_text(row.sActionType);
+    const std::string place = std::string("sActionTable ") + name;
+    door.refuse(place.c_str(), "failed", {.what = std::string("action ") + name, .result = "", .object = ""});
+}
+
+void start(const ActionType& type, ActionRow& row) {
+    OvRefusal door("action");
+    begin(type, row);
+    if (row.sActionStatus == SACTIONSTATUS_FAIL)
+        tell_failure(door, row);
 }
 
 // ---- the worker's end --------------------------------------------------------------------------------
@@ -154,6 +170,7 @@ void* action_task(void* taskArg) {
         return nullptr;
     }
     ActionWork work = {.row = *row};
+    OvRefusal door("action");
     const int result = carry_out(work);
     const char* text = ov_app_gpon_action_text(row->sActionType);
     work.row.sActionStatus = result != 0 ? SACTIONSTATUS_FAIL : SACTIONSTATUS_SUCCESS;
@@ -161,6 +178,8 @@ void* action_task(void* taskArg) {
         OV_LOG_ERROR(LOG_TAG, "exec command %d:%s failure", row->sActionType, text);
     else
         OV_LOG_DEBUG(LOG_TAG, "exec command %d:%s success", row->sActionType, text);
+    if (result != 0)
+        tell_failure(door, *row);
     write_outcome(work);
     leave_place();
     return nullptr;

@@ -23,6 +23,9 @@ constexpr std::array<void (*)(), 5> PASSES = {get_pon_pm_data_task, get_onu_pm_d
 
 } // namespace
 
+constinit const std::array<PmFamilyName, 5> ov_app_gpon_pm_families = {
+    {{"pon", &PON_PM}, {"onu", &ONU_PM}, {"gem", &GEM_PM}, {"nni", &NNI_PM}, {"uplink", &UPLINK_PM}}};
+
 void pm_5s_cycle_task(unsigned int /*clientreg*/, void* /*clientarg*/) {
     const time_t now = ov_wall_time();
     tm utc = {};

@@ -4,6 +4,17 @@
 // Main loop only.
 #pragma once
 
+#include <array>
+
+struct PmFamily;
+
+// The five families, in the order of their slots, with a short name for people.
+struct PmFamilyName {
+    const char* name; // "pon", "onu", "gem", "nni", "uplink"
+    const PmFamily* family;
+};
+extern const std::array<PmFamilyName, 5> ov_app_gpon_pm_families;
+
 inline constexpr unsigned PM_TICK_SECONDS = 5;
 
 // Starts the ticks. Start-up, with the module of PON ports.

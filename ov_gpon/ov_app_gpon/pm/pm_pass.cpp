@@ -1,8 +1,10 @@
 #include "pm_pass.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 
+#include "ov_clock.h"
 #include "ovra_mutex.h"
 
 namespace {
@@ -83,6 +85,8 @@ void PmPass::begin() {
     if (once_more_)
         return;
     began_ = pm_now();
+    began_at_ = ov_mono_now();
+    record_ = {.began = ov_wall_time(), .passes = record_.passes + 1};
     made_.clear();
     {
         const auto lock = lock_of(family_);
@@ -92,6 +96,7 @@ void PmPass::begin() {
 }
 
 void PmPass::miss(void* row) {
+    ++record_.missed;
     pm_mark_unavailable(family_, row);
     pm_stamp_stop(family_, row, pm_now());
 }
@@ -136,6 +141,7 @@ void PmPass::take(const Place& place, unsigned result, const hal_nlmsghdr* reply
         miss(row);
         return;
     }
+    ++record_.answered;
     pm_take_record(family_, family_.reading.source->record_in(reply), row);
     if (family_.reading.source->clear != nullptr)
         family_.reading.source->clear(row);
@@ -151,6 +157,9 @@ void PmPass::end() {
                 pm_stamp_start(family_, row,
                                family_.interval_start == PmIntervalStart::PASS ? began_ : pm_now());
     }
+    record_.ended = ov_wall_time();
+    record_.took_ms = static_cast<uint32_t>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(ov_mono_now() - began_at_).count());
     if (once_more_)
         begin();
 }

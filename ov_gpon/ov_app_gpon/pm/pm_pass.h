@@ -10,11 +10,22 @@
 // Main loop only.
 #pragma once
 
+#include <ctime>
 #include <set>
 #include <vector>
 
 #include "app_card_pipeline.h"
 #include "pm_family.h"
+
+// The pass of a family that was last.
+struct PmPassRecord {
+    time_t began = 0;      // wall clock, seconds; 0 when there was none since the start
+    time_t ended = 0;      // the same; 0 while it runs
+    uint32_t took_ms = 0;  // from its beginning to the end of the file's save, milliseconds
+    uint32_t answered = 0; // rows whose card answered
+    uint32_t missed = 0;   // rows whose card didn't: their data isn't available
+    uint32_t passes = 0;   // begun since the start
+};
 
 class PmPass : public CardPipeline {
 public:
@@ -27,6 +38,8 @@ public:
     // A row is about to be made at this index: a reply that is on its way isn't for it, and its interval has
     // begun already.
     void note_new_row(const void* row);
+
+    const PmPassRecord& record() const { return record_; }
 
 protected:
     Next ask(size_t lane, Place& place) override;
@@ -53,4 +66,6 @@ private:
     std::set<Key> made_; // rows, since the pass began, that haven't been read since
     uint32_t began_ = 0; // seconds
     bool once_more_ = false;
+    PmPassRecord record_;
+    ov_mono_time_t began_at_ = {};
 };

@@ -11,6 +11,7 @@
 #include "ov_app_gpon_config_restore_tables.h"
 #include "ov_app_gpon_qinq.h"
 #include "ov_app_gpon_qos.h"
+#include "ov_app_gpon_restore_record.h"
 #include "ov_gpon.h"
 #include "ov_hal_gpon_records.h"
 #include "ov_product.h"
@@ -107,6 +108,7 @@ int start_chain(const umsg_cfg_sync_t& sync) {
     auto* copy = new (std::nothrow) umsg_cfg_sync_t(sync);
     if (copy == nullptr)
         return KAVO_MEMORY;
+    ov_app_gpon_restore_note_begin(static_cast<int>(sync.slotid));
     STAGES[0].arm(copy);
     return KAVO_OK;
 }
@@ -173,6 +175,7 @@ int ov_app_gpon_sync_end(int slot) {
         OV_LOG_WARN("recovery", "set sync finish  which not support");
     else
         OV_LOG_ERROR("recovery", "sync finish set error");
+    ov_app_gpon_restore_note_end(slot, result == OV_GPON_RET_OK || result == OV_GPON_RET_NOT_SUPPORT);
     if (slot >= 1 && slot <= SYNC_END_SLOT_MAX)
         ov_startup_gpon_config_sync_end_set(slot, 1);
     return result;

@@ -8,6 +8,7 @@
 
 #include "app_slot_rows.h"
 #include "ov_app_gpon_config_restore.h"
+#include "ov_app_gpon_restore_record.h"
 #include "ov_ifindex.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
@@ -134,14 +135,16 @@ ov_bmp_t convert_row(const RestoreTable& table, const void* row, void* record, i
                : 0;
 }
 
+enum class Sent : uint8_t { NOTHING, DONE, FAILED };
+
 // Creates always go out; a set of a row whose values are all default doesn't.
-bool send_row(const RestoreTable& table, const void* row, ov_hal_gpon_msg_action_t action, int32_t slot) {
+Sent send_row(const RestoreTable& table, const void* row, ov_hal_gpon_msg_action_t action, int32_t slot) {
     alignas(std::max_align_t) Record record;
     const ov_bmp_t mask = convert_row(table, row, record.data(), action, slot);
     if (action != OV_HAL_GPON_MSG_ACTION_CREATE && mask == 0)
-        return false;
-    ov_hal_gpon_msg_send(table.message, action, record.data(), mask, 0);
-    return true;
+        return Sent::NOTHING;
+    const int result = ov_hal_gpon_msg_send(table.message, action, record.data(), mask, 0);
+    return result == OV_GPON_RET_OK ? Sent::DONE : Sent::FAILED;
 }
 
 // ---- the rows of a slot ------------------------------------------------------------------------------
@@ -179,9 +182,13 @@ void RestoreTable::operator()(int32_t slot, ov_hal_gpon_msg_action_t action) con
     if (map == nullptr || module == nullptr || !module->registered())
         return;
     unsigned sent = 0;
+    unsigned failed = 0;
     visit_rows(*this, *module, slot, [&](const void* row) {
-        sent += is_replayed(*module, row) && send_row(*this, row, action, slot) ? 1 : 0;
+        const Sent done = is_replayed(*module, row) ? send_row(*this, row, action, slot) : Sent::NOTHING;
+        sent += done != Sent::NOTHING ? 1 : 0;
+        failed += done == Sent::FAILED ? 1 : 0;
     });
+    ov_app_gpon_restore_note_sent(slot, sent - failed, failed);
     if (g_config_restore_debug != 0)
         OV_LOG_DEBUG("recovery", "slot %d: %s action %d sent %u messages", slot, name, action, sent);
 }

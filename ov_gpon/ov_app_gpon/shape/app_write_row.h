@@ -3,6 +3,7 @@
 
 #include "app_rows.h"
 #include "ov_product_log.h"
+#include "ov_refusal.h"
 #include "ov_types.h"
 
 // Runs a write of MIB_OPERATION on the row's table with these columns. 0, or OV_GPON_RET_BAD_PARAM behind a
@@ -17,5 +18,6 @@ int write_row(int operation, Row* row, const MIB_Flags_t* columns, int appid, co
     if (mib_access(operation, *row, *columns, appid))
         return OV_GPON_RET_OK;
     OV_LOG_ERROR("MMG", "%s", failure);
+    ov_refusal_note_code(OV_GPON_RET_BAD_PARAM);
     return OV_GPON_RET_BAD_PARAM;
 }

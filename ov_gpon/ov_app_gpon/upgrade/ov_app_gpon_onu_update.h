@@ -38,8 +38,11 @@ void ov_app_gpon_onu_update_status_init();
 int ov_app_gpon_pon_onu_update_edit(ov_sOnuUpdateTable_attr_t* attr, MIB_Flags_t* flag);
 int ov_app_gpon_pon_onu_update_edit_no_callback(ov_sOnuUpdateTable_attr_t* attr, MIB_Flags_t* flag);
 
-// ---- told to the cards, without waiting for their answers
-// -------------------------------------------------- 0, or the code of the transport.
+// Whether a start on the port was accepted whose file is still being copied: the card is told behind that.
+bool ov_app_gpon_pon_onu_update_is_late(const ov_sOnuUpdateTable_attr_t& port);
+
+// ---- told to the cards, without waiting for their answers --------------------------------------------------
+// 0, or the code of the transport.
 
 // A file (versionName) is gone from the directory of firmware; to every card. OV_GPON_RET_BAD_PARAM for null.
 int ov_app_gpon_onu_version_delete(ov_gpon_onu_update_attr_t* shal_attr);
@@ -66,7 +69,8 @@ void ov_app_gpon_release_onu_update_task_list(ovralist_t* onuUpdateList);
 // The message of a port's row, as a whole; a start puts the file where the card fetches it, and only a start
 // names it. 0, or OV_GPON_RET_NO_RESOURCE when the file couldn't be put there.
 int sonuupdate_mib_data_convert_to_hal(const ov_sOnuUpdateTable_attr_t* mib, ov_gpon_onu_update_attr_t* hal);
-// Carries out a written action; a start doesn't wait for the card.
+// Carries out a written action; a start doesn't wait for the card. Its file is copied by a thread: one that
+// takes longer than a moment, and for which there is room, is accepted and goes out behind the copy.
 int ov_pon_onu_update_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);
 // Rows come and go with their ports, and with their ONUs.
 int ov_pon_onu_update_table_pontable_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag);

@@ -1,8 +1,14 @@
+#include <algorithm>
+#include <deque>
+#include <memory>
 #include <optional>
+#include <utility>
 
 #include "app_follow_rows.h"
+#include "app_loop.h"
 #include "app_set_callback.h"
 #include "app_write_row.h"
+#include "onu_image_copy.h"
 #include "ov_app_gpon_onu_update.h"
 #include "ov_product_onu_image.h"
 #include "sPonTable.h"
@@ -28,23 +34,105 @@ constexpr MapLine UPDATE_LINES[] = {
 
 constexpr MIB_Flags_t ACTION = columns_of(column::sOnuUpdateAction);
 
-int stage_image(const Row& row) {
-    return is_start(row) ? ov_product_onuupdate_mibdata_convert_to_hal(row.sOnuUpdateVersionName)
-                         : OV_GPON_RET_OK;
-}
-
 std::optional<int> only_actions(RowChange<Row>& change) {
     if (mib_flag_is_set(change.columns, column::sOnuUpdateAction))
         return std::nullopt;
     return SET_ACCEPTED;
 }
 
+// ---- the file of a start ----------------------------------------------------------------------------------
+
+// Whoever writes a start is told when its file can't be copied, and the loop has others to serve: a copy that
+// takes longer than this is waited for only if it is going to fail, for want of room.
+constexpr std::chrono::milliseconds COPY_PATIENCE{40};
+constexpr long LOOK_MSEC = 20;
+
+// A start that its card isn't told of before its file is there.
+struct LateStart {
+    std::shared_ptr<OnuImageCopy> copy;
+    Row row;
+};
+std::deque<LateStart>& late_starts() {
+    static auto& all = *new std::deque<LateStart>;
+    return all;
+}
+
+// The one that the change in hand has become.
+std::shared_ptr<OnuImageCopy> g_copy_in_hand;
+
+void tell_late(const LateStart& start) {
+    Record record = {};
+    onu_update_map.encode(&start.row, &record);
+    if (start.copy->result() != OV_GPON_RET_OK ||
+        ov_hal_gpon_msg_send(OV_HAL_MSG_GPON_RMONU_UPDATE, OV_HAL_GPON_MSG_ACTION_SET, &record, 0, 0) !=
+            OV_GPON_RET_OK)
+        OV_LOG_ERROR("MMG", "set onu update action to hal error");
+}
+
+struct thread* g_next_look = nullptr;
+int on_look(struct thread* timer);
+
+void arm_next_look() {
+    if (g_next_look == nullptr && !late_starts().empty())
+        kavo_add_timer_msec(app_loop(), on_look, nullptr, LOOK_MSEC, &g_next_look);
+}
+
+// Those whose file is there, in their order.
+int on_look(struct thread* /*timer*/) {
+    g_next_look = nullptr;
+    while (!late_starts().empty() && late_starts().front().copy->is_over()) {
+        tell_late(late_starts().front());
+        late_starts().pop_front();
+    }
+    arm_next_look();
+    return 0;
+}
+
+void start_late(const Row& row) {
+    late_starts().push_back({std::exchange(g_copy_in_hand, nullptr), row});
+    arm_next_look();
+}
+
+bool is_of_port(const LateStart& start, const Row& row) {
+    return start.row.slotID == row.slotID && start.row.portID == row.portID;
+}
+
+// A port's actions reach the card in their order: what is written behind a start waits for it.
+void finish_late_starts(const Row& row) {
+    for (const LateStart& start : late_starts())
+        if (is_of_port(start, row)) {
+            start.copy->wait();
+            tell_late(start);
+        }
+    std::erase_if(late_starts(), [&row](const LateStart& start) { return is_of_port(start, row); });
+}
+
+bool copy_image(const Row& row) {
+    const auto copy = OnuImageCopy::begin(row.sOnuUpdateVersionName);
+    if (!copy->wait(COPY_PATIENCE)) {
+        if (ov_product_onu_image_has_room(row.sOnuUpdateVersionName)) {
+            g_copy_in_hand = copy;
+            return true;
+        }
+        copy->wait();
+    }
+    return copy->result() == OV_GPON_RET_OK ||
+           ov_refusal_because("the firmware file \"%s\" can't be copied for the cards",
+                              row.sOnuUpdateVersionName);
+}
+
 bool reserve_image(RowChange<Row>& change) {
-    if (!mib_flag_is_set(change.columns, column::sOnuUpdateAction) ||
-        stage_image(change.row) == OV_GPON_RET_OK)
+    if (!mib_flag_is_set(change.columns, column::sOnuUpdateAction))
         return true;
-    return ov_refusal_because("the firmware file \"%s\" can't be copied for the cards",
-                              change.row.sOnuUpdateVersionName);
+    finish_late_starts(change.row);
+    return !is_start(change.row) || copy_image(change.row);
+}
+
+std::optional<int> before_send(RowChange<Row>& change) {
+    if (g_copy_in_hand == nullptr)
+        return only_actions(change);
+    start_late(change.row);
+    return SET_ACCEPTED;
 }
 
 bool waits_for_card(const RowChange<Row>& change) {
@@ -73,7 +161,13 @@ int ov_app_gpon_pon_onu_update_edit_no_callback(ov_sOnuUpdateTable_attr_t* attr,
 int sonuupdate_mib_data_convert_to_hal(const ov_sOnuUpdateTable_attr_t* mib, ov_gpon_onu_update_attr_t* hal) {
     *hal = {};
     onu_update_map.encode(mib, hal);
-    return stage_image(*mib);
+    return is_start(*mib) ? ov_product_onuupdate_mibdata_convert_to_hal(mib->sOnuUpdateVersionName)
+                          : OV_GPON_RET_OK;
+}
+
+bool ov_app_gpon_pon_onu_update_is_late(const ov_sOnuUpdateTable_attr_t& port) {
+    return std::any_of(late_starts().begin(), late_starts().end(),
+                       [&port](const LateStart& start) { return is_of_port(start, port); });
 }
 
 int ov_pon_onu_update_table_set_callback(MIBDID did, void* row, MIB_Flags_t column_flag) {
@@ -82,7 +176,7 @@ int ov_pon_onu_update_table_set_callback(MIBDID did, void* row, MIB_Flags_t colu
         .map = &onu_update_map,
         .sent = SentChanges::EDITS,
         .reserve = reserve_image,
-        .before_send = only_actions,
+        .before_send = before_send,
         .waits = waits_for_card,
         .failure = "set onu update action to hal error",
     };

@@ -49,11 +49,11 @@ CLI_TEST(Protection, GroupIsMadeSwitchedShownAndEnded) {
     EXPECT_EQ(group(3)->ppActivePort, group(3)->ppProtectPonIfindex);
     EXPECT_EQ(run("show protectgroup 3"), CMD_SUCCESS);
     EXPECT_EQ(output(),
-              "\ngroup name                 working      state          protecting   state          "
-              "in service   command request type\n" +
-                  std::string(117, '-') +
-                  "\n3     north                gpon-olt3/1  normal         gpon-olt3/2  normal         "
-                  "gpon-olt3/2  msp     no      typeb\n");
+              "\ngroup name                                                            working       state   "
+              "       protecting    state          in service    command request type\n" +
+                  std::string(163, '-') +
+                  "\n3     north                                                           gpon-olt3/1   "
+                  "normal         gpon-olt3/2   normal         gpon-olt3/2   msp     no      typeb\n");
     EXPECT_EQ(run("protectgroup 3 switchover w2p"), CMD_SUCCESS);
     EXPECT_EQ(group(3)->ppExternalCommand, PPEXTERNALCOMMAND_MSW);
     EXPECT_EQ(group(3)->ppActivePort, group(3)->ppWorkPonIfindex);

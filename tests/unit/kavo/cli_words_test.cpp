@@ -41,6 +41,7 @@ const kavo_cmd_t table[] = {
     {{test_node}, "words-radio <1-4> mode (b|g) rate <1-9>", "", run_test},
     {{test_node}, "words-radio <5-8> mode a rate <1-9>", "", run_test},
     {{test_node}, "words-other <1-8> elsewhere <1-8>", "", run_other},
+    {{test_node}, "words-wan USERNAME PASSWORD tag <1-9>", "", run_test},
 };
 
 class CliWordsTest : public testing::Test {
@@ -164,6 +165,21 @@ TEST_F(CliWordsTest, ATailIsAllOfItsWords) {
         EXPECT_STREQ(words.text("VLAN", 1), "7-9");
         EXPECT_EQ(words.arguments().size(), 4u);
     });
+}
+
+TEST_F(CliWordsTest, ALineIsToldInFullAndWithoutItsSecrets) {
+    const std::pair<const char*, const char*> lines[] = {
+        {"words-tc 8 prof gold", "words-tcont 8 profile gold"},
+        {"words-onu 1 ty T lo home p word", "words-onu 1 type T loid home pw ***"},
+        {"words-onu 1 type T pw word", "words-onu 1 type T pw ***"},
+        {"words-onu 1 type pw sn word", "words-onu 1 type pw sn word"},
+        {"words-wan anna word tag 1", "words-wan anna *** tag 1"},
+        {"words-tag 1 tag acs u password word more", "words-tag 1 tag acs u password *** ***"},
+        {"words-tag 1 tag acs u passw word", "words-tag 1 tag acs u passw ***"},
+        {"words-tag 1 tag p q", "words-tag 1 tag p q"},
+    };
+    for (const auto& [line, told] : lines)
+        with(line, [told = told](const CliWords& words) { EXPECT_EQ(words.told(), told); });
 }
 
 TEST_F(CliWordsTest, NumbersHaveTheRangeOfTheirType) {

@@ -5,6 +5,9 @@
 #include <thread>
 
 #include "../support/log_tap.h"
+#include "ov_refused_ring.h"
+#include "ov_result_word.h"
+#include "ov_types.h"
 
 namespace {
 
@@ -111,6 +114,57 @@ TEST_F(Refusal, CutsLongTextsAndKeepsThemOnOneLine) {
     EXPECT_LT(text.size(), 512u);
     ASSERT_EQ(LogTap::lines().size(), 1u);
     EXPECT_EQ(LogTap::lines()[0].text.find_first_of("\r\n"), std::string::npos);
+}
+
+TEST_F(Refusal, KeepsWhatWasAskedWithItsLogLines) {
+    ov_refused_clear();
+    OV_LOG_ERROR("MMG", "before");
+    {
+        OvRefusal door("vty");
+        OV_LOG_INFO("MMG", "of no interest");
+        OV_LOG_NOTICE("QOS", "a notice");
+        OV_LOG_ERROR("MMG", "%s", std::string(1000, 'x').c_str());
+        ov_refusal_note_code(OV_GPON_RET_BAD_PARAM);
+        ov_refusal_note_code(OV_GPON_RET_BUSY);
+        ov_refusal_because("no profile");
+        door.refuse("gpon", nullptr,
+                    {.what = "tcont 1", .result = "104006 KAVO_CLI_FAILED", .object = "gpon"});
+        EXPECT_EQ(door.number(), 1u);
+    }
+    const auto kept = ov_refused_find(1);
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(kept->door + "|" + kept->who + "|" + kept->what + "|" + kept->result + "|" + kept->row + "|" +
+                  kept->reason,
+              "vty|gpon|tcont 1|104006 KAVO_CLI_FAILED|gpon|no profile");
+    EXPECT_EQ(kept->code, "1003 OV_GPON_RET_BAD_PARAM");
+    ASSERT_EQ(kept->lines.size(), 2u);
+    EXPECT_EQ(kept->lines[0].text, "a notice");
+    EXPECT_EQ(kept->lines[1].text, std::string(OV_REFUSED_LINE_TEXT, 'x'));
+    EXPECT_FALSE(ov_refused_find(2));
+}
+
+TEST_F(Refusal, KeepsTheLastOfEachDoorAndSoManyLines) {
+    ov_refused_clear();
+    OvRefusal("vty").refuse("first", nullptr);
+    for (size_t i = 0; i < OV_REFUSED_PER_DOOR + 5; ++i) {
+        OvRefusal door("card");
+        for (size_t line = 0; line < OV_REFUSED_LINES + 3; ++line)
+            OV_LOG_WARN("MMG", "line");
+        door.refuse("row", nullptr);
+    }
+    const auto all = ov_refused_list();
+    ASSERT_EQ(all.size(), OV_REFUSED_PER_DOOR + 1);
+    EXPECT_EQ(all.front().row, "first");
+    EXPECT_EQ(all[1].number, 7u);
+    EXPECT_EQ(all.back().lines.size(), OV_REFUSED_LINES);
+    EXPECT_EQ(all.back().lines_left_out, 3u);
+    EXPECT_EQ(ov_refused_counts().at("card"), OV_REFUSED_PER_DOOR + 5);
+}
+
+TEST_F(Refusal, TellsResultsByTheirNames) {
+    EXPECT_EQ(ov_result_text(OV_ONU_AUTH_ILLEGAL), "1010 OV_ONU_AUTH_ILLEGAL");
+    EXPECT_EQ(ov_result_text(KAVO_CLI_BAD_INPUT), "104001 KAVO_CLI_BAD_INPUT");
+    EXPECT_EQ(ov_result_text(77), "77");
 }
 
 } // namespace

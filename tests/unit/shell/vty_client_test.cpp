@@ -235,7 +235,7 @@ TEST(VtyClient, AnswerThatNobodyAskedForIsAnError) {
 std::string reason_line(const std::string& line, const std::string& reason) {
     char number[16];
     snprintf(number, sizeof(number), "%08x ", kavo_refusal_line_number(line));
-    return number + reason + "\n";
+    return number + std::string("7 ") + reason + "\n";
 }
 
 TEST(VtyClient, ReasonOfARefusalIsAskedFor) {
@@ -246,10 +246,11 @@ TEST(VtyClient, ReasonOfARefusalIsAskedFor) {
         const auto reply = client.run("bad");
         EXPECT_EQ(reply.text, "no\n");
         EXPECT_EQ(reply.reason, "because");
+        EXPECT_EQ(reply.refused, 7u);
         EXPECT_EQ(client.run("good").reason, "");
         EXPECT_EQ(client.unanswered(), 0u);
     }
-    EXPECT_EQ(daemon.finish(), (std::vector<std::string>{"bad", "show refusal", "good"}));
+    EXPECT_EQ(daemon.finish(), (std::vector<std::string>{"bad", "show refusal numbered", "good"}));
 }
 
 TEST(VtyClient, NobodyAsksForReasonsUnlessTold) {
@@ -291,7 +292,7 @@ TEST(VtyClient, LinesSentAheadHaveEachTheirOwnReason) {
     EXPECT_EQ(client.unanswered(), 4u);
     for (const char* reason : {"of the first", "", "of the third", "of the fourth"})
         EXPECT_EQ(client.receive()->reason, reason);
-    EXPECT_EQ(daemon.finish().back(), "show refusal");
+    EXPECT_EQ(daemon.finish().back(), "show refusal numbered");
 }
 
 } // namespace
