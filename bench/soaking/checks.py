@@ -208,11 +208,17 @@ def is_plain(value):
     return value in (0, "", None)
 
 
-def differences_of_cards(before, after, where):
+def refused_since(network, slot, since):
+    """{(message, index)} of what a card was told anew and refused, which check_refused() looks at."""
+    records = network.chassis.records(since=since, kind="refused", slot=slot)
+    return {(record["type"], str(int(record["ifindex"], 0))) for record in records if "ifindex" in record and record["action"] != "get"}
+
+
+def differences_of_cards(before, after, where, refused=()):
     known = reasons("card_reasons.txt")
     for key in sorted(before.keys() | after.keys()):
         only = before.get(key) if key not in after else after.get(key) if key not in before else None
-        if only is not None and is_plain(only):
+        if (only is not None and is_plain(only)) or (key[1] and (key[0], key[1][0]) in refused):
             continue
         name = f"{where} {key[0]} {' '.join(key[1])}"
         if key not in after:
@@ -227,13 +233,14 @@ def differences_of_cards(before, after, where):
 
 def check_cards(network):
     """Each card begins anew and is told everything: it must hold what it held."""
+    since = network.chassis.mark()
     before = {slot: held(network, slot) for slot in network.inside()}
     for slot in network.inside():
         network.restart_card(slot)
     network.wait_replays()
     network.quiet()
     for slot in network.inside():
-        yield from differences_of_cards(before[slot], held(network, slot), f"card {slot} after a replay:")
+        yield from differences_of_cards(before[slot], held(network, slot), f"card {slot} after a replay:", refused_since(network, slot, since))
 
 
 def check_refused(network, since):
