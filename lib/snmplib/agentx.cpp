@@ -47,6 +47,7 @@ public:
 
     void clear() { NETSNMP_LARGE_FD_ZERO(&set_); }
     void add(int fd) { NETSNMP_LARGE_FD_SET(fd, &set_); }
+    void remove(int fd) { NETSNMP_LARGE_FD_CLR(fd, &set_); }
     bool has(int fd) { return NETSNMP_LARGE_FD_ISSET(fd, &set_) != 0; }
     netsnmp_large_fd_set* get() { return &set_; }
 
@@ -92,25 +93,30 @@ void read_ready(DescriptorSet& fds) {
     netsnmp_check_outstanding_agent_requests();
 }
 
-// What has come from the master is for the library to read on a descriptor of its own.
-void receive_from_master(DescriptorSet& fds) {
-    agentx_link_receive();
-    if (agentx_link_fd() >= 0 && agentx_link_has_input())
-        fds.add(agentx_link_fd());
+// Lets the library read what the master has sent. False if there is nothing for it.
+bool read_link() {
+    static auto& fds = *new DescriptorSet;
+    fds.clear();
+    if (!agentx_link_can_hand_over())
+        return false;
+    fds.add(agentx_link_fd());
+    read_ready(fds);
+    return true;
+}
+
+bool is_master(int fd) {
+    return fd >= 0 && fd == agentx_link_socket();
 }
 
 // Reads the descriptor of an event. It may be closed meanwhile, or empty: something has read it since the
 // event became ready. False then.
 bool read_descriptor(int fd) {
     static auto& fds = *new DescriptorSet;
-    fds.clear();
-    if (fd >= 0 && fd == agentx_link_socket()) {
-        receive_from_master(fds);
-        if (agentx_link_fd() < 0 || !fds.has(agentx_link_fd()))
-            return false;
-        read_ready(fds);
-        return true;
+    if (is_master(fd)) {
+        agentx_link_receive();
+        return read_link();
     }
+    fds.clear();
     wanted().ask();
     if (fd < 0 || fd >= AGENTX_FD_MAX || !wanted().fds.has(fd))
         return false;
@@ -121,24 +127,38 @@ bool read_descriptor(int fd) {
     return true;
 }
 
+// Lets the library do the next thing that there is for it. False if there is nothing.
+bool take_step() {
+    if (read_link())
+        return true;
+    Wanted& now = wanted();
+    now.ask();
+    const int master = agentx_link_wants_to_read() ? agentx_link_socket() : -1;
+    if (master >= 0)
+        now.fds.add(master);
+    if (agentx_link_fd() >= 0)
+        now.fds.remove(agentx_link_fd()); // nothing is to be had there now, whatever waits behind it
+    if (!leave_ready(now.fds, std::max(now.count, master + 1)))
+        return false;
+    if (master >= 0 && now.fds.has(master)) {
+        now.fds.remove(master);
+        agentx_link_receive();
+    }
+    read_ready(now.fds);
+    return true;
+}
+
 // A request takes three steps through the library's inner connections; they are taken at once instead of in
 // one pass of the event loop each, and so is the next request of a walk. Bounded, so that a busy manager
 // doesn't keep the loop.
 void drain() {
     constexpr int MAX_STEPS = 16;
     for (int step = 0; step < MAX_STEPS; ++step) {
-        Wanted& now = wanted();
-        now.ask();
-        const int master = agentx_link_wants_to_read() ? agentx_link_socket() : -1;
-        if (master >= 0)
-            now.fds.add(master);
-        if (!leave_ready(now.fds, std::max(now.count, master + 1))) {
-            agentx_link_idle();
+        if (take_step())
+            continue;
+        agentx_link_idle();
+        if (!agentx_link_can_hand_over())
             return;
-        }
-        if (master >= 0 && now.fds.has(master))
-            receive_from_master(now.fds);
-        read_ready(now.fds);
     }
 }
 
@@ -211,6 +231,7 @@ void agentx_snmp_update() {
         kavo_add_event(agentx_tm, update_event, nullptr, 0, nullptr);
         return;
     }
+    agentx_link_wake();
     const EventLock lock;
     thread_cancel(&timeout_thr);
     Wanted& now = wanted();
@@ -234,9 +255,26 @@ int agentx_snmp_read_ready() {
     });
 }
 
+namespace {
+
+// Brings in line the events of the connection to the master alone: the library hasn't been at work.
+void update_master_event(int master) {
+    const EventLock lock;
+    update_read_event(master, agentx_link_wants_to_read());
+    update_link_events();
+}
+
+} // namespace
+
 int agentx_snmp_read(struct thread* thread) {
-    if (read_descriptor(THREAD_FD(thread)))
+    const int fd = THREAD_FD(thread);
+    const bool from_master = is_master(fd);
+    if (read_descriptor(fd))
         drain();
+    else if (from_master && is_master(fd) && !agentx_link_has_input()) {
+        update_master_event(fd);
+        return 0;
+    }
     agentx_snmp_update();
     return 0;
 }

@@ -34,6 +34,7 @@ public:
         held_ = 0;
         pending_ = pdu >= GET && pdu <= CLEANUP_SET;
     }
+    bool is_pending() const { return pending_; }
     // It has been answered, or the library has nothing left to do: the last phase of a SET has no answer.
     void done() { *this = {}; }
     // Whether what comes next, another PDU or the end of the connection, is to wait for a step of the
@@ -87,8 +88,10 @@ AgentxMaster& master() {
 }
 
 InFlight in_flight;
-Signal input;                     // of the library's transport
-std::deque<AgentxPdu> answers;    // of ours to the library's requests
+Signal input;                  // of the library's transport
+std::deque<AgentxPdu> answers; // of ours to the library's requests
+AgentxAnswerer* answerer = nullptr;
+bool next_is_for_library = false; // the answerer has left it
 AgentxPdu handed_over;            // of which the library has had a part
 size_t handed_bytes = 0;          // of it
 bool is_up = false;               // a session stands, as far as we know
@@ -130,6 +133,49 @@ void begin_to_hand_over(AgentxPdu pdu) {
     handed_bytes = 0;
 }
 
+// ---- requests that are answered without the library ---------------------------------------------------
+
+bool library_is_busy() {
+    return in_flight.is_pending() || !answers.empty() || handed_bytes < handed_over.size();
+}
+
+bool is_to_be_offered(const AgentxPdu& pdu) {
+    using enum AgentxPduType;
+    const auto header = agentx_header(pdu);
+    return header && header->type >= GET && header->type <= GET_BULK && header->session == master().session();
+}
+
+// The next that has come, if it is for the answerer. False, with all as it was, for one that isn't.
+bool answer_next() {
+    static AgentxPdu response;
+    auto request = master().next();
+    if (!request)
+        return false;
+    if (is_to_be_offered(*request) && answerer(*request, response)) {
+        master().send(response);
+        return true;
+    }
+    master().put_back(std::move(*request));
+    next_is_for_library = true;
+    return false;
+}
+
+// Answers what it can of what has come, in its order. A few at a time, so that a busy manager doesn't keep
+// the loop: behind those the library's turn comes.
+void answer_what_waits() {
+    constexpr int AT_ONCE = 16;
+    constexpr std::chrono::milliseconds LONG_ENOUGH(20);
+    if (answerer == nullptr || next_is_for_library || library_is_busy())
+        return;
+    const auto end = ov_mono_now() + LONG_ENOUGH;
+    for (int n = 0; n < AT_ONCE && master().socket() >= 0 && !master().is_choked() && answer_next(); n++)
+        if (master().has_next() && ov_mono_now() >= end)
+            break;
+    note_loss();
+}
+
+// ---- the library's side, handing over -----------------------------------------------------------------
+
 // Chooses what the library gets next: an answer that it waits for comes before all else. False for nothing.
 bool choose_next() {
     if (!answers.empty()) {
@@ -137,7 +183,9 @@ bool choose_next() {
         answers.pop_front();
         return true;
     }
+    answer_what_waits();
     if (auto pdu = master().next()) {
+        next_is_for_library = false;
         in_flight.took(agentx_header(*pdu)->type);
         begin_to_hand_over(std::move(*pdu));
         return true;
@@ -171,7 +219,8 @@ int link_recv(netsnmp_transport* transport, void* buffer, int size, void** opaqu
     if (transport->sock < 0 || size <= 0)
         return -1;
     const int got = receive(transport, static_cast<char*>(buffer), static_cast<size_t>(size));
-    input.set(is_something_left());
+    if (!is_something_left())
+        input.set(false);
     return got;
 }
 
@@ -212,6 +261,7 @@ int link_close(netsnmp_transport* transport) {
     answers.clear();
     begin_to_hand_over({});
     in_flight.done();
+    next_is_for_library = false;
     master().close();
     note_loss();
     return 0;
@@ -344,9 +394,14 @@ bool agentx_link_is_owed() {
     return master().socket() >= 0 && (!master().is_quiet() || master().wants_to_write());
 }
 
+void agentx_link_set_answerer(AgentxAnswerer* wanted) {
+    answerer = wanted;
+}
+
 void agentx_link_receive() {
     master().receive();
     note_loss();
+    answer_what_waits();
     say_connected();
 }
 
@@ -366,6 +421,15 @@ int agentx_link_fd() {
 
 bool agentx_link_has_input() {
     return !answers.empty() || master().has_next() || master().socket() < 0;
+}
+
+bool agentx_link_can_hand_over() {
+    const bool is_begun = handed_bytes < handed_over.size() || !answers.empty();
+    return input.fd() >= 0 && (is_begun || (!in_flight.is_pending() && agentx_link_has_input()));
+}
+
+void agentx_link_wake() {
+    input.set(is_something_left());
 }
 
 void agentx_link_idle() {

@@ -10,13 +10,16 @@
 //     AGENTX_PASS_MS on that at most; the attempt goes on behind it, and the next finds how far it has come;
 //   - what the library asks of the master goes out, and is answered here and at once. The master's own answer
 //     comes when it comes; a refusal is logged;
-//   - what the master sends is looked at first (agentx_pdu.h): the library would trust it.
+//   - what the master sends is looked at first (agentx_pdu.h): the library would trust it. Requests for
+//   values
+//     go to the answerer, if there is one; the library gets what that leaves, and all else.
 //
 // PDUs are handed over one at a time: the next, or the end of the connection, not before the library is done
 // with what it has, since it would use memory that it has freed. Event loop's thread.
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "agentx_master.h"
 
@@ -31,6 +34,13 @@ inline constexpr int AGENTX_PING_SECONDS = 3;
 // Makes this transport the one that the library uses for AgentX. Between init_agent() and init_snmp().
 void agentx_link_init();
 
+// Answers a Get, GetNext or GetBulk of the session: true with the whole Response, false, whatever is in there
+// then, to let the library do it.
+using AgentxAnswerer = bool(std::span<const uint8_t> request, AgentxPdu& response);
+// Lets these requests be offered to it before the library gets them; null as at start, for the library alone.
+// One is offered when those before it have been answered.
+void agentx_link_set_answerer(AgentxAnswerer* answerer);
+
 // ---- for the event loop -----------------------------------------------------------------------------------
 
 // The socket of the connection, -1 without one; what it is to be watched for; whether the master owes us an
@@ -43,10 +53,13 @@ bool agentx_link_is_owed();
 void agentx_link_receive();
 void agentx_link_flush();
 void agentx_link_check_silence();
-// The library's descriptor, -1 while it has no transport; and whether there is something for it. It can be
-// read then, too, unless receiving has just brought it.
+// The library's descriptor, -1 while it has no transport; and whether there is something for it.
 int agentx_link_fd();
 bool agentx_link_has_input();
+// Whether it gets that now, or when it is done with what it has.
+bool agentx_link_can_hand_over();
+// Lets the loop come back to the descriptor if there is something.
+void agentx_link_wake();
 // The library has nothing left to read, its inner connections included: what it was given is done with.
 void agentx_link_idle();
 

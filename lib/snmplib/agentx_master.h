@@ -15,6 +15,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "agentx_address.h"
 #include "agentx_pdu.h"
@@ -58,6 +59,8 @@ public:
     // The next PDU that has come for the library: a request, or the answer to a notification.
     std::optional<AgentxPdu> next();
     bool has_next() const { return !for_library_.empty(); }
+    // Gives back what next() has just given.
+    void put_back(AgentxPdu pdu) { for_library_.push_front(std::move(pdu)); }
 
     // Sends a PDU; what the socket doesn't take follows by flush(). False if the connection has ended.
     bool send(std::span<const uint8_t> pdu);

@@ -3,8 +3,10 @@
 #include <memory>
 #include <string>
 
+#include "agentx_link.h"
 #include "ov_product_log.h"
 #include "table_record.h"
+#include "table_snmp_answer.h"
 #include "table_snmp_open.h"
 #include "table_snmp_refusal.h"
 #include "table_snmp_request.h"
@@ -72,6 +74,7 @@ bool table_snmp_register(const TableModule& module, netsnmp_handler_registration
     if (info == nullptr)
         netsnmp_handler_registration_free(registration);
     else if (netsnmp_register_table(registration, info.get()) == MIB_REGISTERED_OK) {
+        agentx_link_set_answerer(table_snmp_answer);
         static_cast<void>(info.release()); // the library's table helper has it, for good
         return true;                       // NOLINT(clang-analyzer-unix.Malloc)
     }

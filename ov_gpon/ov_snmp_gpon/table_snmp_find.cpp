@@ -21,23 +21,31 @@ bool index_value(oid arc, uint32_t& value) {
     return arc == value || arc == static_cast<oid>(static_cast<int32_t>(value));
 }
 
-// The first row of a column behind the index of a request.
-void* row_behind(const TableModule& module, const netsnmp_table_request_info& info) {
+// The first row of a column behind an index.
+void* row_behind(const TableModule& module, SnmpRowKey& key, size_t given) {
+    if (given == 0)
+        return get_table_head(module.did());
     const size_t wanted = module.desc().index.size();
-    SnmpRowKey key{}; // zeros behind a short index: whatever row begins with it comes behind it
-    for (size_t i = 0; i < wanted && i < info.index_oid_len; ++i) {
-        if (!index_value(info.index_oid[i], key[i])) {
-            // Behind all rows that agree so far.
-            std::fill(key.begin() + static_cast<ptrdiff_t>(i), key.end(), GREATEST);
-            return row_getNext(module.did(), key.data());
-        }
-    }
-    if (info.index_oid_len < wanted) {
+    if (given < wanted) {
+        // Zeros behind a short index: whatever row begins with it comes behind it.
+        std::fill(key.begin() + static_cast<ptrdiff_t>(given), key.end(), 0);
         if (void* row = row_get(module.did(), key.data()))
             return row;
     }
     // A longer index than the table's stands behind the row that it begins with.
     return row_getNext(module.did(), key.data());
+}
+
+// The index of a request, and how many of its numbers count.
+size_t given_index(const TableDesc& desc, const netsnmp_table_request_info& info, SnmpRowKey& key) {
+    for (size_t i = 0; i < desc.index.size() && i < info.index_oid_len; ++i) {
+        if (!index_value(info.index_oid[i], key[i])) {
+            // Behind all rows that agree so far.
+            std::fill(key.begin() + static_cast<ptrdiff_t>(i), key.end(), GREATEST);
+            return desc.index.size();
+        }
+    }
+    return info.index_oid_len;
 }
 
 // The first readable column at or above a number, 0 at the end.
@@ -78,16 +86,11 @@ bool find_next(const TableModule& module, netsnmp_request_info* request) {
     netsnmp_table_request_info* info = netsnmp_extract_table_info(request);
     if (info == nullptr)
         return false;
-    void* row = nullptr;
-    if (snmp_readable_column(module.desc(), info->colnum) != nullptr)
-        row = info->index_oid_len == 0 ? get_table_head(module.did()) : row_behind(module, *info);
-    if (row == nullptr) {
-        const unsigned column = column_from(module.desc(), info->colnum + 1);
-        row = column != 0 ? get_table_head(module.did()) : nullptr;
-        if (row == nullptr)
-            return false;
-        info->colnum = column;
-    }
+    SnmpRowKey key{};
+    const size_t given = given_index(module.desc(), *info, key);
+    void* row = snmp_next_variable(module, info->colnum, key, given);
+    if (row == nullptr)
+        return false;
     name_variable(module, request, *info, row);
     snmp_attach_row(request, row);
     return true;
@@ -149,6 +152,18 @@ const ColumnDesc* snmp_readable_column(const TableDesc& desc, unsigned number) {
         }
     }
     return column != nullptr && column->access != ColAccess::NOT_ACCESSIBLE ? column : nullptr;
+}
+
+void* snmp_next_variable(const TableModule& module, unsigned& column, SnmpRowKey& key, size_t given) {
+    if (snmp_readable_column(module.desc(), column) != nullptr) {
+        if (void* row = row_behind(module, key, given))
+            return row;
+    }
+    const unsigned next = column_from(module.desc(), column + 1);
+    if (next == 0)
+        return nullptr;
+    column = next;
+    return get_table_head(module.did());
 }
 
 bool snmp_row_key(const TableDesc& desc, const netsnmp_table_request_info& info, SnmpRowKey& key) {

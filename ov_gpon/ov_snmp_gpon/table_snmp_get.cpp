@@ -5,92 +5,72 @@
 #include "table_record.h"
 #include "table_snmp.h"
 #include "table_snmp_request.h"
+#include "table_snmp_value.h"
 
 namespace {
-
-// What the get chain fills in.
-struct FreshRow {
-    std::vector<std::byte> row;
-    netsnmp_request_info* request = nullptr; // the first with a row: that is the one the chain gets
-    MIB_Flags_t flags{};
-};
 
 bool has_row(netsnmp_request_info* request) {
     return !snmp_is_done(request) && netsnmp_extract_table_info(request) != nullptr &&
            netsnmp_extract_iterator_context(request) != nullptr;
 }
 
-FreshRow collect(const TableDesc& desc, netsnmp_request_info* requests) {
-    FreshRow fresh;
+// Refreshes the first row, by all columns that are asked for.
+void refresh(TableModule& module, netsnmp_request_info* requests) {
+    if (!snmp_has_get_chain(module))
+        return;
+    const void* first = nullptr;
+    MIB_Flags_t columns{};
     for (netsnmp_request_info* request = requests; request != nullptr; request = request->next) {
         if (!has_row(request))
             continue;
-        mib_flag_set(fresh.flags, netsnmp_extract_table_info(request)->colnum);
-        if (fresh.request != nullptr)
-            continue;
-        fresh.request = request;
-        const auto* row = static_cast<const std::byte*>(netsnmp_extract_iterator_context(request));
-        fresh.row.assign(row, row + desc.entry_size);
+        mib_flag_set(columns, netsnmp_extract_table_info(request)->colnum);
+        first = first == nullptr ? netsnmp_extract_iterator_context(request) : first;
     }
-    return fresh;
-}
-
-// Runs the get chain on a copy of the first row, and keeps what it filled in, whatever the chain's result:
-// live data replaces the stored. The row's key isn't the chain's to change.
-void refresh(TableModule& module, netsnmp_request_info* requests) {
-    if (table_cntl[module.desc().registry_index].callback_get == nullptr)
+    if (first == nullptr)
         return;
-    FreshRow fresh = collect(module.desc(), requests);
-    if (fresh.request == nullptr)
-        return;
-    Run_MibCallbackFunc(0, module.did(), CALLBACK_GET, fresh.row.data(), fresh.flags);
-    // Callbacks may have removed rows.
+    snmp_refresh_row(module, first, columns);
     for (netsnmp_request_info* request = requests; request != nullptr; request = request->next) {
         if (has_row(request))
             snmp_attach_row(request, snmp_find_row(module, *netsnmp_extract_table_info(request)));
     }
-    const size_t key_size = module.desc().key_size;
-    if (void* stored = netsnmp_extract_iterator_context(fresh.request))
-        std::memcpy(record_bytes(stored) + key_size, fresh.row.data() + key_size,
-                    module.desc().entry_size - key_size);
 }
 
-void answer_counter(netsnmp_variable_list* variable, uint64_t value) {
-    counter64 counter;
-    counter.high = static_cast<u_long>(value >> 32);
-    counter.low = static_cast<u_long>(value & 0xFFFFFFFFu);
-    snmp_set_var_typed_value(variable, ASN_COUNTER64, &counter, sizeof(counter));
-}
-
-void answer(const TableModule& module, netsnmp_variable_list* variable, const ColumnDesc& column,
-            const void* row) {
-    const char* value = record_bytes(row) + column.offset;
-    switch (column.type) {
-    case ColType::INT:
-    case ColType::ROWSTATUS:
-        snmp_set_var_typed_integer(variable, ASN_INTEGER, record_get<int32_t>(row, column.offset));
+void answer(netsnmp_variable_list* variable, const SnmpValue& value) {
+    switch (value.type) {
+    case ASN_INTEGER:
+        snmp_set_var_typed_integer(variable, ASN_INTEGER, static_cast<int32_t>(value.number));
         break;
-    case ColType::UINT:
-        snmp_set_var_typed_integer(variable, ASN_UNSIGNED,
-                                   static_cast<long>(record_get<uint32_t>(row, column.offset)));
+    case ASN_UNSIGNED:
+        snmp_set_var_typed_integer(variable, ASN_UNSIGNED, static_cast<long>(value.number));
         break;
-    case ColType::COUNTER64:
-        answer_counter(variable, record_get<uint64_t>(row, column.offset));
+    case ASN_COUNTER64: {
+        counter64 counter;
+        counter.high = static_cast<u_long>(value.number >> 32);
+        counter.low = static_cast<u_long>(value.number & 0xFFFFFFFFu);
+        snmp_set_var_typed_value(variable, ASN_COUNTER64, &counter, sizeof(counter));
         break;
-    case ColType::IPADDR:
-        snmp_set_var_typed_value(variable, ASN_IPADDRESS, value, column.size);
-        break;
-    case ColType::TEXT:
-        snmp_set_var_typed_value(variable, ASN_OCTET_STR, value,
-                                 module.is_whole_text(column, row) ? column.limit : text_length(column, row));
-        break;
-    case ColType::BIN:
-        snmp_set_var_typed_value(variable, ASN_OCTET_STR, value, column.limit);
-        break;
+    }
+    default:
+        snmp_set_var_typed_value(variable, value.type, value.bytes.data(), value.bytes.size());
     }
 }
 
 } // namespace
+
+bool snmp_has_get_chain(const TableModule& module) {
+    return table_cntl[module.desc().registry_index].callback_get != nullptr;
+}
+
+void snmp_refresh_row(TableModule& module, const void* row, const MIB_Flags_t& columns) {
+    const TableDesc& desc = module.desc();
+    const auto* bytes = static_cast<const std::byte*>(row);
+    const std::vector<std::byte> key(bytes, bytes + desc.key_size);
+    std::vector<std::byte> fresh(bytes, bytes + desc.entry_size);
+    Run_MibCallbackFunc(0, module.did(), CALLBACK_GET, fresh.data(), columns);
+    if (void* stored = row_get(module.did(), const_cast<std::byte*>(key.data())))
+        std::memcpy(record_bytes(stored) + desc.key_size, fresh.data() + desc.key_size,
+                    desc.entry_size - desc.key_size);
+}
 
 void snmp_serve_get(TableModule& module, netsnmp_agent_request_info* reqinfo,
                     netsnmp_request_info* requests) {
@@ -105,7 +85,7 @@ void snmp_serve_get(TableModule& module, netsnmp_agent_request_info* reqinfo,
             continue;
         }
         if (const ColumnDesc* column = snmp_readable_column(module.desc(), info->colnum))
-            answer(module, request->requestvb, *column, row);
+            answer(request->requestvb, snmp_value(module, *column, row));
         else
             netsnmp_set_request_error(reqinfo, request, SNMP_NOSUCHOBJECT);
     }

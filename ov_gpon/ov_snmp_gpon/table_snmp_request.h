@@ -26,6 +26,17 @@ bool snmp_row_key(const TableDesc& desc, const netsnmp_table_request_info& info,
 // The stored row that a request names, or null.
 void* snmp_find_row(const TableModule& module, const netsnmp_table_request_info& info);
 
+// The variable behind a place in a table: behind what stands in `column` below the first `given` numbers of
+// an index, of which `key` holds as many as it has room for. A place needn't be a variable's; with 0 given it
+// is the beginning of the column. Returns the row, and its column in `column`; null at the end of the table.
+void* snmp_next_variable(const TableModule& module, unsigned& column, SnmpRowKey& key, size_t given);
+
+// Whether callbacks fill in rows that are read; and a run of theirs on a copy of this row, for these columns.
+// What they filled in is kept, whatever their result: live data replaces the stored. The row's key isn't
+// theirs to change. They may remove rows, this one too.
+bool snmp_has_get_chain(const TableModule& module);
+void snmp_refresh_row(TableModule& module, const void* row, const MIB_Flags_t& columns);
+
 // Attaches a row (or, with null, none) to a request, in place of what was attached before.
 void snmp_attach_row(netsnmp_request_info* request, void* row);
 // A row was removed: no request shall have it any more.

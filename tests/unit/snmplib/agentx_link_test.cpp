@@ -253,6 +253,7 @@ public:
         EXPECT_NE(link_, nullptr);
     }
     played::Master& master() { return master_; }
+    const played::Master& master() const { return master_; }
     void master_sends(const std::vector<std::string>& pdus) {
         std::string all;
         for (const std::string& pdu : pdus)
@@ -480,6 +481,100 @@ TEST(AgentxLink, AMasterThatHasForgottenTheSessionIsLeft) {
         link.master().send(played::response(6, 257)); // notOpen
         EXPECT_EQ(link.read(), "end");
         EXPECT_THAT(log.lines(), Contains(HasSubstr("doesn't know the session")));
+    });
+}
+
+// ---- requests that are answered without the library --------------------------------------------------
+
+// Answers those with an odd number of a packet.
+bool answer_odd(std::span<const uint8_t> request, AgentxPdu& response) {
+    const uint32_t packet = agentx_header(request)->packet;
+    const std::string answer = played::response(packet);
+    response.assign(answer.begin(), answer.end());
+    return packet % 2 == 1;
+}
+
+std::vector<uint32_t> heard(const BareLink& link, size_t count) {
+    std::vector<uint32_t> packets;
+    while (packets.size() < count)
+        packets.push_back(link.master().hear().packet);
+    return packets;
+}
+
+TEST(AgentxLink, WhatTheAnswererLeavesIsTheLibrarysAndWhatFollowsWaitsForIt) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        agentx_link_set_answerer(answer_odd);
+        link.master_sends({played::pdu(GET, 1), played::pdu(GET, 2), played::pdu(GET, 3)});
+        EXPECT_EQ(link.read(), played::pdu(GET, 2));
+        EXPECT_EQ(link.read(), "later");
+        link.answer(2);
+        EXPECT_EQ(link.read(), "later"); // there is nothing for the library any more
+        EXPECT_EQ(heard(link, 3), (std::vector<uint32_t>{1, 2, 3}));
+    });
+}
+
+TEST(AgentxLink, OnlyRequestsForValuesOfTheSessionGoToTheAnswerer) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        agentx_link_set_answerer(answer_odd);
+        std::string of_another = played::pdu(GET, 3);
+        of_another[7] = 8;
+        for (const std::string& pdu : {played::pdu(TEST_SET, 1), played::pdu(COMMIT_SET, 1), of_another}) {
+            link.master_sends({pdu});
+            EXPECT_EQ(link.read(), pdu);
+            link.answer(1);
+        }
+        agentx_link_set_answerer(nullptr);
+        link.master_sends({played::pdu(GET, 1)});
+        EXPECT_EQ(link.read(), played::pdu(GET, 1));
+    });
+}
+
+TEST(AgentxLink, TheLibraryIsDoneWithASetBeforeTheAnswererGoesOn) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        agentx_link_set_answerer(answer_odd);
+        link.master_sends({played::pdu(CLEANUP_SET, 2), played::pdu(GET, 3)});
+        EXPECT_EQ(link.read(), played::pdu(CLEANUP_SET, 2));
+        agentx_link_receive();
+        EXPECT_FALSE(agentx_link_can_hand_over());
+        EXPECT_EQ(link.read(), "later");
+        link.answer(2);
+        EXPECT_TRUE(agentx_link_can_hand_over());
+        EXPECT_EQ(link.read(), "later");
+        EXPECT_EQ(heard(link, 2), (std::vector<uint32_t>{2, 3}));
+    });
+}
+
+TEST(AgentxLink, AMasterThatTakesNoAnswersHoldsNobody) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        agentx_link_set_answerer([](std::span<const uint8_t> request, AgentxPdu& response) {
+            const std::string answer =
+                played::pdu(played::RESPONSE, agentx_header(request)->packet, std::string(40000, '\0'));
+            response.assign(answer.begin(), answer.end());
+            return true;
+        });
+        constexpr uint32_t MANY = 60; // 2.4 MB of answers
+        for (uint32_t packet = 1; packet <= MANY; packet++)
+            link.master_sends({played::pdu(GET, packet)});
+        EXPECT_LT(milliseconds_of([&] {
+                      for (uint32_t n = 0; n < MANY; n++)
+                          agentx_link_receive();
+                  }),
+                  HELD_MS);
+        EXPECT_TRUE(agentx_link_wants_to_write());
+        EXPECT_FALSE(agentx_link_wants_to_read());
+        for (uint32_t packet = 1; packet <= MANY; packet++) {
+            EXPECT_EQ(link.master().hear().packet, packet);
+            agentx_link_flush();
+            agentx_link_receive();
+        }
     });
 }
 
