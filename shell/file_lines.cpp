@@ -81,8 +81,8 @@ Exit run_stream(const Options& options, std::istream& lines) {
     VtyClient daemon(options.socket);
     daemon.ask_reasons();
     const auto receive = [&] {
-        auto reply = wait_for_answer(daemon, interrupt, [] {
-            if (isatty(STDERR_FILENO))
+        auto reply = wait_for_answer(daemon, interrupt, [](unsigned seconds) {
+            if (seconds == 1 && isatty(STDERR_FILENO))
                 fputs("(no answer from the daemon yet; Ctrl-C ends)\n", stderr);
         });
         if (!reply)

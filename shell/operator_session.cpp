@@ -1,34 +1,54 @@
 #include "operator_session.h"
 
 #include <algorithm>
+#include <utility>
+
+#include "wait_line.h"
 
 namespace {
 
-constexpr int PATIENCE_MS = 1000;
+constexpr int SECOND_MS = 1000;
 
 } // namespace
 
 std::optional<VtyReply> wait_for_answer(VtyClient& client, SignalWatch& interrupt,
-                                        const std::function<void()>& notice) {
-    for (int wait_ms = PATIENCE_MS;;) {
-        if (auto reply = client.receive(wait_ms, interrupt.descriptor()))
+                                        const std::function<void(unsigned)>& notice) {
+    for (unsigned seconds = 1;; ++seconds) {
+        if (auto reply = client.receive(SECOND_MS, interrupt.descriptor()))
             return reply;
         if (interrupt.take())
             return std::nullopt;
-        if (wait_ms >= 0)
-            notice();
-        wait_ms = -1;
+        notice(seconds);
     }
 }
 
 OperatorSession::OperatorSession(std::string path_given, SignalWatch& interrupt_given, Understand understand,
-                                 std::function<void(const std::string&)> say_given)
+                                 Telling telling_given)
     : path_(std::move(path_given)), interrupt_(interrupt_given), place_(std::move(understand)),
-      say_(std::move(say_given)) {}
+      telling_(std::move(telling_given)) {}
+
+void OperatorSession::tell_wait(unsigned seconds) {
+    const std::string line = wait_line(client_->so_far(), seconds);
+    if (line.empty() && seconds == 1)
+        say("(no answer from the daemon yet; Ctrl-C gives the prompt back)");
+    if (line.empty())
+        return;
+    telling_.show(line);
+    shows_wait_ = true;
+}
+
+void OperatorSession::end_wait() {
+    if (std::exchange(shows_wait_, false))
+        telling_.show("");
+}
 
 std::optional<VtyReply> OperatorSession::wait() {
-    return wait_for_answer(*client_, interrupt_,
-                           [this] { say_("(no answer from the daemon yet; Ctrl-C gives the prompt back)"); });
+    struct Behind {
+        OperatorSession& session;
+        ~Behind() { session.end_wait(); }
+    };
+    const Behind behind{*this};
+    return wait_for_answer(*client_, interrupt_, [this](unsigned seconds) { tell_wait(seconds); });
 }
 
 void OperatorSession::lose() {
@@ -67,11 +87,11 @@ bool OperatorSession::reconnect() {
         client_->send("end");
         if (wait())
             place_.answered("end", 0);
-        say_("(connected again; \"" + line +
-             "\" was refused, so this is enable mode and the line wasn't run)");
+        say("(connected again; \"" + line +
+            "\" was refused, so this is enable mode and the line wasn't run)");
         return false;
     }
-    say_("(connected again, in the mode of before)");
+    say("(connected again, in the mode of before)");
     return true;
 }
 
@@ -84,7 +104,7 @@ std::optional<VtyReply> OperatorSession::run(const std::string& line) {
             auto reply = wait();
             if (!reply) {
                 given_up_.push_back(line);
-                say_("(given up; the daemon may still run it)");
+                say("(given up; the daemon may still run it)");
                 return std::nullopt;
             }
             if (given_up_.empty()) {
@@ -105,8 +125,8 @@ void OperatorSession::tell_late_answer(const VtyReply& reply) {
     given_up_.pop_front();
     place_.answered(line, reply.result);
     const auto lines = std::count(reply.text.begin(), reply.text.end(), '\n');
-    say_("(\"" + line + "\", given up before, was " + (reply.result == 0 ? "run" : "refused") +
-         " meanwhile; " + std::to_string(lines) + " lines of its output are left out)");
+    say("(\"" + line + "\", given up before, was " + (reply.result == 0 ? "run" : "refused") +
+        " meanwhile; " + std::to_string(lines) + " lines of its output are left out)");
 }
 
 bool OperatorSession::look_at_connection() {
@@ -122,7 +142,7 @@ bool OperatorSession::look_at_connection() {
         }
     } catch (const VtyClientError& error) {
         lose();
-        say_(std::string("(") + error.what() + "; the next line connects again)");
+        say(std::string("(") + error.what() + "; the next line connects again)");
         told = true;
     }
     return told;

@@ -13,16 +13,23 @@
 #include "signal_watch.h"
 #include "vty_client.h"
 
-/// Wait for the next answer; nothing if Ctrl-C came first. After a second without an answer calls
-/// notice once. Throws VtyClientError.
+/// Wait for the next answer; nothing if Ctrl-C came first. Calls notice with the number of seconds after each
+/// one without an answer. Throws VtyClientError.
 std::optional<VtyReply> wait_for_answer(VtyClient& client, SignalWatch& interrupt,
-                                        const std::function<void()>& notice);
+                                        const std::function<void(unsigned)>& notice);
+
+/// How an operator is told something.
+struct Telling {
+    /// Prints a line (without its end).
+    std::function<void(const std::string&)> say;
+    /// Shows a line in place of the one that it showed before, without its end; "" takes it away.
+    std::function<void(const std::string&)> show;
+};
 
 class OperatorSession {
 public:
-    /// @param say  prints a line for the operator (without its end)
     OperatorSession(std::string path_given, SignalWatch& interrupt_given, Understand understand,
-                    std::function<void(const std::string&)> say_given);
+                    Telling telling_given);
 
     /// Connect, and go to enable mode. Throws VtyClientError if the daemon isn't there.
     void open();
@@ -46,6 +53,9 @@ public:
 
 private:
     std::optional<VtyReply> wait();
+    void tell_wait(unsigned seconds);
+    void end_wait();
+    void say(const std::string& text) const { telling_.say(text); }
     bool reconnect();
     void lose();
     void tell_late_answer(const VtyReply& reply);
@@ -53,7 +63,8 @@ private:
     std::string path_;
     SignalWatch& interrupt_;
     ShellMode place_;
-    std::function<void(const std::string&)> say_;
+    Telling telling_;
+    bool shows_wait_ = false;
     std::unique_ptr<VtyClient> client_;
     std::deque<std::string> given_up_; // and not answered yet
 };

@@ -31,6 +31,24 @@ bool colours_wanted() {
     return isatty(STDOUT_FILENO) && !(no_colour && *no_colour) && terminal && std::string(terminal) != "dumb";
 }
 
+/// A terminal that can take a line back.
+bool can_redraw() {
+    const char* const terminal = getenv("TERM");
+    return isatty(STDOUT_FILENO) && terminal && std::string(terminal) != "dumb";
+}
+
+void say(const std::string& text) {
+    puts(text.c_str());
+    fflush(stdout);
+}
+
+void show(const std::string& line) {
+    if (!can_redraw())
+        return;
+    fputs(("\r\033[K" + line).c_str(), stdout);
+    fflush(stdout);
+}
+
 /// The operator's terminal and what is on it.
 class TerminalShell {
 public:
@@ -39,10 +57,7 @@ public:
           session_(
               socket, interrupt_,
               [this](enum node_type node, const std::string& line) { return tree_.understand(node, line); },
-              [](const std::string& text) {
-                  puts(text.c_str());
-                  fflush(stdout);
-              }),
+              {say, show}),
           names_(socket), editor_(
                               tree_, output_, interrupt_, [this] { return session_.mode().node(); },
                               [this](const std::string& text) {

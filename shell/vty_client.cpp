@@ -183,6 +183,11 @@ VtyReply VtyClient::run(std::string_view line) {
     return next_ready();
 }
 
+std::string_view VtyClient::so_far() const {
+    const bool is_answer = !sent_.empty() && !sent_.front().question;
+    return is_answer ? std::string_view(received_).substr(0, received_.find('\0')) : std::string_view();
+}
+
 size_t VtyClient::unanswered() const {
     const auto lines =
         std::count_if(sent_.begin(), sent_.end(), [](const Sent& each) { return !each.question; });

@@ -52,6 +52,9 @@ public:
     /// limit), or if wake_fd gets readable (-1: none) before. Throws as run() does.
     std::optional<VtyReply> receive(int wait_ms = -1, int wake_fd = -1);
 
+    /// What has come of the next answer while it isn't complete: what the daemon printed before it waits.
+    std::string_view so_far() const;
+
     /// Number of lines whose answer wasn't handed out yet.
     size_t unanswered() const;
 

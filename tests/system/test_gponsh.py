@@ -14,7 +14,7 @@ import time
 
 import pytest
 
-from chassis import SINGLE_BOARD, VTY_SOCKET, program, wait_for
+from chassis import BIN, SINGLE_BOARD, VTY_SOCKET, program, wait_for
 
 CTRL_C, CTRL_D, TAB, UP, BACKSPACE = "\x03", "\x04", "\t", "\x1b[A", "\x7f"
 OK, REFUSED, USAGE, LOST, INTERRUPTED = 0, 1, 2, 3, 130
@@ -361,6 +361,38 @@ def test_ctrl_c_gives_the_prompt_back_while_the_daemon_is_slow(running, terminal
     terminal.expect(r'"configure terminal", given up before, was run meanwhile')
     terminal.expect(r"gpon\(config\)# $")
     terminal.run("gpon", r"gpon\(gpon\)# $")
+
+
+# A client that waits for the test, and brings nothing.
+SLOW_CLIENT = """#!/bin/sh
+until [ -e /tmp/fail ]; do sleep 0.05; done
+exit 1
+"""
+GETTING = "Getting file from 10.0.0.1, please wait..."
+
+
+def test_a_transfer_shows_how_long_it_takes_on_a_terminal_alone(chassis, tmp_path):
+    chassis.start(SINGLE_BOARD)
+    chassis.start_daemon(env={"PATH": f"/tmp/bin:{BIN}:{os.environ['PATH']}"})
+    assert chassis.run("mkdir", "-p", "/tmp/bin").returncode == 0
+    chassis.write("/tmp/bin/tftp", SLOW_CLIENT)
+    assert chassis.run("chmod", "755", "/tmp/bin/tftp").returncode == 0
+    terminal = Terminal(str(chassis.path(VTY_SOCKET)), tmp_path)
+    try:
+        terminal.expect("gpon# $")
+        terminal.type("tftp onuversion 10.0.0.1 new.bin\r")
+        terminal.expect(re.escape(f"\r\x1b[K{GETTING} ") + r"\d+ s")
+        terminal.expect(re.escape(f"\r\x1b[K{GETTING} ") + r"\d+ s")
+        chassis.write("/tmp/fail", "")
+        terminal.expect(re.escape("\r\x1b[K"))
+        text = terminal.expect("gpon# $")
+        assert re.search(rf"{re.escape(GETTING)}\r\n.*Can't upgrade\r\n", text, re.S), text
+        assert "no answer from the daemon" not in terminal.all
+    finally:
+        terminal.close()
+    command = [program("gponsh"), "-s", str(chassis.path(VTY_SOCKET)), "-c", "tftp onuversion 10.0.0.1 new.bin"]
+    printed = subprocess.run(command, capture_output=True, text=True, timeout=60)
+    assert printed.stdout.startswith(f"{GETTING}\nCan't upgrade\n")
 
 
 def test_a_line_behind_one_that_was_given_up_gets_its_own_answer(running, terminal):

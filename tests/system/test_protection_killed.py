@@ -1,5 +1,5 @@
-"""The daemon is killed while a protection group is copied, mirrored and switched over, and started again: what both ports
-and the tables hold then is what was saved, the card is brought to that, and the group works on."""
+"""The daemon is killed while a protection group is copied, mirrored and switched over, and started again: what both
+ports and the tables hold then is what was saved, the card is brought to that, and the group works on."""
 
 import concurrent.futures
 

@@ -150,7 +150,7 @@ def test_a_profile_that_something_has_stays(shelf):
         kind, number = profile.split()
         assert answer == ([1], f"%Failed to delete {kind} profile {number}\n")
     assert shelf.told() == BOUND
-    assert len(shelf.chassis.log_lines("refused: vty: .* objects have ")) == len(NONE_LEFT)
+    assert len(shelf.chassis.log_lines("refused: vty: .* (objects have|object has) ")) == len(NONE_LEFT)
     assert len(shelf.chassis.log_lines("is still used, don't be deleted. id")) == len(NONE_LEFT)
     assert shelf.on_port("no onu 7") == ([0], "")  # what it had is free
     assert shelf.on_gpon("no profile cos-to-cos 7")[0] == [1]  # the uplink port has it

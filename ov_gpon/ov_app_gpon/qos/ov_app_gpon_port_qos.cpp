@@ -5,6 +5,7 @@
 #include "app_set_callback.h"
 #include "kavo_if.h"
 #include "mono_api.h"
+#include "ov_app_gpon_pair.h"
 #include "ov_hal_qos_msg.h"
 #include "ov_ifindex.h"
 #include "qos_port.h"
@@ -113,6 +114,25 @@ bool put_row(Port& port) {
 
 bool drop_row(Port& port) {
     return in_table_of(port, [](auto row) { return qos_drop_row(row); });
+}
+
+// What a manager writes reaches the partner of a working port behind the callback of its table; what a
+// command sets has none. These three are repeated there.
+bool repeat_on_pair(Port& port, uint32_t changed) {
+    namespace column = ponPortQosTable_column;
+    MIB_Flags_t columns = {};
+    if (MODEL.is_in(changed))
+        mib_flag_set(columns, column::ponPortQosSchedulerModel);
+    if (SCHED.is_in(changed))
+        mib_flag_set(columns, column::ponPortQosSchedulerProfileId);
+    if (TRAFFIC.is_in(changed))
+        mib_flag_set(columns, column::ponPortQosTrafficProfileId);
+    if (!is_pon(port) || !any_column(columns))
+        return true;
+    auto row = row_of<ov_ponPortQosTable_attr_t>(port);
+    return ov_app_gpon_follow_on_pair(SYNC_SPORTQOS,
+                                      RowChange<ov_ponPortQosTable_attr_t>{
+                                          row, columns, OV_HAL_GPON_MSG_ACTION_SET}) == SET_ACCEPTED;
 }
 
 // Whether there is a row; the object takes its values then.
@@ -313,8 +333,10 @@ int ov_app_port_qos_del(Port* port, uint32_t flag) {
 int ov_app_port_qos_set(Port* port, uint32_t flag) {
     if (!is_held(port))
         return OV_PORT_QOS_NO_IN_USE;
+    const uint32_t changed = port->sflag;
     int result = (flag & SYNC_HAL) != 0 ? ov_app_port_qos_app_to_hal(*port) : OV_QOS_OK;
-    if (result == OV_QOS_OK && (flag & SYNC_MIB) != 0 && !put_row(*port)) {
+    if (result == OV_QOS_OK && (flag & SYNC_MIB) != 0 &&
+        (!put_row(*port) || !repeat_on_pair(*port, changed))) {
         OV_LOG_ERROR("QOS", "SYNC_MIB failed");
         result = OV_QOS_MIB_FAIL;
     }

@@ -193,8 +193,8 @@ bool qos_profile_is_bound(const QosProfileKind<Profile, Row, Record>& kind, uint
     const uint32_t bound = qos_profile_use_count(kind.kind, id);
     if (bound == 0)
         return false;
-    ov_refusal_because("%u objects have %s %u", static_cast<unsigned>(bound), kind.what,
-                       static_cast<unsigned>(id));
+    ov_refusal_because("%u %s %s %u", static_cast<unsigned>(bound),
+                       bound == 1 ? "object has" : "objects have", kind.what, static_cast<unsigned>(id));
     OV_LOG_ERROR("QOS", "%s is still used, don't be deleted. id[%d]", kind.what, static_cast<int>(id));
     return true;
 }

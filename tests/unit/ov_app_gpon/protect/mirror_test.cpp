@@ -4,7 +4,9 @@
 #include <random>
 
 #include "../support/remote_tables.h"
+#include "ov_app_gpon_qos.h"
 #include "ov_app_gpon_rmunistatus.h"
+#include "ponPortQosTable.h"
 
 using namespace protect_test;
 
@@ -138,6 +140,51 @@ TEST(Mirror, OfThePortIsItsSettings) {
             let_follow(clock);
             EXPECT_EQ(stored_port(PROTECT).sPonTableDsFec, 1);
         }
+    });
+}
+
+// As commands do, past the callbacks of the tables.
+TEST(Mirror, RepeatsTheQosThatACommandSets) {
+    on_group([](AppChassis& chassis, TestClock& clock) {
+        add_whole_onu();
+        let_follow(clock);
+        chassis.forget_messages();
+        auto* onu = ov_app_find_onu_qos_by_ifindex(onu_ifindex(SLOT, WORK, ONU));
+        ASSERT_NE(onu, nullptr);
+        ASSERT_EQ(ov_app_onu_qos_edit_weight(onu, 7), OV_QOS_OK);
+        ASSERT_EQ(ov_app_onu_qos_set(onu, SYNC_EVERY_COPY), OV_QOS_OK);
+        let_follow(clock);
+        const auto key = of_onu<ov_onuQosTable_attr_t>(PROTECT);
+        ASSERT_NE(find_row(key), nullptr);
+        EXPECT_EQ(find_row(key)->onuQosWeight, 7u);
+        const auto told = chassis.messages_of(OV_HAL_MSG_GPON_ONU_QOS);
+        ASSERT_EQ(told.size(), 2u);
+        EXPECT_EQ(told[1].mask, told[0].mask);
+        EXPECT_EQ(told[1].record<ov_gpon_onu_qos_attr_t>().onuIfindex, onu_ifindex(SLOT, PROTECT, ONU));
+
+        chassis.card_answers(OV_HAL_MSG_GPON_ONU_QOS, 1009); // nothing comes of it on either port
+        ASSERT_EQ(ov_app_onu_qos_edit_weight(onu, 9), OV_QOS_OK);
+        EXPECT_EQ(ov_app_onu_qos_set(onu, SYNC_EVERY_COPY), OV_QOS_HAL_FAIL);
+        let_follow(clock);
+        EXPECT_EQ(find_row(key)->onuQosWeight, 7u);
+        EXPECT_EQ(chassis.messages_of(OV_HAL_MSG_GPON_ONU_QOS).size(), 3u);
+    });
+}
+
+TEST(Mirror, RepeatsTheSchedulerOfAPortThatACommandSets) {
+    on_group([](AppChassis& /*chassis*/, TestClock& clock) {
+        for (const int port : {WORK, PROTECT}) {
+            auto* qos = ov_app_port_qos_new();
+            ov_app_port_qos_edit_ifindex(qos, index_of(port));
+            ASSERT_EQ(ov_app_port_qos_add(qos, SYNC_EVERY_COPY), OV_QOS_OK);
+        }
+        auto* port = ov_app_find_port_qos_by_ifindex(index_of(WORK));
+        ASSERT_EQ(ov_app_port_qos_edit_sched_mode(port, OV_QOS_SCHED_HIERARCHY), OV_QOS_OK);
+        ASSERT_EQ(ov_app_port_qos_set(port, SYNC_EVERY_COPY), OV_QOS_OK);
+        let_follow(clock);
+        const auto key = port_key<ov_ponPortQosTable_attr_t>(SLOT, PROTECT);
+        ASSERT_NE(find_row(key), nullptr);
+        EXPECT_EQ(find_row(key)->ponPortQosSchedulerModel, OV_QOS_SCHED_HIERARCHY);
     });
 }
 
