@@ -123,17 +123,55 @@ function(gpon_test_settings NAME)
   target_precompile_headers(${NAME} REUSE_FROM test_headers)
 endfunction()
 
+set(GPON_TESTS_TOGETHER 8 CACHE STRING "Test sources that are compiled as one, 1: each by itself")
+
+# Sources of the tests as the compiler gets them: so many *_test.cpp at once, each in a namespace of its own. Most of a
+# test's compile time goes into templates that the next test uses, too. What defines functions of the product, or
+# specializes its templates, is ALONE.
+#   gpon_tests_together(OUT NAME SOURCES... [ALONE a_test.cpp ...])
+function(gpon_tests_together OUT NAME)
+  cmake_parse_arguments(T "" "" "SOURCES;ALONE" ${ARGN})
+  set(result "")
+  set(batch "")
+  set(batches 0)
+  foreach(source IN LISTS T_SOURCES ITEMS end)
+    get_filename_component(file ${source} NAME)
+    if(source STREQUAL end)
+    elseif(GPON_TESTS_TOGETHER GREATER 1 AND file MATCHES "_test\\.cpp$" AND NOT file IN_LIST T_ALONE)
+      list(APPEND batch ${source})
+      set_source_files_properties(${source} PROPERTIES HEADER_FILE_ONLY ON)
+    else()
+      list(APPEND result ${source})
+    endif()
+    list(LENGTH batch length)
+    if(length EQUAL GPON_TESTS_TOGETHER OR (length AND source STREQUAL end))
+      math(EXPR batches "${batches} + 1")
+      set(together ${CMAKE_CURRENT_BINARY_DIR}/together/${NAME}_${batches}.cpp)
+      add_custom_command(OUTPUT ${together} DEPENDS ${batch} ${CMAKE_SOURCE_DIR}/cmake/TestsTogether.cmake
+                         COMMAND ${CMAKE_COMMAND} -D "SOURCES=${batch}" -D OUTPUT=${together}
+                                 -P ${CMAKE_SOURCE_DIR}/cmake/TestsTogether.cmake
+                         COMMENT "" VERBATIM)
+      # a fixture without a name outside its source is as it should be
+      set_source_files_properties(${together} PROPERTIES COMPILE_OPTIONS -Wno-subobject-linkage)
+      list(APPEND result ${together} ${batch})
+      set(batch "")
+    endif()
+  endforeach()
+  set(${OUT} ${result} PARENT_SCOPE)
+endfunction()
+
 # The GoogleTest suites of one layer or room: every .cpp in tests/unit/<FOLDER>, one program, run by ctest as one
 # test, or as so many parts of it as SHARDS says, for suites that take long. Its first thread is the event loop's,
-# unless it stands below that (WITHOUT_LOOP).
-#   gpon_unit_test(FOLDER ov_mmg LINKS ov_mmg [SHARDS 2])
+# unless it stands below that (WITHOUT_LOOP). Sources that aren't compiled together with others: ALONE.
+#   gpon_unit_test(FOLDER ov_mmg LINKS ov_mmg [SHARDS 2] [ALONE a_test.cpp])
 function(gpon_unit_test)
-  cmake_parse_arguments(T "WITHOUT_LOOP" "FOLDER;SHARDS" "LINKS" ${ARGN})
+  cmake_parse_arguments(T "WITHOUT_LOOP" "FOLDER;SHARDS" "LINKS;ALONE" ${ARGN})
   file(GLOB T_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${T_FOLDER}/*.cpp)
   if(NOT T_SOURCES)
     return()
   endif()
   string(REPLACE "/" "_" T_NAME unit_${T_FOLDER})
+  gpon_tests_together(T_SOURCES ${T_NAME} SOURCES ${T_SOURCES} ALONE ${T_ALONE})
   gpon_executable(${T_NAME} ${T_SOURCES})
   gpon_test_settings(${T_NAME})
   if(NOT T_WITHOUT_LOOP)

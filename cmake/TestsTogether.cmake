@@ -1,0 +1,22 @@
+# Writes OUTPUT: one source of several test sources, each in a namespace of its own. All headers that they include at the
+# beginning of a line come before, so that what the sources include inside is there already.
+#   cmake -D "SOURCES=a_test.cpp;b_test.cpp" -D OUTPUT=ab.cpp -P TestsTogether.cmake
+set(headers "")
+set(bodies "")
+foreach(source IN LISTS SOURCES)
+  get_filename_component(place ${source} DIRECTORY)
+  get_filename_component(name ${source} NAME_WE)
+  file(STRINGS ${source} lines REGEX "^#include +[<\"]([^>\"]*/)?[^>\"./]*(\\.h)?[>\"]")
+  foreach(line IN LISTS lines)
+    string(REGEX MATCH "[<\"]([^>\"]+)[>\"]" word "${line}")
+    if(word MATCHES "^\"(.+)\"$" AND EXISTS "${place}/${CMAKE_MATCH_1}")
+      get_filename_component(header ${place}/${CMAKE_MATCH_1} ABSOLUTE)
+      set(word "\"${header}\"")
+    endif()
+    list(APPEND headers "#include ${word}\n")
+  endforeach()
+  string(APPEND bodies "namespace ${name} {\n#include \"${source}\"\n}\n")
+endforeach()
+list(REMOVE_DUPLICATES headers)
+list(JOIN headers "" text)
+file(WRITE ${OUTPUT} "${text}${bodies}")
