@@ -1,4 +1,5 @@
-# What is installed where, by component; each is a package (debian/rules): gpon, tools, sim.
+# What is installed where, by component; each is a package (debian/rules): gpon, tools, sim, mibs,
+# wireshark.
 # libfrr with our patches has a directory of its own beside the programs that need it: the distribution's has none of them.
 include(GNUInstallDirs)
 set(GPON_PRIVATE_LIBRARIES lib/gpon)
@@ -36,9 +37,12 @@ install(DIRECTORY docs/ DESTINATION share/doc/gpon COMPONENT gpon FILES_MATCHING
         PATTERN examples EXCLUDE)
 
 # ---- tools -------------------------------------------------------------------------------------------
-install(TARGETS gponsh RUNTIME DESTINATION bin COMPONENT tools)
-gpon_install_manuals(tools gponsh.1)
-gpon_install_completion(tools gponsh)
+install(TARGETS gponsh gpon-support RUNTIME DESTINATION bin COMPONENT tools)
+install(PROGRAMS tools/exporter/gpon-exporter DESTINATION bin COMPONENT tools)
+install(FILES tools/exporter/metrics.txt tools/exporter/rules.yml tools/exporter/dashboard.json
+        DESTINATION share/gpon/exporter COMPONENT tools)
+gpon_install_manuals(tools gponsh.1 gpon-support.1 gpon-exporter.8)
+gpon_install_completion(tools gponsh gpon-support gpon-exporter)
 
 # ---- sim ---------------------------------------------------------------------------------------------
 install(TARGETS chassis-sim simctl gpon-sandbox RUNTIME DESTINATION bin COMPONENT sim)
@@ -46,3 +50,8 @@ install(PROGRAMS tools/demo/bin/save-tables DESTINATION sbin COMPONENT sim) # "w
 install(DIRECTORY sim/scenarios DESTINATION share/gpon COMPONENT sim)
 gpon_install_manuals(sim chassis-sim.1 simctl.1 gpon-sandbox.1 save-tables.8 chassis-scenario.5)
 gpon_install_completion(sim chassis-sim simctl gpon-sandbox)
+
+# ---- mibs, wireshark ---------------------------------------------------------------------------------
+install(DIRECTORY mibs/ DESTINATION share/snmp/mibs COMPONENT mibs FILES_MATCHING PATTERN "*-MIB.txt")
+install(FILES ${CMAKE_BINARY_DIR}/share/gpon/wireshark/gpon.lua DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins
+        COMPONENT wireshark)

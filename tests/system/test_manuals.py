@@ -12,7 +12,9 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 PAGES = sorted((ROOT / "docs/man").glob("*.[1-8]"))
 COMPLETION = ROOT / "tools/completion/gpon.bash"
 # Programs with options: section of the page.
-PROGRAMS = {"gpon": 8, "gponsh": 1, "gpon-sandbox": 1, "chassis-sim": 1, "simctl": 1}
+PROGRAMS = {"gpon": 8, "gponsh": 1, "gpon-sandbox": 1, "chassis-sim": 1, "simctl": 1, "gpon-support": 1,
+            "gpon-exporter": 8}
+SCRIPTS = {"gpon-exporter": ROOT / "tools/exporter/gpon-exporter"}  # not built
 # Programs without, which only the page tells.
 BARE = {"ov_env_get": "ov_env_get.1", "ov_env_put": "ov_env_get.1", "ov_check_file": "ov_check_file.1"}
 COMPLETED = sorted(PROGRAMS)
@@ -28,7 +30,7 @@ def options_of(text):
 
 
 def help_of(name):
-    made = run(program(name), "--help")
+    made = run(SCRIPTS.get(name) or program(name), "--help")
     assert made.returncode == 0, made.stderr
     return made.stdout
 

@@ -44,7 +44,7 @@ def test_unit_shuts_off_what_it_can(unit):
 
 def test_scripts_can_be_read_by_a_shell():
     scripts = [path for path in DEBIAN.iterdir() if path.suffix in (".postinst", ".prerm", ".postrm")]
-    assert len(scripts) == 3
+    assert len(scripts) == 4
     for script in scripts:
         made = run("sh", "-n", script)
         assert made.returncode == 0, made.stderr

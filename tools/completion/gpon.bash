@@ -92,7 +92,24 @@ _gpon_sandbox() {
     esac
 }
 
+_gpon_support() {
+    case ${COMP_WORDS[COMP_CWORD - 1]} in
+    --output | --log | --socket) _gpon_files ;;
+    *) _gpon_words --output --log --socket --wait --blanked --help ;;
+    esac
+}
+
+_gpon_exporter() {
+    case ${COMP_WORDS[COMP_CWORD - 1]} in
+    --listen) _gpon_words 127.0.0.1:9747 unix: ;;
+    --vty) _gpon_files ;;
+    *) _gpon_words -h --help --listen --vty --timeout --onus --once ;;
+    esac
+}
+
 complete -F _gpon_gpon gpon
+complete -F _gpon_support gpon-support
+complete -F _gpon_exporter gpon-exporter
 complete -F _gpon_gponsh gponsh
 complete -F _gpon_chassis_sim chassis-sim
 complete -F _gpon_simctl simctl
