@@ -362,12 +362,20 @@ TEST_F(FullDisk, AtTheCopyKeepsTheFile) {
 }
 
 TEST_F(FullDisk, AtTheFileKeepsTheFile) {
+    const TableSaves at_first = crates.save_record();
     with_fault({.kind = Fault::FAIL, .at = 1, .error = ENOSPC, .call = "fallocate"},
                [&] { crates.save_file(); });
     EXPECT_EQ(file(), old_file_);
     EXPECT_FALSE(has_copy());
     EXPECT_EQ(LogTap::texts(), std::vector<std::string>{saving_failed()});
+    const TableSaves before = crates.save_record();
+    EXPECT_TRUE(before.last_failed);
+    EXPECT_EQ(before.failed, at_first.failed + 1);
+    EXPECT_NE(before.last_at, 0);
     crates.save_file();
+    EXPECT_FALSE(crates.save_record().last_failed);
+    EXPECT_EQ(crates.save_record().failed, before.failed);
+    EXPECT_EQ(crates.save_record().done, before.done + 1);
     EXPECT_EQ(crates.row_count(), static_cast<int>(MANY));
     start();
     EXPECT_EQ(crates.row_count(), static_cast<int>(MANY)) << "the next save has room";

@@ -42,6 +42,12 @@ TEST(PmPass, EachRowIsReadClearedStampedAndSaved) {
         // the file has the interval that is over: its start stamps are those from before
         EXPECT_THAT(saved, HasSubstr("11"));
         EXPECT_THAT(saved, HasSubstr(std::to_string(AT_10_15)));
+        const PmPassRecord& record = ONU_PM.pass().record();
+        EXPECT_EQ(record.began, AT_10_15);
+        EXPECT_EQ(record.ended, AT_10_15);
+        EXPECT_EQ(record.answered, 40u);
+        EXPECT_EQ(record.missed, 0u);
+        EXPECT_EQ(record.passes, 1u);
     });
 }
 
@@ -138,6 +144,8 @@ TEST(PmPass, ACardThatRefusesCostsItsRowsTheirValidityOneByOne) {
         EXPECT_EQ(stored_onu_pm(3)->opmFecCodeWords, 1u);
         EXPECT_EQ(stored_onu_pm(20)->opmDataValid, OPMDATAVALID_AVAILABLE);
         EXPECT_THAT(chassis.messages_of(OV_HAL_MSG_GPON_PM_ONU), SizeIs(20));
+        EXPECT_EQ(ONU_PM.pass().record().answered, 19u);
+        EXPECT_EQ(ONU_PM.pass().record().missed, 1u);
     });
 }
 
