@@ -3,6 +3,7 @@
 
 #include "app_card_answer.h"
 #include "app_restore_line.h"
+#include "ov_app_gpon_qos_pair.h"
 #include "ov_hal_gpon_records.h"
 #include "ov_hal_qos_msg.h"
 #include "ov_ifindex.h"
@@ -276,7 +277,8 @@ int ov_app_onu_qos_set(Onu* onu, uint32_t flag) {
         else
             ov_app_onu_qos_rollback(*onu);
     }
-    if (result == OV_QOS_OK && (flag & SYNC_MIB) != 0 && !put_row(*onu)) {
+    if (result == OV_QOS_OK && (flag & SYNC_MIB) != 0 &&
+        !(put_row(*onu) && qos_follow_on_pair(SYNC_ONUQOS, row_of(*onu)))) {
         OV_LOG_ERROR("QOS", "SYNC_MIB failed");
         result = OV_QOS_MIB_FAIL;
     }

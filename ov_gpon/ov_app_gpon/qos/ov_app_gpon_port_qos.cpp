@@ -5,6 +5,7 @@
 #include "app_set_callback.h"
 #include "kavo_if.h"
 #include "mono_api.h"
+#include "ov_app_gpon_qos_pair.h"
 #include "ov_hal_qos_msg.h"
 #include "ov_ifindex.h"
 #include "qos_port.h"
@@ -109,6 +110,10 @@ auto in_table_of(Port& port, Act act) {
 
 bool put_row(Port& port) {
     return in_table_of(port, [](auto row) { return qos_put_row(row); });
+}
+
+bool follow_on_pair(Port& port) {
+    return !is_pon(port) || qos_follow_on_pair(SYNC_SPORTQOS, row_of<ov_ponPortQosTable_attr_t>(port));
 }
 
 bool drop_row(Port& port) {
@@ -314,7 +319,7 @@ int ov_app_port_qos_set(Port* port, uint32_t flag) {
     if (!is_held(port))
         return OV_PORT_QOS_NO_IN_USE;
     int result = (flag & SYNC_HAL) != 0 ? ov_app_port_qos_app_to_hal(*port) : OV_QOS_OK;
-    if (result == OV_QOS_OK && (flag & SYNC_MIB) != 0 && !put_row(*port)) {
+    if (result == OV_QOS_OK && (flag & SYNC_MIB) != 0 && !(put_row(*port) && follow_on_pair(*port))) {
         OV_LOG_ERROR("QOS", "SYNC_MIB failed");
         result = OV_QOS_MIB_FAIL;
     }
