@@ -15,6 +15,11 @@ _STATUS = re.compile(r"^ROW_STATUS\((\d+), (\w+)\)", re.M)
 _SYNTAX = {"INT": "Integer32", "UINT": "Gauge32", "TEXT": "OctetString", "BIN": "OctetString", "IPADDR": "IpAddress"}
 
 
+#: Columns that no manager tries: what an ONU has reserved stays when it is no longer bound, and its card may go by the serial
+#: number of before until it is told anew; a weight that no ONU has is kept by the row alone.
+NOT_TRIED = ("sOnuTableConfigMode", "sOnuTableSrvProfileId", "sOnuTableSn", "onuQosWeight")
+
+
 @dataclass
 class Column:
     number: int
@@ -55,7 +60,7 @@ class Description:
     status: int
 
     def writable(self):
-        return [column for column in self.columns if column.access == "READ_CREATE" and column.syntax]
+        return [column for column in self.columns if column.access == "READ_CREATE" and column.syntax and column.name not in NOT_TRIED]
 
 
 def _split(arguments):

@@ -85,6 +85,15 @@ def test_a_group_is_made_switched_by_both_sides_and_ended(world):
     assert world.port.set((1, 1, 2), {15: 0}) != "noError"
     assert add_onu(world, port=2, onu=9) != "noError"
     world.wait_equal()
+    assert world.vty("profile qos-queue-scheduler 1 name strict policy sp") == ""
+    for where, line in (("gpon-onu1/1:1", "qos-onu-weight 127"), ("gpon-onu1/1:1", "qos-onu-bandwidth min 1000 max 100000"),
+                        (WORK, "qos-queue-scheduler 1")):  # fmt: skip
+        assert world.vty(f"interface {where}", line) == ""
+    qos = Table(world.manager, "30.1", 7, {})
+    wait_for(lambda: qos.get((1, 1, 2, 1), 6) == qos.get((1, 1, 1, 1), 6) == "127", what="the weight to be repeated")
+    port_qos = Table(world.manager, "30.7", 7, {})
+    wait_for(lambda: port_qos.get((1, 1, 2), 2) == port_qos.get((1, 1, 1), 2) == "1", what="the scheduler to be repeated")
+    world.wait_equal()
     chassis.simctl("onu", "add", serial(1, 1, 4), f"port={WORK}")
     world.wait_up(1, 4)
 
