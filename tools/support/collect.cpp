@@ -54,10 +54,9 @@ struct Program {
     std::vector<std::string> argv;
     const char* about;
 };
-const std::array<Program, 4> PROGRAMS = {{
+const std::array<Program, 3> PROGRAMS = {{
     {"system/kernel.txt", {"uname", "-a"}, "the kernel"},
     {"system/disks.txt", {"df", "-k"}, "room on the disks"},
-    {"system/processes.txt", {"sh", "-c", "ps -ef || ps"}, "processes"},
     {"system/kernel-log.txt", {"dmesg"}, "the kernel's log"},
 }};
 
@@ -105,11 +104,16 @@ public:
 
 private:
     void add(const std::string& member, std::string_view text, const std::string& about) {
-        bundle_.add(member, secrets_.blank(text), about);
+        bundle_.add(member, secrets_.blank_commands(text), about);
+    }
+    // What has no commands in it.
+    void add_foreign(const std::string& member, std::string_view text, const std::string& about) {
+        bundle_.add(member, secrets_.blank_values(text), about);
     }
     void find_daemon();
     std::string daemon_variable(const std::string& name) const;
-    std::optional<std::string> ask(const Asked& asked);
+    std::optional<std::string> ask(const Asked& asked, std::chrono::seconds limit);
+    void ask_all();
     void learn();
     void add_tables();
     void add_config();
@@ -125,8 +129,9 @@ private:
     Bundle& bundle_;
     Secrets& secrets_;
     std::string& said_;
-    std::string pid_;    // empty: no daemon runs
-    std::string silent_; // why the daemon isn't asked any more
+    std::string pid_;                                 // empty: no daemon runs
+    std::string silent_;                              // why the daemon isn't asked any more
+    std::vector<std::optional<std::string>> answers_; // by ANSWERS
     std::optional<std::string> running_;
 };
 
@@ -160,20 +165,29 @@ std::string Collector::daemon_variable(const std::string& name) const {
 }
 
 // A daemon that has been silent once isn't asked again.
-std::optional<std::string> Collector::ask(const Asked& asked) {
+std::optional<std::string> Collector::ask(const Asked& asked, std::chrono::seconds limit) {
     if (!silent_.empty()) {
         bundle_.leave_out(asked.member, silent_);
         return std::nullopt;
     }
     const auto answer = run_program({program_beside("gponsh"), "-s", places_.socket, "-c", asked.command},
-                                    places_.wait, ANSWER_MOST);
+                                    limit, ANSWER_MOST);
     if (answer.timed_out)
-        silent_ = "the daemon doesn't answer (within " + std::to_string(places_.wait.count()) + " s)";
+        silent_ = "the daemon doesn't answer (within " + std::to_string(limit.count()) + " s)";
     if (answer.trouble.empty())
         return answer.output;
-    bundle_.leave_out(asked.member,
-                      answer.timed_out ? silent_ : answer.trouble + ": " + secrets_.blank(answer.output));
+    bundle_.leave_out(asked.member, answer.timed_out
+                                        ? silent_
+                                        : answer.trouble + ": " + secrets_.blank_commands(answer.output));
     return std::nullopt;
+}
+
+// The configuration of a full shelf takes its time.
+void Collector::ask_all() {
+    constexpr int LONGER = 5;
+    for (const Asked& asked : ANSWERS)
+        answers_.push_back(ask(asked, places_.wait));
+    running_ = ask(RUNNING, places_.wait * LONGER);
 }
 
 std::vector<fs::path> Collector::files_in(const std::string& directory, const std::string& member) {
@@ -202,7 +216,6 @@ void Collector::learn() {
     for (const char* ending : {"", ".bak"})
         if (const auto file = read_text_file(places_.config + ending, TABLE_MOST, why))
             secrets_.learn_commands(file->text);
-    running_ = ask(RUNNING);
     if (running_)
         secrets_.learn_commands(*running_);
 }
@@ -275,9 +288,9 @@ void Collector::add_crashes() {
 }
 
 void Collector::add_answers() {
-    for (const Asked& asked : ANSWERS)
-        if (const auto answer = ask(asked))
-            add(asked.member, *answer, std::string(asked.about) + ": " + asked.command);
+    for (size_t i = 0; i < answers_.size(); ++i)
+        if (answers_[i])
+            add(ANSWERS[i].member, *answers_[i], std::string(ANSWERS[i].about) + ": " + ANSWERS[i].command);
 }
 
 void Collector::add_process() {
@@ -287,7 +300,8 @@ void Collector::add_process() {
     }
     const std::string place = "/proc/" + pid_ + "/";
     for (const char* name : PROCESS_FILES)
-        add("process/" + std::string(name) + ".txt", read_special_file(place + name), "/proc of the daemon");
+        add_foreign("process/" + std::string(name) + ".txt", read_special_file(place + name),
+                    "/proc of the daemon");
     std::string files, threads;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(place + "fd", error))
@@ -295,8 +309,8 @@ void Collector::add_process() {
             entry.path().filename().string() + " " + fs::read_symlink(entry.path(), error).string() + "\n";
     for (const auto& entry : fs::directory_iterator(place + "task", error))
         threads += entry.path().filename().string() + " " + read_special_file(entry.path() / "stat");
-    add("process/open-files.txt", files, "open files of the daemon");
-    add("process/threads.txt", threads, "threads of the daemon");
+    add_foreign("process/open-files.txt", files, "open files of the daemon");
+    add_foreign("process/threads.txt", threads, "threads of the daemon");
 }
 
 // Those of the running daemon, else those that it would start with.
@@ -314,8 +328,8 @@ void Collector::add_libraries() {
     }
     if (list.empty())
         list = run_program({"ldd", program_beside("gpon")}, PROGRAM_LIMIT, PROGRAM_MOST).output;
-    add("versions/libraries.txt", list,
-        pid_.empty() ? "libraries of the program" : "program and libraries of the daemon");
+    add_foreign("versions/libraries.txt", list,
+                pid_.empty() ? "libraries of the program" : "program and libraries of the daemon");
 }
 
 void Collector::add_system() {
@@ -324,18 +338,21 @@ void Collector::add_system() {
         if (text.empty())
             bundle_.leave_out(file.member, std::string(file.path) + " is empty or can't be read");
         else
-            add(file.member, text, file.about);
+            add_foreign(file.member, text, file.about);
     }
+    const auto processes = run_program({"sh", "-c", "ps -ef || ps"}, PROGRAM_LIMIT, PROGRAM_MOST);
+    add("system/processes.txt", processes.output, "processes"); // what one was started with may be a command
     for (const Program& program : PROGRAMS) {
         const auto result = run_program(program.argv, PROGRAM_LIMIT, PROGRAM_MOST);
         if (result.trouble.empty())
-            add(program.member, result.output, program.about);
+            add_foreign(program.member, result.output, program.about);
         else
             bundle_.leave_out(program.member, result.trouble);
     }
 }
 
 void Collector::run() {
+    ask_all();
     learn();
     add_log();
     add_crashes();

@@ -201,6 +201,6 @@ std::string Secrets::blank_values(std::string_view text) {
     return made;
 }
 
-std::string Secrets::blank(std::string_view text) {
+std::string Secrets::blank_commands(std::string_view text) {
     return blank_values(blank_words(text));
 }

@@ -26,15 +26,15 @@ public:
     // A value that stood somewhere; short ones aren't kept.
     void learn(std::string_view value);
 
-    // The text of a table's file, or any text, without them.
+    // The text of a table's file, one with commands in it, or any other, without them.
     std::string blank_table(std::string_view table, std::string_view text);
-    std::string blank(std::string_view text);
+    std::string blank_commands(std::string_view text);
+    std::string blank_values(std::string_view text);
 
     // Places that were blanked so far.
     unsigned blanked() const { return blanked_; }
 
 private:
-    std::string blank_values(std::string_view text);
     std::string blank_words(std::string_view text);
     size_t secret_at(std::string_view text, size_t at) const;
 
