@@ -51,8 +51,7 @@ ov_ifindex_t index_of(int port) {
     return port_ifindex(PORT_TYPE_GPON, SLOT, port);
 }
 
-// ---- subscribers
-// --------------------------------------------------------------------------------------------
+// ---- subscribers ------------------------------------------------------------------------------------------
 
 void add_traffic(int port, int onu) {
     auto tcont = row_of<Tcont>(SLOT, port, onu);
@@ -128,8 +127,7 @@ void add_subscribers(int port) {
     }
 }
 
-// ---- the copy
-// -----------------------------------------------------------------------------------------------
+// ---- the copy ---------------------------------------------------------------------------------------------
 
 struct Copied {
     double usec = 0;
@@ -191,8 +189,7 @@ double bare(uint32_t messages) {
     });
 }
 
-// ---- the mirror
-// ---------------------------------------------------------------------------------------------
+// ---- the mirror -------------------------------------------------------------------------------------------
 
 Gem gem_of(int port, int onu) {
     auto gem = row_of<Gem>(SLOT, port, onu);
@@ -234,8 +231,7 @@ Cost write_port(int port, mib_long value) {
     return {usec / ONUS, (own_usec() - before) / ONUS};
 }
 
-// ---- switch-over
-// --------------------------------------------------------------------------------------------
+// ---- switch-over ------------------------------------------------------------------------------------------
 
 double switch_over(int active, int standby) {
     ov_gpon_pon_protect_group_attr_t event = {};

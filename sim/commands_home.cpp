@@ -17,8 +17,7 @@ UniPosition uni_of_kind(Arguments& args, int32_t type, const char* form) {
     return uni;
 }
 
-// ---- telephones
-// ----------------------------------------------------------------------------------------------------
+// ---- telephones -------------------------------------------------------------------------------------------
 
 Answer make_call(const Card& card, Onu& onu, const UniPosition& pots, const std::string& number) {
     if (call(onu, card.objects(), pots, number))
@@ -54,8 +53,7 @@ Action parse_sip_server(Chassis& chassis, Arguments& args) {
     });
 }
 
-// ---- power over Ethernet
-// -------------------------------------------------------------------------------------------
+// ---- power over Ethernet ----------------------------------------------------------------------------------
 
 constexpr uint32_t USUAL_WATTS = 7;
 constexpr uint32_t MOST_WATTS = 100;

@@ -47,8 +47,7 @@ struct OnuHome {
     void lose_live_state();
 };
 
-// ---- telephony
-// -------------------------------------------------------------------------------------------------------
+// ---- telephony --------------------------------------------------------------------------------------------
 
 // Why a line is as it is; the numbers are those of "VoIP voice server status" in ITU-T G.988.
 struct LineState {
@@ -62,8 +61,7 @@ bool call(Onu& onu, const CardObjects& objects, const UniPosition& pots, const s
 // Ends the calls of lines that aren't registered any more.
 void end_lost_calls(Onu& onu, const CardObjects& objects);
 
-// ---- connections
-// -----------------------------------------------------------------------------------------------------
+// ---- connections ------------------------------------------------------------------------------------------
 
 struct Ipv4Setting {
     uint32_t address = 0;
@@ -93,8 +91,7 @@ bool service_is_up(const Onu& onu, const CardObjects& objects, const ov_gpon_rms
 // Whether the card has a GEM port (1 to 128) for the ONU.
 bool has_gem_port(const CardObjects& objects, uint32_t onu_index, uint32_t gem);
 
-// ---- power over Ethernet
-// ---------------------------------------------------------------------------------------------
+// ---- power over Ethernet ----------------------------------------------------------------------------------
 
 inline constexpr uint32_t POE_BUDGET = 60; // W, of an ONU
 
@@ -116,8 +113,7 @@ void detach_device(Onu& onu, const CardObjects& objects, const UniPosition& uni)
 void make_poe_fault(Onu& onu, const UniPosition& uni, PoeFault fault);
 ov_gpon_rmuni_poe_attr_t poe_settings(const Onu& onu, const CardObjects& objects, const UniPosition& uni);
 
-// ---- answers
-// ---------------------------------------------------------------------------------------------------------
+// ---- answers ----------------------------------------------------------------------------------------------
 
 // Puts what an ONU that is up says of all this into the answer to a read (messages 931, 942, 962, 963, 964).
 void fill_home(uint16_t number, const Onu& onu, const CardObjects& objects, std::span<uint8_t> record);

@@ -116,8 +116,7 @@ constexpr Section SECTIONS[] = {
      describe_uni<OV_HAL_MSG_GPON_RM_UNI_POE>},
 };
 
-// ---- what is at the ports
-// --------------------------------------------------------------------------------------------
+// ---- what is at the ports ---------------------------------------------------------------------------------
 
 NamedValues describe_line(const View& view, const UniPosition& pots) {
     const LineState state = line_state(view.onu, view.objects, pots);
@@ -164,8 +163,7 @@ constexpr PortSection PORT_SECTIONS[] = {
     {"power over Ethernet", "poe", OV_GPON_RMUNI_TYPE_ETH, describe_poe},
 };
 
-// ---- text
-// ------------------------------------------------------------------------------------------------------------
+// ---- text -------------------------------------------------------------------------------------------------
 
 std::string words_of(const NamedValues& values) {
     std::string text;
@@ -206,8 +204,7 @@ void add_ports(const View& view, const PortSection& section, std::vector<std::st
     }
 }
 
-// ---- JSON
-// ------------------------------------------------------------------------------------------------------------
+// ---- JSON -------------------------------------------------------------------------------------------------
 
 // The number that is called is a text.
 bool is_number(std::string_view name, std::string_view text) {

@@ -31,8 +31,7 @@
 
 namespace {
 
-// ---- lines
-// -------------------------------------------------------------------------------------------------
+// ---- lines ------------------------------------------------------------------------------------------------
 
 struct Label {
     const char* name;
@@ -82,8 +81,7 @@ std::string of_us(uint64_t us) {
     return in_seconds(us, 1000000);
 }
 
-// ---- parts that are short
-// ----------------------------------------------------------------------------------
+// ---- parts that are short ---------------------------------------------------------------------------------
 
 void print_process(struct vty* vty, const ChassisCount& /*count*/) {
     print(vty, "gpon_build_info", {{"version", ov_build_version()}, {"commit", ov_build_commit()}}, 1);
@@ -212,8 +210,7 @@ using Part = void (*)(struct vty* vty, const ChassisCount& count);
 constexpr Part PARTS[] = {print_process, print_cards,  print_ports, print_alarms,
                           print_tables,  print_passes, print_loop};
 
-// ---- parts by row
-// ------------------------------------------------------------------------------------------
+// ---- parts by row -----------------------------------------------------------------------------------------
 
 using Step = std::function<bool()>;
 

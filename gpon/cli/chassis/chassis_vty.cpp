@@ -30,8 +30,7 @@ constexpr kavo_table_style_t STYLE = {.gap = "  ", .trimmed = true};
 constexpr size_t LARGEST_TABLES = 3; // that the health names
 constexpr size_t MATTERS_MAX = 12;   // of which it tells: the screen has more to show
 
-// ---- texts
-// -------------------------------------------------------------------------------------------------
+// ---- texts ------------------------------------------------------------------------------------------------
 
 std::string tenths(uint64_t value, uint64_t unit) {
     const uint64_t rounded = (value * 10 + unit / 2) / unit;
@@ -58,8 +57,7 @@ std::string time_span(time_t span) {
 // A line of the part below the cards: its name in front.
 constexpr char PART[] = "%-13s  %s";
 
-// ---- the health
-// --------------------------------------------------------------------------------------------
+// ---- the health -------------------------------------------------------------------------------------------
 
 constexpr kavo_column_t CARD_COLUMNS[] = {
     {"slot", 4},    {"type", 5},          {"state", -31}, {"ports", 5},     {"onus", 5},   {"up", 5},
@@ -210,8 +208,7 @@ int show_chassis_health(CliCall& call) {
         });
 }
 
-// ---- tables
-// ------------------------------------------------------------------------------------------------
+// ---- tables -----------------------------------------------------------------------------------------------
 
 constexpr kavo_column_t MEMORY_COLUMNS[] = {{"table", -36}, {"rows", 10},  {"record", 6},
                                             {"index", 5},   {"bytes", 11}, {"reserved", 11}};
@@ -244,8 +241,7 @@ int show_chassis_saves(CliCall& call) {
     return 0;
 }
 
-// ---- for programs
-// ------------------------------------------------------------------------------------------
+// ---- for programs -----------------------------------------------------------------------------------------
 
 int show_chassis_metrics(CliCall& call) {
     return chassis_show_metrics(call.vty, call.words.has("onus"));

@@ -33,8 +33,7 @@ int OnuUpdateAction::result() const {
     return result_;
 }
 
-// ---- a start
-// ------------------------------------------------------------------------------------------------
+// ---- a start ----------------------------------------------------------------------------------------------
 
 // Written when its file is ready for the card, which isn't waited for.
 void OnuUpdateAction::go_on_with_copy() {
@@ -50,8 +49,7 @@ void OnuUpdateAction::go_on_with_copy() {
     end(OV_GPON_RET_BAD_PARAM);
 }
 
-// ---- the others
-// ---------------------------------------------------------------------------------------------
+// ---- the others -------------------------------------------------------------------------------------------
 
 // A card that is away, or a row that has gone, is what the write of the row knows about. A port's actions
 // reach the card in their order.

@@ -198,8 +198,7 @@ CLI_TEST(RemoteForms, ASipUserIsSavedAndMakesTheSame) {
     EXPECT_GT(check_all<User>(places()[0], "remote sip-user ", ""), 10);
 }
 
-// ---- what can't be typed is in no saved configuration
-// -------------------------------------------------------
+// ---- what can't be typed is in no saved configuration -----------------------------------------------------
 
 CLI_TEST(RemoteForms, ARowThatNoFormSaysHasNoLineAndTheLogTells) {
     const Place place = places()[0];

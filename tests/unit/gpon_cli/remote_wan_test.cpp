@@ -56,8 +56,7 @@ protected:
     }
 };
 
-// ---- WAN connections
-// ----------------------------------------------------------------------------------------
+// ---- WAN connections --------------------------------------------------------------------------------------
 
 CLI_TEST(RemoteWan, ARoutedConnectionByPppoe) {
     EXPECT_EQ(run(far_, "remote wan 3 route tr069_voice_internet pppoe me secret isp vlan-mode tag 4094 "
@@ -223,8 +222,7 @@ CLI_TEST(RemoteWan, LinesBesideTheFormsAreNoCommands) {
         EXPECT_EQ(profile_.run(line), CMD_ERR_NO_MATCH) << line;
 }
 
-// ---- wireless networks
-// --------------------------------------------------------------------------------------
+// ---- wireless networks ------------------------------------------------------------------------------------
 
 CLI_TEST(RemoteWan, AWirelessNetworkWithASharedKey) {
     EXPECT_EQ(run(far_, "remote wifi 5 mode 802.11ac/n/a channel auto bandwidth 20/40/80MHz ssid-name home "
@@ -326,8 +324,7 @@ CLI_TEST(RemoteWan, BadWordsOfNetworksAreRefusedAndNothingIsTold) {
     expect_unlogged("123456789g");
 }
 
-// ---- telephony
-// ----------------------------------------------------------------------------------------------
+// ---- telephony --------------------------------------------------------------------------------------------
 
 CLI_TEST(RemoteWan, TheProtocolOfTelephony) {
     for (FrrSession* session : {&far_, &profile_}) {

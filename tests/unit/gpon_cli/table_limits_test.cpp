@@ -14,8 +14,7 @@
 
 namespace {
 
-// ---- rows at their limits
-// ----------------------------------------------------------------------------------
+// ---- rows at their limits ---------------------------------------------------------------------------------
 
 constexpr int64_t GREATEST_TIME = 4294967295; // what an unsigned column of seconds can say
 
@@ -94,8 +93,7 @@ void fill_table(TableModule& table) {
     table.mark_changed();
 }
 
-// ---- what is printed
-// ---------------------------------------------------------------------------------------
+// ---- what is printed --------------------------------------------------------------------------------------
 
 // Headings whose form operators' scripts know, widths included: "show onu status" and "show onu unconfig".
 bool is_fixed(std::span<const kavo_column_t> columns) {
@@ -122,8 +120,7 @@ void watch(std::span<const kavo_column_t> columns, std::span<const kavo_cell_t> 
             g_shifted.insert(headings + ": " + columns[i].name + ": " + cells[i].text());
 }
 
-// ---- the shows
-// ---------------------------------------------------------------------------------------------
+// ---- the shows --------------------------------------------------------------------------------------------
 
 // The words of a syntax as a line that asks for what has been filled; "" for one that can't be asked here.
 std::string line_of(const std::string& syntax) {

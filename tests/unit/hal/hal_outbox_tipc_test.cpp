@@ -242,8 +242,7 @@ TEST(HalOutboxTipc, WhatComesBackWhileAReplyIsAwaitedIsNotLost) {
     });
 }
 
-// ---- requests of the loop that come back (hal_request.h)
-// ---------------------------------------------------
+// ---- requests of the loop that come back (hal_request.h) --------------------------------------------------
 
 using Ends = std::vector<std::pair<uint32_t, bool>>; // what was asked, and whether it was answered
 

@@ -177,8 +177,7 @@ protected:
     Onus onus{loop, objects, [](uint16_t, uint32_t, std::span<const uint8_t>) {}};
 };
 
-// ---- services
-// --------------------------------------------------------------------------------------------------------
+// ---- services ---------------------------------------------------------------------------------------------
 
 TEST_F(Home, AServiceNeedsAGemPortOfItsOnu) {
     EXPECT_EQ(tell(913, card_action::CREATE, service(1, 3)), "no-gem-port");
@@ -247,8 +246,7 @@ TEST_F(Home, TheRulesOfAFilterGoWithTheirService) {
     EXPECT_EQ(objects.size(), before - 3);
 }
 
-// ---- telephony
-// -------------------------------------------------------------------------------------------------------
+// ---- telephony --------------------------------------------------------------------------------------------
 
 TEST_F(Home, ALineRegistersWhenAllIsThere) {
     EXPECT_EQ(line(), "no-sip");
@@ -343,8 +341,7 @@ TEST_F(Home, ARebootEndsCallsAndClearsWhatWasCounted) {
     EXPECT_EQ(onu().home.poe[ETH_1].watts, 7u) << "the device is still there";
 }
 
-// ---- connections
-// -----------------------------------------------------------------------------------------------------
+// ---- connections ------------------------------------------------------------------------------------------
 
 TEST_F(Home, AConnectionGetsItsAddress) {
     auto fixed = wan(1, 2);
@@ -445,8 +442,7 @@ TEST_F(Home, OneOnuTellsItsOwnThresholdsOnlyInPart) {
     EXPECT_GT(told.uppertempthreshod, 0);
 }
 
-// ---- power over Ethernet
-// ---------------------------------------------------------------------------------------------
+// ---- power over Ethernet ----------------------------------------------------------------------------------
 
 TEST_F(Home, APortFeedsADeviceWhileItIsSwitchedOn) {
     const auto detection = [this](const UniPosition& uni) {

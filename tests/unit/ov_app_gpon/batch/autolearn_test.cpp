@@ -310,8 +310,7 @@ TEST(Autolearn, TextsOfAReportCanNotUpsetATerminal) {
     });
 }
 
-// ---- the port's settings
-// ------------------------------------------------------------------------------------
+// ---- the port's settings ----------------------------------------------------------------------------------
 
 TEST(Autolearn, PortTakesOnlyProfilesThatThereAre) {
     on_chassis([](AppChassis& chassis) {

@@ -162,8 +162,7 @@ TEST(LearntCopy, PortWithoutAutoFlowCopiesNothing) {
     });
 }
 
-// ---- two thousand at once
-// ------------------------------------------------------------------------------------
+// ---- two thousand at once ---------------------------------------------------------------------------------
 
 TEST(LearntCopy, AllOnusOfACardAtOnce) {
     with_profile([](AppChassis& /*chassis*/) {
@@ -186,8 +185,7 @@ TEST(LearntCopy, AllOnusOfACardAtOnce) {
     });
 }
 
-// ---- the fixed flow
-// -----------------------------------------------------------------------------------------
+// ---- the fixed flow ---------------------------------------------------------------------------------------
 
 TEST(FixedFlow, EachStepStandsOnTheOneBefore) {
     with_profile([](AppChassis& /*chassis*/) {
