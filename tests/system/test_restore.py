@@ -114,7 +114,7 @@ def test_a_card_that_restarts_empty_gets_everything_back_in_order(world):
     replay(world, 1)  # records hold what the rows say by now, states included
     before = held(world, 1)
     restart_card(world, 1)
-    assert world.onu.get((1, 1, 1, 1), 11) == "1"  # out of service while the card was away
+    wait_for(lambda: world.onu.get((1, 1, 1, 1), 11) == "1", what="the ONU to be out of service while the card is away")
     since = replay(world, 1)
     agree(world)
     after = held(world, 1)

@@ -118,6 +118,42 @@ def test_what_is_asked_for_is_run(suite_tree, options, ran):
     assert (suite_tree / "notes").read_text().splitlines() == ran
 
 
+#: Of a played ctest: fails with so many named tests, once.
+FAILS_ONCE = """echo unit $* >>notes
+[ ! -e failed ] || exit 0
+touch failed
+mkdir -p build/dev/Testing/Temporary
+for n in $(seq FAILED); do echo $n:unit_$n; done >build/dev/Testing/Temporary/LastTestsFailed.log
+exit 8"""
+
+
+@pytest.mark.parametrize("failed, status", [(1, 0), (3, 0), (4, 1)])
+def test_a_few_failed_unit_tests_are_asked_again(suite_tree, failed, status):
+    script(suite_tree / "bin" / "ctest", FAILS_ONCE.replace("FAILED", str(failed)))
+    done = run("./test", "--unit", cwd=suite_tree, PATH=f"{suite_tree}/bin:{os.environ['PATH']}")
+    assert done.returncode == status, done.stdout + done.stderr
+    names = [f"unit_{n + 1}" for n in range(failed)]
+    told = [line.rsplit(": ", 1)[1] for line in done.stderr.splitlines() if "asked again" in line]
+    assert told == (names if status == 0 else [])
+    asked = (suite_tree / "notes").read_text().splitlines()[2:]
+    assert [line.split("-R ")[1] for line in asked] == ([f"^({'|'.join(names)})$"] if status == 0 else [])
+
+
+@pytest.mark.parametrize("passes, status", [("once", 1), ("later", 0)])
+def test_a_failed_system_test_is_asked_again(suite_tree, passes, status):
+    note = """import os, pathlib, pytest
+@pytest.mark.parametrize("word", ["a b", "c - d"])
+def test_it(word):
+    assert os.path.exists(word) or pathlib.Path(word).touch(), "isn't there"
+"""
+    if passes == "once":
+        note = note.replace("or pathlib", "and pathlib")
+    (suite_tree / "tests" / "system" / "test_note.py").write_text(note)
+    done = run("./test", "--system", cwd=suite_tree)
+    assert done.returncode == status, done.stdout + done.stderr
+    assert done.stderr.count("passed when asked again alone") == (2 if status == 0 else 0)
+
+
 @pytest.mark.parametrize("options", [["--units"], ["--unit", "-k", "it"]])
 def test_an_option_that_nobody_takes_is_refused(suite_tree, options):
     done = run("./test", *options, cwd=suite_tree)

@@ -87,11 +87,17 @@ void begin(const ActionType& type, ActionRow& row) {
         end_failed(row);
 }
 
+// An action's text has blanks around it.
+std::string name_of(const ActionRow& row) {
+    const std::string text = ov_app_gpon_action_text(row.sActionType);
+    const size_t first = text.find_first_not_of(' ');
+    return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
 // An action that fails was refused to nobody: its row says so, and why is told by the door.
 void tell_failure(OvRefusal& door, const ActionRow& row) {
-    const char* name = ov_app_gpon_action_text(row.sActionType);
-    const std::string place = std::string("sActionTable ") + name;
-    door.refuse(place.c_str(), "failed", {.what = std::string("action ") + name, .result = "", .object = ""});
+    const std::string place = "sActionTable " + name_of(row);
+    door.refuse(place.c_str(), "failed", {.what = "action " + name_of(row), .result = "", .object = ""});
 }
 
 void start(const ActionType& type, ActionRow& row) {

@@ -41,8 +41,8 @@ int ov_app_gpon_pon_onu_update_edit_no_callback(ov_sOnuUpdateTable_attr_t* attr,
 // Whether a start on the port was accepted whose file is still being copied: the card is told behind that.
 bool ov_app_gpon_pon_onu_update_is_late(const ov_sOnuUpdateTable_attr_t& port);
 
-// ---- told to the cards, without waiting for their answers --------------------------------------------------
-// 0, or the code of the transport.
+// ---- told to the cards, without waiting for their answers
+// -------------------------------------------------- 0, or the code of the transport.
 
 // A file (versionName) is gone from the directory of firmware; to every card. OV_GPON_RET_BAD_PARAM for null.
 int ov_app_gpon_onu_version_delete(ov_gpon_onu_update_attr_t* shal_attr);

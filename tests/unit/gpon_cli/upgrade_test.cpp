@@ -313,9 +313,8 @@ CLI_TEST(Upgrade, StatesOfAllOnus) {
     cards_report("new.bin", SONUUPDSTATUSCURRSTATUS_DOWNLOADING);
     const std::string shown = enable("show cpe update-status all");
     EXPECT_THAT(shown, StartsWith("\nonu        file "));
-    EXPECT_THAT(shown,
-                HasSubstr("\n3/2:7      new.bin" + std::string(56, ' ') +
-                          "        200         50      25  DOWNLOADING\n"));
+    EXPECT_THAT(shown, HasSubstr("\n3/2:7      new.bin" + std::string(56, ' ') +
+                                 "        200         50      25  DOWNLOADING\n"));
     EXPECT_THAT(shown, testing::EndsWith("\ntotal 4\n"));
     EXPECT_THAT(chassis_.messages_of(OV_HAL_MSG_GPON_RMONU_UPD_STATUS), SizeIs(4));
 }

@@ -9,6 +9,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -52,7 +53,8 @@ TEST(UploadCounters, TheFirstFailureEndsItAndTheLogSaysBoth) {
                                 "east_ONU -p 10.0.0.1 69 ",
                                 "upload_pm onuPmTable.mib fail", "execute olt_snmp_action_pmupload fail",
                                 "execute olt_snmp_action_pmupload success",
-                                "exec command 1: PMUPLOAD  failure"));
+                                "exec command 1: PMUPLOAD  failure",
+                                StartsWith("refused: action: sActionTable PMUPLOAD: Failed to upload")));
     });
 }
 
