@@ -110,8 +110,8 @@ def completed(*words, path=""):
     script = f"""
         source {COMPLETION}
         COMP_WORDS=({quoted}); COMP_CWORD={len(words) - 1}; COMPREPLY=()
-        spec=$(complete -p "${{COMP_WORDS[0]}}") || exit 1
-        function=${{spec#*-F }}; function=${{function%% *}}
+        found=$(complete -p "${{COMP_WORDS[0]}}") || exit 1
+        function=${{found#*-F }}; function=${{function%% *}}
         $function "${{COMP_WORDS[0]}}"
         [ ${{#COMPREPLY[@]}} -eq 0 ] || printf '%s\\n' "${{COMPREPLY[@]}}"
     """
