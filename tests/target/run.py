@@ -12,6 +12,7 @@ Wants build/target and build/dev built. Exit status 0 if all held.
 """
 
 import concurrent.futures
+import contextlib
 import dataclasses
 import filecmp
 import fnmatch
@@ -21,6 +22,7 @@ import pathlib
 import re
 import shlex
 import shutil
+import signal
 import stat
 import subprocess
 import sys
@@ -35,9 +37,12 @@ WORK = TARGET / "target-tests"
 QEMU = "/usr/bin/qemu-ppc-static"
 SKIPPED = REPO / "tests" / "target" / "skipped.txt"
 PROGRAM_TIME = 900  # seconds; the longest takes a minute on two quiet cores
+SILENCE = 180  # seconds after which a program of tests that says nothing has hung; each says something within ten
 TOUR_TIME = 600
 ASKED_AGAIN = 3  # failed tests of a program at most
-FAILED_TEST = re.compile(r"^\[  FAILED  \] ([\w/]+\.[\w/]+)", re.MULTILINE)
+FAILED_TEST, STARTED_TEST, PASSED_TEST = (
+    re.compile(rf"^\[{word}\] ([\w/]+\.[\w/]+)", re.MULTILINE) for word in ("  FAILED  ", " RUN      ", "       OK ")
+)
 
 
 def target_command(program, name=None):
@@ -123,62 +128,120 @@ class UnitResult:
     problem: str = ""
 
 
+@dataclasses.dataclass
+class Run:
+    """A test program that has ended, or that was ended because it said nothing any more."""
+
+    output: str
+    returncode: int
+
+    @property
+    def hung(self):
+        return self.returncode == -signal.SIGKILL
+
+    def in_words(self):
+        return f"hung: said nothing for {SILENCE} s" if self.hung else f"exit status {self.returncode}"
+
+
+def wait_while_it_speaks(process, output):
+    """Waits for its end as long as its output grows; then kills it with all that it has started."""
+    size, spoke = -1, time.monotonic()
+    while process.poll() is None and time.monotonic() < spoke + SILENCE:
+        if output.stat().st_size != size:
+            size, spoke = output.stat().st_size, time.monotonic()
+        time.sleep(0.05)
+    with contextlib.suppress(ProcessLookupError):
+        os.killpg(process.pid, signal.SIGKILL)
+    return process.wait()
+
+
 def run_program(command, report, chosen, environment):
-    return subprocess.run(
-        [*target_command(command[0]), *command[1:], f"--gtest_output=json:{report}", f"--gtest_filter={chosen}"],
-        env={**os.environ, **environment}, cwd=TARGET / "tests" / "unit", stdin=subprocess.DEVNULL,
-        stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace", timeout=PROGRAM_TIME,
-    )  # fmt: skip
+    output = report.with_suffix(".out")
+    with output.open("w") as stdout:
+        process = subprocess.Popen(
+            [*target_command(command[0]), *command[1:], f"--gtest_output=json:{report}", f"--gtest_filter={chosen}"],
+            env={**os.environ, **environment}, cwd=TARGET / "tests" / "unit", stdin=subprocess.DEVNULL,
+            stdout=stdout, stderr=subprocess.STDOUT, start_new_session=True,
+        )  # fmt: skip
+        code = wait_while_it_speaks(process, output)
+    return Run(output.read_text(errors="replace"), code)
 
 
-def passed_when_asked_again(name, command, output, environment):
-    """The failed tests, if they are few and all pass by themselves: a processor that is played while everything else runs
-    beside it is slower than what some of them are made for. Each is told. Empty if one fails again."""
-    failed = tuple(sorted(set(FAILED_TEST.findall(output))))
-    if not 0 < len(failed) <= ASKED_AGAIN:
+def tests_to_ask_again(run, names):
+    """The failed tests if they are few; of a program that hung, the one it hung in, too, and all behind that."""
+    failed = set(FAILED_TEST.findall(run.output))
+    if run.hung:
+        failed |= set(names[len(STARTED_TEST.findall(run.output)) - 1 :])
+        return sorted(failed)
+    return sorted(failed) if len(failed) <= ASKED_AGAIN else []
+
+
+def passed_when_asked_again(name, command, run, names, environment):
+    """The tests that failed, if all pass by themselves: a processor that is played while everything else runs beside it is
+    slower than what some of them are made for. Each is told. Empty if one fails again."""
+    again = tests_to_ask_again(run, names)
+    if not again:
         return ()
     alone = {word: value for word, value in environment.items() if not word.startswith("GTEST_")}
-    again = run_program(command, WORK / "units" / f"{name}.again.json", ":".join(failed), alone)
-    return failed if again.returncode == 0 else ()
+    second = run_program(command, WORK / "units" / f"{name}.again.json", ":".join(again), alone)
+    if second.returncode != 0:
+        return ()
+    return tuple(test for test in again if not run.hung or test in STARTED_TEST.findall(run.output))
 
 
-def run_unit(name, command, environment, skips):
-    program = pathlib.Path(command[0]).name
-    result = UnitResult()
+def take_skips(program, tests, skips):
+    """Those of a program's tests that are left out."""
     out = []
-    for test in tests_of(command):
+    for test in tests:
         mine = [skip for skip in skips if skip.program == program and fnmatch.fnmatchcase(test, skip.test)]
         for skip in mine:
             skip.used = True
         out += [test] if mine else []
-    result.left_out = len(out) if int(environment.get("GTEST_SHARD_INDEX", 0)) == 0 else 0
+    return out
+
+
+def count_passed(result, *reports):
+    """Adds up what the reports tell; a test that skips itself has failed."""
+    for report in reports:
+        if not report.exists():  # of a run that hung
+            continue
+        for suite in json.loads(report.read_text())["testsuites"]:
+            for test in suite["testsuite"]:
+                if test["result"] == "SKIPPED":
+                    result.failed += 1
+                    result.problem += f"{suite['name']}.{test['name']} skips itself and isn't in {SKIPPED.name}\n"
+                elif test["result"] == "COMPLETED" and test["status"] == "RUN":
+                    result.passed += not test.get("failures")
+
+
+def run_unit(name, command, environment, skips):
+    result = UnitResult()
+    tests = tests_of(command)
+    out = take_skips(pathlib.Path(command[0]).name, tests, skips)
+    shard, shards = (int(environment.get(f"GTEST_{word}", default)) for word, default in (("SHARD_INDEX", 0), ("TOTAL_SHARDS", 1)))
+    names = [test for test in tests if test not in out][shard::shards]
+    result.left_out = len(out) if shard == 0 else 0
     report = WORK / "units" / f"{name}.json"
     run = run_program(command, report, "-" + ":".join(out), environment)
     if run.returncode != 0:
-        result.again = passed_when_asked_again(name, command, run.stdout, environment)
-    if (run.returncode != 0 and not result.again) or not report.exists():
-        lines = run.stdout.splitlines()
+        result.again = passed_when_asked_again(name, command, run, names, environment)
+    if (run.returncode != 0 and not result.again) or not (run.hung or report.exists()):
+        lines = run.output.splitlines()
         result.failed = 1
-        result.problem = f"exit status {run.returncode}\n" + "\n".join(
+        result.problem = f"{run.in_words()}\n" + "\n".join(
             [line for line in lines if line.startswith("[  FAILED  ]")] + lines[-40:]
         )
         return result
-    for suite in json.loads(report.read_text())["testsuites"]:
-        for test in suite["testsuite"]:
-            if test["result"] == "SKIPPED":
-                result.failed += 1
-                result.problem += f"{suite['name']}.{test['name']} skips itself and isn't in {SKIPPED.name}\n"
-            elif test["result"] == "COMPLETED" and test["status"] == "RUN":
-                result.passed += 1
+    count_passed(result, report, report.with_name(f"{name}.again.json"))
+    if run.hung:
+        result.passed += len(PASSED_TEST.findall(run.output))
+        print(f"       {name} {run.in_words()} in {STARTED_TEST.findall(run.output)[-1]}", flush=True)
     return result
 
 
 def run_unit_timed(name, command, environment, skips):
     began = time.monotonic()
-    try:
-        result = run_unit(name, command, environment, skips)
-    except subprocess.TimeoutExpired as expired:
-        result = UnitResult(failed=1, problem=f"not within {expired.timeout} s")
+    result = run_unit(name, command, environment, skips)
     return name, result, time.monotonic() - began
 
 

@@ -309,6 +309,7 @@ TEST(HalOutboxTipc, AnAskedRequestThatComesBackEndsNoOtherSend) {
         Ends ends;
         const auto asks = ask_beyond(ends, 1);
         card.read(LIMIT);
+        ASSERT_TRUE(loop_until([&] { return ends.size() == LIMIT; })); // their answers leave room for another
         fake_tipc::release_returns();
         std::thread agent([&card] {
             while (card.seen.size() < LIMIT + 1)
