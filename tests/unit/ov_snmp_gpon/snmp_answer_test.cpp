@@ -19,6 +19,7 @@
 #include "agentx.h"
 #include "agentx_link.h"
 #include "agentx_query.h"
+#include "ov_clock.h"
 #include "sGemTable.h"
 #include "sMcastVlanTable.h"
 #include "sOnuSrvProfileTable.h"
@@ -155,8 +156,33 @@ private:
     std::thread thread_;
 };
 
+// How long each of the tables' looks at the clock takes; no time, so that a busy machine ends no GetBulk
+// early.
+std::chrono::milliseconds g_look_time{0};
+
+// The daemon's clock, for which only that passes.
+class SlowLooks {
+public:
+    SlowLooks() {
+        now() = ov_wait_now();
+        ov_clock_set_source(&SOURCE);
+    }
+    ~SlowLooks() { ov_clock_set_source(nullptr); }
+    SlowLooks(const SlowLooks&) = delete;
+    SlowLooks& operator=(const SlowLooks&) = delete;
+
+private:
+    static ov_mono_time_t& now() {
+        static ov_mono_time_t time;
+        return time;
+    }
+    static constexpr ov_clock_source_t SOURCE = {.wall = [] { return timespec{}; },
+                                                 .mono = [] { return now() += g_look_time; }};
+};
+
 // What the tables answer; empty when they leave it to the library.
 std::string own_answer(const std::string& pdu) {
+    const SlowLooks clock;
     AgentxPdu response;
     const std::span request(reinterpret_cast<const uint8_t*>(pdu.data()), pdu.size());
     return table_snmp_answer(request, response) ? std::string(response.begin(), response.end()) : "";
@@ -467,6 +493,21 @@ TEST(SnmpAnswer, OfAGetBulkStaysInItsRange) {
         EXPECT_EQ(found[1].name, below(Agent::tconts(), {1, 6, 1, 1, 1, 1, 1}));
         EXPECT_TRUE(found[2].is_end);
         EXPECT_EQ(found[2].name, found[1].name);
+    });
+}
+
+// It ends early instead of holding everybody (RFC 3416, 4.2.3), but has its first repetition.
+TEST(SnmpAnswer, AGetBulkThatTakesLongEndsEarly) {
+    in_agent([](Agent&) {
+        for (unsigned onu = 1; onu <= 60; onu++)
+            sTcontTable_createEntry(1, 1, 1, onu, 1);
+        Request request(GET_BULK);
+        request.bulk(0, 50).add({.start = below(Agent::tconts(), {1, 6})});
+        EXPECT_EQ(variables_of(own_answer(request.pdu())).size(), 50u);
+        g_look_time = std::chrono::milliseconds(20); // the first look and two within the time
+        EXPECT_EQ(variables_of(own_answer(request.pdu())).size(), 3u);
+        g_look_time = std::chrono::hours(1);
+        EXPECT_EQ(variables_of(own_answer(request.pdu())).size(), 1u);
     });
 }
 
