@@ -75,7 +75,7 @@ class Soak:
                 raise
 
     def work(self, deeds):
-        """So many deeds by chance, and each kind at least once where nobody is left out of so few."""
+        """So many deeds, by chance."""
         kinds, shares = zip(*SHARES.items())
         for _ in range(deeds):
             self.one_deed(self.random.choices(kinds, shares)[0])

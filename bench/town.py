@@ -103,9 +103,8 @@ class Onu:
         """What the ONU sends to prove who it is, in the words of the simulated chassis."""
         words = self.auth.split()
         told = dict(zip(words[::2], words[1::2]))
-        password = told.get("pw")
-        name = "loid-pw" if "loid" in told else "pw"
-        return {"loid": told["loid"]} | ({name: password} if password else {}) if "loid" in told else {name: password} if password else {}
+        sent = {"loid": "loid", "pw": "loid-pw"} if "loid" in told else {"pw": "pw"}
+        return {sent[word]: value for word, value in told.items() if word in sent}
 
 
 def auth_of(serial, slot, port, number, rng):
@@ -166,8 +165,8 @@ class Town:
         )  # fmt: skip
 
     def _laboratory(self, port, number):
-        """What the laboratory's ONU has, None for others'. It takes the back half of the first port, twelve ONUs of the 128 at least
-        are needed to have all of it."""
+        """What the laboratory's ONU has, None for others'. It is on the first port, behind one subscriber of each kind; a port of
+        fewer than 16 ONUs has no room for it."""
         if port.slot != self.slots[0] or port.number != 1 or self.onus_of_port < 16:
             return None
         place = number - 1 - len(SHARES)

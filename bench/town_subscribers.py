@@ -102,6 +102,21 @@ def home(onu, rng):
     yield "remote mac_filter service 2 dynamic mac_limit 32"
 
 
+def office_unis(onu, own):
+    """The ports of a business, whose own VLAN this is."""
+    for port in range(1, 5):
+        if port <= 2 and onu.number <= 8:  # the system counts at 800 UNIs
+            yield f"remote uni eth_1/{port} pm enable"
+        yield f"remote uni eth_1/{port} mac-limit 64"
+    yield "remote uni eth_1/1 dot1x enable"
+    yield "remote uni eth_1/8 disable"
+    yield "remote loop_detect uni eth_1/2 enable"
+    yield f"remote uni eth_1/1 vlan-mode trunk tag {VLAN['voice']} {VLAN['business']} {own}"
+    yield f"remote uni eth_1/2 vlan-mode hybrid pvlan {VLAN['business']} priority 3  tag {VLAN['voice']}"
+    yield f"remote uni eth_1/3 vlan-mode access pvlan {VLAN['business']} priority 3"
+    yield f"remote uni eth_1/4 vlan-mode xlate 10:{VLAN['business']} 11:{own}"
+
+
 def office(onu, rng):
     """A business: three classes of service, its own VLANs, power for its telephones, management over TR-069."""
     own = 3000 + (onu.slot * 128 + onu.port * 8 + onu.number) % 1000
@@ -121,17 +136,7 @@ def office(onu, rng):
     yield f"service-port 3 gemport 3 user-vlan untagged vlan-add {own} priority 0"
     yield "service-port 2 mac-limit 255"
     yield "service-port 1 cos-to-cos uplink 1"
-    for port in range(1, 5):
-        if port <= 2 and onu.number <= 8:  # the system counts at 800 UNIs
-            yield f"remote uni eth_1/{port} pm enable"
-        yield f"remote uni eth_1/{port} mac-limit 64"
-    yield "remote uni eth_1/1 dot1x enable"
-    yield "remote uni eth_1/8 disable"
-    yield "remote loop_detect uni eth_1/2 enable"
-    yield f"remote uni eth_1/1 vlan-mode trunk tag {VLAN['voice']} {VLAN['business']} {own}"
-    yield f"remote uni eth_1/2 vlan-mode hybrid pvlan {VLAN['business']} priority 3  tag {VLAN['voice']}"
-    yield f"remote uni eth_1/3 vlan-mode access pvlan {VLAN['business']} priority 3"
-    yield f"remote uni eth_1/4 vlan-mode xlate 10:{VLAN['business']} 11:{own}"
+    yield from office_unis(onu, own)
     yield (
         f"remote onu mgmt-ip 10.{onu.slot}.{onu.port}.{onu.number} 255.255.255.0 10.{onu.slot}.{onu.port}.254 10.255.0.1 0.0.0.0 "
         f"vlan {VLAN['management']}"
@@ -324,7 +329,7 @@ def lab_management(onu, _):
 
 
 def lab_networks(onu, _, part=0):
-    """Eight of the forms of WAN connections, and networks."""
+    """Four of the forms of WAN connections, and two networks."""
     forms = list(itertools.islice(wan_forms(), 4 * part, 4 * part + 4))
     yield f"remote onu tr069-mgmt acs http://acs.example.net/{part} validate disable"
     for number, form in enumerate(forms, 1):

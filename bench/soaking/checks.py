@@ -5,6 +5,7 @@ import json
 import pathlib
 import re
 
+from resources import reserved
 from soaking import tables
 from soaking.network import place
 
@@ -49,9 +50,9 @@ def snmp_value(kind, text):
 
 
 class TableCheck:
-    """A table as it is walked, and as its file has it after a save."""
+    """A table as it is walked, and as its file has it after a save. What is secret nobody reads; what a read asks a card for may
+    be another value each time (table_reasons.txt)."""
 
-    #: What a read asks a card for may be another value each time; what is secret nobody reads.
     def __init__(self, name, known):
         self.description, self.known = tables.read(name), known
         text = (tables.TABLES / f"{name}.def").read_text()
@@ -89,7 +90,7 @@ class TableCheck:
                         yield line
 
 
-#: A manager's walk of so many variables takes some seconds.
+#: Tables of more variables aren't walked: one of so many takes a manager some seconds.
 WALKED = 20_000
 
 
@@ -140,34 +141,23 @@ def counters_of(files):
     def owners(index):
         return [index] if index[1] != 31 else bound.get(index[3], [])
 
-    for place, name in enumerate(("sTcontTable", "sGemTable")):
+    for which, name in enumerate(("sTcontTable", "sGemTable")):
         for index, row in Rows(files, name).active.items():
             for owner in owners(index):
-                held = ports.setdefault(owner[1:3], [0, 0, 0])
-                held[place] += 1
-                if place == 0:
-                    held[2] += bandwidth.get(row["sTcontTableBwProfileName"], 0)
+                sums = ports.setdefault(owner[1:3], [0, 0, 0])
+                sums[which] += 1
+                if which == 0:
+                    sums[2] += bandwidth.get(row["sTcontTableBwProfileName"], 0)
     for index in Rows(files, "servicePortTable").active:
         for owner in owners(index):
             cards[owner[1]] = cards.get(owner[1], 0) + 1
     return {port: tuple(held) for port, held in ports.items()}, cards
 
 
-def counters_shown(network):
-    ports, cards = {}, {}
-    for line in network.chassis.vty("show gpon resources").splitlines()[2:]:
-        words = line.split()
-        if words[1] == "all":
-            cards[int(words[0])] = int(words[2])
-        else:
-            ports[int(words[0]), int(words[1])] = (int(words[2]), int(words[3]), int(words[5]))
-    return ports, cards
-
-
 def check_counters(network):
     if not network.counts:
         return  # rows of a file are counted nowhere
-    shown, wanted = counters_shown(network), counters_of(network.files())
+    shown, wanted = reserved(network.chassis), counters_of(network.files())
     for what, have, rows in zip(("port", "card"), shown, wanted):
         for key in sorted(have.keys() | rows.keys()):
             empty = (0, 0, 0) if what == "port" else 0
@@ -245,10 +235,11 @@ def check_cards(network):
 
 def check_refused(network, since):
     """Since a mark from when nobody is at work any more."""
+    known = reasons("refused_reasons.txt")
     for slot in network.inside():
         for record in network.chassis.records(since=since, kind="refused", slot=slot):
             line = f"card {slot} refused {record.get('reason')}: {record}"
-            if not explained(line, reasons("refused_reasons.txt")):
+            if not explained(line, known):
                 yield line
 
 
@@ -340,8 +331,9 @@ def check_typed(network):
 
 
 def difference(before, after):
-    gone, new = [line for line in before if line not in set(after)], [line for line in after if line not in set(before)]
-    return [f"- {line}" for line in gone] + [f"+ {line}" for line in new]
+    """The lines that only one of the two has, wherever they stand."""
+    were, are = set(before), set(after)
+    return [f"- {line}" for line in before if line not in are] + [f"+ {line}" for line in after if line not in were]
 
 
 # ---- log, loop, growth -----------------------------------------------------------------------------------------------------

@@ -1,7 +1,6 @@
 """The network under test: a chassis with line cards and ONUs in a sandbox, a master agent, the real daemon with a clock
 that is told, and the controller's part of a start and of a replay."""
 
-import contextlib
 import os
 import re
 import signal
@@ -192,13 +191,17 @@ class Network:
         return [slot for slot in self.scale.cards if slot not in self.out]
 
     def replay(self, slot):
-        """Begins the replay of a card; wait_replays() waits for its end."""
+        """Begins the replay of a card; wait_replays() waits for its end. One that fails is told in the journal, unless the daemon
+        that it was of has been killed."""
         def run():
-            with contextlib.suppress(SimctlError, OSError, ChassisError):
+            try:
                 self.chassis.simctl("replay", f"slot={slot}", "step=120000", timeout=CHAIN)
                 self.chassis.event("cfg-slot-sync-end", slotid=slot)
                 self.chassis.event("cfg-sc-switch-2-active-end", slot_id=8, card_type=2)  # cards say what became of their ONUs
                 self.chassis.simctl("env", "OV_APP_FLAG_SYS_OPSTATUS", 1)
+            except (OSError, ChassisError) as error:
+                if self._replays.get(slot) is threading.current_thread():
+                    self.journal.note("network", f"the replay of card {slot}", error)
         self._replays[slot] = threading.Thread(target=run, daemon=True)
         self._replays[slot].start()
 

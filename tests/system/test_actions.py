@@ -9,6 +9,7 @@ import time
 
 import pytest
 
+import guide
 from chassis import BIN, REPO, SINGLE_BOARD, Chassis, wait_for
 from snmp_manager import Manager, Table
 
@@ -218,27 +219,15 @@ def test_a_range_of_onus_ends_with_a_byte_for_each(world):
 # ---- the manager's guide -------------------------------------------------------------------------------------
 
 
-def guide_steps():
-    """(commands, what they print) of the chapter, in its order; the settings first."""
-    chapter = re.search(r"^## Actions\n(.*?)^## ", (REPO / "docs" / "managers-guide.md").read_text(), re.S | re.M)[1]
-    found = []
-    for kind, text in re.findall(r"^```(\w+)\n(.*?)^```$", chapter, re.S | re.M):
-        if kind == "sh":
-            found.append([text, ""])
-        else:
-            found[-1][1] = text
-    return found
-
-
 def test_the_guides_commands_do_what_it_says(world):
     bare = ("MIBS=", "SNMPCONFPATH=/tmp/snmpd", "SNMP_PERSISTENT_DIR=/tmp/snmpd")
     world.chassis.run("sh", "-c", f"rm -f {VERSIONS}/*")
     world.write(f"{SERVED}/hg-1.bin", "firmware")
     for number in (2, 45, 46, 48):
         world.table.destroy((1, 1, number))
-    (settings, _), *rest = guide_steps()
+    (_, settings, _), *rest = guide.steps("Actions")
     assert len(rest) == 7
-    for commands, printed in rest:
+    for _, commands, printed in rest:
         run = lambda: world.chassis.run("env", *bare, "sh", "-c", settings + commands).stdout
         if "snmpset" in commands:
             assert run() == printed, commands
@@ -249,7 +238,7 @@ def test_the_guides_commands_do_what_it_says(world):
 
 
 def test_the_guides_codes_are_those_of_the_tables(world):
-    told = re.findall(r"\b(1\d{3}) `(\w+)`", (REPO / "docs" / "managers-guide.md").read_text())
+    told = re.findall(r"\b(1\d{3}) `(\w+)`", guide.GUIDE.read_text())
     listed = (REPO / "ov_gpon/ov_app_gpon/action/action_tables.def").read_text()
     names = re.findall(r"^ACTION_TABLE\((\w+)\)", listed, re.M)
     assert told == [(str(code), name) for code, name in enumerate(names, 1000)]

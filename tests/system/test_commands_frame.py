@@ -1,7 +1,6 @@
 """Nodes, names of interfaces, and the forms of "write", on the real daemon."""
 
 import re
-import time
 
 import pytest
 

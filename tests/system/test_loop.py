@@ -3,30 +3,14 @@
 import json
 import re
 
-SHELF = """
-env PDT_INFO_SHELF_TYPE 53
-env PDT_INFO_CARD_SLOTID 8
-env mate_slot 9
-env active 1
-product-facts
-card-board 8
-card 8 add
-card 1 add
-mono-ready 1
-"""
+from shelf import start_shelf
+
 PORT = "gpon-olt1/1"
 COMMAND = r"fec downstream  \(enable\|disable\)"
 
 
 def test_a_command_that_waits_for_its_card_is_told_and_listed(chassis):
-    chassis.start(SHELF)
-    chassis.start_daemon()
-    chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
-    for kind in ("slot-add", "slot-active"):
-        chassis.event(kind, slot_id=1, card_type=27)
-    chassis.event("new-if", ifindex=PORT, flags="up+running")
-    chassis.wait_for(lambda: chassis.vty(f"show interface {PORT} onu status").result == 0, what="the port")
-
+    start_shelf(chassis, PORT)
     chassis.card_fault(1, "late", ms=700, times="forever")
     assert chassis.vty("configure terminal", f"interface {PORT}", "fec downstream enable").result == 0
     (line,) = chassis.wait_log(rf"handler vtysh_read held the loop for \d+ ms: {COMMAND}")

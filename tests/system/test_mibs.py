@@ -8,6 +8,7 @@ import tempfile
 
 import pytest
 
+import guide
 from chassis import REPO, SNMPD_CONF, program
 from notifications import TRAP_SINK
 from snmp_manager import ENTERPRISE, Table
@@ -333,30 +334,17 @@ def test_ranges_of_the_index_are_those_that_the_system_takes(town):
     assert town.service.create((*key, most("servicePortId")), values) == "noError"
 
 
-def guide():
-    """[commands, what they print] of the guide's chapter."""
-    chapter = re.search(r"^## MIB files\n(.*?)^## ", (REPO / "docs" / "managers-guide.md").read_text(), re.S | re.M)[1]
-    found = []
-    for kind, text in re.findall(r"^```(sh|text)\n(.*?)^```$", chapter, re.S | re.M):
-        if kind == "sh":
-            found.append([text, ""])
-        else:
-            found[-1][1] += text
-    return found
-
-
 def test_the_guides_commands_do_what_stands_there(town):
-    (settings, _), *steps = guide()
+    (_, settings, _), *steps = guide.steps("MIB files")
     assert len(steps) >= 5
     bare = {"GPON": str(REPO), "SNMPCONFPATH": "/tmp/snmpd", "SNMP_PERSISTENT_DIR": "/tmp/snmpd"}
-    for commands, printed in steps:
+    for _, commands, printed in steps:
         done = town.chassis.run("env", *(f"{k}={v}" for k, v in bare.items()), "sh", "-ec", settings + commands)
         assert (done.stdout + done.stderr, done.returncode) == (printed, 0), commands
 
 
 def test_the_guide_tells_of_every_module():
-    chapter = re.search(r"^## MIB files\n(.*?)^## ", (REPO / "docs" / "managers-guide.md").read_text(), re.S | re.M)[1]
-    assert sorted(re.findall(r"^\| `([\w-]+)` \|", chapter, re.M)) == sorted(file.stem for file in MIBS.glob("*.txt"))
+    assert sorted(re.findall(r"^\| `([\w-]+)` \|", guide.chapter("MIB files"), re.M)) == sorted(file.stem for file in MIBS.glob("*.txt"))
 
 
 #: Rows whose columns have ranges that the system's own rules give, not the descriptions; and what makes a rule count.

@@ -6,21 +6,10 @@ import re
 import pytest
 
 from chassis import VTY_SOCKET
+from shelf import start_shelf
 from snmp_manager import Manager
 from test_gponsh import Terminal
 
-SHELF = """
-env PDT_INFO_SHELF_TYPE 53
-env PDT_INFO_CARD_SLOTID 8
-env mate_slot 9
-env active 1
-product-facts
-card-board 8
-card 8 add
-card 1 add
-card 2 add
-mono-ready 1
-"""
 PORTS = ("gpon-olt1/1", "gpon-olt1/2", "gpon-olt2/1")
 TIME = r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d"
 RESTORED = 60.0  # a restore takes sixteen steps of a second
@@ -33,15 +22,7 @@ def sync_start(chassis, slot, prio):
 
 @pytest.fixture
 def shelf(chassis):
-    chassis.start(SHELF)
-    chassis.start_daemon()
-    chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
-    for slot in (1, 2):
-        chassis.event("slot-add", slot_id=slot, card_type=27)
-        chassis.event("slot-active", slot_id=slot, card_type=27)
-    for port in PORTS:
-        chassis.event("new-if", ifindex=port, flags="up+running")
-    chassis.wait_for(lambda: PORTS[-1] in chassis.vty("show names interface"), what="the ports")
+    start_shelf(chassis, *PORTS)
     return chassis
 
 

@@ -7,7 +7,7 @@ import random
 
 import pytest
 
-from chassis import QUIET_SCENARIO
+from resources import reserved
 from snmp_manager import CREATE_AND_GO, CREATE_AND_WAIT, Manager, Table
 
 NOT_IN_SERVICE = "2"
@@ -131,7 +131,7 @@ def test_deleting_an_onu_takes_all_below_it_first_and_gives_everything_back(worl
         assert world.gem.create((*onu, number), {5: number}) == "noError"
         assert world.service.create((*onu, number), {2: number, 3: 100 + number, 7: 2}) == "noError"
     assert len(world.objects(1, "TCONT")) == len(world.objects(1, "GEMPORT")) == len(world.objects(1, "SERVPORT")) == 2
-    assert counters_shown(world) == ({(1, 1): (2, 2, 0)}, {1: 2})
+    assert reserved(world.chassis) == ({(1, 1): (2, 2, 0)}, {1: 2})
     since = world.chassis.mark()
     assert world.onu.destroy(onu) == "noError"
     deletes = [r["type"] for r in world.chassis.records(since=since, kind="card-request", slot=1, action="delete")]
@@ -139,7 +139,7 @@ def test_deleting_an_onu_takes_all_below_it_first_and_gives_everything_back(worl
     assert kinds == ["SERVPORT"] * 2 + ["GEMPORT"] * 2 + ["TCONT"] * 2 + ["ONU"]
     for table in (world.onu, world.tcont, world.gem, world.service, world.history, world.extend):
         assert table.column(table.status) == {}
-    assert counters_shown(world) == ({}, {})
+    assert reserved(world.chassis) == ({}, {})
     world.chassis.wait_record(since=since, kind="request", type="del-if", port="gpon-onu1/1:7")
 
 
@@ -460,17 +460,6 @@ def counters_of_rows(world):
     return {port: tuple(held) for port, held in ports.items() if any(held)}, cards
 
 
-def counters_shown(world):
-    ports, cards = {}, {}
-    for line in world.chassis.vty("show gpon resources").splitlines()[2:]:
-        words = line.split()
-        if words[1] == "all":
-            cards[int(words[0])] = int(words[2])
-        else:
-            ports[int(words[0]), int(words[1])] = (int(words[2]), int(words[3]), int(words[5]))
-    return ports, cards
-
-
 @pytest.mark.parametrize("seed", [1, 2])
 def test_after_thousands_of_requests_tables_cards_and_counters_agree(world, seed):
     seed = int(os.environ.get("GPON_STORM_SEED", seed))
@@ -481,7 +470,7 @@ def test_after_thousands_of_requests_tables_cards_and_counters_agree(world, seed
         world.chassis.simctl("clear-card-faults", slot)
     assert storm.accepted > 200 and storm.refused > 400, storm.tally
     agree(world)
-    assert counters_shown(world) == counters_of_rows(world)
+    assert reserved(world.chassis) == counters_of_rows(world)
     serials, onus = world.onu.column(5), in_service(world.onu)
     on_ports = [(index[:3], serials[index].lower()) for index in onus if serials[index]]
     assert len(on_ports) == len(set(on_ports))
@@ -494,4 +483,4 @@ def test_after_thousands_of_requests_tables_cards_and_counters_agree(world, seed
     for slot in SLOTS:
         for name in ("ONU", "TCONT", "GEMPORT", "SERVPORT"):
             assert world.objects(slot, name) == []
-    assert counters_shown(world) == ({}, {})
+    assert reserved(world.chassis) == ({}, {})

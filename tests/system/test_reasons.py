@@ -5,18 +5,8 @@ import re
 
 import pytest
 
-SHELF = """
-env PDT_INFO_SHELF_TYPE 53
-env PDT_INFO_CARD_SLOTID 8
-env mate_slot 9
-env active 1
-product-facts
-card-board 8
-card 8 add
-card 1 add
-card 2 add
-mono-ready 1
-"""
+from shelf import start_shelf
+
 PORTS = ("gpon-olt1/1", "gpon-olt1/2", "gpon-olt2/1")
 TIME = r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d"
 ALARM_WAIT = 60.0  # an alarm stands three seconds after its raise, on a busy machine later
@@ -25,15 +15,7 @@ ALARM_WAIT = 60.0  # an alarm stands three seconds after its raise, on a busy ma
 class World:
     def __init__(self, chassis):
         self.chassis = chassis
-        chassis.start(SHELF)
-        chassis.start_daemon()
-        chassis.wait_record(kind="request", type="cfg-app-sync-prio", cfg_prio=480)
-        for slot in (1, 2):
-            chassis.event("slot-add", slot_id=slot, card_type=27)
-            chassis.event("slot-active", slot_id=slot, card_type=27)
-        for port in PORTS:
-            chassis.event("new-if", ifindex=port, flags="up+running")
-        chassis.wait_for(lambda: chassis.vty(f"show interface {PORTS[-1]} onu status").result == 0, what="the ports")
+        start_shelf(chassis, *PORTS)
 
     def onu(self, *words):
         self.chassis.simctl("onu", *words)

@@ -4,28 +4,14 @@ import re
 
 import pytest
 
+import guide
 from chassis import QUIET_SCENARIO, REPO
 from test_provision import Chassis as Provisioned
 
-GUIDE = REPO / "docs" / "managers-guide.md"
+CHAPTER = "Provisioning an ONU"
 SERIAL = "ABCD00000007"
 #: The environment of a manager without MIB modules and settings of its own.
 BARE = {"MIBS": "", "SNMPCONFPATH": "/tmp/snmpd", "SNMP_PERSISTENT_DIR": "/tmp/snmpd"}
-
-
-def steps():
-    """(heading, commands, what they print) of the chapter, in its order."""
-    chapter = re.search(r"^## Provisioning an ONU\n(.*?)^## ", GUIDE.read_text(), re.S | re.M)[1]
-    found = []
-    heading = ""
-    for title, kind, text in re.findall(r"^### ([^\n]*)$|^```(\w+)\n(.*?)^```$", chapter, re.S | re.M):
-        if title:
-            heading = title
-        elif kind == "sh":
-            found.append([heading, text, ""])
-        else:
-            found[-1][2] += text
-    return found
 
 
 @pytest.fixture
@@ -50,7 +36,7 @@ def run(world, settings, commands):
 
 
 def test_a_step_without_those_before_it_is_refused_as_the_guide_says(world):
-    (_, settings, _), *rest = steps()
+    (_, settings, _), *rest = guide.steps(CHAPTER)
     below_an_onu = [text for _, text, _ in rest if ".1.1.1.7.1 i 4" in text]
     assert len(below_an_onu) == 5
     for commands in reversed(below_an_onu):
@@ -66,7 +52,7 @@ def assured(world):
 
 
 def test_the_guides_commands_provision_an_onu_and_delete_it(world):
-    (_, settings, _), *rest = steps()
+    (_, settings, _), *rest = guide.steps(CHAPTER)
     assert len(rest) >= 10
     before = ""
     for heading, commands, printed in rest:

@@ -1,6 +1,5 @@
 """A program of tests that hangs on the target is ended, told, and asked again for what it left undone."""
 
-import json
 import pathlib
 import sys
 
