@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <unistd.h>
+#include <utility>
 
 #include "command_tree.h"
 #include "config_image.h"
@@ -70,6 +71,17 @@ Exit tell_changes(const std::string& file, const ConfigImage::Changes& changes) 
     return changes.lines.empty() ? EXIT_OK : EXIT_REFUSED;
 }
 
+/// Throws Interrupted where Ctrl-C came first, VtyClientError.
+VtyReply next_answer(VtyClient& daemon, SignalWatch& interrupt) {
+    auto reply = wait_for_answer(daemon, interrupt, [](unsigned seconds) {
+        if (seconds == 1 && isatty(STDERR_FILENO))
+            fputs("(no answer from the daemon yet; Ctrl-C ends)\n", stderr);
+    });
+    if (!reply)
+        throw Interrupted{};
+    return *std::move(reply);
+}
+
 Exit run_stream(const Options& options, std::istream& lines) {
     const std::string file = options.file == "-" ? "standard input" : options.file;
     SignalWatch interrupt{SIGINT};
@@ -80,15 +92,7 @@ Exit run_stream(const Options& options, std::istream& lines) {
     ShellMode mode(understand);
     VtyClient daemon(options.socket);
     daemon.ask_reasons();
-    const auto receive = [&] {
-        auto reply = wait_for_answer(daemon, interrupt, [](unsigned seconds) {
-            if (seconds == 1 && isatty(STDERR_FILENO))
-                fputs("(no answer from the daemon yet; Ctrl-C ends)\n", stderr);
-        });
-        if (!reply)
-            throw Interrupted{};
-        return *reply;
-    };
+    const auto receive = [&] { return next_answer(daemon, interrupt); };
     const auto send = [&](const std::string& line) { daemon.send(line); };
 
     const auto save = [&] {

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
+#include <stdexcept>
 
 #include "mib_module.h"
 
@@ -46,6 +47,12 @@ void say_difference(const fs::path& file, const std::string& is, const std::stri
     std::cerr << file.filename().string() << ": has more lines than it should\n";
 }
 
+void write(const fs::path& file, const std::string& text) {
+    std::ofstream out(file);
+    if (!(out << text).flush())
+        throw std::runtime_error("can't write " + file.string());
+}
+
 bool same(const fs::path& file, const std::string& should) {
     const std::string is = content(file);
     if (is != should)
@@ -74,7 +81,7 @@ bool run(bool check, const fs::path& texts, const fs::path& mibs) {
         if (check)
             good = same(file, text) && good;
         else
-            std::ofstream(file) << text;
+            write(file, text);
     }
     return (!check || no_stray_files(tree, mibs)) && good;
 }

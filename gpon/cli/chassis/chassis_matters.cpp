@@ -23,6 +23,11 @@ std::string text_of(uint64_t number) {
     return std::to_string(number);
 }
 
+std::string port_name(const ChassisCount::Place& place) {
+    std::string name = "gpon-olt" + std::to_string(place.first);
+    return name.append("/").append(std::to_string(place.second));
+}
+
 bool has_card(uint32_t slot) {
     return ov_slot_lookup_by_slotid(slot) != nullptr && slot_vty_state_text(slot) != "-";
 }
@@ -55,8 +60,7 @@ void add_dark_ports(Matters& matters, const ChassisCount& count) {
             ++more;
             continue;
         }
-        const std::string name =
-            "gpon-olt" + std::to_string(place.first) + "/" + std::to_string(place.second);
+        const std::string name = port_name(place);
         matters.push_back(name + ": none of its " + text_of(port.all()) +
                           " ONUs is operational (show interface " + name + " onu reason)");
     }

@@ -38,7 +38,7 @@ std::string tenths(uint64_t value, uint64_t unit) {
 }
 
 std::string mebibytes(uint64_t bytes) {
-    return tenths(bytes, 1024 * 1024) + " MB";
+    return tenths(bytes, uint64_t{1024} * 1024) + " MB";
 }
 
 std::string seconds(uint32_t ms) {

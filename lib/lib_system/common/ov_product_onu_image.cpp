@@ -94,8 +94,9 @@ bool ov_product_onu_image_has_room(const char* version) {
     struct stat file {};
     struct stat there {};
     struct statvfs system {};
-    if (stat(path_of(version).c_str(), &file) != 0 || statvfs(CARDS_DIR, &system) != 0)
-        return true;
+    if (!ov_command_word_ok(version) || stat(path_of(version).c_str(), &file) != 0 ||
+        statvfs(CARDS_DIR, &system) != 0)
+        return false;
     const off_t given_back = stat(copy_of(version).c_str(), &there) == 0 ? there.st_size : 0;
     const uint64_t room = uint64_t{system.f_bavail} * system.f_frsize + static_cast<uint64_t>(given_back);
     return room >= static_cast<uint64_t>(file.st_size);

@@ -10,7 +10,7 @@
 int ov_product_onuupdate_mibdata_convert_to_hal(const char* version);
 // Whether such a copy stands, so that the call above has nothing to do.
 bool ov_product_onu_image_is_copied(const char* version);
-// Whether /tmp has room for the file; true also for one that isn't there.
+// Whether the file is there and /tmp has room for it, so that its copy can be expected to succeed.
 bool ov_product_onu_image_has_room(const char* version);
 // Whether a file of such a name is in the directory.
 bool ov_product_onu_image_exists(const char* version);

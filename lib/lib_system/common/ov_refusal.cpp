@@ -29,6 +29,7 @@ void keep_printable(char* text) {
 }
 
 __attribute__((format(printf, 2, 0))) void put(std::span<char> to, const char* fmt, va_list args) {
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the callers have started it
     if (vsnprintf(to.data(), to.size(), fmt, args) < 0)
         to[0] = '\0';
     keep_printable(to.data());

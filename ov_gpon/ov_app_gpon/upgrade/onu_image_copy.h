@@ -24,7 +24,10 @@ public:
     // Waits so long at most; whether it is over.
     bool wait(std::chrono::milliseconds limit);
     void wait();
-    bool is_over() { return wait(std::chrono::milliseconds(0)); }
+    bool is_over() {
+        const std::lock_guard lock(mutex_);
+        return is_over_;
+    }
     // When it is over: 0, or OV_GPON_RET_NO_RESOURCE.
     int result() const { return result_; }
 

@@ -35,9 +35,10 @@ int OnuUpdateAction::result() const {
 
 // ---- a start ----------------------------------------------------------------------------------------------
 
-// Written when its file is ready for the card, which isn't waited for.
+// Written when its file is ready for the card, which isn't waited for, and behind an earlier start of its
+// port whose file isn't.
 void OnuUpdateAction::go_on_with_copy() {
-    if (!copy_->is_over())
+    if (!copy_->is_over() || ov_app_gpon_pon_onu_update_is_late(row_))
         return;
     if (copy_->result() == OV_GPON_RET_OK) {
         write();
@@ -84,8 +85,6 @@ void OnuUpdateAction::take(int result) {
         end(ov_app_gpon_pon_onu_update_edit_no_callback(&row_, &columns_));
         return;
     }
-    if (OvRefusal* const door = OvRefusal::current())
-        reason_ = door->notes().reason.data();
     OV_LOG_ERROR("MMG", "set onu update action to hal error");
     OV_LOG_ERROR("MMG", "mib set error for pon_onu_update table");
     end(OV_GPON_RET_BAD_PARAM);
@@ -95,7 +94,11 @@ void OnuUpdateAction::write() {
     end(ov_app_gpon_pon_onu_update_edit(&row_, &columns_));
 }
 
+// What was stated at this door is told at that of whoever waits.
 void OnuUpdateAction::end(int result) {
+    OvRefusal* const door = OvRefusal::current();
+    if (result != OV_GPON_RET_OK && reason_.empty() && door != nullptr)
+        reason_ = door->notes().reason.data();
     result_ = result;
     is_over_ = true;
 }

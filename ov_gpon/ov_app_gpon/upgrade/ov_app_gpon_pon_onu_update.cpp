@@ -43,7 +43,7 @@ std::optional<int> only_actions(RowChange<Row>& change) {
 // ---- the file of a start ----------------------------------------------------------------------------------
 
 // Whoever writes a start is told when its file can't be copied, and the loop has others to serve: a copy that
-// takes longer than this is waited for only if it is going to fail, for want of room.
+// takes longer than this is waited for only if it is going to fail, for want of the file or of room.
 constexpr std::chrono::milliseconds COPY_PATIENCE{40};
 constexpr long LOOK_MSEC = 20;
 

@@ -1,6 +1,4 @@
 // The rows of ports: what an action tells the card, and the file that it takes.
-#include "hal_slot.h"
-#include "onu_update_action.h"
 #include "ov_app_gpon_port.h"
 #include "ov_product_onu_image.h"
 #include "upgrade_chassis.h"
@@ -13,13 +11,6 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 namespace {
-
-std::string text_of(const char* field, size_t size) {
-    return {field, strnlen(field, size)};
-}
-std::string named_in(const UpdateRecord& record) {
-    return text_of(record.versionName, sizeof record.versionName);
-}
 
 // ---- the rows' life ---------------------------------------------------------------------------------------
 
@@ -67,6 +58,7 @@ TEST(OnuUpdateActions, AStartNamesTheFileAndDoesNotWait) {
         put_image("onu-2.bin", "two");
         chassis.card_answers(UPDATE_MESSAGE, 1009); // nobody waits to hear it
         EXPECT_EQ(act(SONUUPDATEACTION_START, "onu-2.bin", {1, 9, 128}), OV_GPON_RET_OK);
+        ASSERT_TRUE(file_is_there());
         const auto told = chassis.messages(1);
         ASSERT_THAT(told, SizeIs(1));
         EXPECT_EQ(told[0].type, UPDATE_MESSAGE);
@@ -133,6 +125,7 @@ TEST(OnuUpdateActions, ANameOf64CharactersGoesOutWhole) {
         const std::string name(64, 'n');
         put_image(name);
         EXPECT_EQ(act(SONUUPDATEACTION_START, name.c_str()), OV_GPON_RET_OK);
+        ASSERT_TRUE(file_is_there());
         EXPECT_EQ(named_in(chassis.messages(1)[0].record<UpdateRecord>()), name);
     });
 }
@@ -182,197 +175,6 @@ TEST(OnuUpdateActions, TheRecordOfARowIsWholeAndSaysWhetherTheFileIsThere) {
         EXPECT_THAT(record.onuMask, Each(0));
         put_image("one");
         EXPECT_EQ(sonuupdate_mib_data_convert_to_hal(&row, &record), OV_GPON_RET_OK);
-    });
-}
-
-// ---- files that take their time ---------------------------------------------------------------------------
-
-// A "cp" in front of the system's that waits for /tmp/go, and notes that it ran.
-void put_slow_copy() {
-    std::filesystem::create_directories("/tmp/bin");
-    ASSERT_TRUE(private_root::write_file("/tmp/bin/cp", "#!/bin/sh\n"
-                                                        "echo begun >>/tmp/copies\n"
-                                                        "until [ -e /tmp/go ]; do sleep 0.01; done\n"
-                                                        "exec /bin/cp \"$@\"\n"));
-    std::filesystem::permissions("/tmp/bin/cp", std::filesystem::perms::all);
-    setenv("PATH", (std::string("/tmp/bin:") + getenv("PATH")).c_str(), 1);
-}
-void let_copies_go() {
-    ASSERT_TRUE(private_root::write_file("/tmp/go", ""));
-}
-// Each on a line of its own.
-int copies_begun() {
-    const std::string lines = private_root::read_file("/tmp/copies");
-    return static_cast<int>(std::count(lines.begin(), lines.end(), '\n'));
-}
-
-TEST(OnuImageCopies, AStartWhoseFileTakesLongGoesOutBehindTheCopy) {
-    with_onu([](AppChassis& chassis) {
-        put_slow_copy();
-        put_image("big.bin", "big");
-        EXPECT_EQ(act(SONUUPDATEACTION_START, "big.bin"), OV_GPON_RET_OK);
-        EXPECT_TRUE(ov_app_gpon_pon_onu_update_is_late(UPDATE));
-        EXPECT_EQ(find_row(UPDATE)->sOnuUpdateAction, SONUUPDATEACTION_START);
-        EXPECT_THAT(chassis.messages(), IsEmpty());
-        let_copies_go();
-        ASSERT_TRUE(loop_until([] { return !ov_app_gpon_pon_onu_update_is_late(UPDATE); }));
-        const auto told = chassis.messages(1);
-        ASSERT_THAT(told, SizeIs(1));
-        EXPECT_FALSE(told[0].wants_reply);
-        EXPECT_EQ(named_in(told[0].record<UpdateRecord>()), "big.bin");
-        EXPECT_EQ(told[0].record<UpdateRecord>().onuMask[0], 1 << 6);
-        EXPECT_EQ(private_root::read_file("/tmp/big.bin"), "big");
-    });
-}
-
-TEST(OnuImageCopies, WhatFollowsALateStartOnItsPortFollowsItOnTheWay) {
-    with_onu([](AppChassis& chassis) {
-        put_slow_copy();
-        put_image("big.bin", "big");
-        EXPECT_EQ(act(SONUUPDATEACTION_START, "big.bin"), OV_GPON_RET_OK);
-        EXPECT_TRUE(ov_app_gpon_pon_onu_update_is_late(UPDATE));
-        let_copies_go();
-        EXPECT_EQ(act(SONUUPDATEACTION_ABORT), OV_GPON_RET_OK);
-        const auto told = chassis.messages(2);
-        ASSERT_THAT(told, SizeIs(2));
-        EXPECT_EQ(told[0].record<UpdateRecord>().updAct, SONUUPDATEACTION_START);
-        EXPECT_EQ(told[1].record<UpdateRecord>().updAct, SONUUPDATEACTION_ABORT);
-    });
-}
-
-TEST(OnuImageCopies, ALateCopyThatFailsTellsNobody) {
-    with_onu([](AppChassis& chassis) {
-        put_slow_copy();
-        put_image("big.bin", "big");
-        EXPECT_EQ(act(SONUUPDATEACTION_START, "big.bin"), OV_GPON_RET_OK);
-        std::filesystem::remove(std::string(DIRECTORY) + "/big.bin");
-        let_copies_go();
-        ASSERT_TRUE(loop_until([] { return !ov_app_gpon_pon_onu_update_is_late(UPDATE); }));
-        EXPECT_THAT(chassis.hal.log.lines(), Contains("set onu update action to hal error"));
-        EXPECT_THAT(chassis.messages(), IsEmpty());
-    });
-}
-
-TEST(OnuImageCopies, ACopyThatStandsIsntMadeAgain) {
-    with_onu([](AppChassis& chassis) {
-        put_slow_copy();
-        let_copies_go();
-        const auto start = [] { EXPECT_EQ(act(SONUUPDATEACTION_START, "a.bin"), OV_GPON_RET_OK); };
-        const auto copies = [&](int begun, const char* text) {
-            start();
-            ASSERT_TRUE(loop_until([] { return !ov_app_gpon_pon_onu_update_is_late(UPDATE); }));
-            EXPECT_EQ(copies_begun(), begun);
-            EXPECT_EQ(private_root::read_file("/tmp/a.bin"), text);
-        };
-        put_image("a.bin", "one");
-        copies(1, "one");
-        copies(1, "one");
-        put_image("a.bin", "two"); // as long as the other
-        copies(2, "two");
-        ASSERT_TRUE(private_root::write_file("/tmp/a.bin", "bad"));
-        copies(3, "two");
-        std::filesystem::remove("/tmp/a.bin"); // a card has taken it
-        copies(4, "two");
-        EXPECT_THAT(chassis.messages(5), SizeIs(5));
-    });
-}
-
-// ---- actions in steps -------------------------------------------------------------------------------------
-
-std::shared_ptr<OnuUpdateAction> begin(mib_long action, const char* file = "") {
-    Update row = UPDATE;
-    row.sOnuUpdateOnuMask[0] = 1 << 6;
-    row.sOnuUpdateAction = action;
-    set_text(row.sOnuUpdateVersionName, file);
-    MIB_Flags_t columns = columns_of(update_column::sOnuUpdateOnuMask, update_column::sOnuUpdateAction);
-    if (action == SONUUPDATEACTION_START)
-        mib_flag_set(columns, update_column::sOnuUpdateVersionName);
-    return OnuUpdateAction::begin(row, columns);
-}
-int end_of(const std::shared_ptr<OnuUpdateAction>& action) {
-    EXPECT_TRUE(loop_until([&] { return action->go_on(); }));
-    return action->result();
-}
-
-TEST(OnuUpdateSteps, TellTheCardAsAWriteDoes) {
-    with_onu([](AppChassis& chassis) {
-        EXPECT_EQ(act(SONUUPDATEACTION_COMMIT), OV_GPON_RET_OK);
-        const auto action = begin(SONUUPDATEACTION_COMMIT);
-        EXPECT_EQ(end_of(action), OV_GPON_RET_OK);
-        const auto told = chassis.messages(2);
-        ASSERT_THAT(told, SizeIs(2));
-        EXPECT_EQ(told[0].bytes, told[1].bytes);
-        EXPECT_TRUE(told[1].wants_reply);
-        EXPECT_EQ(told[1].action, told[0].action);
-        EXPECT_EQ(told[1].mask, told[0].mask);
-    });
-}
-
-TEST(OnuUpdateSteps, TheRowIsWrittenWhenTheCardHasAnswered) {
-    with_onu([](AppChassis& /*chassis*/) {
-        auto action = begin(SONUUPDATEACTION_COMMIT);
-        EXPECT_FALSE(action->go_on());
-        EXPECT_EQ(find_row(UPDATE)->sOnuUpdateAction, SONUUPDATEACTION_NONE);
-        action.reset(); // nobody waits any more
-        EXPECT_TRUE(loop_until([] { return find_row(UPDATE)->sOnuUpdateAction == SONUUPDATEACTION_COMMIT; }));
-    });
-}
-
-TEST(OnuUpdateSteps, ARefusalLeavesTheRowAndSaysWhy) {
-    with_onu([](AppChassis& chassis) {
-        chassis.card_answers(UPDATE_MESSAGE, 1009);
-        OvRefusal door("vty");
-        EXPECT_EQ(end_of(begin(SONUUPDATEACTION_COMMIT)), OV_GPON_RET_BAD_PARAM);
-        EXPECT_STREQ(door.notes().reason.data(),
-                     "the card in slot 3 refused with code 1009: its driver failed");
-        EXPECT_THAT(chassis.hal.log.lines(), Contains("set onu update action to hal error"));
-        EXPECT_EQ(find_row(UPDATE)->sOnuUpdateAction, SONUUPDATEACTION_NONE);
-        chassis.card_answers(UPDATE_MESSAGE, OV_GPON_RET_NOT_SUPPORT);
-        EXPECT_EQ(end_of(begin(SONUUPDATEACTION_COMMIT)), OV_GPON_RET_OK);
-        EXPECT_THAT(chassis.hal.log.lines(), Contains("set to which not support"));
-        EXPECT_EQ(find_row(UPDATE)->sOnuUpdateAction, SONUUPDATEACTION_COMMIT);
-    });
-}
-
-TEST(OnuUpdateSteps, ACardThatIsAwayIsToldLater) {
-    with_onu([](AppChassis& chassis) {
-        hal_slot_active_flag_clear("test", 0, SLOT);
-        EXPECT_EQ(end_of(begin(SONUUPDATEACTION_COMMIT)), OV_GPON_RET_OK);
-        EXPECT_EQ(find_row(UPDATE)->sOnuUpdateAction, SONUUPDATEACTION_COMMIT);
-        EXPECT_THAT(chassis.messages(), IsEmpty());
-    });
-}
-
-TEST(OnuUpdateSteps, AStartWaitsForItsFileAndNotForTheCard) {
-    with_onu([](AppChassis& chassis) {
-        put_slow_copy();
-        put_image("big.bin", "big");
-        chassis.card_answers(UPDATE_MESSAGE, 1009);
-        const auto action = begin(SONUUPDATEACTION_START, "big.bin");
-        EXPECT_FALSE(action->go_on());
-        EXPECT_EQ(find_row(UPDATE)->sOnuUpdateAction, SONUUPDATEACTION_NONE);
-        let_copies_go();
-        EXPECT_EQ(end_of(action), OV_GPON_RET_OK);
-        EXPECT_EQ(named_in(chassis.messages(1)[0].record<UpdateRecord>()), "big.bin");
-        EXPECT_EQ(copies_begun(), 1);
-        EXPECT_EQ(end_of(begin(SONUUPDATEACTION_START, "absent.bin")), OV_GPON_RET_BAD_PARAM);
-        EXPECT_THAT(chassis.messages(), SizeIs(1));
-    });
-}
-
-TEST(OnuUpdateSteps, AStepBehindALateStartWaitsForIt) {
-    with_onu([](AppChassis& chassis) {
-        put_slow_copy();
-        put_image("big.bin", "big");
-        EXPECT_EQ(act(SONUUPDATEACTION_START, "big.bin"), OV_GPON_RET_OK);
-        const auto action = begin(SONUUPDATEACTION_ABORT);
-        EXPECT_FALSE(action->go_on());
-        EXPECT_THAT(chassis.messages(), IsEmpty());
-        let_copies_go();
-        EXPECT_EQ(end_of(action), OV_GPON_RET_OK);
-        const auto told = chassis.messages(2);
-        EXPECT_EQ(told[0].record<UpdateRecord>().updAct, SONUUPDATEACTION_START);
-        EXPECT_EQ(told[1].record<UpdateRecord>().updAct, SONUUPDATEACTION_ABORT);
     });
 }
 

@@ -53,6 +53,15 @@ inline int act(mib_long action, const char* file = "", std::initializer_list<int
     return ov_app_gpon_pon_onu_update_edit(&row, &columns);
 }
 
+inline std::string named_in(const UpdateRecord& record) {
+    return {record.versionName, strnlen(record.versionName, sizeof record.versionName)};
+}
+
+// Lets a start whose file isn't copied at once reach its card.
+inline bool file_is_there() {
+    return loop_until([] { return !ov_app_gpon_pon_onu_update_is_late(UPDATE); });
+}
+
 inline void put_status(int onu, const char* file, mib_long state, int port = PORT, int slot = SLOT) {
     Status row = onu_key<Status>(slot, port, onu);
     set_text(row.sOnuUpdStatusVerName, file);
