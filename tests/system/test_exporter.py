@@ -11,7 +11,7 @@ import threading
 import pytest
 from prometheus_client.openmetrics.parser import text_string_to_metric_families
 
-from chassis import REPO, VTY_SOCKET, wait_for
+from chassis import BIN, REPO, VTY_SOCKET, wait_for
 from test_oncall import PORTS, shelf  # noqa: F401
 
 PLACE = REPO / "tools" / "exporter"
@@ -189,3 +189,96 @@ def test_rules_dashboard_and_guide_use_names_that_are_exported():
     # what the daemon's source prints is what the catalogue has, but for what the exporter adds
     source = (REPO / "gpon/cli/chassis/chassis_metrics.cpp").read_text()
     assert set(re.findall(r'"(gpon_[a-z_]+)"', source)) == set(CATALOGUE) - {"gpon_up", "gpon_scrape_duration_seconds"}
+
+
+# ---- the page ------------------------------------------------------------------------------------------------------------------
+
+PAGE = (REPO / "docs/metrics.md").read_text()
+
+
+def documented():
+    """{name: labels} and {word in the column "Is"} of the page's table, by name."""
+    labels, words = {}, {}
+    for names, told, text in re.findall(r"^\| (`gpon_[^|]*) \| ([^|]*?) ?\| (.*) \|$", PAGE, re.M):
+        for name in re.findall(r"`(gpon_\w+)`", names):
+            labels[name] = re.findall(r"`(\w+)`", told)
+            words[name] = set(re.findall(r"`(\w+)`", text))
+    return labels, words
+
+
+UPLINK = "xe8/1"
+
+
+def test_each_figure_is_as_the_page_lists_it(shelf, exporter):  # noqa: F811
+    """Every name with its labels, in both ways, on a chassis where nothing that could be told is absent."""
+    shelf.vty("configure terminal", f"interface {PORTS[0]}", "pm protocol enable", "pm data enable", "onu 1 type KLM-618 sn ABCD00000001")
+    shelf.vty("configure terminal", "interface gpon-onu1/1:1", "pm enable")
+    shelf.event("new-if", ifindex=UPLINK, flags="up+running")
+    shelf.wait_for(lambda: UPLINK in shelf.vty("show names interface"), 20, "the uplink")
+    shelf.vty("configure terminal", f"interface {UPLINK}", "pm enable")
+    assert shelf.vty("configure terminal", "gpon", "no profile onutype nope").result == 1
+    shelf.write("/flash/gpon.conf", "gpon\n")
+    for prio in (300, 410, 480):
+        shelf.event("cfg-slot-sync-start", appid=30047, slotid=1, cfg_prio=prio, appName="gpon")
+    shelf.event("snmp-mib-table-save", sequence=1, tablename="sPonTable")
+    labels, words = documented()
+    assert set(labels) == set(CATALOGUE)
+    late = {"gpon_restore_ended_timestamp_seconds", "gpon_restore_duration_seconds"}  # a restore takes sixteen seconds
+    passes = {name for name in labels if name.startswith("gpon_counter_pass")}  # on the quarter hour
+    seen = {}
+
+    def told():
+        for name, found in exporter.scrape():
+            seen.setdefault(name, set()).add(found)
+        return late <= set(seen)
+
+    wait_for(told, 90, "the end of the restore", 0.5)
+    assert set(labels) - passes - set(seen) == set()
+    for name, samples in seen.items():
+        for found in samples:
+            assert {label for label, _ in found} == set(labels[name]), name
+    for name, label in (("gpon_onus", "state"), ("gpon_table_saves_total", "result")):
+        assert {dict(found)[label] for found in seen[name]} == words[name] - {"show"}, name
+
+
+def commands():
+    """The lines of the page's first block, without their remarks."""
+    block = re.search(r"((?:^    \S.*\n)+)", PAGE, re.M)[1]
+    return [re.sub(r" +#.*", "", line.strip()) for line in block.splitlines()]
+
+
+def fetch(chassis, what):
+    script = ("import http.client,socket,sys\nc=http.client.HTTPConnection('127.0.0.1',9747)\n"
+              "p=sys.argv[1]\nif p!='tcp':\n c.sock=socket.socket(socket.AF_UNIX); c.sock.connect(p)\n"
+              "c.request('GET','/metrics'); print(c.getresponse().read().decode())")  # fmt: skip
+    return chassis.run("/usr/bin/python3", "-c", script, what).stdout
+
+
+def test_the_commands_of_the_page_do_what_it_says(chassis):
+    chassis.start()
+    chassis.start_daemon()
+    assert [command.split()[0] for command in commands()] == ["gpon-exporter"] * 3 + ["./run"]
+    path = {"PATH": f"{PLACE}:{BIN}:/usr/bin:/bin"}
+    for number, (command, place) in enumerate(zip(commands(), ("tcp", "/run/gpon-exporter.sock"))):
+        chassis.spawn(f"exporter{number}", "sh", "-c", f"exec {command}", env=path)
+        chassis.wait_for(lambda: "listens on" in chassis.output(f"exporter{number}"), 30, command)  # noqa: B023
+        assert "gpon_up 1\n" in fetch(chassis, place) and place.replace("tcp", "http://127.0.0.1:9747/metrics") in chassis.output(f"exporter{number}")
+    once = chassis.run("env", f"PATH={path['PATH']}", "sh", "-c", commands()[2])
+    assert once.returncode == 0 and "gpon_up 1\n" in once.stdout and once.stdout.endswith("# EOF\n")
+    within = re.fullmatch(r'\./run --exec "\$PWD/(\S+)" --once', commands()[3])
+    assert REPO / within[1] == EXPORTER  # what ./run --exec does, test_run.py plays
+
+
+def test_options_and_samples_of_the_page_are_those_of_the_program():
+    usage = subprocess.run([sys.executable, EXPORTER, "--help"], capture_output=True, text=True, timeout=30).stdout
+    usage = re.sub(r"\s+", " ", usage)
+    assert set(re.findall(r"^\| `(--[a-z]+)", PAGE, re.M)) == set(re.findall(r"(--[a-z]+)", usage)) - {"--help"}
+    address = re.search(r'targets: \["([^"]+)"\]', PAGE)[1]
+    assert f"default {address}" in usage and "for one scrape (default 10)" in usage and "for one scrape, 10;" in PAGE
+    scrape_timeout = int(re.search(r"scrape_timeout: (\d+)s", PAGE)[1])
+    assert 10 < scrape_timeout < int(re.search(r"scrape_interval: (\d+)s", PAGE)[1])  # "below the scraper's own"
+    rules = re.search(r"rule_files:\n +- /usr/share/gpon/(\S+)", PAGE)[1]
+    assert rules == "exporter/rules.yml" and (PLACE / "rules.yml").exists()
+    shows = set(re.findall(r"`(show [a-z ]+?)(?: \.\.\.)?`", PAGE))
+    syntaxes = " ".join(path.read_text() for path in [*REPO.glob("gpon/commands/*.def"), *REPO.glob("lib/lib_kavo/*.def")])
+    assert len(shows) > 6 and [show for show in sorted(shows) if f'"{show}"' not in syntaxes] == []

@@ -10,8 +10,13 @@ from chassis import BUILD, program
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 DEBIAN = ROOT / "debian"
-PROGRAMS = {"/usr/sbin/gpon": "gpon", "/usr/bin/chassis-sim": "chassis-sim"}
-UNITS = ["gpon.service", "gpon-sim.chassis-sim.service"]
+UNITS = ["gpon.service", "gpon-sim.chassis-sim.service", "gpon-tools.gpon-exporter.service"]
+
+
+def built():
+    """{installed program of a unit: that of this build}"""
+    exporter = ROOT / "tools/exporter/gpon-exporter"
+    return {"/usr/sbin/gpon": program("gpon"), "/usr/bin/chassis-sim": program("chassis-sim"), "/usr/bin/gpon-exporter": exporter}
 
 
 def run(*argv, **more):
@@ -22,9 +27,9 @@ def run(*argv, **more):
 def unit(request, tmp_path):
     """The unit with the programs of this build in place of the installed ones."""
     text = (DEBIAN / request.param).read_text()
-    for installed, name in PROGRAMS.items():
-        text = text.replace(f"={installed}", f"={program(name)}")
-    path = tmp_path / re.sub(r"^gpon-sim\.", "", request.param)
+    for installed, name in built().items():
+        text = re.sub(rf"={installed}(?=\s)", f"={name}", text)
+    path = tmp_path / re.sub(r"^gpon-(?:sim|tools)\.", "", request.param)
     path.write_text(text)
     return path
 
@@ -45,7 +50,8 @@ def test_unit_shuts_off_what_it_can(unit):
     """20 of 100 are left: the network, and what the platform shares."""
     made = run("systemd-analyze", "security", "--offline=yes", "--threshold=25", unit)
     assert made.returncode == 0, made.stdout
-    for wanted in ("User", "NoNewPrivileges", "ProtectSystem", "SystemCallFilter"):
+    assert re.search(r"^(?:User=gpon|DynamicUser=yes)$", unit.read_text(), re.M)
+    for wanted in ("NoNewPrivileges", "ProtectSystem", "SystemCallFilter"):
         assert re.search(rf"^{wanted}=", unit.read_text(), re.M)
 
 
@@ -116,6 +122,23 @@ def test_installed_programs_start(installed):
 
 
 # ---- guides ------------------------------------------------------------------------------------------
+
+
+def test_every_page_can_be_reached_from_the_readme():
+    """By links, or by names in the README's table; examples from the guides."""
+    found, todo = set(), [ROOT / "README.md"]
+    while todo:
+        page = todo.pop()
+        if page in found:
+            continue
+        found.add(page)
+        text = page.read_text()
+        targets = {page.parent / target for target in re.findall(r"\]\(([^)#:]+\.md)", text)}
+        targets |= {each for name in re.findall(r"`((?:docs|gpon|bench)/[\w./*-]+\.md)`", text) for each in ROOT.glob(name)}
+        todo += [target.resolve() for target in targets]
+    assert {path for path in (ROOT / "docs").glob("*.md")} <= found
+    told = "".join(page.read_text() for page in found)
+    assert [path.name for path in (ROOT / "docs/examples").iterdir() if path.name not in told] == []
 
 
 def test_index_lists_every_guide():

@@ -1,5 +1,6 @@
 """gpon-support: what is in the archive, what must not be in it, and what stands in its way."""
 
+import os
 import pathlib
 import re
 import signal
@@ -41,7 +42,10 @@ class Support:
         """{member without the archive's directory: bytes} of a bundle that is made; MANIFEST is one of them."""
         done = self(*args)
         assert done.returncode == 0, done.stderr
-        (path,) = done.stdout.split()
+        return self.read(*done.stdout.split())
+
+    def read(self, path):
+        """{member: bytes} of a bundle that is there."""
         name = pathlib.PurePosixPath(path).name.removesuffix(".tar.gz")
         with tarfile.open(self.chassis.path(path)) as archive:
             files = [member for member in archive.getmembers() if member.isfile()]
@@ -119,6 +123,9 @@ def test_a_bundle_has_what_helps_and_no_password(chassis, support):
     assert "6.1" in text["versions/gpon.txt"] and "libfrr" in text["versions/libraries.txt"]
     assert "vtysh_read" in text["figures/loop.txt"] and "1/1:1" in text["figures/onu-status.txt"]
     assert "heap" in text["figures/memory.txt"].lower() and "VmRSS" in text["process/status.txt"]
+    assert re.search(r"^ +1 +.*\d", text["figures/health.txt"], re.M) and "sPonTable" in text["figures/table-memory.txt"]
+    assert re.search(r"^ +\d+ +\d+  [A-Z] \([a-z ]+\) +\d+ +\d+  chassis-sim$", text["system/processes.txt"], re.M)
+    assert "--scenario" not in text["system/processes.txt"]
     assert text["system/kernel.txt"].startswith("Linux")
     listed = set(re.findall(r"^ +\d+  (\S+)  ", text["MANIFEST"], re.M))
     assert listed == set(members) - {"MANIFEST"}
@@ -191,6 +198,24 @@ def test_each_secret_word_of_each_command_is_blanked(chassis, support):
     assert members["config/saved.conf"].decode().splitlines()[0] == lines[0].replace("PLANTED", "***")
 
 
+def test_what_unknown_onus_register_with_is_blanked(chassis, support):
+    """No table's file and no command has it: only the list of those that wait."""
+    start_home(chassis)
+    chassis.simctl("onu", "add", "WAIT00000001", "port=gpon-olt1/2", "pw=unknown-pw", "loid=unknown-loid", "loid-pw=unkn-lpw", "model=HG-77")
+    chassis.simctl("onu", "add", "WAIT00000002", "port=gpon-olt1/2", "pw=q9")  # too short to be known by its value
+    chassis.wait_for(lambda: "WAIT00000002" in chassis.vty("show onu unconfig"), 20, "the ONUs that wait")
+    shown = str(chassis.vty("show onu unconfig"))
+    assert "pw:unknown-pw loid:unknown-loid loid-pw:unkn-lpw model:HG-77" in shown and "pw:q9" in shown
+    with chassis.path(LOG).open("a") as log:
+        log.write("somebody printed unknown-loid\n")
+    members = support.members()
+    for secret in ("unknown-pw", "unknown-loid", "unkn-lpw", "planted"):
+        assert holding(members, secret) == [], secret
+    assert not [name for name in holding(members, "q9") if name.startswith("figures/")]
+    assert "pw:*** loid:*** loid-pw:*** model:HG-77" in members["figures/onu-unconfig.txt"].decode()
+    assert re.search(r"1/1:9 .* loid:\*\*\* pw:\*\*\* +", members["figures/onu-status.txt"].decode())
+
+
 # ---- what stands in its way -----------------------------------------------------------------------------------------------
 
 
@@ -206,11 +231,68 @@ def test_without_a_daemon_it_takes_what_is_there(chassis, support):
     assert "crash/core: not a text" in text
     assert "config/saved.conf: /flash/gpon.conf: No such file" in text
     assert "libfrr" in members["versions/libraries.txt"].decode()
+    assert "6.1" in members["versions/program.txt"].decode()
+
+
+def test_a_device_has_busybox_and_nothing_else(chassis, support):
+    """Each of its programs is called with words that BusyBox's knows, and what it hasn't is left out."""
+    start_home(chassis)
+    made = chassis.run("sh", "-c", "mkdir /tmp/bb && /usr/bin/busybox --install -s /tmp/bb && ls /tmp/bb")
+    assert {"tar", "gzip", "df", "dmesg", "uname"} <= set(made.stdout.split()), made.stderr
+    done = chassis.run("env", "-i", "PATH=/tmp/bb", program("gpon-support"), timeout=120)
+    assert done.returncode == 0, done.stderr
+    texts = {name: octets.decode() for name, octets in support.read(done.stdout.strip()).items()}
+    for wanted in ("MANIFEST", "config/running.conf", "figures/loop.txt", "log/last-hour.log", "process/status.txt",
+                   "system/processes.txt", "system/disks.txt", "system/kernel.txt", "versions/program.txt", "versions/libraries.txt"):  # fmt: skip
+        assert wanted in texts, wanted
+    assert "Filesystem" in texts["system/disks.txt"] and "chassis-sim" in texts["system/processes.txt"]
+    for name, text in texts.items():
+        assert (text or name.startswith(("tables/", "config/"))) and "BusyBox v" not in text and "invalid option" not in text, name  # no help for a wrong word
+    assert not re.search(r"^(?:system/(?!kernel-log)|versions/|process/).*(?:ended with status|can't be started)", texts["MANIFEST"], re.M), texts["MANIFEST"]
+
+
+def test_a_link_among_crash_reports_leads_nowhere(chassis, support):
+    """They belong to the daemon's user, and root packs them."""
+    chassis.write("/flash/private", "root's own text\n")
+    chassis.write("/app/crash/crash01.log", "Signal 6\n")
+    assert chassis.run("sh", "-c", "ln -s /flash/private /app/crash/crash00.log && mkdir -p /var/run/product/mibdata && "
+                       "ln -s /flash/private /var/run/product/mibdata/sPonTable.mib").returncode == 0  # fmt: skip
+    members = support.members()
+    assert "crash/crash01.log" in members and holding(members, "root's own text") == []
+
+
+def test_crash_reports_are_the_latest_ones_and_their_ends(chassis, support):
+    for number in range(22):
+        chassis.write(f"/app/crash/crash{number:02}.log", f"report {number}\n")
+        os.utime(chassis.path(f"/app/crash/crash{number:02}.log"), (1700000000 + number, 1700000000 + number))
+    chassis.write("/app/crash/crash21.log", "x\n" * 600000 + "its end\n")
+    members = support.members()
+    assert {name for name in members if name.startswith("crash/")} == {f"crash/crash{number:02}.log" for number in range(2, 22)}
+    assert members["crash/crash21.log"].endswith(b"its end\n") and len(members["crash/crash21.log"]) <= 1 << 20
+    assert "crash/crash01.log: older than the latest 20" in manifest_of(members)
+
+
+def test_nobody_else_can_reach_the_archive_while_it_is_made(chassis, support):
+    """What stands in /tmp by a name that can be seen could be somebody else's file."""
+    chassis.write("/app/bin/tar", '#!/bin/sh\nstat -c "%n %a" "$(dirname "$2")" >/app/seen; ls -A /tmp >>/app/seen; exec /usr/bin/tar "$@"\n')
+    chassis.path("/app/bin/tar").chmod(0o755)
+    done = chassis.run("env", "PATH=/app/bin:/usr/bin:/bin", program("gpon-support"), timeout=120)
+    assert done.returncode == 0, done.stderr
+    directory, *others = chassis.read("/app/seen").splitlines()
+    assert re.fullmatch(r"/tmp/\.gpon-support-\S+ 700", directory)
+    assert [name for name in others if "gpon-support" in name] == [directory.split()[0].removeprefix("/tmp/")]
+    assert chassis.path(done.stdout.strip()).stat().st_mode & 0o777 == 0o600
+
+
+def test_a_place_with_a_colon_is_a_place(chassis, support):
+    done = chassis.run("sh", "-c", f"mkdir /tmp/a:b && cd /tmp && {program('gpon-support')} --output a:b && ls a:b", timeout=120)
+    assert done.returncode == 0 and done.stdout.split()[0] == "a:b/" + done.stdout.split()[1], done.stderr
 
 
 def test_a_daemon_that_has_stopped_costs_one_wait(chassis, support):
     chassis.start()
     chassis.start_daemon()
+    chassis.wait_log("Gpon 6.1 starting", 30)
     chassis.signal_daemon(signal.SIGSTOP)
     members = support.members("--wait", "1")
     chassis.signal_daemon(signal.SIGCONT)
@@ -274,3 +356,55 @@ def test_who_ends_it_finds_nothing_left(chassis, support):
     chassis.signal_daemon(signal.SIGCONT)
     assert "gpon-support: no archive: ended" in chassis.output("support")
     assert "gpon-support" not in chassis.run("ls", "-A", "/tmp").stdout
+
+
+# ---- the page ---------------------------------------------------------------------------------------------------------------
+
+PAGE = (REPO / "docs/support.md").read_text()
+
+
+def part(heading):
+    return re.search(rf"^## {re.escape(heading)}\n(.*?)(?=^## |\Z)", PAGE, re.M | re.S)[1]
+
+
+def unwrapped(text):
+    return re.sub(r"\s+", " ", text)
+
+
+def test_the_commands_of_the_page_do_what_it_says(chassis, support):
+    start_home(chassis)
+    assert chassis.run("mount", "-t", "tmpfs", "none", "/mnt").returncode == 0  # the sandbox's own
+    lines = [re.sub(r" +#.*", "", line) for block in re.findall(r"^```\n(.*?)^```", PAGE, re.M | re.S) for line in block.splitlines()]
+    assert len(lines) == 2
+    for line, place in zip(lines, ("/tmp", "/mnt")):
+        done = chassis.run("env", f"PATH={BIN}:/usr/bin:/bin", "sh", "-c", line, timeout=120)
+        assert re.fullmatch(rf"{place}/gpon-support-[^/]+-\d{{8}}-\d{{6}}\.tar\.gz\n", done.stdout), done.stderr
+        unpacked = chassis.run("sh", "-c", f"mkdir {place}/x && tar -xzf {done.stdout.strip()} -C {place}/x && ls {place}/x/*")
+        assert "MANIFEST" in unpacked.stdout.split()
+    members = support.read(done.stdout.strip())
+    manifest = manifest_of(members)
+    table = re.findall(r"^\| `(\w+)/` \| (.*) \|$", part("What is in it"), re.M)
+    assert {folder for folder, _ in table} == {name.split("/")[0] for name in [*members, "crash/"] if "/" in name}
+    for folder, holds in table:
+        for word in re.findall(r"`([^`]+)`", holds):
+            asked = re.search(rf"^ +\d+  {folder}/.*{re.escape(word)}|^{folder}/.*{re.escape(word)}", manifest, re.M)
+            assert asked or (word in ("write terminal",) and f"{folder}/running.conf" in members), (folder, word)
+    told = support("--blanked").stdout
+    assert {line.split(":")[0] for line in told.splitlines()} == set(secret_columns()) and re.fullmatch(r"(\w+:( \d+)+\n)+", told)
+    usage = support("--help").stdout
+    assert "waited for for 20 seconds (`--wait`)" in unwrapped(PAGE) and "each answer of the daemon (20)" in usage
+
+
+def test_the_words_of_the_page_are_those_that_announce_secrets(chassis, support):
+    listed = re.search(r"- the words (.*?);", unwrapped(part("What is not in it")))[1]
+    words = [word for word in re.findall(r"`([^`]+)`", listed) if "://" not in word]
+    source = (REPO / "tools/support/secrets.cpp").read_text()
+    rules = re.findall(r'\{"([a-z-]+)", \d, \d\}', source)
+    assert {word.split()[0] for word in words} == set(rules)
+    labels = re.findall(r'"([a-z-]+:)"', source.split("LABELS[] = {")[1].split("}")[0])
+    listed = re.search(r"- the labels (.*?);", unwrapped(part("What is not in it")))[1]
+    assert {f"{label}" for label in re.findall(r"`([^`]+)`", listed)} == set(labels) - {"model:"}
+    lines = [word.replace("USER", "anna").replace("N", "1") + " q8" for word in words]
+    chassis.write(CONFIG, "".join(line + "\n" for line in [*lines, "acs http://user:q8@host"]))
+    text = support.members()["config/saved.conf"].decode()
+    assert text == "".join(line.removesuffix("q8") + "***\n" for line in lines) + "acs http://***@host\n"

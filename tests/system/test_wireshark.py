@@ -203,6 +203,19 @@ def test_requests_and_replies_find_each_other(tmp_path):
     assert "AlarmTableAlarmSeverity: 4 (critical)" in text
 
 
+def test_the_time_of_a_reply_is_a_time_whatever_the_capture_says(tmp_path):
+    """Captures have nanoseconds, too; and clocks are set back."""
+    asked, refused, *_ = conversation()
+    began = 10**18 + 500000000  # in nanoseconds since 1970
+    for after, shown in ((499999700, "0.500000000"), (999999700, "1.000000000"), (3 * 10**18, "3000000000.000000000"), (-(10**9), "0.000000000")):
+        with (tmp_path / "times.pcap").open("wb") as file:
+            file.write(struct.pack(">IHHiIII", 0xA1B23C4D, 2, 4, 0, 0, 65535, 147))
+            for at, octets in ((began, asked), (began + after, refused)):
+                file.write(struct.pack(">IIII", *divmod(at, 10**9), len(octets), len(octets)) + octets)
+        _, reply = trees(tmp_path / "times.pcap")
+        assert found(reply, "gpon.took") == [shown], after
+
+
 def test_filters_take_what_is_looked_for(tmp_path):
     wire.write_capture(tmp_path / "talk.pcap", conversation())
     for wanted, number in (

@@ -25,21 +25,20 @@ constexpr mode_t OWNER_ONLY = 0600;
 
 } // namespace
 
+// The path is made absolute, since tar takes "a:b" for a file of another machine.
 Bundle::Bundle(std::string directory, std::string name)
     : directory_(std::move(directory)), name_(std::move(name)),
-      staging_(directory_ + "/." + name_ + ".XXXXXX") {
+      staging_(fs::absolute(directory_) / ("." + name_ + ".XXXXXX")) {
     if (!mkdtemp(staging_.data())) {
         const int error = errno;
         staging_.clear();
         fail(directory_, error);
     }
-    unfinished_ = staging_ + ".tar.gz";
 }
 
 Bundle::~Bundle() {
     std::error_code ignored;
     fs::remove_all(staging_, ignored);
-    fs::remove(unfinished_, ignored);
 }
 
 void Bundle::write(const std::string& member, std::string_view content) {
@@ -90,15 +89,17 @@ std::string Bundle::manifest(const std::string& remarks) const {
 
 std::string Bundle::finish(const std::string& remarks) {
     write("MANIFEST", manifest(remarks));
+    // In the directory that is nobody else's: in /tmp others could have made the file before.
+    const std::string unfinished = staging_ + "/archive";
     const auto packed =
-        run_program({"tar", "-czf", unfinished_, "-C", staging_, name_}, ARCHIVE_LIMIT, COMPLAINT);
+        run_program({"tar", "-czf", unfinished, "-C", staging_, name_}, ARCHIVE_LIMIT, COMPLAINT);
     if (end_asked())
         throw NoBundle("ended");
     if (!packed.trouble.empty())
         throw NoBundle(directory_ + ": " + packed.trouble + "\n" + packed.output);
     const std::string path = directory_ + "/" + name_ + ".tar.gz";
-    chmod(unfinished_.c_str(), OWNER_ONLY);
-    if (rename(unfinished_.c_str(), path.c_str()) != 0)
+    chmod(unfinished.c_str(), OWNER_ONLY);
+    if (rename(unfinished.c_str(), path.c_str()) != 0)
         fail(path, errno);
     return path;
 }

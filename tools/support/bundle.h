@@ -1,5 +1,6 @@
-// An archive under way: its members stand in a directory of their own beside the place where it will stand,
-// until it is whole. Nothing of either is left when it doesn't come to that.
+// An archive under way: it and its members stand in a directory of their own beside the place where it will
+// stand, which nobody else can enter, until it is whole. Nothing is left of that when it doesn't come to
+// that.
 #pragma once
 
 #include <stdexcept>
@@ -37,7 +38,6 @@ private:
     std::string directory_;
     std::string name_;
     std::string staging_;
-    std::string unfinished_;
     std::vector<std::string> members_; // their lines of MANIFEST
     std::vector<std::string> left_out_;
 };

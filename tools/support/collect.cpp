@@ -10,6 +10,7 @@
 #include <sstream>
 #include <vector>
 
+#include "process_list.h"
 #include "run_program.h"
 #include "text_files.h"
 
@@ -35,6 +36,11 @@ struct Asked {
 constexpr Asked RUNNING = {"config/running.conf", "write terminal", "the configuration as it is now"};
 constexpr Asked ANSWERS[] = {
     {"versions/gpon.txt", "show version", "version and build of the daemon"},
+    {"figures/health.txt", "show chassis health", "what there is to look at, cards and their replays"},
+    {"figures/saves.txt", "show chassis saves", "when each table was saved, and what failed"},
+    {"figures/table-memory.txt", "show chassis memory", "rows and memory of each table"},
+    {"figures/refused.txt", "show refused", "requests that were refused, and why"},
+    {"figures/refused-last.txt", "show refused last", "the last of them in full"},
     {"figures/loop.txt", "show loop", "what held the event loop, longest first"},
     {"figures/memory.txt", "show memory", "the daemon's memory by what it is for"},
     {"figures/thread-cpu.txt", "show thread cpu", "processor time of each kind of task"},
@@ -89,11 +95,18 @@ std::string platform_value(const char* name) {
     return asked.trouble.empty() ? asked.output.substr(0, asked.output.find_first_of("\r\n")) : "";
 }
 
-// The beginning of a program's path: where this program is, if that one is there, too.
-std::string program_beside(const std::string& name) {
+// Where this program is, if that one is there, too, or in the directory given beside it; else the shell's
+// PATH.
+std::string program_beside(const std::string& name, const char* directory = ".") {
     std::error_code error;
-    const auto path = fs::read_symlink("/proc/self/exe", error).parent_path() / name;
-    return !error && fs::exists(path, error) ? path.string() : name;
+    const auto here = fs::read_symlink("/proc/self/exe", error).parent_path();
+    for (const auto& path : {here / name, here / directory / name})
+        if (fs::exists(path, error))
+            return path.lexically_normal();
+    return name;
+}
+std::string daemon_program() {
+    return program_beside("gpon", "../sbin");
 }
 
 // One run of this program.
@@ -110,6 +123,14 @@ private:
     void add_foreign(const std::string& member, std::string_view text, const std::string& about) {
         bundle_.add(member, secrets_.blank_values(text), about);
     }
+    // A file of the kernel's, if there is one.
+    void add_if_told(const std::string& member, const std::string& path, const std::string& about) {
+        const std::string text = read_special_file(path);
+        if (text.empty())
+            bundle_.leave_out(member, path + " is empty or can't be read");
+        else
+            add_foreign(member, text, about);
+    }
     void find_daemon();
     std::string daemon_variable(const std::string& name) const;
     std::optional<std::string> ask(const Asked& asked, std::chrono::seconds limit);
@@ -121,6 +142,7 @@ private:
     void add_crashes();
     void add_answers();
     void add_process();
+    void add_program();
     void add_libraries();
     void add_system();
     std::vector<fs::path> files_in(const std::string& directory, const std::string& member);
@@ -194,7 +216,7 @@ std::vector<fs::path> Collector::files_in(const std::string& directory, const st
     std::vector<fs::path> files;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(directory, error))
-        if (entry.is_regular_file(error))
+        if (entry.symlink_status(error).type() == fs::file_type::regular) // links lead who knows where
             files.push_back(entry.path());
     if (files.empty())
         bundle_.leave_out(member, directory + (error ? ": " + error.message() : " has none"));
@@ -218,6 +240,9 @@ void Collector::learn() {
             secrets_.learn_commands(file->text);
     if (running_)
         secrets_.learn_commands(*running_);
+    for (const auto& answer : answers_)
+        if (answer)
+            secrets_.learn_lists(*answer);
 }
 
 void Collector::add_tables() {
@@ -300,8 +325,7 @@ void Collector::add_process() {
     }
     const std::string place = "/proc/" + pid_ + "/";
     for (const char* name : PROCESS_FILES)
-        add_foreign("process/" + std::string(name) + ".txt", read_special_file(place + name),
-                    "/proc of the daemon");
+        add_if_told("process/" + std::string(name) + ".txt", place + name, "/proc of the daemon");
     std::string files, threads;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(place + "fd", error))
@@ -311,6 +335,16 @@ void Collector::add_process() {
         threads += entry.path().filename().string() + " " + read_special_file(entry.path() / "stat");
     add_foreign("process/open-files.txt", files, "open files of the daemon");
     add_foreign("process/threads.txt", threads, "threads of the daemon");
+}
+
+// What would be started; it needs no running daemon to tell.
+void Collector::add_program() {
+    const std::string program = daemon_program();
+    const auto told = run_program({program, "--version"}, PROGRAM_LIMIT, PROGRAM_MOST);
+    if (told.trouble.empty())
+        add_foreign("versions/program.txt", told.output, "version and build of " + program);
+    else
+        bundle_.leave_out("versions/program.txt", told.trouble);
 }
 
 // Those of the running daemon, else those that it would start with.
@@ -326,22 +360,25 @@ void Collector::add_libraries() {
         const auto size = fs::file_size(path, error);
         list += path + (error ? " (" + error.message() + ")" : " " + std::to_string(size) + " bytes") + "\n";
     }
-    if (list.empty())
-        list = run_program({"ldd", program_beside("gpon")}, PROGRAM_LIMIT, PROGRAM_MOST).output;
+    std::string trouble;
+    if (list.empty()) {
+        auto told = run_program({"ldd", daemon_program()}, PROGRAM_LIMIT, PROGRAM_MOST);
+        list = std::move(told.output);
+        trouble = std::move(told.trouble);
+    }
+    if (!trouble.empty()) {
+        bundle_.leave_out("versions/libraries.txt", "no daemon runs, and " + trouble);
+        return;
+    }
     add_foreign("versions/libraries.txt", list,
                 pid_.empty() ? "libraries of the program" : "program and libraries of the daemon");
 }
 
 void Collector::add_system() {
-    for (const SpecialFile& file : SYSTEM_FILES) {
-        const std::string text = read_special_file(file.path);
-        if (text.empty())
-            bundle_.leave_out(file.member, std::string(file.path) + " is empty or can't be read");
-        else
-            add_foreign(file.member, text, file.about);
-    }
-    const auto processes = run_program({"sh", "-c", "ps -ef || ps"}, PROGRAM_LIMIT, PROGRAM_MOST);
-    add("system/processes.txt", processes.output, "processes"); // what one was started with may be a command
+    for (const SpecialFile& file : SYSTEM_FILES)
+        add_if_told(file.member, file.path, file.about);
+    add_foreign("system/processes.txt", process_list(),
+                "processes, without the words they were started with");
     for (const Program& program : PROGRAMS) {
         const auto result = run_program(program.argv, PROGRAM_LIMIT, PROGRAM_MOST);
         if (result.trouble.empty())
@@ -360,6 +397,7 @@ void Collector::run() {
     add_config();
     add_answers();
     add_process();
+    add_program();
     add_libraries();
     add_system();
 }

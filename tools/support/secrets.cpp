@@ -27,6 +27,11 @@ constexpr CommandSecret COMMANDS[] = {
     {"share-key", 2, 1}, {"pppoe", 2, 2}, {"key-index", 2, 2},
 };
 
+// What lists of ONUs put in front of a value, "pw:VALUE loid:VALUE model:VALUE"; the last of them isn't
+// secret.
+constexpr std::string_view LABELS[] = {"pw:", "loid:", "loid-pw:", "model:"};
+constexpr std::string_view HARMLESS_LABEL = LABELS[3];
+
 bool is_keyword(std::string_view word) {
     return std::ranges::any_of(COMMANDS, [word](const auto& rule) { return rule.keyword == word; });
 }
@@ -51,7 +56,38 @@ std::vector<std::string_view> words_of(std::string_view line) {
     return words;
 }
 
-std::vector<std::string_view> secret_words(std::string_view line) {
+// The label that stands at this place of a line, as a word's beginning; empty for none.
+std::string_view label_at(std::string_view line, size_t at) {
+    const bool begins_word = at == 0 || line[at - 1] == ' ';
+    const auto label = std::ranges::find_if(
+        LABELS, [&](std::string_view each) { return begins_word && line.substr(at).starts_with(each); });
+    return label == std::end(LABELS) ? std::string_view() : *label;
+}
+
+// Where a labelled value that begins here ends. It may have blanks: at the next label, column, or line.
+size_t end_of_labelled(std::string_view line, size_t at) {
+    for (; at < line.size() && line[at] != '\r' && line[at] != '\n'; ++at)
+        if (line[at] == ' ' && (line.substr(at).starts_with("  ") || !label_at(line, at + 1).empty()))
+            break;
+    return at;
+}
+
+std::vector<std::string_view> labelled_values(std::string_view line) {
+    std::vector<std::string_view> values;
+    for (size_t at = 0; at < line.size(); ++at) {
+        const auto label = label_at(line, at);
+        if (label.empty() || label == HARMLESS_LABEL)
+            continue;
+        const size_t begin = at + label.size();
+        const size_t end = end_of_labelled(line, begin);
+        if (end > begin)
+            values.push_back(line.substr(begin, end - begin));
+        at = end;
+    }
+    return values;
+}
+
+std::vector<std::string_view> announced_words(std::string_view line) {
     std::vector<std::string_view> secret;
     const auto words = words_of(line);
     for (size_t i = 0; i < words.size(); ++i) {
@@ -60,6 +96,15 @@ std::vector<std::string_view> secret_words(std::string_view line) {
             secret.push_back(words[i + behind]);
     }
     return secret;
+}
+
+// By their places.
+std::vector<std::string_view> secrets_of(std::string_view line) {
+    auto found = announced_words(line);
+    const auto labelled = labelled_values(line);
+    found.insert(found.end(), labelled.begin(), labelled.end());
+    std::ranges::sort(found, {}, [](std::string_view each) { return each.data(); });
+    return found;
 }
 
 using LineUser = std::function<void(std::string_view line)>;
@@ -129,8 +174,15 @@ void Secrets::learn_table(std::string_view table, std::string_view text) {
 
 void Secrets::learn_commands(std::string_view text) {
     for_each_line(text, [this](std::string_view line) {
-        for (const auto word : secret_words(line))
-            learn(word);
+        for (const auto value : secrets_of(line))
+            learn(value);
+    });
+}
+
+void Secrets::learn_lists(std::string_view text) {
+    for_each_line(text, [this](std::string_view line) {
+        for (const auto value : labelled_values(line))
+            learn(value);
     });
 }
 
@@ -157,7 +209,7 @@ std::string Secrets::blank_words(std::string_view text) {
     std::string made;
     for_each_line(text, [&](std::string_view line) {
         size_t done = 0;
-        for (const auto word : secret_words(line)) {
+        for (const auto word : secrets_of(line)) {
             const auto at = static_cast<size_t>(word.data() - line.data());
             if (at < done) // meant by two words in front of it
                 continue;

@@ -1,8 +1,8 @@
 // What must not leave the device in a support bundle: passwords, keys, and the logical ids that let ONUs in.
 //
 // They are known by their columns in the tables' files (the descriptions mark them), by the words in front of
-// them in commands, and, wherever else they turn up, by their values, which the first two have told. Values
-// of fewer than four characters are known by place only.
+// them in commands and the labels in lists of ONUs, and, wherever else they turn up, by their values, which
+// the first two have told. Values of fewer than four characters are known by place only.
 #pragma once
 
 #include <cstdint>
@@ -20,9 +20,11 @@ public:
     static const std::vector<unsigned>* fields_of(std::string_view table);
     static std::string list_of_tables();
 
-    // Remember the values in a table's file, or those in commands.
+    // Remember the values in a table's file, those in commands, or those that lists of ONUs label
+    // ("pw:VALUE").
     void learn_table(std::string_view table, std::string_view text);
     void learn_commands(std::string_view text);
+    void learn_lists(std::string_view text);
     // A value that stood somewhere; short ones aren't kept.
     void learn(std::string_view value);
 

@@ -274,10 +274,9 @@ local function show_request(frame)
     return
   end
   frame.tree:add(f.request_in, found.request.number):set_generated()
-  local took = math.max(0, frame.pinfo.abs_ts - found.request.time)
-  local seconds = math.floor(took)
-  local nanoseconds = math.floor((took - seconds) * 1000000 + 0.5) * 1000
-  frame.tree:add(f.took, NSTime.new(seconds, nanoseconds)):set_generated()
+  local microseconds = math.floor(math.max(0, frame.pinfo.abs_ts - found.request.time) * 1000000 + 0.5)
+  local took = NSTime.new(math.floor(microseconds / 1000000), microseconds % 1000000 * 1000)
+  frame.tree:add(f.took, took):set_generated()
   if found.again then
     complain(frame, frame.tree, "again", "A second reply to the request")
   end
