@@ -49,10 +49,10 @@ Card::Card(const CardShelf& shelf, uint32_t slot)
     : shelf_(shelf), slot_(slot), receiver_(shelf.loop),
       onus_(shelf.loop, objects_,
             [this](uint16_t number, uint32_t action, std::span<const uint8_t> record) {
-                report(number, action, record);
+                return report(number, action, record);
             }),
       protection_(onus_, [this](uint16_t number, uint32_t action,
-                                std::span<const uint8_t> record) { report(number, action, record); }),
+                                std::span<const uint8_t> record) { return report(number, action, record); }),
       flows_(shelf.loop, objects_, onus_), values_(objects_, onus_, flows_), upgrades_(shelf.loop, onus_) {}
 
 bool Card::open(std::string& error) {
@@ -206,6 +206,7 @@ void Card::follow(const CardRequest& request, bool held_before) {
         break;
     case CONF_SYNC_END:
         forget_what_replay_left_out();
+        onus_.replay_ended();
         break;
     default:
         if (Onu* onu = request.message->parent == CardParent::ONU ? onus_.at_index(index) : nullptr)
@@ -236,6 +237,8 @@ void Card::follow_port(const CardRequest& request) {
     if (request.action == card_action::CREATE) {
         replayed_[index].clear();
         forget_qinq_of_port(objects_, index);
+        if (!request.wants_reply()) // a replay's
+            onus_.learn_behind_replay(index);
     }
     if (request.action == card_action::SET && has_bit(request.mask, OV_GPON_PORT_ATTR_INDEX_AutoLearn))
         onus_.set_learning(index);
@@ -317,10 +320,9 @@ void Card::replay() {
     onus_.replay();
 }
 
-void Card::report(uint16_t number, uint32_t action, std::span<const uint8_t> record) {
+bool Card::report(uint16_t number, uint32_t action, std::span<const uint8_t> record) {
     const bool is_news = number != WN_TRAP || keep_alarm(record);
-    if (is_news && is_open())
-        send_event(number, action, 0, record);
+    return is_news && is_open() && send_event(number, action, 0, record);
 }
 
 bool Card::raise_event(uint16_t number, uint32_t action, uint32_t mask, std::span<const uint8_t> record,

@@ -111,7 +111,7 @@ private:
     void forget_what_replay_left_out();
     void keep_driver_text(const CardRequest& request);
     void replay();
-    void report(uint16_t number, uint32_t action, std::span<const uint8_t> record);
+    bool report(uint16_t number, uint32_t action, std::span<const uint8_t> record);
     bool keep_alarm(std::span<const uint8_t> record);
 
     bool use_fault_instead(const Fault& fault);

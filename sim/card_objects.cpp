@@ -11,6 +11,7 @@ constexpr uint16_t ONU = 903;
 constexpr uint16_t GEMPORT = 909;
 constexpr uint16_t SERVPORT = 910;
 constexpr uint16_t RM_SERVICE = 913;
+constexpr uint16_t ONU_QOS = 921;
 constexpr uint16_t RM_MAC_FLT = 934;
 constexpr size_t SERVICE_KEY =
     6; // index and number of a service, with which the keys of its filters begin too
@@ -91,6 +92,8 @@ void CardObjects::set(const CardMessage& message, uint32_t mask, std::span<const
     size_ += made;
     Bytes& object = it->second;
     const Bytes before = object;
+    if (made && message.number == ONU_QOS)
+        object.assign(record.begin(), record.end()); // it has no create: its first set is one
     object.resize(record.size());
     for (const CardPart& part : message.key)
         std::memcpy(object.data() + part.offset, record.data() + part.offset, part.size);

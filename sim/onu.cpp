@@ -368,6 +368,7 @@ void Onus::card_restarted() {
     by_index_.clear();
     promised_.clear();
     disabled_.clear();
+    told_later_.clear();
     for (auto& [key, onu] : onus_) {
         onu.index = 0;
         if (onu.state != OnuState::OFF && onu.state != OnuState::LOST)
@@ -375,10 +376,10 @@ void Onus::card_restarted() {
     }
 }
 
-void Onus::replay() const {
+void Onus::replay() {
     for (const auto& [key, object] : objects_.table(ONU))
         report_again(get_be32(object, 0));
-    for (const auto& [key, onu] : onus_)
+    for (auto& [key, onu] : onus_)
         report_waiting(onu);
 }
 

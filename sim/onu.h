@@ -61,10 +61,11 @@ struct Onu {
     OnuHome home;
     SetReadings readings; // of its optics
     OnuState state = OnuState::OFF;
-    uint32_t index = 0;   // that the card was told, once authenticated
-    uint32_t temp_id = 0; // while unconfigured
-    uint32_t losses = 0;  // how often it went down
-    uint32_t step = 0;    // of the one timed step that is under way; an older one does nothing
+    uint32_t index = 0;     // that the card was told, once authenticated
+    uint32_t temp_id = 0;   // while unconfigured
+    bool is_listed = false; // as unconfigured, with somebody who heard of it
+    uint32_t losses = 0;    // how often it went down
+    uint32_t step = 0;      // of the one timed step that is under way; an older one does nothing
     // What it was told to do, so often.
     uint32_t reboots = 0;
     uint32_t mib_syncs = 0;
@@ -73,8 +74,8 @@ struct Onu {
 
 class Onus {
 public:
-    // Sends an event up: message number, action, record.
-    using Report = std::function<void(uint16_t number, uint32_t action, std::span<const uint8_t> record)>;
+    // Sends an event up: message number, action, record. False when nobody hears it.
+    using Report = std::function<bool(uint16_t number, uint32_t action, std::span<const uint8_t> record)>;
     using Clock = std::chrono::steady_clock;
 
     Onus(EventLoop& loop, const CardObjects& objects, Report report)
@@ -124,13 +125,16 @@ public:
     void reboot(uint32_t index);
     // The PON port begins to learn, or ends it: those that wait there wait anew.
     void set_learning(uint32_t pon);
+    // The port hears of its ONUs later in this replay, and learns none before it has ended.
+    void learn_behind_replay(uint32_t pon) { told_later_.insert(pon); }
+    void replay_ended();
     // It gets its settings anew, or goes back to those that it was made with, for which it starts again.
     void synchronise_mib(uint32_t index);
     void restore_default(uint32_t index);
     // The card starts afresh and knows nothing.
     void card_restarted();
     // Repeats the state of every ONU that the card was told of or that waits to be configured.
-    void replay() const;
+    void replay();
 
 private:
     using Key = std::pair<uint32_t, OnuSerial>; // port first: its ONUs are neighbours
@@ -142,6 +146,7 @@ private:
     void unknown(Onu& onu);
     void wait_anew(Onu& onu);
     void go_down(Onu& onu, OnuState state, uint32_t alarm);
+    void list_unconfigured(Onu& onu);
     void leave_unconfigured(Onu& onu);
     void leave_port(Onu& onu);
 
@@ -152,8 +157,8 @@ private:
     std::pair<std::map<Key, Onu>::iterator, std::map<Key, Onu>::iterator> on_port(uint32_t pon);
 
     void report_state(const Onu& onu, uint8_t state) const;
-    void report_unconfigured(const Onu& onu, uint32_t action) const;
-    void report_waiting(const Onu& onu) const;
+    bool report_unconfigured(const Onu& onu, uint32_t action) const;
+    void report_waiting(Onu& onu);
     void report_learnt(const Onu& onu, uint32_t index) const;
     void report_alarm(const Onu& onu, uint32_t code, uint32_t state) const;
 
@@ -169,6 +174,7 @@ private:
     std::map<uint32_t, Key> promised_; // indexes given to ONUs that are to be learnt
     std::set<uint32_t> disabled_;      // ONUs and ports
     std::set<uint32_t> dark_;          // ports whose fibre is cut
+    std::set<uint32_t> told_later_;    // ports that a replay has set, while it goes on
     std::multimap<Clock::time_point, std::pair<Key, uint32_t>> due_;
     EventLoop::TimerId timer_ = 0;
     std::chrono::milliseconds range_delay_{20};

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "card_frame.h"
 #include "told.h"
@@ -40,12 +41,20 @@ void Onus::unknown(Onu& onu) {
     }
     onu.state = OnuState::UNCONFIGURED;
     onu.temp_id = next_temp_id_++;
-    report_unconfigured(onu, card_action::CREATE);
+    onu.is_listed = false;
+    list_unconfigured(onu);
 }
 
+void Onus::list_unconfigured(Onu& onu) {
+    if (report_unconfigured(onu, card_action::CREATE))
+        onu.is_listed = true;
+}
+
+// What nobody has heard isn't taken back.
 void Onus::leave_unconfigured(Onu& onu) {
-    if (onu.state == OnuState::UNCONFIGURED)
+    if (onu.state == OnuState::UNCONFIGURED && onu.is_listed)
         report_unconfigured(onu, card_action::DELETE);
+    onu.is_listed = false;
     std::erase_if(promised_, [&](const auto& entry) { return entry.second == Key(onu.pon, onu.serial); });
 }
 
@@ -74,12 +83,17 @@ uint32_t Onus::free_index(uint32_t pon) const {
 
 bool Onus::learns(uint32_t pon) const {
     const auto* port = objects_.find(PORT, pon);
-    return port && record_of<ov_gpon_port_attr_t>(*port).autolearn == 1;
+    return port && record_of<ov_gpon_port_attr_t>(*port).autolearn == 1 && !told_later_.contains(pon);
+}
+
+void Onus::replay_ended() {
+    for (const uint32_t pon : std::exchange(told_later_, {}))
+        set_learning(pon);
 }
 
 // ---- events ----------------------------------------------------------------------------------------------
 
-void Onus::report_unconfigured(const Onu& onu, uint32_t action) const {
+bool Onus::report_unconfigured(const Onu& onu, uint32_t action) const {
     ov_gpon_uncfg_onu_attr_t record{};
     record.ponIfindex = onu.pon;
     record.index = onu.temp_id;
@@ -88,7 +102,7 @@ void Onus::report_unconfigured(const Onu& onu, uint32_t action) const {
     put_text(record.loid, onu.loid);
     put_text(record.loidPw, onu.loid_password);
     put_text(record.eqptId, onu.model);
-    report_(UNCFG_ONU, action, bytes_of(record));
+    return report_(UNCFG_ONU, action, bytes_of(record));
 }
 
 void Onus::report_learnt(const Onu& onu, uint32_t index) const {
@@ -102,9 +116,9 @@ void Onus::report_learnt(const Onu& onu, uint32_t index) const {
     report_(AUTO_LEARN_ONU, card_action::CREATE, bytes_of(record));
 }
 
-void Onus::report_waiting(const Onu& onu) const {
+void Onus::report_waiting(Onu& onu) {
     if (onu.state == OnuState::UNCONFIGURED)
-        report_unconfigured(onu, card_action::CREATE);
+        list_unconfigured(onu);
     if (onu.state != OnuState::LEARNING)
         return;
     for (const auto& [index, key] : promised_)

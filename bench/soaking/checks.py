@@ -369,7 +369,7 @@ def check_loop(network):
     for row in map(json.loads, network.chassis.vty("json show loop").splitlines()):
         line = f"{row['handler']} {row.get('doing') or ''}".strip()
         if row["longest_us"] > SLOW_MS * 1000 and not explained(line, known):
-            yield f"loop: {line} held it for {row['longest_us'] // 1000} ms at {row.get('when')}"
+            yield f"loop: {line} held it for {row['longest_us'] // 1000} ms at {row.get('when')}, at most {row['longest_cpu_us'] // 1000} ms of the processor's"
 
 
 class GrowthCheck:

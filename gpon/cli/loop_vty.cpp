@@ -11,9 +11,9 @@
 
 namespace {
 
-constexpr kavo_column_t COLUMNS[] = {{"handler", -34},   {"runs", 10},  {"total us", 12},
-                                     {"longest us", 12}, {"when", -19}, {"armed at", -34},
-                                     {"doing", -1}};
+constexpr kavo_column_t COLUMNS[] = {{"handler", -34}, {"runs", 10},       {"total us", 12},
+                                     {"cpu us", 12},   {"longest us", 12}, {"longest cpu us", 14},
+                                     {"when", -19},    {"armed at", -34},  {"doing", -1}};
 constexpr kavo_table_style_t STYLE = {.gap = "  ", .trimmed = true};
 constexpr size_t MOST_LINES = 20;
 
@@ -23,7 +23,8 @@ int show_loop(CliCall& call) {
     auto handlers = kavo_loop_handlers();
     handlers.resize(std::min(handlers.size(), MOST_LINES));
     for (const kavo_loop_handler_t& handler : handlers)
-        table.row({handler.name, handler.runs, handler.total.count(), handler.longest.count(),
+        table.row({handler.name, handler.runs, handler.total.count(), handler.cpu_total.count(),
+                   handler.longest.count(), handler.cpu_longest.count(),
                    ov_local_time_text(handler.longest_at), handler.armed_at, handler.doing});
     table.line("%u runs held the loop for more than %ld ms", kavo_loop_slow_runs(),
                static_cast<long>(KAVO_LOOP_SLOW.count()));

@@ -46,6 +46,10 @@ struct kavo_loop_handler_t {
     uint32_t runs = 0;
     std::chrono::microseconds total{0};
     std::chrono::microseconds longest{0};
+    // Of these what the loop's thread itself took of a processor. The longest may be another run: on a busy
+    // machine a run is long because somebody else had the processor, or because a card was waited for.
+    std::chrono::microseconds cpu_total{0};
+    std::chrono::microseconds cpu_longest{0};
     time_t longest_at = 0; // wall clock, at its start
     std::string doing;     // what the longest one did, empty where nobody said
 };

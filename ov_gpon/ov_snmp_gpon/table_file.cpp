@@ -18,6 +18,7 @@
 #include "table_field.h"
 #include "table_file_copy.h"
 #include "table_file_io.h"
+#include "table_file_loaded.h"
 #include "table_module.h"
 
 namespace {
@@ -99,7 +100,7 @@ void TableModule::load() {
 }
 
 void TableModule::add_rows(const TableFile& file, uint64_t size) {
-    if (!file.is_open())
+    if (!file.is_open() || table_loaded_tell_again(did(), file, size))
         return;
     const MIBDID table = did();
     std::vector<std::byte> row(desc_.entry_size);
@@ -113,6 +114,7 @@ void TableModule::add_rows(const TableFile& file, uint64_t size) {
     }
     std::fflush(stdout);
     ++generation_;
+    table_loaded_note(table, reader.checksum());
     if (reader.error() != 0)
         OV_LOG_ERROR(LOG_TAG, "reading %s failed: %s", path(), std::strerror(reader.error()));
 }

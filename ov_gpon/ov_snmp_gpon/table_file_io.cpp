@@ -1,6 +1,7 @@
 #include "table_file_io.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstring>
 
@@ -18,6 +19,17 @@ int open_file(const char* path, int flags) {
         fd = table_file_calls.open(path, flags | O_RDWR | O_CLOEXEC, FILE_MODE);
     } while (fd < 0 && errno == EINTR);
     return fd;
+}
+
+// Words of eight bytes, as the machine has them, and what is left in a last one.
+uint64_t add_to_checksum(uint64_t checksum, const char* data, size_t size) {
+    constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15; // odd, its bits evenly spread (2^64 by the golden ratio)
+    for (size_t at = 0; at < size; at += sizeof(uint64_t)) {
+        uint64_t word = 0;
+        std::memcpy(&word, data + at, std::min(sizeof word, size - at));
+        checksum = (std::rotl(checksum, 29) ^ word) * FACTOR;
+    }
+    return checksum + size;
 }
 
 int open_call(const char* path, int flags, mode_t mode) {
@@ -113,6 +125,7 @@ bool TableFileReader::fill() {
         at_end_ = true;
         return false;
     }
+    checksum_ = add_to_checksum(checksum_, buffer_.data() + end_, static_cast<size_t>(got));
     end_ += static_cast<size_t>(got);
     left_ -= static_cast<uint64_t>(got);
     return true;

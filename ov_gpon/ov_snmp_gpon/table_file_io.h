@@ -56,6 +56,10 @@ public:
     bool next_line(std::string_view& line);
     // The errno of what ended the reading, 0 for the end of the file.
     int error() const { return error_; }
+    // Of all bytes that were read so far: two readings of one content that lines were taken from alike have
+    // the same. It is for telling a file from a changed one, and no protection against whoever means it to
+    // look alike.
+    uint64_t checksum() const { return checksum_; }
 
 private:
     bool fill();
@@ -64,6 +68,7 @@ private:
     int fd_;
     uint64_t left_; // bytes that may still be read
     int error_ = 0;
+    uint64_t checksum_ = 0;
     bool at_end_ = false;
     bool skipping_ = false; // the last line was handed out before its line feed was seen
     std::vector<char> buffer_;

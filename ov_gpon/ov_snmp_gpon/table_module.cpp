@@ -11,6 +11,7 @@
 #include "mmg_refusal.h"
 #include "ov_product.h"
 #include "ov_product_log.h"
+#include "table_file_loaded.h"
 #include "table_record.h"
 #include "table_row_name.h"
 #include "table_snmp.h"
@@ -165,6 +166,7 @@ void TableModule::register_with_store() {
     if (class_ == nullptr)
         return;
     MibSetRowNamer(table_row_name);
+    table_loaded_forget(did()); // the store begins anew
     ovraMib_RegisterSnmpHanlder(did(), registration_, &class_->handler, desc_.key_size, desc_.entry_size);
 }
 

@@ -22,6 +22,8 @@ def test_a_command_that_waits_for_its_card_is_told_and_listed(chassis):
     rows = [json.loads(row) for row in chassis.vty("json show loop").splitlines()]
     shell = next(row for row in rows if row["handler"] == "vtysh_read")
     assert shell["longest_us"] // 1000 == held
+    # it waited: that is no work
+    assert 0 < shell["longest_cpu_us"] <= shell["cpu_us"] and shell["longest_cpu_us"] < shell["longest_us"]
     assert re.fullmatch(COMMAND, shell["doing"])
     assert re.fullmatch(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d", shell["when"])
     longest = [row["longest_us"] for row in rows]
@@ -29,5 +31,5 @@ def test_a_command_that_waits_for_its_card_is_told_and_listed(chassis):
     assert {"hal_tipc_asyncmsg_handle_timer", "gpon_read"} <= {row["handler"] for row in rows}
 
     text = chassis.vty("show loop").splitlines()
-    assert text[0].split() == "handler runs total us longest us when armed at doing".split()
+    assert text[0].split() == "handler runs total us cpu us longest us longest cpu us when armed at doing".split()
     assert len(text) <= 22 and int(re.fullmatch(r"(\d+) runs held the loop for more than 100 ms", text[-1])[1]) >= 1

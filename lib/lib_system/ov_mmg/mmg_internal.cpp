@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "mmg_row_message.h"
 #include "row_slab.h"
 
 PTREE data_Tree[MIB_TABLE_SLOTS];
@@ -96,6 +97,12 @@ void* row_add_buffered(MIBDID did, void* row) {
     if (existed)
         std::fputs(ROW_EXISTED, stdout);
     return stored;
+}
+
+void row_tell_existed(unsigned rows) {
+    for (unsigned row = 0; row < rows; ++row)
+        std::fputs(ROW_EXISTED, stdout);
+    std::fflush(stdout);
 }
 
 char row_del(MIBDID did, void* row) {

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <ctime>
 #include <string>
 
 using namespace std::chrono_literals;
@@ -111,6 +112,29 @@ TEST_F(KavoLoop, HandlersAreListedByTheirLongestRun) {
     ASSERT_GE(kavo_loop_handlers().size(), 2u);
     EXPECT_EQ(kavo_loop_handlers()[0].name, "other_work");
     EXPECT_EQ(kavo_loop_handlers()[1].name, "work");
+}
+
+// The test's clock says how long it held the loop, the processor how much of that was work.
+TEST_F(KavoLoop, WorkIsToldApartFromWaiting) {
+    static const auto compute = [](struct thread*) {
+        const std::clock_t end = std::clock() + CLOCKS_PER_SEC / 50;
+        while (std::clock() < end) {
+        }
+    };
+    const auto before = handler("compute");
+    thread_add_event(frr_master(), compute, nullptr, 0, nullptr);
+    run_event();
+    const auto computed = handler("compute");
+    EXPECT_EQ(computed.total, before.total);
+    EXPECT_GE(computed.cpu_total, before.cpu_total + 10ms);
+    EXPECT_GE(computed.cpu_longest, 10ms);
+
+    const auto waited_before = handler("other_work");
+    g_takes = 5h;
+    kavo_add_event(frr_master(), other_work, nullptr, 0, nullptr);
+    run_event();
+    EXPECT_EQ(handler("other_work").longest, 5h);
+    EXPECT_LT(handler("other_work").cpu_total - waited_before.cpu_total, 1h);
 }
 
 TEST_F(KavoLoop, ALibrarysHandlerHasItsOwnName) {

@@ -276,6 +276,65 @@ TEST_F(File, ADuplicateKeyPrintsALineAndTheFirstRowStays) {
     EXPECT_EQ(crate_at(1)->crateAlloc, 6);
 }
 
+// A start reads each file twice.
+class TwiceLoaded : public File {
+protected:
+    static constexpr char ROWS[] = "1|1|1|1|1|6||0||1|\n\n1|2|1|1|1|7||0||1|\n1|1|1|1|1|8||0||1|\n";
+
+    std::string said_when_loaded(const std::string& text) {
+        testing::internal::CaptureStdout();
+        load_crates(text);
+        return testing::internal::GetCapturedStdout();
+    }
+};
+
+TEST_F(TwiceLoaded, EachLineOfTheSecondTimeIsToldAndNoRowChanges) {
+    EXPECT_EQ(said_when_loaded(ROWS), EXISTED);
+    crate_at(2)->crateAlloc = 70;
+    EXPECT_EQ(said_when_loaded(ROWS), EXISTED + EXISTED + EXISTED);
+    EXPECT_EQ(said_when_loaded(ROWS), EXISTED + EXISTED + EXISTED);
+    EXPECT_EQ(crates.row_count(), 2);
+    EXPECT_EQ(crate_at(2)->crateAlloc, 70);
+}
+
+TEST_F(TwiceLoaded, AFileThatHasChangedSinceIsReadAnew) {
+    load_crates(ROWS);
+    std::string changed = ROWS;
+    changed.replace(changed.find("1|2|"), 4, "1|3|"); // no longer than before
+    EXPECT_EQ(said_when_loaded(changed), EXISTED + EXISTED);
+    EXPECT_EQ(crates.row_count(), 3);
+    EXPECT_EQ(crate_at(3)->crateAlloc, 7);
+    EXPECT_EQ(said_when_loaded(changed + "1|4|1|1|1|9||0||1|\n"), EXISTED + EXISTED + EXISTED);
+    EXPECT_EQ(crate_at(4)->crateAlloc, 9);
+}
+
+TEST_F(TwiceLoaded, ARowThatHasGoneSinceIsThereAgain) {
+    load_crates(ROWS);
+    crates.remove_entry(crate_at(2));
+    EXPECT_EQ(said_when_loaded(ROWS), EXISTED + EXISTED);
+    EXPECT_NE(crate_at(2), nullptr);
+    crates.remove_entry(crate_at(2));
+    crates.create_entry_at(1, 9, 1, 1, 1u);
+    EXPECT_EQ(said_when_loaded(ROWS), EXISTED + EXISTED);
+    crates.initialize_table_data();
+    EXPECT_EQ(said_when_loaded(ROWS), EXISTED);
+    EXPECT_EQ(crates.row_count(), 2);
+}
+
+TEST_F(TwiceLoaded, AFileLongerThanWhatIsReadAtOnceIsKnownAgain) {
+    std::string text;
+    std::string told;
+    for (int slot = 1; slot <= 20'000; ++slot) {
+        text += "1|" + std::to_string(slot) + "|1|1|1|6|a crate|0||1|\n";
+        told += EXISTED;
+    }
+    EXPECT_EQ(said_when_loaded(text), "");
+    EXPECT_EQ(said_when_loaded(text), told);
+    text.replace(text.rfind("1|20000|"), 8, "1|20001|");
+    EXPECT_EQ(said_when_loaded(text), told.substr(EXISTED.size()));
+    EXPECT_EQ(crates.row_count(), 20'001);
+}
+
 TEST_F(File, MalformedNumbersLeaveTheColumnAsItWas) {
     for (const char* value : {"", "x", "-", "+", " ", "--5", "x12"}) {
         MixRow* row = load_mix_field(2, value);

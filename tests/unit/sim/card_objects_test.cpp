@@ -41,4 +41,21 @@ TEST_F(CardObjectsTest, DontCountWhatTheyAreToldAgain) {
     EXPECT_EQ(objects.changes(), 2u);
 }
 
+// Its set is all that there is: the weight of 1 that nobody changed is in the record, though not in the mask.
+TEST_F(CardObjectsTest, TakeTheFirstSetOfAnOnusQosWhole) {
+    constexpr size_t MAX_BW = 15;
+    constexpr size_t WEIGHT = 23;
+    const CardMessage& qos = *find_card_message(921u);
+    CardObjects::Bytes record(32);
+    record[MAX_BW] = 9;
+    record[WEIGHT] = 1;
+    objects.set(qos, 1u << 4, record);
+    EXPECT_EQ(*objects.find(qos, record), record);
+    record[MAX_BW] = 8;
+    record[WEIGHT] = 5;
+    objects.set(qos, 1u << 4, record);
+    EXPECT_EQ(objects.find(qos, record)->at(MAX_BW), 8);
+    EXPECT_EQ(objects.find(qos, record)->at(WEIGHT), 1);
+}
+
 } // namespace

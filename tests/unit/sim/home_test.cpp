@@ -174,7 +174,7 @@ protected:
 
     EventLoop loop;
     CardObjects objects;
-    Onus onus{loop, objects, [](uint16_t, uint32_t, std::span<const uint8_t>) {}};
+    Onus onus{loop, objects, [](uint16_t, uint32_t, std::span<const uint8_t>) { return true; }};
 };
 
 // ---- services ---------------------------------------------------------------------------------------------

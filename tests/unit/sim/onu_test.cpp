@@ -72,8 +72,11 @@ protected:
     EventLoop loop;
     CardObjects objects;
     std::vector<Event> events;
+    bool somebody_hears = true;
     Onus onus{loop, objects, [this](uint16_t number, uint32_t action, std::span<const uint8_t> record) {
-                  events.push_back({number, action, {record.begin(), record.end()}});
+                  if (somebody_hears)
+                      events.push_back({number, action, {record.begin(), record.end()}});
+                  return somebody_hears;
               }};
 };
 
@@ -196,6 +199,46 @@ TEST_F(OnuLife, PortThatBeginsToLearnOffersThoseThatWait) {
     set_learning(false);
     EXPECT_EQ(told_up(), "922/1");
     EXPECT_EQ(onu.state, OnuState::UNCONFIGURED);
+}
+
+TEST_F(OnuLife, APortOfAReplayLearnsWhenTheReplayHasEnded) {
+    onus.learn_behind_replay(PON);
+    set_learning(true);
+    const Onu& known = plug(1);
+    const Onu& unknown = plug(2);
+    onus.power_on(*onus.find(known.serial));
+    onus.power_on(*onus.find(unknown.serial));
+    run();
+    EXPECT_EQ(told_up(), "922/1 922/1");
+    tell(ONU_1, known.serial);
+    run();
+    told_up();
+    onus.replay_ended();
+    EXPECT_EQ(told_up(), "922/2 938/1");
+    EXPECT_EQ(known.state, OnuState::OPERATIONAL);
+    EXPECT_EQ(unknown.state, OnuState::LEARNING);
+}
+
+TEST_F(OnuLife, WhatNobodyHeardOfIsNotTakenBack) {
+    somebody_hears = false;
+    Onu& onu = plug(1);
+    onus.power_on(onu);
+    run();
+    somebody_hears = true;
+    tell(ONU_1, onu.serial);
+    EXPECT_EQ(told_up(), "927/3"); // its state, and no 922
+    forget(ONU_1);
+    run();
+    told_up();
+    somebody_hears = false;
+    Onu& other = plug(2);
+    onus.power_on(other);
+    run();
+    somebody_hears = true;
+    onus.replay();
+    told_up();
+    tell(ONU_1, other.serial);
+    EXPECT_EQ(told_up().substr(0, 5), "922/2");
 }
 
 TEST_F(OnuLife, OneThatIsToBeLearntSaysWhoItIs) {

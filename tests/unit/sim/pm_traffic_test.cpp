@@ -157,7 +157,7 @@ protected:
     const OnuSerial serial = *parse_onu_serial("ABCD00000001");
     EventLoop loop;
     CardObjects objects;
-    Onus onus{loop, objects, [](uint16_t, uint32_t, std::span<const uint8_t>) {}};
+    Onus onus{loop, objects, [](uint16_t, uint32_t, std::span<const uint8_t>) { return true; }};
     PmFlows flows{loop, objects, onus};
     std::string error;
 };

@@ -63,6 +63,7 @@ protected:
     Onus::Report report = [this](uint16_t number, uint32_t, std::span<const uint8_t> record) {
         if (number == 953)
             switches.emplace_back(get_be32(record, 0), get_be32(record, 4));
+        return true;
     };
     Onus onus{loop, objects, report};
     Protection protection{onus, report};

@@ -152,7 +152,7 @@ protected:
     std::filesystem::path path = "/tmp/upgrades-test-" + std::to_string(getpid()) + ".bin";
     EventLoop loop;
     CardObjects objects;
-    Onus onus{loop, objects, [](uint16_t, uint32_t, std::span<const uint8_t>) {}};
+    Onus onus{loop, objects, [](uint16_t, uint32_t, std::span<const uint8_t>) { return true; }};
     Upgrades upgrades{loop, onus};
 };
 
