@@ -6,9 +6,11 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sstream>
 #include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 #include "ov_product_info.h"
 #include "shell_mode.h"
@@ -79,7 +81,25 @@ int save_tables(std::string& said) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
 
-VtyReply tables_saved(const std::string& told) {
+/// The tables whose last save failed, as the daemon tells them: whoever asked it for the saves may know only
+/// that it has tried. None of a daemon that can't tell.
+std::vector<std::string> unsaved_tables(const RunLine& run) {
+    constexpr std::string_view TABLE = "{\"table\":\"";
+    const auto answer = run("json show chassis saves");
+    std::vector<std::string> names;
+    std::istringstream lines(answer && answer->result == 0 ? answer->text : "");
+    for (std::string line; std::getline(lines, line);)
+        if (line.starts_with(TABLE) && line.find("\"result\":\"failed\"") != line.npos)
+            names.push_back(line.substr(TABLE.size(), line.find('"', TABLE.size()) - TABLE.size()));
+    return names;
+}
+
+/// "sOnuTable", "sOnuTable and 3 more".
+std::string shortened(const std::vector<std::string>& names) {
+    return names.front() + (names.size() > 1 ? " and " + std::to_string(names.size() - 1) + " more" : "");
+}
+
+VtyReply tables_saved(const std::string& told, const RunLine& run) {
     std::string said;
     const int status = save_tables(said);
     if (!said.ends_with('\n'))
@@ -88,6 +108,10 @@ VtyReply tables_saved(const std::string& told) {
         return {told + "The tables aren't written: this platform has no save-tables.\n", 0};
     if (status != 0)
         return {told + "% The tables aren't saved: " + said, 1};
+    if (const auto unsaved = unsaved_tables(run); !unsaved.empty())
+        return {told + "% The tables aren't saved: the files of " + shortened(unsaved) +
+                    " couldn't be written (show chassis saves, and the log says why)\n",
+                1};
     return {told + said, 0};
 }
 
@@ -117,8 +141,7 @@ int keep_configuration(const std::string& path, const std::string& text) {
     return error;
 }
 
-std::optional<VtyReply>
-save_configuration(const std::function<std::optional<VtyReply>(const std::string& line)>& run) {
+std::optional<VtyReply> save_configuration(const RunLine& run) {
     auto configuration = run("write file");
     if (!configuration || configuration->result != 0)
         return configuration;
@@ -126,5 +149,6 @@ save_configuration(const std::function<std::optional<VtyReply>(const std::string
     if (const int error = keep_configuration(path, configuration->text))
         return VtyReply{"% The configuration isn't saved: " + path + ": " + strerror(error) + "\n", 1};
     const auto lines = std::count(configuration->text.begin(), configuration->text.end(), '\n');
-    return tables_saved("The configuration is saved: " + path + ", " + std::to_string(lines) + " lines.\n");
+    return tables_saved("The configuration is saved: " + path + ", " + std::to_string(lines) + " lines.\n",
+                        run);
 }

@@ -12,14 +12,16 @@
 /// too.
 bool asks_to_save(const std::string& line);
 
+/// Runs a line and gives the daemon's answer; nothing if the operator gave it up.
+using RunLine = std::function<std::optional<VtyReply>(const std::string& line)>;
+
 /// Keep the daemon's configuration in the configuration file, the one before it in the same name with ".bak",
 /// and have the platform's save-tables, if there is one on PATH, see to the tables. The file is the
 /// environment value OV_ENV_CONFIG_FILE, or /flash/gpon.conf; it is replaced in one step, so that whatever
 /// happens there is a whole one.
-/// @param run  runs a line and gives the daemon's answer; nothing if the operator gave it up
+/// The daemon is asked whether the tables' files were written.
 /// @return     as an answer of the daemon's: what was saved, or why not with result 1; nothing if given up
-std::optional<VtyReply>
-save_configuration(const std::function<std::optional<VtyReply>(const std::string& line)>& run);
+std::optional<VtyReply> save_configuration(const RunLine& run);
 
 /// The same for a text and a file: 0 or an errno.
 int keep_configuration(const std::string& path, const std::string& text);

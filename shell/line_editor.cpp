@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <readline/history.h>
@@ -82,6 +83,14 @@ std::vector<CommandHelp> help_for(const std::string& text) {
     return lines;
 }
 
+/// Tab, or a blank where it is a character of pasted lines: more of them stands behind it already.
+int complete_or_separate(int count, int key) {
+    int waiting = 0;
+    if (ioctl(STDIN_FILENO, FIONREAD, &waiting) == 0 && waiting > 0)
+        return rl_insert(count, ' ');
+    return rl_complete(count, key);
+}
+
 int show_help(int /*count*/, int /*key*/) {
     const auto lines = help_for(text_up_to(rl_point));
     fputs("?\n", stdout);
@@ -103,6 +112,7 @@ void set_up_library() {
     rl_attempted_completion_function = complete;
     rl_sort_completion_matches = 0; // port 2 comes before port 10
     rl_bind_key('?', show_help);
+    rl_bind_key('\t', complete_or_separate);
 }
 
 /// Make the file, for this user only; false if that can't be.

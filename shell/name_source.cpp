@@ -18,6 +18,17 @@ constexpr NamePlace PLACES[] = {
     {"information", "IFNAME", "interface", ""},
     {"ingress-port", "IFNAME", "interface", ""},
     {"port", "IFNAME", "interface", ""},
+    {"statistic", "IFNAME", "interface", ""},
+    {"workpon", "IFNAME", "interface", ""},
+    {"protectpon", "IFNAME", "interface", ""},
+    {"config", "IFNAME", "interface", ""},
+    {"src", "IFNAME", "interface", ""},
+    {"dst", "IFNAME", "interface", ""},
+    {"uni", "ETHUNI", "uni", "uni"},
+    {"multicast", "ETHUNI", "uni", "uni"},
+    {"video", "VIDEOUNI", "uni", "uni", "video_"},
+    {"video", "VIDEO", "uni", "uni", "video_"},
+    {"sip-user", "POTS", "uni", "uni", "pots_"},
     {"type", "TYPE", "onutype", ""},
     {"onu-type", "ONUTYPENAME", "onutype", ""},
     {"onutype", "NAME", "onutype", ""},
@@ -64,6 +75,16 @@ std::string keyword_at_end(const CommandTree& tree, enum node_type node, const s
     return keywords.size() == 1 ? keywords[0] : "";
 }
 
+/// What stands in front of the names of an object's own things: "gpon-onu1/1:" for the ONUs of a PON port,
+/// "gpon-onu1/1:1:" for the UNIs of an ONU; nothing for an object of another kind.
+std::string owner_of(const NamePlace& place, const std::string& object) {
+    constexpr std::string_view OLT = "gpon-olt";
+    constexpr std::string_view ONU = "gpon-onu";
+    if (place.relative == "uni")
+        return object.starts_with(ONU) ? object + ":" : "";
+    return object.starts_with(OLT) ? std::string(ONU) + object.substr(OLT.size()) + ":" : "";
+}
+
 } // namespace
 
 const NamePlace* name_place(std::string_view keyword, std::string_view variable) {
@@ -97,21 +118,21 @@ std::vector<std::string> NameSource::names(std::string_view kind, const std::str
 }
 
 std::vector<std::string> NameSource::of_place(const NamePlace& place, const std::string& beginning,
-                                              const std::string& port) {
+                                              const std::string& object) {
     if (place.relative.empty())
         return names(place.kind, beginning);
-    constexpr std::string_view OLT = "gpon-olt";
-    if (!port.starts_with(OLT))
+    const auto owner = owner_of(place, object);
+    if (owner.empty())
         return {};
-    const auto of_port = "gpon-onu" + port.substr(OLT.size()) + ":";
-    auto found = names(place.kind, of_port + beginning);
+    auto found = names(place.kind, owner + beginning);
     for (auto& name : found)
-        name.erase(0, of_port.size());
+        name.erase(0, owner.size());
+    std::erase_if(found, [&](const std::string& name) { return !name.starts_with(place.only); });
     return found;
 }
 
 std::vector<std::string> NameSource::complete(const CommandTree& tree, enum node_type node,
-                                              const std::string& text, const std::string& port) {
+                                              const std::string& text, const std::string& object) {
     std::vector<std::string> found;
     const auto before = without_last_word(text);
     const auto keyword = before.empty() ? "" : keyword_at_end(tree, node, before);
@@ -120,7 +141,7 @@ std::vector<std::string> NameSource::complete(const CommandTree& tree, enum node
     for (const auto& line : tree.describe(node, text)) {
         const auto* const place = line.keyword ? nullptr : name_place(keyword, line.word);
         if (place) {
-            const auto more = of_place(*place, last_word(text), port);
+            const auto more = of_place(*place, last_word(text), object);
             found.insert(found.end(), more.begin(), more.end());
         }
     }

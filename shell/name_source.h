@@ -16,7 +16,9 @@ struct NamePlace {
     std::string_view keyword;
     std::string_view variable;
     std::string_view kind;     // as "show names" calls it
-    std::string_view relative; // with "onu": numbers of the ONUs of the port that the session stands on
+    std::string_view relative; // "onu": numbers of the ONUs of the port that the session stands on; "uni":
+                               // the UNIs of its ONU
+    std::string_view only = ""; // only names that begin so
 };
 
 /// The place for a keyword and a variable; null where names can't be told.
@@ -33,13 +35,13 @@ public:
     std::vector<std::string> names(std::string_view kind, const std::string& beginning);
 
     /// What can stand for the last word of a text that is typed in a node.
-    /// @param port  the PON port that the session stands on; empty for none
+    /// @param object  the PON port or ONU that the session stands on; empty for none
     std::vector<std::string> complete(const CommandTree& tree, enum node_type node, const std::string& text,
-                                      const std::string& port);
+                                      const std::string& object);
 
 private:
     std::vector<std::string> of_place(const NamePlace& place, const std::string& beginning,
-                                      const std::string& port);
+                                      const std::string& object);
 
     std::string path_;
     std::unique_ptr<VtyClient> client_;

@@ -71,6 +71,38 @@ std::string hint_behind(const CommandTree& tree, enum node_type node, const std:
     return expected.empty() || label.empty() ? "" : label + ": " + listed(expected);
 }
 
+/// How the modes of the daemon are called, and how one gets there.
+struct ModeWords {
+    enum node_type node;
+    const char* words;
+};
+constexpr ModeWords MODES[] = {
+    {ENABLE_NODE, "the enable mode (do ...)"},
+    {CONFIG_NODE, "the configuration (configure terminal)"},
+    {GPON_NODE, "gpon (gpon)"},
+    {IF_GPON_NODE, "a PON port (interface gpon-olt1/1)"},
+    {GPON_ONU_NODE, "an ONU (interface gpon-onu1/1:1)"},
+    {ONU_SRV_PROFILE_NODE, "a service profile (onu-srvprofile ...)"},
+    {IF_NODE, "an uplink port (interface ...)"},
+};
+
+/// The modes that have a command which this one hasn't: whoever stands on the wrong one is told the way.
+std::string modes_that_take(const CommandTree& tree, const std::string& line) {
+    std::vector<std::string> modes;
+    for (const auto& mode : MODES)
+        if (const auto understood = tree.understand(mode.node, line);
+            understood && understood->node == mode.node)
+            modes.emplace_back(mode.words);
+    return modes.empty() ? "" : "typed on " + listed(modes);
+}
+
+/// A reason that says no more than the text above it.
+bool repeats(const std::string& reason, const std::string& text) {
+    const auto begin = text.find_first_not_of("% ");
+    const auto end = text.find_last_not_of(" \r\n");
+    return begin != text.npos && reason.substr(0, reason.rfind(" (")) == text.substr(begin, end + 1 - begin);
+}
+
 } // namespace
 
 std::string refusal_hint(const CommandTree& tree, enum node_type node, const std::string& line, int result) {
@@ -81,6 +113,8 @@ std::string refusal_hint(const CommandTree& tree, enum node_type node, const std
     const auto trouble = tree.find_trouble(node, line);
     if (!trouble || !trouble->candidates.empty())
         return "";
+    if (const auto modes = modes_that_take(tree, line); !modes.empty())
+        return modes;
     const auto typed = shell_words(line.substr(trouble->offset));
     return hint_behind(tree, node, line.substr(0, trouble->offset), typed.empty() ? "" : typed.front());
 }
@@ -88,7 +122,7 @@ std::string refusal_hint(const CommandTree& tree, enum node_type node, const std
 std::string refusal_second_line(const CommandTree& tree, enum node_type node, const std::string& line,
                                 const VtyReply& reply) {
     const auto text = reply.reason.empty() ? refusal_hint(tree, node, line, reply.result) : reply.reason;
-    if (text.empty())
+    if (text.empty() || repeats(text, reply.text))
         return "";
     return (reply.text.empty() || reply.text.ends_with('\n') ? "  " : "\n  ") + text + "\n";
 }

@@ -75,8 +75,12 @@ const CliObject onu = {table_desc_sOnuTable, INDEX_TO_ONU,
                        edit_row<ov_sOnuTable_attr_t, ov_app_gpon_onu_edit>};
 const CliObject gem_port = {table_desc_sGemTable, INDEX_TO_ONU,
                             edit_row<ov_sGemTable_attr_t, ov_app_gpon_gemport_edit>, GEM_WORDS};
-const CliObject service_port = {table_desc_servicePortTable, INDEX_TO_ONU, edit_service_port,
-                                SERVICE_PORT_WORDS, "%%Could not find service port: %d%s"};
+const CliObject service_port = {table_desc_servicePortTable,
+                                INDEX_TO_ONU,
+                                edit_service_port,
+                                SERVICE_PORT_WORDS,
+                                "%%Could not find service port: %d%s",
+                                "the ONU has no service port %s"};
 const CliObject rm_onu = {table_desc_sRmInfoTable, INDEX_TO_ONU,
                           edit_row<ov_sRmInfoTable_attr_t, ov_app_gpon_rminfo_edit>};
 const CliObject rm_uni = {.table = table_desc_sRmUniStatusTable,

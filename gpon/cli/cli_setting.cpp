@@ -221,10 +221,9 @@ int cli_setting_cli(CliCall& call) {
     CliRow row(object.table);
     if (const int refusal = put_index(object, call, row.get()); refusal != 0)
         return refusal;
+    cli_tell_absent(object, call, row.get());
     if (object.missing != nullptr && !is_there(object.table, row.get()))
         return call.fail_of(object.missing, last_index(object.table, row.get()), KAVO_CLI_BAD_INPUT);
-
-    cli_tell_absent(object, call, row.get());
 
     const auto arguments = call.words.arguments();
     const char* const word = arguments.empty() ? "" : arguments.back();

@@ -1,7 +1,8 @@
 #include "gpon_cli.h"
 
-#include <algorithm>
 #include <string>
+
+#include "ov_shown_text.h"
 
 MIB_Flags_t gpon_cli_columns(std::initializer_list<unsigned> columns) {
     MIB_Flags_t flags = {};
@@ -11,8 +12,5 @@ MIB_Flags_t gpon_cli_columns(std::initializer_list<unsigned> columns) {
 }
 
 std::string gpon_cli_shown(const char* text) {
-    std::string copy = text;
-    std::replace_if(
-        copy.begin(), copy.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return copy;
+    return ov_shown_text(text);
 }

@@ -29,5 +29,6 @@ bool gpon_cli_copy_word(char (&column)[Size], const char* word, size_t longest =
     return true;
 }
 
-// A table's text for a terminal, '?' for what isn't printable: managers may have put in what would upset one.
+// A table's text for a terminal, '?' for what isn't printable (ov_shown_text.h): managers may have put in
+// what would upset one.
 std::string gpon_cli_shown(const char* text);

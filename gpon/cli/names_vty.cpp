@@ -11,10 +11,13 @@
 #include "gpon_cli.h"
 #include "kavo_cmd_rows.h"
 #include "kavo_if.h"
+#include "ov_ifindex.h"
+#include "rm/ov_gpon_rm_uni_word.h"
 #include "sBWProfileTable.h"
 #include "sOnuSrvProfileTable.h"
 #include "sOnuTypeProfileTable.h"
 #include "sRmTrafficProfileTable.h"
+#include "sRmUniStatusTable.h"
 #include "table_module.h"
 
 namespace {
@@ -34,6 +37,7 @@ public:
             names_.erase(std::prev(names_.end()));
     }
     bool wants(std::string_view name) const { return name.starts_with(beginning_); }
+    std::string_view beginning() const { return beginning_; }
 
     void print(struct vty* vty) const {
         for (const std::string& name : names_)
@@ -84,6 +88,18 @@ void add_interfaces(Names& names) {
     }
 }
 
+// "gpon-onu1/1:1:eth_1/2", of the ONU that the beginning names: all of a chassis would be too many to look
+// at.
+void add_unis(Names& names) {
+    const std::string owner(names.beginning().substr(0, names.beginning().rfind(':')));
+    const ov_ifindex_t ifindex = uif_get_ifindex_by_name(owner.c_str());
+    if (ifindex == 0xFFFFFFFF || ov_ifindex_get_port_type(ifindex) != PORT_TYPE_GONU)
+        return;
+    const auto key = onu_key_of_ifindex<ov_sRmUniStatusTable_attr_t>(ifindex);
+    for (const auto& row : rows_under(key, 4))
+        names.add(owner + ":" + gpon_rm_uni_word(row));
+}
+
 void add_tables(Names& names) {
     for (const TableModule* module : table_module_list())
         if (module->registered())
@@ -102,6 +118,7 @@ constexpr Kind KINDS[] = {
     {"onu-srvprofile", add_service_profiles},
     {"onu-srvprofile-id", add_service_profile_ids},
     {"interface", add_interfaces},
+    {"uni", add_unis},
     {"table", add_tables},
 };
 

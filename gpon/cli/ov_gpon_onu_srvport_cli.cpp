@@ -6,6 +6,7 @@
 #include "gpon_cli_scope.h"
 #include "kavo_table.h"
 #include "ov_gpon_onu_cli.h"
+#include "ov_refusal.h"
 #include "sGemTable.h"
 #include "table_value_name.h"
 
@@ -80,8 +81,10 @@ int assign_service_port(CliCall& call) {
     NewServicePort port(call);
     auto gem = onu_key<ov_sGemTable_attr_t>(port.row);
     gem.gemID = static_cast<mib_ulong>(port.row.servicePortGemId);
-    if (find_row(gem) == nullptr)
+    if (find_row(gem) == nullptr) {
+        ov_refusal_because("the ONU has no GEM port %d", port.row.servicePortGemId);
         return call.fail_of("%%Could not find gemport: %d%s", port.row.servicePortGemId, KAVO_CLI_BAD_INPUT);
+    }
     if (ov_app_gpon_service_port_add(&port.row, port.flags) == OV_GPON_RET_OK)
         return 0;
     return call.fail_of("%%Could not assign service port: %d%s", port.row.servicePortId);
@@ -98,8 +101,10 @@ constexpr auto* ov_gpon_srvport_gemport_vlan_add_cli = assign_service_port;
 
 int ov_gpon_no_srvport_gemport_cli(CliCall& call) {
     ServicePort row = port_of(call);
-    if (find_row(row) == nullptr)
+    if (find_row(row) == nullptr) {
+        ov_refusal_because("the ONU has no service port %d", row.servicePortId);
         return call.fail_of("%%Could not find service port: %d%s", row.servicePortId, KAVO_CLI_BAD_INPUT);
+    }
     if (ov_app_gpon_service_port_del(&row) == OV_GPON_RET_OK)
         return 0;
     return call.fail_of("%%Could not set service port: %d%s", row.servicePortId);

@@ -99,8 +99,10 @@ void print_profile(const kavo_table_t& table, const ov_sOnuSrvProfileTable_attr_
 
 int ov_show_onu_srv_profile_cli(CliCall& call) {
     const auto* row = find_profile(call.words.number<mib_ulong>("onu-srvprofile"));
-    if (row == nullptr)
+    if (row == nullptr) {
+        ov_refusal_because("no service profile %s", call.words.text("onu-srvprofile"));
         return call.fail("%% onu-srvprofile not exist%s", KAVO_CLI_BAD_INPUT);
+    }
     print_profile(begin_table(call.vty), *row);
     return 0;
 }

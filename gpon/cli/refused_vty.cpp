@@ -11,6 +11,7 @@
 #include "ov_product_log.h"
 #include "ov_refusal.h"
 #include "ov_refused_ring.h"
+#include "ov_shown_text.h"
 
 namespace {
 
@@ -25,9 +26,9 @@ constexpr kavo_column_t LIST[] = {
 // What doesn't fit is told by the number.
 std::string shortened(const std::string& text) {
     constexpr std::string_view CUT = "...";
-    if (text.size() <= REQUEST_WIDTH)
+    if (ov_shown_width(text) <= REQUEST_WIDTH)
         return text.empty() ? "-" : text;
-    return text.substr(0, REQUEST_WIDTH - CUT.size()) + std::string(CUT);
+    return std::string(ov_shown_beginning(text, REQUEST_WIDTH - CUT.size())) + std::string(CUT);
 }
 
 std::string text_or_dash(const std::string& text) {
@@ -96,7 +97,10 @@ int show_refused_one(CliCall& call) {
     const bool last = call.words.has("last");
     const auto refused = last ? last_of_somebody() : ov_refused_find(call.words.number<uint32_t>("refused"));
     if (!refused) {
-        ov_refusal_because("no such request is kept");
+        if (last)
+            ov_refusal_because("no operator, manager or action was refused anything since the start");
+        else
+            ov_refusal_because("show refused lists those that are kept, the last hundred of each door");
         call.line("%% no such request is kept");
         return KAVO_CLI_FAILED;
     }

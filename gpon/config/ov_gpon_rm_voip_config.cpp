@@ -1,11 +1,11 @@
 // The saved configuration of ONUs' telephony.
-#include <algorithm>
 #include <cstring>
 
 #include "app_rows.h"
 #include "cli_objects.h"
 #include "ov_gpon_onu_config.h"
 #include "ov_gpon_rm_config.h"
+#include "ov_shown_text.h"
 #include "rm/ov_gpon_rm_uni_word.h"
 #include "rm/ov_gpon_rm_voip_forms.h"
 #include "sRmVoipConfigDataTable.h"
@@ -21,8 +21,7 @@ using User = ov_sRmVoipSipUserDataTable_attr_t;
 std::string text_line(const std::string& text) {
     const bool is_words = cli_is_word(text.substr(0, text.find(' '))) && text.back() != '|' &&
                           text.find("  ") == text.npos && text.back() != ' ' &&
-                          text.find("| ") == text.npos &&
-                          std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+                          text.find("| ") == text.npos && ov_is_shown(text);
     return is_words && !gpon_rm_is_onu_command(text) ? "remote onu " + text : "";
 }
 

@@ -5,6 +5,7 @@
 #include <charconv>
 
 #include "cli_words.h"
+#include "ov_shown_text.h"
 
 namespace {
 
@@ -53,7 +54,7 @@ void append(std::string& line, const CliValue& value) {
 bool cli_is_word(std::string_view text) {
     if (text.empty() || text.back() == '|')
         return false;
-    return std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c <= '~'; });
+    return text.find(' ') == text.npos && ov_is_shown(text);
 }
 
 bool CliSyntax::Argument::has_keyword(std::string_view word) const {

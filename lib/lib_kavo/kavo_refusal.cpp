@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "cli_call.h"
+#include "kavo_trunk.h"
 #include "kavo_vty_object.h"
 #include "ov_ifindex.h"
 #include "ov_result_word.h"
@@ -100,6 +101,8 @@ void kavo_refusal_tell(const struct vty* vty, OvRefusal& door, const std::string
 std::string kavo_refusal_object(const struct vty* vty) {
     if (vty->node == GPON_NODE)
         return "gpon";
+    if (vty->node == IF_TRUNK_NODE && vty->index != nullptr)
+        return static_cast<const trunk_t*>(vty->index)->name;
     const bool has_index =
         vty->node == IF_GPON_NODE || vty->node == GPON_ONU_NODE || vty->node == ONU_SRV_PROFILE_NODE;
     ov_ifindex_t ifindex = 0;

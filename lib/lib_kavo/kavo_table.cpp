@@ -11,6 +11,7 @@
 
 #include "kavo_cmd_rows.h"
 #include "ov_refusal.h"
+#include "ov_shown_text.h"
 #include "ov_types.h"
 
 namespace {
@@ -22,16 +23,17 @@ const struct vty* g_json_session = nullptr;
 
 std::string json_text(std::string_view text) {
     std::string quoted = "\"";
-    for (const char c : text) {
+    for (size_t length = 0; !text.empty(); text.remove_prefix(std::max<size_t>(length, 1))) {
         std::array<char, 8> escape{};
-        if (c == '"' || c == '\\')
-            quoted += std::string{'\\', c};
-        else if (static_cast<unsigned char>(c) >= 0x20 && static_cast<unsigned char>(c) < 0x7f)
-            quoted += c;
-        else // tables hold bytes of no particular character set
+        length = ov_shown_length(text);
+        if (text[0] == '"' || text[0] == '\\')
+            quoted += std::string{'\\', text[0]};
+        else if (length > 0)
+            quoted += text.substr(0, length);
+        else // a byte of another character set, or a control character
             quoted.append(escape.data(),
                           static_cast<size_t>(snprintf(escape.data(), escape.size(), "\\u%04x",
-                                                       unsigned{static_cast<unsigned char>(c)})));
+                                                       unsigned{static_cast<unsigned char>(text[0])})));
     }
     return quoted + '"';
 }
@@ -121,7 +123,7 @@ void kavo_table_t::text_row(std::span<const kavo_cell_t> cells) const {
         const std::string& cell = cells[i].text();
         const int width = columns_[i].width;
         const std::string padding(
-            static_cast<size_t>(std::max(0, std::abs(width) - static_cast<int>(cell.size()))), ' ');
+            static_cast<size_t>(std::max(0, std::abs(width) - static_cast<int>(ov_shown_width(cell)))), ' ');
         text += (i > 0 ? style_.gap : "") + std::string(static_cast<size_t>(columns_[i].indent), ' ') +
                 (width < 0 ? cell + padding : padding + cell);
     }

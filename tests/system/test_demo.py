@@ -176,16 +176,23 @@ $ gponsh -c "show onu status"
     [
         ("ov_env_put OV_ENV_CONFIG_FILE /nowhere/gpon.conf", "^% The configuration isn't saved: /nowhere/gpon.conf: No such file"),
         ("simctl close async", "^% The tables aren't saved: "),
+        ("full-disk", "^% The tables aren't saved: the files of [A-Za-z]+ and [0-9]+ more couldn't be written"),
     ],
 )
 def test_a_save_that_fails_says_what_was_not_saved(tmp_path, prepare, said):
+    health = ""
+    if prepare == "full-disk":
+        health = "=> ^  the files of [0-9]+ more tables couldn't be saved\n"
+        place = "/var/run/product/mibdata"
+        prepare = f"mkdir -p {place}; mount -t tmpfs -o size=4k none {place}; head -c 64K /dev/zero >{place}/full"
     other = tmp_path / "other.txt"
     other.write_text(f"""## Saving fails
 Text.
 $ {prepare}; gponsh -c "write memory"; echo status $?
 => {said}
 => ^status 1
-""")
+$ gponsh -c "show chassis health"
+{health}""")
     status, output = demo("--demo", other, binds=[tmp_path], timeout=150)
     assert status == 0, output
 

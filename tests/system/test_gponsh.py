@@ -725,3 +725,58 @@ def test_tab_offers_what_exists(terminal, gponsh, tmp_path):
 def test_tab_behind_a_bar_offers_filters(terminal):
     terminal.type("show slot info | ex" + TAB)
     terminal.expect("exclude ")
+
+
+def test_tab_offers_the_unis_of_the_onu(terminal, gponsh, tmp_path):
+    lines = "gpon\n profile onutype HOME-2 eth 2 pots 1\n!\ninterface gpon-olt1/1\n onu 1 type HOME-2 sn DEMO00000001\n!\n"
+    assert gponsh("-f", write(tmp_path / "file", lines)).returncode == OK
+    terminal.run("configure terminal")
+    terminal.run("interface gpon-onu1/1:1", r"gpon\(gpon-onu1/1:1\)# $")
+    terminal.type("remote uni eth_" + TAB)
+    terminal.expect(r"(?s)eth_1/1 .*eth_1/2 ")
+    terminal.type("\x15remote sip-user " + TAB)
+    terminal.expect("remote sip-user pots_1/1 ")
+
+
+def test_a_tab_of_pasted_lines_is_a_blank(terminal):
+    terminal.type("configure\tterminal\r\tno\tdebug gpon qos\rend\r")
+    terminal.expect(r"gpon\(config\)# +no debug gpon qos")
+    terminal.expect("gpon# $")
+
+
+NAMES = """gpon
+ profile bandwidth T\u00fcr maximum 100000
+!
+interface gpon-olt1/1
+ onu 1 type KLM-618 sn DEMO00000001
+!
+interface gpon-onu1/1:1
+ name M\u00fcllers-B\u00fcro
+ tcont 1 profile T\u00fcr
+!
+"""
+
+
+def test_names_in_utf8_are_shown_and_saved_as_they_were_typed(gponsh, tmp_path):
+    saved = write(tmp_path / "file", NAMES)
+    assert gponsh("-f", saved).returncode == OK
+    assert gponsh("-f", saved, "--check").returncode == OK  # all of it stands
+    assert "M\u00fcllers-B\u00fcro" in gponsh("-c", "show onu status").stdout
+    assert '"name":"M\u00fcllers-B\u00fcro"' in gponsh("-c", "show onu status | json").stdout
+    shown = gponsh("-c", "configure terminal", "-c", "gpon", "-c", "show profile bandwidth").stdout.splitlines()
+    named, default = (next(line for line in shown if line.startswith(name)) for name in ("T\u00fcr ", "default "))
+    assert len(named) == len(default)  # the columns stand under each other
+
+
+def test_a_command_of_another_mode_is_told_the_way(gponsh):
+    said = gponsh("-c", "profile bandwidth x maximum 1000").stdout
+    assert said.endswith("\n  typed on gpon (gpon)\n")
+    said = gponsh("-c", "configure terminal", "-c", "cpe clear file x").stdout
+    assert said.endswith("\n  typed on the enable mode (do ...)\n")
+
+
+def test_no_refusal_says_the_same_twice_or_names_nothing(gponsh):
+    asked = gponsh("-c", "show refused 99999").stdout
+    assert asked == "% no such request is kept\n  show refused lists those that are kept, the last hundred of each door\n"
+    asked = gponsh("-c", "configure terminal", "-c", "gpon", "-c", "show profile onu-srvprofile 1").stdout
+    assert asked == "% onu-srvprofile not exist\n  no service profile 1 (gpon)\n"

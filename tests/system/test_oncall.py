@@ -139,7 +139,7 @@ def test_a_refused_command_is_told_with_its_log_lines(shelf):
     assert refused(shelf, 2)[0]["request"] == items["request"]
     rows = [json.loads(row) for row in shelf.vty("json show refused").splitlines()]
     assert [(row["number"], row["request"], row["reason"]) for row in rows] == [
-        (1, "show refused last", "no such request is kept"),
+        (1, "show refused last", "no operator, manager or action was refused anything since the start"),
         (2, items["request"], items["reason"]),
     ]
     assert shelf.vty("show refused 77").result == 1

@@ -16,6 +16,7 @@ using Matters = std::vector<std::string>;
 
 constexpr uint32_t ONUS_OF_A_DARK_PORT = 2;             // fewer may all be switched off
 constexpr size_t DARK_PORTS_MAX = 4;                    // that are named; a card that is away has sixteen
+constexpr size_t UNSAVED_TABLES_MAX = 2;                // that are named; a full disk takes none of them
 constexpr std::chrono::microseconds LOOP_HELD{1000000}; // what operators and managers feel
 constexpr time_t LOOP_HELD_RECENTLY = 3600;             // seconds
 
@@ -77,14 +78,16 @@ void add_alarms(Matters& matters, const ChassisCount& count) {
 }
 
 void add_saves(Matters& matters) {
+    size_t failed = 0;
     for (const TableModule* table : table_module_list()) {
-        if (!table->registered())
-            continue;
-        const TableSaves saves = table->save_record();
-        if (saves.last_failed)
+        const TableSaves saves = table->registered() ? table->save_record() : TableSaves{};
+        if (saves.last_failed && failed++ < UNSAVED_TABLES_MAX)
             matters.push_back(std::string("the file of ") + table->name() + " couldn't be saved at " +
                               ov_local_time_text(saves.last_at) + " (show chassis saves)");
     }
+    if (failed > UNSAVED_TABLES_MAX)
+        matters.push_back("the files of " + text_of(failed - UNSAVED_TABLES_MAX) +
+                          " more tables couldn't be saved (show chassis saves)");
 }
 
 void add_counters(Matters& matters) {

@@ -18,6 +18,7 @@
 #include "ov_build_info.h"
 #include "ov_error_ring.h"
 #include "ov_product_place.h"
+#include "ov_shown_text.h"
 #include "ov_refused_ring.h"
 #include "ov_slot.h"
 #include "pm_family.h"
@@ -44,11 +45,10 @@ struct Label {
 // As a label's value stands between quotes. Tables hold bytes of no particular character set.
 std::string quoted(const std::string& text) {
     std::string result = "\"";
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
+    for (const char c : ov_shown_text(text)) {
         if (c == '"' || c == '\\')
             result += '\\';
-        result += byte >= 0x20 && byte < 0x7f ? c : '?';
+        result += c;
     }
     return result + '"';
 }

@@ -106,7 +106,10 @@ void OvRefusal::keep_refused(const char* row, const char* reason, const OvRefuse
 const char* OvRefusal::refuse(const char* row, const char* reason, const OvRefusedRequest& request) {
     row = first_of({notes_.row.data(), row, "-"});
     reason = first_of({notes_.reason.data(), notes_.error.data(), reason, "no reason known"});
-    snprintf(text_.data(), text_.size(), "%s (%s)", reason, row);
+    if (std::string_view(row) == "-")
+        snprintf(text_.data(), text_.size(), "%s", reason);
+    else
+        snprintf(text_.data(), text_.size(), "%s (%s)", reason, row);
     keep_refused(row, reason, request);
     OV_LOG_WARN("LIB", "refused: %s: %s: %s", door_, row, reason);
     return text_.data();

@@ -1,6 +1,5 @@
 #include "ov_app_gpon_autolearn_flow.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string>
@@ -16,6 +15,7 @@
 #include "ov_gpon.h"
 #include "ov_product_log.h"
 #include "ov_refusal.h"
+#include "ov_shown_text.h"
 
 namespace {
 
@@ -32,10 +32,7 @@ int bad_param(const char* text) {
 // A text of a report, for logs and terminals.
 template <size_t Bytes>
 std::string printable(const char (&field)[Bytes]) {
-    std::string text(text_in(field));
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return text;
+    return ov_shown_text(text_in(field));
 }
 
 const Port* port_of(const Onu& onu) {

@@ -11,6 +11,7 @@
 #include "ov_app_gpon_onu_history.h"
 #include "ov_local_time.h"
 #include "ov_product_log.h"
+#include "ov_shown_text.h"
 #include "table_value_name.h"
 
 namespace {
@@ -97,12 +98,8 @@ std::string state_name(mib_long state) {
 
 // " (first-home)", nothing for a name that says no more than the place; '?' for what would upset a terminal.
 std::string name_in_brackets(const Onu& onu, const char* place) {
-    std::string name = onu.sOnuTableOnuName;
-    if (name.empty() || name == place)
-        return "";
-    std::replace_if(
-        name.begin(), name.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-    return " (" + name + ")";
+    const std::string name = onu.sOnuTableOnuName;
+    return name.empty() || name == place ? "" : " (" + ov_shown_text(name) + ")";
 }
 
 void log_change(const Onu& onu, mib_long state, OnuReason reason) {

@@ -232,8 +232,10 @@ void ov_app_gpon_service_port_init() {
 int ov_app_gpon_service_port_add(ov_servicePortTable_attr_t* row, MIB_Flags_t column_flag) {
     if (!row)
         return OV_GPON_RET_BAD_PARAM;
-    if (ov_app_gpon_srvport_exist_check(row) == 1)
-        return refused("exists already");
+    if (ov_app_gpon_srvport_exist_check(row) == 1) {
+        ov_refusal_because("service port %d exists already", row->servicePortId);
+        return OV_GPON_RET_BAD_PARAM;
+    }
     row->servicePortRowStatus = OVRA_CREATEANDGO;
     mib_flag_set(column_flag, column::servicePortRowStatus);
     return mib_access(MIB_SET, *row, column_flag, gpon_service_port_appid) ? OV_GPON_RET_OK

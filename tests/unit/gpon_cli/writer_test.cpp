@@ -189,6 +189,12 @@ CLI_TEST(Writer, ABarInANameIsWrittenUnlessItWouldStartAFilter) {
               "gpon\n profile bandwidth up|down maximum 503\n!\n");
 }
 
+CLI_TEST(Writer, ANameInUtf8IsWrittenAsItWasTyped) {
+    add_bandwidth("T\u00fcr-\u20ac", 4);
+    EXPECT_EQ(write("write terminal current", GPON_NODE),
+              "gpon\n profile bandwidth T\u00fcr-\u20ac maximum 503\n!\n");
+}
+
 CLI_TEST(Writer, AProfileCalledByItsIdHasNoNameToWrite) {
     add_profile(5, "5", "KLM-618");
     EXPECT_EQ(write(), "gpon\n!\nonu-srvprofile profile-id 5 onu-type KLM-618\n!\n");

@@ -19,6 +19,12 @@ int show_table(CliCall& call) {
     return 0;
 }
 
+int show_utf8(CliCall& call) {
+    const kavo_table_t table(call.vty, COLUMNS);
+    table.row({"B\u00fcro \u20ac", 4, "M\xfcller"});
+    return 0;
+}
+
 int show_trimmed(CliCall& call) {
     const kavo_table_t table(call.vty, COLUMNS, {"  ", "   ", true});
     table.row({"HOME", 4, "-"});
@@ -32,6 +38,7 @@ int show_refusal(CliCall& call) {
 
 const kavo_cmd_t commands[] = {
     {{CONFIG_NODE}, "show atable", "Show\nTable\n", show_table},
+    {{CONFIG_NODE}, "show utf8", "Show\nTable\n", show_utf8},
     {{CONFIG_NODE}, "show trimmed", "Show\nTable\n", show_trimmed},
     {{CONFIG_NODE}, "show refusal", "Show\nTable\n", show_refusal},
     {{CONFIG_NODE}, "spoil table", "Spoil\nTable\n", show_table},
@@ -59,6 +66,12 @@ TEST(KavoTable, ColumnsStandUnderTheirHeadings) {
                                      "a\"b\\\x01\xe4     4294967289 x     \n"
                                      "               0\n"
                                      "total 3\n");
+}
+
+TEST(KavoTable, ACharacterOfUtf8TakesOnePlaceAndStandsInJsonAsItIs) {
+    EXPECT_EQ(answer("show utf8"), "0:B\u00fcro \u20ac         4 M\xfcller\n");
+    EXPECT_EQ(answer("json show utf8"),
+              "0:{\"onu_type\":\"B\u00fcro \u20ac\",\"eth\":4,\"remark\":\"M\\u00fcller\"}\n");
 }
 
 TEST(KavoTable, MarginGapAndEndsOfLinesCanBeChosen) {

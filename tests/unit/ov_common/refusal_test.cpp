@@ -49,7 +49,7 @@ TEST_F(Refusal, TakesTheFirstErrorLineWhereNobodyStatedAnything) {
 
 TEST_F(Refusal, TakesTheDoorsOwnWordsLast) {
     EXPECT_STREQ(OvRefusal("vty").refuse("gpon", "Bad parameter"), "Bad parameter (gpon)");
-    EXPECT_STREQ(OvRefusal("vty").refuse("", ""), "no reason known (-)");
+    EXPECT_STREQ(OvRefusal("vty").refuse("", ""), "no reason known");
 }
 
 TEST_F(Refusal, ForgetsWhatWasStatedOnTheWayToASuccess) {
@@ -80,7 +80,7 @@ TEST_F(Refusal, GoesToTheInnermostDoor) {
         EXPECT_EQ(OvRefusal::current(), &inner);
     }
     EXPECT_EQ(OvRefusal::current(), &outer);
-    EXPECT_STREQ(outer.refuse(nullptr, nullptr), "no reason known (-)");
+    EXPECT_STREQ(outer.refuse(nullptr, nullptr), "no reason known");
 }
 
 TEST_F(Refusal, NeedsAnOpenDoor) {
@@ -99,7 +99,7 @@ TEST_F(Refusal, IsOfItsThread) {
         EXPECT_EQ(ov_refusal_thread_door(), nullptr);
         ov_refusal_because("of another thread");
     }).join();
-    EXPECT_STREQ(door.refuse(nullptr, "own"), "own (-)");
+    EXPECT_STREQ(door.refuse(nullptr, "own"), "own");
 }
 
 TEST_F(Refusal, CutsLongTextsAndKeepsThemOnOneLine) {

@@ -27,6 +27,15 @@ TEST(RefusalText, WordThatFitsNothingIsToldWhatDoes) {
     EXPECT_EQ(hint(CONFIG_NODE, "vlan 5 more"), "vlan 5: the end of the line");
 }
 
+TEST(RefusalText, CommandOfAnotherModeIsToldTheWay) {
+    EXPECT_EQ(hint(CONFIG_NODE, "profile bandwidth x fixed 1000"), "typed on gpon (gpon)");
+    EXPECT_EQ(hint(CONFIG_NODE, "name x"),
+              "typed on an ONU (interface gpon-onu1/1:1) or a service profile (onu-srvprofile ...)");
+    EXPECT_EQ(hint(ENABLE_NODE, "vlan 5"), "typed on the configuration (configure terminal)");
+    EXPECT_EQ(hint(GPON_ONU_NODE, "on 3 ty a sn b"), "typed on a PON port (interface gpon-olt1/1)");
+    EXPECT_EQ(hint(CONFIG_NODE, "tcont 9 profile a"), ""); // wrong there, too
+}
+
 TEST(RefusalText, LineThatEndsTooEarlyIsToldWhatComes) {
     EXPECT_EQ(hint(GPON_ONU_NODE, "tcont", CMD_ERR_INCOMPLETE), "tcont: 1 to 6");
     EXPECT_EQ(hint(GPON_ONU_NODE, "tcont 1 ", CMD_ERR_INCOMPLETE), "tcont 1: profile");
@@ -48,6 +57,8 @@ TEST(RefusalText, SecondLineStandsBelowTheDaemonsText) {
     EXPECT_EQ(second({"", CMD_WARNING, "because"}), "  because\n");
     EXPECT_EQ(second({"% Unknown\n", CMD_ERR_NO_MATCH, ""}), "  tcont: 1 to 6\n");
     EXPECT_EQ(second({"%Failed\n", CMD_WARNING, ""}), "");
+    EXPECT_EQ(second({"% Failed \n", CMD_WARNING, "Failed (row)"}), ""); // nothing new
+    EXPECT_EQ(second({"%Failed\n", CMD_WARNING, "Failed it (row)"}), "  Failed it (row)\n");
 }
 
 } // namespace
