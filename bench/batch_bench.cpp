@@ -182,12 +182,7 @@ Copied copy_in_steps(int port) {
                                                check_result(result, port);
                                                ended = true;
                                            });
-    struct thread event;
-    while (!ended && thread_fetch(loop(), &event)) {
-        const auto at = Clock::now();
-        thread_call(&event);
-        copied.held = std::max(copied.held, usec_since(at));
-    }
+    copied.held = longest_event_until([&] { return ended; });
     copied.usec = usec_since(began);
     return copied;
 }
@@ -201,12 +196,7 @@ void print(const char* what, double usec, double bare_usec) {
 
 int main(int argc, char** argv) {
     const int ports = std::clamp(argc > 1 ? atoi(argv[1]) : 8, 1, PORTS);
-    enter_private_place();
-    set_up_platform();
-    run_on_core(1); // that of the cards
-    start_cards(nullptr, 1);
-    run_on_core(0);
-    start_application(1);
+    start_with_own_card();
     make_profile();
     add_traffic();
     add_services();

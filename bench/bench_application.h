@@ -2,6 +2,7 @@
 // modules, ONUs that are made and removed by their doors, and the time of each block of them.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -91,6 +92,29 @@ inline void start_application(int cards) {
         hal_slot_active_flag_set(__func__, __LINE__, static_cast<uint16_t>(card_slot(n)));
     ov_app_gpon_bwtype_add_default();
     ov_app_gpon_profile_onutype_add_default();
+}
+
+// The chassis of a benchmark that needs one card, in slot card_slot(0): each end has a processor of its own.
+inline void start_with_own_card() {
+    enter_private_place();
+    set_up_platform();
+    run_on_core(1);
+    start_cards(nullptr, 1);
+    run_on_core(0);
+    start_application(1);
+}
+
+// Runs the loop until something has come about; the time of its longest event, microseconds.
+template <typename Done>
+double longest_event_until(Done done) {
+    double longest = 0;
+    struct thread event;
+    while (!done() && thread_fetch(loop(), &event)) {
+        const auto began = Clock::now();
+        thread_call(&event);
+        longest = std::max(longest, usec_since(began));
+    }
+    return longest;
 }
 
 inline void check(int result, const char* what, int slot, int port, int onu) {

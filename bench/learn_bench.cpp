@@ -135,12 +135,7 @@ void check_all_copied() {
 
 int main(int argc, char** argv) {
     const int turns = std::clamp(argc > 1 ? atoi(argv[1]) : 3, 1, 100);
-    enter_private_place();
-    set_up_platform();
-    run_on_core(1); // that of the cards
-    start_cards(nullptr, 1);
-    run_on_core(0);
-    start_application(1);
+    start_with_own_card();
     make_profile();
     const int slot = card_slot(0);
     for (int port = 1; port <= PORTS; ++port)

@@ -91,7 +91,9 @@ InFlight in_flight;
 Signal input;                  // of the library's transport
 std::deque<AgentxPdu> answers; // of ours to the library's requests
 AgentxAnswerer* answerer = nullptr;
-bool next_is_for_library = false; // the answerer has left it
+AgentxHold* hold = nullptr;
+bool next_is_for_library = false;                                         // the answerer has left it
+enum class Commit : uint8_t { NONE, HELD, LET_GO } commit = Commit::NONE; // the next, if it is a CommitSet
 AgentxPdu handed_over;            // of which the library has had a part
 size_t handed_bytes = 0;          // of it
 bool is_up = false;               // a session stands, as far as we know
@@ -136,7 +138,8 @@ void begin_to_hand_over(AgentxPdu pdu) {
 // ---- requests that are answered without the library ---------------------------------------------------
 
 bool library_is_busy() {
-    return in_flight.is_pending() || !answers.empty() || handed_bytes < handed_over.size();
+    return commit == Commit::HELD || in_flight.is_pending() || !answers.empty() ||
+           handed_bytes < handed_over.size();
 }
 
 bool is_to_be_offered(const AgentxPdu& pdu) {
@@ -174,6 +177,26 @@ void answer_what_waits() {
     note_loss();
 }
 
+// ---- sets that take long --------------------------------------------------------------------------------
+
+// Whether the next that has come is a CommitSet that is to wait.
+bool is_held() {
+    if (commit == Commit::NONE && hold != nullptr && master().is_next(AgentxPduType::COMMIT_SET) && hold())
+        commit = Commit::HELD;
+    return commit == Commit::HELD;
+}
+
+// The master has taken back the set that it was waiting for.
+void drop_held_if_undone() {
+    if (commit != Commit::NONE && master().drop_undone_commits())
+        commit = Commit::NONE;
+}
+
+// Whether something is there that needn't wait: answers to notifications don't.
+bool is_next_there() {
+    return commit == Commit::HELD ? master().has_response() : master().has_next();
+}
+
 // ---- the library's side, handing over -----------------------------------------------------------------
 
 // Chooses what the library gets next: an answer that it waits for comes before all else. False for nothing.
@@ -184,8 +207,9 @@ bool choose_next() {
         return true;
     }
     answer_what_waits();
-    if (auto pdu = master().next()) {
+    if (auto pdu = is_held() ? master().next_response() : master().next()) {
         next_is_for_library = false;
+        commit = commit == Commit::HELD ? commit : Commit::NONE;
         in_flight.took(agentx_header(*pdu)->type);
         begin_to_hand_over(std::move(*pdu));
         return true;
@@ -262,6 +286,7 @@ int link_close(netsnmp_transport* transport) {
     begin_to_hand_over({});
     in_flight.done();
     next_is_for_library = false;
+    commit = Commit::NONE;
     master().close();
     note_loss();
     return 0;
@@ -398,8 +423,20 @@ void agentx_link_set_answerer(AgentxAnswerer* wanted) {
     answerer = wanted;
 }
 
+void agentx_link_set_hold(AgentxHold* wanted) {
+    hold = wanted;
+}
+
+void agentx_link_go_on() {
+    if (commit != Commit::HELD)
+        return;
+    commit = Commit::LET_GO;
+    agentx_link_wake();
+}
+
 void agentx_link_receive() {
     master().receive();
+    drop_held_if_undone();
     note_loss();
     answer_what_waits();
     say_connected();
@@ -420,7 +457,7 @@ int agentx_link_fd() {
 }
 
 bool agentx_link_has_input() {
-    return !answers.empty() || master().has_next() || master().socket() < 0;
+    return !answers.empty() || is_next_there() || master().socket() < 0;
 }
 
 bool agentx_link_can_hand_over() {

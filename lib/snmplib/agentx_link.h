@@ -41,6 +41,23 @@ using AgentxAnswerer = bool(std::span<const uint8_t> request, AgentxPdu& respons
 // One is offered when those before it have been answered.
 void agentx_link_set_answerer(AgentxAnswerer* answerer);
 
+// ---- sets that take long ----------------------------------------------------------------------------------
+//
+// What a CommitSet sets off may take longer than one event of the loop should. It is held then, and all that
+// the master has sent behind it but its answers to notifications: the library gets it when the work is done,
+// and answers it as ever.
+//
+// How long the master waits isn't ours to say; Net-SNMP's takes no notice of the limits that a subagent may
+// ask for (RFC 2741, 6.2.1 and 6.2.3). One that has waited enough sends an UndoSet, ends the connection, or
+// does both: the CommitSet is dropped then, and the library undoes the set, or sees the end.
+
+// Asked about a CommitSet of the session that is next: true holds it.
+using AgentxHold = bool();
+// Null as at start: none is held.
+void agentx_link_set_hold(AgentxHold* hold);
+// The held one goes on when the loop comes round. Never within AgentxHold; does nothing if none is held.
+void agentx_link_go_on();
+
 // ---- for the event loop -----------------------------------------------------------------------------------
 
 // The socket of the connection, -1 without one; what it is to be watched for; whether the master owes us an

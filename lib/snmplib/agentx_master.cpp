@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
@@ -148,6 +149,47 @@ std::optional<AgentxPdu> AgentxMaster::next() {
     AgentxPdu pdu = std::move(for_library_.front());
     for_library_.pop_front();
     return pdu;
+}
+
+namespace {
+
+bool is_of_type(const AgentxPdu& pdu, AgentxPduType type) {
+    return agentx_header(pdu)->type == type;
+}
+bool is_response(const AgentxPdu& pdu) {
+    return is_of_type(pdu, AgentxPduType::RESPONSE);
+}
+
+} // namespace
+
+bool AgentxMaster::is_next(AgentxPduType type) const {
+    return has_next() && is_of_type(for_library_.front(), type) &&
+           agentx_header(for_library_.front())->session == session_;
+}
+
+std::optional<AgentxPdu> AgentxMaster::next_response() {
+    const auto found = std::find_if(for_library_.begin(), for_library_.end(), is_response);
+    if (found == for_library_.end())
+        return std::nullopt;
+    AgentxPdu pdu = std::move(*found);
+    for_library_.erase(found);
+    return pdu;
+}
+
+bool AgentxMaster::has_response() const {
+    return std::any_of(for_library_.begin(), for_library_.end(), is_response);
+}
+
+bool AgentxMaster::drop_undone_commits() {
+    using enum AgentxPduType;
+    const auto undo = std::find_if(for_library_.begin(), for_library_.end(),
+                                   [](const AgentxPdu& pdu) { return is_of_type(pdu, UNDO_SET); });
+    if (undo == for_library_.end())
+        return false;
+    const auto kept = std::remove_if(for_library_.begin(), undo,
+                                     [](const AgentxPdu& pdu) { return is_of_type(pdu, COMMIT_SET); });
+    for_library_.erase(kept, undo);
+    return true;
 }
 
 // ---- to the master ----------------------------------------------------------------------------------

@@ -59,8 +59,16 @@ public:
     // The next PDU that has come for the library: a request, or the answer to a notification.
     std::optional<AgentxPdu> next();
     bool has_next() const { return !for_library_.empty(); }
+    // The next Response of these, past all else.
+    std::optional<AgentxPdu> next_response();
+    bool has_response() const;
+    // Whether the next is of this type, and of the session.
+    bool is_next(AgentxPduType type) const;
     // Gives back what next() has just given.
     void put_back(AgentxPdu pdu) { for_library_.push_front(std::move(pdu)); }
+    // If an UndoSet has come, the master no longer waits for the CommitSets in front of it: takes these out.
+    // False if none has come.
+    bool drop_undone_commits();
 
     // Sends a PDU; what the socket doesn't take follows by flush(). False if the connection has ended.
     bool send(std::span<const uint8_t> pdu);

@@ -9,6 +9,7 @@
 
 #include "ov_product_log.h"
 #include "table_record.h"
+#include "table_snmp_ahead.h"
 
 namespace {
 
@@ -127,11 +128,13 @@ void snmp_open_take_back(TableModule& module, const SnmpRowKey& key, void* row) 
 
 void snmp_open_forget(const TableModule& module) {
     std::erase_if(open_rows(), [&](const OpenRow& open) { return open.module == &module; });
+    snmp_ahead_end(module);
 }
 
 void snmp_open_abandon() {
     for (OpenRow& open : std::exchange(open_rows(), {}))
         end_set(open);
+    snmp_ahead_end_all();
 }
 
 void snmp_open_watch_master() {

@@ -11,10 +11,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 #include "ov_product_log.h"
 #include "table_record.h"
 #include "table_snmp.h"
+#include "table_snmp_ahead.h"
 #include "table_snmp_open.h"
 #include "table_snmp_refusal.h"
 #include "table_snmp_request.h"
@@ -135,41 +138,7 @@ void reserve1(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_
     });
 }
 
-// ---- RESERVE2 ------------------------------------------------------------------------------------
-
-int make_row(TableModule& module, const Variable& variable) {
-    if (void* row = variable.row())
-        return exists(module.desc(), row) ? SNMP_ERR_INCONSISTENTVALUE : SNMP_ERR_NOERROR;
-    SnmpRowKey key;
-    void* row = snmp_row_key(module.desc(), *variable.info, key) ? module.create_entry(key.data()) : nullptr;
-    if (row == nullptr)
-        return SNMP_ERR_RESOURCEUNAVAILABLE;
-    snmp_open_note(module, key, SnmpSetState::RESERVED, {});
-    // To all variables of this row. In RESERVE1 this would crash on a variable that the library has refused.
-    netsnmp_insert_iterator_context(variable.request, row);
-    return SNMP_ERR_NOERROR;
-}
-
-void reserve2(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
-    if (module.desc().row_status->access != ColAccess::READ_CREATE)
-        return;
-    const bool made = each_variable(module, requests, [&](const Variable& variable) {
-        const int error = is_create(variable) ? make_row(module, variable) : SNMP_ERR_NOERROR;
-        if (error != SNMP_ERR_NOERROR)
-            netsnmp_set_request_error(reqinfo, variable.request, error);
-        return error == SNMP_ERR_NOERROR;
-    });
-    if (!made)
-        return;
-    // The order of the variables in a request means nothing: the row status may be the last.
-    each_variable(module, requests, [&](const Variable& variable) {
-        if (variable.row() == nullptr)
-            netsnmp_set_request_error(reqinfo, variable.request, SNMP_ERR_RESOURCEUNAVAILABLE);
-        return variable.row() != nullptr;
-    });
-}
-
-// ---- ACTION --------------------------------------------------------------------------------------
+// ---- new values ----------------------------------------------------------------------------------
 
 void put_bytes(const Variable& variable, void* row) {
     const ColumnDesc& column = *variable.column;
@@ -210,6 +179,72 @@ void put_value(const Variable& variable, void* row) {
     }
 }
 
+// With the present value in its shadow.
+void replace_value(const TableModule& module, const Variable& variable, void* row) {
+    const ColumnDesc& column = *variable.column;
+    std::memcpy(record_bytes(row) + column.old_offset, record_bytes(row) + column.offset, column.size);
+    put_value(variable, row);
+    if (is_create(variable))
+        set_old_row_status(module.desc(), row, OVRA_NONEXISTENT);
+}
+
+// ---- RESERVE2 ------------------------------------------------------------------------------------
+
+int make_row(TableModule& module, const Variable& variable) {
+    if (void* row = variable.row())
+        return exists(module.desc(), row) ? SNMP_ERR_INCONSISTENTVALUE : SNMP_ERR_NOERROR;
+    SnmpRowKey key;
+    void* row = snmp_row_key(module.desc(), *variable.info, key) ? module.create_entry(key.data()) : nullptr;
+    if (row == nullptr)
+        return SNMP_ERR_RESOURCEUNAVAILABLE;
+    snmp_open_note(module, key, SnmpSetState::RESERVED, {});
+    // To all variables of this row. In RESERVE1 this would crash on a variable that the library has refused.
+    netsnmp_insert_iterator_context(variable.request, row);
+    return SNMP_ERR_NOERROR;
+}
+
+// For an application that has something to do ahead of ACTION: the row as that is going to make it.
+void keep_row_to_be(const TableModule& module, netsnmp_request_info* requests) {
+    std::vector<char> row;
+    const void* stored = nullptr;
+    MIB_Flags_t columns{};
+    each_variable(module, requests, [&](const Variable& variable) {
+        if (variable.row() != stored) {
+            stored = variable.row();
+            row.assign(record_bytes(stored), record_bytes(stored) + module.desc().entry_size);
+        }
+        mib_flag_set(columns, variable.info->colnum);
+        if (variable.column != nullptr)
+            replace_value(module, variable, row.data());
+        return true;
+    });
+    if (stored != nullptr)
+        snmp_ahead_keep(module, std::move(row), columns);
+}
+
+void reserve2(TableModule& module, netsnmp_agent_request_info* reqinfo, netsnmp_request_info* requests) {
+    if (module.desc().row_status->access != ColAccess::READ_CREATE)
+        return;
+    const bool made = each_variable(module, requests, [&](const Variable& variable) {
+        const int error = is_create(variable) ? make_row(module, variable) : SNMP_ERR_NOERROR;
+        if (error != SNMP_ERR_NOERROR)
+            netsnmp_set_request_error(reqinfo, variable.request, error);
+        return error == SNMP_ERR_NOERROR;
+    });
+    if (!made)
+        return;
+    // The order of the variables in a request means nothing: the row status may be the last.
+    const bool all_there = each_variable(module, requests, [&](const Variable& variable) {
+        if (variable.row() == nullptr)
+            netsnmp_set_request_error(reqinfo, variable.request, SNMP_ERR_RESOURCEUNAVAILABLE);
+        return variable.row() != nullptr;
+    });
+    if (all_there && snmp_ahead_is_wanted(module))
+        keep_row_to_be(module, requests);
+}
+
+// ---- ACTION --------------------------------------------------------------------------------------
+
 void log_value(const TableModule& module, const ColumnDesc& column, const void* row) {
     char index[TableModule::MAX_INDEX_TEXT];
     module.index_string(row, index, sizeof(index));
@@ -218,14 +253,9 @@ void log_value(const TableModule& module, const ColumnDesc& column, const void* 
 }
 
 void write_value(const TableModule& module, const Variable& variable) {
-    void* row = variable.row();
-    const ColumnDesc& column = *variable.column;
-    std::memcpy(record_bytes(row) + column.old_offset, record_bytes(row) + column.offset, column.size);
-    put_value(variable, row);
-    if (column.type != ColType::ROWSTATUS)
-        log_value(module, column, row);
-    else if (is_create(variable))
-        set_old_row_status(module.desc(), row, OVRA_NONEXISTENT);
+    replace_value(module, variable, variable.row());
+    if (!is_row_status(variable))
+        log_value(module, *variable.column, variable.row());
 }
 
 // The row that stands for a request in ACTION. It is looked up at each use: callbacks may remove it.

@@ -6,7 +6,7 @@ import re
 
 import pytest
 
-from chassis import BIN, wait_for
+from chassis import BIN, SNMPD_CONF, wait_for
 from test_commands_onu import start_shelf
 
 PORT = "gpon-olt1/1"
@@ -196,6 +196,32 @@ def test_others_are_served_while_a_card_thinks_about_a_step(few):
         assert not committed.done()
         assert committed.result() == ""
     few.wait_for("COMMITOK")
+
+
+def test_others_are_served_while_a_managers_step_waits_for_its_card(few):
+    chassis = few.chassis
+    chassis.start_snmpd(SNMPD_CONF + "agentXTimeout 60\n")  # it waits six seconds otherwise
+    chassis.wait_agent(20)
+    few.start()
+    few.wait_for("DOWNLOADSUC")
+    row = ".1.3.6.1.4.1.47281.1.1.1.1.1.37.1.1.3.1.1.1"  # sOnuUpdateAction
+    commit, active = 3, 2
+    patient = ("-r", "0", "-t", "60")
+    chassis.card_fault(1, "late", type="rmonu-update", ms=5000)
+    mark = chassis.mark()
+    with concurrent.futures.ThreadPoolExecutor() as pool:
+        committed = pool.submit(chassis.snmp, "snmpset", row, "i", str(commit), options=patient)
+        chassis.wait_record(kind="card-request", type="rmonu-update", since=mark, timeout=20)
+        assert chassis.vty("show onu status").endswith("total 4\n")
+        assert not committed.done()
+        assert committed.result().returncode == 0
+    few.wait_for("COMMITOK")
+    (told,) = chassis.records(kind="card-request", type="rmonu-update", since=mark)
+    chassis.card_fault(1, "code", type="rmonu-update", code=1009)
+    refused = chassis.snmp("snmpset", row, "i", str(active), options=patient)
+    assert "badValue" in refused.stderr + refused.stdout
+    assert "refused with code 1009" in chassis.vty("show refused last")
+    assert chassis.snmpget(row)[row] == f"INTEGER: {commit}"
 
 
 def test_from_a_server_the_onus_do_all_of_it(few):

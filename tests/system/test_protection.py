@@ -1,11 +1,13 @@
 """A protection group through its life: two ports of a card at one splitter, of which one carries the ONUs. Its
 configuration is copied and mirrored, operator and card switch over, and the card holds the same for both ports."""
 
+import concurrent.futures
+import functools
 import re
 
 import pytest
 
-from chassis import SimctlError, wait_for
+from chassis import SNMPD_CONF, SimctlError, wait_for
 from snmp_manager import Table
 from test_provision import INT, TEXT, Chassis, add_onu, serial
 from test_restore import replay, restart_card
@@ -139,6 +141,64 @@ def test_a_group_outlives_daemon_and_card(world):
     assert (group["ifindex_work_pon"], group["ifindex_stdby_pon"]) == (pon(2), pon(1))
     assert world.vty("protectgroup 1 switchover w2p") == ""
     world.wait_up(1, 3)
+
+
+# ---- a manager's group ---------------------------------------------------------------------------------------
+
+#: The time that the master gives a subagent for each phase of a SET.
+PATIENT = SNMPD_CONF + "agentXTimeout 60\n"
+HASTY = SNMPD_CONF + "agentXTimeout 1\nagentXRetries 0\n"
+NEW_GROUP = {2: "north", 3: pon(1), 4: pon(2)}
+
+
+@pytest.fixture
+def managed(chassis, request, monkeypatch):
+    """The same with a master that has such patience."""
+    monkeypatch.setenv("GPON_TEST_SNMP_TIMEOUT", "60")
+    chassis.start_snmpd = functools.partial(chassis.start_snmpd, conf=request.param)
+    made = Pair(chassis)
+    yield made
+    made.close()
+
+
+@pytest.mark.parametrize("managed", [PATIENT], indirect=True, ids=["patient"])
+def test_others_are_served_while_a_managers_group_is_copied(managed):
+    chassis = managed.chassis
+    mark = chassis.mark()
+    chassis.card_fault(1, "late", type="tcont", ms=2000, times=3)
+    with chassis.open_vty(timeout=60) as session, concurrent.futures.ThreadPoolExecutor() as pool:
+        for line in ("configure terminal", "gpon", "interface gpon-olt1/3"):
+            assert session(line).result == 0
+        made = pool.submit(managed.groups.create, (1,), NEW_GROUP)
+        chassis.wait_record(kind="card-request", type="tcont", since=mark, timeout=20)
+        assert session("fec downstream enable").result == 0
+        assert made.result() == "noError"
+    told = [(record["type"].split("_GPON_")[-1], record.get("port")) for record in chassis.records(since=mark, kind="card-request", slot=1)]
+    first = lambda kind, port: told.index((kind, port))
+    assert first("TCONT", "gpon-onu1/2:1") < first("PORT", "gpon-olt1/3") < first("PON_PROTECT", WORK), told
+    assert managed.groups.get((1,), 7) == str(pon(1))
+    managed.wait_equal()
+    assert managed.groups.create((1,), NEW_GROUP) == "inconsistentValue"
+    assert managed.groups.destroy((1,)) == "noError"
+    # Both ports have ONUs now: the set is refused as ever, with its reason.
+    assert managed.groups.create((1,), NEW_GROUP) != "noError"
+    assert "protecting port has ONUs" in chassis.vty("show refused last")
+    assert managed.groups.get((1,), 7) is None
+
+
+@pytest.mark.parametrize("managed", [HASTY], indirect=True, ids=["hasty"])
+def test_a_managers_group_that_the_master_gives_up_is_taken_back(managed):
+    chassis = managed.chassis
+    chassis.card_fault(1, "late", type="tcont", ms=2000, times=1)
+    reply = managed.manager.set(*managed.groups.objects((1,), NEW_GROUP, 4))
+    assert reply["status"] != "noError"
+    on_second = lambda: [row for row in managed.objects(1, "ONU") if row["ifindex"] >> 15 & 15 == 1]
+    wait_for(lambda: on_second() == [], 20, "the copy to be taken back")
+    # No group is left, neither port has a role, and the second one is blank.
+    assert "No protect group 1" in managed.vty("show protectgroup 1")
+    wait_for(lambda: managed.vty(GROUP) == "", 20, "the group to be made by somebody else")
+    managed.wait_equal()
+    assert managed.card(1)["reasons"] == {}
 
 
 @pytest.mark.parametrize(

@@ -7,7 +7,7 @@ import pytest
 
 from chassis import wait_for
 from snmp_manager import Table
-from test_protection import GROUP, INT, MSP, TEXT, WORK, Pair, pon
+from test_protection import GROUP, INT, MSP, NEW_GROUP, TEXT, WORK, Pair, pon
 from test_provision import Chassis, serial
 from test_restore import TABLES, replay, restart_card, start_daemon_again
 
@@ -69,11 +69,12 @@ def test_a_daemon_that_is_killed_in_a_group_goes_on_from_what_was_saved(world):
     chassis = world.chassis
     saved = world.rows(1)
 
-    # in the copy that makes the group
+    # in the copy that makes the group, by an operator and by a manager
     told = lambda records: any(r["type"].endswith("_TCONT") for r in records)
-    world.kill_when_told("tcont", told, lambda: world.vty(GROUP))
-    assert world.groups.get((1,), 7) is None
-    assert (world.rows(1), world.rows(2)) == (saved, set())
+    for make in (lambda: world.vty(GROUP), lambda: world.groups.create((1,), NEW_GROUP)):
+        world.kill_when_told("tcont", told, make)
+        assert world.groups.get((1,), 7) is None
+        assert (world.rows(1), world.rows(2)) == (saved, set())
     world.bring_card_up()
     world.wait_up(1, 2)
     assert world.objects(1, "ONU") and all(row["ifindex"] >> 15 & 15 == 0 for row in world.objects(1, "ONU"))

@@ -11,72 +11,25 @@
 #include "app_write_row.h"
 #include "kavo_if.h"
 #include "ov_app_gpon_if.h"
+#include "ov_app_gpon_pon_protect_copy.h"
 #include "ov_app_gpon_pon_protect_mirror.h"
-#include "ov_app_gpon_pon_role.h"
+#include "ov_app_gpon_pon_protect_roles.h"
 #include "ov_app_gpon_port_config.h"
 #include "sOnuTable.h"
 #include "sPonTable.h"
 #include "servicePortTable.h"
+#include "table_snmp_ahead.h"
 
 int gpon_protect_appid = 0;
+
+using namespace pon_protect;
 
 namespace {
 
 using Group = ov_portProtectTable_attr_t;
 namespace column = portProtectTable_column;
 
-// The columns are signed; indexes of ports stay below 2^31.
-ov_ifindex_t working_port(const Group& group) {
-    return static_cast<ov_ifindex_t>(group.ppWorkPonIfindex);
-}
-ov_ifindex_t protecting_port(const Group& group) {
-    return static_cast<ov_ifindex_t>(group.ppProtectPonIfindex);
-}
-bool is_member(const Group& group, ov_ifindex_t port) {
-    return port != 0 && (port == working_port(group) || port == protecting_port(group));
-}
-ov_ifindex_t other_port(const Group& group, ov_ifindex_t port) {
-    return port == protecting_port(group) ? working_port(group) : protecting_port(group);
-}
-
 // ---- roles ------------------------------------------------------------------------------------------------
-
-int slot_of(ov_ifindex_t port) {
-    return static_cast<int>(ov_ifindex_get_slot_id(port));
-}
-int number_of(ov_ifindex_t port) {
-    return static_cast<int>(ov_ifindex_get_port_id(port));
-}
-
-ov_pon_protect_pon_status_e role_of(ov_ifindex_t port) {
-    return ov_pon_protect_group_pon_status_get(slot_of(port), number_of(port));
-}
-
-void set_active(ov_ifindex_t port, bool active) {
-    ov_pon_protect_group_pon_active_status_set(slot_of(port), number_of(port), active ? 1 : 0);
-}
-
-void set_role(ov_ifindex_t port, ov_pon_protect_pon_status_e role, ov_ifindex_t partner) {
-    ov_pon_protect_group_pon_status_set(slot_of(port), number_of(port), role);
-    ov_pon_protect_group_pair_port_index_set(slot_of(port), number_of(port), partner);
-}
-
-void set_port_in_service(const Group& group, ov_ifindex_t port) {
-    set_active(port, true);
-    set_active(other_port(group, port), false);
-}
-
-void give_roles(const Group& group) {
-    set_role(working_port(group), OV_PON_PROTECT_PON_STATUS_WORKING, protecting_port(group));
-    set_role(protecting_port(group), OV_PON_PROTECT_PON_STATUS_PROTECTING, working_port(group));
-}
-
-void take_roles(const Group& group) {
-    for (const ov_ifindex_t port : {working_port(group), protecting_port(group)}) {
-        set_role(port, OV_PON_PROTECT_PON_STATUS_NONE, 0);
-        set_active(port, false);
-    }
-}
 
 // A group that no card has taken has no port in service, and its ports no roles.
 void give_roles_of_stored_groups() {
@@ -103,82 +56,98 @@ constexpr uif_pon_protect_queries QUERIES = {
 
 // ---- what two ports must be -------------------------------------------------------------------------------
 
-// `line` has a "%s" for the group's name, or none.
-bool refuse(const Group& group, std::string line, const char* because) {
-    ov_refusal_because("%s", because);
-    if (const size_t name = line.find("%s"); name != std::string::npos)
-        line.replace(name, strlen("%s"), group.ppGroupName);
-    OV_LOG_ERROR("MMG", "%s", line.c_str());
-    return false;
-}
+// Why two ports can't become a group.
+struct Obstacle {
+    const char* line; // for the log, with "%s" for the group's name or without; null for none
+    const char* because;
+};
+using Found = std::optional<Obstacle>;
 
 bool is_pon_port(ov_ifindex_t port) {
     return ov_ifindex_get_port_type(port) == PORT_TYPE_GPON &&
            has_port_index(port_key_of_ifindex<ov_sPonTable_attr_t>(port));
 }
 
-bool are_free(const Group& group) {
-    return (role_of(working_port(group)) == OV_PON_PROTECT_PON_STATUS_NONE &&
-            role_of(protecting_port(group)) == OV_PON_PROTECT_PON_STATUS_NONE) ||
-           refuse(group, "this pon protect group member have added", "a port is in a group already");
+Found not_free(const Group& group) {
+    if (protect_group_copy_is_over(group) ||
+        (role_of(working_port(group)) == OV_PON_PROTECT_PON_STATUS_NONE &&
+         role_of(protecting_port(group)) == OV_PON_PROTECT_PON_STATUS_NONE))
+        return std::nullopt;
+    return Obstacle{"this pon protect group member have added", "a port is in a group already"};
 }
 
-bool are_two(const Group& group) {
-    return working_port(group) != protecting_port(group) ||
-           refuse(group, "this pon protect group %s can not use the same port",
-                  "a port can't protect itself");
+Found not_two(const Group& group) {
+    if (working_port(group) != protecting_port(group))
+        return std::nullopt;
+    return Obstacle{"this pon protect group %s can not use the same port", "a port can't protect itself"};
 }
 
-bool are_on_one_card(const Group& group) {
-    return slot_of(working_port(group)) == slot_of(protecting_port(group)) ||
-           refuse(group, "this pon protect group %s is not using the same card",
-                  "both ports must be on one card");
+Found not_on_one_card(const Group& group) {
+    if (slot_of(working_port(group)) == slot_of(protecting_port(group)))
+        return std::nullopt;
+    return Obstacle{"this pon protect group %s is not using the same card", "both ports must be on one card"};
 }
 
 // An index that names no port would reach the card as that of another one.
-bool are_pon_ports(const Group& group) {
-    return (is_pon_port(working_port(group)) && is_pon_port(protecting_port(group))) ||
-           ov_refusal_because("both must be PON ports");
+Found not_pon_ports(const Group& group) {
+    if (is_pon_port(working_port(group)) && is_pon_port(protecting_port(group)))
+        return std::nullopt;
+    return Obstacle{nullptr, "both must be PON ports"};
 }
 
-bool has_name(const Group& group) {
-    return group.ppGroupName[0] != '\0' || refuse(group, "ppGroupName is empty", "the group has no name");
+Found not_named(const Group& group) {
+    if (group.ppGroupName[0] != '\0')
+        return std::nullopt;
+    return Obstacle{"ppGroupName is empty", "the group has no name"};
 }
 
-bool has_no_onus(const Group& group) {
+Found has_onus(const Group& group) {
     const auto port = port_key_of_ifindex<ov_sOnuTable_attr_t>(protecting_port(group));
-    for ([[maybe_unused]] const auto& onu : rows_under(port, INDEX_TO_PORT))
-        return refuse(group, "the protect group %s :  protect pon port have onu added",
-                      "the protecting port has ONUs");
-    return true;
+    if (!protect_group_copy_is_over(group))
+        for ([[maybe_unused]] const auto& onu : rows_under(port, INDEX_TO_PORT))
+            return Obstacle{"the protect group %s :  protect pon port have onu added",
+                            "the protecting port has ONUs"};
+    return std::nullopt;
 }
 
 // Addresses move between the two ports at each switch-over.
-bool lets_addresses_move(const Group& group) {
+Found has_fixed_addresses(const Group& group) {
     const auto port = port_key_of_ifindex<ov_servicePortTable_attr_t>(working_port(group));
     for (const auto& service : rows_under(port, INDEX_TO_PORT))
         if (service.servicePortMacmove == SERVICEPORTMACMOVE_DISABLE)
-            return refuse(group, "the protect group %s :  work pon port have servicePort mac-move is disable",
-                          "a service port of the working port doesn't let addresses move");
-    return true;
+            return Obstacle{"the protect group %s :  work pon port have servicePort mac-move is disable",
+                            "a service port of the working port doesn't let addresses move"};
+    return std::nullopt;
 }
 
-bool is_blank(const Group& group) {
-    return ov_app_gpon_olt_table_params_is_default_check(protecting_port(group)) == 1 ||
-           ov_refusal_because("the protecting port isn't at its defaults");
+Found not_blank(const Group& group) {
+    if (protect_group_copy_is_over(group) ||
+        ov_app_gpon_olt_table_params_is_default_check(protecting_port(group)) == 1)
+        return std::nullopt;
+    return Obstacle{nullptr, "the protecting port isn't at its defaults"};
 }
 
-// The protecting port of the group that is being made behind its copy: it is blank no more. 0 for none.
-ov_ifindex_t g_copied_to = 0;
-
-bool is_copied(const Group& group) {
-    return g_copied_to != 0 && protecting_port(group) == g_copied_to;
+// The first one.
+Found obstacle_of(const Group& group) {
+    for (const auto find : {not_free, not_two, not_on_one_card, not_pon_ports, not_named, has_onus,
+                            has_fixed_addresses, not_blank})
+        if (const Found found = find(group))
+            return found;
+    return std::nullopt;
 }
 
 bool may_be_made(const Group& group) {
-    return are_free(group) && are_two(group) && are_on_one_card(group) && are_pon_ports(group) &&
-           has_name(group) && (is_copied(group) || has_no_onus(group)) && lets_addresses_move(group) &&
-           (is_copied(group) || is_blank(group));
+    const Found obstacle = obstacle_of(group);
+    if (!obstacle)
+        return true;
+    ov_refusal_because("%s", obstacle->because);
+    if (obstacle->line == nullptr)
+        return false;
+    std::string line = obstacle->line;
+    if (const size_t name = line.find("%s"); name != std::string::npos)
+        line.replace(name, strlen("%s"), group.ppGroupName);
+    OV_LOG_ERROR("MMG", "%s", line.c_str());
+    return false;
 }
 
 // Any other command switches over too.
@@ -196,13 +165,14 @@ bool changes_port_in_service(const Group& group) {
 using Change = RowChange<Group>;
 
 bool copy_for_new_group(Change& change) {
-    if (change.creates() && !is_copied(change.row))
+    if (change.creates() && !protect_group_copy_is_over(change.row))
         ov_app_gpon_port_config_copy(working_port(change.row), protecting_port(change.row));
     return true;
 }
 
+// One that was copied ahead is cleared by who did it.
 void clear_for_refused_group(Change& change) {
-    if (change.creates())
+    if (change.creates() && !protect_group_copy_is_over(change.row))
         ov_app_gpon_port_config_clear(protecting_port(change.row));
 }
 
@@ -235,6 +205,23 @@ int follow(Change& change) {
     return SET_ACCEPTED;
 }
 
+// ---- a manager's group ------------------------------------------------------------------------------------
+
+bool begin_for_manager(const void* row, const MIB_Flags_t& /*columns*/, std::function<void()> ready) {
+    const Group& group = *static_cast<const Group*>(row);
+    if (table_of<Group>::module().row_mode(row) != MODE_CRE || obstacle_of(group))
+        return false;
+    return protect_group_copy_begin(group, std::move(ready));
+}
+
+void end_for_manager(const void* row) {
+    protect_group_copy_end(*static_cast<const Group*>(row), [] {});
+}
+
+constexpr SnmpAhead AHEAD = {.begin = begin_for_manager, .end = end_for_manager};
+
+// ---- what doors and callbacks share ----------------------------------------------------------------------
+
 int refused(const char* why) {
     OV_LOG_ERROR("MMG", "%s", why);
     return OV_GPON_RET_BAD_PARAM;
@@ -266,6 +253,7 @@ void ov_app_gpon_pon_protect_init() {
     ov_pon_protect_group_pon_status_init();
     give_roles_of_stored_groups();
     uif_set_pon_protect_queries(&QUERIES);
+    snmp_ahead_register(SPORTPROTECT, AHEAD);
     ov_app_pon_protect_group_sync_init();
 }
 
@@ -280,22 +268,11 @@ bool names_all(const MIB_Flags_t& columns) {
     return true;
 }
 
-// As a working port the one has its writes repeated; the other one takes them, and those of the copy, but is
-// in no other group.
-void hold_for_copy(const Group& group) {
-    set_role(working_port(group), OV_PON_PROTECT_PON_STATUS_WORKING, protecting_port(group));
-    set_active(working_port(group), true);
-    set_role(protecting_port(group), OV_PON_PROTECT_PON_STATUS_ERR, working_port(group));
-}
-
+// Unless somebody has made it meanwhile.
 int add_behind_copy(Group& group, MIB_Flags_t& columns) {
-    take_roles(group);
-    g_copied_to = protecting_port(group);
-    const int result = ov_app_gpon_protect_group_add(&group, &columns);
-    g_copied_to = 0;
-    if (result != OV_GPON_RET_OK)
-        ov_app_gpon_port_config_clear(protecting_port(group));
-    return result;
+    if (find_row(group) != nullptr)
+        return refused("mib add error for gpon protect group table");
+    return ov_app_gpon_protect_group_add(&group, &columns);
 }
 
 } // namespace
@@ -304,15 +281,16 @@ int ov_app_gpon_protect_group_add_start(const ov_portProtectTable_attr_t& attr, 
                                         std::function<void(int)> done) {
     Group group = attr;
     MIB_Flags_t columns = flag;
-    if (!names_all(columns) || find_stored_row(group) != nullptr)
+    if (!names_all(columns) || find_row(group) != nullptr)
         return ov_app_gpon_protect_group_add(&group, &columns);
     if (!may_be_made(group))
         return refused("mib add error for gpon protect group table");
-    hold_for_copy(group);
-    ov_app_gpon_port_config_copy_start(
-        working_port(group), protecting_port(group),
-        [group, columns, done = std::move(done)]() mutable { done(add_behind_copy(group, columns)); });
-    return OV_GPON_RET_OK;
+    const bool has_begun =
+        protect_group_copy_begin(group, [group, columns, done = std::move(done)]() mutable {
+            const int result = add_behind_copy(group, columns);
+            protect_group_copy_end(group, [done = std::move(done), result] { done(result); });
+        });
+    return has_begun ? OV_GPON_RET_OK : refused("mib add error for gpon protect group table");
 }
 
 int ov_app_gpon_protect_group_add(ov_portProtectTable_attr_t* attr, MIB_Flags_t* flag) {

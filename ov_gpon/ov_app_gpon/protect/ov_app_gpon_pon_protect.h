@@ -27,10 +27,10 @@ void ov_app_gpon_pon_protect_init();
 // Makes a group and copies the configuration of the working port to the protecting one. `flag` must name the
 // name and both ports.
 int ov_app_gpon_protect_group_add(ov_portProtectTable_attr_t* attr, MIB_Flags_t* flag);
-// The same with the copy in steps, between which the loop serves others. What doesn't fit is refused at once;
-// otherwise the group is made behind the copy, and `done` gets the result, once, from a step and never from
-// within this call (ov_app_gpon_port_config_go_on). What is written on the working port meanwhile is
-// repeated on the other one, and neither port can get into another group.
+// The same with the copy in steps, between which the loop serves others (ov_app_gpon_pon_protect_copy.h).
+// What doesn't fit is refused at once; otherwise the group is made behind the copy, and `done` gets the
+// result, once, from a step and never from within this call (ov_app_gpon_port_config_go_on). A manager's
+// group is copied in the same way, ahead of its CommitSet (table_snmp_ahead.h).
 int ov_app_gpon_protect_group_add_start(const ov_portProtectTable_attr_t& attr, const MIB_Flags_t& flag,
                                         std::function<void(int)> done);
 // Changes columns of a group. Whatever is written to ppExternalCommand, the group switches over.

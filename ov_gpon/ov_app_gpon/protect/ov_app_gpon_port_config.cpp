@@ -175,8 +175,9 @@ int ov_app_gpon_port_config_copy(ov_ifindex_t ponIfindex, ov_ifindex_t cp2Ifinde
 }
 
 void ov_app_gpon_port_config_copy_start(ov_ifindex_t ponIfindex, ov_ifindex_t cp2Ifindex,
-                                        std::function<void()> done) {
-    works().start([copy = PortConfigCopy(ponIfindex, cp2Ifindex)]() mutable { return copy.step(); },
+                                        std::function<void()> done, std::function<bool()> is_wanted) {
+    works().start([copy = PortConfigCopy(ponIfindex, cp2Ifindex),
+                   is_wanted = std::move(is_wanted)]() mutable { return is_wanted() && copy.step(); },
                   std::move(done));
 }
 

@@ -20,9 +20,10 @@ int ov_app_gpon_port_config_clear(ov_ifindex_t Ifindex);
 
 // The same two in steps, between which the loop serves others. `done` is called once, from a step and never
 // from within these calls, nor when a port isn't to be cleared. What is started while another is under way
-// begins when that is through.
-void ov_app_gpon_port_config_copy_start(ov_ifindex_t ponIfindex, ov_ifindex_t cp2Ifindex,
-                                        std::function<void()> done);
+// begins when that is through. A copy that isn't wanted any more ends where it is.
+void ov_app_gpon_port_config_copy_start(
+    ov_ifindex_t ponIfindex, ov_ifindex_t cp2Ifindex, std::function<void()> done,
+    std::function<bool()> is_wanted = [] { return true; });
 int ov_app_gpon_port_config_clear_start(ov_ifindex_t Ifindex, std::function<void()> done);
 // Works on what has been started, for about as long as one step does: for a session that has nothing better
 // to do than to wait for its own.

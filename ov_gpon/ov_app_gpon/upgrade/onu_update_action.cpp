@@ -2,8 +2,8 @@
 
 #include "app_card_answer.h"
 #include "app_rows.h"
+#include "onu_update_request.h"
 #include "ov_app_gpon_onu_update.h"
-#include "ov_hal_gpon_msg.h"
 
 using Row = ov_sOnuUpdateTable_attr_t;
 
@@ -57,34 +57,22 @@ void OnuUpdateAction::go_on_with_copy() {
 void OnuUpdateAction::ask_card() {
     if (ov_app_gpon_pon_onu_update_is_late(row_))
         return;
-    const HalRequest sent = find_stored_row(row_) != nullptr ? request() : HalRequest::FAILED;
+    const auto taker = [own = shared_from_this()](int result, const std::string& reason) {
+        own->take(result, reason);
+    };
+    const HalRequest sent =
+        find_stored_row(row_) != nullptr ? onu_update_request(row_, taker) : HalRequest::FAILED;
     is_asked_ = sent == HalRequest::SENT;
     if (sent == HalRequest::FAILED || (!is_asked_ && ov_mono_now() - begun_ >= PATIENCE))
         write();
 }
 
-HalRequest OnuUpdateAction::request() {
-    ov_gpon_onu_update_attr_t record = {};
-    onu_update_map.encode(&row_, &record);
-    auto own = std::make_unique<std::shared_ptr<OnuUpdateAction>>(shared_from_this());
-    const HalRequest sent = ov_hal_gpon_msg_request(OV_HAL_MSG_GPON_RMONU_UPDATE, OV_HAL_GPON_MSG_ACTION_SET,
-                                                    &record, 0, on_reply, own.get());
-    if (sent == HalRequest::SENT)
-        own.release(); // NOLINT(bugprone-unused-return-value): the reply's from here on
-    return sent;
-}
-
-void OnuUpdateAction::on_reply(void* context, unsigned result, const hal_nlmsghdr* /*reply*/) {
-    const std::unique_ptr<std::shared_ptr<OnuUpdateAction>> own(
-        static_cast<std::shared_ptr<OnuUpdateAction>*>(context));
-    (*own)->take(static_cast<int>(result));
-}
-
-void OnuUpdateAction::take(int result) {
+void OnuUpdateAction::take(int result, const std::string& reason) {
     if (card_answer(result, NotSupported::ACCEPT, "MMG", "set to which not support") != CardAnswer::FAILED) {
         end(ov_app_gpon_pon_onu_update_edit_no_callback(&row_, &columns_));
         return;
     }
+    reason_ = reason;
     OV_LOG_ERROR("MMG", "set onu update action to hal error");
     OV_LOG_ERROR("MMG", "mib set error for pon_onu_update table");
     end(OV_GPON_RET_BAD_PARAM);

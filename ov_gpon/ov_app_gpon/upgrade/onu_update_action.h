@@ -12,7 +12,6 @@
 #include <memory>
 #include <string>
 
-#include "hal_request.h"
 #include "mmg_access.h"
 #include "onu_image_copy.h"
 #include "ov_clock.h"
@@ -35,11 +34,9 @@ public:
     int result() const;
 
 private:
-    static void on_reply(void* context, unsigned result, const hal_nlmsghdr* reply);
     void go_on_with_copy();
     void ask_card();
-    HalRequest request();
-    void take(int result);
+    void take(int result, const std::string& reason);
     void write();
     void end(int result);
 

@@ -9,6 +9,7 @@
 #include "app_set_callback.h"
 #include "app_write_row.h"
 #include "onu_image_copy.h"
+#include "onu_update_ahead.h"
 #include "ov_app_gpon_onu_update.h"
 #include "ov_product_onu_image.h"
 #include "sPonTable.h"
@@ -108,7 +109,8 @@ void finish_late_starts(const Row& row) {
 }
 
 bool copy_image(const Row& row) {
-    const auto copy = OnuImageCopy::begin(row.sOnuUpdateVersionName);
+    const auto made_ahead = onu_update_ahead_copy(row);
+    const auto copy = made_ahead != nullptr ? made_ahead : OnuImageCopy::begin(row.sOnuUpdateVersionName);
     if (!copy->wait(COPY_PATIENCE)) {
         if (ov_product_onu_image_has_room(row.sOnuUpdateVersionName)) {
             g_copy_in_hand = copy;
@@ -128,11 +130,29 @@ bool reserve_image(RowChange<Row>& change) {
     return !is_start(change.row) || copy_image(change.row);
 }
 
+constexpr char FAILURE[] = "set onu update action to hal error";
+
+// An answer that the card has given already.
+int judge(const OnuUpdateAnswer& answer) {
+    if (card_answer(answer.result, NotSupported::ACCEPT, "MMG", "set to which not support") !=
+        CardAnswer::FAILED)
+        return SET_ACCEPTED;
+    if (!answer.reason.empty())
+        ov_refusal_because("%s", answer.reason.c_str());
+    refuse_for_card(answer.result, OV_HAL_MSG_GPON_RMONU_UPDATE);
+    OV_LOG_ERROR("MMG", "%s", FAILURE);
+    return SET_REFUSED;
+}
+
 std::optional<int> before_send(RowChange<Row>& change) {
-    if (g_copy_in_hand == nullptr)
-        return only_actions(change);
-    start_late(change.row);
-    return SET_ACCEPTED;
+    if (g_copy_in_hand != nullptr) {
+        start_late(change.row);
+        return SET_ACCEPTED;
+    }
+    if (const auto asked =
+            change.has(column::sOnuUpdateAction) ? onu_update_ahead_answer(change.row) : std::nullopt)
+        return judge(*asked);
+    return only_actions(change);
 }
 
 bool waits_for_card(const RowChange<Row>& change) {
@@ -178,7 +198,7 @@ int ov_pon_onu_update_table_set_callback(MIBDID did, void* row, MIB_Flags_t colu
         .reserve = reserve_image,
         .before_send = before_send,
         .waits = waits_for_card,
-        .failure = "set onu update action to hal error",
+        .failure = FAILURE,
     };
     return run_set_callback(CALLBACK, did, row, column_flag);
 }
@@ -194,4 +214,5 @@ void ov_app_gpon_pon_onu_update_init() {
     app.add(SONUUPDATE, CALLBACK_SET, ov_pon_onu_update_table_set_callback, ACTION);
     app.add(SPON, CALLBACK_SET, ov_pon_onu_update_table_pontable_set_callback,
             columns_of(sPonTable_column::sPonTableRowStatus));
+    onu_update_ahead_init();
 }

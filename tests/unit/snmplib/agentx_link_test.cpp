@@ -295,6 +295,7 @@ using played::COMMIT_SET;
 using played::GET;
 using played::NOTIFY;
 using played::TEST_SET;
+using played::UNDO_SET;
 
 TEST(AgentxLink, WhatTheLibraryAsksIsAnsweredAtOnceAndGoesToTheMaster) {
     private_root::run([] {
@@ -574,6 +575,106 @@ TEST(AgentxLink, AMasterThatTakesNoAnswersHoldsNobody) {
             EXPECT_EQ(link.master().hear().packet, packet);
             agentx_link_flush();
             agentx_link_receive();
+        }
+    });
+}
+
+// ---- sets that take long -----------------------------------------------------------------------------
+
+int asked = 0; // about CommitSets
+bool hold_first() {
+    return ++asked == 1;
+}
+
+TEST(AgentxLink, AHeldCommitGoesOnWhenItIsLetGoAndWhatIsBehindItWaits) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        agentx_link_set_answerer(answer_odd);
+        agentx_link_set_hold(hold_first);
+        const std::string commit = played::pdu(COMMIT_SET, 1);
+        const std::string cleanup = played::pdu(CLEANUP_SET, 2);
+        link.master_sends({commit, cleanup, played::pdu(GET, 3)});
+        EXPECT_EQ(link.read(), "later");
+        EXPECT_EQ(asked, 1);
+        EXPECT_FALSE(agentx_link_has_input()); // the loop has nothing to do
+        EXPECT_FALSE(agentx_link_can_hand_over());
+
+        // Requests of ours are answered meanwhile, and more may come.
+        ASSERT_TRUE(link.send(played::pdu(played::PING, 6)));
+        EXPECT_EQ(link.read(), played::response(6));
+        EXPECT_EQ(link.master().hear().type, played::PING);
+        link.master_sends({commit, played::response(7)}); // once more, as masters do; and to a notification
+        agentx_link_receive();
+        EXPECT_TRUE(agentx_link_can_hand_over());
+        EXPECT_EQ(link.read(), played::response(7));
+        EXPECT_EQ(link.read(), "later");
+
+        agentx_link_go_on();
+        EXPECT_TRUE(agentx_link_can_hand_over());
+        EXPECT_EQ(link.read(), commit);
+        link.answer(1);
+        EXPECT_EQ(link.master().hear().packet, 1u);
+        EXPECT_EQ(link.read(), cleanup);
+        agentx_link_idle();
+        EXPECT_EQ(asked, 1);
+        EXPECT_EQ(link.read(), commit); // the library knows what to make of it
+        EXPECT_EQ(asked, 2);
+        EXPECT_EQ(link.master().hear().packet, 3u);
+        agentx_link_go_on(); // nothing is held
+        link.answer(1);
+        EXPECT_EQ(link.read(), "later");
+    });
+}
+
+TEST(AgentxLink, AHeldCommitThatIsUndoneNeverReachesTheLibrary) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        agentx_link_set_hold(hold_first);
+        const std::string undo = played::pdu(UNDO_SET, 2);
+        link.master_sends({played::pdu(COMMIT_SET, 1), played::pdu(COMMIT_SET, 1)});
+        EXPECT_EQ(link.read(), "later");
+        link.master_sends({undo});
+        agentx_link_receive();
+        EXPECT_TRUE(agentx_link_can_hand_over());
+        EXPECT_EQ(link.read(), undo);
+        agentx_link_go_on();
+        link.answer(2);
+        EXPECT_EQ(link.read(), "later");
+        link.master_sends({played::pdu(COMMIT_SET, 3)}); // of the next set
+        agentx_link_receive();
+        EXPECT_EQ(link.read(), played::pdu(COMMIT_SET, 3));
+        EXPECT_EQ(asked, 2);
+    });
+}
+
+TEST(AgentxLink, TheEndDoesNotWaitForAHeldCommit) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        agentx_link_set_hold(hold_first);
+        link.master_sends({played::pdu(COMMIT_SET, 1)});
+        EXPECT_EQ(link.read(), "later");
+        link.master().leave();
+        agentx_link_receive();
+        EXPECT_TRUE(agentx_link_can_hand_over());
+        EXPECT_EQ(link.read(), "end");
+    });
+}
+
+TEST(AgentxLink, OnlyCommitsOfTheSessionAreHeld) {
+    private_root::run([] {
+        const LogCapture log;
+        BareLink link;
+        agentx_link_set_hold([] { return true; });
+        std::string of_another = played::pdu(COMMIT_SET, 3);
+        of_another[7] = 8;
+        for (const std::string& pdu :
+             {played::pdu(TEST_SET, 1), played::pdu(UNDO_SET, 1), played::pdu(GET, 1), of_another}) {
+            link.master_sends({pdu});
+            EXPECT_EQ(link.read(), pdu);
+            link.answer(1);
         }
     });
 }

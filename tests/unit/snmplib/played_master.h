@@ -23,6 +23,7 @@ enum : uint8_t {
     GET = 5,
     TEST_SET = 8,
     COMMIT_SET = 9,
+    UNDO_SET = 10,
     CLEANUP_SET = 11,
     NOTIFY = 12
 };

@@ -4,6 +4,7 @@
 #include "kavo_if.h"
 #include "ov_app_gpon_config_restore_tables.h"
 #include "ov_app_gpon_trap.h"
+#include "table_snmp_ahead.h"
 
 using namespace protect_test;
 
@@ -220,6 +221,144 @@ TEST(ProtectGroupInSteps, IsRefusedAtOnceOrByTheCard) {
         EXPECT_EQ(role_of(PROTECT), "none");
         EXPECT_THAT(rows_of<Onu>(PROTECT), IsEmpty());
         EXPECT_EQ(stored_group(), nullptr);
+    });
+}
+
+// ---- a manager's group ------------------------------------------------------------------------------------
+
+Group group_of_a_set(int status = OVRA_CREATEANDGO) {
+    Group row = {};
+    row.ppGroupId = 1;
+    set_text(row.ppGroupName, "north");
+    row.ppWorkPonIfindex = static_cast<mib_long>(index_of(WORK));
+    row.ppProtectPonIfindex = static_cast<mib_long>(index_of(PROTECT));
+    row.portProtectRowStatus = status;
+    return row;
+}
+// What a TestSet with that row leaves, and the CommitSet behind it: whether it is held.
+bool commit_is_held(const Group& row) {
+    const auto* bytes = reinterpret_cast<const char*>(&row);
+    snmp_ahead_keep(table_of<Group>::module(), {bytes, bytes + sizeof row},
+                    columns_of(group_column::ppGroupName, group_column::ppWorkPonIfindex,
+                               group_column::ppProtectPonIfindex, group_column::portProtectRowStatus));
+    return snmp_ahead_begin();
+}
+void end_set() {
+    snmp_ahead_end(table_of<Group>::module());
+}
+void let_all_time_pass(TestClock& clock) {
+    while (clock.armed() > 0)
+        clock.run_next();
+}
+
+TEST(ProtectGroupOfAManager, IsCopiedAheadOfItsSet) {
+    on_two_ports([](AppChassis& chassis, TestClock& clock) {
+        for (const int onu : {1, 2, 3})
+            add_whole_onu(onu);
+        ASSERT_TRUE(commit_is_held(group_of_a_set()));
+        EXPECT_EQ(role_of(WORK), "working, pair 5, active"); // what is written meanwhile is repeated
+        EXPECT_THAT(rows_of<Onu>(PROTECT), IsEmpty());
+        int result = -1;
+        EXPECT_EQ(start_group(&result), OV_GPON_RET_BAD_PARAM); // nobody else makes it
+        EXPECT_EQ(start_group(&result, index_of(6)), OV_GPON_RET_BAD_PARAM);
+        add_whole_onu(4);
+        let_all_time_pass(clock);
+        EXPECT_FALSE(snmp_ahead_begin()); // it goes on
+        EXPECT_EQ(rows_of<Onu>(PROTECT), rows_of<Onu>(WORK));
+        EXPECT_EQ(start_group(&result), OV_GPON_RET_BAD_PARAM);
+        EXPECT_THAT(told_of_groups(chassis), IsEmpty());
+
+        chassis.forget_messages();
+        EXPECT_EQ(add_group(), OV_GPON_RET_OK);
+        EXPECT_THAT(chassis.messages(), testing::SizeIs(1));
+        EXPECT_THAT(told_of_groups(chassis), testing::SizeIs(1));
+        end_set();
+        let_all_time_pass(clock);
+        EXPECT_EQ(role_of(WORK), "working, pair 5, active");
+        EXPECT_EQ(role_of(PROTECT), "protecting, pair 4");
+        EXPECT_EQ(rows_of<Gem>(PROTECT), rows_of<Gem>(WORK));
+        EXPECT_EQ(rows_of<Onu>(PROTECT).size(), 4u);
+    });
+}
+
+TEST(ProtectGroupOfAManager, LeavesNothingWhenItsSetIsTakenBackInTheMiddle) {
+    on_two_ports([](AppChassis&, TestClock& clock) {
+        for (const int onu : {1, 2, 3})
+            add_whole_onu(onu);
+        ASSERT_TRUE(commit_is_held(group_of_a_set()));
+        while (rows_of<Onu>(PROTECT).empty())
+            ov_app_gpon_port_config_go_on();
+        end_set();
+        EXPECT_EQ(role_of(WORK), "none");
+        EXPECT_EQ(role_of(PROTECT), "none");
+        let_all_time_pass(clock);
+        EXPECT_THAT(rows_of<Onu>(PROTECT), IsEmpty());
+        EXPECT_EQ(stored_group(), nullptr);
+        EXPECT_EQ(rows_of<Onu>(WORK).size(), 3u);
+        EXPECT_EQ(add_group(), OV_GPON_RET_OK);
+    });
+}
+
+TEST(ProtectGroupOfAManager, IsClearedBehindItsSetWhenTheCardRefuses) {
+    on_two_ports([](AppChassis& chassis, TestClock& clock) {
+        add_whole_onu(1);
+        ASSERT_TRUE(commit_is_held(group_of_a_set()));
+        let_all_time_pass(clock);
+        chassis.card_answers(GROUP_MESSAGE, OV_GPON_RET_FAIL);
+        EXPECT_EQ(add_group(), OV_GPON_RET_BAD_PARAM);
+        EXPECT_THAT(logged(chassis), Contains("set pon protect to hal error"));
+        end_set();
+        let_all_time_pass(clock);
+        EXPECT_THAT(rows_of<Onu>(PROTECT), IsEmpty());
+        EXPECT_EQ(role_of(WORK), "none");
+        EXPECT_EQ(role_of(PROTECT), "none");
+        EXPECT_EQ(stored_group(), nullptr);
+    });
+}
+
+TEST(ProtectGroupOfAManager, KeepsItsCopyWhereTheCardKnowsNoGroups) {
+    on_two_ports([](AppChassis& chassis, TestClock& clock) {
+        add_whole_onu(1);
+        chassis.card_answers(GROUP_MESSAGE, OV_GPON_RET_NOT_SUPPORT);
+        ASSERT_TRUE(commit_is_held(group_of_a_set()));
+        let_all_time_pass(clock);
+        EXPECT_EQ(add_group(), OV_GPON_RET_OK);
+        end_set();
+        let_all_time_pass(clock);
+        EXPECT_NE(stored_group(), nullptr);
+        EXPECT_EQ(role_of(WORK), "none");
+        EXPECT_EQ(role_of(PROTECT), "none");
+        EXPECT_EQ(rows_of<Onu>(PROTECT).size(), 1u);
+
+        ASSERT_EQ(delete_group(), OV_GPON_RET_OK);
+        ov_app_gpon_port_config_clear(index_of(PROTECT));
+        int result = -1; // an operator's, too
+        ASSERT_EQ(start_group(&result), OV_GPON_RET_OK);
+        let_all_time_pass(clock);
+        EXPECT_EQ(result, OV_GPON_RET_OK);
+        EXPECT_EQ(role_of(WORK), "none");
+        EXPECT_EQ(rows_of<Onu>(PROTECT).size(), 1u);
+    });
+}
+
+TEST(ProtectGroupOfAManager, IsNotHeldWhereThereIsNothingToCopy) {
+    on_two_ports([](AppChassis& chassis, TestClock& clock) {
+        for (const int status :
+             std::initializer_list<int>{OVRA_CREATEANDWAIT, OVRA_DESTROY, OVRA_ACTIVE, 0}) {
+            EXPECT_FALSE(commit_is_held(group_of_a_set(status))) << status;
+            end_set();
+        }
+        Group same_port = group_of_a_set();
+        same_port.ppProtectPonIfindex = same_port.ppWorkPonIfindex;
+        EXPECT_FALSE(commit_is_held(same_port));
+        end_set();
+        EXPECT_THAT(logged(chassis), IsEmpty()); // the set says it
+        Group activated = group_of_a_set(OVRA_ACTIVE);
+        activated.old_portProtectRowStatus = OVRA_NOTINSERVICE;
+        EXPECT_TRUE(commit_is_held(activated));
+        end_set();
+        let_all_time_pass(clock);
+        EXPECT_EQ(role_of(WORK), "none");
     });
 }
 

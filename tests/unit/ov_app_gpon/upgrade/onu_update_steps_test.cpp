@@ -2,9 +2,11 @@
 #include <chrono>
 #include <thread>
 
+#include "hal_request.h"
 #include "hal_slot.h"
 #include "onu_update_action.h"
 #include "ov_product_onu_image.h"
+#include "table_snmp_ahead.h"
 #include "upgrade_chassis.h"
 
 using namespace upgrade_test;
@@ -14,8 +16,7 @@ using testing::SizeIs;
 
 namespace {
 
-// ---- the file of a start
-// -----------------------------------------------------------------------------------
+// ---- the file of a start ---------------------------------------------------------------------------------
 
 // A "cp" in front of the system's that waits for /tmp/go, and notes that it ran.
 void put_slow_copy() {
@@ -253,6 +254,105 @@ TEST(OnuUpdateSteps, ARowThatRefusesWhatItsCardTookSaysWhy) {
         ASSERT_TRUE(mib_access(MIB_DEL_S_N, gone));
         EXPECT_EQ(end_of(action), OV_GPON_RET_BAD_PARAM);
         EXPECT_STRNE(door.notes().reason.data(), "");
+    });
+}
+
+// ---- what managers write ----------------------------------------------------------------------------------
+
+// What a TestSet of this action leaves, and the CommitSet behind it: whether it is held.
+bool commit_is_held(mib_long action, const char* file = "") {
+    Update row = *find_row(UPDATE);
+    row.sOnuUpdateOnuMask[0] = 1 << 6;
+    row.sOnuUpdateAction = action;
+    set_text(row.sOnuUpdateVersionName, file);
+    const auto* bytes = reinterpret_cast<const char*>(&row);
+    snmp_ahead_keep(table_of<Update>::module(), {bytes, bytes + sizeof row},
+                    columns_of(update_column::sOnuUpdateOnuMask, update_column::sOnuUpdateAction));
+    return snmp_ahead_begin();
+}
+// Once it goes on.
+int carry_out(mib_long action, const char* file = "") {
+    EXPECT_TRUE(loop_until([] { return !snmp_ahead_begin(); }));
+    const int result = act(action, file);
+    snmp_ahead_end(table_of<Update>::module());
+    return result;
+}
+
+TEST(OnuUpdateOfAManager, ItsCardIsAskedAheadAndItsAnswerIsTheSets) {
+    with_onu([](AppChassis& chassis) {
+        ASSERT_TRUE(commit_is_held(SONUUPDATEACTION_COMMIT));
+        EXPECT_EQ(carry_out(SONUUPDATEACTION_COMMIT), OV_GPON_RET_OK);
+        EXPECT_EQ(find_row(UPDATE)->sOnuUpdateAction, SONUUPDATEACTION_COMMIT);
+        ASSERT_THAT(chassis.messages(1), SizeIs(1));
+        EXPECT_EQ(act(SONUUPDATEACTION_COMMIT), OV_GPON_RET_OK); // of somebody else
+        const auto told = chassis.messages(2);
+        EXPECT_EQ(told[0].bytes, told[1].bytes);
+        EXPECT_EQ(told[0].action, told[1].action);
+
+        chassis.card_answers(UPDATE_MESSAGE, 1009);
+        ASSERT_TRUE(commit_is_held(SONUUPDATEACTION_ACTIVE));
+        OvRefusal door("snmp");
+        EXPECT_EQ(carry_out(SONUUPDATEACTION_ACTIVE), OV_GPON_RET_BAD_PARAM);
+        EXPECT_STREQ(door.notes().reason.data(),
+                     "the card in slot 3 refused with code 1009: its driver failed");
+        EXPECT_THAT(chassis.hal.log.lines(), Contains("set onu update action to hal error"));
+        EXPECT_EQ(find_row(UPDATE)->sOnuUpdateAction, SONUUPDATEACTION_COMMIT);
+        EXPECT_THAT(chassis.messages(3), SizeIs(3));
+
+        chassis.card_answers(UPDATE_MESSAGE, OV_GPON_RET_NOT_SUPPORT);
+        ASSERT_TRUE(commit_is_held(SONUUPDATEACTION_ABORT));
+        EXPECT_EQ(carry_out(SONUUPDATEACTION_ABORT), OV_GPON_RET_OK);
+        EXPECT_THAT(chassis.hal.log.lines(), Contains("set to which not support"));
+    });
+}
+
+TEST(OnuUpdateOfAManager, AnAnswerBehindTheEndOfItsSetIsNobodys) {
+    with_onu([](AppChassis& chassis) {
+        ASSERT_TRUE(commit_is_held(SONUUPDATEACTION_COMMIT));
+        snmp_ahead_end(table_of<Update>::module());
+        EXPECT_TRUE(loop_until([] { return hal_requests_under_way() == 0; }));
+        EXPECT_EQ(find_row(UPDATE)->sOnuUpdateAction, SONUUPDATEACTION_NONE);
+        EXPECT_EQ(act(SONUUPDATEACTION_COMMIT), OV_GPON_RET_OK);
+        EXPECT_THAT(chassis.messages(2), SizeIs(2));
+    });
+}
+
+TEST(OnuUpdateOfAManager, ACardThatIsAwayIsLeftToTheSet) {
+    with_onu([](AppChassis& /*chassis*/) {
+        hal_slot_active_flag_clear("test", 0, SLOT);
+        EXPECT_FALSE(commit_is_held(SONUUPDATEACTION_COMMIT));
+        snmp_ahead_end(table_of<Update>::module());
+    });
+}
+
+TEST(OnuUpdateOfAManager, AStartIsHeldForItsFileAndRefusedWithoutIt) {
+    with_onu([](AppChassis& chassis) {
+        put_slow_copy();
+        put_image("big.bin", "big");
+        ASSERT_TRUE(commit_is_held(SONUUPDATEACTION_START, "big.bin"));
+        let_copies_go();
+        EXPECT_EQ(carry_out(SONUUPDATEACTION_START, "big.bin"), OV_GPON_RET_OK);
+        EXPECT_EQ(named_in(chassis.messages(1)[0].record<UpdateRecord>()), "big.bin");
+        EXPECT_EQ(copies_begun(), 1);
+        ASSERT_TRUE(commit_is_held(SONUUPDATEACTION_START, "absent.bin"));
+        EXPECT_EQ(carry_out(SONUUPDATEACTION_START, "absent.bin"), OV_GPON_RET_BAD_PARAM);
+        EXPECT_THAT(chassis.messages(), SizeIs(1));
+    });
+}
+
+TEST(OnuUpdateOfAManager, AStepBehindALateStartIsHeldForIt) {
+    with_onu([](AppChassis& chassis) {
+        put_slow_copy();
+        put_image("big.bin", "big");
+        EXPECT_EQ(act(SONUUPDATEACTION_START, "big.bin"), OV_GPON_RET_OK);
+        ASSERT_TRUE(commit_is_held(SONUUPDATEACTION_ABORT));
+        EXPECT_THAT(chassis.messages(), IsEmpty());
+        let_copies_go();
+        EXPECT_EQ(carry_out(SONUUPDATEACTION_ABORT), OV_GPON_RET_OK);
+        const auto told = chassis.messages(2);
+        EXPECT_EQ(told[0].record<UpdateRecord>().updAct, SONUUPDATEACTION_START);
+        EXPECT_EQ(told[1].record<UpdateRecord>().updAct, SONUUPDATEACTION_ABORT);
+        EXPECT_THAT(chassis.messages(), SizeIs(2));
     });
 }
 
