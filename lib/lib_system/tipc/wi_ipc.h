@@ -8,11 +8,25 @@
 // What goes wrong goes wrong alike on both, as the kernel's TIPC has it, as far as Unix datagrams allow:
 //
 //                                          tipc                        unix
-//   nobody has the name                    back at once                back at once
-//   its receiver has no room               back, at once or later      back at once
-//   its receiver dies with it unread       back, later                 lost
-//   longer than the reader's buffer        cut                         cut
-//   a name that is bound                   can be bound again          EADDRINUSE
+//   nobody has the name                    back at once, whole         the same
+//   its receiver has no room               back, at once or later,     back at once,
+//                                          its first 1024 bytes        its first 1024 bytes
+//   its receiver dies with it unread       back, later,                lost
+//                                          its first 1024 bytes
+//   nobody has a name of the range         back at once, once          the same
+//   some of the range have no room         back, once for each of      the same
+//                                          them; the others have it
+//   longer than WI_IPC_MAX_FRAME           EMSGSIZE                    EMSGSIZE
+//   longer than the reader's buffer        cut, by how much            cut, by how much
+//                                          isn't told                  isn't told
+//   a name that is bound                   can be bound again, its     EADDRINUSE
+//                                          holders take turns
+//   frames that a receiver's queue takes   by their memory: of 1,000   by their number, ten or
+//                                          bytes some 1,170            so (net.unix.max_dgram_qlen)
+//   frames that wait                       their number                0, or 1 for any number
+//
+// TIPC's medium importance, which all frames have, doubles a receiver's room. Returned frames that nobody
+// takes are dropped in the end, on both.
 //
 // A send never waits.
 //
@@ -32,6 +46,8 @@ inline constexpr uint32_t WI_IPC_TYPE_BASE = 19000; // type of a name = service 
 // The largest frame that TIPC carries; the unix carrier refuses longer ones too.
 inline constexpr size_t WI_IPC_MAX_FRAME = 66000;
 inline constexpr int WI_IPC_SOCKET_BUFFER = 0xa0000; // bytes, each way
+// What comes back of a frame that its receiver had no room for, or left unread.
+inline constexpr size_t WI_IPC_RETURNED_MAX = 1024;
 
 struct wi_ipc_name {
     uint32_t type;
@@ -85,7 +101,8 @@ public:
     // success, and the frame is at the send side, then or later.
     virtual int send(wi_ipc_register_result_st& reg, const wi_ipc_name& to,
                      std::span<const uint8_t> frame) const = 0;
-    // One datagram to each instance from low to high that is bound.
+    // One datagram to each instance from low to high that is bound. It comes back once for each receiver that
+    // has no room, or once when there is none.
     virtual int send_mcast(wi_ipc_register_result_st& reg, uint32_t type, uint32_t low, uint32_t high,
                            std::span<const uint8_t> frame) const = 0;
     // A returned frame that the kernel brought to the send socket. peek leaves it there.

@@ -18,7 +18,6 @@ static_assert(AF_TIPC == 30);
 namespace {
 
 constexpr int INTERNAL_IMPORTANCE = TIPC_MEDIUM_IMPORTANCE; // 1
-constexpr size_t RETURNED_MAX = 1024;                       // bytes of a message that TIPC gives back
 
 template <typename T>
 int set_tipc_option(int sock, int option, T value) {
@@ -126,8 +125,8 @@ public:
 
     wi_ipc_received take_returned(const wi_ipc_register_result_st& reg, const wi_ipc_frame_buffer& buffer,
                                   bool peek) const override {
-        std::array<uint8_t, RETURNED_MAX> body;
-        alignas(cmsghdr) std::array<char, 2 * RETURNED_MAX> control;
+        std::array<uint8_t, WI_IPC_RETURNED_MAX> body;
+        alignas(cmsghdr) std::array<char, 2 * WI_IPC_RETURNED_MAX> control;
         iovec part = {body.data(), body.size()};
         msghdr msg = {};
         msg.msg_iov = &part;

@@ -59,6 +59,11 @@ int send_once(int sock, const Address& to, std::span<const uint8_t> frame) {
     return sent < 0 ? errno : 0;
 }
 
+// Of a frame that reached its receiver's node TIPC brings only the start back.
+void give_back_for_room(wi_ipc_register_result_st& reg, std::span<const uint8_t> frame) {
+    wi_ipc_give_back(reg, frame.first(std::min(frame.size(), WI_IPC_RETURNED_MAX)), WI_IPC_NO_ROOM);
+}
+
 class UnixCarrier final : public WiIpcCarrier {
 public:
     const char* name() const override { return "unix"; }
@@ -80,31 +85,31 @@ public:
     int send(wi_ipc_register_result_st& reg, const wi_ipc_name& to,
              std::span<const uint8_t> frame) const override {
         const int error = send_once(reg.snd_sock, Address(to), frame);
-        if (error != EAGAIN && !nobody_there(error))
+        if (error == EAGAIN)
+            give_back_for_room(reg, frame);
+        else if (nobody_there(error))
+            wi_ipc_give_back(reg, frame, WI_IPC_GONE);
+        else
             return error;
-        wi_ipc_give_back(reg, frame, error == EAGAIN ? WI_IPC_NO_ROOM : WI_IPC_GONE);
         return 0;
     }
 
-    // As TIPC does, it comes back only when nobody got it.
     int send_mcast(wi_ipc_register_result_st& reg, uint32_t type, uint32_t low, uint32_t high,
                    std::span<const uint8_t> frame) const override {
         if (high < low || high - low >= MCAST_MAX_RANGE)
             return EINVAL;
-        bool delivered = false;
-        wi_ipc_why why = WI_IPC_GONE;
+        bool anybody = false;
         int failed = 0;
         for (uint64_t instance = low; instance <= high; instance++) {
             const int error = send_once(reg.snd_sock, Address({type, uint32_t(instance)}), frame);
-            if (error == 0)
-                delivered = true;
-            else if (error == EAGAIN)
-                why = WI_IPC_NO_ROOM;
-            else if (!nobody_there(error))
+            if (error == EAGAIN)
+                give_back_for_room(reg, frame);
+            else if (error != 0 && !nobody_there(error))
                 failed = error;
+            anybody = anybody || !nobody_there(error);
         }
-        if (!delivered && failed == 0)
-            wi_ipc_give_back(reg, frame, why);
+        if (!anybody)
+            wi_ipc_give_back(reg, frame, WI_IPC_GONE);
         return failed;
     }
 

@@ -181,7 +181,7 @@ TEST(HalOutbox, ARequestToACardThatDoesNotReadCostsItsTimeoutAndLeavesWhatWaits)
         EXPECT_EQ(hal_send(&request.hdr), KAVO_ERR);
         const std::chrono::duration<double> took = steady_clock::now() - began;
         EXPECT_GE(took.count(), 0.9);
-        EXPECT_LT(took.count(), 10);
+        EXPECT_LT(took.count(), 60); // and not for ever
         EXPECT_THAT(
             chassis.log.lines(),
             Contains("Send sync message Num[1] nhtype[909] length [24] to [10103] fail. TIPC return code: "

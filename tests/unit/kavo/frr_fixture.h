@@ -66,13 +66,13 @@ public:
     struct vty* vty;
 };
 
-/// Run events of the loop until done() holds; false if it didn't within about five seconds.
+/// Run events of the loop until done() holds; false if it didn't within a minute.
 template <typename Done>
 bool frr_run_until(Done done) {
     bool expired = false;
     struct thread* guard = nullptr;
     thread_add_timer(
-        frr_master(), [](struct thread* t) { *static_cast<bool*>(THREAD_ARG(t)) = true; }, &expired, 5,
+        frr_master(), [](struct thread* t) { *static_cast<bool*>(THREAD_ARG(t)) = true; }, &expired, 60,
         &guard);
     struct thread event;
     while (!done() && !expired && thread_fetch(frr_master(), &event))

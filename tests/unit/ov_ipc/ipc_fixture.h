@@ -57,7 +57,7 @@ public:
     explicit Peer(uint32_t serv, uint32_t sub) : sock_(carrier::open_small_socket()) {
         const carrier::Address name(serv, sub);
         EXPECT_EQ(bind(sock_, name.get(), name.len), 0);
-        const timeval limit = {5, 0};
+        const timeval limit = {30, 0};
         setsockopt(sock_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
     }
     ~Peer() { close(sock_); }

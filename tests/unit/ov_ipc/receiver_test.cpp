@@ -82,7 +82,7 @@ Bytes dequeue(ov_msg_queue_t queue) {
 }
 
 bool becomes(const std::function<bool()>& condition) {
-    for (int i = 0; i < 500 && !condition(); i++)
+    for (int i = 0; i < 3000 && !condition(); i++)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     return condition();
 }

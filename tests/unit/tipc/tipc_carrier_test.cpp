@@ -247,6 +247,20 @@ TEST(TipcCarrier, MulticastReachesTheRangeAndComesBackOnlyFromNobody) {
     });
 }
 
+TEST(TipcCarrier, AMulticastComesBackForAReceiverWithoutRoomAndReachesTheOthers) {
+    fake_tipc::run([] {
+        const int own = registered(101, OWN);
+        const TipcPeer full(101, CARD);
+        const TipcPeer ready(101, CARD + 1);
+        for (int n = 0; n < 1000 && send_text(own, "x") == IPC_RC_SUCCESS; n++) {
+        }
+        SendBuffer buf("all");
+        EXPECT_EQ(ipcSendMcast(own, 101, CARD, CARD + 1, buf.msg(), 3, nullptr), IPC_RC_MSG_RTRNED);
+        EXPECT_TRUE(ipcReturnedForRoom(own));
+        EXPECT_EQ(ready.receive().size(), 31u);
+    });
+}
+
 // ---- returned messages -------------------------------------------------------------------------------
 
 TEST(TipcReturn, ANameThatNobodyHasGivesTheMessageBackAtOnce) {
