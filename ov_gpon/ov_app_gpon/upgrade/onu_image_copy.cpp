@@ -30,7 +30,7 @@ std::shared_ptr<OnuImageCopy> OnuImageCopy::begin(const std::string& version) {
     ov_assert_on_loop();
     if (auto copy = find_under_way(version))
         return copy;
-    const auto made = std::make_shared<OnuImageCopy>(version);
+    auto made = std::make_shared<OnuImageCopy>(version);
     auto own = std::make_unique<std::shared_ptr<OnuImageCopy>>(made);
     if (ov_product_onu_image_is_copied(version.c_str()) ||
         Ovra_ThreadCreate("onuImage", 0, COPY_STACK, run, own.get(), nullptr) != 0) {
