@@ -155,9 +155,10 @@ def tables(town):
             path.read_bytes().count(b"\n")
         read = time.monotonic() - began
         spent, _ = full.start()
+        work = full.processor_time()
         sizes = full.sizes()
         rows = sum(count for count, _ in sizes.values())
-        say("start", f"{rows} rows in {spent:.2f} s ({bare:.2f} s without, {(spent - bare) / read:.1f} bare reads)", f"at most 3 s: {is_met(spent <= 3)}")
+        say("start", f"{rows} rows in {spent:.2f} s, {work:.2f} s of work ({bare:.2f} s without, {(spent - bare) / read:.1f} bare reads)", f"at most 3 s: {is_met(spent <= 3)}")
         allowed = sum(count * (size + ROW_ALLOWED) for count, size in sizes.values())
         took = (full.resident() - blank) / allowed
         say("memory", f"{(full.resident() - blank) / 1e6:.0f} MB, {took:.2f} of records + 64 bytes", f"at most 1.25: {is_met(took <= 1.25)}")
@@ -376,7 +377,8 @@ def end(full):
     full.chassis.kill_daemon(60)
     began = time.monotonic()
     spent, _ = full.start()
-    say("killed and started", f"{spent:.2f} s", f"at most 3 s: {is_met(spent <= 3)}")
+    work = full.processor_time()
+    say("killed and started", f"{spent:.2f} s, {work:.2f} s of work", f"at most 3 s: {is_met(spent <= 3)}")
     full.chassis.wait_record(1200, since=full.chassis.mark(), kind="note", text="in-service")
     say("  and all cards restored", f"{time.monotonic() - began:.0f} s")
     lost = set(text.splitlines()) - set(str(full.chassis.vty("write terminal", timeout=300)).splitlines())

@@ -102,6 +102,23 @@ def test_without_auto_flow_an_onu_comes_in_with_no_service(shelf):
     assert own(shelf, 1, "TCONT") == 0
 
 
+def test_a_replay_offers_no_onu_that_is_provisioned_to_be_learnt(shelf):
+    chassis = shelf.chassis
+    learn_on(shelf, BINDING)
+    plug(shelf, "ABCD00000001")
+    plug(shelf, "ABCD00000002")
+    wait_up(shelf, "ABCD00000001", "ABCD00000002")
+    before = chassis.mark()
+    restart_card(shelf, 1)  # it ranges both while it knows nothing
+    replay(shelf, 1)
+    wait_up(shelf, "ABCD00000001", "ABCD00000002")
+    assert not chassis.records(since=before, kind="card-event", type="OV_HAL_MSG_GPON_AUTO_LEARN_ONU")
+    assert not chassis.log_lines("mib auto learn add error|delete unconfig onu failure")
+    # and it learns on
+    plug(shelf, "ABCD00000003")
+    wait_up(shelf, "ABCD00000003")
+
+
 def test_what_is_saved_learns_on(shelf):
     rules = [COPYING, "onu-auto-flow sfu srv-profile six", "onu-auto-flow hgu srv-profile five",
              "onu-auto-flow vendor 4 AAAA srv-profile six", "onu-auto-flow model 1 HOME-4 srv-profile five"]  # fmt: skip
