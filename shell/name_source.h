@@ -15,9 +15,9 @@
 struct NamePlace {
     std::string_view keyword;
     std::string_view variable;
-    std::string_view kind;     // as "show names" calls it
-    std::string_view relative; // "onu": numbers of the ONUs of the port that the session stands on; "uni":
-                               // the UNIs of its ONU
+    std::string_view kind;      // as "show names" calls it
+    std::string_view relative;  // "onu": numbers of the ONUs of the port that the session stands on; "uni":
+                                // the UNIs of its ONU
     std::string_view only = ""; // only names that begin so
 };
 

@@ -27,7 +27,7 @@ wait_for() { # FILE PID WHAT LOG
 
 # Managers may read with the community "public" and write with "private", from inside only.
 start_snmpd() {
-    mkdir -p /tmp/snmp /var/lib/snmp/cert_indexes # the manager's tools would make the second one, with a word
+    mkdir -p /tmp/snmp/kept /var/lib/snmp/cert_indexes # the manager's tools would make the second one, with a word
     cat >/tmp/snmp/snmpd.conf <<'CONF'
 agentAddress udp:127.0.0.1:161
 rocommunity public 127.0.0.1
@@ -36,8 +36,8 @@ master agentx
 agentXTimeout 15
 agentXRetries 0
 CONF
-    # nothing of the machine's own configuration
-    SNMPCONFPATH=/tmp/snmp SNMP_PERSISTENT_DIR=/tmp/snmp MIBS='' \
+    # nothing of the machine's own configuration; what it keeps is a file of the same name, in a place of its own
+    SNMPCONFPATH=/tmp/snmp SNMP_PERSISTENT_DIR=/tmp/snmp/kept MIBS='' \
         setsid /usr/sbin/snmpd -C -c /tmp/snmp/snmpd.conf -f -Lo >/tmp/snmp/snmpd.out 2>&1 &
     wait_for $agentx $! "snmpd" /tmp/snmp/snmpd.out
 }

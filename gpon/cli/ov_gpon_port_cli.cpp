@@ -197,12 +197,17 @@ int ov_onu_auto_flow_config_cli(CliCall& call) {
     const size_t slot = slot_of(call.words);
     const std::string_view name = call.words.text("STRING");
     const ov_sPonTable_attr_t* stored = port_row(call.vty);
-    if (stored == nullptr || stored->sPonTableAutoFlow == SPONTABLEAUTOFLOW_DISABLE)
+    if (stored == nullptr || stored->sPonTableAutoFlow == SPONTABLEAUTOFLOW_DISABLE) {
+        ov_refusal_because(
+            "auto flow is off: onu auto-authentication enable auto-flow enable ... goes first");
         return call.fail("%%wrong operation, please enable auto flow firstly%s", KAVO_CLI_BAD_INPUT);
+    }
     if (name.size() < slots.shortest || name.size() > slots.name_size)
         return call.fail(slots.bad_name, KAVO_CLI_BAD_INPUT);
-    if (slot_exists(slots, *stored, slot, name))
+    if (slot_exists(slots, *stored, slot, name)) {
+        ov_refusal_because("the number or the name is taken: no onu-auto-flow %s N frees it", slots.keyword);
         return call.fail(slots.existed, KAVO_CLI_BAD_INPUT);
+    }
     const mib_long profile = profile_id_or_tell(call, "srv-profile");
     if (profile == 0)
         return KAVO_CLI_BAD_INPUT;
@@ -335,8 +340,11 @@ int print_auto_flow(struct vty* vty, const ov_sPonTable_attr_t& port, const char
 } // namespace
 
 int ov_gpon_cli_pon_port_basic_cfg(struct vty* vty, const ov_sPonTable_attr_t& port) {
-    const int lines = print_auto_flow(vty, port, kavo_newline(vty));
-    return lines + cli_settings_print(vty, pon_port, &port, IF_GPON_NODE);
+    return cli_settings_print(vty, pon_port, &port, IF_GPON_NODE);
+}
+
+int ov_gpon_cli_pon_port_learning_cfg(struct vty* vty, const ov_sPonTable_attr_t& port) {
+    return print_auto_flow(vty, port, kavo_newline(vty));
 }
 
 // The switch of a port's optical alarms is a manager's: no node has a command for it, and a line that no

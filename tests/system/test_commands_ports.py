@@ -37,7 +37,6 @@ def test_a_port_with_everything_set_is_written_in_commands(chassis):
     new_port(chassis, "gpon-olt1/1")
     lines = chassis.vty("write terminal interface gpon-olt1/1").splitlines()[3:-1]
     assert lines == [
-        " onu auto-authentication enable",
         " uncfg-onu silence enable 360",
         " rogue-onu-detect enable",
         " onu auto-discovery disable",
@@ -49,6 +48,7 @@ def test_a_port_with_everything_set_is_written_in_commands(chassis):
         " pm data enable",
         " switch-port protected disable",
         " mib-data-sync disable",
+        " onu auto-authentication enable",
     ]
 
 

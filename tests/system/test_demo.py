@@ -207,6 +207,8 @@ $ grep -c . /tmp/mine.conf
 => ^[1-9]
 $ printf 'configure terminal\\nwrite memory\\n' | gponsh -f -
 => ^The configuration is saved: /tmp/mine.conf,
+$ pid=$(pgrep -x snmpd); kill $pid; tail --pid=$pid -f /dev/null; grep community /tmp/snmp/snmpd.conf
+=> ^rwcommunity private
 """)
     status, output = demo("--demo", other, binds=[tmp_path])
     assert status == 0, output

@@ -61,7 +61,7 @@ COMMANDS = [
     (PORT, "no onu 9", "%Failed to delete ONU\n", "sOnuTable gpon-onu1/1:9", "doesn't exist"),
     (PORT, "onu-auto-flow hgu srv-profile nope", "%Onu srv profile not exist\n", "gpon-olt1/1", 'no service profile "nope"'),
     (PORT, "onu-auto-flow vendor 1 ABCD srv-profile home", "%wrong operation, please enable auto flow firstly\n", "gpon-olt1/1",
-     "wrong operation, please enable auto flow firstly"),
+     "auto flow is off: onu auto-authentication enable auto-flow enable ... goes first"),
     (GPON, "onu-srvprofile profile-id 9 onu-type nope", "Onu type profile name not exist\n", "gpon", 'no ONU type "nope"'),
     (GPON, "no onu-srvprofile profile-id 9", "% onu-srvprofile not exist\n", "gpon", "no service profile 9"),
     (GPON, "no profile bandwidth nope", "%Failed to delete bandwidth profile nope\n", "gpon", 'no profile "nope"'),

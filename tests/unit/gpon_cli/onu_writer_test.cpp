@@ -96,6 +96,17 @@ CLI_TEST(OnuWriter, APortHasALineForEachOfItsOnusInOrder) {
                             " onu 128 type KLM-618 pw pw\n");
 }
 
+// Typed in front of them, a port that learns would take them in under other numbers.
+CLI_TEST(OnuWriter, APortLearnsBehindItsOnus) {
+    auto& port = const_cast<ov_sPonTable_attr_t&>(*find_row(port_key<ov_sPonTable_attr_t>(1, 2)));
+    port.sPonTableAutoLearn = 1;
+    port.sPonTableDsFec = 1;
+    onu_by_password(3);
+    EXPECT_EQ(port_block(), " fec downstream  enable\n"
+                            " onu 3 type KLM-618 pw pw\n"
+                            " onu auto-authentication enable\n");
+}
+
 CLI_TEST(OnuWriter, AnOnuThatNoCommandMakesHasNoLineAndTheLogSaysSo) {
     add_profile(9, "two words", "KLM-618");
     onu_by_password(1, "two words");

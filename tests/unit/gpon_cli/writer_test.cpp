@@ -234,11 +234,6 @@ CLI_TEST(Writer, EachSettingOfAPortIsWritten) {
     EXPECT_EQ(
         write("write terminal current", IF_GPON_NODE, "gpon-olt1/1"),
         "interface gpon-olt1/1\n"
-        " onu auto-authentication enable auto-flow enable def-srv-profile nine configure_onu_node enable\n"
-        " onu-auto-flow sfu srv-profile nine\n"
-        " onu-auto-flow hgu srv-profile nine\n"
-        " onu-auto-flow vendor 2 MRVO srv-profile nine\n"
-        " onu-auto-flow model 4 12345678901234567890 srv-profile nine\n"
         " uncfg-onu silence enable 60\n"
         " rogue-onu-detect enable\n"
         " onu auto-discovery disable\n"
@@ -251,6 +246,11 @@ CLI_TEST(Writer, EachSettingOfAPortIsWritten) {
         " pm data enable\n"
         " switch-port protected disable\n"
         " mib-data-sync disable\n"
+        " onu auto-authentication enable auto-flow enable def-srv-profile nine configure_onu_node enable\n"
+        " onu-auto-flow sfu srv-profile nine\n"
+        " onu-auto-flow hgu srv-profile nine\n"
+        " onu-auto-flow vendor 2 MRVO srv-profile nine\n"
+        " onu-auto-flow model 4 12345678901234567890 srv-profile nine\n"
         "!\n");
 }
 
