@@ -1,10 +1,9 @@
 #include <memory>
 #include <new>
-#include <utility>
+#include <span>
 
 #include "app_card_answer.h"
 #include "app_restore_line.h"
-#include "ov_app_gpon_pair.h"
 #include "ov_hal_gpon_records.h"
 #include "ov_hal_qos_msg.h"
 #include "ov_ifindex.h"
@@ -113,26 +112,18 @@ bool put_row(Onu& onu) {
     return qos_put_row(row);
 }
 
-// What a manager writes reaches the partner of a working port behind the callback of the table; what a
-// command sets, or a service profile's copy, has none.
+constexpr QosRepeated<Onu> REPEATED[] = {
+    {SCHED, column::onuQosSchedulerProfileId},
+    {TRAFFIC, column::onuQosTrafficProfileId},
+    {COS_TO_COS<QOS_DOWN_LINK>, column::onuQosDownlinkCosToCosProfileId},
+    {MAX_BW, column::onuQosMaxBw},
+    {MIN_BW, column::onuQosMinBw},
+    {WEIGHT, column::onuQosWeight},
+    {COSQ_MAP, column::onuQosDownlinkCosQueueMapProfileId},
+};
+
 bool repeat_on_pair(Onu& onu, uint32_t changed) {
-    static constexpr std::pair<Field, unsigned> REPEATED[] = {
-        {SCHED, column::onuQosSchedulerProfileId},
-        {TRAFFIC, column::onuQosTrafficProfileId},
-        {COS_TO_COS<QOS_DOWN_LINK>, column::onuQosDownlinkCosToCosProfileId},
-        {MAX_BW, column::onuQosMaxBw},
-        {MIN_BW, column::onuQosMinBw},
-        {WEIGHT, column::onuQosWeight},
-        {COSQ_MAP, column::onuQosDownlinkCosQueueMapProfileId},
-    };
-    MIB_Flags_t columns = {};
-    for (const auto& [field, number] : REPEATED)
-        if (field.is_in(changed))
-            mib_flag_set(columns, number);
-    Row row = row_of(onu);
-    return !any_column(columns) ||
-           ov_app_gpon_follow_on_pair(
-               SYNC_ONUQOS, RowChange<Row>{row, columns, OV_HAL_GPON_MSG_ACTION_SET}) == SET_ACCEPTED;
+    return qos_repeat_on_pair(SYNC_ONUQOS, std::span<const QosRepeated<Onu>>(REPEATED), changed, row_of(onu));
 }
 
 // ---- the card ---------------------------------------------------------------------------------------------

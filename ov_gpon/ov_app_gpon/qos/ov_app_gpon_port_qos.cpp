@@ -1,11 +1,11 @@
 #include <memory>
 #include <new>
+#include <span>
 
 #include "app_key.h"
 #include "app_set_callback.h"
 #include "kavo_if.h"
 #include "mono_api.h"
-#include "ov_app_gpon_pair.h"
 #include "ov_hal_qos_msg.h"
 #include "ov_ifindex.h"
 #include "qos_port.h"
@@ -116,23 +116,16 @@ bool drop_row(Port& port) {
     return in_table_of(port, [](auto row) { return qos_drop_row(row); });
 }
 
-// What a manager writes reaches the partner of a working port behind the callback of its table; what a
-// command sets has none. These three are repeated there.
+// These three alone.
+constexpr QosRepeated<Port> REPEATED[] = {
+    {MODEL, ponPortQosTable_column::ponPortQosSchedulerModel},
+    {SCHED, ponPortQosTable_column::ponPortQosSchedulerProfileId},
+    {TRAFFIC, ponPortQosTable_column::ponPortQosTrafficProfileId},
+};
+
 bool repeat_on_pair(Port& port, uint32_t changed) {
-    namespace column = ponPortQosTable_column;
-    MIB_Flags_t columns = {};
-    if (MODEL.is_in(changed))
-        mib_flag_set(columns, column::ponPortQosSchedulerModel);
-    if (SCHED.is_in(changed))
-        mib_flag_set(columns, column::ponPortQosSchedulerProfileId);
-    if (TRAFFIC.is_in(changed))
-        mib_flag_set(columns, column::ponPortQosTrafficProfileId);
-    if (!is_pon(port) || !any_column(columns))
-        return true;
-    auto row = row_of<ov_ponPortQosTable_attr_t>(port);
-    return ov_app_gpon_follow_on_pair(SYNC_SPORTQOS,
-                                      RowChange<ov_ponPortQosTable_attr_t>{
-                                          row, columns, OV_HAL_GPON_MSG_ACTION_SET}) == SET_ACCEPTED;
+    return !is_pon(port) || qos_repeat_on_pair(SYNC_SPORTQOS, std::span<const QosRepeated<Port>>(REPEATED),
+                                               changed, row_of<ov_ponPortQosTable_attr_t>(port));
 }
 
 // Whether there is a row; the object takes its values then.

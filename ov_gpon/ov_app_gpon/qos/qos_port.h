@@ -1,7 +1,10 @@
 // What the modules of the QoS of ports and ONUs share, and nobody else needs.
 #pragma once
 
+#include <span>
+
 #include "onuQosTable.h"
+#include "ov_app_gpon_pair.h"
 #include "ponPortQosTable.h"
 #include "portQosTable.h"
 #include "qos_binding.h"
@@ -24,3 +27,27 @@ void qos_onu_adopt(ov_ifindex_t ifindex);
 void _restore_onu_qos_by_slot(int slot);
 void _restore_onu_qos_by_ponif(ov_ifindex_t pon);
 void _restore_service_port_qos_by_onuif(ov_ifindex_t onu);
+
+// ---- the partner of a working port
+// --------------------------------------------------------------------------
+
+// A field whose changes it gets, in this column of its row.
+template <typename Object>
+struct QosRepeated {
+    QosField<Object> field;
+    unsigned column;
+};
+
+// What a manager writes reaches the partner behind the callback of the table; what a command sets, or a
+// service profile's copy, has none, and is repeated by this. False if the partner doesn't get it.
+template <typename Object, typename Row>
+bool qos_repeat_on_pair(ov_pon_protect_sync_table_e table, std::span<const QosRepeated<Object>> repeated,
+                        uint32_t changed, Row row) {
+    MIB_Flags_t columns = {};
+    for (const auto& [field, number] : repeated)
+        if (field.is_in(changed))
+            mib_flag_set(columns, number);
+    return !any_column(columns) ||
+           ov_app_gpon_follow_on_pair(table, RowChange<Row>{row, columns, OV_HAL_GPON_MSG_ACTION_SET}) ==
+               SET_ACCEPTED;
+}
