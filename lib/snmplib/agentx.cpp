@@ -7,6 +7,7 @@
 #include <atomic>
 #include <list>
 
+#include "agentx_inner.h"
 #include "agentx_link.h"
 #include "agentx_setup.h"
 #include "kavo_timer.h"
@@ -127,10 +128,24 @@ bool read_descriptor(int fd) {
     return true;
 }
 
+// The next hop of a request within the library. False if there is none.
+bool read_inner() {
+    static auto& fds = *new DescriptorSet;
+    const int fd = agentx_inner_ready();
+    if (fd < 0 || fd >= AGENTX_FD_MAX)
+        return false;
+    fds.clear();
+    fds.add(fd);
+    read_ready(fds);
+    return true;
+}
+
 // Lets the library do the next thing that there is for it. False if there is nothing.
 bool take_step() {
     if (read_link())
         return true;
+    if (agentx_inner_is_known())
+        return read_inner();
     Wanted& now = wanted();
     now.ask();
     const int master = agentx_link_wants_to_read() ? agentx_link_socket() : -1;
@@ -152,7 +167,7 @@ bool take_step() {
 // one pass of the event loop each, and so is the next request of a walk. Bounded, so that a busy manager
 // doesn't keep the loop.
 void drain() {
-    constexpr int MAX_STEPS = 16;
+    constexpr int MAX_STEPS = 48;
     for (int step = 0; step < MAX_STEPS; ++step) {
         if (take_step())
             continue;
@@ -269,13 +284,20 @@ void update_master_event(int master) {
 int agentx_snmp_read(struct thread* thread) {
     const int fd = THREAD_FD(thread);
     const bool from_master = is_master(fd);
-    if (read_descriptor(fd))
+    const bool was_known = agentx_inner_is_known();
+    const int link = agentx_link_fd();
+    const bool at_work = read_descriptor(fd);
+    if (at_work)
         drain();
-    else if (from_master && is_master(fd) && !agentx_link_has_input()) {
+    const bool stays = from_master && is_master(fd) && link == agentx_link_fd();
+    // A request leaves the library's descriptors as they were, with their events. What an application may
+    // have armed of its timers meanwhile is found by the next of them, within a second.
+    if (stays && (at_work ? was_known && agentx_inner_is_known() : !agentx_link_has_input())) {
+        agentx_link_wake();
         update_master_event(fd);
-        return 0;
+    } else {
+        agentx_snmp_update();
     }
-    agentx_snmp_update();
     return 0;
 }
 

@@ -28,8 +28,7 @@ void _restore_onu_qos_by_slot(int slot);
 void _restore_onu_qos_by_ponif(ov_ifindex_t pon);
 void _restore_service_port_qos_by_onuif(ov_ifindex_t onu);
 
-// ---- the partner of a working port
-// --------------------------------------------------------------------------
+// ---- the partner of a working port -----------------------------------------------------------------------
 
 // A field whose changes it gets, in this column of its row.
 template <typename Object>
