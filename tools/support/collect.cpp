@@ -10,6 +10,7 @@
 #include <sstream>
 #include <vector>
 
+#include "memory_words.h"
 #include "process_list.h"
 #include "run_program.h"
 #include "text_files.h"
@@ -306,7 +307,8 @@ void Collector::add_crashes() {
         std::string why = "older than the latest " + std::to_string(CRASHES);
         const auto file = i < CRASHES ? read_text_file(files[i], CRASH_MOST, why) : std::nullopt;
         if (file)
-            add(member, file->text, file->cut ? "the end of a crash report" : "a crash report");
+            add(member, blank_memory_words(file->text),
+                file->cut ? "the end of a crash report" : "a crash report");
         else
             bundle_.leave_out(member, why);
     }
