@@ -17,7 +17,7 @@ fail() { # LOG TEXT
     exit 1
 }
 wait_for() { # FILE PID WHAT LOG
-    for _ in $(seq 400); do
+    for _ in $(seq 2400); do # two minutes
         [ -e "$1" ] && return 0
         kill -0 "$2" 2>/dev/null || break
         sleep 0.05
@@ -72,10 +72,10 @@ wait_for $control $! "The simulated chassis" /tmp/chassis-sim.out
 start_snmpd
 setsid tools/demo/keep-daemon $vty >/tmp/gpon.out 2>&1 &
 wait_for $vty $! "The daemon" /tmp/gpon.out
-simctl wait timeout=20000 kind=note text=in-service >/dev/null ||
+simctl wait timeout=120000 kind=note text=in-service >/dev/null ||
     fail /tmp/product/gpon.log "The line cards didn't come into service; see above."
 # The daemon has been told of them; it knows them when it says so.
-for _ in $(seq 400); do
+for _ in $(seq 2400); do # two minutes
     [ "$(gponsh -c 'show slot info' | grep -cE '^ +[12] +lc +27 +yes +yes')" -ne 2 ] || break
     sleep 0.05
 done
