@@ -47,6 +47,9 @@ struct Place {
     size_t given = 0;
 };
 
+std::vector<Search> g_searches; // only grows: made once
+std::vector<Search*> g_found;   // in one table
+
 class Answering {
 public:
     Answering(const AgentxQuery& query, AgentxAnswer& answer)
@@ -78,8 +81,6 @@ private:
     const AgentxQuery& query_;
     AgentxAnswer& answer_;
     std::span<const SnmpArea> areas_;
-    static inline std::vector<Search> searches_; // only grows: made once
-    static inline std::vector<Search*> found_;   // in one table
     size_t likely_area_ = 0;
     size_t count_ = 0;
     size_t slots_ = 0;
@@ -202,18 +203,18 @@ void Answering::add(Search& search, const AgentxValue& value) {
 
 // Refreshes the first row that was found, by all columns that are asked for.
 void Answering::refresh(TableModule& module) {
-    if (found_.empty() || !snmp_has_get_chain(module))
+    if (g_found.empty() || !snmp_has_get_chain(module))
         return;
     MIB_Flags_t columns{};
-    for (const Search* search : found_)
+    for (const Search* search : g_found)
         mib_flag_set(columns, search->column);
-    snmp_refresh_row(module, found_.front()->row, columns);
-    for (Search* search : found_)
+    snmp_refresh_row(module, g_found.front()->row, columns);
+    for (Search* search : g_found)
         search->row = row_get(module.did(), search->key.data());
 }
 
 void Answering::answer_found(const TableModule& module) {
-    for (Search* search : found_) {
+    for (Search* search : g_found) {
         const ColumnDesc* column = snmp_readable_column(module.desc(), search->column);
         if (search->row == nullptr) {
             add_exception(*search, SNMP_NOSUCHINSTANCE);
@@ -230,7 +231,7 @@ void Answering::answer_found(const TableModule& module) {
 bool Answering::serve_one_table(std::span<Search> searches, size_t area) {
     TableModule& module = *areas_[area].module;
     OvraMutexGuard lock(getMutex(module.did()));
-    found_.clear();
+    g_found.clear();
     for (Search& search : searches) {
         if (!search.has_turn || search.area != area)
             continue;
@@ -240,7 +241,7 @@ bool Answering::serve_one_table(std::span<Search> searches, size_t area) {
         else if (!find_next(module, search) && !step_out(search))
             return false;
         if (search.state == Search::State::FOUND)
-            found_.push_back(&search);
+            g_found.push_back(&search);
     }
     setOpOwnerSnmp(module.did());
     refresh(module);
@@ -277,13 +278,13 @@ bool Answering::advance(std::span<Search> searches) {
 
 void Answering::begin() {
     const auto ranges = query_.ranges();
-    if (searches_.size() < ranges.size())
-        searches_.resize(ranges.size());
+    if (g_searches.size() < ranges.size())
+        g_searches.resize(ranges.size());
     for (size_t i = 0; i < ranges.size(); i++) {
-        searches_[i].name = ranges[i].start;
-        searches_[i].end = ranges[i].end.arcs();
-        searches_[i].may_be_name = ranges[i].includes_start;
-        searches_[i].slot = i;
+        g_searches[i].name = ranges[i].start;
+        g_searches[i].end = ranges[i].end.arcs();
+        g_searches[i].may_be_name = ranges[i].includes_start;
+        g_searches[i].slot = i;
     }
     count_ = query_.repetitions() == 0 ? query_.unrepeated() : ranges.size();
     slots_ = count_;
@@ -296,7 +297,7 @@ bool finds_nothing(std::span<const Search> searches) {
 // The repetitions of a GetBulk behind the first, until none finds anything any more.
 bool Answering::repeat() {
     const size_t repeated = count_ - query_.unrepeated();
-    const std::span searches(searches_.data() + query_.unrepeated(), repeated);
+    const std::span searches(g_searches.data() + query_.unrepeated(), repeated);
     const size_t repetitions = repeated == 0 ? 0 : std::min(query_.repetitions(), MAX_REPEATED / repeated);
     const auto until = ov_mono_now() + LONG_ENOUGH;
     for (size_t n = 1; n < repetitions && !finds_nothing(searches) && ov_mono_now() < until; n++) {
@@ -313,7 +314,7 @@ bool Answering::repeat() {
 
 bool Answering::run(AgentxPdu& response) {
     begin();
-    if (!advance({searches_.data(), count_}) || !repeat() || answer_.size() > MAX_ANSWER)
+    if (!advance({g_searches.data(), count_}) || !repeat() || answer_.size() > MAX_ANSWER)
         return false;
     answer_.finish(slots_, response);
     return true;

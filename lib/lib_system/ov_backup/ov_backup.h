@@ -31,6 +31,7 @@ enum ov_backup_rc : int {
 };
 
 // What a request asks for.
+// NOLINTBEGIN(readability-identifier-naming): the platform's own names of its requests
 enum ov_backup_e : int32_t {
     inform_slot_ftpget = 0,
     inform_backup_new_load_is_operational = 1,
@@ -44,6 +45,7 @@ enum ov_backup_e : int32_t {
     backup_sc_is_online = 9,
     sync_slot_status = 10,
 };
+// NOLINTEND(readability-identifier-naming)
 
 inline constexpr size_t OV_BACKUP_ARG_SIZE = 1024; // bytes of an argument with its terminator
 inline constexpr size_t OV_BACKUP_HOST_SIZE = 24;  // of an address of the inner network
