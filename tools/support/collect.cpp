@@ -279,7 +279,7 @@ void Collector::add_config() {
 
 void Collector::add_log() {
     std::string why;
-    const auto log = read_text_file(places_.log, LOG_READ, why);
+    const auto log = read_log_file(places_.log, LOG_READ, why);
     if (!log) {
         bundle_.leave_out("log", places_.log + ": " + why);
         return;

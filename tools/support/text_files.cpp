@@ -61,9 +61,8 @@ time_t time_of(std::string_view line) {
     return mktime(&local);
 }
 
-} // namespace
-
-std::optional<FileText> read_text_file(const std::string& path, size_t most, std::string& why) {
+// The end of a file, as it is.
+std::optional<FileText> read_end(const std::string& path, size_t most, std::string& why) {
     const OpenFile file(path);
     struct stat facts {};
     if (file.get() < 0 || fstat(file.get(), &facts) != 0) {
@@ -81,12 +80,35 @@ std::optional<FileText> read_text_file(const std::string& path, size_t most, std
         why = std::strerror(errno);
         return std::nullopt;
     }
-    if (made.text.find('\0') != std::string::npos) {
+    return made;
+}
+
+void begin_with_a_line(FileText& file) {
+    if (file.cut)
+        file.text.erase(0, std::min(file.text.find('\n'), file.text.size() - 1) + 1);
+}
+
+} // namespace
+
+std::optional<FileText> read_text_file(const std::string& path, size_t most, std::string& why) {
+    auto made = read_end(path, most, why);
+    if (made && made->text.find('\0') != std::string::npos) {
         why = "not a text";
         return std::nullopt;
     }
-    if (made.cut)
-        made.text.erase(0, std::min(made.text.find('\n'), made.text.size() - 1) + 1);
+    if (made)
+        begin_with_a_line(*made);
+    return made;
+}
+
+std::optional<FileText> read_log_file(const std::string& path, size_t most, std::string& why) {
+    auto made = read_end(path, most, why);
+    if (!made)
+        return made;
+    const auto rest = std::ranges::unique(made->text, [](char a, char b) { return a == '\0' && b == '\0'; });
+    made->text.erase(rest.begin(), rest.end());
+    std::ranges::replace(made->text, '\0', '\n');
+    begin_with_a_line(*made);
     return made;
 }
 

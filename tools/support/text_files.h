@@ -14,6 +14,10 @@ struct FileText {
 // reason in why, if it can't be read or isn't text (it has NULs).
 std::optional<FileText> read_text_file(const std::string& path, size_t most, std::string& why);
 
+// The same of a file that is written line by line: NULs, which a power cut leaves where a block of it was to
+// be, end a line.
+std::optional<FileText> read_log_file(const std::string& path, size_t most, std::string& why);
+
 // The same of a file whose size isn't known (/proc), its first bytes; NULs become blanks. Empty if it can't
 // be read.
 std::string read_special_file(const std::string& path);
