@@ -22,6 +22,7 @@ namespace {
 std::atomic<int> agentx_enabled = 0; // 1 when notifications may be sent
 struct thread_master* agentx_tm = nullptr;
 struct thread* timeout_thr = nullptr;
+bool alarms_changed = false;             // since timeout_thr was armed, by the application
 struct thread* link_write_thr = nullptr; // the connection to the master can be written to
 struct thread* link_watch_thr = nullptr; // a look whether the master is still there
 std::array<struct thread*, AGENTX_FD_MAX> agentx_snmp_read_threads{}; // by descriptor
@@ -249,6 +250,7 @@ void agentx_snmp_update() {
     agentx_link_wake();
     const EventLock lock;
     thread_cancel(&timeout_thr);
+    alarms_changed = false;
     Wanted& now = wanted();
     now.ask();
     if (now.count > AGENTX_FD_MAX)
@@ -289,9 +291,8 @@ int agentx_snmp_read(struct thread* thread) {
     const bool at_work = read_descriptor(fd);
     if (at_work)
         drain();
-    const bool stays = from_master && is_master(fd) && link == agentx_link_fd();
-    // A request leaves the library's descriptors as they were, with their events. What an application may
-    // have armed of its timers meanwhile is found by the next of them, within a second.
+    const bool stays = from_master && is_master(fd) && link == agentx_link_fd() && !alarms_changed;
+    // A request leaves the library's descriptors as they were, with their events.
     if (stays && (at_work ? was_known && agentx_inner_is_known() : !agentx_link_has_input())) {
         agentx_link_wake();
         update_master_event(fd);
@@ -335,6 +336,7 @@ unsigned int agentx_alarm_register(unsigned int when, unsigned int flags, SNMPAl
     ov_assert_on_loop();
     if (kavo_timers_taken() != nullptr)
         return add_alarm_taken(std::chrono::seconds(when), flags, callback, arg);
+    alarms_changed = true;
     return snmp_alarm_register(when, flags, callback, arg);
 }
 
@@ -345,6 +347,7 @@ unsigned int agentx_alarm_register_hr(timeval period, unsigned int flags, SNMPAl
         return add_alarm_taken(std::chrono::seconds(period.tv_sec) +
                                    std::chrono::microseconds(period.tv_usec),
                                flags, callback, arg);
+    alarms_changed = true;
     return snmp_alarm_register_hr(period, flags, callback, arg);
 }
 
@@ -354,6 +357,7 @@ void agentx_alarm_unregister(unsigned int number) {
         kavo_timers_taken()->remove_alarm(number);
     else
         snmp_alarm_unregister(number);
+    alarms_changed = true;
 }
 
 // ---- start ------------------------------------------------------------------------------------------------

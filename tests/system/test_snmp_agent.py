@@ -71,7 +71,7 @@ class VtyProbe:
     def _run(self):
         try:
             with self._chassis.open_vty(timeout=60) as session:
-                while not self._stop.wait(0.01):
+                while self.count == 0 or not self._stop.wait(0.01):
                     began = time.monotonic()
                     session("show slot info")
                     self.worst = max(self.worst, time.monotonic() - began)
@@ -88,7 +88,6 @@ class VtyProbe:
         self._thread.join()
         if exc[0] is None:
             assert self.error is None
-            assert self.count > 0
 
 
 def test_connects_to_a_master_that_is_there_and_serves_its_tables(chassis):
