@@ -1,7 +1,7 @@
 // The configuration as it is written, and as it is read again.
 #include "cli_fixture.h"
 
-#include <chrono>
+#include <ctime>
 #include <sstream>
 
 #include "gpon_config_writer.h"
@@ -19,6 +19,14 @@ protected:
             kavo_vty_set_index(session.vty, index_of(object));
         EXPECT_EQ(session.run(form), CMD_SUCCESS) << form;
         return session.output();
+    }
+    // Makes a card's ports and ONUs.
+    static void fill_slot(int slot) {
+        for (int port = 1; port <= 16; port++) {
+            add_port(slot, port).sPonTableDsFec = 1;
+            for (int onu = 1; onu <= 128; onu++)
+                add_onu(slot, port, onu);
+        }
     }
 };
 
@@ -420,21 +428,25 @@ CLI_TEST(Writer, TheCurrentObjectIsWrittenAlone) {
 
 // ---- a full chassis ----------------------------------------------------------------------------------
 
+// In seconds of the processor, which don't grow when the machine is busy with others.
+template <typename Work>
+double processor_time_of(Work work) {
+    const std::clock_t began = std::clock();
+    work();
+    return double(std::clock() - began) / CLOCKS_PER_SEC;
+}
+
 CLI_TEST(Writer, AFullChassisIsWrittenInLinearTime) {
-    for (int slot = 1; slot <= 14; slot++)
-        for (int port = 1; port <= 16; port++) {
-            add_port(slot, port).sPonTableDsFec = 1;
-            for (int onu = 1; onu <= 128; onu++)
-                add_onu(slot, port, onu);
-        }
-    const auto began = std::chrono::steady_clock::now();
-    const std::string text = write();
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
+    fill_slot(1);
+    const double one = processor_time_of([] { write(); });
+    for (int slot = 2; slot <= 14; slot++)
+        fill_slot(slot);
+    std::string text;
+    const double all = processor_time_of([&text] { text = write(); });
     const auto lines = std::count(text.begin(), text.end(), '\n');
     EXPECT_EQ(lines, 2 + 2 * 14 * 16 + 1 + 14 * 16 * 128 + 1);
-    testing::Test::RecordProperty("lines_a_second",
-                                  static_cast<int>(static_cast<double>(lines) / took.count()));
-    EXPECT_LT(took.count(), 5.0); // under a sanitizer, too
+    testing::Test::RecordProperty("lines_a_second", static_cast<int>(static_cast<double>(lines) / all));
+    EXPECT_LT(all, 5 * 14 * one + 1); // and not 14 times 14
     EXPECT_THAT(write("write terminal interface gpon-onu14/16:128"),
                 HasSubstr("interface gpon-onu14/16:128\n"));
 }
